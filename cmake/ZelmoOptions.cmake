@@ -1,0 +1,55 @@
+# Compiler settings that hold for every target, and the switches that the presets set.
+
+option(ZELMO_BUILD_TESTS "Build the tests" ON)
+option(ZELMO_BUILD_BENCH "Build the benchmarks" ON)
+option(ZELMO_WERROR "Treat warnings as errors" ON)
+set(ZELMO_SANITIZER "" CACHE STRING "Sanitizers of the whole build: empty, address,undefined or thread")
+option(ZELMO_COVERAGE "Instrument for gcov" OFF)
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+# Libraries and the product's plug-ins share one folder: plug-ins are looked for beside the library.
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
+
+if(NOT CMAKE_BUILD_TYPE)
+    set(CMAKE_BUILD_TYPE Release CACHE STRING "" FORCE)
+endif()
+
+find_program(CCACHE_PROGRAM ccache)
+if(CCACHE_PROGRAM)
+    # Paths relative to the source tree, so that build folders and checkouts share their objects.
+    set(CMAKE_CXX_COMPILER_LAUNCHER
+        ${CMAKE_COMMAND} -E env CCACHE_BASEDIR=${CMAKE_SOURCE_DIR} CCACHE_NOHASHDIR=1 ${CCACHE_PROGRAM})
+endif()
+
+add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor)
+if(ZELMO_WERROR)
+    add_compile_options(-Werror)
+endif()
+if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+    add_compile_options(-Wthread-safety)
+endif()
+
+# Exceptions name their source file relative to the root.
+add_compile_options(-fmacro-prefix-map=${CMAKE_SOURCE_DIR}/=)
+add_link_options(-Wl,--no-undefined)
+
+if(ZELMO_SANITIZER)
+    add_compile_options(-fsanitize=${ZELMO_SANITIZER} -fno-sanitize-recover=all -fno-omit-frame-pointer -g1)
+    add_link_options(-fsanitize=${ZELMO_SANITIZER})
+    add_compile_definitions(ZELMO_SANITIZED)
+endif()
+if(ZELMO_COVERAGE)
+    add_compile_options(--coverage -O0)
+    add_link_options(--coverage)
+endif()
+
+set(THREADS_PREFER_PTHREAD_FLAG ON)
+find_package(Threads REQUIRED)
