@@ -1,0 +1,13 @@
+#pragma once
+
+#include <GenApi/IPort.h>
+
+namespace GenApi {
+
+/// A port that is told its other side by INodeMap::Connect: a port node its implementation, an implementation its node.
+struct GENICAM_API IPortConstruct : virtual public IPort {
+    virtual void SetPortImpl(IPort* pPort) = 0; ///< Borrowed; null disconnects.
+    virtual EYesNo GetSwapEndianess() = 0;
+};
+
+} // namespace GenApi

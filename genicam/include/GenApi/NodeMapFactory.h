@@ -1,0 +1,78 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+
+#include <Base/GCLinkage.h>
+
+#include <GenApi/INodeMap.h>
+#include <GenApi/Synch.h>
+#include <GenApi/Types.h>
+
+namespace GenApi {
+
+/// How large a description is.
+struct NodeStatistics_t {
+    uint64_t NumNodes;
+    uint64_t NumProperties;
+    uint64_t NumLinks; ///< References between nodes.
+    uint64_t NumStrings;
+};
+
+class CNodeMapFactoryImpl;
+
+/// Makes node maps from a description. Nothing is read before it is first needed; what was read is kept and shared by
+/// all maps, so that a second one is cheap. A value: copies share one body.
+/// Threads: any, at the same time. Maps outlive the factory.
+/// A description that cannot be loaded raises GenICam::RuntimeException, which names the place, the node and the
+/// property.
+class GENICAM_API CNodeMapFactory {
+public:
+    CNodeMapFactory(); ///< Without a description; see AddInjectionData().
+    CNodeMapFactory(EContentType_t ContentType, const gcstring& FileName,
+                    ECacheUsage_t CacheUsage = CacheUsage_Automatic, bool SuppressStringsOnLoad = false);
+    /// @p pData is borrowed until it is released or the factory and its copies are gone.
+    CNodeMapFactory(EContentType_t ContentType, const void* pData, size_t DataSize,
+                    ECacheUsage_t CacheUsage = CacheUsage_Automatic, bool SuppressStringsOnLoad = false);
+    /// @p XmlData is copied.
+    explicit CNodeMapFactory(const gcstring& XmlData, ECacheUsage_t CacheUsage = CacheUsage_Automatic,
+                             bool SuppressStringsOnLoad = false);
+    CNodeMapFactory(const CNodeMapFactory& Other);
+    CNodeMapFactory& operator=(const CNodeMapFactory& Other);
+    virtual ~CNodeMapFactory();
+
+    /// Makes a map of its own state. The caller destroys it through IDestroy.
+    /// @param ReleaseCameraDescriptionFileData drop the source text afterwards; further maps can still be made
+    INodeMap* CreateNodeMap(const gcstring& DeviceName = "Device", bool ReleaseCameraDescriptionFileData = true);
+    /// The same, guarded by the caller's lock, which must outlive the map.
+    INodeMap* CreateNodeMap(CLock& UserProvidedLock, const gcstring& DeviceName = "Device",
+                            bool ReleaseCameraDescriptionFileData = true);
+    /// Makes a map without any node.
+    static INodeMap* CreateEmptyNodeMap();
+
+    /// Merges another description into this one when it is loaded. Of two nodes of one name that with the higher
+    /// MergePriority stays; the feature lists of categories are united.
+    void AddInjectionData(CNodeMapFactory& Injection);
+    void LoadAndInject();
+    bool IsLoaded() const;
+    void Preprocess(); ///< Brings the description into its final form now instead of with the first map.
+    bool IsPreprocessed() const;
+    void ReleaseCameraDescriptionFileData();
+    bool IsCameraDescriptionFileDataReleased() const;
+
+    /// A factory for the nodes that can be reached from one.
+    /// @param RenameToRoot whether that node is called "Root" there
+    CNodeMapFactory ExtractSubtree(const gcstring& SubTreeRootNodeName, bool RenameToRoot = false);
+
+    bool IsEmpty() const;
+    gcstring ToString();
+    gcstring ToXml();
+    NodeStatistics_t GetNodeStatistics();
+    static void GetSupportedSchemaVersions(gcstring_vector& SchemaVersions);
+    static void ClearCache(); ///< Nothing is cached on disk.
+
+private:
+    std::shared_ptr<CNodeMapFactoryImpl> m_impl;
+};
+
+} // namespace GenApi

@@ -1,0 +1,98 @@
+#pragma once
+
+#include <memory>
+
+#include <GenApi/IDestroy.h>
+#include <GenApi/INodeMap.h>
+#include <GenApi/NodeMapFactory.h>
+
+namespace GenApi {
+
+/// The camera class of a CNodeMapRef: one without features of its own.
+class GENICAM_API CGeneric_XMLLoaderParams {
+public:
+    virtual ~CGeneric_XMLLoaderParams() = default;
+
+protected:
+    /// Called once when the node map is there, for the camera class to fetch its features.
+    virtual void _Initialize(INodeMap*) {}
+};
+
+/// The part of a CNodeMapRefT that does not depend on the camera class: a counted reference to one node map.
+class GENICAM_API CNodeMapHolder {
+public:
+    explicit CNodeMapHolder(const gcstring& DeviceName);
+
+    bool IsSet() const noexcept;
+    INodeMap* Get() const noexcept;             ///< Null as long as nothing is loaded.
+    INodeMap& Checked() const;                  ///< @throws GenICam::AccessException as long as nothing is loaded.
+    INodeMap* Create(CNodeMapFactory& Factory); ///< @throws GenICam::RuntimeException when there is a map already.
+    INodeMap* Create(CNodeMapFactory& Factory, CNodeMapFactory& Injection);
+    void Reset() noexcept;
+    const gcstring& GetDeviceName() const noexcept;
+
+private:
+    gcstring m_deviceName;
+    std::shared_ptr<INodeMap> m_nodeMap;
+};
+
+/// Holds a node map and, through its base @p TCameraParams, the features of a camera class. Copies share the map, which
+/// is destroyed with the last of them.
+/// @throws GenICam::RuntimeException "Node map already created" when loading twice, and as CNodeMapFactory does;
+/// @throws GenICam::AccessException  "Feature not present (reference not valid)" when used before loading.
+template <class TCameraParams>
+class CNodeMapRefT : public TCameraParams {
+public:
+    explicit CNodeMapRefT(const gcstring& DeviceName = "Device") : m_holder(DeviceName) {}
+    CNodeMapRefT(const CNodeMapRefT& other) : TCameraParams(), m_holder(other.m_holder) { InitializeIfSet(); }
+    CNodeMapRefT& operator=(const CNodeMapRefT& other) {
+        m_holder = other.m_holder;
+        InitializeIfSet();
+        return *this;
+    }
+
+    /// Load the description from a file, a zipped file, a text, or zipped bytes in memory.
+    void _LoadXMLFromFile(const gcstring& FileName) { Load(CNodeMapFactory(ContentType_Xml, FileName)); }
+    void _LoadXMLFromZIPFile(const gcstring& FileName) { Load(CNodeMapFactory(ContentType_ZippedXml, FileName)); }
+    void _LoadXMLFromString(const gcstring& XMLData) { Load(CNodeMapFactory(XMLData)); }
+    void _LoadXMLFromZIPData(const void* zipData, size_t zipSize) {
+        Load(CNodeMapFactory(ContentType_ZippedXml, zipData, zipSize));
+    }
+
+    /// The same with a second description merged into the first; see CNodeMapFactory::AddInjectionData.
+    void _LoadXMLFromFileInject(const gcstring& TargetFileName, const gcstring& InjectFileName) {
+        Load(CNodeMapFactory(ContentType_Xml, TargetFileName), CNodeMapFactory(ContentType_Xml, InjectFileName));
+    }
+    void _LoadXMLFromZIPFileInject(const gcstring& TargetFileName, const gcstring& InjectFileName) {
+        Load(CNodeMapFactory(ContentType_ZippedXml, TargetFileName), CNodeMapFactory(ContentType_Xml, InjectFileName));
+    }
+    void _LoadXMLFromStringInject(const gcstring& TargetXMLData, const gcstring& InjectXMLData) {
+        Load(CNodeMapFactory(TargetXMLData), CNodeMapFactory(InjectXMLData));
+    }
+
+    INodeMap* _Ptr() const { return m_holder.Get(); } ///< Null as long as nothing is loaded.
+    INode* _GetNode(const gcstring& key) const { return m_holder.Checked().GetNode(key); }
+    void _GetNodes(NodeList_t& Nodes) const { m_holder.Checked().GetNodes(Nodes); }
+    bool _Connect(IPort* pPort, const gcstring& PortName) const { return m_holder.Checked().Connect(pPort, PortName); }
+    bool _Connect(IPort* pPort) const { return m_holder.Checked().Connect(pPort); }
+    void _InvalidateNodes() const { m_holder.Checked().InvalidateNodes(); }
+    void _Poll(int64_t ElapsedTime) { m_holder.Checked().Poll(ElapsedTime); }
+    gcstring _GetDeviceName() const { return m_holder.GetDeviceName(); }
+    void _Destroy() { m_holder.Reset(); } ///< Lets go of the map; nothing happens without one.
+
+private:
+    void Load(CNodeMapFactory factory) { TCameraParams::_Initialize(m_holder.Create(factory)); }
+    void Load(CNodeMapFactory factory, CNodeMapFactory injection) {
+        TCameraParams::_Initialize(m_holder.Create(factory, injection));
+    }
+    void InitializeIfSet() {
+        if (m_holder.IsSet())
+            TCameraParams::_Initialize(m_holder.Get());
+    }
+
+    CNodeMapHolder m_holder;
+};
+
+typedef CNodeMapRefT<CGeneric_XMLLoaderParams> CNodeMapRef;
+
+} // namespace GenApi
