@@ -37,8 +37,9 @@ if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
     add_compile_options(-Wthread-safety)
 endif()
 
-# Exceptions name their source file relative to the root.
-add_compile_options(-fmacro-prefix-map=${CMAKE_SOURCE_DIR}/=)
+# Exceptions name their source file relative to the root; the compiler cache hands on paths relative to the build folder.
+file(RELATIVE_PATH source_from_build ${CMAKE_BINARY_DIR} ${CMAKE_SOURCE_DIR})
+add_compile_options(-fmacro-prefix-map=${CMAKE_SOURCE_DIR}/= -fmacro-prefix-map=${source_from_build}/=)
 add_link_options(-Wl,--no-undefined)
 
 if(ZELMO_SANITIZER)

@@ -1,0 +1,261 @@
+#include <zelmo/PixelType.h>
+#include <zelmo/internal/PixelTypePrivate.h>
+
+#include <Base/GCException.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <limits>
+#include <string>
+
+using namespace Zelmo;
+
+namespace {
+
+constexpr unsigned int width2G = 0x80000000u;
+constexpr unsigned long bytes8E = 0x8000000000000000ul;
+constexpr int fails = -1;
+
+struct Format {
+    const char* name;
+    std::int64_t code;
+    int depth, samples, bits, planes;
+};
+
+// Codes as plain numbers, so that a slip in the enumeration is found.
+const Format formats[] = {
+    {"Mono8", 0x01080001, 8, 1, 8, 1},
+    {"Mono8signed", 0x01080002, 8, 1, 8, 1},
+    {"BayerGR8", 0x01080008, 8, 1, 8, 1},
+    {"BayerRG8", 0x01080009, 8, 1, 8, 1},
+    {"BayerGB8", 0x0108000A, 8, 1, 8, 1},
+    {"BayerBG8", 0x0108000B, 8, 1, 8, 1},
+    {"Mono10p", 0x010A0046, 10, 1, 10, 1},
+    {"BayerBG10p", 0x010A0052, 10, 1, 10, 1},
+    {"BayerGB10p", 0x010A0054, 10, 1, 10, 1},
+    {"BayerGR10p", 0x010A0056, 10, 1, 10, 1},
+    {"BayerRG10p", 0x010A0058, 10, 1, 10, 1},
+    {"Mono10Packed", 0x010C0004, 10, 1, 12, 1},
+    {"Mono12Packed", 0x010C0006, 12, 1, 12, 1},
+    {"BayerGR12Packed", 0x010C002A, 12, 1, 12, 1},
+    {"BayerRG12Packed", 0x010C002B, 12, 1, 12, 1},
+    {"BayerGB12Packed", 0x010C002C, 12, 1, 12, 1},
+    {"BayerBG12Packed", 0x010C002D, 12, 1, 12, 1},
+    {"Mono12p", 0x010C0047, 12, 1, 12, 1},
+    {"BayerBG12p", 0x010C0053, 12, 1, 12, 1},
+    {"BayerGB12p", 0x010C0055, 12, 1, 12, 1},
+    {"BayerGR12p", 0x010C0057, 12, 1, 12, 1},
+    {"BayerRG12p", 0x010C0059, 12, 1, 12, 1},
+    {"Mono10", 0x01100003, 10, 1, 16, 1},
+    {"Mono12", 0x01100005, 12, 1, 16, 1},
+    {"Mono16", 0x01100007, 16, 1, 16, 1},
+    {"BayerGR10", 0x0110000C, 10, 1, 16, 1},
+    {"BayerRG10", 0x0110000D, 10, 1, 16, 1},
+    {"BayerGB10", 0x0110000E, 10, 1, 16, 1},
+    {"BayerBG10", 0x0110000F, 10, 1, 16, 1},
+    {"BayerGR12", 0x01100010, 12, 1, 16, 1},
+    {"BayerRG12", 0x01100011, 12, 1, 16, 1},
+    {"BayerGB12", 0x01100012, 12, 1, 16, 1},
+    {"BayerBG12", 0x01100013, 12, 1, 16, 1},
+    {"BayerGR16", 0x0110002E, 16, 1, 16, 1},
+    {"BayerRG16", 0x0110002F, 16, 1, 16, 1},
+    {"BayerGB16", 0x01100030, 16, 1, 16, 1},
+    {"BayerBG16", 0x01100031, 16, 1, 16, 1},
+    {"YUV411Packed", 0x020C001E, 8, fails, 12, 1},
+    {"YCbCr420_8_YY_CbCr_Semiplanar", 0x020C0112, 8, fails, 12, 1},
+    {"YUV422Packed", 0x0210001F, 8, 2, 16, 1},
+    {"YUV422_YUYV_Packed", 0x02100032, 8, 2, 16, 1},
+    {"YCbCr422_8_YY_CbCr_Semiplanar", 0x02100113, 8, fails, 16, 1},
+    {"RGB8Packed", 0x02180014, 8, 3, 24, 1},
+    {"BGR8Packed", 0x02180015, 8, 3, 24, 1},
+    {"YUV444Packed", 0x02180020, 8, 3, 24, 1},
+    {"RGB8Planar", 0x02180021, 8, 3, 24, 3},
+    {"RGBA8Packed", 0x02200016, 8, 4, 32, 1},
+    {"BGRA8Packed", 0x02200017, 8, 4, 32, 1},
+    {"BGR10V1Packed", 0x0220001C, 10, 3, 32, 1},
+    {"BGR10V2Packed", 0x0220001D, 10, 3, 32, 1},
+    {"RGB12V1Packed", 0x02240034, 12, 3, 36, 1},
+    {"RGB10Packed", 0x02300018, 10, 3, 48, 1},
+    {"BGR10Packed", 0x02300019, 10, 3, 48, 1},
+    {"RGB12Packed", 0x0230001A, 12, 3, 48, 1},
+    {"BGR12Packed", 0x0230001B, 12, 3, 48, 1},
+    {"RGB10Planar", 0x02300022, 10, 3, 48, 3},
+    {"RGB12Planar", 0x02300023, 12, 3, 48, 3},
+    {"RGB16Planar", 0x02300024, 16, 3, 48, 3},
+    {"RGB16Packed", 0x02300033, 16, 3, 48, 1},
+    {"Mono1Packed", 0x8101000C, 1, 1, 1, 1},
+    {"Mono2Packed", 0x8102000D, 2, 1, 2, 1},
+    {"Mono4Packed", 0x8104000E, 4, 1, 4, 1},
+    {"Double", 0x81400100, 64, 1, 64, 1},
+    {"YUV420Planar", 0x820C0040, 8, fails, 12, 3},
+    {"YUV422Planar", 0x82100042, 8, fails, 16, 3},
+    {"YUV444Planar", 0x82180044, 8, 3, 24, 3},
+};
+
+void PrintTo(const Format& format, std::ostream* os) {
+    *os << format.name;
+}
+
+// What a call raises, or an empty text.
+template <typename Call>
+std::string FailureOf(Call call) {
+    try {
+        call();
+    } catch (const GenICam::InvalidArgumentException& e) {
+        return e.GetDescription();
+    }
+    return {};
+}
+
+std::string Negative(const std::string& name) {
+    return "The unsigned " + name +
+           " parameter value exceeds the maximum allowed value. Probably a negative value has been passed.";
+}
+
+class PixelFormat : public testing::TestWithParam<Format> {
+protected:
+    const EPixelType pixelType = static_cast<EPixelType>(GetParam().code);
+};
+
+TEST_P(PixelFormat, HasTheTabulatedDepthSamplesBitsAndPlanes) {
+    EXPECT_EQ(BitDepth(pixelType), static_cast<std::uint32_t>(GetParam().depth));
+    EXPECT_EQ(BitPerPixel(pixelType), static_cast<std::uint32_t>(GetParam().bits));
+    EXPECT_EQ(GetPlaneCount(pixelType), static_cast<std::uint32_t>(GetParam().planes));
+    if (GetParam().samples == fails) {
+        EXPECT_EQ(FailureOf([&] { SamplesPerPixel(pixelType); }),
+                  "Invalid pixel type. Samples per pixel not defined for pixel type " +
+                      std::to_string(static_cast<int>(GetParam().code)) + ".");
+    } else {
+        EXPECT_EQ(SamplesPerPixel(pixelType), static_cast<std::uint32_t>(GetParam().samples));
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(All, PixelFormat, testing::ValuesIn(formats),
+                         [](const auto& param) { return std::string(param.param.name); });
+
+TEST(PixelType, EnumeratorsHoldNegativeAndCustomCodes) {
+    EXPECT_EQ(static_cast<std::int64_t>(PixelType_Undefined), -1);
+    EXPECT_EQ(static_cast<std::int64_t>(PixelType_Mono1Packed), 0x8101000C);
+    EXPECT_EQ(static_cast<std::int64_t>(PixelType_BGR10V2Packed), 0x0220001D);
+    EXPECT_EQ(static_cast<std::int64_t>(PixelType_YCbCr420_8_YY_CbCr_Semiplanar), 0x020C0112);
+}
+
+class InvalidPixelType : public testing::TestWithParam<std::int64_t> {};
+
+TEST_P(InvalidPixelType, IsNamedByEachLookUpAndHasOnePlane) {
+    const auto pixelType = static_cast<EPixelType>(GetParam());
+    const std::string number = std::to_string(static_cast<int>(GetParam())) + ".";
+    const std::string noBits = "Invalid pixel type. Pixel size in bit not defined for pixel type " + number;
+    EXPECT_EQ(FailureOf([&] { BitDepth(pixelType); }),
+              "Invalid pixel type. Bit depth not defined for pixel type " + number);
+    EXPECT_EQ(FailureOf([&] { SamplesPerPixel(pixelType); }),
+              "Invalid pixel type. Samples per pixel not defined for pixel type " + number);
+    EXPECT_EQ(FailureOf([&] { BitPerPixel(pixelType); }), noBits);
+    EXPECT_EQ(FailureOf([&] { ComputePaddingX(100, pixelType, 10); }), noBits);
+    EXPECT_EQ(FailureOf([&] { ComputeBufferSize(pixelType, 10, 10, 0); }), noBits);
+    EXPECT_EQ(GetPlaneCount(pixelType), 1u);
+}
+
+// Undefined; nothing; the right fields without a row; a row's low bits under a foreign high word; above 32 bits.
+INSTANTIATE_TEST_SUITE_P(All, InvalidPixelType,
+                         testing::Values(-1, 0, 0x01080003, 0x81080001, 0x02180022, 0x101080001));
+
+struct Stride {
+    EPixelType pixelType;
+    unsigned int width;
+    unsigned long padding;
+    unsigned long expected; // 0: there is none
+};
+
+class StrideOf : public testing::TestWithParam<Stride> {};
+
+TEST_P(StrideOf, IsWrittenOnlyWhereOneExists) {
+    const unsigned long untouched = 4711;
+    unsigned long stride = untouched;
+    EXPECT_EQ(ComputeStride(stride, GetParam().pixelType, GetParam().width, GetParam().padding),
+              GetParam().expected != 0);
+    EXPECT_EQ(stride, GetParam().expected != 0 ? GetParam().expected : untouched);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, StrideOf,
+    testing::Values(Stride{PixelType_Mono12Packed, 3, 0, 0}, Stride{PixelType_Mono12Packed, 3, 1, 6},
+                    Stride{PixelType_Mono12Packed, 4, 0, 6}, Stride{PixelType_RGB8Planar, 640, 0, 640},
+                    Stride{PixelType_RGB8Packed, 640, 0, 1920}, Stride{PixelType_RGB12V1Packed, 1, 0, 0},
+                    Stride{PixelType_RGB12V1Packed, 2, 0, 9}, Stride{PixelType_YUV444Planar, 7, 2, 9},
+                    Stride{PixelType_Double, 0x7fffffff, 0, 0x3fffffff8}, Stride{PixelType_Undefined, 8, 0, 0},
+                    Stride{PixelType_Undefined, width2G, bytes8E, 0}, Stride{PixelType_YUV420Planar, 8, 0, 0},
+                    Stride{PixelType_YUV422Planar, width2G, 0, 0},
+                    Stride{PixelType_YCbCr420_8_YY_CbCr_Semiplanar, 8, bytes8E, 0},
+                    Stride{PixelType_YCbCr422_8_YY_CbCr_Semiplanar, 8, 0, 0}));
+
+TEST(Stride, NegativePaddingIsReportedBeforeNegativeWidth) {
+    unsigned long stride = 1;
+    EXPECT_EQ(FailureOf([&] { ComputeStride(stride, PixelType_Mono8, width2G, bytes8E); }), Negative("paddingX"));
+    EXPECT_EQ(FailureOf([&] { ComputeStride(stride, PixelType_Mono8, width2G, 0); }), Negative("width"));
+    EXPECT_EQ(stride, 1u);
+}
+
+TEST(PaddingX, IsWhatTheStrideHasLeft) {
+    EXPECT_EQ(ComputePaddingX(640, PixelType_RGB8Planar, 640), 0u);
+    EXPECT_EQ(ComputePaddingX(5, PixelType_Mono12p, 3), 0u);
+    EXPECT_EQ(ComputePaddingX(8, PixelType_Mono12p, 3), 3u);
+    EXPECT_EQ(ComputePaddingX(bytes8E - 1, PixelType_Mono8, 1), bytes8E - 2);
+}
+
+TEST(PaddingX, RefusesShortNegativeAndUnevenStrides) {
+    EXPECT_EQ(FailureOf([] { ComputePaddingX(4, PixelType_Mono12p, 3); }),
+              "Cannot compute paddingX. The given stride value 4 is too small. The minimum valid stride value is 5");
+    EXPECT_EQ(FailureOf([] { ComputePaddingX(bytes8E, PixelType_Undefined, 3); }), Negative("strideBytes"));
+    EXPECT_EQ(FailureOf([] { ComputePaddingX(4, PixelType_Undefined, width2G); }), Negative("width"));
+    EXPECT_EQ(FailureOf([] { ComputePaddingX(99, PixelType_YCbCr422_8_YY_CbCr_Semiplanar, 3); }),
+              "Cannot compute stride. The image planes are of different sizes.");
+}
+
+struct Size {
+    EPixelType pixelType;
+    unsigned int width, height;
+    unsigned long padding;
+    std::size_t expected;
+};
+
+class BufferSizeOf : public testing::TestWithParam<Size> {};
+
+TEST_P(BufferSizeOf, CountsPlanesPaddingAndPartialBytes) {
+    const Size& size = GetParam();
+    EXPECT_EQ(ComputeBufferSize(size.pixelType, size.width, size.height, size.padding), size.expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, BufferSizeOf,
+    testing::Values(Size{PixelType_Mono1Packed, 3, 8, 0, 3}, Size{PixelType_Mono1Packed, 3, 8, 1, 16},
+                    Size{PixelType_Mono12p, 3, 3, 0, 14}, Size{PixelType_RGB8Planar, 640, 480, 0, 640 * 3 * 480},
+                    Size{PixelType_RGB8Planar, 640, 480, 2, 642 * 3 * 480}, Size{PixelType_Mono8, 0, 480, 0, 0},
+                    Size{PixelType_YUV411Packed, 4, 1, 0, 6}, Size{PixelType_YUV420Planar, 5, 5, 0, 43},
+                    Size{PixelType_YUV420Planar, 5, 5, 1, 48}, Size{PixelType_YUV422Planar, 5, 5, 0, 55},
+                    Size{PixelType_YCbCr422_8_YY_CbCr_Semiplanar, 6, 5, 0, 60},
+                    Size{PixelType_YCbCr420_8_YY_CbCr_Semiplanar, 6, 5, 0, 60},
+                    // No check of the width where planes differ in size; all products wrap at 64 bits.
+                    Size{PixelType_YUV422Planar, width2G, 1, 0, 0x100000000},
+                    Size{PixelType_Double, 0x7fffffff, 0x7fffffff, 0, 0x1ffffff800000008}));
+
+TEST(BufferSize, RefusesNegativeHeightThenPaddingThenWidth) {
+    EXPECT_EQ(FailureOf([] { ComputeBufferSize(PixelType_YUV420Planar, width2G, width2G, bytes8E); }),
+              Negative("height"));
+    EXPECT_EQ(FailureOf([] { ComputeBufferSize(PixelType_YUV420Planar, width2G, 1, bytes8E); }), Negative("paddingX"));
+    EXPECT_EQ(FailureOf([] { ComputeBufferSize(PixelType_Mono8, width2G, 1, 0); }), Negative("width"));
+    EXPECT_EQ(FailureOf([] { ComputeBufferSize(PixelType_Undefined, width2G, 1, 0); }), Negative("width"));
+}
+
+TEST(PixelTypeFailure, NamesTheSourceFileRelativeToTheRoot) {
+    try {
+        BitDepth(PixelType_Undefined);
+        FAIL() << "an undefined type has no depth";
+    } catch (const GenICam::InvalidArgumentException& e) {
+        EXPECT_STREQ(e.GetSourceFileName(), "ZelmoBase/pixel/PixelType.cpp");
+    }
+}
+
+} // namespace
