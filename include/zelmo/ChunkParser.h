@@ -1,0 +1,48 @@
+#pragma once
+
+#include <cstdint>
+
+#include <zelmo/Export.h>
+
+namespace GenApi {
+struct AttachStatistics_t;
+struct INodeMap;
+} // namespace GenApi
+
+namespace Zelmo {
+
+/// Maps the chunks at the end of an image buffer onto a node map. Threads: one at a time; a parser serves one result.
+class ZELMO_API IChunkParser {
+public:
+    /// Maps @p buffer, of @p bufferSizeBytes, onto the node map; it must stay until it is detached. An attached buffer
+    /// may be replaced. Having thrown, the former state stands.
+    virtual void AttachBuffer(const void* buffer, std::int64_t bufferSizeBytes,
+                              GenApi::AttachStatistics_t* statistics = nullptr) = 0;
+
+    /// Takes the buffer out; the chunk nodes are not available after that. Harmless without a buffer.
+    virtual void DetachBuffer() = 0;
+
+    /// Replaces the buffer by one of the same layout at another address.
+    /// @throws GenICam::LogicalErrorException without an attached buffer.
+    virtual void UpdateBuffer(const void* buffer) = 0;
+
+    virtual bool HasCRC() const = 0;   ///< The buffer holds a checksum chunk.
+    virtual bool CheckCRC() const = 0; ///< The checksum matches.
+
+protected:
+    ~IChunkParser() = default;
+};
+
+/// A chunk parser with a node map of its own: what devices hand out.
+class ZELMO_API ISelfReliantChunkParser : public IChunkParser {
+public:
+    virtual GenApi::INodeMap* GetChunkDataNodeMap() = 0; ///< Owned by the parser, the same one all its life.
+
+    /// The parser gives itself up. Called on any thread, also after the device was closed or destroyed, but before the
+    /// transport layer goes.
+    virtual void Destroy() = 0;
+
+    virtual ~ISelfReliantChunkParser() = default;
+};
+
+} // namespace Zelmo
