@@ -1,0 +1,30 @@
+#pragma once
+
+/// All of the library: for programs that would rather include one header than choose.
+
+#include <zelmo/AccessMode.h>
+#include <zelmo/Callback.h>
+#include <zelmo/ChunkParser.h>
+#include <zelmo/DefaultInterface.h>
+#include <zelmo/Device.h>
+#include <zelmo/DeviceFilter.h>
+#include <zelmo/DeviceInfo.h>
+#include <zelmo/EventGrabber.h>
+#include <zelmo/Export.h>
+#include <zelmo/Info.h>
+#include <zelmo/Interface.h>
+#include <zelmo/Lifecycle.h>
+#include <zelmo/Log.h>
+#include <zelmo/PixelType.h>
+#include <zelmo/StreamGrabber.h>
+#include <zelmo/TList.h>
+#include <zelmo/ThreadPriority.h>
+#include <zelmo/TlFactory.h>
+#include <zelmo/TransportLayer.h>
+#include <zelmo/TransportLayerParams.h>
+#include <zelmo/Types.h>
+#include <zelmo/Utilities.h>
+#include <zelmo/WaitObject.h>
+#include <zelmo/WaitObjects.h>
+#include <zelmo/WaitableTimer.h>
+#include <zelmo/ZelmoSettings.h>
