@@ -35,8 +35,6 @@ public:
     unsigned long GetNativeHandle() const;
 
 private:
-    void JoinUnlocked(CUniqueLock<CMutex>& lock) ZELMO_REQUIRES(m_lock);
-
     mutable CMutex m_lock; // never held while joining
     std::condition_variable_any m_joined;
     std::thread m_thread ZELMO_GUARDED_BY(m_lock);

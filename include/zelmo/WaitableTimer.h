@@ -41,9 +41,6 @@ public:
     void DoneSignalAction();
 
 private:
-    void Disarm() noexcept;
-    int Arm(unsigned int timeoutMs) noexcept;
-
     std::mutex m_mutex;                 // of InitSignalAction and DoneSignalAction
     timer_t m_timer{};                  // meaningful while valid
     _TimerRecord_t* m_record = nullptr; // what the signal handler knows of this timer

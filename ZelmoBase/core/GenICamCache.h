@@ -1,0 +1,15 @@
+#pragma once
+
+namespace Zelmo {
+
+/// Sees to the folder in which the GenICam modules keep parsed camera descriptions, and names it to them in the
+/// environment variable GENICAM_CACHE_V3_1. A folder given there stands, if it can be used; otherwise a default in the
+/// home folder is created. Failures are logged and leave the variable unset: the modules then work without a cache.
+/// Changes the environment: not while other threads read it.
+void SetUpGenICamCache();
+
+/// Creates a folder and its parents with mode 0777 less the umask.
+/// @return whether the folder was made or something of that name was there already.
+bool CreateFolders(const char* path) noexcept;
+
+} // namespace Zelmo

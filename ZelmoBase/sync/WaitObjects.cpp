@@ -1,0 +1,158 @@
+#include <zelmo/WaitObjects.h>
+
+#include "ZelmoBase/core/Mutex.h"
+#include "ZelmoBase/core/SystemError.h"
+#include "ZelmoBase/sync/Deadline.h"
+
+#include <Base/GCException.h>
+
+#include <cerrno>
+#include <memory>
+#include <optional>
+#include <poll.h>
+#include <span>
+#include <utility>
+#include <vector>
+
+namespace Zelmo {
+
+struct WaitObjects::Body {
+    mutable CMutex lock;                                    // not taken by waits
+    std::vector<WaitObject> members ZELMO_GUARDED_BY(lock); // in the order of Add
+};
+
+namespace {
+
+[[noreturn]] void ThrowWaitFailure(int error) {
+    throw RUNTIME_EXCEPTION("WaitExWaitMultipleObjectsWithTimeout() failed: %s", SystemErrorText(error).c_str());
+}
+
+enum class EWanted { Any, All };
+
+/// One wait on a snapshot of a set. The entries live on the caller's stack.
+class CMultipleWait {
+public:
+    CMultipleWait(std::span<pollfd> entries, EWanted wanted, unsigned int* index)
+        : m_entries(entries), m_remaining(entries.size()), m_wanted(wanted), m_index(index) {}
+
+    EWaitExResult Run(const std::optional<CDeadline>& deadline, bool alertable) {
+        do {
+            const int ready = poll(m_entries.data(), m_entries.size(), deadline ? deadline->PollTimeout() : -1);
+            if (ready < 0 && (errno != EINTR || alertable)) {
+                if (errno != EINTR) {
+                    ThrowWaitFailure(errno);
+                }
+                return WaitExResult_Alerted;
+            }
+            if (ready == 0) {
+                if (!deadline) {
+                    ThrowWaitFailure(ETIME);
+                }
+                return WaitExResult_Timeout;
+            }
+            if (ready > 0 && TakeReadyEntries()) {
+                return WaitExResult_Signaled;
+            }
+        } while (m_remaining > 0 && (!deadline || deadline->IsAhead()));
+        return m_remaining == 0 ? WaitExResult_Signaled : WaitExResult_Timeout;
+    }
+
+private:
+    /// @return true when any member is wanted: one is ready.
+    bool TakeReadyEntries() {
+        for (size_t position = 0; position < m_entries.size(); ++position) {
+            pollfd& entry = m_entries[position];
+            if (entry.revents == 0) {
+                continue;
+            }
+            if (m_wanted == EWanted::Any) {
+                if (m_index != nullptr) {
+                    *m_index = static_cast<unsigned int>(position);
+                }
+                return true;
+            }
+            entry.revents = 0;
+            entry.fd = -1; // seen: poll ignores it from now on
+            --m_remaining;
+        }
+        return false;
+    }
+
+    std::span<pollfd> m_entries;
+    size_t m_remaining; // members not seen signaled yet
+    EWanted m_wanted;
+    unsigned int* m_index; // may be null
+};
+
+/// Without the set's lock: the caller does not change the set during a wait.
+EWaitExResult WaitFor(EWanted wanted, const std::vector<WaitObject>& members, unsigned int timeoutMs, bool alertable,
+                      unsigned int* index) {
+    pollfd entries[WaitObjectsMaxCount]; // a wait allocates nothing
+    size_t count = 0;
+    for (const WaitObject& member : members) {
+        entries[count++] = {member.GetFd(), POLLIN, 0};
+    }
+    std::optional<CDeadline> deadline;
+    if (timeoutMs != WaitTimeoutInfinite) {
+        deadline.emplace(timeoutMs);
+    }
+    return CMultipleWait({entries, count}, wanted, index).Run(deadline, alertable);
+}
+
+} // namespace
+
+WaitObjects::WaitObjects() : m_body(new Body) {}
+
+WaitObjects::WaitObjects(const WaitObjects& other) : m_body(nullptr) {
+    auto body = std::make_unique<Body>();
+    CLockGuard guard(other.m_body->lock);
+    body->members = other.m_body->members;
+    m_body = body.release();
+}
+
+WaitObjects& WaitObjects::operator=(const WaitObjects& other) {
+    WaitObjects copy(other);
+    std::swap(m_body, copy.m_body);
+    return *this;
+}
+
+WaitObjects::~WaitObjects() {
+    delete m_body;
+}
+
+unsigned int WaitObjects::Add(const WaitObject& object) {
+    CLockGuard guard(m_body->lock);
+    const size_t position = m_body->members.size();
+    if (position >= WaitObjectsMaxCount) {
+        throw RUNTIME_EXCEPTION("Exceeding maximum number of waitobjects (%d)", static_cast<int>(WaitObjectsMaxCount));
+    }
+    if (!object.IsValid()) {
+        throw RUNTIME_EXCEPTION("WaitObject is not valid");
+    }
+    m_body->members.push_back(object);
+    return static_cast<unsigned int>(position);
+}
+
+void WaitObjects::RemoveAll() {
+    CLockGuard guard(m_body->lock);
+    m_body->members.clear();
+}
+
+bool WaitObjects::WaitForAll(unsigned int timeoutMs) const {
+    return WaitForAllEx(timeoutMs, false) == WaitExResult_Signaled;
+}
+
+bool WaitObjects::WaitForAny(unsigned int timeoutMs, unsigned int* index) const {
+    return WaitForAnyEx(timeoutMs, false, index) == WaitExResult_Signaled;
+}
+
+EWaitExResult WaitObjects::WaitForAllEx(unsigned int timeoutMs, bool alertable) const ZELMO_NO_THREAD_SAFETY_ANALYSIS {
+    return WaitFor(EWanted::All, m_body->members, timeoutMs, alertable, nullptr);
+}
+
+EWaitExResult WaitObjects::WaitForAnyEx(unsigned int timeoutMs, bool alertable,
+                                        unsigned int* index) const ZELMO_NO_THREAD_SAFETY_ANALYSIS {
+    return WaitFor(EWanted::Any, m_body->members, timeoutMs, alertable, index);
+}
+
+} // namespace Zelmo
