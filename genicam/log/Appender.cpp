@@ -1,0 +1,9 @@
+#include <Log/Appender.h>
+
+namespace GenICam {
+
+Appender::Appender(const gcstring& name) : m_name(name) {}
+
+Appender::~Appender() = default; // the vtable stands here
+
+} // namespace GenICam

@@ -1,0 +1,79 @@
+#include "LogConfiguration.h"
+
+#include "LogHierarchy.h"
+#include "PriorityNames.h"
+#include "SinkAppender.h"
+
+#include <Base/GCUtilities.h>
+
+#include <cstdio>
+
+namespace GenICam {
+
+namespace {
+
+constexpr char LevelVariable[] = "ZELMO_LOG_LEVEL";
+constexpr char FileVariable[] = "ZELMO_LOG_FILE";
+constexpr std::size_t FileLimitBytes = 10 * 1024 * 1024;
+constexpr std::size_t KeptFiles = 3;
+
+std::string_view Trimmed(std::string_view text) noexcept {
+    const auto begin = text.find_first_not_of(" \t");
+    if (begin == text.npos)
+        return {};
+    return text.substr(begin, text.find_last_not_of(" \t") - begin + 1);
+}
+
+/// Sets one level: "LEVEL" of the root, "category=LEVEL" of a category.
+void ApplyLevel(CLogHierarchy& hierarchy, std::string_view setting) {
+    const auto equals = setting.find('=');
+    const bool forRoot = equals == setting.npos;
+    int level = 0;
+    if (!ParsePriority(Trimmed(forRoot ? setting : setting.substr(equals + 1)), level)) {
+        std::fprintf(stderr, "%s: '%s' names no log level and is ignored\n", LevelVariable,
+                     std::string(setting).c_str());
+        return;
+    }
+    Logger& logger = forRoot ? hierarchy.Root() : hierarchy.Get(Trimmed(setting.substr(0, equals)));
+    logger.setPriority(level);
+}
+
+/// An appender for the file, null with a line on the standard error stream if there is none to be had.
+AppenderPtr OpenFile(const gcstring& path) {
+    try {
+        return CreateRotatingFileAppender("file", path, FileLimitBytes, KeptFiles);
+    } catch (const RuntimeException& failure) {
+        std::fprintf(stderr, "%s: %s; logging to the standard error stream instead\n", FileVariable,
+                     failure.GetDescription());
+        return nullptr;
+    }
+}
+
+} // namespace
+
+void ConfigureLogByDefault(CLogHierarchy& hierarchy) {
+    hierarchy.Reset();
+    hierarchy.Root().addAppender(CreateErrorStreamAppender("stderr"));
+}
+
+bool ConfigureLogFromEnvironment(CLogHierarchy& hierarchy) {
+    gcstring levels;
+    gcstring path;
+    GetValueOfEnvironmentVariable(LevelVariable, levels);
+    GetValueOfEnvironmentVariable(FileVariable, path);
+    if (levels.empty() && path.empty())
+        return false;
+
+    ConfigureLogByDefault(hierarchy);
+    gcstring_vector settings;
+    Tokenize(levels, settings);
+    for (const gcstring& setting : settings)
+        ApplyLevel(hierarchy, Trimmed(setting.view()));
+    if (const AppenderPtr file = path.empty() ? nullptr : OpenFile(path)) {
+        hierarchy.Root().removeAllAppenders();
+        hierarchy.Root().addAppender(file);
+    }
+    return true;
+}
+
+} // namespace GenICam
