@@ -44,3 +44,17 @@ function(zelmo_test name)
     gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60
         PROPERTIES TIMEOUT 300 ENVIRONMENT "${ARG_ENVIRONMENT}")
 endfunction()
+
+# zelmo_library_copy_test(<name> SOURCES … [LINK …] [DEPENDS …] [ENVIRONMENT …])
+# The same for what the library looks for beside itself: the tests run with a copy of libzelmo.so in <folder>/lib, where
+# the environment variable ZELMO_TEST_FOLDER names a folder of the process's own.
+function(zelmo_library_copy_test name)
+    cmake_parse_arguments(ARG "" "" "SOURCES;LINK" ${ARGN})
+    zelmo_test(${name} SOURCES ${ARG_SOURCES} ${PROJECT_SOURCE_DIR}/tests/fakes/LibraryCopyMain.cpp
+        LINK zelmo genicam ${ARG_LINK} ${ARG_UNPARSED_ARGUMENTS})
+    foreach(library zelmo genicam)
+        string(TOUPPER ${library} upper)
+        target_compile_definitions(${name} PRIVATE
+            LIB${upper}_FILE="$<TARGET_FILE:${library}>" LIB${upper}_SONAME="$<TARGET_SONAME_FILE_NAME:${library}>")
+    endforeach()
+endfunction()
