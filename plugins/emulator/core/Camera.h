@@ -1,0 +1,59 @@
+#pragma once
+
+#include "FrameStream.h"
+#include "RegisterBank.h"
+
+#include <cstdint>
+#include <mutex>
+#include <string>
+
+namespace CamEmu {
+
+/// The simulated camera: a bank of registers with what writing them does, and a stream of images. Any number of front
+/// ends may read and write registers; one at a time may stream.
+/// Threads: any.
+/// Locks:   m_lock guards the registers; the stream's own lock is taken inside it, never the other way round.
+class CCamera {
+public:
+    /// @p number is the camera's, from 0; serial number and identity derive from it.
+    explicit CCamera(std::uint32_t number);
+
+    std::uint32_t Number() const { return m_number; }
+
+    /// Byte-addressed access. Reading may span registers; writing stays within one, takes effect at once, and changes
+    /// nothing unless the answer is Ok.
+    EAccessResult Read(std::uint64_t address, void* bytes, std::size_t length);
+    EAccessResult Write(std::uint64_t address, const void* bytes, std::size_t length);
+
+    std::string Text(std::uint32_t address); ///< of one of the text registers
+
+    /// Freezes all that decides the size and number of images, until UnlockFormat; the stream is started between them.
+    CImageFormat LockFormat();
+    void UnlockFormat();
+
+    CFrameStream& Stream() { return m_stream; }
+
+private:
+    void SetDefaults();
+    void SetText(std::uint32_t address, const std::string& text);
+    bool IsValid(const CRegister& written, const void* value) const;
+    bool IsValidGeometry(const CRegister& written, std::uint32_t value) const;
+    void TakeEffect(const CRegister& written);
+    void UpdateComputed();
+    CImageFormat Format() const;
+    CFrameSettings Settings() const;
+    std::uint64_t FramesOfAcquisition() const;
+
+    template <typename T>
+    T Get(std::uint32_t address) const;
+    template <typename T>
+    void Set(std::uint32_t address, T value);
+
+    const std::uint32_t m_number;
+    std::mutex m_lock;
+    CRegisterBank m_bank;
+    bool m_formatLocked = false;
+    CFrameStream m_stream;
+};
+
+} // namespace CamEmu

@@ -1,0 +1,203 @@
+#include "FrameStream.h"
+
+#include <algorithm>
+#include <chrono>
+#include <utility>
+#include <vector>
+
+namespace CamEmu {
+
+namespace {
+
+// A host that stood still for less than that gets its frames late; beyond, they are lost.
+constexpr std::int64_t maxLagNs = 1'000'000'000;
+
+std::chrono::steady_clock::time_point TimePoint(std::int64_t monotonicNs) {
+    return std::chrono::steady_clock::time_point(std::chrono::nanoseconds(monotonicNs));
+}
+
+} // namespace
+
+double CFrameSettings::ResultingRateHz() const {
+    return std::min(rateHz, 1e6 / exposureUs);
+}
+
+void CFrameStream::Start(const CImageFormat& format, IFrameSink& sink) {
+    const std::lock_guard lock(m_lock);
+    m_generator.Configure(format);
+    m_format = format;
+    m_counters = {};
+    m_stopping = false;
+    m_clock.Stop();
+    m_sink = &sink;
+    m_thread = std::thread([this] { Run(); });
+}
+
+void CFrameStream::Stop() noexcept {
+    if (!m_thread.joinable())
+        return;
+    {
+        const std::lock_guard lock(m_lock);
+        m_stopping = true;
+    }
+    m_changed.notify_all();
+    m_thread.join();
+    m_sink = nullptr;
+}
+
+void CFrameStream::Apply(const CFrameSettings& settings) {
+    const std::lock_guard lock(m_lock);
+    m_settings = settings;
+    m_changed.notify_all();
+}
+
+void CFrameStream::StartAcquisition(std::uint64_t frames) {
+    const std::lock_guard lock(m_lock);
+    m_acquiring = true;
+    m_framesLeft = frames;
+    m_clock.Stop();
+    m_changed.notify_all();
+}
+
+void CFrameStream::StopAcquisition() {
+    const std::lock_guard lock(m_lock);
+    m_acquiring = false;
+    m_changed.notify_all();
+}
+
+bool CFrameStream::IsAcquiring() const {
+    const std::lock_guard lock(m_lock);
+    return m_acquiring;
+}
+
+void CFrameStream::Reserve(std::size_t buffers) {
+    const std::lock_guard lock(m_lock);
+    if (m_queue.capacity() < buffers)
+        m_queue.set_capacity(buffers);
+}
+
+void CFrameStream::Queue(const CFrameBuffer& buffer) {
+    const std::lock_guard lock(m_lock);
+    if (m_queue.full())
+        m_queue.set_capacity(m_queue.capacity() * 2 + 8);
+    m_queue.push_back(buffer);
+    if (!m_settings.rateLimited && m_queue.size() == 1) // else nobody waits for it
+        m_changed.notify_all();
+}
+
+void CFrameStream::CancelQueued(IFrameSink& sink) {
+    std::vector<CFrameBuffer> cancelled;
+    {
+        Lock lock(m_lock);
+        cancelled.assign(m_queue.begin(), m_queue.end());
+        m_queue.clear();
+    }
+    for (const CFrameBuffer& buffer : cancelled) {
+        CFrame frame;
+        frame.buffer = buffer;
+        sink.OnFrame(frame);
+    }
+    Lock lock(m_lock);
+    m_changed.wait(lock, [this] { return !m_drawing; });
+}
+
+CStreamCounters CFrameStream::Counters() const {
+    const std::lock_guard lock(m_lock);
+    return m_counters;
+}
+
+void CFrameStream::Run() noexcept {
+    Lock lock(m_lock);
+    while (WaitForFrame(lock)) {
+        CFrame frame;
+        if (!TakeBuffer(frame))
+            continue;
+        m_drawing = true;
+        const CFrameSettings settings = m_settings;
+        lock.unlock();
+        Finish(frame, settings);
+        lock.lock();
+        m_drawing = false;
+        ++(frame.status == EFrameStatus::Complete ? m_counters.delivered : m_counters.failed);
+        m_changed.notify_all();
+    }
+}
+
+// Returns with the lock held when a frame is to begin now, or false when the stream is to stop.
+bool CFrameStream::WaitForFrame(Lock& lock) {
+    while (!m_stopping) {
+        if (!m_acquiring)
+            m_changed.wait(lock);
+        else if (m_settings.rateLimited ? WaitUntilDue(lock) : WaitForBuffer(lock))
+            return true;
+    }
+    return false;
+}
+
+// Both waits look once and wait at most once: what they waited for may have changed meanwhile.
+bool CFrameStream::WaitForBuffer(Lock& lock) {
+    m_clock.Stop();
+    if (!m_queue.empty())
+        return true;
+    m_changed.wait(lock);
+    return false;
+}
+
+bool CFrameStream::WaitUntilDue(Lock& lock) {
+    const double rateHz = m_settings.ResultingRateHz();
+    if (m_clock.IsRunning())
+        m_clock.SetRate(rateHz);
+    else
+        m_clock.Start(MonotonicNs(), rateHz);
+    const std::int64_t dueNs = m_clock.DueNs();
+    const std::int64_t nowNs = MonotonicNs();
+    if (dueNs > nowNs) {
+        m_changed.wait_until(lock, TimePoint(dueNs));
+        return false;
+    }
+    const std::uint64_t missed = m_clock.SkipBehind(nowNs, maxLagNs);
+    m_counters.lost += m_framesLeft == 0 ? missed : std::min(missed, m_framesLeft - 1);
+    CountFrames(m_framesLeft == 0 ? missed : std::min(missed, m_framesLeft - 1));
+    return true;
+}
+
+void CFrameStream::CountFrames(std::uint64_t frames) {
+    m_counters.begun += frames;
+    if (m_framesLeft == 0)
+        return;
+    m_framesLeft -= frames;
+    m_acquiring = m_framesLeft != 0;
+}
+
+// Begins the next frame. Without a buffer it is lost, and the answer is false.
+bool CFrameStream::TakeBuffer(CFrame& frame) {
+    frame.blockId = m_counters.begun;
+    frame.timestampNs = MonotonicNs();
+    frame.format = m_format;
+    if (m_clock.IsRunning()) {
+        frame.timestampNs = m_clock.DueNs();
+        m_clock.Advance();
+    }
+    CountFrames(1);
+    if (m_queue.empty()) {
+        ++m_counters.lost;
+        return false;
+    }
+    frame.buffer = m_queue.front();
+    m_queue.pop_front();
+    return true;
+}
+
+void CFrameStream::Finish(CFrame& frame, const CFrameSettings& settings) {
+    const std::size_t payload = frame.format.PayloadSize();
+    if (frame.buffer.memory.size() < payload) {
+        frame.status = EFrameStatus::TooSmall;
+    } else {
+        m_generator.Render(settings.testImage, frame.blockId, SensorResponse(settings.exposureUs, settings.gainDb),
+                           frame.buffer.memory.first(payload));
+        frame.status = EFrameStatus::Complete;
+    }
+    m_sink->OnFrame(frame);
+}
+
+} // namespace CamEmu

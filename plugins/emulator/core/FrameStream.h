@@ -1,0 +1,126 @@
+#pragma once
+
+#include "AcquisitionClock.h"
+#include "PatternGenerator.h"
+
+#include <boost/circular_buffer.hpp>
+
+#include <atomic>
+#include <condition_variable>
+#include <cstdint>
+#include <mutex>
+#include <span>
+#include <thread>
+
+namespace CamEmu {
+
+/// Memory that a frame can be drawn into. The owner of the stream keeps it alive until it comes back in a frame.
+struct CFrameBuffer {
+    std::span<std::uint8_t> memory;
+    void* context = nullptr; ///< the owner's
+};
+
+enum class EFrameStatus {
+    Complete,
+    TooSmall, ///< the buffer does not hold the payload; nothing was drawn
+    Cancelled ///< taken back from the queue; nothing was drawn, and only the buffer is set
+};
+
+/// A buffer on its way home.
+struct CFrame {
+    CFrameBuffer buffer;
+    EFrameStatus status = EFrameStatus::Cancelled;
+    std::uint64_t blockId = 0;
+    std::int64_t timestampNs = 0; ///< begin of the exposure, CLOCK_MONOTONIC
+    CImageFormat format;
+};
+
+/// Takes the frames of a stream.
+class IFrameSink {
+public:
+    /// Called on the stream thread, or, for a cancelled buffer, on the thread that cancels; without any lock of the
+    /// camera, so that it may queue the next buffer. One call at a time per buffer.
+    virtual void OnFrame(const CFrame& frame) noexcept = 0;
+
+protected:
+    ~IFrameSink() = default;
+};
+
+/// What may change from frame to frame.
+struct CFrameSettings {
+    double exposureUs = defaultExposureUs;
+    double gainDb = 0;
+    bool rateLimited = true;
+    double rateHz = 30; ///< wanted; a longer exposure lowers it
+    ETestImage testImage = ETestImage::Off;
+
+    double ResultingRateHz() const;
+};
+
+/// Frames since the stream was started: begun = delivered + failed + lost, but for the one that is being drawn.
+struct CStreamCounters {
+    std::uint64_t begun = 0, delivered = 0, failed = 0;
+    std::uint64_t lost = 0; ///< for want of a buffer, or because the host was too slow for the frame rate
+};
+
+/// The way of the images out of the camera: takes empty buffers, draws a frame into each and hands it to the sink.
+/// Frames are made while the stream is started and the camera acquires. With the rate limit on, a frame begins whenever
+/// it is due, and is lost when no buffer is queued then; without it, a frame begins as soon as there is a buffer.
+/// Owns:    the stream thread, from Start to Stop.
+/// Borrows: the sink from Start to Stop, queued memory until it went to the sink.
+/// Threads: any; Start and Stop one at a time.
+/// Locks:   m_lock, a leaf; never held while drawing or calling the sink.
+class CFrameStream {
+public:
+    explicit CFrameStream(std::uint32_t cameraNumber) : m_generator(cameraNumber) {}
+    ~CFrameStream() { Stop(); }
+    CFrameStream(const CFrameStream&) = delete;
+    CFrameStream& operator=(const CFrameStream&) = delete;
+
+    /// The number of the first frame is 0. @throws std::bad_alloc, std::system_error; then nothing is started.
+    void Start(const CImageFormat& format, IFrameSink& sink);
+    /// Ends the thread; a frame that is being drawn is finished first. Queued buffers stay queued.
+    void Stop() noexcept;
+
+    void Apply(const CFrameSettings& settings); ///< From the next frame on.
+    /// Makes that many frames, or frames without end for 0. Lost ones count too.
+    void StartAcquisition(std::uint64_t frames);
+    void StopAcquisition();
+    bool IsAcquiring() const;
+
+    void Reserve(std::size_t buffers); ///< Queueing up to that many buffers does not allocate.
+    void Queue(const CFrameBuffer& buffer);
+    /// Hands all queued buffers to @p sink as cancelled and waits for the one that is being drawn. Not to be called
+    /// from the sink.
+    void CancelQueued(IFrameSink& sink);
+
+    CStreamCounters Counters() const;
+
+private:
+    using Lock = std::unique_lock<std::mutex>;
+
+    void Run() noexcept;
+    bool WaitForFrame(Lock& lock);
+    bool WaitForBuffer(Lock& lock);
+    bool WaitUntilDue(Lock& lock);
+    void CountFrames(std::uint64_t frames);
+    bool TakeBuffer(CFrame& frame);
+    void Finish(CFrame& frame, const CFrameSettings& settings);
+
+    mutable std::mutex m_lock; // guards all but the generator, which belongs to the thread
+    std::condition_variable m_changed;
+    CFrameSettings m_settings;
+    CImageFormat m_format;
+    bool m_stopping = false;
+    bool m_acquiring = false;
+    bool m_drawing = false;
+    std::uint64_t m_framesLeft = 0; // of the acquisition; 0 with m_acquiring: no end
+    CAcquisitionClock m_clock;
+    CStreamCounters m_counters;
+    boost::circular_buffer<CFrameBuffer> m_queue;
+    IFrameSink* m_sink = nullptr; // set while the thread runs
+    CPatternGenerator m_generator;
+    std::thread m_thread;
+};
+
+} // namespace CamEmu

@@ -1,0 +1,101 @@
+#include "ImageFormat.h"
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cstring>
+
+namespace CamEmu {
+
+namespace {
+
+static_assert(std::endian::native == std::endian::little, "words are stored as the host has them");
+
+// Codes and names: PFNC.
+constexpr std::array formats{
+    CPixelFormat{0x01080001, "Mono8", EPixelLayout::Mono, EPacking::Byte, 8},
+    CPixelFormat{0x01100003, "Mono10", EPixelLayout::Mono, EPacking::Word, 10},
+    CPixelFormat{0x010A0046, "Mono10p", EPixelLayout::Mono, EPacking::BitStream, 10},
+    CPixelFormat{0x01100005, "Mono12", EPixelLayout::Mono, EPacking::Word, 12},
+    CPixelFormat{0x010C0047, "Mono12p", EPixelLayout::Mono, EPacking::BitStream, 12},
+    CPixelFormat{0x01100007, "Mono16", EPixelLayout::Mono, EPacking::Word, 16},
+    CPixelFormat{0x01080009, "BayerRG8", EPixelLayout::BayerRG, EPacking::Byte, 8},
+    CPixelFormat{0x02180014, "RGB8", EPixelLayout::Rgb, EPacking::Byte, 8},
+    CPixelFormat{0x02180015, "BGR8", EPixelLayout::Bgr, EPacking::Byte, 8},
+};
+
+// ITU-R BT.601 luma in 1/256.
+std::uint16_t Luma(const CColour& c) {
+    return static_cast<std::uint16_t>((c.red * 77u + c.green * 150u + c.blue * 29u) >> 8);
+}
+
+// Which pixel of each 2×2 cell is red: bit 0 its column, bit 1 its row; blue stands across.
+std::uint16_t BayerSample(EPixelLayout layout, const CColour& c, unsigned x, unsigned y) {
+    const unsigned red = layout == EPixelLayout::BayerRG   ? 0u
+                         : layout == EPixelLayout::BayerGR ? 1u
+                         : layout == EPixelLayout::BayerGB ? 2u
+                                                           : 3u;
+    const unsigned place = (x & 1u) | (y & 1u) << 1;
+    if (place == red)
+        return c.red;
+    return place == (red ^ 3u) ? c.blue : c.green;
+}
+
+void EncodeBitStream(unsigned bits, std::span<const std::uint16_t> samples, std::uint8_t* bytes) {
+    std::uint32_t pending = 0;
+    unsigned held = 0;
+    for (const std::uint16_t sample : samples) {
+        pending |= std::uint32_t{sample} >> (16 - bits) << held;
+        for (held += bits; held >= 8; held -= 8, pending >>= 8)
+            *bytes++ = static_cast<std::uint8_t>(pending);
+    }
+}
+
+} // namespace
+
+std::span<const CPixelFormat> PixelFormats() {
+    return formats;
+}
+
+const CPixelFormat* FindPixelFormat(std::uint32_t code) {
+    const auto* found = std::find_if(formats.begin(), formats.end(), [code](const auto& f) { return f.code == code; });
+    return found == formats.end() ? nullptr : found;
+}
+
+void PutPixel(const CPixelFormat& format, const CColour& colour, unsigned x, unsigned y, std::uint16_t* samples) {
+    switch (format.layout) {
+    case EPixelLayout::Mono:
+        samples[0] = Luma(colour);
+        break;
+    case EPixelLayout::Rgb:
+        samples[0] = colour.red, samples[1] = colour.green, samples[2] = colour.blue;
+        break;
+    case EPixelLayout::Bgr:
+        samples[0] = colour.blue, samples[1] = colour.green, samples[2] = colour.red;
+        break;
+    default:
+        samples[0] = BayerSample(format.layout, colour, x, y);
+    }
+}
+
+void EncodeSamples(const CPixelFormat& format, std::span<const std::uint16_t> samples, std::uint8_t* bytes) {
+    const unsigned shift = 16u - format.sampleBits;
+    switch (format.packing) {
+    case EPacking::Byte:
+        for (const std::uint16_t sample : samples)
+            *bytes++ = static_cast<std::uint8_t>(sample >> 8);
+        break;
+    case EPacking::Word:
+        for (const std::uint16_t sample : samples) {
+            const auto word = static_cast<std::uint16_t>(sample >> shift);
+            std::memcpy(bytes, &word, sizeof word);
+            bytes += sizeof word;
+        }
+        break;
+    case EPacking::BitStream:
+        EncodeBitStream(format.sampleBits, samples, bytes);
+        break;
+    }
+}
+
+} // namespace CamEmu

@@ -1,0 +1,65 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+namespace CamEmu {
+
+/// Where the colours of a pixel stand in memory.
+enum class EPixelLayout : std::uint8_t { Mono, BayerRG, BayerGR, BayerGB, BayerBG, Rgb, Bgr };
+
+/// How the samples of a line become bytes: one byte each, two bytes little endian, or a little-endian bit stream.
+enum class EPacking : std::uint8_t { Byte, Word, BitStream };
+
+/// What there is to know of one pixel format.
+struct CPixelFormat {
+    std::uint32_t code; ///< PFNC code; its bits 16 to 23 are the bits of a pixel.
+    const char* name;   ///< PFNC name.
+    EPixelLayout layout;
+    EPacking packing;
+    std::uint8_t sampleBits;
+
+    unsigned BitsPerPixel() const { return (code >> 16) & 0xFFu; }
+    unsigned SamplesPerPixel() const { return layout >= EPixelLayout::Rgb ? 3 : 1; }
+    bool IsBayer() const { return layout >= EPixelLayout::BayerRG && layout <= EPixelLayout::BayerBG; }
+};
+
+/// All formats of the camera; the first is the default.
+std::span<const CPixelFormat> PixelFormats();
+
+/// @return null when the camera has no format of that code.
+const CPixelFormat* FindPixelFormat(std::uint32_t code);
+
+/// A colour in full scale: 65535 is white in every pixel format.
+struct CColour {
+    std::uint16_t red, green, blue;
+};
+inline constexpr CColour black{0, 0, 0};
+inline constexpr CColour white{65535, 65535, 65535};
+
+/// Limits of the sensor, in pixels. Every width is a multiple of widthStep, so that lines end on a whole byte in all
+/// formats, and the smallest image still holds a frame record.
+inline constexpr std::uint32_t sensorWidth = 2048;
+inline constexpr std::uint32_t sensorHeight = 2048;
+inline constexpr std::uint32_t minWidth = 32;
+inline constexpr std::uint32_t minHeight = 1;
+inline constexpr std::uint32_t widthStep = 4;
+inline constexpr std::uint32_t offsetStep = 2; ///< keeps the colours of a Bayer mosaic in their place
+
+/// The window of the sensor that is read out, in pixels, and how.
+struct CImageFormat {
+    std::uint32_t width = 0, height = 0, offsetX = 0, offsetY = 0;
+    const CPixelFormat* pixels = nullptr;
+
+    std::size_t BytesPerLine() const { return std::size_t{width} * pixels->BitsPerPixel() / 8; }
+    std::size_t PayloadSize() const { return BytesPerLine() * height; }
+};
+
+/// The samples of one pixel at (@p x, @p y) that shows @p colour; writes SamplesPerPixel() values of 16 bit.
+void PutPixel(const CPixelFormat& format, const CColour& colour, unsigned x, unsigned y, std::uint16_t* samples);
+
+/// Packs samples of 16 bit into the bytes of the format. The count must fill whole bytes.
+void EncodeSamples(const CPixelFormat& format, std::span<const std::uint16_t> samples, std::uint8_t* bytes);
+
+} // namespace CamEmu

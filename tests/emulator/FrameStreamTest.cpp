@@ -1,0 +1,289 @@
+#include <core/AcquisitionClock.h>
+#include <core/FrameRecord.h>
+#include <core/FrameStream.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cmath>
+#include <map>
+#include <thread>
+#include <vector>
+
+using namespace CamEmu;
+using namespace std::chrono_literals;
+
+namespace {
+
+TEST(AcquisitionClockTest, DoesNotDriftOverMillionsOfFrames) {
+    CAcquisitionClock clock;
+    clock.Start(1000, 3.0); // a period of 333333333.3… ns
+    for (int i = 0; i < 3'000'000; ++i)
+        clock.Advance();
+    EXPECT_EQ(clock.DueNs(), 1000 + 1'000'000'000'000'000);
+}
+
+TEST(AcquisitionClockTest, ANewRateCountsFromTheLastFrame) {
+    CAcquisitionClock clock;
+    clock.Start(0, 10);
+    for (int i = 0; i < 5; ++i)
+        clock.Advance(); // the last one at 400 ms
+    clock.SetRate(100);
+    EXPECT_EQ(clock.DueNs(), 410'000'000);
+    clock.SetRate(100);
+    EXPECT_EQ(clock.DueNs(), 410'000'000);
+}
+
+TEST(AcquisitionClockTest, CatchesUpAShortDelayAndSkipsALongOne) {
+    CAcquisitionClock clock;
+    clock.Start(0, 10);
+    EXPECT_EQ(clock.SkipBehind(1'000'000'000, 1'000'000'000), 0u);
+    EXPECT_EQ(clock.SkipBehind(5'050'000'000, 1'000'000'000), 50u);
+    EXPECT_EQ(clock.DueNs(), 5'000'000'000) << "in step with the frames before";
+}
+
+/// Collects what comes back; queues buffers again on request.
+class CollectingSink final : public IFrameSink {
+public:
+    explicit CollectingSink(CFrameStream& stream) : m_stream(stream) {}
+
+    void OnFrame(const CFrame& frame) noexcept override {
+        const std::lock_guard lock(m_lock);
+        m_frames.push_back(frame);
+        if (frame.status == EFrameStatus::Complete &&
+            CheckFrame(frame.buffer.memory.first(frame.format.PayloadSize()), m_record) == EFrameCheck::Intact &&
+            m_record.blockId == frame.blockId)
+            ++m_intact;
+        if (m_requeue && frame.status == EFrameStatus::Complete)
+            m_stream.Queue(frame.buffer);
+        m_arrived.notify_all();
+    }
+    bool WaitFor(std::size_t frames) {
+        std::unique_lock lock(m_lock);
+        return m_arrived.wait_for(lock, 60s, [&] { return m_frames.size() >= frames; });
+    }
+    std::vector<CFrame> Frames() const {
+        const std::lock_guard lock(m_lock);
+        return m_frames;
+    }
+    std::size_t Count(EFrameStatus status) const {
+        const std::lock_guard lock(m_lock);
+        return static_cast<std::size_t>(
+            std::count_if(m_frames.begin(), m_frames.end(), [=](const CFrame& f) { return f.status == status; }));
+    }
+    std::size_t Intact() const {
+        const std::lock_guard lock(m_lock);
+        return m_intact;
+    }
+    std::atomic<bool> m_requeue = false;
+
+private:
+    CFrameStream& m_stream;
+    mutable std::mutex m_lock;
+    std::condition_variable m_arrived;
+    std::vector<CFrame> m_frames;
+    CFrameRecord m_record;
+    std::size_t m_intact = 0;
+};
+
+class FrameStreamTest : public ::testing::Test {
+protected:
+    void Configure(double rateHz) { // 0: no limit
+        m_settings.rateLimited = rateHz > 0;
+        m_settings.rateHz = rateHz > 0 ? rateHz : 1;
+        m_settings.exposureUs = 10;
+        m_settings.testImage = ETestImage::FrameCounter;
+        m_stream.Apply(m_settings);
+    }
+    void Queue(std::size_t count, std::size_t sizeBytes = 64 * 4) {
+        for (std::size_t i = 0; i < count; ++i) {
+            m_memory.push_back(std::make_unique<std::vector<std::uint8_t>>(sizeBytes, 0xEE));
+            m_stream.Queue({*m_memory.back(), m_memory.back().get()});
+        }
+    }
+    bool WaitForBegun(std::uint64_t frames) {
+        const auto end = std::chrono::steady_clock::now() + 60s;
+        while (m_stream.Counters().begun < frames && std::chrono::steady_clock::now() < end)
+            std::this_thread::yield();
+        return m_stream.Counters().begun >= frames;
+    }
+    void ExpectFramesFrom(std::uint64_t first, std::size_t count) {
+        const auto frames = m_sink.Frames();
+        ASSERT_GE(frames.size(), count);
+        for (std::size_t i = 0; i < count; ++i)
+            ASSERT_EQ(frames[i].blockId, first + i);
+    }
+
+    const CImageFormat m_format{64, 4, 0, 0, &PixelFormats()[0]};
+    CFrameSettings m_settings;
+    std::vector<std::unique_ptr<std::vector<std::uint8_t>>> m_memory;
+    CFrameStream m_stream{1};
+    CollectingSink m_sink{m_stream};
+};
+
+TEST_F(FrameStreamTest, WithoutLimitItWaitsForBuffersAndLosesNothing) {
+    Configure(0);
+    m_stream.Start(m_format, m_sink);
+    m_stream.StartAcquisition(0);
+    m_sink.m_requeue = true;
+    Queue(3);
+    ASSERT_TRUE(m_sink.WaitFor(5000));
+    m_stream.Stop();
+    ExpectFramesFrom(0, 5000);
+    const CStreamCounters counters = m_stream.Counters();
+    EXPECT_EQ(counters.lost, 0u);
+    EXPECT_EQ(counters.begun, counters.delivered);
+    EXPECT_EQ(m_sink.Intact(), counters.delivered);
+}
+
+TEST_F(FrameStreamTest, FramesComeWhenBothStreamAndAcquisitionAreStartedInAnyOrder) {
+    Configure(0);
+    Queue(2);
+    m_stream.StartAcquisition(0);
+    m_stream.Start(m_format, m_sink);
+    EXPECT_TRUE(m_sink.WaitFor(2));
+    m_stream.Stop();
+    m_stream.StopAcquisition();
+    m_stream.Start(m_format, m_sink);
+    Queue(2);
+    EXPECT_EQ(m_stream.Counters().begun, 0u);
+    m_stream.StartAcquisition(0);
+    EXPECT_TRUE(m_sink.WaitFor(4));
+}
+
+TEST_F(FrameStreamTest, PacedFramesAreStampedExactlyOnePeriodApart) {
+    Configure(700);
+    Queue(50);
+    m_stream.Start(m_format, m_sink);
+    m_stream.StartAcquisition(50);
+    ASSERT_TRUE(m_sink.WaitFor(50));
+    m_stream.Stop();
+    const auto frames = m_sink.Frames();
+    for (std::size_t i = 1; i < frames.size(); ++i) {
+        if (m_stream.Counters().lost == 0) { // else the host stood still for a second
+            EXPECT_EQ(frames[i].timestampNs - frames[0].timestampNs, std::llround(static_cast<double>(i) * 1e9 / 700));
+        }
+        EXPECT_GT(frames[i].timestampNs, frames[i - 1].timestampNs);
+    }
+}
+
+TEST_F(FrameStreamTest, PacedFramesWithoutABufferAreLostAndStillCounted) {
+    Configure(5000);
+    m_stream.Start(m_format, m_sink);
+    Queue(3);
+    m_stream.StartAcquisition(0);
+    ASSERT_TRUE(m_sink.WaitFor(3));
+    ASSERT_TRUE(WaitForBegun(20));
+    Queue(1);
+    ASSERT_TRUE(m_sink.WaitFor(4));
+    m_stream.Stop();
+    const CStreamCounters counters = m_stream.Counters();
+    EXPECT_GE(m_sink.Frames()[3].blockId, 20u);
+    EXPECT_EQ(counters.delivered, 4u);
+    EXPECT_EQ(counters.begun, counters.delivered + counters.lost);
+}
+
+TEST_F(FrameStreamTest, AnAcquisitionOfSomeFramesEndsByItself) {
+    for (const double rateHz : {0.0, 2000.0}) {
+        Configure(rateHz);
+        Queue(10);
+        m_stream.Start(m_format, m_sink);
+        m_stream.StartAcquisition(4);
+        ASSERT_TRUE(WaitForBegun(4));
+        EXPECT_FALSE(m_stream.IsAcquiring());
+        m_stream.StartAcquisition(1); // block ids go on
+        ASSERT_TRUE(WaitForBegun(5));
+        m_stream.CancelQueued(m_sink);
+        m_stream.Stop();
+        EXPECT_EQ(m_stream.Counters().begun, 5u);
+    }
+}
+
+TEST_F(FrameStreamTest, ABufferTooSmallFailsAndIsNotTouched) {
+    Configure(0);
+    m_stream.Start(m_format, m_sink);
+    Queue(1, 64 * 4 - 1);
+    Queue(1);
+    m_stream.StartAcquisition(0);
+    ASSERT_TRUE(m_sink.WaitFor(2));
+    m_stream.Stop();
+    EXPECT_EQ(m_sink.Frames()[0].status, EFrameStatus::TooSmall);
+    EXPECT_EQ(*m_memory[0], std::vector<std::uint8_t>(64 * 4 - 1, 0xEE));
+    EXPECT_EQ(m_sink.Frames()[1].status, EFrameStatus::Complete);
+    EXPECT_EQ(m_stream.Counters().failed, 1u);
+}
+
+TEST_F(FrameStreamTest, CancelledBuffersComeBackInOrderAndStreamingGoesOn) {
+    Configure(0);
+    Queue(5);
+    m_stream.CancelQueued(m_sink); // also while stopped
+    m_stream.Start(m_format, m_sink);
+    const auto frames = m_sink.Frames();
+    ASSERT_EQ(frames.size(), 5u);
+    for (std::size_t i = 0; i < 5; ++i) {
+        EXPECT_EQ(frames[i].status, EFrameStatus::Cancelled);
+        EXPECT_EQ(frames[i].buffer.context, m_memory[i].get());
+    }
+    m_stream.StartAcquisition(0);
+    Queue(1);
+    EXPECT_TRUE(m_sink.WaitFor(6));
+    EXPECT_EQ(m_sink.Count(EFrameStatus::Complete), 1u);
+}
+
+TEST_F(FrameStreamTest, SettingsReachTheNextFrameWhileStreaming) {
+    Configure(0);
+    m_settings.testImage = ETestImage::White;
+    m_stream.Apply(m_settings);
+    m_stream.Start(m_format, m_sink);
+    m_stream.StartAcquisition(0);
+    Queue(1);
+    ASSERT_TRUE(m_sink.WaitFor(1));
+    m_settings.testImage = ETestImage::Black;
+    m_stream.Apply(m_settings);
+    Queue(1);
+    ASSERT_TRUE(m_sink.WaitFor(2));
+    EXPECT_EQ(m_memory[0]->front(), 0xFF);
+    EXPECT_EQ(m_memory[1]->front(), 0x00);
+}
+
+TEST_F(FrameStreamTest, EveryBufferComesBackOnceWhateverHappensAtTheSameTime) {
+    Configure(20000);
+    std::atomic<bool> done = false;
+    std::thread control([&] {
+        for (int i = 0; !done; ++i) {
+            m_settings.rateLimited = i % 2 == 0;
+            m_stream.Apply(m_settings);
+            m_stream.StartAcquisition(i % 3 == 0 ? 5 : 0);
+            if (i % 7 == 0)
+                m_stream.StopAcquisition();
+            std::this_thread::yield();
+        }
+    });
+    std::thread flusher([&] {
+        while (!done) {
+            m_stream.CancelQueued(m_sink);
+            std::this_thread::yield();
+        }
+    });
+    for (int session = 0; session < 100; ++session) {
+        m_stream.Start(m_format, m_sink);
+        Queue(20);
+        m_stream.Stop();
+        const CStreamCounters counters = m_stream.Counters();
+        ASSERT_EQ(counters.begun, counters.delivered + counters.lost);
+    }
+    done = true;
+    control.join();
+    flusher.join();
+    m_stream.CancelQueued(m_sink);
+    std::map<void*, int> returns;
+    for (const CFrame& frame : m_sink.Frames())
+        ++returns[frame.buffer.context];
+    EXPECT_EQ(returns.size(), 2000u);
+    EXPECT_EQ(m_sink.Frames().size(), 2000u);
+    EXPECT_EQ(m_sink.Intact(), m_sink.Count(EFrameStatus::Complete));
+}
+
+} // namespace

@@ -1,0 +1,286 @@
+#include "ImageProbe.h"
+
+#include <core/FrameRecord.h>
+#include <core/PatternGenerator.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <stdexcept>
+#include <string>
+#include <tuple>
+#include <utility>
+#include <vector>
+
+using namespace CamEmu;
+
+namespace {
+
+constexpr CSensorResponse noiseFree{1.0, 0.0};
+
+const CPixelFormat& FormatNamed(const std::string& name) {
+    for (const CPixelFormat& format : PixelFormats())
+        if (name == format.name)
+            return format;
+    throw std::runtime_error("no pixel format " + name);
+}
+
+std::vector<std::uint8_t> Draw(const CImageFormat& format, ETestImage image, std::uint64_t blockId = 0,
+                               const CSensorResponse& response = noiseFree) {
+    CPatternGenerator generator(7);
+    generator.Configure(format);
+    std::vector<std::uint8_t> bytes(format.PayloadSize());
+    generator.Render(image, blockId, response, bytes);
+    return bytes;
+}
+
+constexpr unsigned imageCount = static_cast<unsigned>(ETestImage::Count_);
+
+// Every image in one pixel format.
+class PixelFormatTest : public ::testing::TestWithParam<CPixelFormat> {
+protected:
+    CImageFormat Format(unsigned width, unsigned height) const { return {width, height, 6, 10, &GetParam()}; }
+};
+
+TEST_P(PixelFormatTest, ImagesFillExactlyThePayload) {
+    for (const auto& [width, height] : {std::pair{minWidth, 1u}, {52u, 2u}, {52u, 3u}, {300u, 21u}}) {
+        const CImageFormat format = Format(width, height);
+        CPatternGenerator generator(0);
+        generator.Configure(format);
+        for (unsigned image = 0; image < imageCount; ++image) {
+            SCOPED_TRACE(testing::Message() << "image " << image << ", " << width << "x" << height);
+            std::vector<std::uint8_t> zeros(format.PayloadSize() + 64, 0x00), ones(format.PayloadSize() + 64, 0xFF);
+            for (auto* bytes : {&zeros, &ones})
+                generator.Render(static_cast<ETestImage>(image), 3, noiseFree,
+                                 std::span(*bytes).first(format.PayloadSize()));
+            const auto end = static_cast<std::ptrdiff_t>(format.PayloadSize());
+            EXPECT_TRUE(std::equal(zeros.begin(), zeros.begin() + end, ones.begin())) << "a byte was left out";
+            EXPECT_EQ(std::count(zeros.begin() + end, zeros.end(), 0x00), 64);
+            EXPECT_EQ(std::count(ones.begin() + end, ones.end(), 0xFF), 64);
+        }
+    }
+}
+
+TEST_P(PixelFormatTest, ImagesDoNotDependOnWhatWasDrawnBefore) {
+    CPatternGenerator used(7);
+    used.Configure({64, 64, 0, 0, &PixelFormats()[0]});
+    std::vector<std::uint8_t> other(64 * 64);
+    used.Render(ETestImage::FrameCounter, 1, noiseFree, other);
+    const CImageFormat format = Format(52, 21);
+    used.Configure(format);
+    std::vector<std::uint8_t> bytes(format.PayloadSize());
+    for (unsigned image = 0; image < imageCount; ++image) {
+        used.Render(static_cast<ETestImage>(image), 300, {0.5, 1}, bytes);
+        EXPECT_EQ(bytes, Draw(format, static_cast<ETestImage>(image), 300, {0.5, 1})) << "image " << image;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(All, PixelFormatTest, ::testing::ValuesIn(PixelFormats().begin(), PixelFormats().end()),
+                         [](const auto& info) { return std::string(info.param.name); });
+
+// Two frames later a moving image has moved by two pixels; the step keeps the colours of a Bayer mosaic.
+class MovingImageTest : public ::testing::TestWithParam<std::tuple<ETestImage, unsigned, unsigned>> {};
+
+TEST_P(MovingImageTest, MovesOnePixelAFrameInEveryFormat) {
+    const auto [image, dx, dy] = GetParam();
+    for (const CPixelFormat& pixels : PixelFormats()) {
+        const CImageFormat format{300, 9, 0, 0, &pixels};
+        for (const std::uint64_t frame : {0u, 1u, 254u, 255u, 256u}) {
+            const auto before = Draw(format, image, frame), after = Draw(format, image, frame + 2);
+            const ImageProbe old(format, before), now(format, after);
+            for (unsigned y = 0; y + 2 < format.height; ++y)
+                for (unsigned x = 0; x + 2 < format.width; ++x)
+                    for (unsigned c = 0; c < pixels.SamplesPerPixel(); ++c)
+                        ASSERT_EQ(now.At(x, y, c), old.At(x + 2 * dx, y + 2 * dy, c)) << pixels.name << x << "," << y;
+            ASSERT_NE(before, after) << pixels.name;
+        }
+    }
+}
+INSTANTIATE_TEST_SUITE_P(All, MovingImageTest,
+                         ::testing::Values(std::tuple{ETestImage::HorizontalRampMoving, 1u, 0u},
+                                           std::tuple{ETestImage::VerticalRampMoving, 0u, 1u},
+                                           std::tuple{ETestImage::DiagonalGradientMoving, 1u, 0u},
+                                           std::tuple{ETestImage::DiagonalGradientMoving, 0u, 1u},
+                                           std::tuple{ETestImage::DiagonalColourGradientMoving, 1u, 0u}));
+
+struct PixelCase {
+    const char* format;
+    ETestImage image;
+    unsigned x, y;
+    std::vector<unsigned> samples;
+};
+
+class KnownPixelTest : public ::testing::TestWithParam<PixelCase> {};
+
+TEST_P(KnownPixelTest, HasTheValueOfThePattern) {
+    const auto& [name, image, x, y, samples] = GetParam();
+    const CImageFormat format{512, 300, 0, 0, &FormatNamed(name)};
+    const auto bytes = Draw(format, image);
+    for (unsigned c = 0; c < samples.size(); ++c)
+        EXPECT_EQ(ImageProbe(format, bytes).At(x, y, c), samples[c]) << "channel " << c;
+}
+INSTANTIATE_TEST_SUITE_P(
+    All, KnownPixelTest,
+    ::testing::Values(PixelCase{"Mono8", ETestImage::HorizontalRamp, 300, 7, {44}},
+                      PixelCase{"Mono8", ETestImage::VerticalRamp, 5, 260, {4}},
+                      PixelCase{"Mono8", ETestImage::DiagonalGradient, 200, 100, {44}},
+                      PixelCase{"Mono12p", ETestImage::HorizontalRamp, 255, 1, {4095}},
+                      PixelCase{"Mono12p", ETestImage::HorizontalRamp, 129, 1, {0x818}},
+                      PixelCase{"Mono10p", ETestImage::DiagonalGradient, 129, 128, {4}}, // phase 257, and so 1
+                      PixelCase{"Mono16", ETestImage::White, 0, 0, {65535}},
+                      PixelCase{"Mono12", ETestImage::White, 511, 299, {4095}},
+                      PixelCase{"RGB8", ETestImage::Black, 9, 9, {0, 0, 0}},
+                      PixelCase{"RGB8", ETestImage::ColourBars, 330, 1, {255, 0, 0}}, // white yellow cyan green
+                      PixelCase{"BGR8", ETestImage::ColourBars, 330, 1, {0, 0, 255}}, // magenta red blue black
+                      PixelCase{"BayerRG8", ETestImage::ColourBars, 330, 2, {255}},
+                      PixelCase{"BayerRG8", ETestImage::ColourBars, 331, 2, {0}},
+                      PixelCase{"BayerRG8", ETestImage::ColourBars, 385, 3, {255}}, // blue
+                      PixelCase{"BayerRG8", ETestImage::ColourBars, 385, 2, {0}}));
+
+// ---- the scene
+
+struct ResponseCase {
+    double exposureUs, gainDb, factor;
+};
+class SceneResponseTest : public ::testing::TestWithParam<ResponseCase> {};
+
+TEST_P(SceneResponseTest, MeanFollowsExposureTimeAndGain) {
+    const CImageFormat format{256, 256, 512, 512, &FormatNamed("Mono16")};
+    const auto mean = [&](double exposureUs, double gainDb) {
+        const auto bytes = Draw(format, ETestImage::Off, 5, SensorResponse(exposureUs, gainDb));
+        return ImageProbe(format, bytes).Mean();
+    };
+    const double reference = mean(defaultExposureUs, 0);
+    EXPECT_NEAR(mean(GetParam().exposureUs, GetParam().gainDb) / reference, GetParam().factor,
+                0.02 * GetParam().factor);
+}
+INSTANTIATE_TEST_SUITE_P(All, SceneResponseTest,
+                         ::testing::Values(ResponseCase{5000, 0, 0.5}, ResponseCase{1000, 0, 0.1},
+                                           ResponseCase{1000, 20, 1.0}, ResponseCase{10000, 3.0103, 1.4142},
+                                           ResponseCase{2500, 6.0206, 0.5}));
+
+TEST(SceneTest, OverexposureClipsAtFullScale) {
+    for (const CPixelFormat& pixels : PixelFormats()) {
+        const CImageFormat format{128, 64, 0, 0, &pixels};
+        const auto bytes = Draw(format, ETestImage::Off, 0, {1000, 1});
+        const ImageProbe probe(format, bytes);
+        for (unsigned x = 64; x < 128; ++x)
+            ASSERT_EQ(probe.At(x, 63), (1u << pixels.sampleBits) - 1) << pixels.name;
+    }
+}
+
+TEST(SceneTest, OffsetsMoveTheWindowOverTheScene) {
+    for (const char* name : {"Mono8", "BayerRG8", "RGB8"}) {
+        const CImageFormat whole{512, 300, 100, 200, &FormatNamed(name)};
+        CImageFormat part{128, 40, 100 + 222, 200 + 254, whole.pixels};
+        const auto wholeBytes = Draw(whole, ETestImage::Off), partBytes = Draw(part, ETestImage::Off);
+        for (unsigned y = 0; y < part.height; ++y)
+            for (unsigned x = 0; x < part.width; ++x)
+                ASSERT_EQ(ImageProbe(part, partBytes).At(x, y), ImageProbe(whole, wholeBytes).At(x + 222, y + 254))
+                    << name << " " << x << "," << y;
+    }
+}
+
+TEST(SceneTest, NoiseIsSmallDiffersFromFrameToFrameAndCanBeRepeated) {
+    const CImageFormat format{128, 128, 0, 0, &FormatNamed("Mono16")};
+    const auto still = Draw(format, ETestImage::Off, 1), first = Draw(format, ETestImage::Off, 1, {1, 1}),
+               second = Draw(format, ETestImage::Off, 2, {1, 1});
+    EXPECT_NE(first, second);
+    EXPECT_EQ(first, Draw(format, ETestImage::Off, 1, {1, 1}));
+    double squares = 0;
+    for (unsigned y = 0; y < format.height; ++y)
+        for (unsigned x = 0; x < format.width; ++x) {
+            const double noise = static_cast<double>(ImageProbe(format, first).At(x, y)) -
+                                 static_cast<double>(ImageProbe(format, still).At(x, y));
+            squares += noise * noise;
+        }
+    EXPECT_NEAR(std::sqrt(squares / (128 * 128)), 150, 15);
+}
+
+// ---- the frame counter
+
+TEST(FrameCounterTest, RecordTellsCameraBlockAndSize) {
+    for (const CPixelFormat& pixels : PixelFormats()) {
+        const CImageFormat format{64, 48, 0, 0, &pixels};
+        const auto image = Draw(format, ETestImage::FrameCounter, 0x123456789ABC);
+        CFrameRecord record;
+        ASSERT_EQ(CheckFrame(image, record), EFrameCheck::Intact) << pixels.name;
+        EXPECT_EQ(record.cameraNumber, 7u);
+        EXPECT_EQ(record.blockId, 0x123456789ABCu);
+        EXPECT_EQ(record.payloadSize, format.PayloadSize());
+    }
+}
+
+TEST(FrameCounterTest, SmallestImageIsAllRecord) {
+    const auto image = Draw({minWidth, minHeight, 0, 0, &FormatNamed("Mono8")}, ETestImage::FrameCounter, 5);
+    ASSERT_EQ(image.size(), CFrameRecord::sizeBytes);
+    CFrameRecord record;
+    EXPECT_EQ(CheckFrame(image, record), EFrameCheck::Intact);
+    EXPECT_EQ(record.blockId, 5u);
+}
+
+TEST(FrameCounterTest, LayoutIsThatOfTheDocumentation) {
+    const auto image = Draw({64, 48, 0, 0, &FormatNamed("Mono8")}, ETestImage::FrameCounter, 258);
+    const std::vector<std::uint8_t> head(image.begin(), image.begin() + 12),
+        tail(image.begin() + 16, image.begin() + 32);
+    EXPECT_EQ(head, (std::vector<std::uint8_t>{'C', 'E', 'F', 'R', 1, 0, 32, 0, 7, 0, 0, 0}));
+    EXPECT_EQ(tail, (std::vector<std::uint8_t>{2, 1, 0, 0, 0, 0, 0, 0, 0, 12, 0, 0, 0, 0, 0, 0}));
+}
+
+TEST(FrameCounterTest, AnyChangedByteBehindTheRecordIsFound) {
+    const auto good = Draw({64, 48, 0, 0, &FormatNamed("Mono8")}, ETestImage::FrameCounter, 9);
+    CFrameRecord record;
+    for (std::size_t i = CFrameRecord::sizeBytes; i < good.size(); i += 37) {
+        auto bad = good;
+        bad[i] ^= 0x10;
+        ASSERT_EQ(CheckFrame(bad, record), EFrameCheck::Torn) << "byte " << i;
+    }
+}
+
+TEST(FrameCounterTest, AnImageMadeOfTwoIsFoundWhereverItIsCut) {
+    const CImageFormat format{64, 48, 0, 0, &FormatNamed("Mono8")};
+    const auto before = Draw(format, ETestImage::FrameCounter, 41), after = Draw(format, ETestImage::FrameCounter, 42);
+    CFrameRecord record;
+    for (std::size_t cut = CFrameRecord::sizeBytes; cut < before.size(); cut += 50) {
+        auto torn = before;
+        std::copy(after.begin() + static_cast<std::ptrdiff_t>(cut), after.end(),
+                  torn.begin() + static_cast<std::ptrdiff_t>(cut));
+        ASSERT_EQ(CheckFrame(torn, record), EFrameCheck::Torn) << "cut at " << cut;
+    }
+}
+
+TEST(FrameCounterTest, WhatIsNoRecordIsToldFromWhatIsCutOff) {
+    const CImageFormat format{64, 48, 0, 0, &FormatNamed("Mono8")};
+    const auto image = Draw(format, ETestImage::FrameCounter, 1);
+    CFrameRecord record;
+    EXPECT_EQ(CheckFrame(std::span(image).first(31), record), EFrameCheck::NoRecord);
+    EXPECT_EQ(CheckFrame(Draw(format, ETestImage::HorizontalRamp), record), EFrameCheck::NoRecord);
+    EXPECT_EQ(CheckFrame(std::span(image).first(image.size() - 1), record), EFrameCheck::Truncated);
+    auto padded = image;
+    padded.resize(image.size() + 100);
+    EXPECT_EQ(CheckFrame(padded, record), EFrameCheck::Intact) << "a buffer may be larger than the image";
+}
+
+TEST(FrameCounterTest, ImageTooSmallForARecordIsLeftAlone) {
+    std::vector<std::uint8_t> bytes(31, 0x55);
+    WriteFrameRecord(1, 2, bytes);
+    EXPECT_EQ(std::count(bytes.begin(), bytes.end(), 0x55), 31);
+}
+
+TEST(FrameCounterTest, DigitsAreWhiteOnBlackAcrossTheMiddleAndTellNumbersApart) {
+    const CImageFormat format{256, 128, 0, 0, &FormatNamed("Mono8")};
+    std::vector<std::vector<std::uint8_t>> bands;
+    for (std::uint64_t number = 0; number < 10; ++number) {
+        const auto image = Draw(format, ETestImage::FrameCounter, number);
+        const auto band = std::vector<std::uint8_t>(image.begin() + 256 * 60, image.begin() + 256 * 68);
+        EXPECT_EQ(std::count(band.begin(), band.end(), 0) + std::count(band.begin(), band.end(), 255), 256 * 8);
+        EXPECT_EQ(std::count(image.begin() + 32, image.begin() + 256 * 20, 255), 0);
+        bands.emplace_back(image.begin() + 256 * 28, image.begin() + 256 * 100);
+    }
+    for (std::size_t a = 0; a < bands.size(); ++a)
+        for (std::size_t b = 0; b < a; ++b)
+            EXPECT_NE(bands[a], bands[b]) << a << " looks like " << b;
+}
+
+} // namespace
