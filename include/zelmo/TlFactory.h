@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <vector>
 
 #include <zelmo/DeviceFilter.h>
 #include <zelmo/Export.h>
@@ -9,8 +10,11 @@
 namespace Zelmo {
 
 class CRecursiveMutex;
+class CTlLibHelper;
+class CTlLibraries;
 class CTlMap;
 class ImplicitTlRefs;
+struct CTlEntry;
 
 /// The one door to devices: enumerates those of all transport layers as one list, and makes device objects by picking
 /// the transport layer from the device class. Loads the plug-ins at the first enumeration and holds them until the
@@ -70,18 +74,25 @@ public:
 private:
     friend class CTlFactoryInstance;
     class CTlReference;
-    struct CTlEntry;
-    class CTlEntries;
 
     CTlFactory();
     CTlFactory(const CTlFactory&) = delete;
     CTlFactory& operator=(const CTlFactory&) = delete;
 
     int InternalEnumerateTls(TlInfoList& list);
+    void ReadEntries(std::vector<CTlEntry>& entries);
+    void LoadLibraries();
+    ITransportLayer* AddRefLiveTl(const String_t& fullName);
+    ITransportLayer* CreateTl(const CTlEntry& entry);
+    ITransportLayer* CreateNewTl(const CTlInfo& info, CTlLibHelper& library);
+    CTlReference RequireTl(const String_t& deviceClass);
+    CDeviceInfo FindDevice(const CDeviceInfo& info, bool firstFound);
+    void EnumerateDevicesOf(const CTlEntry& entry, DeviceInfoList& list, const DeviceInfoList& filter);
 
-    std::atomic<CTlMap*> m_tlMap; // owned; null once terminated
+    std::atomic<CTlMap*> m_tlMap; // owned, like all pointers here; null once terminated
     ImplicitTlRefs* m_implicitTlRefs;
-    CRecursiveMutex* m_lock; // guards the above, the list of plug-ins, and all calls of their exports
+    CTlLibraries* m_libraries;
+    CRecursiveMutex* m_lock; // guards all of the above and all calls of plug-ins' exports
 };
 
 } // namespace Zelmo

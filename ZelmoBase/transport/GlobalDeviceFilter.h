@@ -1,0 +1,16 @@
+#pragma once
+
+#include <memory>
+
+#include <zelmo/DeviceInfo.h>
+
+namespace Zelmo {
+
+/// Reads ZELMO_DEVICE_FILTER into @p list. @return how many patterns were added.
+int ParseDeviceFilter(DeviceInfoList& list);
+
+/// Replaces what GetGlobalDeviceFilterInstance returns; null for no filter. Threads: the caller sees to it that nobody
+/// reads meanwhile.
+void SetGlobalDeviceFilter(std::unique_ptr<DeviceInfoList> filter);
+
+} // namespace Zelmo

@@ -1,0 +1,71 @@
+#include "ZelmoBase/transport/TlLibraries.h"
+
+#include <algorithm>
+#include <utility>
+
+#include <zelmo/Utilities.h>
+
+#include "ZelmoBase/core/Guarded.h"
+#include "ZelmoBase/transport/TlFactoryLog.h"
+#include "ZelmoBase/transport/TlSearch.h"
+
+namespace Zelmo {
+namespace {
+
+/// A plug-in's entries: none when it throws, so that it does not hide the others.
+TlInfoList ReadInfos(CTlLibHelper& library) {
+    TlInfoList infos;
+    const bool complete = RunLogged(
+        TlFactoryCatId(), "Exception in GetTLInfoList of TL lib '%s': %s",
+        "Exception in GetTLInfoList of TL lib '%s': Unknown exception", [&] { library.GetTlInfoList(infos, true); },
+        library.GetPath().c_str());
+    return complete ? std::move(infos) : TlInfoList();
+}
+
+void AppendEntries(CTlLibHelper& library, std::vector<CTlEntry>& entries) {
+    TlInfoList infos = ReadInfos(library);
+    for (CTlInfo& info : infos)
+        entries.push_back({std::move(info), &library});
+}
+
+} // namespace
+
+void CTlLibraries::Search(std::vector<CTlEntry>& entries) {
+    for (const std::string& path : FindTlLibraries(getZelmoFolderPath(FolderType_TransportLayers))) {
+        auto library = std::make_unique<CTlLibHelper>();
+        if (!library->Load(path.c_str()))
+            continue;
+        AppendEntries(*library, entries);
+        m_libraries.push_back(std::move(library));
+    }
+}
+
+void CTlLibraries::ReadEntries(std::vector<CTlEntry>& entries) {
+    for (const auto& library : m_libraries)
+        AppendEntries(*library, entries);
+}
+
+CTlLibHelper* CTlLibraries::FindLibrary(const CTlInfo& info) {
+    for (const auto& library : m_libraries) {
+        const TlInfoList infos = ReadInfos(*library);
+        if (std::find(infos.begin(), infos.end(), info) != infos.end())
+            return library.get();
+    }
+    return nullptr;
+}
+
+bool CTlLibraries::FindEntry(const String_t& deviceClass, CTlInfo& info) {
+    for (const auto& library : m_libraries) {
+        const TlInfoList infos = ReadInfos(*library);
+        const auto found = std::find_if(infos.begin(), infos.end(), [&](const CTlInfo& entry) {
+            return entry.IsDeviceClassAvailable() && entry.GetDeviceClass() == deviceClass;
+        });
+        if (found != infos.end()) {
+            info = *found;
+            return true;
+        }
+    }
+    return false;
+}
+
+} // namespace Zelmo

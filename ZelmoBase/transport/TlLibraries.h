@@ -1,0 +1,40 @@
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "ZelmoBase/transport/TlLibHelper.h"
+
+namespace Zelmo {
+
+/// One entry of a plug-in's list, and the plug-in.
+struct CTlEntry {
+    CTlInfo info;
+    CTlLibHelper* library;
+};
+
+/// All plug-ins loaded so far, in load order. None before the first search; once there is one, no further search is
+/// made and none is unloaded until the whole list goes. Threads: all under the factory lock.
+class CTlLibraries {
+public:
+    bool IsEmpty() const { return m_libraries.empty(); }
+
+    /// Loads the plug-ins of the transport layer folders and appends their entries as it goes.
+    void Search(std::vector<CTlEntry>& entries);
+
+    /// Appends the entries of all plug-ins that are loaded.
+    void ReadEntries(std::vector<CTlEntry>& entries);
+
+    /// The first plug-in with an entry equal to @p info, null when there is none.
+    CTlLibHelper* FindLibrary(const CTlInfo& info);
+
+    /// Sets @p info to the first entry of a device class. @return false when there is none.
+    bool FindEntry(const String_t& deviceClass, CTlInfo& info);
+
+    void Clear() { m_libraries.clear(); } ///< Unloads all.
+
+private:
+    std::vector<std::unique_ptr<CTlLibHelper>> m_libraries;
+};
+
+} // namespace Zelmo

@@ -1,0 +1,57 @@
+#include "ZelmoBase/transport/TlMap.h"
+
+#include <utility>
+
+#include <Base/GCException.h>
+
+#include "ZelmoBase/transport/TlFactoryLog.h"
+#include "ZelmoBase/transport/TlLibHelper.h"
+
+namespace Zelmo {
+
+CTlMap::~CTlMap() {
+    if (!m_entries.empty()) {
+        hxlog::LogTrace(TlFactoryCatId(), hxlog::LogLevel_Warn,
+                        "There are still %u TLs referenced. Check you calls to CTlFactory::ReleaseTl() and make sure "
+                        "you have called DestroyDevice() for each successfully created device.!",
+                        static_cast<unsigned int>(m_entries.size()));
+    }
+    const auto entries = m_entries; // a plug-in may still release transport layers in its Destroy
+    for (const auto& [tl, entry] : entries) {
+        if (auto* const counted = dynamic_cast<ITransportLayerPrivate*>(tl))
+            counted->AddRef(); // whatever it releases on its way out must not end it twice
+        if (entry.library)
+            entry.library->DestroyTl(tl);
+    }
+}
+
+void CTlMap::Add(ITransportLayer* tl, CTlLibHelper* library) {
+    if (!tl)
+        return;
+    String_t fullName = tl->GetTlInfo().GetFullName();
+    if (FindByFullName(fullName))
+        throw LOGICAL_ERROR_EXCEPTION("Tried to add the same transport layer twice");
+    Remove(tl); // the same address under another name
+    m_byFullName[fullName] = tl;
+    m_entries[tl] = {library, std::move(fullName)};
+}
+
+void CTlMap::Remove(ITransportLayer* tl) {
+    const auto it = m_entries.find(tl);
+    if (it == m_entries.end())
+        return;
+    m_byFullName.erase(it->second.fullName);
+    m_entries.erase(it);
+}
+
+ITransportLayer* CTlMap::FindByFullName(const String_t& name) const {
+    const auto it = m_byFullName.find(name);
+    return it == m_byFullName.end() ? nullptr : it->second;
+}
+
+CTlLibHelper* CTlMap::GetLib(ITransportLayer* tl) const {
+    const auto it = m_entries.find(tl);
+    return it == m_entries.end() ? nullptr : it->second.library;
+}
+
+} // namespace Zelmo
