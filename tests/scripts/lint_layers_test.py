@@ -1,0 +1,77 @@
+"""Each rule of scripts/lint-layers.py on a small tree: usage lint_layers_test.py <lint-layers.py>"""
+
+import subprocess
+import sys
+import tempfile
+import unittest
+from pathlib import Path
+
+LINT = sys.argv.pop(1)
+
+# A file, what it includes, and the complaint, or nothing where all is well.
+CASES = [
+    ("ZelmoBase/sync/A.cpp", "ZelmoBase/core/B.h", None),
+    ("ZelmoBase/core/A.cpp", "ZelmoBase/sync/B.h", "core includes ZelmoBase/sync/B.h of sync, which is above it"),
+    ("ZelmoBase/transport/A.cpp", "XMLWrapperLib/B.h", None),
+    ("ZelmoBase/core/A.cpp", "zelmo/Timer.h", "core includes zelmo/Timer.h of sync, which is above it"),
+    ("ZelmoBase/core/A.cpp", "zelmo/UsesTimer.h", "core includes zelmo/UsesTimer.h of sync, which is above it"),
+    ("ZelmoBase/pixel/A.cpp", "zelmo/UsesTimer.h", None),
+    ("ZelmoBase/Lifecycle.cpp", "ZelmoBase/sync/B.h", None),
+    ("ZelmoBase/core/A.cpp", "tinyxml2.h", "only XMLWrapperLib/ includes tinyxml2.h"),
+    ("XMLWrapperLib/A.cpp", "tinyxml2.h", None),
+    ("tests/A.cpp", "spdlog/spdlog.h", "only genicam/log/ includes spdlog"),
+    ("genicam/genapi/map/A.cpp", "pugixml.hpp", "only genicam/genapi/xml/ includes pugixml.hpp"),
+    ("genicam/base/A.cpp", "Log/CLog.h", "Base includes Log/CLog.h of Log, which is above it"),
+    ("genicam/genapi/map/A.cpp", "Log/CLog.h", None),
+    ("genicam/log/A.cpp", "zelmo/Timer.h", "the GenICam modules include zelmo/Timer.h"),
+    ("include/zelmo/A.h", "ZelmoBase/core/B.h", "a public header includes the private ZelmoBase/core/B.h"),
+    ("include/zelmo/A.h", "boost/any.hpp", "a public header includes boost/any.hpp of another library"),
+    ("plugins/x/A.cpp", "zelmo/internal/I.h", None),
+    ("plugins/x/A.cpp", "ZelmoBase/core/B.h", "includes the private ZelmoBase/core/B.h"),
+    ("plugins/emulator/core/A.cpp", "Base/GCString.h",
+     "the simulated camera knows nothing of Zelmo, but includes Base/GCString.h"),
+    ("tools/A.cpp", "zelmo/internal/I.h", "includes zelmo/internal/I.h, which is for plug-ins"),
+    ("examples/A.cpp", "zelmo/Timer.h", None),
+    ("include/zelmo/zelmo.h", "zelmo/Timer.h", "does not include <zelmo/UsesTimer.h>"),
+]
+
+TREE = {
+    "ZelmoBase/core/B.h": "",
+    "ZelmoBase/sync/B.h": "",
+    "ZelmoBase/sync/Timer_Unix.cpp": "#include <zelmo/Timer.h>\n",
+    "include/zelmo/Timer.h": "",
+    "include/zelmo/UsesTimer.h": "#include <zelmo/Timer.h>\n",
+    "include/zelmo/internal/I.h": "",
+}
+
+
+def run_lint(files):
+    with tempfile.TemporaryDirectory() as root:
+        subprocess.run(["git", "init", "-q", root], check=True)
+        for name, content in files.items():
+            path = Path(root, name)
+            path.parent.mkdir(parents=True, exist_ok=True)
+            path.write_text(content)
+        return subprocess.run([sys.executable, LINT, root], capture_output=True, text=True)
+
+
+class LintLayers(unittest.TestCase):
+    def test_each_rule_names_file_line_and_fault(self):
+        for file, included, complaint in CASES:
+            with self.subTest(file=file, included=included):
+                result = run_lint(TREE | {file: f"// a line\n#include <{included}>\n"})
+                if complaint is None:
+                    self.assertEqual((result.returncode, result.stdout + result.stderr), (0, ""))
+                else:
+                    self.assertEqual(result.returncode, 1)
+                    self.assertRegex(result.stdout, rf"(?m)^{file}:[12]: {complaint}")
+
+    def test_a_header_beside_is_named_from_the_root(self):
+        result = run_lint(TREE | {"plugins/x/A.cpp": '#include "B.h"\n', "plugins/x/B.h": ""})
+        self.assertEqual((result.returncode, result.stdout), (0, ""))
+        result = run_lint(TREE | {"ZelmoBase/core/A.cpp": '#include "../sync/B.h"\n'})
+        self.assertIn("ZelmoBase/core/A.cpp:1: core includes ZelmoBase/sync/B.h", result.stdout)
+
+
+if __name__ == "__main__":
+    unittest.main()
