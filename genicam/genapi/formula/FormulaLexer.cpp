@@ -64,8 +64,12 @@ void CFormulaLexer::Next() {
 }
 
 std::string CFormulaLexer::Describe(std::string_view reason) const {
-    const std::string token = m_kind == EToken::End ? "end" : "'" + Printable(m_token) + "'";
-    return "Position " + std::to_string(m_at + 1) + ", " + token + ": " + std::string(reason);
+    std::string text = "Position " + std::to_string(m_at + 1);
+    if (m_kind == EToken::End)
+        text.append(", end: ");
+    else
+        text.append(", '").append(Printable(m_token)).append("': ");
+    return text.append(reason);
 }
 
 std::size_t CFormulaLexer::SkipSpace(std::size_t at) const {

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include <clocale>
 #include <cmath>
 #include <cstdlib>
+#include <cstring>
 #include <limits>
 #include <locale.h>
 #include <system_error>
@@ -123,13 +123,14 @@ std::string PrintShortest(double value) {
     return std::string(text.data(), std::to_chars(text.data(), text.data() + text.size(), value).ptr);
 }
 
-// The value of the last digit that is printed.
+// The value of the last digit that is printed. It follows from the number itself: rounding may add a digit.
 double LastDigit(double value, std::chars_format format, int precision) {
     if (format == std::chars_format::fixed)
         return std::pow(10.0, -precision);
     const int digits = format == std::chars_format::general ? std::max(precision, 1) - 1 : precision;
-    const std::string text = Print(value, std::chars_format::scientific, digits);
-    return std::pow(10.0, std::atoi(text.c_str() + text.find('e') + 1) - digits);
+    std::array<char, 32> text;
+    *std::to_chars(text.data(), text.data() + text.size(), value, std::chars_format::scientific).ptr = '\0';
+    return std::pow(10.0, std::atoi(std::strchr(text.data(), 'e') + 1) - digits);
 }
 
 bool IsWithin(const std::string& text, double min, double max) {

@@ -1,0 +1,34 @@
+#include <GenApi/PortImpl.h>
+
+#include <Base/GCException.h>
+
+#include <GenApi/INode.h>
+
+namespace GenApi {
+
+CPortImpl::CPortImpl() = default;
+
+CPortImpl::~CPortImpl() = default;
+
+void CPortImpl::SetPortImpl(IPort* pPort) {
+    m_portNode = dynamic_cast<INode*>(pPort);
+}
+
+EYesNo CPortImpl::GetSwapEndianess() {
+    return No;
+}
+
+void CPortImpl::Replay(IPortWriteList* pPortRecorder, bool Invalidate) {
+    if (!pPortRecorder)
+        throw INVALID_ARGUMENT_EXCEPTION("Cannot replay a null write list");
+    pPortRecorder->Replay(this);
+    if (Invalidate)
+        InvalidateNode();
+}
+
+void CPortImpl::InvalidateNode() {
+    if (m_portNode)
+        m_portNode->InvalidateNode();
+}
+
+} // namespace GenApi
