@@ -1,0 +1,140 @@
+#include <zelmo/Lifecycle.h>
+
+#include "ZelmoBase/core/GenICamCache.h"
+#include "ZelmoBase/core/Mutex.h"
+#include "ZelmoBase/core/OsDescription.h"
+#include "ZelmoBase/transport/TlFactoryInstance.h"
+#include <zelmo/Log.h>
+#include <zelmo/ZelmoSettings.h>
+
+#include <Log/CLog.h>
+
+#include <cstdint>
+#include <cstdlib>
+
+namespace Zelmo {
+namespace {
+
+constexpr unsigned int kMajor = 6;
+constexpr unsigned int kMinor = 1;
+constexpr unsigned int kSubminor = 0;
+constexpr unsigned int kBuild = 18286;
+constexpr char kVersion[] = "6.1.0.18286";
+
+CRecursiveMutex g_initLock; // held during every step of start and stop; outside of the factory's lock
+std::int32_t g_initCount ZELMO_GUARDED_BY(g_initLock) = 0;
+bool g_isLoggingStarted ZELMO_GUARDED_BY(g_initLock) = false; // by us, and not shut down since
+
+CRecursiveMutex g_flagsLock;
+std::int64_t g_flags ZELMO_GUARDED_BY(g_flagsLock) = 0;
+
+unsigned long catId() {
+    static const unsigned long id = hxlog::LogGetCatID("zelmo.base");
+    return id;
+}
+
+bool HasInternalFlag(long mask) {
+    CLockGuard guard(g_flagsLock);
+    return (g_flags & mask) != 0;
+}
+
+void AddFlagsFromEnvironment() {
+    if (const char* text = std::getenv("ZELMOIF")) {
+        const long flags = std::atol(text);
+        if (flags != 0) {
+            AddInternalFlags(flags);
+        }
+    }
+}
+
+void StartLogging() ZELMO_REQUIRES(g_initLock) {
+    if (!g_isLoggingStarted && !HasInternalFlag(InternalFlag_ForeignLogging)) {
+        GenICam::CLog::Initialize();
+        g_isLoggingStarted = true;
+    }
+    hxlog::LogEnable(true);
+}
+
+void StopLogging() ZELMO_REQUIRES(g_initLock) {
+    hxlog::LogEnable(false);
+    GenICam::CLog::ShutDown();
+    g_isLoggingStarted = false;
+}
+
+void Start() ZELMO_REQUIRES(g_initLock) {
+    AddFlagsFromEnvironment();
+    StartLogging();
+    hxlog::LogTrace(catId(), hxlog::LogLevel_Notice, "Initializing Zelmo version %s (%s) on %s.", kVersion, "64 bit",
+                    DescribeOperatingSystem().c_str());
+    SetUpGenICamCache();
+    CZelmoSettings::UpdateSettings();
+    CTlFactoryInstance::Create();
+}
+
+/// What follows the factory's end.
+void Stop(bool shutDownLogging) ZELMO_REQUIRES(g_initLock) {
+    CZelmoSettings::ClearSettings();
+    ClearInternalFlags(InternalFlag_UntilTerminate);
+    hxlog::LogTrace(catId(), hxlog::LogLevel_Notice, "Terminated Zelmo for Linux.");
+    if (shutDownLogging && !HasInternalFlag(InternalFlag_ForeignLogging)) {
+        StopLogging();
+    }
+}
+
+} // namespace
+
+void ZelmoInitialize() noexcept {
+    CLockGuard guard(g_initLock);
+    if (++g_initCount > 1) {
+        return;
+    }
+    try {
+        Start();
+    } catch (...) {
+        hxlog::LogTrace(catId(), hxlog::LogLevel_Critical, "Exception during initialisation in ZelmoInitialize()!");
+    }
+}
+
+void ZelmoTerminate(bool shutDownLogging) noexcept {
+    CLockGuard guard(g_initLock);
+    if (g_initCount == 0) {
+        hxlog::LogTrace(catId(), hxlog::LogLevel_Info, "ZelmoTerminate called after zelmo has already terminated");
+        return;
+    }
+    if (--g_initCount > 0) {
+        return;
+    }
+    CTlFactoryInstance::Destroy(); // its destructors do not throw; if they did, the process would end
+    try {
+        Stop(shutDownLogging);
+    } catch (...) { // dropped: there is nobody left to tell
+    }
+}
+
+void AddInternalFlags(long flags) {
+    CLockGuard guard(g_flagsLock);
+    g_flags |= flags;
+}
+
+void ClearInternalFlags(long flags) {
+    CLockGuard guard(g_flagsLock);
+    g_flags &= ~std::int64_t{flags};
+}
+
+} // namespace Zelmo
+
+void GetZelmoVersion(unsigned int* major, unsigned int* minor, unsigned int* subminor, unsigned int* build) {
+    const auto store = [](unsigned int* target, unsigned int value) {
+        if (target != nullptr) {
+            *target = value;
+        }
+    };
+    store(major, Zelmo::kMajor);
+    store(minor, Zelmo::kMinor);
+    store(subminor, Zelmo::kSubminor);
+    store(build, Zelmo::kBuild);
+}
+
+const char* GetZelmoVersionString() {
+    return Zelmo::kVersion;
+}

@@ -1,0 +1,128 @@
+#include "ZelmoBase/core/Thread.h"
+
+#include "fakes/LogRecorder.h"
+#include <zelmo/Log.h>
+
+#include <Base/GCException.h>
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <future>
+#include <memory>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using Zelmo::CThread;
+
+TEST(ThreadTest, JoinWaitsForTheEndAndLetsTheNextOneStart) {
+    CThread thread;
+    thread.Join(); // none yet: nothing to wait for
+    for (int round = 0; round < 3; ++round) {
+        std::atomic<bool> isDone = false;
+        std::promise<void> go;
+        thread.Start([&] {
+            go.get_future().wait();
+            isDone = true;
+        });
+        EXPECT_TRUE(thread.IsJoinable());
+        EXPECT_NE(thread.GetNativeHandle(), 0u);
+        EXPECT_THROW(thread.Start([] {}), GenICam::LogicalErrorException);
+        go.set_value();
+        thread.Join();
+        EXPECT_TRUE(isDone);
+        EXPECT_FALSE(thread.IsJoinable());
+        EXPECT_EQ(thread.GetNativeHandle(), 0u);
+    }
+}
+
+TEST(ThreadTest, SeveralThreadsMayJoinAtOnce) {
+    for (int round = 0; round < 50; ++round) {
+        CThread thread;
+        std::promise<void> go;
+        std::atomic<bool> isDone = false;
+        thread.Start([&] {
+            go.get_future().wait();
+            isDone = true;
+        });
+        std::vector<std::jthread> joiners;
+        for (int i = 0; i < 4; ++i) {
+            joiners.emplace_back([&] {
+                thread.Join();
+                EXPECT_TRUE(isDone);
+            });
+        }
+        go.set_value();
+    }
+}
+
+TEST(ThreadTest, JoiningItselfRaisesAlsoWhileSomebodyElseJoins) {
+    CThread thread;
+    std::promise<void> joining;
+    std::atomic<int> raised = 0;
+    const auto joinItself = [&] {
+        try {
+            thread.Join();
+        } catch (const GenICam::LogicalErrorException&) {
+            ++raised;
+        }
+    };
+    thread.Start([&] {
+        joinItself();
+        joining.get_future().wait();
+        joinItself();
+    });
+    std::jthread other([&] {
+        joining.set_value();
+        thread.Join();
+    });
+    other.join();
+    EXPECT_EQ(raised, 2);
+}
+
+TEST(ThreadTest, UnjoinedThreadIsDetachedWithOneErrorLine) {
+    hxlog::LogEnable(true);
+    Fakes::LogRecorder log;
+    auto go = std::make_shared<std::promise<void>>();
+    auto done = std::make_shared<std::promise<void>>();
+    {
+        CThread thread;
+        thread.Start([go, done] {
+            go->get_future().wait();
+            done->set_value();
+        });
+    }
+    EXPECT_EQ(log.Count("zelmo.base", 300, "was not joined before its owner went: detached"), 1u);
+    go->set_value();
+    EXPECT_EQ(done->get_future().wait_for(std::chrono::seconds(60)), std::future_status::ready);
+}
+
+TEST(MutexTest, PlainMutexRefusesToBeLockedTwiceAndRecursiveOneCounts) {
+    Zelmo::CMutex plain;
+    Zelmo::CLockGuard guard(plain);
+    EXPECT_THROW(plain.lock(), GenICam::LogicalErrorException);
+
+    Zelmo::CRecursiveMutex recursive;
+    recursive.lock();
+    recursive.lock();
+    const auto canLockElsewhere = [&recursive] {
+        return std::async(std::launch::async,
+                          [&recursive] {
+                              const bool locked = recursive.try_lock();
+                              if (locked) {
+                                  recursive.unlock();
+                              }
+                              return locked;
+                          })
+            .get();
+    };
+    recursive.unlock();
+    EXPECT_FALSE(canLockElsewhere());
+    recursive.unlock();
+    EXPECT_TRUE(canLockElsewhere());
+}
+
+} // namespace
