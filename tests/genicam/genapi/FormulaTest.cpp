@@ -257,14 +257,16 @@ INSTANTIATE_TEST_SUITE_P(
                     BrokenFormula{"?1:2", "Position 1, '?'"}, BrokenFormula{"3*/4", "Position 3, '/'"},
                     BrokenFormula{"4 Q", "Position 3, 'Q'"}, BrokenFormula{"Q+1", "Position 1, 'Q': unknown name"},
                     BrokenFormula{"12abc", "Position 3, 'abc'"}, BrokenFormula{"0x", "Position 1, '0x'"},
-                    BrokenFormula{"1..2", "Position 3, '.2'"}, BrokenFormula{"ABS()", "Position 5, ')'"},
-                    BrokenFormula{"ABS(1,2)", "Position 6, ','"}, BrokenFormula{"ROUND(1,2,3)", "Position 10, ','"},
-                    BrokenFormula{"NOPE(1)", "Position 1, 'NOPE'"}, BrokenFormula{"1 $ 2", "Position 3, '$'"},
-                    BrokenFormula{"1 =< 2", "Position 4, '<'"}, BrokenFormula{"\xC3\xA4", "Position 1, '?'"}));
+                    BrokenFormula{"ABS()", "Position 5, ')'"}, BrokenFormula{"ABS(1,2)", "Position 6, ','"},
+                    BrokenFormula{"ROUND(1,2,3)", "Position 10, ','"}, BrokenFormula{"NOPE(1)", "Position 1, 'NOPE'"},
+                    BrokenFormula{"1 $ 2", "Position 3, '$'"}, BrokenFormula{"1 =< 2", "Position 4, '<'"},
+                    BrokenFormula{"\xC3\xA4", "Position 1, '?'"}));
 
 TEST(HostileFormulaTest, DoubleOnlyFunctionsAndFractionsAreNoPartOfIntegerFormulas) {
     EXPECT_THAT(CompileError<std::int64_t>("1+SIN(1)"), HasSubstr("Position 3, 'SIN': no function of integer"));
     EXPECT_THAT(CompileError<std::int64_t>("1.5"), HasSubstr("Position 1, '1.5': not a 64-bit integer"));
+    EXPECT_THAT(CompileError<std::int64_t>("1..2"), HasSubstr("Position 1, '1.'"));
+    EXPECT_THAT(CompileError<double>("1..2"), HasSubstr("Position 3, '.2'"));
     EXPECT_THAT(CompileError<std::int64_t>("PI"), HasSubstr("unknown name"));
 }
 
