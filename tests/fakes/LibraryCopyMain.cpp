@@ -2,6 +2,8 @@
 // <folder>/lib, with a folder of this process's own, and runs the tests in a child process that loads the copies; there
 // ZELMO_TEST_FOLDER names the folder.
 
+#include "fakes/TempFolder.h"
+
 #include <gtest/gtest.h>
 
 #include <sys/wait.h>
@@ -10,7 +12,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <string>
 
 namespace {
 
@@ -38,15 +39,10 @@ int main(int argc, char** argv) {
         testing::InitGoogleTest(&argc, argv);
         return RUN_ALL_TESTS();
     }
-    std::string folder = (std::filesystem::temp_directory_path() / "zelmotestXXXXXX").string();
-    if (mkdtemp(folder.data()) == nullptr) {
-        std::perror("mkdtemp");
-        return 127;
-    }
-    std::filesystem::create_directory(folder + "/lib");
-    std::filesystem::copy_file(LIBZELMO_FILE, folder + "/lib/" LIBZELMO_SONAME);
-    std::filesystem::copy_file(LIBGENICAM_FILE, folder + "/lib/" LIBGENICAM_SONAME);
-    const int result = RunInChild(argv, folder);
-    std::filesystem::remove_all(folder);
-    return result;
+    const Fakes::TempFolder folder;
+    const std::filesystem::path lib = folder.Path() / "lib";
+    std::filesystem::create_directory(lib);
+    std::filesystem::copy_file(LIBZELMO_FILE, lib / LIBZELMO_SONAME);
+    std::filesystem::copy_file(LIBGENICAM_FILE, lib / LIBGENICAM_SONAME);
+    return RunInChild(argv, folder.Path());
 }

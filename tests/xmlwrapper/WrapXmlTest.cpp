@@ -1,12 +1,12 @@
 #include "XMLWrapperLib/WrapXml.h"
 
+#include "fakes/TempFolder.h"
+
 #include <Base/GCException.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <string>
 #include <thread>
@@ -55,20 +55,13 @@ std::string FailureOf(Load load) {
 
 class WrapXmlFile : public testing::Test {
 protected:
-    void SetUp() override {
-        std::string folder = (std::filesystem::temp_directory_path() / "wrapxmlXXXXXX").string();
-        ASSERT_NE(mkdtemp(folder.data()), nullptr);
-        m_folder = folder;
-    }
-    void TearDown() override { std::filesystem::remove_all(m_folder); }
-
     std::string Write(const std::string& content) const {
-        const std::string path = m_folder / "file.xml";
+        const std::string path = m_folder.Path() / "file.xml";
         std::ofstream(path, std::ios::binary) << content;
         return path;
     }
 
-    std::filesystem::path m_folder;
+    Fakes::TempFolder m_folder;
 };
 
 TEST(WrapXml, NullObjectAnswersEmptyAndStaysNull) {
@@ -224,9 +217,9 @@ TEST_F(WrapXmlFile, FailureNamesTheFileAndTheCode) {
     const auto failure = [](const std::string& path) {
         return FailureOf([&] { CXmlNode().LoadFromFile(path.c_str()); });
     };
-    const std::string missing = m_folder / "missing.xml";
+    const std::string missing = m_folder.Path() / "missing.xml";
     EXPECT_EQ(failure(missing), "CXmlNode::LoadFromFile " + missing + " failed, Error=3");
-    const std::string folder = m_folder;
+    const std::string folder = m_folder.Path();
     EXPECT_EQ(failure(folder), "CXmlNode::LoadFromFile " + folder + " failed, Error=5");
     const std::string empty = Write("");
     EXPECT_EQ(failure(empty), "CXmlNode::LoadFromFile " + empty + " failed, Error=13");
