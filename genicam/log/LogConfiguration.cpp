@@ -67,8 +67,10 @@ bool ConfigureLogFromEnvironment(CLogHierarchy& hierarchy) {
     ConfigureLogByDefault(hierarchy);
     gcstring_vector settings;
     Tokenize(levels, settings);
-    for (const gcstring& setting : settings)
-        ApplyLevel(hierarchy, Trimmed(setting.view()));
+    for (const gcstring& setting : settings) {
+        if (const auto trimmed = Trimmed(setting.view()); !trimmed.empty())
+            ApplyLevel(hierarchy, trimmed);
+    }
     if (const AppenderPtr file = path.empty() ? nullptr : OpenFile(path)) {
         hierarchy.Root().removeAllAppenders();
         hierarchy.Root().addAppender(file);

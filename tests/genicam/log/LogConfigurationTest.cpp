@@ -1,0 +1,186 @@
+#include <Base/GCException.h>
+#include <Log/CLog.h>
+
+#include <gmock/gmock.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <tuple>
+#include <unistd.h>
+
+using namespace GenICam;
+using testing::HasSubstr;
+using testing::MatchesRegex;
+namespace fs = std::filesystem;
+
+namespace {
+
+std::string ContentOf(const fs::path& path) {
+    std::ostringstream content;
+    content << std::ifstream(path).rdbuf();
+    return content.str();
+}
+
+/// A folder of its own, no log variables set, and what goes to the standard error stream caught.
+class LogConfigurationTest : public testing::Test {
+protected:
+    LogConfigurationTest() {
+        unsetenv("ZELMO_LOG_LEVEL");
+        unsetenv("ZELMO_LOG_FILE");
+        char name[] = "/tmp/logconfiguration-XXXXXX";
+        m_folder = mkdtemp(name);
+    }
+    ~LogConfigurationTest() override {
+        Stop();
+        fs::remove_all(m_folder);
+    }
+
+    fs::path InFolder(const char* name) const { return m_folder / name; }
+    static void SetLevel(const char* level) { setenv("ZELMO_LOG_LEVEL", level, 1); }
+    static void SetFile(const fs::path& file) { setenv("ZELMO_LOG_FILE", file.c_str(), 1); }
+
+    void Start() {
+        testing::internal::CaptureStderr();
+        CLog::Initialize();
+        m_started = true;
+    }
+    /// @return what was written to the standard error stream since Start.
+    std::string Stop() {
+        if (!m_started)
+            return {};
+        m_started = false;
+        CLog::ShutDown();
+        return testing::internal::GetCapturedStderr();
+    }
+
+    Logger& logger = CLog::GetLogger("zelmo.base");
+
+private:
+    fs::path m_folder;
+    bool m_started = false;
+};
+
+TEST_F(LogConfigurationTest, DefaultIsWarningsToTheErrorStream) {
+    EXPECT_FALSE(CLog::ConfigureFromEnvironment());
+    Start();
+    CLog::PushNDC("[ctx] ");
+    logger.log(LogPriority_Warn, "a warning");
+    CLog::PopNDC();
+    logger.log(LogPriority_Notice, "a notice");
+    EXPECT_THAT(Stop(), MatchesRegex("[0-9]{4}-[0-9]{2}-[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2}\\.[0-9]{3} "
+                                     "WARN zelmo.base: \\[ctx\\] a warning\n"));
+}
+
+TEST_F(LogConfigurationTest, ConfigureDefaultDropsWhatWasConfiguredByHand) {
+    Start();
+    logger.setPriority(LogPriority_Debug);
+    logger.setAdditivity(false);
+    CLog::GetRootLogger().setPriority(LogPriority_Error);
+    CLog::ConfigureDefault();
+    logger.log(LogPriority_Warn, "a warning");
+    logger.log(LogPriority_Notice, "a notice");
+    EXPECT_THAT(Stop(), MatchesRegex("[^\n]* a warning\n"));
+}
+
+/// Text of ZELMO_LOG_LEVEL, and the levels of the root and of "zelmo.base" that come of it.
+using LevelSetting = std::tuple<std::string, int, int>;
+
+class LogLevelVariableTest : public LogConfigurationTest, public testing::WithParamInterface<LevelSetting> {};
+
+TEST_P(LogLevelVariableTest, SetsLevelsOfRootAndCategories) {
+    const auto& [text, rootLevel, categoryLevel] = GetParam();
+    SetLevel(text.c_str());
+    Start();
+    EXPECT_EQ(CLog::GetRootLogger().getPriority(), rootLevel);
+    EXPECT_EQ(logger.getChainedPriority(), categoryLevel);
+    EXPECT_EQ(Stop(), "");
+}
+
+INSTANTIATE_TEST_SUITE_P(Texts, LogLevelVariableTest,
+                         testing::Values(LevelSetting{"INFO", 600, 600}, LevelSetting{"warning", 400, 400},
+                                         LevelSetting{"650", 650, 650}, LevelSetting{"Off", -1, -1},
+                                         LevelSetting{"WARN,zelmo.base=DEBUG", 400, 700},
+                                         LevelSetting{" zelmo = 300 , INFO , ", 600, 300},
+                                         LevelSetting{"zelmo.base=notset", 400, 400}, LevelSetting{"", 400, 400}));
+
+TEST_F(LogConfigurationTest, WrongLevelIsToldAndTheOthersHold) {
+    SetLevel("LOUD,zelmo=DEBUGGING,zelmo.base=DEBUG,12x");
+    Start();
+    EXPECT_EQ(CLog::GetRootLogger().getPriority(), LogPriority_Warn);
+    EXPECT_EQ(logger.getPriority(), LogPriority_Debug);
+    EXPECT_EQ(Stop(), "ZELMO_LOG_LEVEL: 'LOUD' names no log level and is ignored\n"
+                      "ZELMO_LOG_LEVEL: 'zelmo=DEBUGGING' names no log level and is ignored\n"
+                      "ZELMO_LOG_LEVEL: '12x' names no log level and is ignored\n");
+}
+
+TEST_F(LogConfigurationTest, FileTakesTheMessagesInsteadOfTheErrorStreamAndIsAppendedTo) {
+    const auto file = InFolder("new folder/log.txt");
+    SetFile(file);
+    for (const char* text : {"first", "second"}) {
+        Start();
+        logger.log(LogPriority_Error, "%s", text);
+        EXPECT_THAT(ContentOf(file), HasSubstr(text)) << "written while the log is still up";
+        EXPECT_EQ(Stop(), "");
+    }
+    EXPECT_THAT(ContentOf(file), MatchesRegex("[^\n]* first\n[^\n]* second\n"));
+}
+
+TEST_F(LogConfigurationTest, UnwritableFileLeavesTheErrorStreamWithOneLine) {
+    std::ofstream(InFolder("file")) << "no folder";
+    SetFile(InFolder("file") / "log.txt");
+    Start();
+    logger.log(LogPriority_Error, "an error");
+    const std::string told = Stop();
+    EXPECT_THAT(told, MatchesRegex("ZELMO_LOG_FILE: [^\n]*/file/log.txt[^\n]*; logging to the standard error stream "
+                                   "instead\n[^\n]* an error\n"));
+}
+
+TEST_F(LogConfigurationTest, FullFileIsRenamedAndThreeOldOnesAreKept) {
+    SetFile(InFolder("log.txt"));
+    Start();
+    const std::string block(1024 * 1024 - 100, 'x');
+    for (int megabyte = 0; megabyte < 55; ++megabyte)
+        logger.log(LogPriority_Error, "%d%s", megabyte, block.c_str());
+    EXPECT_EQ(Stop(), "");
+    for (const char* name : {"log.txt", "log.1.txt", "log.2.txt", "log.3.txt"})
+        EXPECT_LE(fs::file_size(InFolder(name)), 10u * 1024 * 1024) << name;
+    EXPECT_FALSE(fs::exists(InFolder("log.4.txt")));
+    EXPECT_THAT(ContentOf(InFolder("log.txt")), HasSubstr(": 54x"));
+}
+
+TEST_F(LogConfigurationTest, FullDiskIsToldOnceAndDisturbsNobody) {
+    if (access("/dev/full", W_OK) != 0)
+        GTEST_SKIP() << "no /dev/full here";
+    Start();
+    CLog::RemoveAllAppenders();
+    CLog::AddAppender(logger, CLog::CreateFileAppender("full", "/dev/full", true));
+    logger.log(LogPriority_Error, "one");
+    logger.log(LogPriority_Error, "two");
+    EXPECT_THAT(Stop(), MatchesRegex("Cannot write to log full: [^\n]*/dev/full[^\n]*\n"));
+}
+
+TEST_F(LogConfigurationTest, FileAppenderFollowsItsPatternAndTruncatesUnlessToldToAppend) {
+    Start();
+    CLog::RemoveAllAppenders();
+    const gcstring path(InFolder("own.log").string());
+    for (const bool append : {false, false, true}) {
+        const auto file = CLog::CreateFileAppender("own", path, append, "%p|%c|%x|%m|%t%%%n");
+        CLog::AddAppender(logger, file);
+        logger.log(350, "text");
+        CLog::RemoveAppender(logger, file);
+    }
+    const std::string line = "350|zelmo.base||text|" + std::to_string(gettid()) + "%\n";
+    EXPECT_EQ(ContentOf(path.c_str()), line + line);
+    EXPECT_EQ(Stop(), "");
+}
+
+TEST_F(LogConfigurationTest, AppenderThatCannotBeIsRefused) {
+    EXPECT_THROW(CLog::CreateFileAppender("x", InFolder("").c_str()), RuntimeException);
+    EXPECT_THROW(CLog::CreateFileAppender("x", InFolder("log").c_str(), false, "%m%q"), InvalidArgumentException);
+    EXPECT_THROW(CLog::CreateFileAppender("x", InFolder("log").c_str(), false, "%m%"), InvalidArgumentException);
+    EXPECT_FALSE(fs::exists(InFolder("log"))) << "a wrong pattern opens no file";
+}
+
+} // namespace
