@@ -81,7 +81,8 @@ void TList<T>::clear() {
 
 template <class T>
 typename TList<T>::iterator TList<T>::erase(iterator position) {
-    return &*Data().items.erase(Data().At(position));
+    const auto next = Data().items.erase(Data().At(position));
+    return begin() + (next - Data().items.begin());
 }
 
 template <class T>
@@ -151,7 +152,8 @@ std::size_t TList<T>::size() const {
 
 template <class T>
 typename TList<T>::iterator TList<T>::insert(iterator position, const T& value) {
-    return &*Data().items.insert(Data().At(position), value);
+    const auto inserted = Data().items.insert(Data().At(position), value);
+    return begin() + (inserted - Data().items.begin());
 }
 
 template <class T>

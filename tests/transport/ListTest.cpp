@@ -1,0 +1,142 @@
+// Lists of infos, and the set of access modes.
+
+#include <zelmo/AccessMode.h>
+#include <zelmo/DeviceInfo.h>
+
+#include <Base/GCException.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <stdexcept>
+#include <string>
+#include <type_traits>
+
+using namespace Zelmo;
+using testing::ElementsAre;
+
+namespace {
+
+TlInfoList ListOf(std::initializer_list<const char*> names) {
+    TlInfoList list;
+    for (const char* const name : names) {
+        CTlInfo info;
+        info.SetFullName(name);
+        list.push_back(info);
+    }
+    return list;
+}
+
+std::vector<std::string> Names(const TlInfoList& list) {
+    std::vector<std::string> names;
+    for (const CTlInfo& info : list)
+        names.emplace_back(info.GetFullName());
+    return names;
+}
+
+TEST(ListTest, InsertsAndErasesByIndexAndByIterator) {
+    TlInfoList list = ListOf({"a", "b", "c"});
+    const CTlInfo x = ListOf({"x"}).front();
+    EXPECT_EQ(list.insert(list.begin() + 1, x)->GetFullName(), "x");
+    list.insert(std::size_t{4}, x);
+    EXPECT_THAT(Names(list), ElementsAre("a", "x", "b", "c", "x"));
+    EXPECT_EQ(list.erase(list.begin())->GetFullName(), "x");
+    const TlInfoList::iterator behind = list.erase(list.end() - 1);
+    EXPECT_TRUE(behind == list.end());
+    list.erase(std::size_t{1});
+    EXPECT_THAT(Names(list), ElementsAre("x", "c"));
+}
+
+TEST(ListTest, CopyOfAListSharesNothing) {
+    TlInfoList list = ListOf({"a"});
+    const TlInfoList copy(list);
+    list[0].SetFullName("changed");
+    list.push_back(copy.at(0));
+    EXPECT_THAT(Names(copy), ElementsAre("a"));
+    list = copy;
+    EXPECT_THAT(Names(list), ElementsAre("a"));
+    const TlInfoList taken(std::move(list));
+    EXPECT_THAT(Names(taken), ElementsAre("a"));
+    EXPECT_TRUE(list.empty()); // NOLINT(bugprone-use-after-move)
+}
+
+TEST(ListTest, HasTheLimitsOfAGrowingArray) {
+    TlInfoList list;
+    list.clear();
+    EXPECT_EQ(list.max_size(), 1152921504606846975u);
+    EXPECT_THROW(list.reserve(list.max_size() + 1), std::length_error);
+    EXPECT_THROW(list.at(0), std::out_of_range);
+    list.reserve(5);
+    EXPECT_GE(list.capacity(), 5u);
+    list.resize(2);
+    EXPECT_FALSE(list.back().IsFullNameAvailable());
+    list.assign(3, ListOf({"x"}).front());
+    EXPECT_THAT(Names(list), ElementsAre("x", "x", "x"));
+    list.pop_back();
+    EXPECT_EQ(list.size(), 2u);
+    EXPECT_EQ(TlInfoList(4).size(), 4u);
+}
+
+TEST(ListTest, IteratorsAreRandomAccess) {
+    static_assert(
+        std::is_same_v<std::iterator_traits<TlInfoList::iterator>::iterator_category, std::random_access_iterator_tag>);
+    TlInfoList list = ListOf({"a", "b", "c", "d"});
+    TlInfoList::iterator it = list.begin();
+    EXPECT_EQ((it++)->GetFullName(), "a");
+    EXPECT_EQ((*++it).GetFullName(), "c");
+    EXPECT_EQ((it--)->GetFullName(), "c");
+    EXPECT_EQ(it[2].GetFullName(), "d");
+    it += 2;
+    it -= 1;
+    EXPECT_EQ(it - list.begin(), 2);
+    EXPECT_TRUE(list.begin() < it && it > list.begin() && it <= list.end() && it >= it && it != list.end());
+    const TlInfoList::const_iterator constant = it;
+    EXPECT_TRUE(constant == it);
+    std::reverse(list.begin(), list.end());
+    EXPECT_THAT(Names(list), ElementsAre("d", "c", "b", "a"));
+}
+
+TEST(ListTest, SortsByTheOrderOfItsElements) {
+    DeviceInfoList list;
+    for (const char* const serial : {"10", "A1", "9"}) {
+        CDeviceInfo info;
+        list.push_back(info.SetSerialNumber(serial));
+    }
+    std::sort(list.begin(), list.end());
+    EXPECT_EQ(list[0].GetSerialNumber(), "9");
+    EXPECT_EQ(list[1].GetSerialNumber(), "10");
+    EXPECT_EQ(list[2].GetSerialNumber(), "A1");
+}
+
+TEST(AccessModeSetTest, HighPositionsFoldAsA32BitShiftDoes) {
+    EXPECT_EQ(AccessModeSet().set(31).to_ulong(), 0xFFFFFFFF80000000u);
+    EXPECT_TRUE(AccessModeSet().set(31).test(31));
+    EXPECT_EQ(AccessModeSet().set(64), AccessModeSet().set(0));
+    EXPECT_EQ(AccessModeSet().set(33), AccessModeSet(Control));
+    EXPECT_TRUE(AccessModeSet(Stream).test(35));
+}
+
+TEST(AccessModeSetTest, PositionsAbove64AreRefusedWithTheLimit) {
+    try {
+        static_cast<void>(AccessModeSet().test(65));
+        FAIL() << "test(65) must fail";
+    } catch (const GenICam::OutOfRangeException& e) {
+        EXPECT_STREQ(e.GetDescription(), "Parameter pos exceeds maximum size. Max size is 64");
+    }
+    AccessModeSet set(Event);
+    EXPECT_THROW(set.set(65), GenICam::OutOfRangeException);
+    EXPECT_EQ(set, AccessModeSet(Event));
+}
+
+TEST(AccessModeSetTest, CombinesModes) {
+    EXPECT_EQ((Control | Stream).to_ulong(), 10u);
+    EXPECT_EQ(AccessModeSet(Control) | Stream, Control + Stream);
+    EXPECT_EQ(AccessModeSet(Control) + Event, AccessModeSet(18ul));
+    AccessModeSet set = Control + Stream;
+    EXPECT_TRUE(set.any() && set.test(Stream) && !set.test(Event));
+    set.reset();
+    EXPECT_TRUE(set.none() && set != AccessModeSet(Control));
+}
+
+} // namespace
