@@ -1,0 +1,136 @@
+#include "Camera.h"
+
+#include "DeviceSelector.h"
+#include "Errors.h"
+
+#include <zelmo/EventGrabber.h>
+#include <zelmo/StreamGrabber.h>
+#include <zelmo/TlFactory.h>
+
+namespace tool {
+namespace {
+
+using namespace Zelmo;
+
+/// How the transport layer sees the camera now; unknown when even that fails.
+EDeviceAccessiblityInfo LookUpAccess(const CDeviceInfo& info) {
+    EDeviceAccessiblityInfo access = DeviceAccessibility_Unknown;
+    try {
+        const bool accessible = CTlFactory::GetInstance().IsDeviceAccessible(info, GetWantedAccess(), &access);
+        return accessible ? DeviceAccessibility_Ok : access;
+    } catch (const GenICam::GenericException&) {
+        return DeviceAccessibility_Unknown;
+    }
+}
+
+GenApi::INodeMap* FindNodeMap(IZelmoDevice& device, const std::string& name) {
+    if (name == "device") {
+        return device.GetNodeMap();
+    }
+    if (name == "tl") {
+        return device.GetTLNodeMap();
+    }
+    if (name == "stream") {
+        IStreamGrabber* grabber = device.GetStreamGrabber(0);
+        return grabber != nullptr ? grabber->GetNodeMap() : nullptr;
+    }
+    if (name == "event") {
+        IEventGrabber* grabber = device.GetEventGrabber();
+        return grabber != nullptr ? grabber->GetNodeMap() : nullptr;
+    }
+    return nullptr;
+}
+
+} // namespace
+
+Camera::Camera(const CDeviceInfo& info) : m_name(GetCameraName(info)) {
+    try {
+        m_removal = WaitObjectEx::Create();
+        m_device = CTlFactory::GetInstance().CreateDevice(info);
+        m_removalCallback = RegisterRemovalCallback(m_device, *this, &Camera::OnRemoved);
+        Open(info);
+    } catch (const GenICam::GenericException& error) {
+        Release();
+        throw FromLibrary(error, "Reaching camera " + m_name);
+    } catch (...) {
+        Release();
+        throw;
+    }
+}
+
+Camera::~Camera() {
+    Release();
+}
+
+void Camera::Open(const CDeviceInfo& info) {
+    try {
+        m_device->Open(GetWantedAccess());
+    } catch (const GenICam::GenericException& error) {
+        const EDeviceAccessiblityInfo access = LookUpAccess(info);
+        const bool told = access != DeviceAccessibility_Ok && access != DeviceAccessibility_Unknown;
+        ToolError failure = FromLibrary(error, "Opening camera " + m_name);
+        if (!told) {
+            throw failure;
+        }
+        throw ToolError(ExitCode::Access, access == DeviceAccessibility_InUse ? "in_use" : "access_denied",
+                        std::string(failure.what()) + " (" + ExplainAccess(access) + ")");
+    }
+}
+
+void Camera::OnRemoved(IZelmoDevice*) {
+    m_removal.Signal();
+}
+
+void Camera::Release() noexcept {
+    if (m_device == nullptr) {
+        return;
+    }
+    try {
+        if (m_removalCallback != 0) {
+            m_device->DeregisterRemovalCallback(m_removalCallback);
+        }
+        m_device->Close();
+        CTlFactory::GetInstance().DestroyDevice(m_device);
+    } catch (const std::exception&) { // the verb's result stands; the library logged the cause
+    }
+}
+
+GenApi::INodeMap& Camera::GetNodeMap(const std::string& name) {
+    try {
+        GenApi::INodeMap* nodeMap = FindNodeMap(*m_device, name);
+        if (nodeMap != nullptr) {
+            return *nodeMap;
+        }
+    } catch (const GenICam::GenericException& error) {
+        throw FromLibrary(error, "Getting the node map '" + name + "' of camera " + m_name);
+    }
+    const bool later = name == "camera" || name == "chunk";
+    throw FeatureError("", "no_node_map",
+                       later ? "The node map '" + name +
+                                   "' is not supported by this version; there are device, tl, stream and event"
+                             : "Camera " + m_name + " has no node map '" + name + "'");
+}
+
+AccessModeSet GetWantedAccess() {
+    return Control | Stream;
+}
+
+std::string ExplainAccess(EDeviceAccessiblityInfo access) {
+    switch (access) {
+    case DeviceAccessibility_Ok:
+        return "ok";
+    case DeviceAccessibility_InUse:
+        return "it is in use by another program; close that one first";
+    case DeviceAccessibility_WrongSubnet:
+        return "its address is out of reach of this host; give one of both an address in the other's subnet";
+    case DeviceAccessibility_NoPermission:
+        return "this user may not open it; check the permissions of its device file";
+    case DeviceAccessibility_NotReachable:
+        return "it does not answer; check cable and power";
+    case DeviceAccessibility_Unknown:
+        break;
+    }
+    return "the transport layer does not tell why";
+}
+
+} // namespace tool

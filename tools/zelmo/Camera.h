@@ -1,0 +1,49 @@
+#pragma once
+
+#include <zelmo/Device.h>
+#include <zelmo/WaitObject.h>
+
+#include <string>
+
+namespace GenApi {
+struct INodeMap;
+}
+
+namespace tool {
+
+/// A camera, open from construction to destruction. Threads: one at a time; IsRemoved and the descriptor any.
+class Camera {
+public:
+    /// @throws ToolError: access denied or in use when it cannot be opened for that, else what the library told.
+    explicit Camera(const Zelmo::CDeviceInfo& info);
+    ~Camera();
+    Camera(const Camera&) = delete;
+    Camera& operator=(const Camera&) = delete;
+
+    const std::string& GetName() const noexcept { return m_name; }
+    Zelmo::IZelmoDevice& GetDevice() noexcept { return *m_device; }
+
+    /// "device", "tl", "stream" or "event". @throws ToolError for one that this camera does not have, or not yet.
+    GenApi::INodeMap& GetNodeMap(const std::string& name);
+
+    bool IsRemoved() const { return m_removal.Wait(0); }            ///< Whether it turned out to be physically gone.
+    int GetRemovalFd() const noexcept { return m_removal.GetFd(); } ///< Readable from then on; for poll().
+
+private:
+    void Open(const Zelmo::CDeviceInfo& info);
+    void OnRemoved(Zelmo::IZelmoDevice* device); // on a thread of the plug-in
+    void Release() noexcept;
+
+    std::string m_name;
+    Zelmo::WaitObjectEx m_removal;
+    Zelmo::DeviceCallbackHandle m_removalCallback = 0;
+    Zelmo::IZelmoDevice* m_device = nullptr; // goes back to the factory
+};
+
+/// The modes in which the tool opens cameras.
+Zelmo::AccessModeSet GetWantedAccess();
+
+/// What an access state means, for people; "ok" for one that does not prevent opening.
+std::string ExplainAccess(Zelmo::EDeviceAccessiblityInfo access);
+
+} // namespace tool

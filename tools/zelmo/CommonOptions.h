@@ -1,0 +1,23 @@
+#pragma once
+
+#include "Options.h"
+
+#include <CLI/CLI.hpp>
+
+namespace tool {
+
+/// -d and --nodemap of the feature verbs.
+void DefineDeviceOptions(CLI::App& command, DeviceOptions& options);
+
+/// A number of milliseconds from 1 to an hour.
+CLI::Option* DefineMilliseconds(CLI::App& command, const std::string& name, unsigned& valueMs, const std::string& text);
+
+/// A number of seconds above 0, fractions allowed.
+CLI::Option* DefineSeconds(CLI::App& command, const std::string& name, std::optional<double>& seconds,
+                           const std::string& text);
+
+/// A word out of @p choices, which stand in help and completion.
+CLI::Option* DefineChoice(CLI::App& command, const std::string& name, std::string& value,
+                          const std::vector<std::string>& choices, const std::string& text);
+
+} // namespace tool

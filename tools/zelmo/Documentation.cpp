@@ -1,0 +1,255 @@
+#include "Documentation.h"
+
+#include <sstream>
+
+namespace tool {
+namespace {
+
+constexpr std::size_t columns = 80;
+
+using Verbs = std::vector<std::unique_ptr<Verb>>;
+
+/// What a user sees of one option.
+struct OptionText {
+    std::vector<std::string> names; // empty for a positional argument
+    std::string value;              // placeholder; empty for a flag
+    std::string description;
+};
+
+OptionText Describe(const CLI::Option& option) {
+    OptionText text;
+    for (const std::string& name : option.get_snames()) {
+        text.names.push_back("-" + name);
+    }
+    for (const std::string& name : option.get_lnames()) {
+        text.names.push_back("--" + name);
+    }
+    if (option.get_positional()) {
+        text.value = option.get_name(true);
+    } else if (option.get_items_expected_max() > 0) {
+        const std::string type = option.get_type_name();
+        text.value = type.substr(0, type.find(':')); // behind it stand the texts of the checks
+    }
+    text.description = option.get_description();
+    return text;
+}
+
+std::vector<OptionText> DescribeOptions(const CLI::App& app) {
+    std::vector<OptionText> texts;
+    for (const CLI::Option* option : app.get_options()) {
+        texts.push_back(Describe(*option));
+    }
+    return texts;
+}
+
+std::string JoinNames(const OptionText& option) {
+    std::string text;
+    for (const std::string& name : option.names) {
+        text += (text.empty() ? "" : ", ") + name;
+    }
+    return text + (option.value.empty() ? "" : (text.empty() ? "" : " ") + option.value);
+}
+
+/// @p text broken at blanks, behind @p first; the lines that follow are indented by @p indent.
+std::string Wrap(const std::string& first, const std::string& text, std::size_t indent) {
+    std::string result;
+    std::string line = first + std::string(first.size() < indent ? indent - first.size() : 0, ' ');
+    if (first.size() >= indent && !text.empty()) {
+        result = first + "\n";
+        line = std::string(indent, ' ');
+    }
+    std::istringstream words(text);
+    bool fresh = true;
+    for (std::string word; words >> word; fresh = false) {
+        if (!fresh && line.size() + 1 + word.size() > columns) {
+            result += line + "\n";
+            line = std::string(indent, ' ');
+            fresh = true;
+        }
+        line += (fresh ? "" : " ") + word;
+    }
+    return result + line + "\n";
+}
+
+std::string MakeUsage(const Verb& verb, const CLI::App& command) {
+    std::string usage = "Usage: zelmo " + verb.GetName() + " [OPTIONS]";
+    for (const CLI::Option* option : command.get_options()) {
+        if (option->get_positional()) {
+            const std::string name = option->get_name(true) + (option->get_items_expected_max() > 1 ? "..." : "");
+            usage += option->get_required() ? " " + name : " [" + name + "]";
+        }
+    }
+    return usage + "\n";
+}
+
+/// Text for man's macros: a leading dot or quote would be a request, a backslash starts an escape, and a plain hyphen
+/// may be typeset as something that cannot be copied.
+std::string Roff(const std::string& text) {
+    std::string result;
+    for (const char c : text) {
+        if (c == '\\') {
+            result += "\\e";
+        } else if (c == '-') {
+            result += "\\-";
+        } else {
+            result += c;
+        }
+    }
+    return !result.empty() && (result[0] == '.' || result[0] == '\'') ? "\\&" + result : result;
+}
+
+std::string RoffOptions(const CLI::App& app) {
+    std::string text;
+    for (const OptionText& option : DescribeOptions(app)) {
+        text += ".TP\n.B " + Roff(JoinNames(option)) + "\n" + Roff(option.description) + "\n";
+    }
+    return text;
+}
+
+const char* const exitCodes[] = {
+    "0: done",
+    "1: failed on the device or the host (disk full, input/output)",
+    "2: wrong usage",
+    "3: no device, or more than one, matches",
+    "4: access denied or in use",
+    "5: time-out",
+    "6: data quality below what was asked (--max-lost)",
+    "7: feature unknown, not available, or value refused",
+    "8: a plug-in could not be loaded",
+    "9: device removed",
+    "130, 143: stopped by SIGINT, SIGTERM",
+};
+
+const char* const environment[][2] = {
+    {"ZELMO_TL_PATH", "Folders of plug-ins, separated by colons; default: the folder of the library."},
+    {"ZELMO_DEVICE_FILTER", "Cameras that count as present; see --filter."},
+    {"ZELMO_CAMEMU", "Number of emulated cameras."},
+    {"ZELMO_LOG_LEVEL, ZELMO_LOG_FILE", "Level and file of the library's log."},
+    {"NO_COLOR", "When set, nothing is coloured."},
+};
+
+std::string JoinWords(const std::vector<std::string>& words) {
+    std::string text;
+    for (const std::string& word : words) {
+        text += (text.empty() ? "" : " ") + word;
+    }
+    return text;
+}
+
+/// case branches for options that take a value: their choices, files, or nothing that could be guessed.
+void AddValueCases(const CLI::App& app, std::string& script) {
+    for (const OptionText& option : DescribeOptions(app)) {
+        if (option.value.empty() || option.names.empty()) {
+            continue;
+        }
+        std::string names = JoinWords(option.names);
+        for (std::size_t i = names.find(' '); i != std::string::npos; i = names.find(' ', i)) {
+            names[i] = '|';
+        }
+        std::string action = "COMPREPLY=()";
+        if (option.value.find('|') != std::string::npos) {
+            std::string choices = option.value;
+            std::replace(choices.begin(), choices.end(), '|', ' ');
+            action = "COMPREPLY=($(compgen -W '" + choices + "' -- \"$word\"))";
+        } else if (option.value == "FILE" || option.value == "PATTERN") {
+            action = "COMPREPLY=($(compgen -f -- \"$word\"))";
+        }
+        script += "        " + names + ") " + action + "; return ;;\n";
+    }
+}
+
+} // namespace
+
+std::vector<std::string> GetOptionNames(const CLI::App& app) {
+    std::vector<std::string> names;
+    for (const OptionText& option : DescribeOptions(app)) {
+        names.insert(names.end(), option.names.begin(), option.names.end());
+    }
+    return names;
+}
+
+std::string MakeToolHelp(const CLI::App& app, const Verbs& verbs) {
+    constexpr std::size_t verbIndent = 12;
+    constexpr std::size_t optionIndent = 30;
+    std::string help = app.get_description() + "\nUsage: zelmo VERB [OPTIONS] [ARGUMENTS]\n\nVerbs:\n";
+    for (const auto& verb : verbs) {
+        help += Wrap("  " + verb->GetName(), verb->GetSummary(), verbIndent);
+    }
+    help += "Options of all verbs:\n";
+    for (const OptionText& option : DescribeOptions(app)) {
+        help += Wrap("  " + JoinNames(option), option.description, optionIndent);
+    }
+    return help;
+}
+
+std::string MakeVerbHelp(const Verb& verb, const CLI::App& command) {
+    constexpr std::size_t indent = 24;
+    std::string help = Wrap("", verb.GetSummary(), 0) + MakeUsage(verb, command);
+    if (!verb.GetDetails().empty()) {
+        help += "\n" + Wrap("", verb.GetDetails(), 0);
+    }
+    help += "\nOptions ('zelmo --help' tells those of all verbs):\n";
+    for (const OptionText& option : DescribeOptions(command)) {
+        help += Wrap("  " + JoinNames(option), option.description, indent);
+    }
+    help += "\nExamples:\n";
+    for (const Example& example : verb.GetExamples()) {
+        help += "  " + example.command + "\n" + Wrap("", example.effect, 6);
+    }
+    return help;
+}
+
+std::string MakeManualPage(const CLI::App& app, const Verbs& verbs, const std::vector<CLI::App*>& commands) {
+    std::string page = ".TH ZELMO 1\n.SH NAME\nzelmo \\- " + Roff(app.get_description()) +
+                       "\n.SH SYNOPSIS\n.B zelmo\n.I VERB\n[OPTIONS] [ARGUMENTS]\n.SH VERBS\n";
+    for (std::size_t i = 0; i < verbs.size(); ++i) {
+        page += ".SS " + verbs[i]->GetName() + "\n" + Roff(verbs[i]->GetSummary()) + ".\n" +
+                Roff(verbs[i]->GetDetails()) + "\n.PP\n" + Roff(MakeUsage(*verbs[i], *commands[i])) +
+                RoffOptions(*commands[i]);
+    }
+    page += ".SH OPTIONS OF ALL VERBS\n" + RoffOptions(app) + ".SH EXAMPLES\n";
+    for (const auto& verb : verbs) {
+        for (const Example& example : verb->GetExamples()) {
+            page += ".TP\n.B " + Roff(example.command) + "\n" + Roff(example.effect) + "\n";
+        }
+    }
+    page += ".SH EXIT STATUS\n";
+    for (const char* line : exitCodes) {
+        page += Roff(line) + "\n.br\n";
+    }
+    page += ".SH ENVIRONMENT\n";
+    for (const auto& [name, effect] : environment) {
+        page += ".TP\n.B " + Roff(name) + "\n" + Roff(effect) + "\n";
+    }
+    return page;
+}
+
+std::string MakeBashCompletion(const CLI::App& app, const Verbs& verbs, const std::vector<CLI::App*>& commands) {
+    std::string names;
+    for (const auto& verb : verbs) {
+        names += (names.empty() ? "" : " ") + verb->GetName();
+    }
+    std::string script =
+        "# bash completion of zelmo; generated\n"
+        "_zelmo() {\n"
+        "    local word=\"${COMP_WORDS[COMP_CWORD]}\" previous=\"${COMP_WORDS[COMP_CWORD-1]}\" verb= i\n"
+        "    for ((i = 1; i < COMP_CWORD; ++i)); do\n"
+        "        case \" " +
+        names +
+        " \" in *\" ${COMP_WORDS[i]} \"*) verb=\"${COMP_WORDS[i]}\"; break ;; esac\n"
+        "    done\n"
+        "    case \"$previous\" in\n";
+    AddValueCases(app, script);
+    script += "    esac\n    local options='" + JoinWords(GetOptionNames(app)) + "'\n    case \"$verb\" in\n";
+    for (std::size_t i = 0; i < verbs.size(); ++i) {
+        script += "    " + verbs[i]->GetName() + ")\n        options=\"$options " +
+                  JoinWords(GetOptionNames(*commands[i])) + "\"\n        case \"$previous\" in\n";
+        AddValueCases(*commands[i], script);
+        script += "        esac\n        ;;\n";
+    }
+    script += "    *) options=\"$options " + names +
+              "\" ;;\n    esac\n    COMPREPLY=($(compgen -W \"$options\" -- \"$word\"))\n}\ncomplete -F _zelmo zelmo\n";
+    return script;
+}
+
+} // namespace tool

@@ -1,0 +1,30 @@
+#include "Errors.h"
+
+#include <Base/GCException.h>
+
+namespace tool {
+
+ToolError UsageError(const std::string& message) {
+    return {ExitCode::Usage, "usage", message};
+}
+
+ToolError HostError(const std::string& message) {
+    return {ExitCode::Failed, "host", message};
+}
+
+ToolError FeatureError(const std::string& feature, std::string code, const std::string& message) {
+    return {ExitCode::Feature, std::move(code), message, feature};
+}
+
+ToolError FromLibrary(const GenICam::GenericException& error, const std::string& attempted) {
+    const std::string message = attempted + " failed: " + error.GetDescription();
+    if (dynamic_cast<const GenICam::TimeoutException*>(&error) != nullptr) {
+        return {ExitCode::Timeout, "timeout", message};
+    }
+    if (dynamic_cast<const GenICam::AccessException*>(&error) != nullptr) {
+        return {ExitCode::Access, "access_denied", message};
+    }
+    return {ExitCode::Failed, "device", message};
+}
+
+} // namespace tool

@@ -1,0 +1,415 @@
+#include "Feature.h"
+
+#include "Errors.h"
+#include "Output.h"
+#include "Suggestions.h"
+
+#include <GenApi/EnumClasses.h>
+#include <GenApi/GenApi.h>
+
+#include <charconv>
+#include <cmath>
+#include <cstdlib>
+#include <optional>
+#include <thread>
+
+namespace tool {
+namespace {
+
+using namespace GenApi;
+using GenICam::GenericException;
+
+std::string Shortest(double value) {
+    char text[64];
+    const auto result = std::to_chars(text, text + sizeof(text), value);
+    return {text, result.ptr};
+}
+
+/// Decimal with sign or 0x..., the whole text; nothing for other texts and for what 64 bits cannot hold.
+std::optional<std::int64_t> ParseInteger(const std::string& text) {
+    const char* end = text.data() + text.size();
+    if (text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X')) {
+        std::uint64_t bits = 0;
+        const auto hex = std::from_chars(text.data() + 2, end, bits, 16);
+        return hex.ec == std::errc() && hex.ptr == end ? std::optional(static_cast<std::int64_t>(bits)) : std::nullopt;
+    }
+    std::int64_t value = 0;
+    const bool plus = !text.empty() && text[0] == '+';
+    const auto decimal = std::from_chars(text.data() + (plus ? 1 : 0), end, value);
+    return decimal.ec == std::errc() && decimal.ptr == end ? std::optional(value) : std::nullopt;
+}
+
+std::optional<double> ParseFloat(const std::string& text) {
+    const char* end = text.data() + text.size();
+    double value = 0;
+    const bool plus = !text.empty() && text[0] == '+';
+    const auto result = std::from_chars(text.data() + (plus ? 1 : 0), end, value);
+    return result.ec == std::errc() && result.ptr == end ? std::optional(value) : std::nullopt;
+}
+
+/// Addresses have a text form of their own, which only the node itself reads.
+bool IsPlainNumber(IInteger& integer) {
+    const ERepresentation representation = integer.GetRepresentation();
+    return representation != IPV4Address && representation != MACAddress;
+}
+
+std::vector<std::string> AvailableEntries(IEnumeration& enumeration) {
+    NodeList_t nodes;
+    enumeration.GetEntries(nodes);
+    std::vector<std::string> names;
+    for (INode* node : nodes) {
+        auto* entry = dynamic_cast<IEnumEntry*>(node);
+        if (entry != nullptr && IsAvailable(entry->GetAccessMode())) {
+            names.emplace_back(entry->GetSymbolic().c_str());
+        }
+    }
+    return names;
+}
+
+std::string Joined(const std::vector<std::string>& words) {
+    std::string text;
+    for (const std::string& word : words) {
+        text += (text.empty() ? "" : ", ") + word;
+    }
+    return text;
+}
+
+std::string StepText(std::int64_t step) {
+    return step == 1 ? "" : " (step " + std::to_string(step) + ")";
+}
+
+std::string ExplainAccessMode(EAccessMode mode) {
+    switch (mode) {
+    case NI:
+        return "is not implemented";
+    case NA:
+        return "is not available now; another feature switches it on";
+    case RO:
+        return "cannot be written now: it is read-only, or locked while another setting or a grab holds it";
+    case WO:
+        return "cannot be read: it is write-only";
+    default:
+        return "cannot be used";
+    }
+}
+
+/// Runs @p action and turns what the library raises into an error on feature @p name.
+template <class Action>
+auto OnFeature(const std::string& name, const std::string& attempted, const std::string& camera, Action action) {
+    try {
+        return action();
+    } catch (const GenericException& error) {
+        const ToolError failure = FromLibrary(error, name + ": " + attempted + " on camera " + camera);
+        const bool refused = dynamic_cast<const GenICam::OutOfRangeException*>(&error) != nullptr ||
+                             dynamic_cast<const GenICam::InvalidArgumentException*>(&error) != nullptr;
+        if (refused) {
+            throw FeatureError(name, "value_refused", failure.what());
+        }
+        if (failure.GetExitCode() == ExitCode::Access) {
+            throw FeatureError(name, "not_available", failure.what());
+        }
+        throw ToolError(failure.GetExitCode(), failure.GetCode(), failure.what(), name);
+    }
+}
+
+void CollectNames(INodeMap& nodeMap, std::vector<std::string>& names) {
+    NodeList_t nodes;
+    nodeMap.GetNodes(nodes);
+    for (INode* node : nodes) {
+        if (node->IsFeature() && node->GetPrincipalInterfaceType() != intfICategory) {
+            names.emplace_back(node->GetName().c_str());
+        }
+    }
+}
+
+} // namespace
+
+Feature::Feature(INode& node, std::string camera) : m_node(&node), m_camera(std::move(camera)) {}
+
+Feature Feature::Find(INodeMap& nodeMap, const std::string& name, const std::string& camera) {
+    INode* node = nodeMap.GetNode(name.c_str());
+    if (node == nullptr) {
+        std::vector<std::string> names;
+        CollectNames(nodeMap, names);
+        throw FeatureError(name, "unknown_feature",
+                           name + ": camera " + camera + " has no such feature" + DidYouMean(name, names) +
+                               "; 'zelmo features' lists all");
+    }
+    if (dynamic_cast<IValue*>(node) == nullptr || node->GetPrincipalInterfaceType() == intfICategory) {
+        throw FeatureError(name, "no_value",
+                           name + " on camera " + camera + " has no value of its own; it is a " +
+                               Feature(*node, camera).GetType());
+    }
+    return {*node, camera};
+}
+
+std::string Feature::GetName() const {
+    return m_node->GetName().c_str();
+}
+
+std::string Feature::GetType() const {
+    switch (m_node->GetPrincipalInterfaceType()) {
+    case intfIInteger:
+        return "integer";
+    case intfIBoolean:
+        return "boolean";
+    case intfICommand:
+        return "command";
+    case intfIFloat:
+        return "float";
+    case intfIString:
+        return "string";
+    case intfIRegister:
+        return "register";
+    case intfICategory:
+        return "category";
+    case intfIEnumeration:
+        return "enumeration";
+    case intfIEnumEntry:
+        return "entry of an enumeration";
+    case intfIPort:
+        return "port";
+    default:
+        return "node";
+    }
+}
+
+std::string Feature::GetAccess() const {
+    return EAccessModeClass::ToString(m_node->GetAccessMode()).c_str();
+}
+
+std::string Feature::GetUnit() const {
+    if (auto* integer = dynamic_cast<IInteger*>(m_node)) {
+        return integer->GetUnit().c_str();
+    }
+    if (auto* number = dynamic_cast<IFloat*>(m_node)) {
+        return number->GetUnit().c_str();
+    }
+    return {};
+}
+
+std::string Feature::GetLimits() const {
+    return OnFeature(GetName(), "reading the limits", m_camera, [this]() -> std::string {
+        if (auto* integer = dynamic_cast<IInteger*>(m_node)) {
+            const std::int64_t step = integer->GetInc();
+            return std::to_string(integer->GetMin()) + " to " + std::to_string(integer->GetMax()) +
+                   (step == 1 ? "" : " in steps of " + std::to_string(step));
+        }
+        if (auto* number = dynamic_cast<IFloat*>(m_node)) {
+            return Shortest(number->GetMin()) + " to " + Shortest(number->GetMax()) +
+                   (number->HasInc() ? " in steps of " + Shortest(number->GetInc()) : "");
+        }
+        if (auto* enumeration = dynamic_cast<IEnumeration*>(m_node)) {
+            return Joined(AvailableEntries(*enumeration));
+        }
+        if (auto* text = dynamic_cast<IString*>(m_node)) {
+            return "at most " + std::to_string(text->GetMaxLength()) + " characters";
+        }
+        return {};
+    });
+}
+
+bool Feature::IsReadable() const {
+    return GenApi::IsReadable(m_node->GetAccessMode());
+}
+
+IValue& Feature::Value() const {
+    return dynamic_cast<IValue&>(*m_node);
+}
+
+std::string Feature::GetText() const {
+    if (m_node->GetPrincipalInterfaceType() == intfICommand) {
+        throw FeatureError(GetName(), "no_value", GetName() + " is a command: it has no value, 'zelmo exec' runs it");
+    }
+    if (!IsReadable()) {
+        throw FeatureError(GetName(), "not_available",
+                           GetName() + " " + ExplainAccessMode(m_node->GetAccessMode()) + " on camera " + m_camera);
+    }
+    return OnFeature(GetName(), "reading", m_camera, [this]() -> std::string {
+        if (auto* number = dynamic_cast<IFloat*>(m_node)) {
+            return Shortest(number->GetValue()); // to the last digit: what is read can be written back unchanged
+        }
+        return Value().ToString().c_str();
+    });
+}
+
+Json Feature::GetValue() const {
+    const std::string text = GetText();
+    return OnFeature(GetName(), "reading", m_camera, [&]() -> Json {
+        auto* integer = dynamic_cast<IInteger*>(m_node);
+        if (integer != nullptr && IsPlainNumber(*integer)) {
+            return JsonInteger(std::int64_t{integer->GetValue()});
+        }
+        if (auto* number = dynamic_cast<IFloat*>(m_node)) {
+            return JsonNumber(number->GetValue());
+        }
+        if (auto* boolean = dynamic_cast<IBoolean*>(m_node)) {
+            return boolean->GetValue();
+        }
+        return text;
+    });
+}
+
+void Feature::AddLimits(Json& json) const {
+    if (auto* integer = dynamic_cast<IInteger*>(m_node)) {
+        json["min"] = JsonInteger(std::int64_t{integer->GetMin()});
+        json["max"] = JsonInteger(std::int64_t{integer->GetMax()});
+        json["step"] = JsonInteger(std::int64_t{integer->GetInc()});
+    } else if (auto* number = dynamic_cast<IFloat*>(m_node)) {
+        json["min"] = JsonNumber(number->GetMin());
+        json["max"] = JsonNumber(number->GetMax());
+        if (number->HasInc()) {
+            json["step"] = JsonNumber(number->GetInc());
+        }
+    } else if (auto* enumeration = dynamic_cast<IEnumeration*>(m_node)) {
+        json["entries"] = AvailableEntries(*enumeration);
+    } else if (auto* text = dynamic_cast<IString*>(m_node)) {
+        json["max_length"] = JsonInteger(std::int64_t{text->GetMaxLength()});
+    }
+}
+
+Json Feature::GetDescription(bool withValues) const {
+    Json json = {{"name", GetName()}, {"type", GetType()}, {"access", GetAccess()}};
+    if (!withValues) {
+        return json;
+    }
+    if (const std::string unit = GetUnit(); !unit.empty()) {
+        json["unit"] = unit;
+    }
+    if (GenApi::IsAvailable(m_node->GetAccessMode())) {
+        OnFeature(GetName(), "reading the limits", m_camera, [&] { AddLimits(json); });
+    }
+    if (IsReadable() && m_node->GetPrincipalInterfaceType() != intfICommand) {
+        json["value"] = GetValue();
+    }
+    return json;
+}
+
+ToolError Feature::Refuse(const std::string& why, const std::string& code) const {
+    return FeatureError(GetName(), code, GetName() + ": " + why + " on camera " + m_camera);
+}
+
+void Feature::RequireWritable() const {
+    const EAccessMode mode = m_node->GetAccessMode();
+    if (!IsWritable(mode)) {
+        throw Refuse(ExplainAccessMode(mode), "not_available");
+    }
+}
+
+void Feature::CheckInteger(const std::string& text) const {
+    auto& integer = dynamic_cast<IInteger&>(*m_node);
+    if (!IsPlainNumber(integer)) {
+        return;
+    }
+    const auto value = ParseInteger(text);
+    if (!value) {
+        throw Refuse("'" + text + "' is no integer; permitted are " + GetLimits());
+    }
+    const std::int64_t min = integer.GetMin();
+    const std::int64_t max = integer.GetMax();
+    const std::int64_t step = integer.GetInc();
+    if (*value > max) {
+        throw Refuse(text + " is above the maximum of " + std::to_string(max) + StepText(step));
+    }
+    if (*value < min) {
+        throw Refuse(text + " is below the minimum of " + std::to_string(min) + StepText(step));
+    }
+    // In unsigned arithmetic, where the distance of any two limits fits.
+    const std::uint64_t over =
+        step > 1 ? (static_cast<std::uint64_t>(*value) - static_cast<std::uint64_t>(min)) % step : 0;
+    if (over != 0) {
+        const std::int64_t lower = *value - static_cast<std::int64_t>(over);
+        const std::string upper = lower <= max - step ? " and " + std::to_string(lower + step) : "";
+        throw Refuse(text + " is between the steps of " + std::to_string(step) + " from the minimum of " +
+                     std::to_string(min) + "; nearest: " + std::to_string(lower) + upper);
+    }
+}
+
+void Feature::CheckFloat(const std::string& text) const {
+    auto& number = dynamic_cast<IFloat&>(*m_node);
+    const auto value = ParseFloat(text);
+    const std::string unit = GetUnit().empty() ? "" : " " + GetUnit();
+    if (!value || std::isnan(*value)) {
+        throw Refuse("'" + text + "' is no number; permitted are " + GetLimits() + unit);
+    }
+    if (*value > number.GetMax()) {
+        throw Refuse(text + " is above the maximum of " + Shortest(number.GetMax()) + unit);
+    }
+    if (*value < number.GetMin()) {
+        throw Refuse(text + " is below the minimum of " + Shortest(number.GetMin()) + unit);
+    }
+}
+
+void Feature::CheckEntry(const std::string& text) const {
+    auto& enumeration = dynamic_cast<IEnumeration&>(*m_node);
+    const auto entries = AvailableEntries(enumeration);
+    IEnumEntry* entry = enumeration.GetEntryByName(text.c_str());
+    if (entry != nullptr && IsAvailable(entry->GetAccessMode())) {
+        return;
+    }
+    throw Refuse("'" + text + "' " + (entry == nullptr ? "is no entry" : "is not available now") + "; permitted are " +
+                 Joined(entries));
+}
+
+void Feature::CheckBoolean(const std::string& text) const {
+    for (const char* word : {"1", "0", "true", "false", "True", "False", "Yes", "No", "On", "Off"}) {
+        if (text == word) {
+            return;
+        }
+    }
+    throw Refuse("'" + text + "' is no truth value; permitted are true and false, or 1 and 0");
+}
+
+void Feature::CheckText(const std::string& text) const {
+    const std::int64_t longest = dynamic_cast<IString&>(*m_node).GetMaxLength();
+    if (static_cast<std::int64_t>(text.size()) > longest) {
+        throw Refuse("the text has " + std::to_string(text.size()) + " characters, but at most " +
+                     std::to_string(longest) + " are permitted");
+    }
+}
+
+void Feature::SetText(const std::string& text) {
+    const EInterfaceType type = m_node->GetPrincipalInterfaceType();
+    if (type == intfICommand) {
+        throw FeatureError(GetName(), "no_value", GetName() + " is a command: it takes no value, 'zelmo exec' runs it");
+    }
+    OnFeature(GetName(), "setting it to '" + text + "'", m_camera, [&] {
+        RequireWritable();
+        if (type == intfIInteger) {
+            CheckInteger(text);
+        } else if (type == intfIFloat) {
+            CheckFloat(text);
+        } else if (type == intfIEnumeration) {
+            CheckEntry(text);
+        } else if (type == intfIBoolean) {
+            CheckBoolean(text);
+        } else if (type == intfIString) {
+            CheckText(text);
+        }
+        Value().FromString(text.c_str());
+    });
+}
+
+void Feature::Execute(std::chrono::milliseconds timeout) {
+    auto* command = dynamic_cast<ICommand*>(m_node);
+    if (command == nullptr) {
+        throw FeatureError(GetName(), "no_command",
+                           GetName() + " on camera " + m_camera + " is no command but of type " + GetType());
+    }
+    OnFeature(GetName(), "executing", m_camera, [&] {
+        RequireWritable();
+        command->Execute();
+        const auto end = std::chrono::steady_clock::now() + timeout;
+        while (!command->IsDone()) {
+            if (std::chrono::steady_clock::now() >= end) {
+                throw ToolError(ExitCode::Timeout, "timeout",
+                                GetName() + ": camera " + m_camera + " was not done within " +
+                                    std::to_string(timeout.count()) + " ms; --timeout sets the limit",
+                                GetName());
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        }
+    });
+}
+
+} // namespace tool

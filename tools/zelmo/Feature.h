@@ -1,0 +1,60 @@
+#pragma once
+
+#include "Errors.h"
+#include "Json.h"
+
+#include <GenApi/INode.h>
+#include <GenApi/IValue.h>
+
+#include <chrono>
+#include <string>
+#include <vector>
+
+namespace GenApi {
+struct INodeMap;
+}
+
+namespace tool {
+
+/// One feature of a node map, as verbs show and change it. A cheap view: owns nothing, valid as long as the node map.
+/// @throws ToolError throughout, with texts of the form "Width: 99999 is above the maximum of 4096 (step 4) on camera
+/// 0815".
+class Feature {
+public:
+    Feature(GenApi::INode& node, std::string camera);
+
+    /// @throws ToolError with near matches for a name that no feature has.
+    static Feature Find(GenApi::INodeMap& nodeMap, const std::string& name, const std::string& camera);
+
+    std::string GetName() const;
+    std::string GetType() const;   ///< "integer", "enumeration", ...
+    std::string GetAccess() const; ///< "NI", "NA", "WO", "RO" or "RW".
+    std::string GetUnit() const;   ///< Empty without one.
+    std::string GetLimits() const; ///< "16 to 4096 in steps of 4", the entries of an enumeration; empty without any.
+    bool IsReadable() const;
+
+    std::string GetText() const; ///< The value, as SetText takes it.
+    Json GetValue() const;       ///< The same as JSON.
+    Json GetDescription(bool withValues) const;
+
+    void SetText(const std::string& text);
+
+    /// Runs a command and waits until the camera is done.
+    void Execute(std::chrono::milliseconds timeout);
+
+private:
+    GenApi::IValue& Value() const;
+    void RequireWritable() const;
+    void CheckInteger(const std::string& text) const;
+    void CheckFloat(const std::string& text) const;
+    void CheckEntry(const std::string& text) const;
+    void CheckBoolean(const std::string& text) const;
+    void CheckText(const std::string& text) const;
+    void AddLimits(Json& json) const;
+    ToolError Refuse(const std::string& why, const std::string& code = "value_refused") const;
+
+    GenApi::INode* m_node;
+    std::string m_camera;
+};
+
+} // namespace tool

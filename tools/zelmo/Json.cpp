@@ -1,0 +1,37 @@
+#include "Json.h"
+
+#include <cmath>
+
+namespace tool {
+namespace {
+
+constexpr std::int64_t largestExact = std::int64_t{1} << 53;
+
+} // namespace
+
+Json JsonInteger(std::int64_t value) {
+    if (value > largestExact || value < -largestExact) {
+        return std::to_string(value);
+    }
+    return value;
+}
+
+Json JsonInteger(std::uint64_t value) {
+    if (value > static_cast<std::uint64_t>(largestExact)) {
+        return std::to_string(value);
+    }
+    return value;
+}
+
+Json JsonNumber(double value) {
+    if (std::isfinite(value)) {
+        return value;
+    }
+    return std::isnan(value) ? "nan" : value > 0 ? "inf" : "-inf";
+}
+
+std::string ToLine(const Json& json) {
+    return json.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+} // namespace tool

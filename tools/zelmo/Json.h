@@ -1,0 +1,21 @@
+#pragma once
+
+#include <cstdint>
+#include <nlohmann/json.hpp>
+#include <string>
+
+namespace tool {
+
+using Json = nlohmann::ordered_json;
+
+/// Integers that a double cannot hold (beyond 2^53) stand as text: most readers of JSON would round them.
+Json JsonInteger(std::int64_t value);
+Json JsonInteger(std::uint64_t value);
+
+/// Infinities and NaN, which JSON does not have, stand as text.
+Json JsonNumber(double value);
+
+/// One line; bytes that are no UTF-8 are replaced.
+std::string ToLine(const Json& json);
+
+} // namespace tool

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <cstdint>
+
+namespace tool {
+
+/// Counts images that were lost on the way from the gaps between block ids.
+class LossCounter {
+public:
+    /// @param blockId of the next image; all ones: the camera does not count. @return how many are missing before it.
+    std::uint64_t Add(std::uint64_t blockId) {
+        if (blockId == notCounted) {
+            return 0;
+        }
+        const std::uint64_t lost = m_last == notCounted ? 0 : GapTo(blockId);
+        m_last = blockId;
+        return lost;
+    }
+
+private:
+    static constexpr std::uint64_t notCounted = ~std::uint64_t{0};
+    static constexpr std::uint64_t largest16 = 0xFFFF; // GigE Vision 1: 16 bits, and 0 is left out
+
+    std::uint64_t GapTo(std::uint64_t blockId) const {
+        if (blockId > m_last) {
+            return blockId - m_last - 1;
+        }
+        const bool wrapped = m_last <= largest16 && m_last - blockId > largest16 / 2;
+        return wrapped ? largest16 - m_last + (blockId > 0 ? blockId - 1 : 0) : 0; // else the camera began anew
+    }
+
+    std::uint64_t m_last = notCounted;
+};
+
+} // namespace tool

@@ -1,0 +1,94 @@
+#include "CommandLine.h"
+#include "Errors.h"
+#include "Library.h"
+#include "Output.h"
+#include "Signals.h"
+#include "Version.h"
+
+#include <Base/GCException.h>
+
+#include <cstring>
+#include <iostream>
+
+namespace {
+
+using namespace tool;
+
+ExitCode RunRequest(CommandLine& commandLine, CommandLine::Request request, Output& output) {
+    switch (request) {
+    case CommandLine::Request::Help:
+        std::cout << commandLine.GetHelp();
+        return ExitCode::Done;
+    case CommandLine::Request::ManualPage:
+        std::cout << commandLine.GetManualPage();
+        return ExitCode::Done;
+    case CommandLine::Request::Completion:
+        std::cout << commandLine.GetCompletion();
+        return ExitCode::Done;
+    case CommandLine::Request::Version:
+    case CommandLine::Request::RunVerb:
+        break;
+    }
+    Library library(commandLine.GetGlobalOptions(), output);
+    if (request == CommandLine::Request::Version) {
+        PrintVersion(library, output);
+        return ExitCode::Done;
+    }
+    return commandLine.GetVerb().Run(library, output);
+}
+
+ExitCode Fail(Output& output, const ToolError& error) {
+    output.Error(error);
+    return error.GetExitCode();
+}
+
+/// Runs @p action; whatever goes wrong becomes an error message and its exit code.
+template <class Action>
+ExitCode Guarded(Output& output, Action action) {
+    try {
+        return action();
+    } catch (const ToolError& error) {
+        return Fail(output, error);
+    } catch (const GenICam::GenericException& error) {
+        return Fail(output, FromLibrary(error, "The command"));
+    } catch (const std::bad_alloc&) {
+        return Fail(output, HostError("Out of memory"));
+    } catch (const std::exception& error) {
+        return Fail(output, HostError(std::string("Unexpected failure: ") + error.what()));
+    }
+}
+
+/// Errors in the options have to look right before the options are known.
+bool AsksForJson(int argc, char** argv) {
+    for (int i = 1; i < argc; ++i) {
+        if (std::strcmp(argv[i], "--json") == 0) {
+            return true;
+        }
+    }
+    return false;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    IgnoreWriteSignals();
+    GlobalOptions early;
+    early.json = AsksForJson(argc, argv);
+    Output messages(early, std::cout, std::cerr);
+    CommandLine commandLine;
+    CommandLine::Request request{};
+    ExitCode code = Guarded(messages, [&] {
+        request = commandLine.Parse(argc, argv);
+        return ExitCode::Done;
+    });
+    if (code != ExitCode::Done) {
+        return static_cast<int>(code);
+    }
+    Output output(commandLine.GetGlobalOptions(), std::cout, std::cerr);
+    code = Guarded(output, [&] { return RunRequest(commandLine, request, output); });
+    const ExitCode flushed = Guarded(output, [&] {
+        output.Flush();
+        return ExitCode::Done;
+    });
+    return static_cast<int>(code == ExitCode::Done ? flushed : code);
+}

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tool {
+
+/// What every verb understands; they may stand before or behind the verb.
+struct GlobalOptions {
+    bool json = false;
+    bool quiet = false;                 ///< No notes and no progress; errors stay.
+    int verbosity = 0;                  ///< 1: the library's notices and infos, 2: debug too.
+    std::string progress = "auto";      ///< auto, always or never.
+    std::vector<std::string> logLevels; ///< CATEGORY=LEVEL each.
+    std::string logFile;
+    std::string filter; ///< Grammar of ZELMO_DEVICE_FILTER.
+};
+
+/// Which camera, and which of its node maps, a feature verb works on.
+struct DeviceOptions {
+    std::string device; ///< Empty: the only camera there is.
+    std::string nodeMap = "device";
+};
+
+struct ListOptions {
+    bool transportLayers = false;
+    bool watch = false;
+    unsigned intervalMs = 1000;
+    std::optional<unsigned> count; ///< End after so many arrivals and departures.
+    std::optional<double> durationSeconds;
+};
+
+struct ExecOptions {
+    std::string command;
+    unsigned timeoutMs = 5000;
+};
+
+struct FeaturesOptions {
+    std::string glob;
+    bool values = false;
+    std::string visibility = "guru";
+};
+
+struct GrabOptions {
+    std::vector<std::string> devices;
+    bool all = false;
+    std::optional<unsigned> count; ///< Images of each camera.
+    std::optional<double> durationSeconds;
+    std::string output; ///< Pattern of file names; empty: nothing is written.
+    bool raw = false;
+    unsigned timeoutMs = 5000;
+    unsigned buffers = 10;
+    std::optional<unsigned> maxLost;
+};
+
+} // namespace tool

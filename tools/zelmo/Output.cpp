@@ -1,0 +1,201 @@
+#include "Output.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <cstdlib>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+namespace tool {
+namespace {
+
+constexpr int schema = 1;
+
+bool IsTerminal() {
+    return isatty(STDERR_FILENO) == 1;
+}
+
+bool WantsColour() {
+    const char* noColour = std::getenv("NO_COLOR");
+    return IsTerminal() && (noColour == nullptr || *noColour == '\0');
+}
+
+bool WantsProgress(const GlobalOptions& options) {
+    if (options.progress != "auto") {
+        return options.progress == "always";
+    }
+    return IsTerminal() && !options.quiet && !options.json;
+}
+
+std::size_t TerminalColumns() {
+    winsize size{};
+    const bool known = ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+    return known ? size.ws_col : 80;
+}
+
+} // namespace
+
+Output::Output(const GlobalOptions& options, std::ostream& data, std::ostream& messages)
+    : m_data(data), m_messages(messages), m_json(options.json), m_quiet(options.quiet), m_colour(WantsColour()),
+      m_progress(WantsProgress(options)) {}
+
+void Output::Line(const std::string& text) {
+    if (m_json) {
+        return;
+    }
+    std::lock_guard lock(m_mutex);
+    WipeProgress();
+    m_data << text << '\n';
+}
+
+void Output::Document(Json document) {
+    if (!m_json) {
+        return;
+    }
+    Json whole = {{"schema", schema}};
+    whole.update(document);
+    std::lock_guard lock(m_mutex);
+    m_data << whole.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
+}
+
+void Output::Event(const std::string& type, Json fields) {
+    if (!m_json) {
+        return;
+    }
+    // To the millisecond: more digits would only be noise.
+    Json whole = {{"type", type}, {"t", std::round(SecondsSinceStart() * 1000) / 1000}, {"schema", schema}};
+    whole.update(fields);
+    std::lock_guard lock(m_mutex);
+    WipeProgress();
+    m_data << ToLine(whole) << std::endl; // whoever reads the stream wants each line at once
+}
+
+void Output::Note(const std::string& text) {
+    if (m_quiet) {
+        return;
+    }
+    std::lock_guard lock(m_mutex);
+    WipeProgress();
+    if (m_json) {
+        m_messages << ToLine({{"type", "note"}, {"message", text}}) << std::endl;
+    } else {
+        m_messages << text << std::endl;
+    }
+}
+
+void Output::Error(const ToolError& error) {
+    std::lock_guard lock(m_mutex);
+    WipeProgress();
+    if (!m_json) {
+        WriteMessage("error", "\033[31m", error.what());
+        return;
+    }
+    Json object = {{"type", "error"}, {"code", error.GetCode()}, {"message", error.what()}};
+    if (!error.GetFeature().empty()) {
+        object["feature"] = error.GetFeature();
+    }
+    object["exit_code"] = static_cast<int>(error.GetExitCode());
+    m_messages << ToLine(object) << std::endl;
+}
+
+void Output::LogLine(const std::string& level, const std::string& category, const std::string& message) {
+    std::lock_guard lock(m_mutex);
+    WipeProgress();
+    if (m_json) {
+        m_messages << ToLine({{"type", "log"}, {"level", level}, {"category", category}, {"message", message}})
+                   << std::endl;
+    } else {
+        m_messages << level << " [" << category << "] " << Printable(message) << std::endl;
+    }
+}
+
+void Output::WriteMessage(const char* label, const char* colour, const std::string& text) {
+    if (m_colour) {
+        m_messages << "zelmo: " << colour << label << "\033[0m: " << text << std::endl;
+    } else {
+        m_messages << "zelmo: " << label << ": " << text << std::endl;
+    }
+}
+
+void Output::ShowProgress(const std::string& text) {
+    if (!m_progress) {
+        return;
+    }
+    std::lock_guard lock(m_mutex);
+    m_messages << '\r' << text.substr(0, TerminalColumns() - 1) << "\033[K" << std::flush;
+    m_progressStands = true;
+}
+
+void Output::EndProgress() {
+    std::lock_guard lock(m_mutex);
+    if (m_progressStands) {
+        m_messages << std::endl;
+        m_progressStands = false;
+    }
+}
+
+void Output::WipeProgress() {
+    if (m_progressStands) {
+        m_messages << "\r\033[K" << std::flush;
+        m_progressStands = false;
+    }
+}
+
+double Output::SecondsSinceStart() const {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - m_start).count();
+}
+
+void Output::Flush() {
+    std::lock_guard lock(m_mutex);
+    m_data.flush();
+    if (!m_data) {
+        throw HostError("Cannot write to standard output: the disk is full or the reader has gone");
+    }
+}
+
+std::vector<std::string> FormatTable(const std::vector<std::vector<std::string>>& rows) {
+    std::vector<std::size_t> widths;
+    for (const auto& row : rows) {
+        widths.resize(std::max(widths.size(), row.size()));
+        for (std::size_t i = 0; i < row.size(); ++i) {
+            widths[i] = std::max(widths[i], row[i].size());
+        }
+    }
+    std::vector<std::string> lines;
+    for (const auto& row : rows) {
+        std::string line;
+        for (std::size_t i = 0; i < row.size(); ++i) {
+            line += row[i] + std::string(widths[i] - row[i].size() + 2, ' ');
+        }
+        line.erase(line.find_last_not_of(' ') + 1);
+        lines.push_back(line);
+    }
+    return lines;
+}
+
+std::string QuotedList(const std::vector<std::string>& words, const std::string& lastWord) {
+    std::string text;
+    for (std::size_t i = 0; i < words.size(); ++i) {
+        if (i > 0) {
+            text += i + 1 == words.size() ? " " + lastWord + " " : ", ";
+        }
+        text += "'" + words[i] + "'";
+    }
+    return text;
+}
+
+std::string Printable(const std::string& text) {
+    std::string result = text;
+    std::replace_if(
+        result.begin(), result.end(), [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; }, '?');
+    return result;
+}
+
+std::string Fixed(double value, int decimals) {
+    char text[512];
+    const auto result = std::to_chars(text, text + sizeof(text), value, std::chars_format::fixed, decimals);
+    return {text, result.ptr};
+}
+
+} // namespace tool

@@ -1,0 +1,69 @@
+#pragma once
+
+#include "Errors.h"
+#include "Json.h"
+#include "Options.h"
+
+#include <chrono>
+#include <mutex>
+#include <ostream>
+#include <string>
+#include <vector>
+
+namespace tool {
+
+/// All that the tool prints: data to standard output; notes, progress and errors to standard error; as text or as JSON.
+/// Threads: any, at the same time; a line is never torn.
+class Output {
+public:
+    Output(const GlobalOptions& options, std::ostream& data, std::ostream& messages);
+
+    bool IsJson() const noexcept { return m_json; }
+
+    void Line(const std::string& text); ///< One line of data; nothing with --json.
+    void Document(Json document);       ///< The one document of a verb, "schema" in front; nothing without --json.
+    void
+    Event(const std::string& type,
+          Json fields); ///< One line of a stream with "type" and "t" (s since start) in front; nothing without --json.
+
+    void Note(const std::string& text); ///< For people: a hint, a warning. Silent with -q.
+    void Error(const ToolError& error);
+    void LogLine(const std::string& level, const std::string& category, const std::string& message);
+
+    bool ShowsProgress() const noexcept { return m_progress; }
+    void ShowProgress(const std::string& text); ///< One line, rewritten; cut at the terminal's width.
+    void EndProgress();                         ///< Leaves the last progress line standing.
+
+    double SecondsSinceStart() const;
+
+    /// @throws ToolError when standard output could not be written (a full disk, a closed pipe).
+    void Flush();
+
+private:
+    void WipeProgress();
+    void WriteMessage(const char* label, const char* colour, const std::string& text);
+
+    std::ostream& m_data;
+    std::ostream& m_messages;
+    const bool m_json;
+    const bool m_quiet;
+    const bool m_colour;
+    bool m_progress;
+    bool m_progressStands = false;
+    const std::chrono::steady_clock::time_point m_start = std::chrono::steady_clock::now();
+    mutable std::mutex m_mutex;
+};
+
+/// Columns as wide as their widest cell, two blanks between, no blanks at the end of a line.
+std::vector<std::string> FormatTable(const std::vector<std::vector<std::string>>& rows);
+
+/// "a, b and c" with quotes around each.
+std::string QuotedList(const std::vector<std::string>& words, const std::string& lastWord = "and");
+
+/// Text from a device or a user as it may be shown on a terminal: control characters are replaced by '?'.
+std::string Printable(const std::string& text);
+
+/// printf's %.<decimals>f, whatever the locale.
+std::string Fixed(double value, int decimals);
+
+} // namespace tool

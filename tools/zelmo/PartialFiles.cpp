@@ -1,0 +1,141 @@
+#include "PartialFiles.h"
+
+#include "Errors.h"
+
+#include <atomic>
+#include <cerrno>
+#include <climits>
+#include <cstring>
+#include <fcntl.h>
+#include <filesystem>
+#include <unistd.h>
+
+namespace tool {
+namespace {
+
+enum SlotState : int { Slot_Free, Slot_Filling, Slot_Live };
+
+struct Slot {
+    std::atomic<int> state{Slot_Free};
+    char path[PATH_MAX];
+};
+Slot g_slots[64];
+
+std::size_t TakeSlot(const std::string& path) {
+    if (path.size() >= sizeof(Slot::path)) {
+        throw HostError("Cannot write '" + path + "': the path is too long");
+    }
+    for (std::size_t i = 0; i < std::size(g_slots); ++i) {
+        int expected = Slot_Free;
+        if (g_slots[i].state.compare_exchange_strong(expected, Slot_Filling)) {
+            std::memcpy(g_slots[i].path, path.c_str(), path.size() + 1);
+            g_slots[i].state = Slot_Live;
+            return i;
+        }
+    }
+    throw HostError("Cannot write '" + path + "': too many files are being written at a time");
+}
+
+std::string TemporaryNameFor(const std::string& path) {
+    static std::atomic<unsigned> counter{0};
+    const std::filesystem::path target(path);
+    const std::string name =
+        "." + target.filename().string() + "." + std::to_string(getpid()) + "-" + std::to_string(counter++) + ".part";
+    return (target.parent_path() / name).string();
+}
+
+/// Owns a descriptor; Close tells what the kernel only finds out then (network file systems, quotas).
+class File {
+public:
+    explicit File(const std::string& path) : m_fd(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666)) {}
+    ~File() { Close(); }
+    File(const File&) = delete;
+    File& operator=(const File&) = delete;
+
+    bool IsOpen() const { return m_fd >= 0; }
+    bool Close() {
+        const int fd = m_fd;
+        m_fd = -1;
+        return fd < 0 || close(fd) == 0;
+    }
+    bool Write(const std::uint8_t* data, std::size_t size) {
+        while (size > 0) {
+            const ssize_t written = write(m_fd, data, size);
+            if (written < 0 && errno != EINTR) {
+                return false;
+            }
+            if (written > 0) {
+                data += written;
+                size -= static_cast<std::size_t>(written);
+            }
+        }
+        return true;
+    }
+
+private:
+    int m_fd;
+};
+
+ToolError CannotWrite(const std::string& path, int error) {
+    std::string message = "Cannot write '" + path + "': " + std::strerror(error);
+    if (error == ENOSPC || error == EDQUOT) {
+        message += ". Make room, or choose another folder with -o";
+    }
+    return HostError(message);
+}
+
+} // namespace
+
+PartialFiles::Entry::Entry(const std::string& path) : m_slot(TakeSlot(path)) {}
+
+PartialFiles::Entry::~Entry() {
+    if (g_slots[m_slot].state != Slot_Free) {
+        unlink(g_slots[m_slot].path);
+        Release();
+    }
+}
+
+void PartialFiles::Entry::Release() noexcept {
+    g_slots[m_slot].state = Slot_Free;
+}
+
+void PartialFiles::RemoveAllFromSignalHandler() noexcept {
+    for (Slot& slot : g_slots) {
+        if (slot.state == Slot_Live) {
+            unlink(slot.path);
+        }
+    }
+}
+
+void WriteFileWhole(const std::string& path, const std::uint8_t* data, std::size_t size) {
+    const std::string temporary = TemporaryNameFor(path);
+    PartialFiles::Entry partial(temporary);
+    File file(temporary);
+    if (!file.IsOpen() || !file.Write(data, size) || !file.Close() || rename(temporary.c_str(), path.c_str()) != 0) {
+        throw CannotWrite(path, errno);
+    }
+    partial.Release();
+}
+
+void CheckFolderOf(const std::string& path) {
+    std::string folder = std::filesystem::path(path).parent_path().string();
+    if (folder.empty()) {
+        folder = ".";
+    }
+    const std::string what = "Cannot write images to folder '" + folder + "': ";
+    std::error_code error;
+    const auto status = std::filesystem::status(folder, error);
+    if (status.type() == std::filesystem::file_type::not_found && error.value() != ENOTDIR) {
+        throw HostError(what + "it does not exist. Make it with: mkdir -p '" + folder + "'");
+    }
+    if (status.type() != std::filesystem::file_type::directory) {
+        throw HostError(what + (error ? error.message() : "it is not a folder") + ". Choose another one with -o");
+    }
+    const std::string probe = TemporaryNameFor(path);
+    PartialFiles::Entry partial(probe);
+    if (!File(probe).IsOpen()) {
+        throw HostError(what + std::strerror(errno) + ". Choose another one with -o");
+    }
+}
+
+} // namespace tool

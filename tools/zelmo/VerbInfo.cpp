@@ -1,0 +1,80 @@
+#include "Camera.h"
+#include "CommonOptions.h"
+#include "DeviceSelector.h"
+#include "InfoJson.h"
+#include "Output.h"
+#include "Verb.h"
+
+#include <zelmo/TlFactory.h>
+
+namespace tool {
+namespace {
+
+struct Access {
+    bool accessible;
+    std::string why;
+    std::string word;
+};
+
+Access LookUpAccess(const Zelmo::CDeviceInfo& info) {
+    static const char* const words[] = {"unknown", "ok", "in_use", "wrong_subnet", "no_permission", "not_reachable"};
+    Zelmo::EDeviceAccessiblityInfo state = Zelmo::DeviceAccessibility_Unknown;
+    const bool accessible = Zelmo::CTlFactory::GetInstance().IsDeviceAccessible(info, GetWantedAccess(), &state);
+    if (accessible) {
+        return {true, "", "ok"};
+    }
+    const auto position = static_cast<std::size_t>(state);
+    return {false, ExplainAccess(state), position < std::size(words) ? words[position] : "unknown"};
+}
+
+class InfoVerb : public Verb {
+public:
+    std::string GetName() const override { return "info"; }
+    std::string GetSummary() const override { return "Tell all about one camera, and whether it can be opened"; }
+    std::vector<Example> GetExamples() const override {
+        return {
+            {"zelmo info", "The only camera"},
+            {"zelmo info 0815-0000", "The camera with that serial number"},
+            {"zelmo info UserDefinedName=left --json", "By a property that 'info' shows"},
+        };
+    }
+
+    void Define(CLI::App& command) override {
+        command
+            .add_option(
+                "DEVICE", m_device,
+                "Serial number, user-defined name, full name, KEY=VALUE[,KEY=VALUE...] or index of 'list'; the only "
+                "camera when left out")
+            ->type_name("");
+    }
+
+    ExitCode Run(Library& library, Output& output) override {
+        const Zelmo::CDeviceInfo info = SelectDevice(library, m_device);
+        const Access access = LookUpAccess(info);
+        Json json = {{"device", MakeInfoJson(info)}, {"accessible", access.accessible}, {"access", access.word}};
+        if (!access.accessible) {
+            json["reason"] = access.why;
+        }
+        output.Document(json);
+        std::vector<std::vector<std::string>> rows;
+        for (const auto& [key, value] : json["device"].items()) {
+            rows.push_back({key, Printable(value.get<std::string>())});
+        }
+        rows.push_back({"Access", access.accessible ? "can be opened" : "cannot be opened: " + access.why});
+        for (const std::string& line : FormatTable(rows)) {
+            output.Line(line);
+        }
+        return ExitCode::Done;
+    }
+
+private:
+    std::string m_device;
+};
+
+} // namespace
+
+std::unique_ptr<Verb> MakeInfoVerb() {
+    return std::make_unique<InfoVerb>();
+}
+
+} // namespace tool
