@@ -27,7 +27,7 @@ struct GENICAM_API INodeMap {
     virtual uint64_t GetNumNodes() const = 0;
     /// Compiles all formulas. @p pErrorList, if given, receives "<node>: <reason>" for each that is broken.
     /// @return whether all are sound.
-    virtual bool ParseSwissKnifes(gcstring_vector* pErrorList = NULL) const = 0;
+    virtual bool ParseSwissKnifes(gcstring_vector* pErrorList = nullptr) const = 0;
 
 protected:
     ~INodeMap() = default;

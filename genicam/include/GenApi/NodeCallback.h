@@ -78,7 +78,7 @@ template <class Function>
 intptr_t Register(INode* pNode, Function f, ECallbackType CallbackType = cbPostInsideLock) {
     std::unique_ptr<CNodeCallback> callback(make_NodeCallback(pNode, std::move(f), CallbackType));
     const CallbackHandleType handle = pNode->RegisterCallback(callback.get());
-    callback.release();
+    (void)callback.release(); // the node owns it now
     return handle;
 }
 
@@ -87,7 +87,7 @@ template <class Client, class Member, class = std::enable_if_t<std::is_member_fu
 intptr_t Register(INode* pNode, Client& client, Member member, ECallbackType CallbackType = cbPostInsideLock) {
     std::unique_ptr<CNodeCallback> callback(make_NodeCallback(pNode, client, member, CallbackType));
     const CallbackHandleType handle = pNode->RegisterCallback(callback.get());
-    callback.release();
+    (void)callback.release(); // the node owns it now
     return handle;
 }
 
