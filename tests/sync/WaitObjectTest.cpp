@@ -1,0 +1,258 @@
+#include <zelmo/WaitObject.h>
+
+#include "ZelmoBase/sync/Deadline.h"
+
+#include "Support.h"
+#include "fakes/Descriptors.h"
+#include "fakes/Interrupter.h"
+#include "fakes/LogRecorder.h"
+#include <zelmo/Log.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <array>
+#include <fcntl.h>
+#include <functional>
+#include <poll.h>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+using namespace Zelmo;
+using Fakes::LogLine;
+using testing::ElementsAre;
+
+const std::string openFilesHint =
+    ". Reached open files limit: To change the limit permanently on a ubuntu system, edit /etc/security/limits.conf";
+
+struct Pipe {
+    Pipe() { EXPECT_EQ(pipe(ends.data()), 0); }
+    ~Pipe() {
+        close(ends[0]);
+        close(ends[1]);
+    }
+    std::array<int, 2> ends;
+};
+
+TEST(WaitObjectTest, StateStaysUntilItIsChanged) {
+    WaitObjectEx object = WaitObjectEx::Create();
+    EXPECT_FALSE(object.Wait(0));
+    object.Reset();
+    EXPECT_FALSE(object.Wait(0));
+    object.Signal();
+    EXPECT_TRUE(object.Wait(0));
+    EXPECT_TRUE(object.Wait(WaitTimeoutInfinite));
+    object.Signal();
+    object.Reset(); // one is enough for both
+    EXPECT_FALSE(object.Wait(0));
+    EXPECT_TRUE(WaitObjectEx::Create(true).Wait(0));
+}
+
+TEST(WaitObjectTest, CopiesAreOneFlagWithDescriptorsOfTheirOwn) {
+    const int before = Fakes::OpenDescriptors();
+    {
+        WaitObjectEx first = WaitObjectEx::Create();
+        EXPECT_EQ(Fakes::OpenDescriptors(), before + 2);
+        WaitObjectEx copy(first);
+        WaitObject assigned;
+        assigned = first;
+        EXPECT_EQ(Fakes::OpenDescriptors(), before + 6);
+        first.Signal();
+        EXPECT_TRUE(copy.Wait(0));
+        EXPECT_TRUE(assigned.Wait(0));
+        copy.Reset();
+        EXPECT_FALSE(first.Wait(0));
+        first.Destroy();
+        first.Destroy();
+        copy.Signal();
+        EXPECT_TRUE(assigned.Wait(0));
+        assigned = WaitObjectEx::Create(); // gives the flag before back
+        EXPECT_EQ(Fakes::OpenDescriptors(), before + 4);
+        EXPECT_FALSE(assigned.Wait(0));
+    }
+    EXPECT_EQ(Fakes::OpenDescriptors(), before);
+}
+
+TEST(WaitObjectTest, InvalidSourceMakesAnInvalidCopyButDoesNotOverwrite) {
+    const WaitObject invalid;
+    EXPECT_FALSE(WaitObject(invalid).IsValid());
+    WaitObject target = WaitObjectEx::Create(true);
+    const int fd = target.GetFd();
+    target = invalid;
+    EXPECT_TRUE(target.Wait(0));
+    EXPECT_EQ(target.GetFd(), fd);
+    target = target;
+    EXPECT_TRUE(target.Wait(0));
+}
+
+TEST(WaitObjectTest, HandleIsCopiedButNeverTakenOver) {
+    WaitObjectEx object = WaitObjectEx::Create();
+    _WaitObjectPosix_t* handle = object;
+    EXPECT_EQ(*object.GetWaitObject(), handle);
+    WaitObject copy(handle, true);
+    object.Signal();
+    EXPECT_TRUE(copy.Wait(0));
+    EXPECT_NE(copy.GetFd(), object.GetFd());
+
+    WaitObject notTaken(handle, false);
+    EXPECT_FALSE(notTaken.IsValid());
+    EXPECT_EQ(notTaken.GetFd(), -1);
+    EXPECT_EQ(FailureOf([] { WaitObject(nullptr, true); }), "WaitObject duplicate failed (0): Success");
+}
+
+TEST(WaitObjectTest, UseOfAnInvalidObjectRaises) {
+    WaitObjectEx invalid;
+    EXPECT_EQ(FailureOf([&] { invalid.Wait(0); }), "Wait operation failed): Invalid argument");
+    EXPECT_EQ(FailureOf([&] { invalid.Wait(WaitTimeoutInfinite); }), "Wait operation failed): Invalid argument");
+    EXPECT_EQ(FailureOf([&] { invalid.Signal(); }), "Failed to signal wait object: Invalid argument");
+    EXPECT_EQ(FailureOf([&] { invalid.Reset(); }), "Failed to reset wait object: Invalid argument");
+}
+
+TEST(WaitObjectTest, DescriptorServesTheApplicationsPoll) {
+    WaitObjectEx object = WaitObjectEx::Create();
+    pollfd entry{object.GetFd(), static_cast<short>(object.GetReadyMask()), 0};
+    EXPECT_EQ(poll(&entry, 1, 0), 0);
+    object.Signal();
+    EXPECT_EQ(poll(&entry, 1, 0), 1);
+    EXPECT_EQ(entry.revents & object.GetReadyMask(), 1);
+    EXPECT_NE(fcntl(object.GetFd(), F_GETFL) & O_NONBLOCK, 0);
+}
+
+TEST(WaitObjectTest, BrokenDescriptorsAreTold) {
+    WaitObjectEx object = WaitObjectEx::Create();
+    close(object.GetFd());
+    EXPECT_EQ(FailureOf([&] { object.Reset(); }), "Failed to reset wait object: Bad file descriptor");
+    EXPECT_TRUE(object.Wait(0)); // poll calls a closed descriptor ready
+}
+
+TEST(WaitObjectTest, EndOfAllWritersReadsAsSignaled) {
+    WaitObjectEx object = WaitObjectEx::Create();
+    WaitObjectEx readerOnly(object.GetFd());
+    WaitObject copy(readerOnly); // without a write end of its own
+    EXPECT_FALSE(copy.Wait(0));
+    object.Destroy();
+    EXPECT_TRUE(copy.Wait(0));
+}
+
+TEST(ForeignDescriptorTest, IsSignaledWhileReadableAndCannotBeSignaled) {
+    Pipe foreign;
+    WaitObjectEx object(foreign.ends[0]);
+    EXPECT_NE(object.GetFd(), foreign.ends[0]);
+    EXPECT_NE(fcntl(foreign.ends[0], F_GETFL) & O_NONBLOCK, 0); // shared with the duplicate
+    EXPECT_FALSE(object.Wait(0));
+    EXPECT_EQ(FailureOf([&] { object.Signal(); }), "Failed to signal wait object: Bad file descriptor");
+    ASSERT_EQ(write(foreign.ends[1], "x", 1), 1);
+    object.Signal(); // nothing left to do
+    EXPECT_TRUE(object.Wait(0));
+    object.Reset();
+    EXPECT_FALSE(object.Wait(0));
+    EXPECT_EQ(FailureOf([] { WaitObjectEx bad(-1); }), "Failed to create wait object: Bad file descriptor");
+}
+
+struct ExhaustionCase {
+    const char* name;
+    int freeDescriptors;
+    std::function<void(WaitObjectEx& target, const WaitObjectEx& source)> step;
+    const char* message;
+};
+
+void PrintTo(const ExhaustionCase& c, std::ostream* stream) {
+    *stream << c.name;
+}
+
+class DescriptorExhaustionTest : public testing::TestWithParam<ExhaustionCase> {};
+
+TEST_P(DescriptorExhaustionTest, IsToldWithAHintAndLeavesNothingBehind) {
+    hxlog::LogEnable(true);
+    Fakes::LogRecorder log;
+    WaitObjectEx source = WaitObjectEx::Create(true);
+    WaitObjectEx target = WaitObjectEx::Create(true);
+    const int before = Fakes::OpenDescriptors();
+    const int fd = target.GetFd();
+    {
+        Fakes::DescriptorLimit limit(GetParam().freeDescriptors);
+        EXPECT_EQ(FailureOf([&] { GetParam().step(target, source); }),
+                  GetParam().message + std::string(": Too many open files") + openFilesHint);
+    }
+    EXPECT_EQ(Fakes::OpenDescriptors(), before);
+    EXPECT_EQ(target.GetFd(), fd);
+    EXPECT_TRUE(target.Wait(0));
+    EXPECT_THAT(log.Lines(), ElementsAre(LogLine{"zelmo.base.waitobject", 300, openFilesHint}));
+}
+
+const char createFailed[] = "Failed to create wait object";
+const char duplicateFailed[] = "WaitObject duplicate failed (0)";
+
+INSTANTIATE_TEST_SUITE_P(
+    Steps, DescriptorExhaustionTest,
+    testing::Values(
+        ExhaustionCase{"create", 1, [](auto&, auto&) { WaitObjectEx::Create(); }, createFailed},
+        ExhaustionCase{"wrap", 0, [](auto&, auto& source) { WaitObjectEx wrapped(source.GetFd()); }, createFailed},
+        ExhaustionCase{"copy read end", 0, [](auto&, auto& source) { WaitObject copy(source); }, duplicateFailed},
+        ExhaustionCase{"copy write end", 1, [](auto&, auto& source) { WaitObject copy(source); }, duplicateFailed},
+        ExhaustionCase{"copy handle", 1, [](auto&, auto& source) { WaitObject copy(source, true); }, duplicateFailed},
+        ExhaustionCase{"assign", 1, [](auto& target, auto& source) { target = source; }, duplicateFailed}));
+
+TEST(WaitTest, TimeoutsEndTheWaitAndInterruptionsDoNotShortenIt) {
+    const WaitObject object = WaitObjectEx::Create();
+    EXPECT_GE(MillisecondsOf([&] { EXPECT_FALSE(object.Wait(30)); }), 29); // the clock counts whole milliseconds
+    Fakes::Interrupter interrupter;
+    EXPECT_GE(MillisecondsOf([&] { EXPECT_EQ(object.WaitEx(100, false), WaitExResult_Timeout); }), 99);
+}
+
+TEST(WaitTest, AlertableWaitEndsWithTheFirstInterruption) {
+    const WaitObject object = WaitObjectEx::Create();
+    Fakes::Interrupter interrupter;
+    EXPECT_EQ(object.WaitEx(GenerousMs, true), WaitExResult_Alerted);
+    EXPECT_EQ(object.WaitEx(WaitTimeoutInfinite, true), WaitExResult_Alerted);
+    EXPECT_EQ(object.WaitEx(0, true), WaitExResult_Timeout);
+}
+
+TEST(WaitTest, EndlessWaitOutlastsInterruptionsUntilSignaled) {
+    WaitObjectEx object = WaitObjectEx::Create();
+    Fakes::Interrupter interrupter;
+    std::jthread signaler([copy = object]() mutable {
+        WaitObject::Sleep(20);
+        copy.Signal();
+    });
+    EXPECT_EQ(object.WaitEx(WaitTimeoutInfinite, false), WaitExResult_Signaled);
+}
+
+TEST(WaitTest, OneSignalWakesEveryWaiterWhileOthersResetAndSignal) {
+    WaitObjectEx object = WaitObjectEx::Create();
+    std::vector<std::jthread> threads;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([&object] { EXPECT_TRUE(object.Wait(GenerousMs)); });
+    }
+    for (int i = 0; i < 2; ++i) {
+        threads.emplace_back([copy = object]() mutable {
+            for (int round = 0; round < 500; ++round) {
+                copy.Reset();
+                copy.Signal();
+            }
+        });
+    }
+    threads.erase(threads.begin() + 4, threads.end()); // joins those that change it
+    object.Signal();
+}
+
+TEST(DeadlineTest, ArithmeticIsThatOfThirtyTwoBits) {
+    const std::uint32_t now = ClockMs();
+    if (now < 10 || now > 0x40000000u) {
+        GTEST_SKIP() << "the clock is about to wrap, or too far on to show it";
+    }
+    EXPECT_EQ(CDeadline(0xFFFFFFF0u).PollTimeout(), 0); // wraps: below the clock
+    EXPECT_FALSE(CDeadline(0xFFFFFFF0u).IsAhead());
+    EXPECT_LT(CDeadline(0x90000000u).PollTimeout(), 0); // without limit for poll
+    EXPECT_TRUE(CDeadline(0x90000000u).IsAhead());
+    EXPECT_FALSE(WaitObjectEx::Create().Wait(0xFFFFFFF0u));
+}
+
+TEST(SleepTest, LastsAsLongAsAsked) {
+    EXPECT_GE(MillisecondsOf([] { WaitObject::Sleep(20); }), 20);
+}
+
+} // namespace
