@@ -28,6 +28,11 @@ void ImplicitTlRefs::Add(ITransportLayer* tl) {
         counted->AddRef();
 }
 
+void ImplicitTlRefs::Forget(ITransportLayer* tl) {
+    if (m_held.erase(tl) != 0)
+        std::erase(m_tls, tl);
+}
+
 void ImplicitTlRefs::ReleaseAll() {
     m_held.clear();
     for (ITransportLayer* const tl : std::exchange(m_tls, {}))

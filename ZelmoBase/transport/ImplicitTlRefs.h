@@ -16,8 +16,9 @@ public:
     ImplicitTlRefs& operator=(const ImplicitTlRefs&) = delete;
     ~ImplicitTlRefs(); ///< Releases what is left, with a warning.
 
-    void Add(ITransportLayer* tl); ///< Null, and one that is held already, is ignored.
-    void ReleaseAll();             ///< In the order in which they were added.
+    void Add(ITransportLayer* tl);    ///< Null, and one that is held already, is ignored.
+    void Forget(ITransportLayer* tl); ///< It is gone: one without a counter does not outlive its first release.
+    void ReleaseAll();                ///< In the order in which they were added.
 
 private:
     std::vector<ITransportLayer*> m_tls;

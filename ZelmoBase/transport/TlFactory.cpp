@@ -239,6 +239,8 @@ void CTlFactory::ReleaseTl(const ITransportLayer* released) {
     if (CTlLibHelper* const library = m_tlMap.load()->GetLib(tl))
         library->DestroyTl(tl);
     m_tlMap.load()->Remove(tl);
+    if (m_implicitTlRefs)
+        m_implicitTlRefs->Forget(tl);
 }
 
 int CTlFactory::EnumerateDevices(DeviceInfoList& list, bool addToList) {

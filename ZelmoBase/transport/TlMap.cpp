@@ -16,12 +16,14 @@ CTlMap::~CTlMap() {
                         "you have called DestroyDevice() for each successfully created device.!",
                         static_cast<unsigned int>(m_entries.size()));
     }
-    const auto entries = m_entries; // a plug-in may still release transport layers in its Destroy
-    for (const auto& [tl, entry] : entries) {
+    while (!m_entries.empty()) { // a plug-in may release further transport layers meanwhile
+        ITransportLayer* const tl = m_entries.begin()->first;
+        CTlLibHelper* const library = m_entries.begin()->second.library;
+        Remove(tl);
         if (auto* const counted = dynamic_cast<ITransportLayerPrivate*>(tl))
             counted->AddRef(); // whatever it releases on its way out must not end it twice
-        if (entry.library)
-            entry.library->DestroyTl(tl);
+        if (library)
+            library->DestroyTl(tl);
     }
 }
 

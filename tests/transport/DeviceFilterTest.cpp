@@ -58,6 +58,7 @@ struct FilterText {
     const char* text;
     std::vector<std::string> patterns;
     int conditions;
+    friend std::ostream& operator<<(std::ostream& stream, const FilterText& p) { return stream << p.text; }
 };
 
 class DeviceFilterTextTest : public LoggingTest, public testing::WithParamInterface<FilterText> {};

@@ -120,6 +120,9 @@ struct IpQuery {
     const char* value;
     bool (CDeviceInfo::*query)() const;
     bool expected;
+    friend std::ostream& operator<<(std::ostream& stream, const IpQuery& p) {
+        return stream << p.key << " of " << p.value;
+    }
 };
 
 class IpQueryTest : public testing::TestWithParam<IpQuery> {};
@@ -151,6 +154,9 @@ struct Match {
     const char* device;
     const char* pattern;
     bool expected;
+    friend std::ostream& operator<<(std::ostream& stream, const Match& p) {
+        return stream << p.key << ' ' << p.device << " against " << p.pattern;
+    }
 };
 
 class PatternTest : public testing::TestWithParam<Match> {};

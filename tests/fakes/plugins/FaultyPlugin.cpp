@@ -1,0 +1,72 @@
+// A plug-in of class "FakeFaulty" whose fault is named by the environment variable ZELMO_TEST_FAULT: "<where> <what>",
+// where is an export or EnumerateDevices, and what is thrown there: GenICam, standard or unknown; or one of the faults
+// that are told apart below.
+
+#include <cstdlib>
+#include <stdexcept>
+#include <string>
+#include <utility>
+
+#include "FakeTransportLayer.h"
+
+using namespace Fakes;
+
+namespace {
+
+bool Fault(const std::string& fault) {
+    const char* const wanted = std::getenv("ZELMO_TEST_FAULT");
+    return wanted && fault == wanted;
+}
+
+void FailIn(const std::string& place) {
+    if (Fault(place + " GenICam"))
+        throw RUNTIME_EXCEPTION("broken");
+    if (Fault(place + " standard"))
+        throw std::runtime_error("broken");
+    if (Fault(place + " unknown"))
+        throw 1;
+}
+
+template <class Base>
+class FaultyTransportLayer final : public Base {
+public:
+    using Base::Base;
+    using Base::EnumerateDevices;
+
+    int EnumerateDevices(Zelmo::DeviceInfoList& list, const Zelmo::DeviceInfoList&, bool) override {
+        list.push_back(this->Device("found before the fault"));
+        FailIn("EnumerateDevices");
+        return 1;
+    }
+    Zelmo::CTlInfo GetTlInfo() const override { return Fault("Same name") ? TlInfo("FakeGood") : Base::GetTlInfo(); }
+};
+
+} // namespace
+
+ZELMO_PLUGIN_EXPORT void GetTLInfoList(Zelmo::TlInfoList& list, bool) {
+    list.push_back(TlInfo("FakeFaulty"));
+    FailIn("GetTLInfoList");
+    if (!Fault("Million null") && !Fault("Million"))
+        return;
+    for (int i = 1; i < 1000000; ++i) {
+        Zelmo::CTlInfo info = TlInfo("FakeFaulty");
+        info.SetFullName(std::to_string(i).c_str());
+        list.push_back(std::move(info));
+    }
+}
+
+ZELMO_PLUGIN_EXPORT Zelmo::ITransportLayer* Create(const Zelmo::CTlInfo& info) {
+    FailIn("Create");
+    if (Fault("Create null") || Fault("Million null"))
+        return nullptr;
+    if (Fault("Not counted"))
+        return new FaultyTransportLayer<FakeTransportLayer>(info);
+    return new FaultyTransportLayer<CountedTransportLayer>(info);
+}
+
+ZELMO_PLUGIN_EXPORT void Destroy(Zelmo::ITransportLayer* tl) {
+    if (!Fault("Million"))
+        LogCall("Destroy %s", "faulty");
+    FailIn("Destroy");
+    delete static_cast<FakeTransportLayer*>(tl);
+}

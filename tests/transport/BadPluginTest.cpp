@@ -1,0 +1,210 @@
+// How plug-ins are found, and that a bad one is named in the log and hides nothing of the others.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "PluginTest.h"
+
+using namespace Zelmo;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+namespace {
+
+class PluginSearchTest : public PluginTest {
+protected:
+    std::vector<std::string> Loaded() const {
+        std::vector<std::string> files;
+        const std::string prefix = "Trying to load TL lib '";
+        for (const Fakes::LogLine& line : m_log.Lines()) {
+            if (line.priority == GenICam::LogPriority_Notice && line.message.starts_with(prefix))
+                files.push_back(line.message.substr(prefix.size(), line.message.size() - prefix.size() - 1));
+        }
+        return files;
+    }
+
+    int EnumerateTls() {
+        TlInfoList tls;
+        return Factory().EnumerateTls(tls);
+    }
+};
+
+TEST_F(PluginSearchTest, FileThatIsReachedTwiceIsLoadedOnceUnderItsOwnName) {
+    std::filesystem::create_symlink(FileOf("good"), m_folder.Path() / "libzelmo_TL_link.so");
+    std::filesystem::create_directory_symlink(FolderOf("good"), m_folder.Path() / "folder");
+    Start({"good", "good", "faulty"});
+    EXPECT_EQ(EnumerateTls(), 2);
+    EXPECT_THAT(Loaded(), ElementsAre(FileOf("faulty"), FileOf("good"))) << "in the order of their paths";
+}
+
+TEST_F(PluginSearchTest, EscapedColonBelongsToTheFolder) {
+    const auto folder = m_folder.Path() / "a:b";
+    std::filesystem::create_directory(folder);
+    std::filesystem::copy_file(FileOf("good"), folder / "libzelmo_TL_copy.so");
+    StartWithFolders(m_folder.Path().string() + "/a\\:b:/nowhere");
+    EXPECT_EQ(EnumerateTls(), 1);
+    EXPECT_THAT(Loaded(), ElementsAre((folder / "libzelmo_TL_copy.so").string()));
+}
+
+TEST_F(PluginSearchTest, LonePercentSignInAPathIsDoubled) {
+    const auto folder = m_folder.Path() / "50%";
+    std::filesystem::create_directory(folder);
+    std::filesystem::copy_file(FileOf("good"), folder / "libzelmo_TL_copy.so");
+    StartWithFolders(folder.string());
+    EXPECT_EQ(EnumerateTls(), 0);
+    EXPECT_TRUE(m_log.Contains(category, GenICam::LogPriority_Error, "50%%/libzelmo_TL_copy.so"));
+}
+
+TEST_F(PluginSearchTest, EmptyFolderListElementIsTheRootFolder) {
+    StartWithFolders(std::string(":").append(FolderOf("good")));
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(EnumerateTls(), 1);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "globbing failed\n");
+}
+
+TEST_F(PluginSearchTest, FilesThatAreNoPluginsAreNamedAndLeftOut) {
+    const auto text = m_folder.Path() / "libzelmo_TL_text.so";
+    std::ofstream(text) << "no shared library at all\n";
+    const auto foreign = m_folder.Path() / "libzelmo_TL_foreign.so";
+    std::filesystem::copy_file(FileOf("good"), foreign);
+    std::fstream elf(foreign, std::ios::in | std::ios::out | std::ios::binary);
+    elf.seekp(18).write("\x08\x00", 2); // e_machine: MIPS
+    elf.close();
+    std::filesystem::create_directory(m_folder.Path() / "libzelmo_TL_folder.so");
+    std::filesystem::create_symlink("/nowhere", m_folder.Path() / "libzelmo_TL_dangling.so");
+
+    Start({"good", "incomplete"});
+    DeviceInfoList devices;
+    EXPECT_EQ(Factory().EnumerateDevices(devices), 2);
+    for (const char* const name : {"text", "foreign", "folder"}) {
+        const std::string file = (m_folder.Path() / ("libzelmo_TL_" + std::string(name) + ".so")).string();
+        EXPECT_EQ(m_log.Count(category, GenICam::LogPriority_Error, "Could not load TL lib '" + file + "' : "), 1u);
+    }
+    EXPECT_EQ(
+        m_log.Count(category, GenICam::LogPriority_Warn,
+                    "Could not find required exports in TL lib '" + FileOf("incomplete") + "'. Lib won't be used."),
+        1u);
+}
+
+struct PluginFault {
+    const char* fault;
+    int priority;        ///< Of the one line that names the fault; 0 for none.
+    std::string message; ///< "%" stands for the plug-in's file.
+    std::size_t devices; ///< Those of the faulty plug-in.
+    friend std::ostream& operator<<(std::ostream& stream, const PluginFault& p) { return stream << p.fault; }
+};
+
+class FaultyPluginTest : public PluginTest, public testing::WithParamInterface<PluginFault> {};
+
+TEST_P(FaultyPluginTest, HidesNothingOfTheOthers) {
+    PluginFault p = GetParam();
+    if (const auto file = p.message.find('%'); file != std::string::npos)
+        p.message.replace(file, 1, FileOf("faulty"));
+    setenv("ZELMO_TEST_FAULT", p.fault, 1);
+    Start({"faulty", "good"});
+    DeviceInfoList devices;
+    EXPECT_EQ(Factory().EnumerateDevices(devices), static_cast<int>(2 + p.devices));
+    EXPECT_THAT(Serials(devices), testing::IsSupersetOf({"1", "2"}));
+    m_library.reset();
+    std::vector<Fakes::LogLine> lines = m_log.Lines();
+    std::erase_if(lines, [](const Fakes::LogLine& line) {
+        return line.category != category || line.message.starts_with("Trying to load");
+    });
+    if (p.priority)
+        EXPECT_THAT(lines, ElementsAre(Fakes::LogLine{category, p.priority, p.message}));
+    else
+        EXPECT_THAT(lines, ElementsAre());
+}
+
+INSTANTIATE_TEST_SUITE_P(Faults, FaultyPluginTest,
+                         testing::Values(PluginFault{"none", 0, "", 1},
+                                         PluginFault{"GetTLInfoList GenICam", GenICam::LogPriority_Error,
+                                                     "Exception in GetTLInfoList of TL lib '%': broken", 0},
+                                         PluginFault{"GetTLInfoList standard", GenICam::LogPriority_Error,
+                                                     "Exception in GetTLInfoList of TL lib '%': broken", 0},
+                                         PluginFault{"GetTLInfoList unknown", GenICam::LogPriority_Error,
+                                                     "Exception in GetTLInfoList of TL lib '%': Unknown exception", 0},
+                                         PluginFault{"Create GenICam", GenICam::LogPriority_Notice,
+                                                     "Trying to create TL 'Fake/FakeFaulty' - broken", 0},
+                                         PluginFault{"Create unknown", GenICam::LogPriority_Notice,
+                                                     "Unknown error while enumerating FakeFaulty devices.", 0},
+                                         PluginFault{"Create null", 0, "", 0}, PluginFault{"Not counted", 0, "", 1},
+                                         PluginFault{"EnumerateDevices GenICam", GenICam::LogPriority_Warn,
+                                                     "Exception while enumerating FakeFaulty devices. Error: 'broken'",
+                                                     1},
+                                         PluginFault{"EnumerateDevices standard", GenICam::LogPriority_Notice,
+                                                     "Unknown error while enumerating FakeFaulty devices.", 1}),
+                         [](const auto& tested) {
+                             std::string name = tested.param.fault;
+                             std::erase(name, ' ');
+                             return name;
+                         });
+
+using OtherFaultTest = PluginTest;
+
+TEST_F(OtherFaultTest, SecondTransportLayerOfOneFullNameIsRefusedAndDestroyed) {
+    setenv("ZELMO_TEST_FAULT", "Same name", 1);
+    Start({"faulty", "good"});
+    ITransportLayer* const good = Factory().CreateTl(String_t("FakeGood"));
+    EXPECT_EQ(Factory().CreateTl(String_t("FakeFaulty")), nullptr);
+    EXPECT_THAT(FakeCalls("Destroy"), ElementsAre("Destroy faulty"));
+    EXPECT_EQ(m_log.Count(category, GenICam::LogPriority_Notice,
+                          "Trying to create TL 'Fake/FakeFaulty' - Tried to add the same transport layer twice"),
+              1u);
+    Factory().ReleaseTl(good);
+}
+
+TEST_F(OtherFaultTest, UncountedTransportLayerGoesWithItsFirstRelease) {
+    setenv("ZELMO_TEST_FAULT", "Not counted", 1);
+    Start({"faulty"});
+    Factory().ReleaseTl(Factory().CreateTl(String_t("FakeFaulty")));
+    EXPECT_THAT(FakeCalls("Destroy"), ElementsAre("Destroy faulty"));
+}
+
+TEST_F(OtherFaultTest, FailureToDestroyReachesWhoeverReleases) {
+    setenv("ZELMO_TEST_FAULT", "Destroy GenICam", 1);
+    Start({"faulty"});
+    ITransportLayer* const tl = Factory().CreateTl(String_t("FakeFaulty"));
+    EXPECT_THROW(Factory().ReleaseTl(tl), GenICam::RuntimeException);
+    setenv("ZELMO_TEST_FAULT", "none", 1);
+}
+
+TEST_F(OtherFaultTest, FailureToDestroyAtTerminationEndsTheProcess) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const auto terminateWithFault = [this] {
+        setenv("ZELMO_TEST_FAULT", "Destroy GenICam", 1);
+        Start({"faulty"});
+        DeviceInfoList devices;
+        Factory().EnumerateDevices(devices);
+        m_library.reset();
+    };
+    EXPECT_EXIT(terminateWithFault(), testing::KilledBySignal(SIGABRT), "broken");
+}
+
+class MillionEntriesTest : public PluginTest, public testing::WithParamInterface<const char*> {};
+
+TEST_P(MillionEntriesTest, AreListedAndHoldNobodyUp) {
+    setenv("ZELMO_TEST_FAULT", GetParam(), 1);
+    Start({"faulty", "good"});
+    {
+        TlInfoList tls;
+        EXPECT_EQ(Factory().EnumerateTls(tls), 1000001);
+        EXPECT_EQ(tls.back().GetDeviceClass(), "FakeGood");
+    }
+    DeviceInfoList filter(1);
+    DeviceInfoList devices;
+    const int expected = std::string(GetParam()) == "Million" ? 1000002 : 2;
+    EXPECT_EQ(Factory().EnumerateDevices(devices, filter), expected);
+    EXPECT_EQ(devices[devices.size() - 1].GetDeviceClass(), "FakeGood");
+}
+
+INSTANTIATE_TEST_SUITE_P(Entries, MillionEntriesTest, testing::Values("Million null", "Million"));
+
+} // namespace
