@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <numbers>
 #include <optional>
 #include <type_traits>
@@ -19,12 +20,22 @@ namespace {
 // An expression may be used thousands of times, and each use compiles its text again.
 constexpr std::size_t maxTextLength = 1024 * 1024;
 
+// Descriptions write "4.0" in integer formulas: a fraction of zero says the same as none.
+std::optional<std::int64_t> IntegralValue(std::string_view text) {
+    const std::optional<double> value = ParseFloat(text);
+    if (!value || !(std::fabs(*value) < 0x1p63) || *value != std::trunc(*value))
+        return std::nullopt;
+    return static_cast<std::int64_t>(*value);
+}
+
 template <typename T>
 std::optional<T> ParseNumber(std::string_view text) {
-    if constexpr (std::is_same_v<T, double>)
+    if constexpr (std::is_same_v<T, double>) {
         return ParseFloat(text);
-    else
-        return ParseInteger(text);
+    } else {
+        const std::optional<std::int64_t> value = ParseInteger(text);
+        return value ? value : IntegralValue(text);
+    }
 }
 
 bool EqualsIgnoringCase(std::string_view a, std::string_view b) {
