@@ -1,0 +1,78 @@
+#include "genicam/genapi/map/Callbacks.h"
+
+#include <Base/GCException.h>
+#include <Log/CLog.h>
+
+#include <atomic>
+
+namespace GenApi {
+
+namespace {
+
+void LogFailure(const char* text) noexcept {
+    static auto& logger = GenICam::CLog::GetLogger("GenApi");
+    GenICam::CLog::Log(logger, GenICam::LogPriority_Error, "A node callback failed: %s", text);
+}
+
+} // namespace
+
+void EndRegistration(Registration& registration) {
+    registration.isLive = false;
+    if (registration.running == 0) {
+        registration.callback->Destroy();
+    }
+}
+
+void CallbackBatch::Add(const std::vector<RegistrationPtr>& registrations) {
+    static std::atomic<std::uint64_t> batches{0};
+    if (m_number == 0 && !registrations.empty()) {
+        m_number = ++batches;
+    }
+    for (const RegistrationPtr& registration : registrations) {
+        if (registration->queuedIn != m_number) {
+            registration->queuedIn = m_number;
+            m_registrations.push_back(registration);
+        }
+    }
+}
+
+void CallbackBatch::Fire(CLock& lock, ECallbackType cause) {
+    for (const RegistrationPtr& registration : m_registrations) {
+        FireOne(lock, *registration, cause);
+    }
+}
+
+void CallbackBatch::FireOne(CLock& lock, Registration& registration, ECallbackType cause) {
+    {
+        const GenICam::AutoLock guard(lock);
+        if (!registration.isLive) {
+            return;
+        }
+        ++registration.running;
+    }
+    try {
+        (*registration.callback)(cause);
+    } catch (...) {
+        KeepFailure();
+    }
+    const GenICam::AutoLock guard(lock);
+    --registration.running;
+    if (!registration.isLive && registration.running == 0) {
+        registration.callback->Destroy();
+    }
+}
+
+void CallbackBatch::KeepFailure() noexcept {
+    if (!m_failure) {
+        m_failure = std::current_exception();
+    }
+    try {
+        throw;
+    } catch (const std::exception& failure) {
+        LogFailure(failure.what());
+    } catch (...) {
+        LogFailure("Unknown");
+    }
+}
+
+} // namespace GenApi

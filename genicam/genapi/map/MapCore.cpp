@@ -1,0 +1,256 @@
+#include "genicam/genapi/map/MapCore.h"
+
+#include "genicam/genapi/nodes/NodeFactory.h"
+
+#include <algorithm>
+
+namespace GenApi {
+
+namespace {
+
+constexpr std::size_t maxKeptClosureNodes = std::size_t(4) << 20; // 32 MiB of pointers
+
+} // namespace
+
+MapCore::MapCore(ModelPtr model, CLock* userLock, const gcstring& deviceName, INodeMap& map)
+    : m_model(std::move(model)), m_lock(userLock != nullptr ? userLock : &m_ownLock), m_map(map),
+      m_deviceName(deviceName) {
+    try {
+        CreateNodes();
+    } catch (...) {
+        DestroyNodes();
+        throw;
+    }
+}
+
+MapCore::~MapCore() {
+    {
+        const GenICam::AutoLock lock(*m_lock);
+        for (NodeBase* node : m_nodes) {
+            node->DestroyRegistrations();
+        }
+    }
+    DestroyNodes();
+}
+
+void MapCore::CreateNodes() {
+    const std::size_t count = m_model->NodeCount();
+    std::size_t bytes = 0;
+    for (NodeIndex node = 0; node < count; ++node) {
+        bytes += NodeSize(m_model->Record(node).kind);
+    }
+    m_block.reset(new std::byte[bytes]);
+    m_nodes.reserve(count);
+    std::byte* place = m_block.get();
+    for (NodeIndex node = 0; node < count; ++node) {
+        const NodeKind kind = m_model->Record(node).kind;
+        m_nodes.push_back(ConstructNode(place, kind, *this, node));
+        place += NodeSize(kind);
+    }
+    for (NodeBase* node : m_nodes) {
+        node->Bind();
+        if (node->PollingTime() >= 0) {
+            m_polled.push_back(node);
+        }
+    }
+}
+
+void MapCore::DestroyNodes() noexcept {
+    for (auto node = m_nodes.rbegin(); node != m_nodes.rend(); ++node) {
+        (*node)->~NodeBase();
+    }
+    m_nodes.clear();
+}
+
+std::string MapCore::EntryPoint() const {
+    return m_entryNode == nullptr ? std::string() : m_entryNode->NameText() + "." + m_entryMethod;
+}
+
+bool MapCore::Visit(NodeBase& node) noexcept {
+    const bool isNew = node.visited != m_walk;
+    node.visited = m_walk;
+    return isNew;
+}
+
+/// The leaves of what the node writes; the node itself if it writes no other.
+void MapCore::CollectTerminals(NodeBase& node, std::vector<NodeBase*>& terminals) {
+    ++m_walk;
+    std::vector<NodeBase*> open{&node};
+    Visit(node);
+    while (!open.empty()) {
+        NodeBase* at = open.back();
+        open.pop_back();
+        const auto children = m_model->Edges().writing.Of(at->Index());
+        if (children.empty()) {
+            terminals.push_back(at);
+        }
+        for (auto child = children.rbegin(); child != children.rend(); ++child) {
+            if (Visit(NodeAt(*child))) {
+                open.push_back(&NodeAt(*child));
+            }
+        }
+    }
+}
+
+std::vector<NodeBase*> MapCore::TerminalsOf(NodeBase& node) {
+    std::vector<NodeBase*> terminals;
+    CollectTerminals(node, terminals);
+    return terminals;
+}
+
+/// Breadth first, from the roots that the closure holds already.
+void MapCore::AddDependents(Closure& closure) {
+    ++m_walk;
+    for (NodeBase* root : closure.nodes) {
+        Visit(*root);
+    }
+    closure.roots = closure.nodes.size();
+    for (std::size_t i = 0; i < closure.nodes.size(); ++i) {
+        for (const NodeIndex parent : m_model->Edges().parents.Of(closure.nodes[i]->Index())) {
+            if (Visit(NodeAt(parent))) {
+                closure.nodes.push_back(&NodeAt(parent));
+            }
+        }
+    }
+}
+
+const Closure& MapCore::Keep(std::unique_ptr<Closure> made, const Closure*& kept, std::unique_ptr<Closure>& spare) {
+    if (m_closureNodes + made->nodes.size() > maxKeptClosureNodes) {
+        spare = std::move(made);
+        return *spare;
+    }
+    made->nodes.shrink_to_fit();
+    m_closureNodes += made->nodes.size();
+    m_closures.push_back(std::move(made));
+    kept = m_closures.back().get();
+    return *kept;
+}
+
+const Closure& MapCore::AffectedBy(NodeBase& node, std::unique_ptr<Closure>& spare) {
+    if (node.affected != nullptr) {
+        return *node.affected;
+    }
+    auto closure = std::make_unique<Closure>();
+    closure->nodes.push_back(&node);
+    CollectTerminals(node, closure->nodes);
+    if (closure->nodes.size() > 1 && closure->nodes[1] == &node) {
+        closure->nodes.pop_back(); // it is its own terminal node
+    }
+    AddDependents(*closure);
+    return Keep(std::move(closure), node.affected, spare);
+}
+
+const Closure& MapCore::DependentsOf(NodeBase& node, std::unique_ptr<Closure>& spare) {
+    if (node.dependents != nullptr) {
+        return *node.dependents;
+    }
+    if (m_model->Edges().writing.Of(node.Index()).empty()) {
+        return AffectedBy(node, spare);
+    }
+    auto closure = std::make_unique<Closure>();
+    closure->nodes.push_back(&node);
+    AddDependents(*closure);
+    return Keep(std::move(closure), node.dependents, spare);
+}
+
+void MapCore::Collect(const Closure& closure) {
+    if (m_registrations == 0 || m_batch == nullptr) {
+        return;
+    }
+    for (NodeBase* node : closure.nodes) {
+        if (node->HasRegistrations()) {
+            m_batch->Add(node->Registrations());
+        }
+    }
+}
+
+void MapCore::Invalidate(NodeBase& node) {
+    std::unique_ptr<Closure> spare;
+    const Closure& closure = DependentsOf(node, spare);
+    for (NodeBase* each : closure.nodes) {
+        each->DropCaches(false);
+    }
+    Collect(closure);
+}
+
+void MapCore::InvalidateAffected(NodeBase& node) {
+    std::unique_ptr<Closure> spare;
+    const Closure& closure = AffectedBy(node, spare);
+    for (NodeBase* each : closure.nodes) {
+        each->DropCaches(false);
+    }
+    Collect(closure);
+}
+
+void MapCore::InvalidateAll() {
+    CallbackBatch batch;
+    {
+        const GenICam::AutoLock lock(*m_lock);
+        for (NodeBase* node : m_nodes) {
+            node->DropCaches(false);
+            batch.Add(node->Registrations());
+        }
+        batch.Fire(*m_lock, cbPostInsideLock);
+    }
+    batch.Fire(*m_lock, cbPostOutsideLock);
+    batch.Rethrow();
+}
+
+void MapCore::Poll(std::int64_t elapsedMs) {
+    CallbackBatch batch;
+    {
+        const GenICam::AutoLock lock(*m_lock);
+        {
+            const BatchScope scope(*this, batch);
+            for (NodeBase* node : m_polled) {
+                if (node->IsPollingBlocked()) {
+                    continue;
+                }
+                node->pollElapsedMs += elapsedMs;
+                if (node->pollElapsedMs >= node->PollingTime()) {
+                    node->pollElapsedMs = 0;
+                    Invalidate(*node);
+                    node->OnPollingTime();
+                }
+            }
+        }
+        batch.Fire(*m_lock, cbPostInsideLock);
+    }
+    batch.Fire(*m_lock, cbPostOutsideLock);
+    batch.Rethrow();
+}
+
+WriteScope::WriteScope(NodeBase& node) : m_core(node.Core()), m_guard(node, EvaluationGuard::Writing) {
+    if (m_core.m_writeDepth == 0) {
+        m_affected = &m_core.AffectedBy(node, m_spare);
+        for (std::size_t i = m_affected->roots; i < m_affected->nodes.size(); ++i) {
+            m_affected->nodes[i]->DropCaches(false);
+        }
+    }
+    ++m_core.m_writeDepth;
+}
+
+WriteScope::~WriteScope() {
+    if (m_isOpen) {
+        Leave(false);
+    }
+}
+
+void WriteScope::Succeed() {
+    Leave(true);
+    if (m_affected != nullptr) {
+        m_core.Collect(*m_affected);
+    }
+}
+
+void WriteScope::Leave(bool keepProtected) noexcept {
+    m_isOpen = false;
+    --m_core.m_writeDepth;
+    if (m_affected != nullptr) {
+        for (NodeBase* node : m_affected->nodes) {
+            node->DropCaches(keepProtected);
+        }
+    }
+}
+
+} // namespace GenApi

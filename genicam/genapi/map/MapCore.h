@@ -1,0 +1,182 @@
+#pragma once
+
+#include "genicam/genapi/map/Callbacks.h"
+#include "genicam/genapi/map/Model.h"
+#include "genicam/genapi/nodes/NodeBase.h"
+
+#include <GenApi/INodeMap.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace GenApi {
+
+class PortNode;
+
+/// The nodes that one change makes void: first what changes itself (roots), then all that depend on it.
+struct Closure {
+    std::vector<NodeBase*> nodes;
+    std::size_t roots = 0;
+};
+
+/// What the nodes of one map share: the lock, the nodes, who depends on whom, the call in progress.
+/// Threads: everything but the constants under the lock.
+/// Owns: the nodes, in one block of memory.
+class MapCore {
+public:
+    MapCore(ModelPtr model, CLock* userLock, const gcstring& deviceName, INodeMap& map);
+    MapCore(const MapCore&) = delete;
+    MapCore& operator=(const MapCore&) = delete;
+    ~MapCore();
+
+    const Model& Description() const noexcept { return *m_model; }
+    CLock& Lock() const noexcept { return *m_lock; }
+    INodeMap& Map() const noexcept { return m_map; }
+    const gcstring& DeviceName() const noexcept { return m_deviceName; }
+    std::size_t NodeCount() const noexcept { return m_nodes.size(); }
+    NodeBase& NodeAt(NodeIndex node) const noexcept { return *m_nodes[node]; }
+
+    /// "Width.SetValue": the outermost public call; empty outside of one.
+    std::string EntryPoint() const;
+
+    /// A change of @p node: invalidates, collects callbacks and fires them when the lock is given back.
+    template <typename Action>
+    void Change(NodeBase& node, const char* method, Action&& action);
+    void Invalidate(NodeBase& node);         ///< the node and its dependents; their callbacks join the call's batch
+    void InvalidateAffected(NodeBase& node); ///< likewise with the terminal nodes, as if it had been written
+    void InvalidateAll();
+    void Poll(std::int64_t elapsedMs);
+
+    const Closure& AffectedBy(NodeBase& node,
+                              std::unique_ptr<Closure>& spare); ///< kept, or in @p spare if too many are
+    const Closure& DependentsOf(NodeBase& node, std::unique_ptr<Closure>& spare); ///< likewise
+    std::vector<NodeBase*> TerminalsOf(NodeBase& node);
+
+    void AddRegistrations(int count) noexcept { m_registrations += count; }
+
+private:
+    friend class Call;
+    friend class WriteScope;
+    friend class BatchScope;
+    friend class EvaluationGuard;
+
+    void CreateNodes();
+    void DestroyNodes() noexcept;
+    void Collect(const Closure& closure);
+    const Closure& Keep(std::unique_ptr<Closure> made, const Closure*& kept, std::unique_ptr<Closure>& spare);
+    void AddDependents(Closure& closure);
+    void CollectTerminals(NodeBase& node, std::vector<NodeBase*>& terminals);
+    bool Visit(NodeBase& node) noexcept;
+
+    const ModelPtr m_model;
+    CLock m_ownLock;
+    CLock* const m_lock;
+    INodeMap& m_map;
+    const gcstring m_deviceName;
+
+    std::unique_ptr<std::byte[]> m_block;
+    std::vector<NodeBase*> m_nodes;
+    std::vector<NodeBase*> m_polled;
+
+    const NodeBase* m_entryNode = nullptr;
+    const char* m_entryMethod = nullptr;
+    int m_evaluationDepth = 0;
+    int m_writeDepth = 0;
+    CallbackBatch* m_batch = nullptr; // of the call in progress
+    int m_registrations = 0;          // of all nodes
+    std::uint32_t m_walk = 0;
+    std::vector<std::unique_ptr<Closure>> m_closures;
+    std::size_t m_closureNodes = 0;
+};
+
+/// One public call of a node: holds the lock, and is the entry point unless an outer call is.
+class Call {
+public:
+    Call(const NodeBase& node, const char* method) noexcept : Call(node.Core(), node, method) {}
+    Call(const Call&) = delete;
+    Call& operator=(const Call&) = delete;
+    ~Call() {
+        if (m_isEntry) {
+            m_core.m_entryNode = nullptr;
+        }
+    }
+
+private:
+    friend class MapCore;
+    Call(MapCore& core, const NodeBase& node, const char* method) noexcept : m_core(core), m_lock(core.Lock()) {
+        m_isEntry = core.m_entryNode == nullptr;
+        if (m_isEntry) {
+            core.m_entryNode = &node;
+            core.m_entryMethod = method;
+        }
+    }
+
+    MapCore& m_core;
+    const GenICam::AutoLock m_lock;
+    bool m_isEntry;
+};
+
+/// The write itself, after all checks. The outermost one invalidates what the node affects, before and after.
+class WriteScope {
+public:
+    explicit WriteScope(NodeBase& node);
+    WriteScope(const WriteScope&) = delete;
+    WriteScope& operator=(const WriteScope&) = delete;
+    ~WriteScope(); ///< without Succeed: what was cached is dropped, nothing is called
+
+    void Succeed();
+
+private:
+    void Leave(bool keepProtected) noexcept;
+
+    MapCore& m_core;
+    EvaluationGuard m_guard;
+    const Closure* m_affected = nullptr; // of the outermost write
+    std::unique_ptr<Closure> m_spare;
+    bool m_isOpen = true;
+};
+
+/// Callbacks of one public call: whoever makes the outermost change fires them. A change made by a port while another
+/// one is written through it invalidates on its own account, but leaves its callbacks to the outer one.
+class BatchScope {
+public:
+    BatchScope(MapCore& core, CallbackBatch& batch) noexcept
+        : m_core(core), m_isOutermost(core.m_batch == nullptr), m_outerDepth(core.m_writeDepth) {
+        if (m_isOutermost) {
+            core.m_batch = &batch;
+        }
+        core.m_writeDepth = 0;
+    }
+    BatchScope(const BatchScope&) = delete;
+    BatchScope& operator=(const BatchScope&) = delete;
+    ~BatchScope() {
+        if (m_isOutermost) {
+            m_core.m_batch = nullptr;
+        }
+        m_core.m_writeDepth = m_outerDepth;
+    }
+
+private:
+    MapCore& m_core;
+    const bool m_isOutermost;
+    const int m_outerDepth;
+};
+
+template <typename Action>
+void MapCore::Change(NodeBase& node, const char* method, Action&& action) {
+    CallbackBatch batch;
+    {
+        const GenICam::AutoLock lock(*m_lock);
+        {
+            const Call call(node, method);
+            const BatchScope scope(*this, batch);
+            action();
+        }
+        batch.Fire(*m_lock, cbPostInsideLock);
+    }
+    batch.Fire(*m_lock, cbPostOutsideLock);
+    batch.Rethrow();
+}
+
+} // namespace GenApi

@@ -1,0 +1,137 @@
+#include "genicam/genapi/map/Model.h"
+
+#include "genicam/genapi/map/NameHash.h"
+
+#include <Base/GCException.h>
+
+#include <algorithm>
+#include <cstring>
+
+namespace GenApi {
+
+namespace {
+
+constexpr std::size_t maxTextBytes = std::size_t(512) << 20;
+
+} // namespace
+
+std::uint32_t StringArena::Add(std::string_view text) {
+    if (text.size() + sizeof(std::uint32_t) + 1 > maxTextBytes - m_bytes.size()) {
+        throw RUNTIME_EXCEPTION("The camera description holds more than %zu bytes of text.", maxTextBytes);
+    }
+    const auto length = static_cast<std::uint32_t>(text.size());
+    const auto* lengthBytes = reinterpret_cast<const char*>(&length);
+    m_bytes.insert(m_bytes.end(), lengthBytes, lengthBytes + sizeof(length));
+    const auto offset = static_cast<std::uint32_t>(m_bytes.size());
+    m_bytes.insert(m_bytes.end(), text.begin(), text.end());
+    m_bytes.push_back('\0');
+    return offset;
+}
+
+std::string_view StringArena::At(std::uint32_t offset) const noexcept {
+    std::uint32_t length;
+    std::memcpy(&length, m_bytes.data() + offset - sizeof(length), sizeof(length));
+    return {m_bytes.data() + offset, length};
+}
+
+std::size_t SymbolTable::SlotOf(const StringArena& texts, std::string_view name, std::uint64_t hash) const noexcept {
+    const std::size_t mask = m_slots.size() - 1;
+    std::size_t slot = hash & mask;
+    while (m_slots[slot].symbol != Missing && (m_slots[slot].hash != static_cast<std::uint32_t>(hash >> 32) ||
+                                               texts.At(m_symbols[m_slots[slot].symbol].text) != name)) {
+        slot = (slot + 1) & mask;
+    }
+    return slot;
+}
+
+std::uint32_t SymbolTable::Find(const StringArena& texts, std::string_view name) const noexcept {
+    if (m_slots.empty()) {
+        return Missing;
+    }
+    return m_slots[SlotOf(texts, name, HashName(name))].symbol;
+}
+
+std::uint32_t SymbolTable::Intern(StringArena& texts, std::string_view name) {
+    if (m_symbols.size() * 2 >= m_slots.size()) {
+        Grow();
+    }
+    const std::uint64_t hash = HashName(name);
+    Slot& slot = m_slots[SlotOf(texts, name, hash)];
+    if (slot.symbol == Missing) {
+        m_symbols.push_back({texts.Add(name), NoNode});
+        slot = {static_cast<std::uint32_t>(hash >> 32), static_cast<std::uint32_t>(m_symbols.size() - 1)};
+        m_hashes.push_back(hash);
+    }
+    return slot.symbol;
+}
+
+void SymbolTable::Grow() {
+    std::vector<Slot> slots(m_slots.empty() ? 1024 : m_slots.size() * 2);
+    for (std::uint32_t symbol = 0; symbol < m_symbols.size(); ++symbol) {
+        std::size_t slot = m_hashes[symbol] & (slots.size() - 1);
+        while (slots[slot].symbol != Missing) {
+            slot = (slot + 1) & (slots.size() - 1);
+        }
+        slots[slot] = {static_cast<std::uint32_t>(m_hashes[symbol] >> 32), symbol};
+    }
+    m_slots.swap(slots);
+}
+
+void EdgeLists::Build(std::size_t nodes, const std::vector<Pair>& pairs) {
+    m_begin.assign(nodes + 1, 0);
+    for (const Pair& pair : pairs) {
+        ++m_begin[pair.from + 1];
+    }
+    for (std::size_t i = 1; i <= nodes; ++i) {
+        m_begin[i] += m_begin[i - 1];
+    }
+    m_targets.resize(pairs.size());
+    std::vector<std::uint32_t> next(m_begin.begin(), m_begin.end() - 1);
+    for (const Pair& pair : pairs) {
+        m_targets[next[pair.from]++] = pair.to;
+    }
+}
+
+NodeIndex Model::Find(std::string_view name) const noexcept {
+    const std::uint32_t symbol = m_symbols.Find(m_texts, name);
+    if (symbol != SymbolTable::Missing) {
+        return m_symbols.At(symbol).node;
+    }
+    // a qualified name, as INode::GetName gives it
+    for (const std::string_view prefix : {std::string_view("Std::"), std::string_view("Cust::")}) {
+        if (name.substr(0, prefix.size()) == prefix) {
+            const std::uint32_t plain = m_symbols.Find(m_texts, name.substr(prefix.size()));
+            return plain == SymbolTable::Missing ? NoNode : m_symbols.At(plain).node;
+        }
+    }
+    return NoNode;
+}
+
+const Property* Model::FindProperty(NodeIndex node, PropertyKind kind) const noexcept {
+    const NodeRecord& record = m_nodes[node];
+    const Property* own = m_properties.data() + record.first;
+    for (std::uint32_t i = 0; i < record.count; ++i) {
+        if (own[i].kind == kind && own[i].form != Form::Dropped) {
+            return own + i;
+        }
+    }
+    const Property* shared = m_properties.data() + record.sharedFirst;
+    for (std::uint32_t i = 0; i < record.sharedCount; ++i) {
+        if (shared[i].kind == kind && shared[i].form != Form::Dropped) {
+            return shared + i;
+        }
+    }
+    return nullptr;
+}
+
+std::string_view Model::TextOr(NodeIndex node, PropertyKind kind, std::string_view missing) const noexcept {
+    const Property* property = FindProperty(node, kind);
+    return property != nullptr && property->form == Form::Text ? TextOf(property->payload) : missing;
+}
+
+std::size_t Model::ReferenceCount() const noexcept {
+    return static_cast<std::size_t>(std::count_if(m_properties.begin(), m_properties.end(),
+                                                  [](const Property& each) { return each.form == Form::Node; }));
+}
+
+} // namespace GenApi

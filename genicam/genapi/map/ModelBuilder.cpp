@@ -1,0 +1,135 @@
+#include "genicam/genapi/map/ModelBuilder.h"
+
+#include "genicam/genapi/map/LoadLog.h"
+
+#include <Base/GCException.h>
+
+namespace GenApi {
+
+namespace {
+
+constexpr std::size_t maxNodes = 1000000;
+constexpr std::size_t maxProperties = std::size_t(32) << 20;
+constexpr std::string_view entryPrefix = "EnumEntry_";
+
+} // namespace
+
+ModelBuilder::ModelBuilder(std::size_t sourceBytes) : m_model(std::make_shared<Model>()) {
+    m_model->m_texts.Reserve(sourceBytes / 2);
+    m_model->m_properties.reserve(sourceBytes / 24);
+    m_positions.reserve(sourceBytes / 24);
+}
+
+NodeIndex ModelBuilder::AddNode(NodeKind kind, std::string_view name) {
+    if (m_model->m_nodes.size() >= maxNodes) {
+        throw RUNTIME_EXCEPTION("The camera description holds more than %zu nodes.", maxNodes);
+    }
+    const std::uint32_t symbol = Symbolize(name);
+    if (m_model->m_symbols.At(symbol).node != NoNode) {
+        return NoNode;
+    }
+    const auto node = static_cast<NodeIndex>(m_model->m_nodes.size());
+    m_model->m_symbols.At(symbol).node = node;
+    m_model->m_nodes.push_back({symbol, 0, 0, 0, 0, kind});
+    return node;
+}
+
+std::uint32_t ModelBuilder::KeepInteger(std::int64_t value) {
+    m_model->m_integers.push_back(value);
+    return static_cast<std::uint32_t>(m_model->m_integers.size() - 1);
+}
+
+std::uint32_t ModelBuilder::KeepFloat(double value) {
+    m_model->m_floats.push_back(value);
+    return static_cast<std::uint32_t>(m_model->m_floats.size() - 1);
+}
+
+std::uint32_t ModelBuilder::StoreProperties(const Draft& draft) {
+    if (m_model->m_properties.size() + draft.properties.size() > maxProperties) {
+        throw RUNTIME_EXCEPTION("The camera description holds more than %zu properties.", maxProperties);
+    }
+    const auto first = static_cast<std::uint32_t>(m_model->m_properties.size());
+    m_model->m_properties.insert(m_model->m_properties.end(), draft.properties.begin(), draft.properties.end());
+    m_positions.insert(m_positions.end(), draft.positions.begin(), draft.positions.end());
+    return first;
+}
+
+void ModelBuilder::Finish(const Draft& draft) {
+    NodeRecord& record = m_model->m_nodes[draft.node];
+    record.first = StoreProperties(draft);
+    record.count = static_cast<std::uint32_t>(draft.properties.size());
+}
+
+void ModelBuilder::ShareProperties(const Draft& structure, const std::vector<NodeIndex>& entries) {
+    const std::uint32_t first = StoreProperties(structure);
+    for (const NodeIndex entry : entries) {
+        m_model->m_nodes[entry].sharedFirst = first;
+        m_model->m_nodes[entry].sharedCount = static_cast<std::uint32_t>(structure.properties.size());
+    }
+}
+
+ModelPtr ModelBuilder::Build(const Describer& describe) {
+    AddEntryAliases();
+    for (NodeIndex node = 0; node < m_model->m_nodes.size(); ++node) {
+        const NodeRecord record = m_model->m_nodes[node];
+        ResolveRange(node, record.sharedFirst, record.sharedCount, describe);
+        ResolveRange(node, record.first, record.count, describe);
+    }
+    m_model->BuildGraph();
+    return std::move(m_model);
+}
+
+ModelPtr EmptyModel() {
+    return ModelBuilder(0).Build([](std::uint32_t) { return std::string(); });
+}
+
+/// An entry is found as EnumEntry_<Enumeration>_<Entry> and, unless another node is called so, without the prefix.
+void ModelBuilder::AddEntryAliases() {
+    for (NodeIndex node = 0; node < m_model->m_nodes.size(); ++node) {
+        const std::string name(m_model->NameOf(node));
+        if (m_model->m_nodes[node].kind == NodeKind::EnumEntry && name.starts_with(entryPrefix)) {
+            Symbol& alias = m_model->m_symbols.At(Symbolize(std::string_view(name).substr(entryPrefix.size())));
+            if (alias.node == NoNode) {
+                alias.node = node;
+            }
+        }
+    }
+}
+
+void ModelBuilder::ResolveRange(NodeIndex node, std::uint32_t first, std::uint32_t count, const Describer& describe) {
+    for (std::uint32_t i = first; i < first + count; ++i) {
+        if (m_model->m_properties[i].form == Form::Name) {
+            ResolveReference(node, m_model->m_properties[i], m_positions[i], describe);
+        }
+    }
+}
+
+void ModelBuilder::ResolveReference(NodeIndex node, Property& property, std::uint32_t position,
+                                    const Describer& describe) {
+    const PropertyTraits& traits = TraitsOf(property.kind);
+    const Symbol& symbol = m_model->m_symbols.At(property.payload);
+    const NodeKind kind = m_model->m_nodes[node].kind;
+    const Target target =
+        property.kind == PropertyKind::pValue && kind == NodeKind::String ? Target::Text : traits.target;
+    if (symbol.node != NoNode && Accepts(target, m_model->m_nodes[symbol.node].kind)) {
+        property.form = Form::Node;
+        property.payload = symbol.node;
+        return;
+    }
+    std::string text = describe(position) + ", node '" + std::string(m_model->NameOf(node)) + "', property '" +
+                       std::string(traits.name) + "': refers to node '" + std::string(m_model->TextOf(symbol.text)) +
+                       "'";
+    if (symbol.node != NoNode) {
+        text +=
+            " of kind " + std::string(NodeKindName(m_model->m_nodes[symbol.node].kind)) + ", which cannot stand here";
+    } else {
+        text += ", which does not exist";
+    }
+    if (!(traits.edges & Edge_Optional)) {
+        throw RUNTIME_EXCEPTION("Cannot load the camera description: " + text + ".");
+    }
+    LogLoadWarning(text + "; the reference is dropped.");
+    property.form = Form::Dropped;
+}
+
+} // namespace GenApi

@@ -1,0 +1,117 @@
+#include "genicam/genapi/nodes/ConverterNode.h"
+
+#include "genicam/genapi/nodes/NodeError.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace GenApi {
+
+template <typename Base, typename T>
+void ConverterOf<Base, T>::BindProperty(const Property& property) {
+    switch (property.kind) {
+    case PropertyKind::FormulaTo:
+        m_to.text = this->Description().TextOf(property.payload);
+        break;
+    case PropertyKind::FormulaFrom:
+        m_from.text = this->Description().TextOf(property.payload);
+        break;
+    case PropertyKind::pValue:
+        m_target = this->Target(property);
+        break;
+    case PropertyKind::Slope:
+        m_slope = static_cast<ESlope>(property.payload);
+        break;
+    case PropertyKind::IsLinear:
+        m_isLinear = property.payload == Yes;
+        break;
+    default:
+        m_formula.BindProperty(property);
+        Base::BindProperty(property);
+        break;
+    }
+}
+
+template <typename Base, typename T>
+void ConverterOf<Base, T>::CompileFormulas() {
+    m_formula.Compile(m_to);
+    m_formula.Compile(m_from);
+}
+
+template <typename Base, typename T>
+EAccessMode ConverterOf<Base, T>::OwnMode() {
+    for (auto* program : {&m_from, &m_to}) {
+        const EAccessMode variables = m_formula.Mode(*program);
+        if (!IsReadable(variables)) {
+            return variables;
+        }
+    }
+    return m_target->Mode();
+}
+
+template <typename Base, typename T>
+T ConverterOf<Base, T>::Evaluate(ReadMode mode) {
+    return m_formula.Evaluate(m_from, NumberOf<T>::Read(*m_target, mode), mode);
+}
+
+template <typename Base, typename T>
+void ConverterOf<Base, T>::Store(T value, bool verify) {
+    NumberOf<T>::Write(*m_target, m_formula.Evaluate(m_to, value, ReadMode()), verify);
+}
+
+/// A limit that the target does not have, the converter has not either. Where the formula has no result, such as 1/TO
+/// at 0, there is no limit.
+template <typename Base, typename T>
+T ConverterOf<Base, T>::Limit(bool wantsMin) {
+    constexpr T lowest = std::numeric_limits<T>::lowest();
+    constexpr T highest = std::numeric_limits<T>::max();
+    const T none = wantsMin ? lowest : highest;
+    if (m_slope == Varying) {
+        return none;
+    }
+    const T low = NumberOf<T>::Min(*m_target);
+    const T high = NumberOf<T>::Max(*m_target);
+    const bool hasLow = low != lowest;
+    const bool hasHigh = high != highest;
+    if (m_slope == Automatic && hasLow && hasHigh) {
+        const auto one = m_formula.TryEvaluate(m_from, low, ReadMode());
+        const auto other = m_formula.TryEvaluate(m_from, high, ReadMode());
+        if (one && other) {
+            return wantsMin ? std::min(*one, *other) : std::max(*one, *other);
+        }
+        return none;
+    }
+    const bool takesLow = wantsMin != (m_slope == Decreasing);
+    if (takesLow ? !hasLow : !hasHigh) {
+        return none;
+    }
+    return m_formula.TryEvaluate(m_from, takesLow ? low : high, ReadMode()).value_or(none);
+}
+
+template <typename Base, typename T>
+bool ConverterOf<Base, T>::NaturalInc(T& inc) {
+    if constexpr (NumberOf<T>::type == ValueType::Integer) {
+        inc = 1;
+        return true;
+    } else {
+        double step = 0;
+        if (!m_isLinear || !m_target->IncFloat(step)) {
+            return false;
+        }
+        const double low = m_target->MinFloat();
+        const double base = low == std::numeric_limits<double>::lowest() ? 0 : low;
+        const auto one = m_formula.TryEvaluate(m_from, base, ReadMode());
+        const auto other = m_formula.TryEvaluate(m_from, base + step, ReadMode());
+        if (!one || !other) {
+            return false;
+        }
+        inc = std::fabs(*other - *one);
+        return true;
+    }
+}
+
+template class ConverterOf<FloatBase, double>;
+template class ConverterOf<IntegerBase, std::int64_t>;
+
+} // namespace GenApi

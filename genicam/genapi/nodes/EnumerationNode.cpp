@@ -1,0 +1,294 @@
+#include "genicam/genapi/nodes/EnumerationNode.h"
+
+#include "genicam/genapi/nodes/IntegerBase.h"
+#include "genicam/genapi/nodes/NodeError.h"
+
+#include <cinttypes>
+#include <cmath>
+
+namespace GenApi {
+
+void EnumEntryNode::BindProperty(const Property& property) {
+    switch (property.kind) {
+    case PropertyKind::Value:
+        m_value = Description().IntegerOf(property);
+        break;
+    case PropertyKind::NumericValue:
+        m_numeric = Description().FloatOf(property);
+        m_hasNumeric = true;
+        break;
+    case PropertyKind::Symbolic:
+        m_symbolic = Description().TextOf(property.payload);
+        break;
+    case PropertyKind::IsSelfClearing:
+        m_isSelfClearing = property.payload == Yes;
+        break;
+    default:
+        break;
+    }
+    if (m_symbolic.empty()) {
+        m_symbolic = Description().TextOr(Index(), PropertyKind::Name, Name());
+    }
+}
+
+gcstring EnumEntryNode::GetDisplayName() const {
+    return gcstring(Description().TextOr(Index(), PropertyKind::DisplayName, m_symbolic));
+}
+
+std::int64_t EnumEntryNode::NumericInteger() {
+    std::int64_t rounded = m_value;
+    if (m_hasNumeric && !RoundToInteger(m_numeric, rounded)) {
+        throw NODE_EXCEPTION(RuntimeException, *this)("Value %f does not fit into 64 bits.", m_numeric);
+    }
+    return rounded;
+}
+
+void EnumEntryNode::WriteFormatted(std::string_view, bool) {
+    throw NODE_EXCEPTION(AccessException, *this)("Node is not writable.");
+}
+
+void EnumerationNode::BindProperty(const Property& property) {
+    switch (property.kind) {
+    case PropertyKind::EnumEntry:
+    case PropertyKind::pEnumEntry:
+        if (NodeBase* const entry = Target(property)) {
+            m_entries.push_back(static_cast<EnumEntryNode*>(entry));
+        }
+        break;
+    case PropertyKind::Value:
+        m_own = Description().IntegerOf(property);
+        break;
+    case PropertyKind::pValue:
+        m_target = Target(property);
+        break;
+    default:
+        break;
+    }
+}
+
+EAccessMode EnumerationNode::OwnMode() {
+    EAccessMode best = NI;
+    for (EnumEntryNode* entry : m_entries) {
+        const EAccessMode mode = entry->Mode();
+        if (IsAvailable(mode)) {
+            return m_target != nullptr ? m_target->Mode() : RW;
+        }
+        best = mode == NA ? NA : best;
+    }
+    return best;
+}
+
+bool EnumerationNode::IsOwnModeCacheable() {
+    bool cacheable = m_target == nullptr || m_target->IsModeCacheable();
+    for (EnumEntryNode* entry : m_entries) {
+        cacheable = cacheable && entry->IsModeCacheable();
+    }
+    return cacheable;
+}
+
+EnumEntryNode* EnumerationNode::FindSymbolic(std::string_view symbolic) const noexcept {
+    for (EnumEntryNode* entry : m_entries) {
+        if (entry->Symbolic() == symbolic) {
+            return entry;
+        }
+    }
+    return nullptr;
+}
+
+EnumEntryNode* EnumerationNode::FindValue(std::int64_t value) const noexcept {
+    for (EnumEntryNode* entry : m_entries) {
+        if (entry->Value() == value) {
+            return entry;
+        }
+    }
+    return nullptr;
+}
+
+void EnumerationNode::GetSymbolics(StringList_t& Symbolics) {
+    Symbolics.clear();
+    for (EnumEntryNode* entry : m_entries) {
+        Symbolics.push_back(entry->GetSymbolic());
+    }
+}
+
+void EnumerationNode::GetEntries(NodeList_t& Entries) {
+    Entries.clear();
+    for (EnumEntryNode* entry : m_entries) {
+        Entries.push_back(entry);
+    }
+}
+
+IEnumeration& EnumerationNode::operator=(const gcstring& ValueStr) {
+    FromString(ValueStr);
+    return *this;
+}
+
+void EnumerationNode::SetIntValue(int64_t Value, bool Verify) {
+    Core().Change(*this, "SetIntValue", [&] { WriteIntValue(Value, Verify); });
+}
+
+/// A read that finds a self-clearing value gone is a change, and fires callbacks.
+template <typename Read>
+auto EnumerationNode::ReadPublic(const char* method, Read&& read) {
+    {
+        const Call call(*this, method);
+        if (!m_isBusy) {
+            return read();
+        }
+    }
+    decltype(read()) result{};
+    Core().Change(*this, method, [&] { result = read(); });
+    return result;
+}
+
+int64_t EnumerationNode::GetIntValue(bool Verify, bool IgnoreCache) {
+    return ReadPublic("GetIntValue", [&] { return ReadIntValue({Verify, IgnoreCache}); });
+}
+
+gcstring EnumerationNode::ToString(bool Verify, bool IgnoreCache) {
+    return ReadPublic("ToString", [&] { return gcstring(FormatValue({Verify, IgnoreCache})); });
+}
+
+IEnumEntry* EnumerationNode::GetEntryByName(const gcstring& Symbolic) {
+    return FindSymbolic(Symbolic.view());
+}
+
+IEnumEntry* EnumerationNode::GetEntry(const int64_t IntValue) {
+    return FindValue(IntValue);
+}
+
+IEnumEntry* EnumerationNode::GetCurrentEntry(bool Verify, bool IgnoreCache) {
+    return ReadPublic("GetCurrentEntry", [&]() -> IEnumEntry* {
+        return FindValue(ReadIntValue({Verify, IgnoreCache}));
+    });
+}
+
+std::int64_t EnumerationNode::ReadIntValue(ReadMode mode) {
+    RequireReadable();
+    mode.ignoreCache = mode.ignoreCache || m_isBusy;
+    if (HasCached(Cached_Value) && mode.MayUseCache()) {
+        return m_value;
+    }
+    const EvaluationGuard guard(*this, EvaluationGuard::Reading);
+    const std::int64_t value = m_target != nullptr ? m_target->ReadInteger(mode) : m_own;
+    if (mode.verify) {
+        CheckErrorNodes();
+    }
+    if (m_isBusy && value != m_busyValue) {
+        m_isBusy = false;
+        Core().InvalidateAffected(*this);
+    }
+    if (KeepsValue()) {
+        m_value = value;
+        MarkCached(Cached_Value);
+    }
+    return value;
+}
+
+void EnumerationNode::WriteIntValue(std::int64_t value, bool verify) {
+    DropCached(Cached_Value);
+    EnumEntryNode* const entry = FindValue(value);
+    if (verify) {
+        RequireWritable();
+        if (entry == nullptr) {
+            throw NODE_EXCEPTION(InvalidArgumentException, *this)(
+                "Value = %" PRId64 " is not the value of an entry of enumeration '%s'.", value, NameText().c_str());
+        }
+        if (!IsAvailable(entry->Mode())) {
+            throw NODE_EXCEPTION(AccessException, *this)("Entry '%s' of enumeration '%s' is not available.",
+                                                         std::string(entry->Symbolic()).c_str(), NameText().c_str());
+        }
+    }
+    WriteScope scope(*this);
+    if (m_target != nullptr) {
+        m_target->WriteInteger(value, verify);
+    } else {
+        m_own = value;
+    }
+    if (verify) {
+        CheckErrorNodes();
+    }
+    m_isBusy = entry != nullptr && entry->IsSelfClearing();
+    m_busyValue = value;
+    if (Caching() == WriteThrough && !m_isBusy) {
+        m_value = value;
+        MarkCached(Cached_Value);
+        MarkCached(Cached_Protected);
+    }
+    scope.Succeed();
+}
+
+EnumEntryNode& EnumerationNode::CurrentEntry(ReadMode mode) {
+    const std::int64_t value = ReadIntValue(mode);
+    EnumEntryNode* const entry = FindValue(value);
+    if (entry == nullptr) {
+        throw NODE_EXCEPTION(AccessException, *this)("Enumeration '%s' has no entry for its value %" PRId64 ".",
+                                                     NameText().c_str(), value);
+    }
+    return *entry;
+}
+
+std::int64_t EnumerationNode::ReadInteger(ReadMode mode) {
+    return CurrentEntry(mode).NumericInteger();
+}
+
+double EnumerationNode::ReadFloat(ReadMode mode) {
+    return CurrentEntry(mode).GetNumericValue();
+}
+
+void EnumerationNode::WriteInteger(std::int64_t value, bool verify) {
+    WriteFloat(static_cast<double>(value), verify);
+}
+
+void EnumerationNode::WriteFloat(double value, bool verify) {
+    EnumEntryNode* nearest = nullptr;
+    for (EnumEntryNode* entry : m_entries) {
+        const bool isNearer = nearest == nullptr || std::fabs(entry->GetNumericValue() - value) <
+                                                        std::fabs(nearest->GetNumericValue() - value);
+        if (isNearer && IsAvailable(entry->Mode())) {
+            nearest = entry;
+        }
+    }
+    if (nearest == nullptr) {
+        throw NODE_EXCEPTION(AccessException, *this)("Enumeration '%s' has no available entry.", NameText().c_str());
+    }
+    WriteIntValue(nearest->Value(), verify);
+}
+
+std::string EnumerationNode::FormatValue(ReadMode mode) {
+    const std::int64_t value = ReadIntValue(mode);
+    EnumEntryNode* const entry = FindValue(value);
+    if (entry == nullptr) {
+        throw NODE_EXCEPTION(InvalidArgumentException, *this)(
+            "Enumeration '%s' has no entry for its value %" PRId64 ".", NameText().c_str(), value);
+    }
+    return std::string(entry->Symbolic());
+}
+
+void EnumerationNode::WriteFormatted(std::string_view text, bool verify) {
+    EnumEntryNode* const entry = FindSymbolic(text);
+    if (entry == nullptr) {
+        FailConversion(text, "enum");
+    }
+    WriteIntValue(entry->Value(), verify);
+}
+
+std::string EnumerationNode::ErrorText() {
+    const std::int64_t value = ReadIntValue({false, true});
+    if (value == 0) {
+        return {};
+    }
+    EnumEntryNode* const entry = FindValue(value);
+    if (entry == nullptr) {
+        return "Error " + std::to_string(value) + " of enumeration '" + NameText() + "'.";
+    }
+    return std::string(Description().TextOr(entry->Index(), PropertyKind::ToolTip, entry->Symbolic()));
+}
+
+void EnumerationNode::OnPollingTime() {
+    if (m_isBusy && IsReadable(Mode())) {
+        ReadIntValue(ReadMode());
+    }
+}
+
+} // namespace GenApi

@@ -1,0 +1,298 @@
+#include "genicam/genapi/nodes/NodeBase.h"
+
+#include "genicam/genapi/map/LoadLog.h"
+#include "genicam/genapi/map/MapCore.h"
+#include "genicam/genapi/nodes/NodeError.h"
+
+#include <limits>
+
+namespace GenApi {
+
+namespace {
+
+constexpr int maxEvaluationDepth = 1000;
+
+} // namespace
+
+NodeBase::NodeBase(MapCore& core, NodeIndex index)
+    : m_core(core), m_index(index), m_kind(core.Description().Record(index).kind) {}
+
+NodeBase::~NodeBase() = default;
+
+const Model& NodeBase::Description() const noexcept {
+    return m_core.Description();
+}
+
+NodeBase* NodeBase::Target(const Property& property) const noexcept {
+    return property.form == Form::Node ? &m_core.NodeAt(property.payload) : nullptr;
+}
+
+void NodeBase::Bind() {
+    Description().ForEachProperty(m_index, [this](const Property& property) {
+        switch (property.kind) {
+        case PropertyKind::pIsImplemented:
+            m_isImplementedBy = Target(property);
+            break;
+        case PropertyKind::pIsAvailable:
+            m_isAvailableBy = Target(property);
+            break;
+        case PropertyKind::pIsLocked:
+            m_isLockedBy = Target(property);
+            break;
+        case PropertyKind::ImposedAccessMode:
+            m_givenMode = static_cast<std::uint8_t>(property.payload);
+            break;
+        case PropertyKind::PollingTime:
+            m_pollingTimeMs = Description().IntegerOf(property);
+            break;
+        case PropertyKind::pError:
+            m_hasErrorNodes = true;
+            break;
+        default:
+            BindProperty(property);
+            break;
+        }
+    });
+}
+
+EAccessMode NodeBase::Mode() {
+    return Combine(NaturalMode(), static_cast<EAccessMode>(m_imposedMode));
+}
+
+EAccessMode NodeBase::NaturalMode() {
+    if (HasCached(Cached_Mode)) {
+        return static_cast<EAccessMode>(m_mode);
+    }
+    if (m_isComputingMode) {
+        if (!m_toldCycle) {
+            m_toldCycle = true;
+            LogLoadWarning("The access mode of node '" + NameText() + "' depends on itself; it is taken for RW.");
+        }
+        return RW;
+    }
+    const EvaluationGuard guard(*this, EvaluationGuard::Asking);
+    m_isComputingMode = true;
+    EAccessMode mode;
+    try {
+        mode = ComputeMode();
+        m_isComputingMode = false;
+    } catch (...) {
+        m_isComputingMode = false;
+        throw;
+    }
+    if (IsModeCacheable()) {
+        m_mode = static_cast<std::uint8_t>(mode);
+        MarkCached(Cached_Mode);
+    }
+    return mode;
+}
+
+EAccessMode NodeBase::ComputeMode() {
+    if (m_isImplementedBy != nullptr && !Predicate(*m_isImplementedBy, false)) {
+        return NI;
+    }
+    if (m_isAvailableBy != nullptr && !Predicate(*m_isAvailableBy, false)) {
+        return NA;
+    }
+    EAccessMode mode = OwnMode();
+    if (m_isLockedBy != nullptr && Predicate(*m_isLockedBy, true)) {
+        mode = Combine(mode, RO);
+    }
+    return Combine(mode, static_cast<EAccessMode>(m_givenMode));
+}
+
+bool NodeBase::Predicate(NodeBase& node, bool whenUnreadable) {
+    if (IsReadable(node.Mode())) {
+        return node.ReadTruth(ReadMode());
+    }
+    if (!m_toldUnreadable) {
+        m_toldUnreadable = true;
+        LogLoadInfo("The access mode of node '" + NameText() + "' depends on node '" + node.NameText() +
+                    "', which is not readable.");
+    }
+    return whenUnreadable;
+}
+
+bool NodeBase::IsModeCacheable() {
+    if (m_modeCacheable == _UndefinedYesNo) {
+        if (m_isComputingConstants) {
+            return true; // a cycle: the others decide
+        }
+        m_modeCacheable = static_cast<std::uint8_t>(ComputeModeCacheable() ? Yes : No);
+    }
+    return m_modeCacheable == Yes;
+}
+
+bool NodeBase::ComputeModeCacheable() {
+    const EvaluationGuard guard(*this, EvaluationGuard::Asking);
+    m_isComputingConstants = true;
+    bool cacheable = true;
+    try {
+        for (NodeBase* predicate : {m_isImplementedBy, m_isAvailableBy, m_isLockedBy}) {
+            cacheable = cacheable &&
+                        (predicate == nullptr || (predicate->Caching() != NoCache && predicate->IsModeCacheable()));
+        }
+        cacheable = cacheable && IsOwnModeCacheable();
+    } catch (...) {
+        m_isComputingConstants = false;
+        throw;
+    }
+    m_isComputingConstants = false;
+    return cacheable;
+}
+
+ECachingMode NodeBase::Caching() {
+    if (m_caching == _UndefinedCachingMode) {
+        if (m_isEvaluatingCaching) {
+            return WriteThrough; // a cycle: the others decide
+        }
+        const EvaluationGuard guard(*this, EvaluationGuard::Asking);
+        m_isEvaluatingCaching = true;
+        try {
+            m_caching = static_cast<std::uint8_t>(ComputeCaching());
+        } catch (...) {
+            m_isEvaluatingCaching = false;
+            throw;
+        }
+        m_isEvaluatingCaching = false;
+    }
+    return static_cast<ECachingMode>(m_caching);
+}
+
+void NodeBase::RequireReadable() {
+    if (!IsReadable(Mode())) {
+        throw NODE_EXCEPTION(AccessException, *this)("Node is not readable.");
+    }
+}
+
+void NodeBase::RequireWritable() {
+    if (!IsWritable(Mode())) {
+        throw NODE_EXCEPTION(AccessException, *this)("Node is not writable.");
+    }
+}
+
+void NodeBase::RequireAvailable() {
+    if (!IsAvailable(Mode())) {
+        throw NODE_EXCEPTION(AccessException, *this)("Node is not available.");
+    }
+}
+
+void NodeBase::CheckErrorNodes() {
+    if (!m_hasErrorNodes) {
+        return;
+    }
+    Description().ForEachProperty(m_index, [this](const Property& property) {
+        NodeBase* const error = property.kind == PropertyKind::pError ? Target(property) : nullptr;
+        if (error == nullptr) {
+            return;
+        }
+        const std::string text = error->ErrorText();
+        if (!text.empty()) {
+            throw NODE_EXCEPTION(RuntimeException, *this)(text);
+        }
+    });
+}
+
+bool NodeBase::IsPollingBlocked() {
+    bool blocked = false;
+    Description().ForEachProperty(m_index, [this, &blocked](const Property& property) {
+        NodeBase* const blocker = property.kind == PropertyKind::pBlockPolling ? Target(property) : nullptr;
+        blocked = blocked || (blocker != nullptr && Predicate(*blocker, false));
+    });
+    return blocked;
+}
+
+void NodeBase::DestroyRegistrations() noexcept {
+    for (const RegistrationPtr& registration : m_registrations) {
+        EndRegistration(*registration);
+    }
+    m_registrations.clear();
+}
+
+void NodeBase::FailKind(const char* what) {
+    throw NODE_EXCEPTION(RuntimeException, *this)("Node '%s' of kind '%s' has no value that can be %s.",
+                                                  NameText().c_str(), std::string(NodeKindName(m_kind)).c_str(), what);
+}
+
+std::int64_t NodeBase::ReadInteger(ReadMode) {
+    FailKind("read as a number");
+}
+double NodeBase::ReadFloat(ReadMode) {
+    FailKind("read as a number");
+}
+std::string NodeBase::ReadText(ReadMode) {
+    FailKind("read as text");
+}
+bool NodeBase::ReadTruth(ReadMode mode) {
+    return ReadInteger(mode) != 0;
+}
+void NodeBase::WriteInteger(std::int64_t, bool) {
+    FailKind("written as a number");
+}
+void NodeBase::WriteFloat(double, bool) {
+    FailKind("written as a number");
+}
+void NodeBase::WriteText(const std::string&, bool) {
+    FailKind("written as text");
+}
+std::int64_t NodeBase::MinInteger() {
+    return std::numeric_limits<std::int64_t>::min();
+}
+std::int64_t NodeBase::MaxInteger() {
+    return std::numeric_limits<std::int64_t>::max();
+}
+double NodeBase::MinFloat() {
+    return std::numeric_limits<double>::lowest();
+}
+double NodeBase::MaxFloat() {
+    return std::numeric_limits<double>::max();
+}
+std::int64_t NodeBase::MaxTextLength() {
+    return std::numeric_limits<std::int64_t>::max();
+}
+
+EvaluationGuard::EvaluationGuard(NodeBase& node, Purpose purpose) : m_node(node), m_purpose(purpose) {
+    bool* const busy = purpose == Reading ? &node.m_isEvaluating : purpose == Writing ? &node.m_isWriting : nullptr;
+    if (busy != nullptr && *busy) {
+        throw NODE_EXCEPTION(RuntimeException, node)("The value of node '%s' depends on itself.",
+                                                     node.NameText().c_str());
+    }
+    if (node.m_core.m_evaluationDepth >= maxEvaluationDepth) {
+        throw NODE_EXCEPTION(RuntimeException, node)("The evaluation of node '%s' is nested more than %d levels deep.",
+                                                     node.NameText().c_str(), maxEvaluationDepth);
+    }
+    ++node.m_core.m_evaluationDepth;
+    if (busy != nullptr) {
+        *busy = true;
+    }
+}
+
+EvaluationGuard::~EvaluationGuard() {
+    --m_node.m_core.m_evaluationDepth;
+    if (m_purpose == Reading) {
+        m_node.m_isEvaluating = false;
+    } else if (m_purpose == Writing) {
+        m_node.m_isWriting = false;
+    }
+}
+
+gcstring ValueNode::ToString(bool Verify, bool IgnoreCache) {
+    const Call call(*this, "ToString");
+    return gcstring(FormatValue({Verify, IgnoreCache}));
+}
+
+void ValueNode::FromString(const gcstring& ValueStr, bool Verify) {
+    Core().Change(*this, "FromString", [&] { WriteFormatted(ValueStr.view(), Verify); });
+}
+
+bool ValueNode::IsValueCacheValid() const {
+    const Call call(*this, "IsValueCacheValid");
+    return const_cast<ValueNode*>(this)->IsValueCached();
+}
+
+void ValueNode::FailConversion(std::string_view text, const char* type) {
+    throw NODE_EXCEPTION(InvalidArgumentException, *this)("Node '%s' : cannot convert string '%s' to %s.",
+                                                          NameText().c_str(), std::string(text).c_str(), type);
+}
+
+} // namespace GenApi

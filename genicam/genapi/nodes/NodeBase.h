@@ -1,0 +1,243 @@
+#pragma once
+
+#include "genicam/genapi/map/Callbacks.h"
+#include "genicam/genapi/map/Model.h"
+
+#include <GenApi/INode.h>
+#include <GenApi/ISelector.h>
+#include <GenApi/IUserData.h>
+#include <GenApi/IValue.h>
+
+#include <string>
+
+namespace GenApi {
+
+class MapCore;
+class NodeBase;
+struct Closure;
+
+/// What a read may be served from; goes down the chain of values, but not into predicates and addresses.
+struct ReadMode {
+    bool verify = false;
+    bool ignoreCache = false;
+    bool MayUseCache() const noexcept { return !verify && !ignoreCache; }
+};
+
+/// What a node's value is, for those that refer to it.
+enum class ValueType : std::uint8_t { None, Integer, Float, Boolean, Enumeration, Text };
+
+/// Bits of what a node has cached.
+enum CacheBit : std::uint8_t {
+    Cached_Value = 1,
+    Cached_Min = 2,
+    Cached_Max = 4,
+    Cached_Inc = 8,
+    Cached_Mode = 16,
+    Cached_Place = 32,    ///< address and length of a register
+    Cached_Protected = 64 ///< the value was written by the call in progress and survives its invalidation
+};
+
+/// What all nodes are inside. The public interfaces take the map's lock and call the inner protocol, which nodes use
+/// among themselves; it runs under that lock and goes by virtual calls of this class alone, never by a cast between
+/// interfaces. A node is bound once, after all nodes of its map exist; what it refers to and its constants stay as they
+/// are. Owns: its registrations. Borrows: the map's core, which owns the nodes.
+class NodeBase : public INode, public ISelector, public IUserData {
+public:
+    NodeBase(MapCore& core, NodeIndex index);
+    NodeBase(const NodeBase&) = delete;
+    NodeBase& operator=(const NodeBase&) = delete;
+    ~NodeBase() override;
+
+    // IBase, INode
+    EAccessMode GetAccessMode() const override;
+    gcstring GetName(bool FullQualified = false) const override;
+    ENameSpace GetNameSpace() const override;
+    EVisibility GetVisibility() const override;
+    void InvalidateNode() override;
+    bool IsCachable() const override;
+    EYesNo IsAccessModeCacheable() const override;
+    ECachingMode GetCachingMode() const override;
+    int64_t GetPollingTime() const override;
+    gcstring GetToolTip() const override;
+    gcstring GetDescription() const override;
+    gcstring GetDisplayName() const override;
+    gcstring GetDeviceName() const override;
+    void GetChildren(NodeList_t& Children, ELinkType LinkType = ctReadingChildren) const override;
+    void GetParents(NodeList_t& Parents) const override;
+    CallbackHandleType RegisterCallback(CNodeCallback* pCallback) override;
+    bool DeregisterCallback(CallbackHandleType hCallback) override;
+    INodeMap* GetNodeMap() const override;
+    gcstring GetEventID() const override;
+    bool IsStreamable() const override;
+    void GetPropertyNames(gcstring_vector& PropertyNames) const override;
+    bool GetProperty(const gcstring& PropertyName, gcstring& ValueStr, gcstring& AttributeStr) override;
+    void ImposeAccessMode(EAccessMode ImposedAccessMode) override;
+    void ImposeVisibility(EVisibility ImposedVisibility) override;
+    INode* GetAlias() const override;
+    INode* GetCastAlias() const override;
+    gcstring GetDocuURL() const override;
+    bool IsDeprecated() const override;
+    EInterfaceType GetPrincipalInterfaceType() const override = 0;
+    bool IsFeature() const override;
+
+    // ISelector
+    bool IsSelector() const override;
+    void GetSelectedFeatures(FeatureList_t& List) const override;
+    void GetSelectingFeatures(FeatureList_t& List) const override;
+
+    // IUserData
+    UserData_t GetUserData() const override;
+    UserData_t SetUserData(UserData_t pUserData) override;
+
+    // the inner protocol: under the lock
+    MapCore& Core() const noexcept { return m_core; }
+    const Model& Description() const noexcept;
+    NodeIndex Index() const noexcept { return m_index; }
+    NodeKind Kind() const noexcept { return m_kind; }
+    std::string_view Name() const noexcept { return Description().NameOf(m_index); }
+    std::string NameText() const { return std::string(Name()); }
+    virtual IValue* AsValue() noexcept { return nullptr; }
+    virtual ValueType Type() const noexcept { return ValueType::None; }
+
+    void Bind(); ///< Takes over what the description says; called once when all nodes exist.
+
+    EAccessMode Mode();     ///< natural and imposed
+    ECachingMode Caching(); ///< of the value
+    bool IsModeCacheable(); ///< whether the natural mode may be kept until something it depends on is invalidated
+    bool HasErrorNodes() const noexcept { return m_hasErrorNodes; }
+    void RequireReadable();  ///< @throws GenICam::AccessException
+    void RequireWritable();  ///< @throws GenICam::AccessException
+    void RequireAvailable(); ///< @throws GenICam::AccessException
+    void CheckErrorNodes();  ///< after a verified access. @throws GenICam::RuntimeException
+
+    /// Values as others see them through a reference. The types that a node is not of raise RuntimeException.
+    virtual std::int64_t ReadInteger(ReadMode mode);
+    virtual double ReadFloat(ReadMode mode);
+    virtual std::string ReadText(ReadMode mode);
+    virtual bool ReadTruth(ReadMode mode); ///< as a predicate
+    virtual void WriteInteger(std::int64_t value, bool verify);
+    virtual void WriteFloat(double value, bool verify);
+    virtual void WriteText(const std::string& value, bool verify);
+    virtual std::int64_t MinInteger();
+    virtual std::int64_t MaxInteger();
+    virtual std::int64_t IncInteger() { return 1; }
+    virtual double MinFloat();
+    virtual double MaxFloat();
+    virtual bool IncFloat(double&) { return false; } ///< @return false without increment
+    virtual bool AreLimitsKept() { return true; }    ///< whether limits may be cached by those who refer to the node
+    virtual std::int64_t MaxTextLength();
+    virtual void CompileFormulas() {}              ///< @throws GenICam::PropertyException for a broken formula
+    virtual std::string ErrorText() { return {}; } ///< of an enumeration: empty unless it tells an error
+    virtual ERepresentation Representation() { return PureNumber; }
+    virtual std::string Unit() { return {}; }
+    virtual bool IsValueCached() { return HasCached(Cached_Value); }
+
+    /// Forgets what is cached. @p keepProtected spares the value that the call in progress has written.
+    void DropCaches(bool keepProtected) noexcept {
+        const bool spare = keepProtected && (m_cached & Cached_Protected) != 0;
+        if (m_hasRaw && !spare) {
+            DropRaw();
+        }
+        m_cached = spare ? static_cast<std::uint8_t>(m_cached & Cached_Value) : std::uint8_t(0);
+    }
+    bool HasRegistrations() const noexcept { return !m_registrations.empty(); }
+    const std::vector<RegistrationPtr>& Registrations() const noexcept { return m_registrations; }
+    void DestroyRegistrations() noexcept; ///< with the map
+
+    /// When pBlockPolling is set, whether it says to wait.
+    bool IsPollingBlocked();
+    std::int64_t PollingTime() const noexcept { return m_pollingTimeMs; }
+    virtual void OnPollingTime() {} ///< a command looks whether it is done
+
+    const Closure* affected = nullptr;   ///< kept by the core, once computed
+    const Closure* dependents = nullptr; ///< likewise
+    std::uint32_t visited = 0;           ///< the core's walk that met it last
+    std::int64_t pollElapsedMs = 0;      ///< since its last polling
+
+protected:
+    virtual EAccessMode OwnMode() = 0; ///< by the table of kinds, without predicates
+    virtual bool IsOwnModeCacheable() { return true; }
+    virtual ECachingMode ComputeCaching() { return WriteThrough; }
+    virtual void DropRaw() noexcept {} ///< of a register
+    virtual void BindProperty(const Property&) {}
+
+    NodeBase* Target(const Property& property) const noexcept; ///< of a reference; null if it was dropped
+    bool HasCached(CacheBit bit) const noexcept { return (m_cached & bit) != 0; }
+    void MarkCached(CacheBit bit) noexcept { m_cached = static_cast<std::uint8_t>(m_cached | bit); }
+    void DropCached(CacheBit bit) noexcept { m_cached = static_cast<std::uint8_t>(m_cached & ~bit); }
+    void MarkHasRaw() noexcept { m_hasRaw = true; }
+
+    /// Whether a value may be cached: its caching mode is not NoCache.
+    bool KeepsValue() { return Caching() != NoCache; }
+
+private:
+    friend class EvaluationGuard;
+
+    EAccessMode NaturalMode();
+    EAccessMode ComputeMode();
+    bool ComputeModeCacheable();
+    bool Predicate(NodeBase& node, bool whenUnreadable);
+    [[noreturn]] void FailKind(const char* what);
+
+    MapCore& m_core;
+    const NodeIndex m_index;
+    const NodeKind m_kind;
+    std::uint8_t m_cached = 0;
+    std::uint8_t m_mode = RW;        // EAccessMode, while cached
+    std::uint8_t m_imposedMode = RW; // by ImposeAccessMode
+    std::uint8_t m_givenMode = RW;   // element ImposedAccessMode
+    std::uint8_t m_imposedVisibility = Beginner;
+    std::uint8_t m_caching = _UndefinedCachingMode; // until computed
+    std::uint8_t m_modeCacheable = _UndefinedYesNo; // until computed
+    bool m_hasRaw = false;
+    bool m_isEvaluating = false;
+    bool m_isWriting = false;
+    bool m_isComputingMode = false;
+    bool m_isComputingConstants = false;
+    bool m_isEvaluatingCaching = false;
+    bool m_toldUnreadable = false;
+    bool m_toldCycle = false;
+    bool m_hasErrorNodes = false;
+    NodeBase* m_isImplementedBy = nullptr;
+    NodeBase* m_isAvailableBy = nullptr;
+    NodeBase* m_isLockedBy = nullptr;
+    std::int64_t m_pollingTimeMs = -1;
+    UserData_t m_userData = nullptr;
+    std::vector<RegistrationPtr> m_registrations;
+};
+
+/// Marks a node as being read or written; bounds recursion.
+class EvaluationGuard {
+public:
+    enum Purpose { Reading, Writing, Asking }; ///< asking, e.g. for limits, may come back to the node
+    EvaluationGuard(NodeBase& node,
+                    Purpose purpose); ///< @throws GenICam::RuntimeException on a cycle or beyond 1000 levels
+    EvaluationGuard(const EvaluationGuard&) = delete;
+    EvaluationGuard& operator=(const EvaluationGuard&) = delete;
+    ~EvaluationGuard();
+
+private:
+    NodeBase& m_node;
+    const Purpose m_purpose;
+};
+
+/// Base of all nodes with a value: text in and out.
+class ValueNode : public NodeBase, public virtual IValue {
+public:
+    using NodeBase::NodeBase;
+
+    INode* GetNode() override { return this; }
+    gcstring ToString(bool Verify = false, bool IgnoreCache = false) override;
+    void FromString(const gcstring& ValueStr, bool Verify = true) override;
+    bool IsValueCacheValid() const override;
+
+    IValue* AsValue() noexcept override { return this; }
+
+protected:
+    virtual std::string FormatValue(ReadMode mode) = 0;
+    virtual void WriteFormatted(std::string_view text, bool verify) = 0;
+    /// @throws GenICam::InvalidArgumentException "Node 'X' : cannot convert string 'abc' to int."
+    [[noreturn]] void FailConversion(std::string_view text, const char* type);
+};
+
+} // namespace GenApi

@@ -1,0 +1,277 @@
+#include "genicam/genapi/nodes/NumericBase.h"
+
+#include "genicam/genapi/nodes/NodeError.h"
+#include "genicam/genapi/nodes/TextForms.h"
+
+#include <algorithm>
+#include <cinttypes>
+#include <cmath>
+
+namespace GenApi {
+
+namespace {
+
+template <typename T>
+bool ParseListed(std::string_view text, T& value);
+
+template <>
+bool ParseListed(std::string_view text, std::int64_t& value) {
+    const auto parsed = ParseInteger(text);
+    value = parsed.value_or(0);
+    return parsed.has_value();
+}
+
+template <>
+bool ParseListed(std::string_view text, double& value) {
+    const auto parsed = ParseFloat(text);
+    value = parsed.value_or(0);
+    return parsed.has_value();
+}
+
+/// Numbers separated by ';', ',' or blanks, sorted; what is no number is left out.
+template <typename T>
+std::vector<T> ParseValidValues(std::string_view text) {
+    constexpr std::string_view separators = ";, \t\r\n";
+    std::vector<T> values;
+    std::size_t begin = text.find_first_not_of(separators);
+    while (begin != std::string_view::npos) {
+        const std::size_t end = std::min(text.find_first_of(separators, begin), text.size());
+        T value;
+        if (ParseListed(text.substr(begin, end - begin), value)) {
+            values.push_back(value);
+        }
+        begin = text.find_first_not_of(separators, end);
+    }
+    std::sort(values.begin(), values.end());
+    return values;
+}
+
+/// Below, above or off the grid; int64_t differences may need all 64 bits, so they are taken unsigned.
+void CheckRange(NodeBase& node, std::int64_t value, std::int64_t min, std::int64_t max) {
+    if (value < min) {
+        throw NODE_EXCEPTION(OutOfRangeException,
+                             node)("Value = %" PRId64 " must be equal or greater than Min = %" PRId64 ".", value, min);
+    }
+    if (value > max) {
+        throw NODE_EXCEPTION(OutOfRangeException,
+                             node)("Value = %" PRId64 " must be equal or smaller than Max = %" PRId64 ".", value, max);
+    }
+}
+
+void CheckRange(NodeBase& node, double value, double min, double max) {
+    if (std::isnan(value)) {
+        throw NODE_EXCEPTION(OutOfRangeException, node)("Value is not a number.");
+    }
+    if (value < min) {
+        throw NODE_EXCEPTION(OutOfRangeException, node)("Value %f must be greater than or equal %f.", value, min);
+    }
+    if (value > max) {
+        throw NODE_EXCEPTION(OutOfRangeException, node)("Value %f must be smaller than or equal %f.", value, max);
+    }
+}
+
+void CheckGrid(NodeBase& node, std::int64_t value, std::int64_t min, std::int64_t inc) {
+    if (inc <= 0) {
+        throw NODE_EXCEPTION(LogicalErrorException, node)("Inc = %" PRId64 " must be greater than 0.", inc);
+    }
+    const std::uint64_t distance = static_cast<std::uint64_t>(value) - static_cast<std::uint64_t>(min);
+    if (distance % static_cast<std::uint64_t>(inc) != 0) {
+        throw NODE_EXCEPTION(OutOfRangeException, node)("The difference between Value = %" PRId64 " and Min = %" PRId64
+                                                        " must be dividable without rest by Inc = %" PRId64 ".",
+                                                        value, min, inc);
+    }
+}
+
+// the increment of a float is for user interfaces; values between its steps are valid
+void CheckGrid(NodeBase&, double, double, double) {}
+
+} // namespace
+
+template <typename T>
+void NumericBase<T>::BindProperty(const Property& property) {
+    switch (property.kind) {
+    case PropertyKind::Unit:
+        m_unit = &property;
+        break;
+    case PropertyKind::Representation:
+        m_representation = static_cast<std::uint8_t>(property.payload);
+        break;
+    case PropertyKind::ValidValueSet:
+        m_validValues = ParseValidValues<T>(Description().TextOf(property.payload));
+        break;
+    default:
+        break;
+    }
+}
+
+template <typename T>
+ERepresentation NumericBase<T>::Representation() {
+    if (m_representation != _UndefinedRepresentation) {
+        return static_cast<ERepresentation>(m_representation);
+    }
+    NodeBase* const origin = Origin();
+    if (origin == nullptr) {
+        return PureNumber;
+    }
+    const EvaluationGuard guard(*this, EvaluationGuard::Asking);
+    return origin->Representation();
+}
+
+template <typename T>
+std::string NumericBase<T>::Unit() {
+    if (m_unit != nullptr) {
+        return std::string(Description().TextOf(m_unit->payload));
+    }
+    NodeBase* const origin = Origin();
+    if (origin == nullptr) {
+        return {};
+    }
+    const EvaluationGuard guard(*this, EvaluationGuard::Asking);
+    return origin->Unit();
+}
+
+template <typename T>
+T NumericBase<T>::ReadNumber(ReadMode mode) {
+    RequireReadable();
+    if (HasCached(Cached_Value) && mode.MayUseCache()) {
+        return m_value;
+    }
+    const EvaluationGuard guard(*this, EvaluationGuard::Reading);
+    const T value = Evaluate(mode);
+    if (mode.verify) {
+        CheckLimits(value);
+        CheckErrorNodes();
+    }
+    if (KeepsOwnValue() && KeepsValue()) {
+        m_value = value;
+        MarkCached(Cached_Value);
+    }
+    return value;
+}
+
+template <typename T>
+void NumericBase<T>::WriteNumber(T value, bool verify) {
+    DropCached(Cached_Value);
+    if (verify) {
+        RequireWritable();
+        CheckLimits(value);
+        CheckListed(value);
+    }
+    WriteScope scope(*this);
+    Store(value, verify);
+    if (verify) {
+        CheckErrorNodes();
+    }
+    if (KeepsOwnValue() && Caching() == WriteThrough) {
+        m_value = value;
+        MarkCached(Cached_Value);
+        MarkCached(Cached_Protected);
+    }
+    scope.Succeed();
+}
+
+template <typename T>
+void NumericBase<T>::CheckLimits(T value) {
+    const T min = CheckedMin();
+    CheckRange(*this, value, min, CheckedMax());
+    T inc{};
+    if (m_validValues.empty() && CheckedInc(inc)) {
+        CheckGrid(*this, value, min, inc);
+    }
+}
+
+template <typename T>
+void NumericBase<T>::CheckListed(T value) {
+    if (!m_validValues.empty() && !std::binary_search(m_validValues.begin(), m_validValues.end(), value)) {
+        throw NODE_EXCEPTION(OutOfRangeException, *this)("Value = %s is not in the list of valid values.",
+                                                         std::to_string(value).c_str());
+    }
+}
+
+template <typename T>
+bool NumericBase<T>::AreLimitsCacheable() {
+    if (m_limitsCacheable == _UndefinedYesNo) {
+        const EvaluationGuard guard(*this, EvaluationGuard::Asking);
+        m_limitsCacheable = static_cast<std::uint8_t>(ComputeLimitsCacheable() ? Yes : No);
+    }
+    return m_limitsCacheable == Yes;
+}
+
+template <typename T>
+T NumericBase<T>::CheckedMin() {
+    if (HasCached(Cached_Min)) {
+        return m_min;
+    }
+    const EvaluationGuard guard(*this, EvaluationGuard::Asking);
+    m_min = NaturalMin();
+    if (AreLimitsCacheable()) {
+        MarkCached(Cached_Min);
+    }
+    return m_min;
+}
+
+template <typename T>
+T NumericBase<T>::CheckedMax() {
+    if (HasCached(Cached_Max)) {
+        return m_max;
+    }
+    const EvaluationGuard guard(*this, EvaluationGuard::Asking);
+    m_max = NaturalMax();
+    if (AreLimitsCacheable()) {
+        MarkCached(Cached_Max);
+    }
+    return m_max;
+}
+
+template <typename T>
+bool NumericBase<T>::NaturalInc(T& inc) {
+    inc = 1;
+    return NumberOf<T>::type == ValueType::Integer;
+}
+
+template <typename T>
+bool NumericBase<T>::CheckedInc(T& inc) {
+    if (!HasCached(Cached_Inc)) {
+        const EvaluationGuard guard(*this, EvaluationGuard::Asking);
+        m_hasInc = NaturalInc(m_inc);
+        if (AreLimitsCacheable()) {
+            MarkCached(Cached_Inc);
+        }
+    }
+    inc = m_inc;
+    return m_hasInc;
+}
+
+template <typename T>
+EIncMode NumericBase<T>::IncMode() {
+    T inc{};
+    return !m_validValues.empty() ? listIncrement : CheckedInc(inc) ? fixedIncrement : noIncrement;
+}
+
+template <typename T>
+autovector<T> NumericBase<T>::ListValidValues(bool bounded) {
+    auto begin = m_validValues.begin();
+    auto end = m_validValues.end();
+    if (bounded && begin != end) {
+        begin = std::lower_bound(begin, end, CheckedMin());
+        end = std::upper_bound(begin, end, CheckedMax());
+    }
+    autovector<T> list(static_cast<std::size_t>(end - begin));
+    for (std::size_t i = 0; i < list.size(); ++i) {
+        list[i] = begin[static_cast<std::ptrdiff_t>(i)];
+    }
+    return list;
+}
+
+template <typename T>
+void NumericBase<T>::ImposeLimit(const char* method, T& limit, T value) {
+    Core().Change(*this, method, [&] {
+        limit = value;
+        Core().Invalidate(*this);
+    });
+}
+
+template class NumericBase<std::int64_t>;
+template class NumericBase<double>;
+
+} // namespace GenApi

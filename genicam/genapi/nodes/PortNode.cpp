@@ -1,0 +1,104 @@
+#include "genicam/genapi/nodes/PortNode.h"
+
+#include "genicam/genapi/nodes/NodeError.h"
+
+#include <algorithm>
+
+namespace GenApi {
+
+void PortNode::BindProperty(const Property& property) {
+    if (property.kind == PropertyKind::SwapEndianess) {
+        m_swapEndianess = property.payload == Yes;
+    } else if (property.kind == PropertyKind::pChunkID) {
+        m_chunkId = Target(property);
+    }
+}
+
+EAccessMode PortNode::OwnMode() {
+    return m_implementation != nullptr ? m_implementation->GetAccessMode() : NA;
+}
+
+void PortNode::Read(void* pBuffer, int64_t Address, int64_t Length) {
+    const Call call(*this, "Read");
+    RequireReadable();
+    m_implementation->Read(pBuffer, Address, Length);
+}
+
+void PortNode::Write(const void* pBuffer, int64_t Address, int64_t Length) {
+    const Call call(*this, "Write");
+    RequireWritable();
+    m_raw.DropOverlapping(Address, Length);
+    WriteThroughPort(pBuffer, Address, Length);
+}
+
+void PortNode::SetPortImpl(IPort* pPort) {
+    Core().Change(*this, "SetPortImpl", [&] {
+        m_implementation = pPort;
+        Core().Invalidate(*this);
+    });
+}
+
+gcstring PortNode::GetChunkID() const {
+    const Call call(*this, "GetChunkID");
+    if (m_chunkId != nullptr) {
+        return gcstring(m_chunkId->ReadText(ReadMode()));
+    }
+    return gcstring(Description().TextOr(Index(), PropertyKind::ChunkID, {}));
+}
+
+EYesNo PortNode::CacheChunkData() const {
+    const Property* property = Description().FindProperty(Index(), PropertyKind::CacheChunkData);
+    return property != nullptr && property->payload == Yes ? Yes : No;
+}
+
+void PortNode::Replay(IPortWriteList* pPortRecorder, bool Invalidate) {
+    if (pPortRecorder == nullptr) {
+        throw INVALID_ARGUMENT_EXCEPTION("Cannot replay a null list at port '%s'.", NameText().c_str());
+    }
+    Core().Change(*this, "Replay", [&] {
+        pPortRecorder->Replay(this);
+        if (Invalidate) {
+            Core().Invalidate(*this);
+        }
+    });
+}
+
+void PortNode::StartRecording(IPortWriteList* pPortRecorder) {
+    const GenICam::AutoLock lock(Core().Lock());
+    m_recording = pPortRecorder;
+}
+
+void PortNode::StopRecording() {
+    const GenICam::AutoLock lock(Core().Lock());
+    m_recording = nullptr;
+}
+
+void PortNode::ReadBytes(std::uint8_t* bytes, std::int64_t address, std::int64_t length) {
+    RequireReadable();
+    m_implementation->Read(bytes, address, length);
+    if (NeedsSwap(length)) {
+        std::reverse(bytes, bytes + length);
+    }
+}
+
+void PortNode::WriteBytes(const std::uint8_t* bytes, std::int64_t address, std::int64_t length) {
+    RequireWritable();
+    m_raw.DropOverlapping(address, length);
+    if (NeedsSwap(length)) {
+        std::uint8_t swapped[8];
+        std::reverse_copy(bytes, bytes + length, swapped);
+        WriteThroughPort(swapped, address, length);
+    } else {
+        WriteThroughPort(bytes, address, length);
+    }
+}
+
+void PortNode::WriteThroughPort(const void* bytes, std::int64_t address, std::int64_t length) {
+    if (m_recording != nullptr) {
+        m_recording->Write(bytes, address, length);
+    } else {
+        m_implementation->Write(bytes, address, length);
+    }
+}
+
+} // namespace GenApi

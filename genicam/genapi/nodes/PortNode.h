@@ -1,0 +1,58 @@
+#pragma once
+
+#include "genicam/genapi/nodes/NodeBase.h"
+#include "genicam/genapi/nodes/RawCache.h"
+
+#include <GenApi/IChunkPort.h>
+#include <GenApi/IPortConstruct.h>
+#include <GenApi/IPortRecorder.h>
+
+namespace GenApi {
+
+/// A port: hands accesses of registers on to the implementation that is connected, and keeps the bytes that were read.
+/// Borrows: the implementation and the list that is being recorded.
+class PortNode final : public NodeBase, public IPortConstruct, public IChunkPort, public IPortRecorder {
+public:
+    PortNode(MapCore& core, NodeIndex index) : NodeBase(core, index) { MarkHasRaw(); }
+
+    // IPort
+    void Read(void* pBuffer, int64_t Address, int64_t Length) override;
+    void Write(const void* pBuffer, int64_t Address, int64_t Length) override;
+    // IPortConstruct
+    void SetPortImpl(IPort* pPort) override;
+    EYesNo GetSwapEndianess() override { return m_swapEndianess ? Yes : No; }
+    // IChunkPort
+    gcstring GetChunkID() const override;
+    EYesNo CacheChunkData() const override;
+    // IPortReplay, IPortRecorder
+    void Replay(IPortWriteList* pPortRecorder, bool Invalidate = true) override;
+    void StartRecording(IPortWriteList* pPortRecorder) override;
+    void StopRecording() override;
+
+    EAccessMode GetAccessMode() const override { return NodeBase::GetAccessMode(); }
+    EInterfaceType GetPrincipalInterfaceType() const override { return intfIPort; }
+
+    /// Accesses of registers, with the bytes swapped where the port asks for it; under the lock.
+    void ReadBytes(std::uint8_t* bytes, std::int64_t address, std::int64_t length);
+    void WriteBytes(const std::uint8_t* bytes, std::int64_t address, std::int64_t length);
+    RawCache& Raw() noexcept { return m_raw; }
+
+protected:
+    EAccessMode OwnMode() override;
+    void BindProperty(const Property& property) override;
+    void DropRaw() noexcept override { m_raw.DropAll(); }
+
+private:
+    bool NeedsSwap(std::int64_t length) const noexcept {
+        return m_swapEndianess && (length == 2 || length == 4 || length == 8);
+    }
+    void WriteThroughPort(const void* bytes, std::int64_t address, std::int64_t length);
+
+    IPort* m_implementation = nullptr;
+    IPortWriteList* m_recording = nullptr;
+    bool m_swapEndianess = false;
+    NodeBase* m_chunkId = nullptr;
+    RawCache m_raw;
+};
+
+} // namespace GenApi

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <span>
+#include <utility>
+#include <vector>
+
+namespace GenApi {
+
+/// The bytes of registers as they were last read or written through one port, by address and length. Registers of the
+/// same place share an entry; a write to a place makes all entries void that overlap it. Entries stay where they are
+/// until the generation changes, so registers keep a pointer to theirs.
+class RawCache {
+public:
+    struct Entry {
+        std::vector<std::uint8_t> bytes;
+        bool isValid = false;
+    };
+
+    Entry& At(std::int64_t address, std::int64_t length); ///< made if it is not there; may start a new generation
+    std::uint32_t Generation() const noexcept { return m_generation; }
+    void DropOverlapping(std::int64_t address, std::int64_t length) noexcept;
+    void DropAll() noexcept;
+
+private:
+    using Key = std::pair<std::int64_t, std::int64_t>; // address, length
+
+    std::map<Key, Entry> m_entries;
+    std::int64_t m_longest = 0; // of all entries
+    std::size_t m_bytes = 0;
+    std::uint32_t m_generation = 1;
+};
+
+} // namespace GenApi

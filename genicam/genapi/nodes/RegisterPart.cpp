@@ -1,0 +1,154 @@
+#include "genicam/genapi/nodes/RegisterPart.h"
+
+#include "genicam/genapi/nodes/NodeError.h"
+
+#include <cinttypes>
+#include <cstring>
+
+namespace GenApi {
+
+void RegisterPart::BindProperty(NodeBase& owner, const Property& property) {
+    const Model& model = owner.Description();
+    NodeBase* const target = property.form == Form::Node ? &owner.Core().NodeAt(property.payload) : nullptr;
+    switch (property.kind) {
+    case PropertyKind::Address:
+        m_fixedAddress = static_cast<std::int64_t>(static_cast<std::uint64_t>(m_fixedAddress) +
+                                                   static_cast<std::uint64_t>(model.IntegerOf(property)));
+        break;
+    case PropertyKind::pAddress:
+    case PropertyKind::IntSwissKnife:
+        m_terms.push_back({target});
+        break;
+    case PropertyKind::pIndex:
+        m_terms.push_back({target, true});
+        break;
+    case PropertyKind::Offset:
+        m_terms.back().factor = model.IntegerOf(property);
+        m_terms.back().hasFactor = true;
+        break;
+    case PropertyKind::pOffset:
+        m_terms.back().offset = target;
+        break;
+    case PropertyKind::Length:
+        m_fixedLength = model.IntegerOf(property);
+        break;
+    case PropertyKind::pLength:
+        m_lengthNode = target;
+        break;
+    case PropertyKind::pPort:
+        m_port = static_cast<PortNode*>(target);
+        break;
+    case PropertyKind::AccessMode:
+        m_mode = static_cast<EAccessMode>(property.payload);
+        break;
+    case PropertyKind::Cachable:
+        m_caching = static_cast<ECachingMode>(property.payload);
+        break;
+    default:
+        break;
+    }
+}
+
+EAccessMode RegisterPart::Mode() {
+    for (const Term& term : m_terms) {
+        if (!IsReadable(term.node->Mode()) || (term.offset != nullptr && !IsReadable(term.offset->Mode()))) {
+            return NA;
+        }
+    }
+    if (m_lengthNode != nullptr && !IsReadable(m_lengthNode->Mode())) {
+        return NA;
+    }
+    return Combine(m_mode, m_port->Mode());
+}
+
+bool RegisterPart::IsModeCacheable() {
+    bool cacheable = m_port->IsModeCacheable() && (m_lengthNode == nullptr || m_lengthNode->IsModeCacheable());
+    for (const Term& term : m_terms) {
+        cacheable =
+            cacheable && term.node->IsModeCacheable() && (term.offset == nullptr || term.offset->IsModeCacheable());
+    }
+    return cacheable;
+}
+
+bool RegisterPart::IsPlaceCacheable() {
+    bool cacheable = m_lengthNode == nullptr || m_lengthNode->Caching() != NoCache;
+    for (const Term& term : m_terms) {
+        cacheable = cacheable && term.node->Caching() != NoCache &&
+                    (term.offset == nullptr || term.offset->Caching() != NoCache);
+    }
+    return cacheable;
+}
+
+void RegisterPart::Locate(NodeBase& owner, bool isKnown, std::int64_t minLength, std::int64_t maxLength) {
+    if (isKnown) {
+        return;
+    }
+    const std::int64_t length = m_lengthNode != nullptr ? m_lengthNode->ReadInteger(ReadMode()) : m_fixedLength;
+    if (length < minLength || length > maxLength) {
+        throw NODE_EXCEPTION(RuntimeException, owner)("The register has a length of %" PRId64 " bytes, %" PRId64
+                                                      " to %" PRId64 " are allowed.",
+                                                      length, minLength, maxLength);
+    }
+    auto address = static_cast<std::uint64_t>(m_fixedAddress);
+    for (const Term& term : m_terms) {
+        auto part = static_cast<std::uint64_t>(term.node->ReadInteger(ReadMode()));
+        if (term.isIndex) {
+            part *= static_cast<std::uint64_t>(term.offset != nullptr ? term.offset->ReadInteger(ReadMode())
+                                               : term.hasFactor       ? term.factor
+                                                                      : length);
+        }
+        address += part;
+    }
+    if (m_address != static_cast<std::int64_t>(address) || m_length != length) {
+        m_entry = nullptr;
+    }
+    m_address = static_cast<std::int64_t>(address);
+    m_length = length;
+}
+
+RawCache::Entry& RegisterPart::Entry() {
+    if (m_entry == nullptr || m_generation != m_port->Raw().Generation()) {
+        m_entry = &m_port->Raw().At(m_address, m_length);
+        m_generation = m_port->Raw().Generation();
+    }
+    return *m_entry;
+}
+
+std::span<const std::uint8_t> RegisterPart::Read(ReadMode mode) {
+    if (m_caching == NoCache) {
+        m_bytes.resize(static_cast<std::size_t>(m_length));
+        m_port->ReadBytes(m_bytes.data(), m_address, m_length);
+        return m_bytes;
+    }
+    if (!mode.MayUseCache() || !Entry().isValid) {
+        Entry().isValid = false; // until all bytes are there
+        m_bytes.resize(static_cast<std::size_t>(m_length));
+        m_port->ReadBytes(m_bytes.data(), m_address, m_length);
+        RawCache::Entry& entry = Entry();
+        entry.bytes.assign(m_bytes.begin(), m_bytes.end());
+        entry.isValid = true;
+    }
+    return Entry().bytes;
+}
+
+void RegisterPart::Write(std::span<const std::uint8_t> bytes) {
+    m_port->WriteBytes(bytes.data(), m_address, m_length);
+    if (m_caching == WriteThrough) {
+        RawCache::Entry& entry = Entry();
+        entry.bytes.assign(bytes.begin(), bytes.end());
+        entry.isValid = true;
+    }
+}
+
+bool RegisterPart::IsCached() {
+    return m_caching != NoCache && Entry().isValid;
+}
+
+void RegisterPart::DropRaw() noexcept {
+    // without a place there is nothing cached; the pointer of a past generation leads nowhere
+    if (m_entry != nullptr && m_generation == m_port->Raw().Generation()) {
+        m_entry->isValid = false;
+    }
+}
+
+} // namespace GenApi

@@ -1,0 +1,19 @@
+#pragma once
+
+#include "genicam/genapi/map/Model.h"
+
+#include <string_view>
+
+namespace GenApi {
+
+struct LoadOptions {
+    bool suppressStrings = false; ///< leave out tool tips, descriptions and display names
+};
+
+/// Reads a description file, text or ZIP archive, into a model. Nothing of the source is needed afterwards.
+/// @throws GenICam::RuntimeException  naming line and column, node and property: not XML, not a description, a node
+///                                    defined twice, something required missing, a reference that leads nowhere.
+/// @throws GenICam::PropertyException likewise, for a value that is not written as its property demands.
+ModelPtr LoadModel(std::string_view bytes, const LoadOptions& options);
+
+} // namespace GenApi

@@ -1,0 +1,135 @@
+#include "genicam/genapi/xml/SourceText.h"
+
+#include <Base/GCException.h>
+
+#include <algorithm>
+#include <cstring>
+
+namespace GenApi {
+
+namespace {
+
+constexpr std::size_t maxSourceBytes = std::size_t(64) << 20;
+constexpr std::size_t maxTags = std::size_t(16) << 20; // opening and closing ones: bounds what the parser allocates
+
+void AppendUtf8(std::string& text, std::uint32_t code) {
+    if (code < 0x80) {
+        text += static_cast<char>(code);
+    } else if (code < 0x800) {
+        text += static_cast<char>(0xC0 | (code >> 6));
+        text += static_cast<char>(0x80 | (code & 0x3F));
+    } else if (code < 0x10000) {
+        text += static_cast<char>(0xE0 | (code >> 12));
+        text += static_cast<char>(0x80 | ((code >> 6) & 0x3F));
+        text += static_cast<char>(0x80 | (code & 0x3F));
+    } else {
+        text += static_cast<char>(0xF0 | (code >> 18));
+        text += static_cast<char>(0x80 | ((code >> 12) & 0x3F));
+        text += static_cast<char>(0x80 | ((code >> 6) & 0x3F));
+        text += static_cast<char>(0x80 | (code & 0x3F));
+    }
+}
+
+std::uint32_t Utf16Unit(std::string_view bytes, std::size_t at, bool bigEndian) noexcept {
+    const auto first = static_cast<unsigned char>(bytes[at]);
+    const auto second = static_cast<unsigned char>(bytes[at + 1]);
+    return bigEndian ? (static_cast<std::uint32_t>(first) << 8) | second
+                     : (static_cast<std::uint32_t>(second) << 8) | first;
+}
+
+std::string FromUtf16(std::string_view bytes, bool bigEndian) {
+    constexpr std::uint32_t replacement = 0xFFFD;
+    std::string text;
+    text.reserve(bytes.size() / 2);
+    for (std::size_t at = 2; at + 1 < bytes.size(); at += 2) {
+        std::uint32_t code = Utf16Unit(bytes, at, bigEndian);
+        if (code >= 0xD800 && code < 0xE000) {
+            const std::uint32_t low = at + 3 < bytes.size() ? Utf16Unit(bytes, at + 2, bigEndian) : 0;
+            const bool isPair = code < 0xDC00 && low >= 0xDC00 && low < 0xE000;
+            code = isPair ? 0x10000 + ((code - 0xD800) << 10) + (low - 0xDC00) : replacement;
+            at += isPair ? 2 : 0;
+        }
+        AppendUtf8(text, code);
+    }
+    return text;
+}
+
+std::string FromLatin1(std::string_view bytes) {
+    std::string text;
+    text.reserve(bytes.size() + bytes.size() / 8);
+    for (const char byte : bytes) {
+        AppendUtf8(text, static_cast<unsigned char>(byte));
+    }
+    return text;
+}
+
+bool DeclaresLatin1(std::string_view bytes) {
+    std::string declaration(bytes.substr(0, bytes.substr(0, 256).find("?>")));
+    std::transform(declaration.begin(), declaration.end(), declaration.begin(),
+                   [](unsigned char c) { return static_cast<char>(c >= 'A' && c <= 'Z' ? c + 32 : c); });
+    return declaration.starts_with("<?xml") && declaration.find("iso-8859-1") < 256;
+}
+
+std::string ToUtf8(std::string_view bytes) {
+    if (bytes.starts_with("\xFF\xFE")) {
+        return FromUtf16(bytes, false);
+    }
+    if (bytes.starts_with("\xFE\xFF")) {
+        return FromUtf16(bytes, true);
+    }
+    if (bytes.starts_with("\xEF\xBB\xBF")) {
+        bytes.remove_prefix(3);
+    }
+    return DeclaresLatin1(bytes) ? FromLatin1(bytes) : std::string(bytes);
+}
+
+/// Memory of a device is often longer than the text in it: zeros follow, or what erased memory reads as.
+void CutPadding(std::string& text) {
+    text.resize(std::min(text.find('\0'), text.size()));
+    const std::size_t last = text.find_last_not_of(" \t\r\n");
+    if (last == std::string::npos || text[last] == '>') {
+        return;
+    }
+    constexpr std::string_view rootEnd = "RegisterDescription>";
+    const std::size_t end = text.rfind(rootEnd);
+    if (end != std::string::npos) {
+        text.resize(end + rootEnd.size());
+    }
+}
+
+} // namespace
+
+SourceText::SourceText(std::string_view bytes) {
+    if (bytes.size() > maxSourceBytes) {
+        throw RUNTIME_EXCEPTION("Cannot load the camera description: it has %zu bytes, %zu are allowed.", bytes.size(),
+                                maxSourceBytes);
+    }
+    m_text = ToUtf8(bytes);
+    CutPadding(m_text);
+    const auto tags = static_cast<std::size_t>(std::count(m_text.begin(), m_text.end(), '<'));
+    if (tags > maxTags) {
+        throw RUNTIME_EXCEPTION("Cannot load the camera description: it has %zu tags, %zu are allowed.", tags, maxTags);
+    }
+    NoteLines();
+}
+
+void SourceText::NoteLines() {
+    m_lines.push_back(0);
+    const char* begin = m_text.data();
+    const char* end = begin + m_text.size();
+    for (const char* at = begin; at < end; ++at) {
+        at = static_cast<const char*>(std::memchr(at, '\n', static_cast<std::size_t>(end - at)));
+        if (at == nullptr) {
+            break;
+        }
+        m_lines.push_back(static_cast<std::uint32_t>(at - begin + 1));
+    }
+}
+
+std::string SourceText::Describe(std::uint32_t position) const {
+    const auto next = std::upper_bound(m_lines.begin(), m_lines.end(), position);
+    const auto line = next - m_lines.begin();
+    return "line " + std::to_string(line) + ", column " + std::to_string(position - *(next - 1) + 1);
+}
+
+} // namespace GenApi
