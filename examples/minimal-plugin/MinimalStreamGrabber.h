@@ -1,0 +1,76 @@
+#pragma once
+
+#include <zelmo/PixelType.h>
+#include <zelmo/StreamGrabber.h>
+#include <zelmo/WaitObject.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <deque>
+#include <map>
+#include <mutex>
+#include <thread>
+
+#include "NodeMaps.h"
+
+namespace Minimal {
+
+/// Fills queued buffers with a picture that moves by one grey step a frame, a hundred times a second.
+/// Threads: the application's, and while streaming one of its own; m_mutex guards what both touch.
+class MinimalStreamGrabber final : public Zelmo::IStreamGrabber {
+public:
+    static constexpr int Width = 64;
+    static constexpr int Height = 48;
+    static constexpr int PayloadSizeBytes = Width * Height; // Mono8
+    static constexpr std::chrono::milliseconds FramePeriod{10};
+
+    ~MinimalStreamGrabber();
+
+    void Open() override;
+    void Close() override;
+    bool IsOpen() const override { return m_nodeMap != nullptr; }
+    Zelmo::StreamBufferHandle RegisterBuffer(void* buffer, std::size_t sizeBytes) override;
+    void* DeregisterBuffer(Zelmo::StreamBufferHandle handle) override;
+    void PrepareGrab() override;
+    bool IsStreaming() const override { return m_thread.joinable(); }
+    void StartStreaming() override;
+    void StopStreaming() override;
+    void FinishGrab() override;
+    void QueueBuffer(Zelmo::StreamBufferHandle handle, void* context) override;
+    void FlushBuffers() override;
+    std::size_t GetNumQueuedBuffers() const override;
+    bool RetrieveResult(Zelmo::GrabResult& result) override;
+    Zelmo::WaitObject& GetWaitObject() const override { return m_resultsPending; }
+    GenApi::INodeMap* GetNodeMap() override { return m_nodeMap.get(); }
+
+private:
+    struct Buffer {
+        void* memory;
+        std::size_t sizeBytes;
+    };
+    struct QueuedBuffer {
+        Zelmo::StreamBufferHandle handle;
+        Buffer buffer;
+        void* context;
+    };
+
+    void Run();
+    void Expose();
+    static Zelmo::GrabResult ResultOf(const QueuedBuffer& queued, Zelmo::EGrabStatus status);
+    void Deliver(Zelmo::GrabResult result);
+
+    NodeMapPtr m_nodeMap;
+    mutable Zelmo::WaitObjectEx m_resultsPending = Zelmo::WaitObjectEx::Create();
+
+    mutable std::mutex m_mutex;
+    std::condition_variable m_stopped;
+    bool m_stop = false;
+    std::map<Zelmo::StreamBufferHandle, Buffer> m_registered;
+    std::deque<QueuedBuffer> m_queued;
+    std::deque<Zelmo::GrabResult> m_results;
+    std::uint64_t m_nextBlockId = 0;
+
+    std::thread m_thread; // last: it touches all of the above
+};
+
+} // namespace Minimal

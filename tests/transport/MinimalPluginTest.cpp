@@ -1,0 +1,174 @@
+// The plug-in of docs/writing-a-plugin.md: the page quotes it word by word, and it keeps the contract of a stream.
+
+#include <GenApi/GenApi.h>
+#include <zelmo/Device.h>
+#include <zelmo/StreamGrabber.h>
+#include <zelmo/TransportLayerParams.h>
+#include <zelmo/WaitObject.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstdint>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "PluginTest.h"
+
+using namespace Zelmo;
+
+namespace {
+
+constexpr unsigned int longEnoughMs = 20000;
+
+class MinimalPluginTest : public PluginTest {
+protected:
+    void SetUp() override {
+        Start({"minimal"});
+        CDeviceInfo info;
+        m_device = Factory().CreateDevice(info.SetSerialNumber("0001"));
+        m_device->Open(Control | Stream);
+        m_grabber = m_device->GetStreamGrabber(0);
+    }
+    void TearDown() override {
+        Factory().DestroyDevice(m_device);
+        m_library.reset();
+    }
+
+    /// Up to streaming, with all buffers queued; each buffer's context is its number.
+    void StartGrabbing(std::size_t bufferCount) {
+        m_grabber->Open();
+        const auto payloadSize = static_cast<std::size_t>(StreamNode("PayloadSize")->GetValue());
+        StreamNode("MaxBufferSize")->SetValue(static_cast<std::int64_t>(payloadSize));
+        StreamNode("MaxNumBuffer")->SetValue(static_cast<std::int64_t>(bufferCount));
+        m_grabber->PrepareGrab();
+        m_buffers.assign(bufferCount, std::vector<std::uint8_t>(payloadSize));
+        for (auto& buffer : m_buffers)
+            m_handles.push_back(m_grabber->RegisterBuffer(buffer.data(), buffer.size()));
+        m_grabber->StartStreaming();
+        for (std::size_t i = 0; i < bufferCount; ++i)
+            m_grabber->QueueBuffer(m_handles[i], &m_buffers[i]);
+    }
+
+    /// Down again. @return how many buffers came back cancelled.
+    std::size_t StopGrabbing() {
+        m_grabber->StopStreaming();
+        m_grabber->FlushBuffers();
+        std::size_t cancelled = 0;
+        for (GrabResult result; m_grabber->RetrieveResult(result);)
+            cancelled += result.status == GrabStatus_Canceled;
+        for (const StreamBufferHandle handle : m_handles)
+            m_grabber->DeregisterBuffer(handle);
+        m_grabber->FinishGrab();
+        m_grabber->Close();
+        return cancelled;
+    }
+
+    GrabResult NextResult() {
+        EXPECT_TRUE(m_grabber->GetWaitObject().Wait(longEnoughMs));
+        GrabResult result;
+        EXPECT_TRUE(m_grabber->RetrieveResult(result));
+        return result;
+    }
+
+    GenApi::CIntegerPtr StreamNode(const char* name) { return m_grabber->GetNodeMap()->GetNode(name); }
+
+    IZelmoDevice* m_device = nullptr;
+    IStreamGrabber* m_grabber = nullptr;
+    std::vector<std::vector<std::uint8_t>> m_buffers;
+    std::vector<StreamBufferHandle> m_handles;
+};
+
+TEST_F(MinimalPluginTest, StreamsFramesIntoQueuedBuffers) {
+    StartGrabbing(3);
+    std::uint64_t expectedBlockId = 0;
+    for (int frame = 0; frame < 10; ++frame) {
+        const GrabResult result = NextResult();
+        ASSERT_EQ(result.status, GrabStatus_Grabbed);
+        EXPECT_GE(result.blockId, expectedBlockId) << "frames come in order";
+        expectedBlockId = result.blockId + 1;
+        EXPECT_EQ(result.sizeX * result.sizeY, result.payloadSize);
+        const auto& buffer = *static_cast<std::vector<std::uint8_t>*>(result.context);
+        EXPECT_EQ(result.buffer, buffer.data());
+        EXPECT_EQ(buffer.front(), static_cast<std::uint8_t>(result.blockId));
+        EXPECT_EQ(buffer.back(), static_cast<std::uint8_t>(result.blockId + 63));
+        m_grabber->QueueBuffer(result.handle, result.context);
+    }
+    StopGrabbing();
+    EXPECT_FALSE(m_grabber->IsOpen());
+}
+
+TEST_F(MinimalPluginTest, FramesWithoutAQueuedBufferAreLostAndCounted) {
+    StartGrabbing(1);
+    const GrabResult first = NextResult();
+    WaitObject::Sleep(50); // several frames of the camera
+    m_grabber->QueueBuffer(first.handle, first.context);
+    EXPECT_GT(NextResult().blockId, first.blockId + 1);
+    EXPECT_FALSE(m_grabber->GetWaitObject().Wait(0)) << "nothing is pending any more";
+    EXPECT_EQ(StopGrabbing(), 0u);
+}
+
+TEST_F(MinimalPluginTest, EveryQueuedBufferComesBackAndTheGrabberCanStartAgain) {
+    for (int session = 0; session < 2; ++session) {
+        m_handles.clear();
+        StartGrabbing(4);
+        const GrabResult result = NextResult();
+        const std::size_t others = m_grabber->GetNumQueuedBuffers();
+        EXPECT_EQ(others, 3u);
+        EXPECT_LE(StopGrabbing(), others);
+        EXPECT_EQ(result.status, GrabStatus_Grabbed);
+        EXPECT_EQ(m_grabber->GetNumQueuedBuffers(), 0u);
+    }
+}
+
+TEST_F(MinimalPluginTest, BuffersOutsideOfTheContractAreRefused) {
+    StartGrabbing(1);
+    std::array<std::uint8_t, 4> small{};
+    EXPECT_THROW(m_grabber->RegisterBuffer(small.data(), small.size()), GenICam::InvalidArgumentException);
+    EXPECT_THROW(m_grabber->QueueBuffer(&small, nullptr), GenICam::InvalidArgumentException);
+    EXPECT_THROW(m_grabber->Open(), GenICam::LogicalErrorException);
+    StopGrabbing();
+}
+
+TEST_F(MinimalPluginTest, FeaturesAndDescriptionAreThoseOfTheCamera) {
+    const GenApi::CIntegerPtr width = m_device->GetNodeMap()->GetNode("Width");
+    EXPECT_EQ(width->GetValue(), 64);
+    EXPECT_THROW(width->SetValue(32), GenICam::AccessException);
+    String_t url;
+    String_t bytes;
+    dynamic_cast<IDescriptionSource&>(*m_device).GetDescription(url, bytes);
+    EXPECT_THAT(bytes.c_str(), testing::HasSubstr("<Integer Name=\"Width\">"));
+    m_device->Close();
+    EXPECT_EQ(m_device->GetNodeMap(), nullptr);
+}
+
+TEST_F(MinimalPluginTest, DevicesHaveTheDefaultParametersOfTransportLayers) {
+    const GenApi::CBooleanPtr enable = m_device->GetTLNodeMap()->GetNode("ChunkNodeMapSupportEnable");
+    ASSERT_TRUE(enable.IsValid());
+    EXPECT_TRUE(enable->GetValue());
+    EXPECT_EQ(m_device->GetTLNodeMap()->GetDeviceName(), "Device");
+    DestroyNodeMap(nullptr);
+}
+
+TEST(PluginPageTest, QuotesTheSourcesWordByWord) {
+    std::ifstream page(SOURCE_FOLDER "/docs/writing-a-plugin.md");
+    std::size_t quotes = 0;
+    for (std::string line; std::getline(page, line);) {
+        const auto path = line.find("examples/minimal-plugin/");
+        if (!line.starts_with("```") || path == std::string::npos)
+            continue;
+        std::string quote;
+        for (std::string code; std::getline(page, code) && code != "```";)
+            quote += code + '\n';
+        std::ifstream file(SOURCE_FOLDER "/" + line.substr(path));
+        const std::string source((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+        EXPECT_THAT(source, testing::HasSubstr(quote)) << line;
+        ++quotes;
+    }
+    EXPECT_GT(quotes, 5u);
+}
+
+} // namespace
