@@ -45,4 +45,8 @@ pkg-config)
     "$CXX" $CXXFLAGS -std=c++17 "$consumer/main.cpp" -o "$work/pkg-config/consumer" $(pkg-config --cflags --libs zelmo)
     run "$work/pkg-config/consumer"
     ;;
+tool)
+    test "$("$prefix/bin/zelmo" list --json | grep -c HarlixCamEmu)" -ge "$DEVICES"
+    ldd "$prefix/bin/zelmo" | grep -F "$prefix/bin/../$LIBDIR/libzelmo.so"
+    ;;
 esac
