@@ -1,0 +1,159 @@
+#include "CommandLine.h"
+#include "Errors.h"
+
+#include <gmock/gmock.h>
+
+#include <sstream>
+
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+using tool::CommandLine;
+using tool::ExitCode;
+
+CommandLine::Request Parse(CommandLine& line, std::vector<const char*> words) {
+    words.insert(words.begin(), "zelmo");
+    return line.Parse(static_cast<int>(words.size()), words.data());
+}
+
+std::string ErrorOf(const std::vector<const char*>& words) {
+    CommandLine line;
+    try {
+        Parse(line, words);
+    } catch (const tool::ToolError& error) {
+        EXPECT_EQ(error.GetExitCode(), ExitCode::Usage);
+        EXPECT_EQ(error.GetCode(), "usage");
+        return error.what();
+    }
+    ADD_FAILURE() << "was accepted";
+    return {};
+}
+
+std::string HelpOf(const std::vector<const char*>& words) {
+    CommandLine line;
+    EXPECT_EQ(Parse(line, words), CommandLine::Request::Help);
+    return line.GetHelp();
+}
+
+void ExpectColumns(const std::string& text, std::size_t columns) {
+    std::istringstream lines(text);
+    for (std::string one; std::getline(lines, one);) {
+        EXPECT_LE(one.size(), columns) << one;
+    }
+}
+
+const char* const verbs[] = {"list", "info", "features", "get", "set", "exec", "grab", "doctor"};
+
+TEST(CommandLineTest, HelpOfTheToolFitsOneScreenAndNamesEveryVerb) {
+    const std::string help = HelpOf({"--help"});
+    EXPECT_LE(std::count(help.begin(), help.end(), '\n'), 24);
+    ExpectColumns(help, 80);
+    for (const char* verb : verbs) {
+        EXPECT_THAT(help, HasSubstr("\n  " + std::string(verb) + " "));
+    }
+    EXPECT_THAT(help, Not(HasSubstr("generate"))) << "the build's own verb is hidden";
+}
+
+class VerbHelpTest : public testing::TestWithParam<const char*> {};
+
+TEST_P(VerbHelpTest, ShowsUsageAndExamplesThatTheToolAccepts) {
+    const std::string help = HelpOf({GetParam(), "-h"});
+    ExpectColumns(help, 80);
+    EXPECT_THAT(help, HasSubstr("Usage: zelmo " + std::string(GetParam())));
+    std::istringstream lines(help.substr(help.find("\nExamples:\n") + 11));
+    int examples = 0;
+    for (std::string one; std::getline(lines, one);) {
+        if (one.rfind("  zelmo ", 0) != 0) {
+            continue;
+        }
+        ++examples;
+        one.erase(std::remove(one.begin(), one.end(), '\''),
+                  one.end()); // quotes around words without blanks, and a filter
+        std::istringstream words(one.substr(8));
+        std::vector<std::string> parts{std::istream_iterator<std::string>(words), {}};
+        std::vector<const char*> arguments;
+        for (const auto& part : parts) {
+            arguments.push_back(part.c_str());
+        }
+        if (one.find("||") == std::string::npos && one.find("left camera") == std::string::npos) {
+            CommandLine line;
+            EXPECT_EQ(Parse(line, arguments), CommandLine::Request::RunVerb) << one;
+        }
+    }
+    EXPECT_GE(examples, 2);
+}
+
+INSTANTIATE_TEST_SUITE_P(Verbs, VerbHelpTest, testing::ValuesIn(verbs));
+
+TEST(CommandLineTest, OptionsOfAllVerbsMayStandBeforeAndBehindTheVerb) {
+    for (const std::vector<const char*>& words :
+         {std::vector<const char*>{"--json", "-vv", "--log", "a=debug", "--log", "b=info", "list"},
+          std::vector<const char*>{"list", "-v", "--log", "a=debug", "--json", "-v", "--log", "b=info"}}) {
+        CommandLine line;
+        EXPECT_EQ(Parse(line, words), CommandLine::Request::RunVerb);
+        EXPECT_TRUE(line.GetGlobalOptions().json);
+        EXPECT_EQ(line.GetGlobalOptions().verbosity, 2);
+        EXPECT_THAT(line.GetGlobalOptions().logLevels, testing::ElementsAre("a=debug", "b=info"));
+        EXPECT_EQ(line.GetVerb().GetName(), "list");
+    }
+}
+
+struct Wrong {
+    std::vector<const char*> words;
+    const char* message;
+};
+
+std::ostream& operator<<(std::ostream& stream, const Wrong& one) {
+    for (const char* word : one.words) {
+        stream << word << ' ';
+    }
+    return stream;
+}
+
+class WrongUsageTest : public testing::TestWithParam<Wrong> {};
+
+TEST_P(WrongUsageTest, TellsWhatIsWrongAndWhereHelpIs) {
+    EXPECT_THAT(ErrorOf(GetParam().words), HasSubstr(GetParam().message));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Lines, WrongUsageTest,
+    testing::Values(Wrong{{}, "A verb is missing"}, Wrong{{"lst"}, "no verb 'lst'. Did you mean 'list'?"},
+                    Wrong{{"frobnicate"}, "'zelmo --help' lists them"},
+                    Wrong{{"grab", "--duratoin", "3"}, "no option '--duratoin'. Did you mean '--duration'?"},
+                    Wrong{{"list", "extra"}, "'extra' is one argument too many"}, Wrong{{"get"}, "zelmo get --help"},
+                    Wrong{{"set"}, "required"}, Wrong{{"exec"}, "required"}, Wrong{{"grab", "-n", "0"}, "-n"},
+                    Wrong{{"grab", "-n", "-3"}, "-n"}, Wrong{{"grab", "-n", "many"}, "many"},
+                    Wrong{{"grab", "--duration", "0"}, "--duration"},
+                    Wrong{{"grab", "--duration", "nan"}, "--duration"},
+                    Wrong{{"grab", "--timeout", "99999999999"}, "--timeout"},
+                    Wrong{{"grab", "--buffers", "0"}, "--buffers"}, Wrong{{"grab", "--max-lost", "-1"}, "--max-lost"},
+                    Wrong{{"grab", "--raw"}, "--raw requires --output"}, Wrong{{"grab", "--all", "-d", "1"}, "--all"},
+                    Wrong{{"grab", "-o"}, "-o"}, Wrong{{"list", "--watch", "--tls"}, "--tls"},
+                    Wrong{{"list", "--count", "2"}, "--watch"}, Wrong{{"list", "--progress", "sometimes"}, "sometimes"},
+                    Wrong{{"features", "--visibility", "wizard"}, "wizard"},
+                    Wrong{{"get", "A", "--nodemap", "x"}, "x"}));
+
+TEST(CommandLineTest, ManualPageAndCompletionKnowEveryVerbAndOption) {
+    CommandLine line;
+    const std::string page = line.GetManualPage();
+    const std::string completion = line.GetCompletion();
+    EXPECT_THAT(page, testing::StartsWith(".TH ZELMO 1\n"));
+    for (const char* verb : verbs) {
+        EXPECT_THAT(page, HasSubstr(".SS " + std::string(verb) + "\n"));
+        EXPECT_THAT(completion, HasSubstr("    " + std::string(verb) + ")\n"));
+    }
+    EXPECT_THAT(page, HasSubstr("\\-\\-max\\-lost N"));
+    EXPECT_THAT(completion, HasSubstr("--max-lost"));
+    EXPECT_THAT(completion, HasSubstr("--nodemap) COMPREPLY=($(compgen -W 'device tl stream event camera chunk'"));
+}
+
+TEST(CommandLineTest, TheBuildAsksForThemByAHiddenVerb) {
+    CommandLine line;
+    EXPECT_EQ(Parse(line, {"generate", "man"}), CommandLine::Request::ManualPage);
+    CommandLine other;
+    EXPECT_EQ(Parse(other, {"generate", "completion"}), CommandLine::Request::Completion);
+}
+
+} // namespace

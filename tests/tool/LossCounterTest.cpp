@@ -1,0 +1,42 @@
+#include "LossCounter.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+namespace {
+
+struct Case {
+    const char* name;
+    std::vector<std::uint64_t> ids;
+    std::uint64_t lost;
+};
+
+std::ostream& operator<<(std::ostream& stream, const Case& one) {
+    return stream << one.name;
+}
+
+class LossCounterTest : public testing::TestWithParam<Case> {};
+
+TEST_P(LossCounterTest, CountsWhatIsMissingBetweenImages) {
+    tool::LossCounter counter;
+    std::uint64_t lost = 0;
+    for (const std::uint64_t id : GetParam().ids) {
+        lost += counter.Add(id);
+    }
+    EXPECT_EQ(lost, GetParam().lost);
+}
+
+constexpr auto none = ~std::uint64_t{0};
+
+INSTANTIATE_TEST_SUITE_P(Ids, LossCounterTest,
+                         testing::Values(Case{"NoGap", {1, 2, 3}, 0}, Case{"FirstIdIsTakenAsItIs", {17, 18}, 0},
+                                         Case{"Gaps", {0, 3, 4, 6}, 3}, Case{"CameraWithoutIds", {none, none}, 0},
+                                         Case{"OneImageWithoutId", {1, none, 3}, 1},
+                                         Case{"SixteenBitsWrapToOne", {65534, 65535, 1, 2}, 0},
+                                         Case{"LossesOverTheWrap", {65534, 2}, 2},
+                                         Case{"CameraBeganAnew", {50, 1, 2}, 0},
+                                         Case{"LargeIds", {1ull << 40, (1ull << 40) + 5}, 4}),
+                         [](const auto& one) { return one.param.name; });
+
+} // namespace

@@ -1,0 +1,147 @@
+#include "Output.h"
+
+#include <gmock/gmock.h>
+
+#include <cmath>
+#include <limits>
+#include <sstream>
+
+namespace {
+
+using namespace tool;
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+
+class OutputTest : public testing::Test {
+protected:
+    Output Make() { return {m_options, m_data, m_messages}; }
+
+    GlobalOptions m_options;
+    std::ostringstream m_data;
+    std::ostringstream m_messages;
+};
+
+TEST_F(OutputTest, TextGoesOutAsLinesAndDocumentsDoNot) {
+    Output output = Make();
+    output.Line("one");
+    output.Document({{"a", 1}});
+    output.Event("frame", {{"a", 1}});
+    output.Note("note");
+    EXPECT_EQ(m_data.str(), "one\n");
+    EXPECT_EQ(m_messages.str(), "note\n");
+}
+
+TEST_F(OutputTest, JsonIsOneDocumentWithItsSchema) {
+    m_options.json = true;
+    Output output = Make();
+    output.Line("one");
+    output.Document({{"a", 1}});
+    const Json json = Json::parse(m_data.str());
+    EXPECT_EQ(json["schema"], 1);
+    EXPECT_EQ(json["a"], 1);
+}
+
+TEST_F(OutputTest, EventsAreOneLineEachWithTypeAndTime) {
+    m_options.json = true;
+    Output output = Make();
+    output.Event("frame", {{"number", 1}});
+    output.Event("summary", {{"frames", 1}});
+    std::istringstream lines(m_data.str());
+    std::string first;
+    std::string second;
+    std::getline(lines, first);
+    std::getline(lines, second);
+    EXPECT_EQ(Json::parse(first)["type"], "frame");
+    EXPECT_GE(Json::parse(first)["t"].get<double>(), 0.0);
+    EXPECT_EQ(Json::parse(second)["type"], "summary");
+    EXPECT_GE(Json::parse(second)["t"].get<double>(), Json::parse(first)["t"].get<double>());
+}
+
+TEST_F(OutputTest, ErrorIsAnObjectThatNamesTheFeature) {
+    m_options.json = true;
+    Output output = Make();
+    output.Error(FeatureError("Width", "value_refused", "Width: no"));
+    const Json json = Json::parse(m_messages.str());
+    EXPECT_EQ(json["type"], "error");
+    EXPECT_EQ(json["code"], "value_refused");
+    EXPECT_EQ(json["message"], "Width: no");
+    EXPECT_EQ(json["feature"], "Width");
+    EXPECT_EQ(m_data.str(), "");
+}
+
+TEST_F(OutputTest, QuietSilencesNotesButNotErrors) {
+    m_options.quiet = true;
+    Output output = Make();
+    output.Note("note");
+    output.Error(UsageError("bad"));
+    EXPECT_EQ(m_messages.str(), "zelmo: error: bad\n");
+}
+
+TEST_F(OutputTest, ProgressIsOneLineThatMessagesReplace) {
+    m_options.progress = "always";
+    Output output = Make();
+    output.ShowProgress("1/2");
+    output.ShowProgress("2/2");
+    output.Note("note");
+    EXPECT_EQ(m_messages.str(), "\r1/2\033[K\r2/2\033[K\r\033[Knote\n");
+    output.ShowProgress(std::string(1000, 'x'));
+    output.EndProgress();
+    EXPECT_LT(m_messages.str().size(), 600u) << "a line that wraps cannot be rewritten";
+    EXPECT_THAT(m_messages.str(), EndsWith("\n"));
+}
+
+TEST_F(OutputTest, ProgressIsSilentWhenNotWanted) {
+    m_options.progress = "never";
+    Output output = Make();
+    output.ShowProgress("1/2");
+    output.EndProgress();
+    EXPECT_EQ(m_messages.str(), "");
+}
+
+TEST_F(OutputTest, StandardOutputThatCannotBeWrittenIsAFailureOfTheHost) {
+    Output output = Make();
+    output.Line("one");
+    EXPECT_NO_THROW(output.Flush());
+    m_data.setstate(std::ios::badbit);
+    EXPECT_THROW(output.Flush(), ToolError);
+}
+
+TEST(JsonTest, IntegersThatADoubleCannotHoldAreText) {
+    constexpr std::int64_t edge = std::int64_t{1} << 53;
+    EXPECT_EQ(JsonInteger(edge), Json(edge));
+    EXPECT_EQ(JsonInteger(edge + 1), Json("9007199254740993"));
+    EXPECT_EQ(JsonInteger(-edge - 1), Json("-9007199254740993"));
+    EXPECT_EQ(JsonInteger(std::numeric_limits<std::int64_t>::min()), Json("-9223372036854775808"));
+    EXPECT_EQ(JsonInteger(std::numeric_limits<std::uint64_t>::max()), Json("18446744073709551615"));
+}
+
+TEST(JsonTest, WhatJsonDoesNotHaveIsTextOrReplaced) {
+    EXPECT_EQ(JsonNumber(1.5), Json(1.5));
+    EXPECT_EQ(JsonNumber(-std::numeric_limits<double>::infinity()), Json("-inf"));
+    EXPECT_EQ(JsonNumber(std::nan("")), Json("nan"));
+    EXPECT_EQ(ToLine({{"name", "a\xFF"
+                               "b"}}),
+              "{\"name\":\"a\xEF\xBF\xBD"
+              "b\"}")
+        << "a name that is no UTF-8";
+}
+
+TEST(TextTest, TableHasColumnsOfEqualWidthAndNoBlanksAtTheEnd) {
+    EXPECT_THAT(FormatTable({{"A", "LONG", "C"}, {"wide", "x", ""}, {"y"}}),
+                ElementsAre("A     LONG  C", "wide  x", "y"));
+    EXPECT_THAT(FormatTable({}), testing::IsEmpty());
+}
+
+TEST(TextTest, ControlCharactersDoNotReachTheTerminal) {
+    EXPECT_EQ(Printable("a\033[31m\nb\x7F"), "a?[31m?b?");
+    EXPECT_EQ(Printable("Kamera \xC3\xA4"), "Kamera \xC3\xA4");
+}
+
+TEST(TextTest, NumbersHaveAPointWhateverTheSize) {
+    EXPECT_EQ(Fixed(0.05, 1), "0.1");
+    EXPECT_EQ(Fixed(1e6, 2), "1000000.00");
+    EXPECT_THAT(Fixed(1e300, 1), HasSubstr(".0"));
+}
+
+} // namespace

@@ -1,0 +1,226 @@
+#include "PixelConversion.h"
+#include "Errors.h"
+
+#include <gmock/gmock.h>
+
+namespace {
+
+using namespace tool;
+using namespace Zelmo;
+using Bytes = std::vector<std::uint8_t>;
+
+Image Converted(EPixelType type, unsigned width, unsigned height, const Bytes& bytes, std::size_t paddingX = 0) {
+    PixelConverter converter;
+    Image image;
+    converter.Convert({bytes.data(), bytes.size(), type, width, height, paddingX}, image);
+    EXPECT_EQ(image.width, width);
+    EXPECT_EQ(image.height, height);
+    return image;
+}
+
+struct Case {
+    const char* name;
+    EPixelType type;
+    unsigned width;
+    unsigned height;
+    std::size_t paddingX;
+    Bytes bytes;
+    unsigned channels;
+    unsigned bits;
+    Bytes pixels; // as PNG wants them
+};
+
+std::ostream& operator<<(std::ostream& stream, const Case& one) {
+    return stream << one.name;
+}
+
+class PixelConversionTest : public testing::TestWithParam<Case> {};
+
+TEST_P(PixelConversionTest, TurnsBytesIntoPixels) {
+    const Case& one = GetParam();
+    const Image image = Converted(one.type, one.width, one.height, one.bytes, one.paddingX);
+    EXPECT_EQ(image.channels, one.channels);
+    EXPECT_EQ(image.bits, one.bits);
+    EXPECT_EQ(image.bytes, one.pixels);
+}
+
+// 0x3FF and 0xFFF, the brightest of 10 and 12 bits, become 0xFFFF; 0x200 and 0x800, the middle, 0x8020 and 0x8008.
+const Case cases[] = {
+    {"Mono1Packed", PixelType_Mono1Packed, 9, 1, 0, {0b10000001, 0b1}, 1, 8, {255, 0, 0, 0, 0, 0, 0, 255, 255}},
+    {"Mono2Packed", PixelType_Mono2Packed, 4, 1, 0, {0b11100100}, 1, 8, {0, 0x55, 0xAA, 0xFF}},
+    {"Mono4Packed", PixelType_Mono4Packed, 2, 1, 0, {0xA3}, 1, 8, {0x33, 0xAA}},
+    {"Mono4PackedLinesShareAByte", PixelType_Mono4Packed, 1, 2, 0, {0xA3}, 1, 8, {0x33, 0xAA}},
+    {"Mono8", PixelType_Mono8, 2, 2, 0, {1, 2, 3, 255}, 1, 8, {1, 2, 3, 255}},
+    {"Mono8Padded", PixelType_Mono8, 2, 2, 1, {1, 2, 99, 3, 4, 99}, 1, 8, {1, 2, 3, 4}},
+    {"Mono10", PixelType_Mono10, 2, 1, 0, {0x00, 0x02, 0xFF, 0x03}, 1, 16, {0x80, 0x20, 0xFF, 0xFF}},
+    {"Mono10IgnoresUnusedBits", PixelType_Mono10, 1, 1, 0, {0x00, 0xFE}, 1, 16, {0x80, 0x20}},
+    {"Mono12", PixelType_Mono12, 2, 1, 0, {0x00, 0x08, 0xFF, 0x0F}, 1, 16, {0x80, 0x08, 0xFF, 0xFF}},
+    {"Mono16", PixelType_Mono16, 2, 1, 0, {0x34, 0x12, 0xFF, 0xFF}, 1, 16, {0x12, 0x34, 0xFF, 0xFF}},
+    // Four samples 1, 2, 0x200, 0x3FF in five bytes, least significant bit first.
+    {"Mono10p",
+     PixelType_Mono10p,
+     4,
+     1,
+     0,
+     {0x01, 0x08, 0x00, 0xE0, 0xFF},
+     1,
+     16,
+     {0x00, 0x40, 0x00, 0x80, 0x80, 0x20, 0xFF, 0xFF}},
+    // Two samples 0xABC, 0x123 in three bytes.
+    {"Mono12p", PixelType_Mono12p, 2, 1, 0, {0xBC, 0x3A, 0x12}, 1, 16, {0xAB, 0xCA, 0x12, 0x31}},
+    // Odd width without padding: the second line begins inside a byte.
+    {"Mono12pOddWidth", PixelType_Mono12p, 1, 2, 0, {0xBC, 0x3A, 0x12}, 1, 16, {0xAB, 0xCA, 0x12, 0x31}},
+    // With padding each line begins on a byte.
+    {"Mono12pOddWidthPadded",
+     PixelType_Mono12p,
+     1,
+     2,
+     1,
+     {0xBC, 0x0A, 0x99, 0x23, 0x01, 0x99},
+     1,
+     16,
+     {0xAB, 0xCA, 0x12, 0x31}},
+    // High bytes outside, low bits in the middle one: 0xABC, 0x123 and 0x2AD, 0x04A.
+    {"Mono12Packed", PixelType_Mono12Packed, 2, 1, 0, {0xAB, 0x3C, 0x12}, 1, 16, {0xAB, 0xCA, 0x12, 0x31}},
+    {"Mono12PackedOddCount", PixelType_Mono12Packed, 1, 1, 0, {0xAB, 0x0C}, 1, 16, {0xAB, 0xCA}},
+    {"Mono10Packed", PixelType_Mono10Packed, 2, 1, 0, {0xAB, 0x21, 0x12}, 1, 16, {0xAB, 0x6A, 0x12, 0x84}},
+    {"RGB8", PixelType_RGB8Packed, 2, 1, 0, {1, 2, 3, 4, 5, 6}, 3, 8, {1, 2, 3, 4, 5, 6}},
+    {"BGR8", PixelType_BGR8Packed, 2, 1, 0, {1, 2, 3, 4, 5, 6}, 3, 8, {3, 2, 1, 6, 5, 4}},
+    {"RGBA8LosesAlpha", PixelType_RGBA8Packed, 2, 1, 0, {1, 2, 3, 99, 4, 5, 6, 99}, 3, 8, {1, 2, 3, 4, 5, 6}},
+    {"BGRA8LosesAlpha", PixelType_BGRA8Packed, 1, 1, 0, {1, 2, 3, 99}, 3, 8, {3, 2, 1}},
+    {"RGB10",
+     PixelType_RGB10Packed,
+     1,
+     1,
+     0,
+     {0xFF, 0x03, 0x00, 0x02, 0x00, 0x00},
+     3,
+     16,
+     {0xFF, 0xFF, 0x80, 0x20, 0, 0}},
+    {"BGR12",
+     PixelType_BGR12Packed,
+     1,
+     1,
+     0,
+     {0xFF, 0x0F, 0x00, 0x08, 0x00, 0x00},
+     3,
+     16,
+     {0, 0, 0x80, 0x08, 0xFF, 0xFF}},
+    {"RGB16", PixelType_RGB16Packed, 1, 1, 0, {1, 2, 3, 4, 5, 6}, 3, 16, {2, 1, 4, 3, 6, 5}},
+    // Grey has both chroma values at 128; Cr 255 is the strongest red.
+    {"YUYVGrey", PixelType_YUV422_YUYV_Packed, 2, 1, 0, {10, 128, 200, 128}, 3, 8, {10, 10, 10, 200, 200, 200}},
+    {"YUYVRed", PixelType_YUV422_YUYV_Packed, 2, 1, 0, {76, 85, 76, 255}, 3, 8, {254, 0, 0, 254, 0, 0}},
+    {"UYVYGrey", PixelType_YUV422Packed, 2, 1, 0, {128, 10, 128, 200}, 3, 8, {10, 10, 10, 200, 200, 200}},
+    {"UYVYRed", PixelType_YUV422Packed, 2, 1, 0, {85, 76, 255, 76}, 3, 8, {254, 0, 0, 254, 0, 0}},
+    {"YUYVOddWidth", PixelType_YUV422_YUYV_Packed, 1, 2, 0, {10, 128, 20, 128}, 3, 8, {10, 10, 10, 20, 20, 20}},
+};
+
+INSTANTIATE_TEST_SUITE_P(Formats, PixelConversionTest, testing::ValuesIn(cases),
+                         [](const auto& one) { return one.param.name; });
+
+struct BayerCase {
+    EPixelType type;
+    unsigned redX;
+    unsigned redY;
+    unsigned depth;
+    bool words;
+};
+
+std::ostream& operator<<(std::ostream& stream, const BayerCase& one) {
+    return stream << std::hex << one.type;
+}
+
+class BayerConversionTest : public testing::TestWithParam<BayerCase> {
+protected:
+    static constexpr unsigned size = 6;
+
+    /// The samples of a scene of one colour, seen through the filter.
+    Bytes Scene(std::uint16_t red, std::uint16_t green, std::uint16_t blue) const {
+        Bytes bytes;
+        for (unsigned y = 0; y < size; ++y) {
+            for (unsigned x = 0; x < size; ++x) {
+                const bool redColumn = x % 2 == GetParam().redX;
+                const bool redRow = y % 2 == GetParam().redY;
+                const std::uint16_t sample = redColumn != redRow ? green : redRow ? red : blue;
+                bytes.push_back(static_cast<std::uint8_t>(sample));
+                if (GetParam().words) {
+                    bytes.push_back(static_cast<std::uint8_t>(sample >> 8));
+                }
+            }
+        }
+        return bytes;
+    }
+};
+
+TEST_P(BayerConversionTest, GivesASceneOfOneColourThatColourEverywhere) {
+    const auto top = static_cast<std::uint16_t>((1 << GetParam().depth) - 1);
+    const Image image = Converted(GetParam().type, size, size, Scene(top, 0, top));
+    ASSERT_EQ(image.channels, 3u);
+    ASSERT_EQ(image.bits, GetParam().words ? 16u : 8u);
+    const std::size_t bytesOfPixel = 3 * image.bits / 8;
+    const Bytes magenta = image.bits == 8 ? Bytes{255, 0, 255} : Bytes{255, 255, 0, 0, 255, 255};
+    for (std::size_t i = 0; i < image.bytes.size(); i += bytesOfPixel) {
+        const auto pixel = image.bytes.begin() + static_cast<std::ptrdiff_t>(i);
+        ASSERT_EQ(Bytes(pixel, pixel + static_cast<std::ptrdiff_t>(bytesOfPixel)), magenta)
+            << "pixel " << i / bytesOfPixel;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Tiles, BayerConversionTest,
+    testing::Values(BayerCase{PixelType_BayerRG8, 0, 0, 8, false}, BayerCase{PixelType_BayerGR8, 1, 0, 8, false},
+                    BayerCase{PixelType_BayerGB8, 0, 1, 8, false}, BayerCase{PixelType_BayerBG8, 1, 1, 8, false},
+                    BayerCase{PixelType_BayerRG10, 0, 0, 10, true}, BayerCase{PixelType_BayerGR12, 1, 0, 12, true},
+                    BayerCase{PixelType_BayerBG16, 1, 1, 16, true}));
+
+class RefusedFormatTest : public testing::TestWithParam<EPixelType> {};
+
+TEST_P(RefusedFormatTest, IsRefusedWithTheExitCodeOfValues) {
+    EXPECT_EQ(FindPixelLayout(GetParam()), nullptr);
+    const Bytes bytes(1024);
+    try {
+        Converted(GetParam(), 4, 4, bytes);
+        FAIL() << "was converted";
+    } catch (const ToolError& error) {
+        EXPECT_EQ(error.GetExitCode(), ExitCode::Feature);
+        EXPECT_THAT(error.what(), testing::HasSubstr("--raw"));
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Formats, RefusedFormatTest,
+                         testing::Values(PixelType_Undefined, PixelType_Mono8signed, PixelType_YUV411Packed,
+                                         PixelType_RGB8Planar, PixelType_Double, PixelType_BGR10V1Packed));
+
+TEST(PixelConverterTest, BufferThatIsTooSmallIsIncomplete) {
+    for (const auto type :
+         {PixelType_Mono8, PixelType_Mono12p, PixelType_Mono12Packed, PixelType_BayerRG8, PixelType_RGB8Packed}) {
+        const PixelLayout& layout = *FindPixelLayout(type);
+        const Bytes whole(GetNeededBytes(layout, 5, 3, 0));
+        EXPECT_NO_THROW(Converted(type, 5, 3, whole));
+        const Bytes cut(whole.size() - 1);
+        try {
+            Converted(type, 5, 3, cut);
+            FAIL() << "converted a cut image of type " << type;
+        } catch (const ToolError& error) {
+            EXPECT_EQ(error.GetCode(), "incomplete");
+        }
+    }
+}
+
+TEST(PixelConverterTest, ImageWithoutPixelsIsIncomplete) {
+    EXPECT_THROW(Converted(PixelType_Mono8, 0, 4, Bytes(16)), ToolError);
+    EXPECT_THROW(Converted(PixelType_Mono8, 4, 0, Bytes(16)), ToolError);
+}
+
+TEST(PixelConverterTest, KeepsNothingOfTheImageBefore) {
+    PixelConverter converter;
+    Image image;
+    const Bytes large(64, 7);
+    const Bytes small{1, 2, 3};
+    converter.Convert({large.data(), large.size(), PixelType_BayerRG8, 8, 8, 0}, image);
+    converter.Convert({small.data(), small.size(), PixelType_Mono8, 3, 1, 0}, image);
+    EXPECT_EQ(image.bytes, small);
+    EXPECT_EQ(image.channels, 1u);
+}
+
+} // namespace
