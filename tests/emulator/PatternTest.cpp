@@ -5,8 +5,12 @@
 
 #include <gtest/gtest.h>
 
+#include <zlib.h>
+
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
+#include <cstring>
 #include <stdexcept>
 #include <string>
 #include <tuple>
@@ -16,6 +20,8 @@
 using namespace CamEmu;
 
 namespace {
+
+#include <DocumentedCheck.h> // the function IsIntact of docs/emulator.md
 
 constexpr CSensorResponse noiseFree{1.0, 0.0};
 
@@ -76,8 +82,11 @@ TEST_P(PixelFormatTest, ImagesDoNotDependOnWhatWasDrawnBefore) {
     }
 }
 
+std::string FormatName(const ::testing::TestParamInfo<CPixelFormat>& format) {
+    return format.param.name;
+}
 INSTANTIATE_TEST_SUITE_P(All, PixelFormatTest, ::testing::ValuesIn(PixelFormats().begin(), PixelFormats().end()),
-                         [](const auto& info) { return std::string(info.param.name); });
+                         FormatName);
 
 // Two frames later a moving image has moved by two pixels; the step keeps the colours of a Bayer mosaic.
 class MovingImageTest : public ::testing::TestWithParam<std::tuple<ETestImage, unsigned, unsigned>> {};
@@ -209,6 +218,9 @@ TEST(FrameCounterTest, RecordTellsCameraBlockAndSize) {
         EXPECT_EQ(record.cameraNumber, 7u);
         EXPECT_EQ(record.blockId, 0x123456789ABCu);
         EXPECT_EQ(record.payloadSize, format.PayloadSize());
+        std::uint64_t documented = 0;
+        EXPECT_TRUE(IsIntact(image.data(), image.size(), documented));
+        EXPECT_EQ(documented, record.blockId);
     }
 }
 
@@ -235,6 +247,7 @@ TEST(FrameCounterTest, AnyChangedByteBehindTheRecordIsFound) {
         auto bad = good;
         bad[i] ^= 0x10;
         ASSERT_EQ(CheckFrame(bad, record), EFrameCheck::Torn) << "byte " << i;
+        ASSERT_FALSE(IsIntact(bad.data(), bad.size(), record.blockId)) << "byte " << i;
     }
 }
 

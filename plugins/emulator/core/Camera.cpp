@@ -109,6 +109,11 @@ std::string CCamera::Text(std::uint32_t address) {
     return {text, strnlen(text, Reg::textLength)};
 }
 
+std::size_t CCamera::PayloadSize() {
+    const std::lock_guard lock(m_lock);
+    return Format().PayloadSize();
+}
+
 CImageFormat CCamera::LockFormat() {
     const std::lock_guard lock(m_lock);
     m_formatLocked = true;

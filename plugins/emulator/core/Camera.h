@@ -26,6 +26,7 @@ public:
     EAccessResult Write(std::uint64_t address, const void* bytes, std::size_t length);
 
     std::string Text(std::uint32_t address); ///< of one of the text registers
+    std::size_t PayloadSize();               ///< of one image under the present settings, in bytes
 
     /// Freezes all that decides the size and number of images, until UnlockFormat; the stream is started between them.
     CImageFormat LockFormat();

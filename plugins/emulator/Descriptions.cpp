@@ -1,0 +1,49 @@
+#include "Descriptions.h"
+
+#include "DescriptionTable.h"
+
+#include <Base/GCException.h>
+#include <GenApi/IDestroy.h>
+#include <GenApi/NodeMapFactory.h>
+
+namespace CamEmu {
+
+namespace {
+
+GenApi::CNodeMapFactory MakeFactory(std::string_view name) {
+    const std::string_view text = DescriptionText(name);
+    return {GenApi::ContentType_Xml, text.data(), text.size()};
+}
+
+NodeMapPtr MakeNodeMap(GenApi::CNodeMapFactory& factory, GenApi::IPort& port) {
+    NodeMapPtr nodeMap(factory.CreateNodeMap("Device"));
+    if (!nodeMap->Connect(&port, "Device"))
+        throw RUNTIME_EXCEPTION("The description of the emulated camera has no port 'Device'.");
+    return nodeMap;
+}
+
+} // namespace
+
+std::string_view DescriptionText(std::string_view name) {
+    for (const Zelmo::BuiltinDocument& document : Zelmo::builtinDocuments)
+        if (document.name == name)
+            return document.text;
+    return {};
+}
+
+void CNodeMapDeleter::operator()(GenApi::INodeMap* nodeMap) const {
+    if (auto* const destroyable = dynamic_cast<GenApi::IDestroy*>(nodeMap))
+        destroyable->Destroy();
+}
+
+NodeMapPtr MakeCameraNodeMap(GenApi::IPort& port) {
+    static GenApi::CNodeMapFactory factory = MakeFactory(cameraDescription);
+    return MakeNodeMap(factory, port);
+}
+
+NodeMapPtr MakeStreamNodeMap(GenApi::IPort& port) {
+    static GenApi::CNodeMapFactory factory = MakeFactory(streamDescription);
+    return MakeNodeMap(factory, port);
+}
+
+} // namespace CamEmu

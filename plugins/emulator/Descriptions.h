@@ -1,0 +1,28 @@
+#pragma once
+
+#include <GenApi/INodeMap.h>
+
+#include <memory>
+#include <string_view>
+
+namespace CamEmu {
+
+/// The names of the two descriptions: the camera's features, the stream grabber's parameters.
+inline constexpr std::string_view cameraDescription = "CamEmu";
+inline constexpr std::string_view streamDescription = "CamEmuStream";
+
+/// The XML text of a description, as it was built in.
+std::string_view DescriptionText(std::string_view name);
+
+struct CNodeMapDeleter {
+    void operator()(GenApi::INodeMap* nodeMap) const;
+};
+using NodeMapPtr = std::unique_ptr<GenApi::INodeMap, CNodeMapDeleter>;
+
+/// A node map of its own over the description, connected to @p port, which must outlive it. The text is parsed once in
+/// the process.
+/// @throws GenICam::RuntimeException
+NodeMapPtr MakeCameraNodeMap(GenApi::IPort& port);
+NodeMapPtr MakeStreamNodeMap(GenApi::IPort& port);
+
+} // namespace CamEmu

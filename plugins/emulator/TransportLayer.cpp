@@ -1,0 +1,150 @@
+#include "TransportLayer.h"
+
+#include "Device.h"
+#include "PluginLog.h"
+
+#include <Base/GCException.h>
+#include <zelmo/DeviceFilter.h>
+
+#include <algorithm>
+#include <cstdint>
+
+namespace CamEmu {
+
+namespace {
+
+constexpr const char* noDevice = "No device is available or no device contains the provided device info properties.";
+constexpr const char* ambiguous =
+    "Ambiguous device info properties. %i devices match the provided device info properties.";
+
+Zelmo::CInterfaceInfo DescribeInterface() {
+    Zelmo::CInterfaceInfo info;
+    info.SetInterfaceID("CamEmu").SetFriendlyName("Camera Emulator").SetFullName("CamEmu").SetDeviceClass(deviceClass);
+    return info;
+}
+
+// A pattern that names the camera was enumerated before, and the user may have renamed the camera since.
+bool Matches(const Zelmo::CDeviceInfo& candidate, Zelmo::CDeviceInfo pattern) {
+    if (pattern.IsFullNameAvailable() && pattern.IsUserDefinedNameAvailable()) {
+        pattern.SetUserDefinedName(candidate.GetUserDefinedName());
+        if (pattern.IsFriendlyNameAvailable())
+            pattern.SetFriendlyName(candidate.GetFriendlyName());
+    }
+    return candidate.IsSubset(pattern);
+}
+
+} // namespace
+
+Zelmo::CTlInfo DescribeTransportLayer() {
+    Zelmo::CTlInfo info;
+    info.SetFriendlyName("Camera Emulator").SetFullName("CamEmu").SetVendorName("Harlix").SetDeviceClass(deviceClass);
+    info.SetTLType("CamEmu");
+    info.SetModelName("Camera Emulator").SetInfoID("CamEmu").SetVersion("1.0");
+    return info;
+}
+
+CTransportLayer::CTransportLayer() : m_interface(new Zelmo::CDefaultInterface(this, DescribeInterface())) {
+    const std::size_t count = WantedCameras();
+    for (std::size_t number = 0; number < count; ++number)
+        m_cameras.push_back(&PoolCamera(number));
+}
+
+// The plain list; the default interface calls it and adds filter and order.
+int CTransportLayer::EnumerateDevices(Zelmo::DeviceInfoList& list, bool addToList) {
+    if (!addToList)
+        list.clear();
+    const Cameras present = PresentCameras();
+    for (CPoolCamera* const camera : present)
+        list.push_back(DescribeCamera(camera->camera));
+    return static_cast<int>(present.size());
+}
+
+int CTransportLayer::EnumerateDevices(Zelmo::DeviceInfoList& list, const Zelmo::DeviceInfoList& filter,
+                                      bool addToList) {
+    return m_interface->EnumerateDevices(list, filter, addToList);
+}
+
+Zelmo::IZelmoDevice* CTransportLayer::CreateDevice(const Zelmo::CDeviceInfo& info) {
+    return new CDevice(TheOne(info), *this);
+}
+
+Zelmo::IZelmoDevice* CTransportLayer::CreateFirstDevice(const Zelmo::CDeviceInfo& info) {
+    const Cameras found = Matching(info);
+    if (found.empty())
+        throw RUNTIME_EXCEPTION("%s", noDevice);
+    return new CDevice(*found.front(), *this);
+}
+
+Zelmo::IZelmoDevice* CTransportLayer::CreateDevice(const Zelmo::CDeviceInfo& info, const Zelmo::StringList_t&) {
+    return CreateDevice(info);
+}
+
+Zelmo::IZelmoDevice* CTransportLayer::CreateFirstDevice(const Zelmo::CDeviceInfo& info, const Zelmo::StringList_t&) {
+    return CreateFirstDevice(info);
+}
+
+Zelmo::IZelmoDevice* CTransportLayer::CreateDevice(const Zelmo::String_t& fullName) {
+    Zelmo::CDeviceInfo info;
+    info.SetFullName(fullName);
+    return CreateDevice(info);
+}
+
+void CTransportLayer::DestroyDevice(Zelmo::IZelmoDevice* device) {
+    delete dynamic_cast<CDevice*>(device);
+}
+
+bool CTransportLayer::IsDeviceAccessible(const Zelmo::CDeviceInfo& info, Zelmo::AccessModeSet modes,
+                                         Zelmo::EDeviceAccessiblityInfo* accessibilityInfo) {
+    const CPoolCamera& camera = TheOne(info);
+    const bool inUse =
+        (modes.test(Zelmo::Control) && camera.isControlled) || (modes.test(Zelmo::Stream) && camera.isStreaming);
+    if (accessibilityInfo)
+        *accessibilityInfo = inUse ? Zelmo::DeviceAccessibility_InUse : Zelmo::DeviceAccessibility_Ok;
+    return !inUse;
+}
+
+std::size_t CTransportLayer::GetPrivateProperty(int id, void* data, std::size_t sizeBytes) const {
+    if (id != AdmittedPropertyId)
+        return 0;
+    if (data && sizeBytes >= 1)
+        *static_cast<std::uint8_t*>(data) = m_isAdmitted ? 1 : 0;
+    return 1;
+}
+
+void CTransportLayer::SetPrivateProperty(int id, const void* data, std::size_t sizeBytes) {
+    if (id == AdmittedPropertyId && data && sizeBytes == 1)
+        m_isAdmitted = *static_cast<const std::uint8_t*>(data) == 1;
+}
+
+// The cameras that count as present under the global filter.
+CTransportLayer::Cameras CTransportLayer::PresentCameras() const {
+    const Zelmo::DeviceInfoList* const filter = Zelmo::GetGlobalDeviceFilterInstance();
+    if (!filter)
+        return m_cameras;
+    Cameras present;
+    if (!m_isAdmitted)
+        return present;
+    for (CPoolCamera* const camera : m_cameras) {
+        const Zelmo::CDeviceInfo info = DescribeCamera(camera->camera);
+        if (std::any_of(filter->begin(), filter->end(), [&](const auto& entry) { return info.IsSubset(entry); }))
+            present.push_back(camera);
+    }
+    return present;
+}
+
+CTransportLayer::Cameras CTransportLayer::Matching(const Zelmo::CDeviceInfo& pattern) const {
+    Cameras found = PresentCameras();
+    std::erase_if(found, [&](CPoolCamera* camera) { return !Matches(DescribeCamera(camera->camera), pattern); });
+    return found;
+}
+
+CPoolCamera& CTransportLayer::TheOne(const Zelmo::CDeviceInfo& pattern) const {
+    const Cameras found = Matching(pattern);
+    if (found.empty())
+        throw RUNTIME_EXCEPTION("%s", noDevice);
+    if (found.size() > 1)
+        throw RUNTIME_EXCEPTION(ambiguous, static_cast<int>(found.size()));
+    return *found.front();
+}
+
+} // namespace CamEmu

@@ -1,0 +1,61 @@
+#pragma once
+
+#include "CameraPool.h"
+
+#include <zelmo/DefaultInterface.h>
+#include <zelmo/TransportLayer.h>
+
+#include <atomic>
+#include <memory>
+#include <vector>
+
+namespace CamEmu {
+
+/// The entry of "GetTLInfoList", and of GetTlInfo.
+Zelmo::CTlInfo DescribeTransportLayer();
+
+/// Offers as many cameras as ZELMO_CAMEMU told when it was made; of these, where ZELMO_DEVICE_FILTER is set, the ones
+/// that it lets pass, and none at all when it does not admit the device class.
+/// Owns:    the default interface, which gives enumeration its filter and order.
+/// Threads: any; the list of cameras never changes.
+class CTransportLayer final : public Zelmo::ITransportLayer, public Zelmo::ITransportLayerPrivate {
+public:
+    CTransportLayer();
+
+    int EnumerateDevices(Zelmo::DeviceInfoList& list, bool addToList) override;
+    int EnumerateDevices(Zelmo::DeviceInfoList& list, const Zelmo::DeviceInfoList& filter, bool addToList) override;
+    Zelmo::IZelmoDevice* CreateDevice(const Zelmo::CDeviceInfo& info) override;
+    Zelmo::IZelmoDevice* CreateFirstDevice(const Zelmo::CDeviceInfo& info) override;
+    Zelmo::IZelmoDevice* CreateDevice(const Zelmo::CDeviceInfo& info, const Zelmo::StringList_t& strings) override;
+    Zelmo::IZelmoDevice* CreateFirstDevice(const Zelmo::CDeviceInfo& info, const Zelmo::StringList_t& strings) override;
+    Zelmo::IZelmoDevice* CreateDevice(const Zelmo::String_t& fullName) override;
+    void DestroyDevice(Zelmo::IZelmoDevice* device) override;
+    bool IsDeviceAccessible(const Zelmo::CDeviceInfo& info, Zelmo::AccessModeSet modes,
+                            Zelmo::EDeviceAccessiblityInfo* accessibilityInfo) override;
+    Zelmo::CTlInfo GetTlInfo() const override { return DescribeTransportLayer(); }
+
+    void AddRef() override { ++m_references; }
+    int Release() override { return --m_references; }
+    int GetReferenceCount() const override { return m_references; }
+    bool HasPrivateProperty(int id) const override { return id == AdmittedPropertyId; }
+    std::size_t GetPrivateProperty(int id, void* data, std::size_t sizeBytes) const override;
+    void SetPrivateProperty(int id, const void* data, std::size_t sizeBytes) override;
+
+private:
+    using Cameras = std::vector<CPoolCamera*>;
+
+    struct CInterfaceDeleter {
+        void operator()(Zelmo::CDefaultInterface* interface) const { interface->Delete(); }
+    };
+
+    Cameras PresentCameras() const;
+    Cameras Matching(const Zelmo::CDeviceInfo& pattern) const;
+    CPoolCamera& TheOne(const Zelmo::CDeviceInfo& pattern) const;
+
+    Cameras m_cameras;
+    std::atomic<int> m_references = 0;
+    std::atomic<bool> m_isAdmitted = false;
+    std::unique_ptr<Zelmo::CDefaultInterface, CInterfaceDeleter> m_interface;
+};
+
+} // namespace CamEmu

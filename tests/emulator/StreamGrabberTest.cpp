@@ -1,0 +1,340 @@
+#include "Emulator.h"
+
+#include <zelmo/Device.h>
+
+#include <atomic>
+#include <functional>
+#include <set>
+#include <thread>
+
+using namespace Emulator;
+
+namespace {
+
+class StreamGrabberTest : public ::testing::Test {
+protected:
+    StreamGrabberTest() { m_camera.CountFrames(); }
+
+    static bool HasResult(Session& session) { return session->GetWaitObject().Wait(0); }
+
+    /// Ends the session as the grab engine does. @return what came back.
+    static std::vector<Zelmo::GrabResult> End(Session& session) {
+        session->StopStreaming();
+        session->FlushBuffers();
+        auto results = session.TakeAll();
+        session->FinishGrab();
+        return results;
+    }
+
+    Library m_library{"3"};
+    Camera m_camera;
+};
+
+TEST_F(StreamGrabberTest, ThousandsOfFramesArriveWholeAndInOrder) {
+    Session session(m_camera, 5);
+    session->StartStreaming();
+    session.QueueAll();
+    m_camera.Execute("AcquisitionStart");
+    for (std::uint64_t i = 0; i < 5000; ++i) {
+        const Zelmo::GrabResult result = session.Take();
+        const auto record = Session::Record(result);
+        ASSERT_TRUE(record) << "frame " << i;
+        ASSERT_EQ(record->blockId, i);
+        ASSERT_EQ(result.blockId, i);
+        session.Requeue(result);
+    }
+    const auto rest = End(session);
+    EXPECT_EQ(rest.size(), 5u);
+    EXPECT_EQ(session.Parameter("StreamLostFrameCount"), 0);
+    EXPECT_EQ(session.Parameter("StreamDeliveredFrameCount"), session.Parameter("StreamStartedFrameCount"));
+}
+
+TEST_F(StreamGrabberTest, ResultTellsAllOfTheImage) {
+    m_camera.Set("PixelFormat", "Mono12p");
+    m_camera.Set("OffsetX", "10");
+    m_camera.Set("OffsetY", "20");
+    m_camera.Set("Height", "30");
+    Session session(m_camera, 2);
+    session->StartStreaming();
+    session.Queue(1);
+    m_camera.Execute("AcquisitionStart");
+    const Zelmo::GrabResult result = session.Take();
+    EXPECT_EQ(result.context, session.Context(1));
+    EXPECT_EQ(result.handle, session.Handle(1));
+    EXPECT_EQ(result.buffer, session.Memory(1).data());
+    EXPECT_EQ(result.bufferSize, 64u * 30 * 3 / 2);
+    EXPECT_EQ(result.status, Zelmo::GrabStatus_Grabbed);
+    EXPECT_EQ(result.payloadType, Zelmo::PayloadType_Image);
+    EXPECT_EQ(result.pixelType, Zelmo::PixelType_Mono12p);
+    EXPECT_GT(result.timeStamp, 0u);
+    EXPECT_EQ(result.sizeX, 64);
+    EXPECT_EQ(result.sizeY, 30);
+    EXPECT_EQ(result.offsetX, 10);
+    EXPECT_EQ(result.offsetY, 20);
+    EXPECT_EQ(result.paddingX, 0);
+    EXPECT_EQ(result.paddingY, 0);
+    EXPECT_EQ(result.payloadSize, 64 * 30 * 3 / 2);
+    EXPECT_EQ(result.errorCode, 0u);
+    EXPECT_EQ(result.blockId, 0u);
+}
+
+TEST_F(StreamGrabberTest, WaitObjectIsSignaledExactlyWhileResultsArePending) {
+    Session session(m_camera, 3);
+    Zelmo::GrabResult result;
+    result.blockId = 77;
+    EXPECT_FALSE(HasResult(session));
+    EXPECT_FALSE(session->RetrieveResult(result));
+    EXPECT_EQ(result.blockId, 77u) << "left as it was";
+    session->StartStreaming();
+    session.QueueAll();
+    EXPECT_EQ(session->GetNumQueuedBuffers(), 3u);
+    session->FlushBuffers();
+    for (int left = 3; left > 0; --left) {
+        EXPECT_TRUE(HasResult(session));
+        EXPECT_TRUE(session->RetrieveResult(result));
+    }
+    EXPECT_FALSE(HasResult(session));
+    EXPECT_EQ(session->GetNumQueuedBuffers(), 0u);
+}
+
+TEST_F(StreamGrabberTest, FlushGivesEveryBufferBackAsCancelledAndStreamingGoesOn) {
+    Session session(m_camera, 4);
+    session->StartStreaming();
+    session.QueueAll();
+    session->FlushBuffers();
+    std::set<void*> contexts;
+    for (const auto& result : session.TakeAll()) {
+        EXPECT_EQ(result.status, Zelmo::GrabStatus_Canceled);
+        contexts.insert(result.context);
+    }
+    EXPECT_EQ(contexts.size(), 4u);
+    session.Queue(2);
+    m_camera.Execute("AcquisitionStart");
+    EXPECT_TRUE(Session::Record(session.Take()));
+}
+
+TEST_F(StreamGrabberTest, LimitedRateLosesFramesForWantOfABufferAndCountsThem) {
+    m_camera.Set("ExposureTime", "100");
+    m_camera.Set("AcquisitionFrameRate", "2000");
+    m_camera.Set("AcquisitionFrameRateEnable", "1");
+    Session session(m_camera, 3);
+    session->StartStreaming();
+    session.QueueAll();
+    m_camera.Execute("AcquisitionStart");
+    for (std::uint64_t i = 0; i < 3; ++i)
+        ASSERT_EQ(session.Take().blockId, i);
+    while (session.Parameter("StreamLostFrameCount") < 10)
+        std::this_thread::yield();
+    session.Queue(0);
+    EXPECT_GE(session.Take().blockId, 13u);
+    End(session);
+    EXPECT_EQ(session.Parameter("StreamDeliveredFrameCount"), 4);
+    EXPECT_EQ(session.Parameter("StreamStartedFrameCount"), 4 + session.Parameter("StreamLostFrameCount"));
+}
+
+TEST_F(StreamGrabberTest, SomeFramesEndByThemselves) {
+    for (const auto& [mode, frames] : {std::pair{"SingleFrame", 1}, std::pair{"MultiFrame", 3}}) {
+        m_camera.Set("AcquisitionMode", mode);
+        if (frames == 3)
+            m_camera.Set("AcquisitionFrameCount", "3");
+        Session session(m_camera, 6);
+        m_camera.Execute("AcquisitionStart"); // before streaming does as well
+        session->StartStreaming();
+        session.QueueAll();
+        for (int i = 0; i < frames; ++i)
+            EXPECT_TRUE(Session::Record(session.Take()));
+        EXPECT_EQ(m_camera.Text("AcquisitionStatus"), "0");
+        m_camera.Execute("AcquisitionStart");
+        for (int i = 0; i < frames; ++i)
+            EXPECT_TRUE(Session::Record(session.Take()));
+        const auto rest = End(session);
+        EXPECT_EQ(rest.size(), 6u - 2 * frames);
+        EXPECT_EQ(session.Parameter("StreamStartedFrameCount"), 2 * frames);
+    }
+}
+
+TEST_F(StreamGrabberTest, AcquisitionStopEndsTheFramesAndStartBringsThemBack) {
+    Session session(m_camera, 2);
+    session->StartStreaming();
+    session.QueueAll();
+    m_camera.Execute("AcquisitionStart");
+    session.Requeue(session.Take());
+    m_camera.Execute("AcquisitionStop");
+    EXPECT_EQ(m_camera.Text("AcquisitionStatus"), "0");
+    session->FlushBuffers(); // waits for the frame that is being drawn
+    const auto frames = session.TakeAll();
+    const auto begun = session.Parameter("StreamStartedFrameCount");
+    session.QueueAll();
+    EXPECT_EQ(session.Parameter("StreamStartedFrameCount"), begun);
+    m_camera.Execute("AcquisitionStart");
+    EXPECT_EQ(static_cast<std::int64_t>(session.Take().blockId), begun) << "the count goes on";
+}
+
+TEST_F(StreamGrabberTest, CallsInTheWrongOrderAreRefusedByName) {
+    Zelmo::IStreamGrabber& grabber = m_camera.Grabber();
+    std::vector<std::uint8_t> memory(64 * 64);
+    const auto refused = [](const std::function<void()>& call, const char* text) {
+        try {
+            call();
+            ADD_FAILURE() << "not refused: " << text;
+        } catch (const GenICam::LogicalErrorException& e) {
+            EXPECT_NE(std::string(e.GetDescription()).find(text), std::string::npos) << e.GetDescription();
+        }
+    };
+    refused([&] { grabber.PrepareGrab(); }, "prepare the grab");
+    grabber.Open();
+    refused([&] { grabber.Open(); }, "open already");
+    refused([&] { grabber.RegisterBuffer(memory.data(), memory.size()); }, "PrepareGrab was not called");
+    refused([&] { grabber.StartStreaming(); }, "PrepareGrab was not called");
+    grabber.Close();
+
+    Session session(m_camera, 2);
+    refused([&] { session->PrepareGrab(); }, "prepared already");
+    refused([&] { session->QueueBuffer(nullptr, nullptr); }, "not registered");
+    session->StartStreaming();
+    refused([&] { session->StartStreaming(); }, "streaming goes on");
+    refused([&] { session->FinishGrab(); }, "streaming was not stopped");
+    session.Queue(0);
+    refused([&] { session.Queue(0); }, "it is queued");
+    refused([&] { session->DeregisterBuffer(session.Handle(0)); }, "it is queued");
+    session->FlushBuffers();
+    refused([&] { session.Queue(0); }, "was not retrieved");
+    session->StopStreaming();
+    refused([&] { session->FinishGrab(); }, "1 buffers are queued or were not retrieved");
+    session.TakeAll();
+    session->DeregisterBuffer(session.Handle(0));
+    refused([&] { session.Queue(0); }, "not registered");
+}
+
+TEST_F(StreamGrabberTest, DownwardCallsAreHarmlessWhateverWasDone) {
+    Zelmo::IStreamGrabber& grabber = m_camera.Grabber();
+    Zelmo::GrabResult result;
+    for (int open = 0; open < 2; ++open) {
+        grabber.StopStreaming();
+        grabber.FlushBuffers();
+        EXPECT_FALSE(grabber.RetrieveResult(result));
+        EXPECT_NO_THROW(grabber.FinishGrab());
+        if (open == 0)
+            grabber.Open();
+    }
+    grabber.Close();
+    grabber.Close();
+    EXPECT_FALSE(grabber.IsOpen());
+}
+
+TEST_F(StreamGrabberTest, BuffersTooSmallAreRefusedBeforeAnythingIsDrawn) {
+    Session session(m_camera, 1);
+    std::vector<std::uint8_t> memory(64 * 64 - 1);
+    EXPECT_THROW(session->RegisterBuffer(memory.data(), memory.size()), GenICam::InvalidArgumentException);
+    EXPECT_THROW(session->RegisterBuffer(nullptr, 64 * 64), GenICam::InvalidArgumentException);
+    session->FinishGrab();
+    session.SetParameter("MaxBufferSize", 64 * 64 - 1);
+    EXPECT_THROW(session->PrepareGrab(), GenICam::RuntimeException);
+    EXPECT_TRUE(m_camera.IsWritable("Width"));
+    session.SetParameter("MaxBufferSize", 64 * 64);
+    EXPECT_NO_THROW(session->PrepareGrab());
+    EXPECT_THROW(session.SetParameter("MaxBufferSize", 1), GenICam::AccessException);
+}
+
+TEST_F(StreamGrabberTest, BuffersComeAndGoWhileStreaming) {
+    Session session(m_camera, 1);
+    session->StartStreaming();
+    m_camera.Execute("AcquisitionStart");
+    for (int i = 0; i < 200; ++i) {
+        auto memory = std::make_unique<std::vector<std::uint8_t>>(64 * 64);
+        const Zelmo::StreamBufferHandle handle = session->RegisterBuffer(memory->data(), memory->size());
+        session->QueueBuffer(handle, nullptr);
+        const Zelmo::GrabResult result = session.Take();
+        ASSERT_TRUE(Session::Record(result));
+        const bool freeFirst = i % 2 == 0; // deregistering does not need the memory
+        void* const address = memory->data();
+        if (freeFirst)
+            memory.reset();
+        EXPECT_EQ(session->DeregisterBuffer(result.handle), address);
+    }
+}
+
+TEST_F(StreamGrabberTest, CloseCleansUpAllThatWasLeftAndTheNextSessionWorks) {
+    for (int round = 0; round < 20; ++round) {
+        Session session(m_camera, 4);
+        session->StartStreaming();
+        session.QueueAll();
+        m_camera.Execute("AcquisitionStart");
+        EXPECT_TRUE(Session::Record(session.Take()));
+        if (round % 2)
+            m_camera.Execute("AcquisitionStop");
+    } // closes
+    EXPECT_FALSE(m_camera.Grabber().GetWaitObject().Wait(0));
+    EXPECT_TRUE(m_camera.IsWritable("Width"));
+    Session session(m_camera, 1);
+    m_camera.Device().Close(); // with the grabber open
+    EXPECT_FALSE(m_camera.Grabber().IsOpen());
+}
+
+TEST_F(StreamGrabberTest, OneGrabberTakesTheImagesOfACamera) {
+    DevicePtr second = Create();
+    second->Open(Zelmo::Stream);
+    m_camera.Grabber().Open();
+    EXPECT_THROW(second->GetStreamGrabber(0)->Open(), GenICam::RuntimeException);
+    m_camera.Grabber().Close();
+    EXPECT_NO_THROW(second->GetStreamGrabber(0)->Open());
+    EXPECT_EQ(second->GetStreamGrabber(1), nullptr);
+}
+
+TEST_F(StreamGrabberTest, CamerasStreamAtTheSameTimeEachItsOwnImages) {
+    m_camera.Device().Close();
+    std::vector<std::thread> threads;
+    for (const std::uint32_t number : {0u, 1u, 2u})
+        threads.emplace_back([number] {
+            Camera camera(("0815-000" + std::to_string(number)).c_str());
+            camera.CountFrames(64, 16 << number);
+            Session session(camera, 4);
+            session->StartStreaming();
+            session.QueueAll();
+            camera.Execute("AcquisitionStart");
+            for (std::uint64_t i = 0; i < 1000; ++i) {
+                const Zelmo::GrabResult result = session.Take();
+                const auto record = Session::Record(result);
+                ASSERT_TRUE(record);
+                ASSERT_EQ(record->cameraNumber, number);
+                ASSERT_EQ(record->blockId, i);
+                session.Requeue(result);
+            }
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+}
+
+TEST_F(StreamGrabberTest, NothingIsLostTwiceGivenOrLeftUnderFlushAndRestart) {
+    for (int round = 0; round < 100; ++round) {
+        Session session(m_camera, 8);
+        session->StartStreaming();
+        std::atomic<bool> done = false;
+        std::thread flusher([&] {
+            while (!done)
+                session->FlushBuffers();
+        });
+        m_camera.Execute("AcquisitionStart");
+        session.QueueAll();
+        std::int64_t queued = 8, returned = 0, grabbed = 0;
+        for (int i = 0; i < 50; ++i) {
+            const Zelmo::GrabResult result = session.Take();
+            ++returned;
+            grabbed += result.status == Zelmo::GrabStatus_Grabbed;
+            ASSERT_TRUE(result.status == Zelmo::GrabStatus_Canceled || Session::Record(result));
+            session.Requeue(result);
+            ++queued;
+        }
+        done = true;
+        flusher.join();
+        for (const auto& result : End(session)) {
+            ++returned;
+            grabbed += result.status == Zelmo::GrabStatus_Grabbed;
+        }
+        ASSERT_EQ(returned, queued);
+        ASSERT_EQ(grabbed, session.Parameter("StreamDeliveredFrameCount"));
+        ASSERT_EQ(session.Parameter("StreamStartedFrameCount"), grabbed + session.Parameter("StreamLostFrameCount"));
+    }
+}
+
+} // namespace
