@@ -11,9 +11,9 @@ struct LoadOptions {
 };
 
 /// Reads a description file, text or ZIP archive, into a model. Nothing of the source is needed afterwards.
-/// @throws GenICam::RuntimeException  naming line and column, node and property: not XML, not a description, a node
-///                                    defined twice, something required missing, a reference that leads nowhere.
-/// @throws GenICam::PropertyException likewise, for a value that is not written as its property demands.
+/// @throws GenICam::RuntimeException naming line and column, node and property: not XML, not a description, a node
+/// defined twice, something required missing, a value not written as its property demands, a reference that leads
+/// nowhere.
 ModelPtr LoadModel(std::string_view bytes, const LoadOptions& options);
 
 } // namespace GenApi

@@ -350,9 +350,9 @@ std::string NodeReader::NameAttribute(const pugi::xml_node& element, NodeKind ki
 }
 
 void NodeReader::FailValue(const Node& node, PropertyKind kind, std::uint32_t position, std::string_view text) const {
-    throw PROPERTY_EXCEPTION("Cannot load the camera description: " + m_source.Describe(position) + ", node '" +
-                             node.name + "', property '" + std::string(TraitsOf(kind).name) + "': '" +
-                             std::string(text.substr(0, 64)) + "' is not a valid value.");
+    throw RUNTIME_EXCEPTION("Cannot load the camera description: " + m_source.Describe(position) + ", node '" +
+                            node.name + "', property '" + std::string(TraitsOf(kind).name) + "': '" +
+                            std::string(text.substr(0, 64)) + "' is not a valid value.");
 }
 
 void NodeReader::FailNode(const std::string& name, std::uint32_t position, const std::string& what) const {
