@@ -24,8 +24,8 @@ class CNodeMapFactoryImpl;
 /// Makes node maps from a description. Nothing is read before it is first needed; what was read is kept and shared by
 /// all maps, so that a second one is cheap. A value: copies share one body.
 /// Threads: any, at the same time. Maps outlive the factory.
-/// A description that cannot be loaded raises GenICam::RuntimeException, or GenICam::PropertyException where the value
-/// of a property is broken; either names the place, the node and the property.
+/// A description that cannot be loaded raises GenICam::RuntimeException, which names the place, the node and the
+/// property.
 class GENICAM_API CNodeMapFactory {
 public:
     CNodeMapFactory(); ///< Without a description; see AddInjectionData().
