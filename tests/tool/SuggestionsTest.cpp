@@ -29,7 +29,7 @@ TEST(SuggestionsTest, StaysSilentWhenNothingIsNear) {
 
 TEST(SuggestionsTest, OffersAtMostThree) {
     const std::vector<std::string> many{"Line1", "Line2", "Line3", "Line4"};
-    EXPECT_EQ(tool::DidYouMean("Line", many), ". Did you mean 'Line1', 'Line2' or 'Line3'?");
+    EXPECT_EQ(tool::DidYouMean("Line", many), " (did you mean 'Line1', 'Line2' or 'Line3'?)");
 }
 
 } // namespace

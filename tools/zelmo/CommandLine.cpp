@@ -8,7 +8,7 @@
 namespace tool {
 
 CommandLine::CommandLine() : m_app(std::make_unique<CLI::App>("Find, configure and grab from cameras", "zelmo")) {
-    m_app->set_help_flag("-h,--help", "Show this help; 'zelmo VERB --help' explains a verb");
+    m_app->set_help_flag("-h,--help", "Help; 'zelmo VERB --help' explains a verb");
     DefineGlobalOptions();
     m_verbs.push_back(MakeListVerb());
     m_verbs.push_back(MakeInfoVerb());
@@ -38,7 +38,7 @@ void CommandLine::DefineGlobalOptions() {
                  "Progress line; auto: on a terminal");
     m_app->add_option("--filter", m_global.filter, "Only cameras that pass, as ZELMO_DEVICE_FILTER")
         ->type_name("FILTER");
-    m_app->add_option("--log", m_global.logLevels, "Level of the library's log, such as zelmo.base=debug")
+    m_app->add_option("--log", m_global.logLevels, "Log level, such as zelmo.base=debug")
         ->type_name("CATEGORY=LEVEL")
         ->allow_extra_args(false);
     m_app->add_option("--log-file", m_global.logFile, "Append the log to this file")->type_name("FILE");

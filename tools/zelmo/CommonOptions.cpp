@@ -1,6 +1,32 @@
 #include "CommonOptions.h"
 
+#include <charconv>
+#include <iomanip>
+#include <sstream>
+
 namespace tool {
+
+namespace {
+
+/// Empty when the text is a number from @p lowest to @p highest (and not NaN), else what is expected.
+template <class Number>
+std::string CheckNumber(const std::string& text, Number lowest, Number highest, const char* kind) {
+    Number value{};
+    const char* end = text.data() + text.size();
+    const auto result = std::from_chars(text.data(), end, value);
+    if (result.ec == std::errc() && result.ptr == end && value >= lowest && value <= highest) {
+        return {};
+    }
+    std::ostringstream expected;
+    expected << "'" << text << "' is no " << kind << " from " << lowest << " to " << std::setprecision(10) << highest;
+    return expected.str();
+}
+
+} // namespace
+
+CLI::Validator WholeNumber(unsigned lowest, unsigned highest) {
+    return {[=](std::string& text) { return CheckNumber(text, lowest, highest, "whole number"); }, ""};
+}
 
 void DefineDeviceOptions(CLI::App& command, DeviceOptions& options) {
     command
@@ -18,14 +44,16 @@ CLI::Option* DefineMilliseconds(CLI::App& command, const std::string& name, unsi
     constexpr unsigned hourMs = 3600 * 1000;
     return command.add_option(name, valueMs, text + "; default " + std::to_string(valueMs))
         ->type_name("MS")
-        ->check(CLI::Range(1u, hourMs));
+        ->check(WholeNumber(1, hourMs));
 }
 
 CLI::Option* DefineSeconds(CLI::App& command, const std::string& name, std::optional<double>& seconds,
                            const std::string& text) {
     constexpr double shortest = 0.001;
     constexpr double longest = 1e8; // three years; what follows still fits the clock's arithmetic
-    return command.add_option(name, seconds, text)->type_name("SECONDS")->check(CLI::Range(shortest, longest));
+    return command.add_option(name, seconds, text)->type_name("SECONDS")->check([](const std::string& value) {
+        return CheckNumber(value, shortest, longest, "number");
+    });
 }
 
 CLI::Option* DefineChoice(CLI::App& command, const std::string& name, std::string& value,

@@ -9,6 +9,9 @@ namespace tool {
 /// -d and --nodemap of the feature verbs.
 void DefineDeviceOptions(CLI::App& command, DeviceOptions& options);
 
+/// A check for whole numbers from @p lowest to @p highest.
+CLI::Validator WholeNumber(unsigned lowest, unsigned highest);
+
 /// A number of milliseconds from 1 to an hour.
 CLI::Option* DefineMilliseconds(CLI::App& command, const std::string& name, unsigned& valueMs, const std::string& text);
 

@@ -54,7 +54,7 @@ std::string JoinNames(const OptionText& option) {
 std::string Wrap(const std::string& first, const std::string& text, std::size_t indent) {
     std::string result;
     std::string line = first + std::string(first.size() < indent ? indent - first.size() : 0, ' ');
-    if (first.size() >= indent && !text.empty()) {
+    if (!first.empty() && first.size() >= indent && !text.empty()) {
         result = first + "\n";
         line = std::string(indent, ' ');
     }
@@ -170,7 +170,7 @@ std::vector<std::string> GetOptionNames(const CLI::App& app) {
 
 std::string MakeToolHelp(const CLI::App& app, const Verbs& verbs) {
     constexpr std::size_t verbIndent = 12;
-    constexpr std::size_t optionIndent = 30;
+    constexpr std::size_t optionIndent = 32;
     std::string help = app.get_description() + "\nUsage: zelmo VERB [OPTIONS] [ARGUMENTS]\n\nVerbs:\n";
     for (const auto& verb : verbs) {
         help += Wrap("  " + verb->GetName(), verb->GetSummary(), verbIndent);

@@ -56,7 +56,7 @@ std::vector<std::string> NearMatches(const std::string& word, const std::vector<
 
 std::string DidYouMean(const std::string& word, const std::vector<std::string>& known) {
     const auto matches = NearMatches(word, known);
-    return matches.empty() ? "" : ". Did you mean " + QuotedList(matches, "or") + "?";
+    return matches.empty() ? "" : " (did you mean " + QuotedList(matches, "or") + "?)";
 }
 
 } // namespace tool

@@ -9,7 +9,7 @@ namespace tool {
 /// typing errors away; case does not matter.
 std::vector<std::string> NearMatches(const std::string& word, const std::vector<std::string>& known);
 
-/// ". Did you mean 'a', 'b' or 'c'?", or empty without near matches.
+/// " (did you mean 'a', 'b' or 'c'?)", or empty without near matches.
 std::string DidYouMean(const std::string& word, const std::vector<std::string>& known);
 
 } // namespace tool

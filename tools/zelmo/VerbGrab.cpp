@@ -45,7 +45,7 @@ public:
         command.add_flag("--all", m_options.all, "All cameras")->excludes(device);
         command.add_option("-n,--count", m_options.count, "End after N images of each camera")
             ->type_name("N")
-            ->check(CLI::PositiveNumber);
+            ->check(WholeNumber(1, 4'000'000'000));
         DefineSeconds(command, "--duration", m_options.durationSeconds, "End after that time");
         auto* output =
             command.add_option("-o,--output", m_options.output, "Name of the files; nothing is written without it")
@@ -54,10 +54,10 @@ public:
         DefineMilliseconds(command, "--timeout", m_options.timeoutMs, "Longest time to wait for an image");
         command.add_option("--buffers", m_options.buffers, "Buffers for each camera; default 10")
             ->type_name("N")
-            ->check(CLI::Range(1u, 10000u));
+            ->check(WholeNumber(1, 10'000));
         command.add_option("--max-lost", m_options.maxLost, "Exit code 6 when more images are lost or failed")
             ->type_name("N")
-            ->check(CLI::NonNegativeNumber);
+            ->check(WholeNumber(0, 4'000'000'000));
     }
 
     ExitCode Run(Library& library, Output& output) override {

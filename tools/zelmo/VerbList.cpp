@@ -34,7 +34,7 @@ public:
             ->needs(watch);
         command.add_option("--count", m_options.count, "End --watch after N arrivals and departures")
             ->type_name("N")
-            ->check(CLI::PositiveNumber)
+            ->check(WholeNumber(1, 4'000'000'000))
             ->needs(watch);
         DefineSeconds(command, "--duration", m_options.durationSeconds, "End --watch after that time")->needs(watch);
     }
