@@ -7,13 +7,13 @@
 namespace Zelmo {
 namespace {
 
-std::atomic<_TimerRecord_t*> g_records{nullptr};
+std::atomic<TimerRecord*> g_records{nullptr};
 
 static_assert(std::atomic<std::int64_t>::is_always_lock_free && std::atomic<CWaitableTimer*>::is_always_lock_free,
               "a signal handler must not meet a lock");
 
 /// Sleeps instead of spinning: a waiter of real-time priority would keep the handler's thread from running.
-void WaitForHandlers(const _TimerRecord_t& record) noexcept {
+void WaitForHandlers(const TimerRecord& record) noexcept {
     while (record.handlers.load() != 0) {
         const timespec pause{0, 20000};
         nanosleep(&pause, nullptr);
@@ -21,22 +21,22 @@ void WaitForHandlers(const _TimerRecord_t& record) noexcept {
 }
 
 /// @return whether this handler is the one to signal; the timer is then unarmed.
-bool ClaimIfDue(_TimerRecord_t& record) noexcept {
+bool ClaimIfDue(TimerRecord& record) noexcept {
     std::int64_t deadlineNs = record.deadlineNs.load();
-    return deadlineNs <= MonotonicNs() && record.deadlineNs.compare_exchange_strong(deadlineNs, _TimerRecord_t::never);
+    return deadlineNs <= MonotonicNs() && record.deadlineNs.compare_exchange_strong(deadlineNs, TimerRecord::never);
 }
 
 } // namespace
 
-_TimerRecord_t* AcquireTimerRecord(CWaitableTimer* timer) {
-    for (_TimerRecord_t* record = g_records.load(); record != nullptr; record = record->next) {
+TimerRecord* AcquireTimerRecord(CWaitableTimer* timer) {
+    for (TimerRecord* record = g_records.load(); record != nullptr; record = record->next) {
         bool expected = false;
         if (record->taken.compare_exchange_strong(expected, true)) {
             record->timer.store(timer);
             return record;
         }
     }
-    auto* record = new _TimerRecord_t; // never deleted
+    auto* record = new TimerRecord; // never deleted
     record->taken.store(true);
     record->timer.store(timer);
     record->next = g_records.load();
@@ -45,19 +45,19 @@ _TimerRecord_t* AcquireTimerRecord(CWaitableTimer* timer) {
     return record;
 }
 
-void DisarmTimerRecord(_TimerRecord_t& record) noexcept {
-    record.deadlineNs.store(_TimerRecord_t::never);
+void DisarmTimerRecord(TimerRecord& record) noexcept {
+    record.deadlineNs.store(TimerRecord::never);
     WaitForHandlers(record);
 }
 
-void ReleaseTimerRecord(_TimerRecord_t& record) noexcept {
+void ReleaseTimerRecord(TimerRecord& record) noexcept {
     record.timer.store(nullptr);
     DisarmTimerRecord(record);
     record.taken.store(false); // only now: a handler still in here would take the next owner's deadline for its own
 }
 
 void SignalDueTimer(CWaitableTimer* timer) noexcept {
-    for (_TimerRecord_t* record = g_records.load(); record != nullptr; record = record->next) {
+    for (TimerRecord* record = g_records.load(); record != nullptr; record = record->next) {
         if (record->timer.load() != timer) {
             continue;
         }

@@ -13,24 +13,24 @@ class CWaitableTimer;
 /// A link counts the handlers that are looking at it. Whoever takes the timer or its deadline away first writes that,
 /// and then waits for the count to be 0: from then on no handler touches the timer or signals for the old deadline.
 /// Sequentially consistent throughout, as either side writes one thing and then reads the other's.
-struct _TimerRecord_t {
+struct TimerRecord {
     static constexpr std::int64_t never = INT64_MAX;
 
     std::atomic<bool> taken{false};              ///< By a timer, from acquiring to the end of releasing.
     std::atomic<CWaitableTimer*> timer{nullptr}; ///< Null while nobody may be signaled.
     std::atomic<std::int64_t> deadlineNs{never}; ///< CLOCK_MONOTONIC; when the timer is armed, from when it may signal.
     std::atomic<int> handlers{0};                ///< Running in this link just now.
-    _TimerRecord_t* next = nullptr;              ///< Constant once the link is in the list.
+    TimerRecord* next = nullptr;                 ///< Constant once the link is in the list.
 };
 
 /// Takes a link for a timer. Not for signal handlers. @throws std::bad_alloc
-_TimerRecord_t* AcquireTimerRecord(CWaitableTimer* timer);
+TimerRecord* AcquireTimerRecord(CWaitableTimer* timer);
 
 /// After this no handler touches the timer.
-void ReleaseTimerRecord(_TimerRecord_t& record) noexcept;
+void ReleaseTimerRecord(TimerRecord& record) noexcept;
 
 /// After this no handler signals for the deadline before.
-void DisarmTimerRecord(_TimerRecord_t& record) noexcept;
+void DisarmTimerRecord(TimerRecord& record) noexcept;
 
 /// For the signal handler: signals a timer whose deadline has passed, once. A timer that is gone, unarmed or armed anew
 /// meanwhile is left alone. What Signal throws ends the process.

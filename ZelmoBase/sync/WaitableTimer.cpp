@@ -91,14 +91,14 @@ CWaitableTimer::~CWaitableTimer() {
 }
 
 void CWaitableTimer::Create() {
-    if (IsValid()) {
+    if (m_record != nullptr) {
         throw LOGICAL_ERROR_EXCEPTION("Cannot create waitable timer: it exists already");
     }
     InitSignalAction();
     const timer_t timer = CreateTimer(this);
     ScopeGuard deleteTimer([timer] { timer_delete(timer); });
     WaitObjectEx flag = WaitObjectEx::Create(false);
-    _TimerRecord_t* record = AcquireTimerRecord(this);
+    TimerRecord* record = AcquireTimerRecord(this);
     ScopeGuard releaseRecord([record] { ReleaseTimerRecord(*record); });
     WaitObjectEx::operator=(flag);
     releaseRecord.Dismiss();
@@ -141,8 +141,8 @@ void CWaitableTimer::Cancel() {
 }
 
 void CWaitableTimer::Destroy() noexcept {
-    if (!IsValid()) {
-        return;
+    if (m_record == nullptr) {
+        return; // never created; whoever destroyed only the flag, through the base, still has a timer
     }
     ReleaseTimerRecord(*std::exchange(m_record, nullptr));
     timer_delete(m_timer);

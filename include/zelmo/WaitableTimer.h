@@ -8,7 +8,7 @@
 
 namespace Zelmo {
 
-struct _TimerRecord_t;
+struct TimerRecord;
 
 /// A flag that is signaled when a time is up: a timeout as one more member of a WaitObjects set.
 /// Uses SIGALRM, whose handler stays installed from the first timer of the process on: the process must not use that
@@ -41,9 +41,9 @@ public:
     void DoneSignalAction();
 
 private:
-    std::mutex m_mutex;                 // of InitSignalAction and DoneSignalAction
-    timer_t m_timer{};                  // meaningful while valid
-    _TimerRecord_t* m_record = nullptr; // what the signal handler knows of this timer
+    std::mutex m_mutex;              // of InitSignalAction and DoneSignalAction
+    timer_t m_timer{};               // meaningful while valid
+    TimerRecord* m_record = nullptr; // what the signal handler knows of this timer
 };
 
 } // namespace Zelmo

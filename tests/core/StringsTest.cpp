@@ -43,8 +43,8 @@ TEST(HexEncodeTest, ProbeReportsSpaceAndWritingReportsText) {
 
 TEST(HexEncodeTest, TextTooLargeForMemoryNamesTheSize) {
     const char data = 0;
-    EXPECT_EQ(DescriptionOf<GenICam::BadAllocException>([&] { HexEncodeString(&data, SIZE_MAX / 4, nullptr); }),
-              "Out of memory when allocating string for hexencoding (cbData = 4611686018427387903)");
+    EXPECT_EQ(DescriptionOf<GenICam::BadAllocException>([&] { HexEncodeString(&data, SIZE_MAX / 3, nullptr); }),
+              "Out of memory when allocating string for hexencoding (cbData = 6148914691236517205)");
 }
 
 struct DecodeCase {

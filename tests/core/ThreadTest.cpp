@@ -11,6 +11,7 @@
 #include <chrono>
 #include <future>
 #include <memory>
+#include <mutex>
 #include <thread>
 #include <vector>
 
@@ -102,26 +103,20 @@ TEST(ThreadTest, UnjoinedThreadIsDetachedWithOneErrorLine) {
 
 TEST(MutexTest, PlainMutexRefusesToBeLockedTwiceAndRecursiveOneCounts) {
     Zelmo::CMutex plain;
-    Zelmo::CLockGuard guard(plain);
-    EXPECT_THROW(plain.lock(), GenICam::LogicalErrorException);
+    const std::unique_lock held(plain);
+    EXPECT_THROW(std::unique_lock again(plain), GenICam::LogicalErrorException);
 
     Zelmo::CRecursiveMutex recursive;
-    recursive.lock();
-    recursive.lock();
     const auto canLockElsewhere = [&recursive] {
         return std::async(std::launch::async,
-                          [&recursive] {
-                              const bool locked = recursive.try_lock();
-                              if (locked) {
-                                  recursive.unlock();
-                              }
-                              return locked;
-                          })
+                          [&recursive] { return std::unique_lock(recursive, std::try_to_lock).owns_lock(); })
             .get();
     };
-    recursive.unlock();
+    std::unique_lock first(recursive);
+    std::unique_lock second(recursive);
+    second.unlock();
     EXPECT_FALSE(canLockElsewhere());
-    recursive.unlock();
+    first.unlock();
     EXPECT_TRUE(canLockElsewhere());
 }
 

@@ -84,7 +84,8 @@ TEST(WaitObjectTest, InvalidSourceMakesAnInvalidCopyButDoesNotOverwrite) {
     target = invalid;
     EXPECT_TRUE(target.Wait(0));
     EXPECT_EQ(target.GetFd(), fd);
-    target = target;
+    const WaitObject& itself = target;
+    target = itself;
     EXPECT_TRUE(target.Wait(0));
 }
 

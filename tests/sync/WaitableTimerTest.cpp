@@ -75,6 +75,23 @@ void SendTimerSignal(void* value) {
     ASSERT_EQ(pthread_sigqueue(pthread_self(), SIGALRM, content), 0);
 }
 
+// Whether a timer that is set signals, where signals for other timers come at the same time.
+bool Fires(CWaitableTimer& timer) {
+#if defined(ZELMO_SANITIZED)
+    // the thread sanitizer holds signals back, one for a thread, and drops the others, whichever timer they are for
+    for (int attempt = 0; attempt < 600; ++attempt) {
+        timer.Set(1);
+        if (timer.Wait(100)) {
+            return true;
+        }
+    }
+    return false;
+#else
+    timer.Set(1);
+    return timer.Wait(GenerousMs);
+#endif
+}
+
 class WaitableTimerTest : public testing::Test {
 protected:
     WaitableTimerTest() { m_timer.emplace().Create(); }
@@ -189,7 +206,11 @@ TEST_F(WaitableTimerTest, HandlerStaysInstalledAfterTheLastTimer) {
     struct sigaction after;
     ASSERT_EQ(sigaction(SIGALRM, nullptr, &after), 0);
     EXPECT_EQ(after.sa_sigaction, with.sa_sigaction);
-    EXPECT_EXIT(SendTimerSignal(nullptr), testing::KilledBySignal(SIGABRT), "");
+    const auto sendNull = [] {
+        SendTimerSignal(nullptr);
+        WaitObject::Sleep(GenerousMs); // the thread sanitizer hands signals on when a call blocks
+    };
+    EXPECT_EXIT(sendNull(), testing::KilledBySignal(SIGABRT), "");
 }
 
 TEST_F(WaitableTimerTest, ReturnsAllItTook) {
@@ -283,7 +304,7 @@ private:
         for (int i = 0; i < 4; ++i) {
             timer->Set(1);
             if ((round + static_cast<unsigned int>(i)) % 3 == 0) {
-                EXPECT_TRUE(timer->Wait(GenerousMs));
+                EXPECT_TRUE(Fires(*timer));
             }
             timer->Set(WaitTimeoutInfinite);
             EXPECT_FALSE(timer->Wait(0)); // nothing left of the time before
@@ -300,8 +321,7 @@ TEST(WaitableTimerStressTest, SignalsMeetOnlyTheirOwnLiveTimer) {
     CWaitableTimer first; // has the handler installed before the strays come
     first.Create();
     TimerStress().Run(100);
-    first.Set(1);
-    EXPECT_TRUE(first.Wait(GenerousMs));
+    EXPECT_TRUE(Fires(first));
 }
 
 TEST(WaitableTimerStressTest, ThreadsMayCreateTheFirstTimersAtOnce) {
@@ -311,8 +331,7 @@ TEST(WaitableTimerStressTest, ThreadsMayCreateTheFirstTimersAtOnce) {
             for (int round = 0; round < 50; ++round) {
                 CWaitableTimer timer;
                 timer.Create();
-                timer.Set(1);
-                EXPECT_TRUE(timer.Wait(GenerousMs));
+                EXPECT_TRUE(Fires(timer));
             }
         });
     }
