@@ -14,6 +14,27 @@ void LogFailure(const char* text) noexcept {
     GenICam::CLog::Log(logger, GenICam::LogPriority_Error, "A node callback failed: %s", text);
 }
 
+/// Callbacks may write nodes, which fires callbacks: one that always writes must end, and not with the stack.
+class NestingGuard {
+public:
+    NestingGuard() {
+        if (s_depth == maxDepth) {
+            throw LOGICAL_ERROR_EXCEPTION("Callbacks that change nodes call each other more than %d levels deep",
+                                          maxDepth);
+        }
+        ++s_depth;
+    }
+    ~NestingGuard() { --s_depth; }
+    NestingGuard(const NestingGuard&) = delete;
+    NestingGuard& operator=(const NestingGuard&) = delete;
+
+private:
+    static constexpr int maxDepth = 64;
+    static thread_local int s_depth;
+};
+
+thread_local int NestingGuard::s_depth = 0;
+
 } // namespace
 
 void EndRegistration(Registration& registration) {
@@ -51,6 +72,7 @@ void CallbackBatch::FireOne(CLock& lock, Registration& registration, ECallbackTy
         ++registration.running;
     }
     try {
+        const NestingGuard nesting;
         (*registration.callback)(cause);
     } catch (...) {
         KeepFailure();

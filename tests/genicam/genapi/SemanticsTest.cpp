@@ -236,6 +236,16 @@ TEST_F(SemanticsTest, AThrowingCallbackHindersNoOther) {
     }).join();
 }
 
+TEST_F(SemanticsTest, ACallbackThatAlwaysWritesEndsInAnException) {
+    Load(Plain("X") + Plain("Y"));
+    int calls = 0;
+    Register(Map->GetNode("X"), [&](INode*) { Int("Y").SetValue(++calls); });
+    Register(Map->GetNode("Y"), [&](INode*) { Int("X").SetValue(calls); }, cbPostOutsideLock);
+    EXPECT_THROW(Int("X").SetValue(1), GenICam::LogicalErrorException);
+    EXPECT_GT(calls, 10);
+    EXPECT_EQ(Int("Y").GetValue(), calls);
+}
+
 TEST_F(SemanticsTest, ImposedLimitsNarrowWhatIsReportedOnly) {
     Load(Plain("X", 5, "<Min>0</Min><Max>100</Max>") + Node("Float", "F", "<Value>1</Value><Min>0</Min><Max>2</Max>"));
     Int("X").ImposeMin(10);
