@@ -109,49 +109,12 @@ protected:
             std::this_thread::yield();
         return m_stream.Counters().begun >= frames;
     }
-    void ExpectFramesFrom(std::uint64_t first, std::size_t count) {
-        const auto frames = m_sink.Frames();
-        ASSERT_GE(frames.size(), count);
-        for (std::size_t i = 0; i < count; ++i)
-            ASSERT_EQ(frames[i].blockId, first + i);
-    }
-
     const CImageFormat m_format{64, 4, 0, 0, &PixelFormats()[0]};
     CFrameSettings m_settings;
     std::vector<std::unique_ptr<std::vector<std::uint8_t>>> m_memory;
     CFrameStream m_stream{1};
     CollectingSink m_sink{m_stream};
 };
-
-TEST_F(FrameStreamTest, WithoutLimitItWaitsForBuffersAndLosesNothing) {
-    Configure(0);
-    m_stream.Start(m_format, m_sink);
-    m_stream.StartAcquisition(0);
-    m_sink.m_requeue = true;
-    Queue(3);
-    ASSERT_TRUE(m_sink.WaitFor(5000));
-    m_stream.Stop();
-    ExpectFramesFrom(0, 5000);
-    const CStreamCounters counters = m_stream.Counters();
-    EXPECT_EQ(counters.lost, 0u);
-    EXPECT_EQ(counters.begun, counters.delivered);
-    EXPECT_EQ(m_sink.Intact(), counters.delivered);
-}
-
-TEST_F(FrameStreamTest, FramesComeWhenBothStreamAndAcquisitionAreStartedInAnyOrder) {
-    Configure(0);
-    Queue(2);
-    m_stream.StartAcquisition(0);
-    m_stream.Start(m_format, m_sink);
-    EXPECT_TRUE(m_sink.WaitFor(2));
-    m_stream.Stop();
-    m_stream.StopAcquisition();
-    m_stream.Start(m_format, m_sink);
-    Queue(2);
-    EXPECT_EQ(m_stream.Counters().begun, 0u);
-    m_stream.StartAcquisition(0);
-    EXPECT_TRUE(m_sink.WaitFor(4));
-}
 
 TEST_F(FrameStreamTest, PacedFramesAreStampedExactlyOnePeriodApart) {
     Configure(700);
@@ -185,22 +148,6 @@ TEST_F(FrameStreamTest, PacedFramesWithoutABufferAreLostAndStillCounted) {
     EXPECT_EQ(counters.begun, counters.delivered + counters.lost);
 }
 
-TEST_F(FrameStreamTest, AnAcquisitionOfSomeFramesEndsByItself) {
-    for (const double rateHz : {0.0, 2000.0}) {
-        Configure(rateHz);
-        Queue(10);
-        m_stream.Start(m_format, m_sink);
-        m_stream.StartAcquisition(4);
-        ASSERT_TRUE(WaitForBegun(4));
-        EXPECT_FALSE(m_stream.IsAcquiring());
-        m_stream.StartAcquisition(1); // block ids go on
-        ASSERT_TRUE(WaitForBegun(5));
-        m_stream.CancelQueued(m_sink);
-        m_stream.Stop();
-        EXPECT_EQ(m_stream.Counters().begun, 5u);
-    }
-}
-
 TEST_F(FrameStreamTest, ABufferTooSmallFailsAndIsNotTouched) {
     Configure(0);
     m_stream.Start(m_format, m_sink);
@@ -215,37 +162,19 @@ TEST_F(FrameStreamTest, ABufferTooSmallFailsAndIsNotTouched) {
     EXPECT_EQ(m_stream.Counters().failed, 1u);
 }
 
-TEST_F(FrameStreamTest, CancelledBuffersComeBackInOrderAndStreamingGoesOn) {
+TEST_F(FrameStreamTest, CancellingEndsAlthoughTheStreamNeverRunsDry) {
     Configure(0);
-    Queue(5);
-    m_stream.CancelQueued(m_sink); // also while stopped
+    m_sink.m_requeue = true;
+    Queue(3);
     m_stream.Start(m_format, m_sink);
-    const auto frames = m_sink.Frames();
-    ASSERT_EQ(frames.size(), 5u);
-    for (std::size_t i = 0; i < 5; ++i) {
-        EXPECT_EQ(frames[i].status, EFrameStatus::Cancelled);
-        EXPECT_EQ(frames[i].buffer.context, m_memory[i].get());
+    m_stream.StartAcquisition(0);
+    for (int i = 0; i < 100; ++i) {
+        m_stream.CancelQueued(m_sink);
+        Queue(3);
     }
-    m_stream.StartAcquisition(0);
-    Queue(1);
-    EXPECT_TRUE(m_sink.WaitFor(6));
-    EXPECT_EQ(m_sink.Count(EFrameStatus::Complete), 1u);
-}
-
-TEST_F(FrameStreamTest, SettingsReachTheNextFrameWhileStreaming) {
-    Configure(0);
-    m_settings.testImage = ETestImage::White;
-    m_stream.Apply(m_settings);
-    m_stream.Start(m_format, m_sink);
-    m_stream.StartAcquisition(0);
-    Queue(1);
-    ASSERT_TRUE(m_sink.WaitFor(1));
-    m_settings.testImage = ETestImage::Black;
-    m_stream.Apply(m_settings);
-    Queue(1);
-    ASSERT_TRUE(m_sink.WaitFor(2));
-    EXPECT_EQ(m_memory[0]->front(), 0xFF);
-    EXPECT_EQ(m_memory[1]->front(), 0x00);
+    m_stream.Stop();
+    EXPECT_GE(m_sink.Count(EFrameStatus::Cancelled), 100u);
+    EXPECT_EQ(m_stream.Counters().lost, 0u);
 }
 
 TEST_F(FrameStreamTest, EveryBufferComesBackOnceWhateverHappensAtTheSameTime) {

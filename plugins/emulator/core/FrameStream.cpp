@@ -86,19 +86,19 @@ void CFrameStream::Queue(const CFrameBuffer& buffer) {
 }
 
 void CFrameStream::CancelQueued(IFrameSink& sink) {
-    std::vector<CFrameBuffer> cancelled;
-    {
-        Lock lock(m_lock);
-        cancelled.assign(m_queue.begin(), m_queue.end());
-        m_queue.clear();
-    }
+    Lock lock(m_lock);
+    const std::vector<CFrameBuffer> cancelled(m_queue.begin(), m_queue.end());
+    m_queue.clear();
+    const std::uint64_t finished = m_finished;
+    lock.unlock();
     for (const CFrameBuffer& buffer : cancelled) {
         CFrame frame;
         frame.buffer = buffer;
         sink.OnFrame(frame);
     }
-    Lock lock(m_lock);
-    m_changed.wait(lock, [this] { return !m_drawing; });
+    lock.lock();
+    // the one that was being drawn, not those that were begun since: there may be no end of them
+    m_changed.wait(lock, [&] { return !m_drawing || m_finished != finished; });
 }
 
 CStreamCounters CFrameStream::Counters() const {
@@ -118,6 +118,7 @@ void CFrameStream::Run() noexcept {
         Finish(frame, settings);
         lock.lock();
         m_drawing = false;
+        ++m_finished;
         ++(frame.status == EFrameStatus::Complete ? m_counters.delivered : m_counters.failed);
         m_changed.notify_all();
     }
@@ -155,9 +156,11 @@ bool CFrameStream::WaitUntilDue(Lock& lock) {
         m_changed.wait_until(lock, TimePoint(dueNs));
         return false;
     }
-    const std::uint64_t missed = m_clock.SkipBehind(nowNs, maxLagNs);
-    m_counters.lost += m_framesLeft == 0 ? missed : std::min(missed, m_framesLeft - 1);
-    CountFrames(m_framesLeft == 0 ? missed : std::min(missed, m_framesLeft - 1));
+    std::uint64_t missed = m_clock.SkipBehind(nowNs, maxLagNs);
+    if (m_framesLeft != 0)
+        missed = std::min(missed, m_framesLeft - 1);
+    m_counters.lost += missed;
+    CountFrames(missed);
     return true;
 }
 

@@ -5,7 +5,6 @@
 
 #include <boost/circular_buffer.hpp>
 
-#include <atomic>
 #include <condition_variable>
 #include <cstdint>
 #include <mutex>
@@ -114,6 +113,7 @@ private:
     bool m_stopping = false;
     bool m_acquiring = false;
     bool m_drawing = false;
+    std::uint64_t m_finished = 0;   // frames drawn, ever
     std::uint64_t m_framesLeft = 0; // of the acquisition; 0 with m_acquiring: no end
     CAcquisitionClock m_clock;
     CStreamCounters m_counters;

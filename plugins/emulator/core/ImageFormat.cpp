@@ -41,13 +41,16 @@ std::uint16_t BayerSample(EPixelLayout layout, const CColour& c, unsigned x, uns
     return place == (red ^ 3u) ? c.blue : c.green;
 }
 
+// Four samples at a time: they fill whole bytes in streams of 10 and of 12 bits.
 void EncodeBitStream(unsigned bits, std::span<const std::uint16_t> samples, std::uint8_t* bytes) {
-    std::uint32_t pending = 0;
-    unsigned held = 0;
-    for (const std::uint16_t sample : samples) {
-        pending |= std::uint32_t{sample} >> (16 - bits) << held;
-        for (held += bits; held >= 8; held -= 8, pending >>= 8)
-            *bytes++ = static_cast<std::uint8_t>(pending);
+    const unsigned shift = 16 - bits;
+    const std::size_t groupBytes = bits / 2;
+    for (std::size_t i = 0; i + 4 <= samples.size(); i += 4) {
+        const std::uint16_t* const s = samples.data() + i;
+        const std::uint64_t group = std::uint64_t{s[0]} >> shift | std::uint64_t{s[1]} >> shift << bits |
+                                    std::uint64_t{s[2]} >> shift << 2 * bits | std::uint64_t{s[3]} >> shift << 3 * bits;
+        std::memcpy(bytes, &group, groupBytes);
+        bytes += groupBytes;
     }
 }
 

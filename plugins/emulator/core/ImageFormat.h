@@ -59,7 +59,7 @@ struct CImageFormat {
 /// The samples of one pixel at (@p x, @p y) that shows @p colour; writes SamplesPerPixel() values of 16 bit.
 void PutPixel(const CPixelFormat& format, const CColour& colour, unsigned x, unsigned y, std::uint16_t* samples);
 
-/// Packs samples of 16 bit into the bytes of the format. The count must fill whole bytes.
+/// Packs samples of 16 bit into the bytes of the format. Their number is a multiple of widthStep.
 void EncodeSamples(const CPixelFormat& format, std::span<const std::uint16_t> samples, std::uint8_t* bytes);
 
 } // namespace CamEmu
