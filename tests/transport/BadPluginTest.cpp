@@ -10,6 +10,7 @@
 #include <sstream>
 
 #include "PluginTest.h"
+#include "fakes/plugins/ManyEntries.h"
 
 using namespace Zelmo;
 using testing::Contains;
@@ -195,12 +196,12 @@ TEST_P(MillionEntriesTest, AreListedAndHoldNobodyUp) {
     Start({"faulty", "good"});
     {
         TlInfoList tls;
-        EXPECT_EQ(Factory().EnumerateTls(tls), 1000001);
+        EXPECT_EQ(Factory().EnumerateTls(tls), Fakes::manyEntries + 1);
         EXPECT_EQ(tls.back().GetDeviceClass(), "FakeGood");
     }
     DeviceInfoList filter(1);
     DeviceInfoList devices;
-    const int expected = std::string(GetParam()) == "Million" ? 1000002 : 2;
+    const int expected = std::string(GetParam()) == "Million" ? Fakes::manyEntries + 2 : 2;
     EXPECT_EQ(Factory().EnumerateDevices(devices, filter), expected);
     EXPECT_EQ(devices[devices.size() - 1].GetDeviceClass(), "FakeGood");
 }

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "FakeTransportLayer.h"
+#include "ManyEntries.h"
 
 using namespace Fakes;
 
@@ -48,7 +49,7 @@ ZELMO_PLUGIN_EXPORT void GetTLInfoList(Zelmo::TlInfoList& list, bool) {
     FailIn("GetTLInfoList");
     if (!Fault("Million null") && !Fault("Million"))
         return;
-    for (int i = 1; i < 1000000; ++i) {
+    for (int i = 1; i < manyEntries; ++i) {
         Zelmo::CTlInfo info = TlInfo("FakeFaulty");
         info.SetFullName(std::to_string(i).c_str());
         list.push_back(std::move(info));

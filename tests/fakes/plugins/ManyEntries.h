@@ -1,0 +1,12 @@
+#pragma once
+
+namespace Fakes {
+
+/// How many entries the plug-in lists that lists far too many.
+#ifdef ZELMO_SANITIZED
+constexpr int manyEntries = 100000; // the same code runs, ten times as slow
+#else
+constexpr int manyEntries = 1000000;
+#endif
+
+} // namespace Fakes
