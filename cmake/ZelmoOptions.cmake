@@ -35,6 +35,8 @@ if(ZELMO_WERROR)
 endif()
 if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
     add_compile_options(-Wthread-safety)
+elseif(CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+    add_compile_options(-Wno-restrict) # g++ 12 sees overlaps in std::string that are none
 endif()
 
 # Exceptions name their source file relative to the root; the compiler cache hands on paths relative to the build folder.
