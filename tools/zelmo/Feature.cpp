@@ -19,10 +19,13 @@ namespace {
 using namespace GenApi;
 using GenICam::GenericException;
 
+/// As many digits as it takes to read the same value back.
 std::string Shortest(double value) {
     char text[64];
-    const auto result = std::to_chars(text, text + sizeof(text), value);
-    return {text, result.ptr};
+    const double size = std::abs(value);
+    const bool plain = value == 0 || (size >= 1e-4 && size < 1e15); // else the digits would be mostly zeros
+    const auto format = plain ? std::chars_format::fixed : std::chars_format::scientific;
+    return {text, std::to_chars(text, text + sizeof(text), value, format).ptr};
 }
 
 /// Decimal with sign or 0x..., the whole text; nothing for other texts and for what 64 bits cannot hold.
@@ -78,18 +81,18 @@ std::string StepText(std::int64_t step) {
     return step == 1 ? "" : " (step " + std::to_string(step) + ")";
 }
 
-std::string ExplainAccessMode(EAccessMode mode) {
+const char* ExplainAccessMode(EAccessMode mode) {
     switch (mode) {
     case NI:
-        return "is not implemented";
+        return "it is not implemented";
     case NA:
-        return "is not available now; another feature switches it on";
+        return "it is not available now; another feature switches it on";
     case RO:
-        return "cannot be written now: it is read-only, or locked while another setting or a grab holds it";
+        return "it is read-only, or locked by another setting or while images are grabbed";
     case WO:
-        return "cannot be read: it is write-only";
+        return "it is write-only";
     default:
-        return "cannot be used";
+        return "its access mode is not known";
     }
 }
 
@@ -222,8 +225,7 @@ std::string Feature::GetText() const {
         throw FeatureError(GetName(), "no_value", GetName() + " is a command: it has no value, 'zelmo exec' runs it");
     }
     if (!IsReadable()) {
-        throw FeatureError(GetName(), "not_available",
-                           GetName() + " " + ExplainAccessMode(m_node->GetAccessMode()) + " on camera " + m_camera);
+        throw NotAccessible("read");
     }
     return OnFeature(GetName(), "reading", m_camera, [this]() -> std::string {
         if (auto* number = dynamic_cast<IFloat*>(m_node)) {
@@ -285,14 +287,20 @@ Json Feature::GetDescription(bool withValues) const {
     return json;
 }
 
-ToolError Feature::Refuse(const std::string& why, const std::string& code) const {
-    return FeatureError(GetName(), code, GetName() + ": " + why + " on camera " + m_camera);
+ToolError Feature::NotAccessible(const std::string& how) const {
+    return FeatureError(GetName(), "not_available",
+                        GetName() + ": it cannot be " + how + " on camera " + m_camera + ": " +
+                            ExplainAccessMode(m_node->GetAccessMode()));
+}
+
+ToolError Feature::Refuse(const std::string& why, const std::string& permitted) const {
+    return FeatureError(GetName(), "value_refused",
+                        GetName() + ": " + why + " on camera " + m_camera + (permitted.empty() ? "" : "; permitted: ") + permitted);
 }
 
 void Feature::RequireWritable() const {
-    const EAccessMode mode = m_node->GetAccessMode();
-    if (!IsWritable(mode)) {
-        throw Refuse(ExplainAccessMode(mode), "not_available");
+    if (!IsWritable(m_node->GetAccessMode())) {
+        throw NotAccessible("written");
     }
 }
 
@@ -303,7 +311,7 @@ void Feature::CheckInteger(const std::string& text) const {
     }
     const auto value = ParseInteger(text);
     if (!value) {
-        throw Refuse("'" + text + "' is no integer; permitted are " + GetLimits());
+        throw Refuse("'" + text + "' is no integer", GetLimits());
     }
     const std::int64_t min = integer.GetMin();
     const std::int64_t max = integer.GetMax();
@@ -320,8 +328,8 @@ void Feature::CheckInteger(const std::string& text) const {
     if (over != 0) {
         const std::int64_t lower = *value - static_cast<std::int64_t>(over);
         const std::string upper = lower <= max - step ? " and " + std::to_string(lower + step) : "";
-        throw Refuse(text + " is between the steps of " + std::to_string(step) + " from the minimum of " +
-                     std::to_string(min) + "; nearest: " + std::to_string(lower) + upper);
+        throw Refuse(text + " is off the step of " + std::to_string(step),
+                     "multiples of it above " + std::to_string(min) + ", such as " + std::to_string(lower) + upper);
     }
 }
 
@@ -330,7 +338,7 @@ void Feature::CheckFloat(const std::string& text) const {
     const auto value = ParseFloat(text);
     const std::string unit = GetUnit().empty() ? "" : " " + GetUnit();
     if (!value || std::isnan(*value)) {
-        throw Refuse("'" + text + "' is no number; permitted are " + GetLimits() + unit);
+        throw Refuse("'" + text + "' is no number", GetLimits() + unit);
     }
     if (*value > number.GetMax()) {
         throw Refuse(text + " is above the maximum of " + Shortest(number.GetMax()) + unit);
@@ -347,8 +355,7 @@ void Feature::CheckEntry(const std::string& text) const {
     if (entry != nullptr && IsAvailable(entry->GetAccessMode())) {
         return;
     }
-    throw Refuse("'" + text + "' " + (entry == nullptr ? "is no entry" : "is not available now") + "; permitted are " +
-                 Joined(entries));
+    throw Refuse("'" + text + "' " + (entry == nullptr ? "is no entry" : "is not available now"), Joined(entries));
 }
 
 void Feature::CheckBoolean(const std::string& text) const {
@@ -357,14 +364,14 @@ void Feature::CheckBoolean(const std::string& text) const {
             return;
         }
     }
-    throw Refuse("'" + text + "' is no truth value; permitted are true and false, or 1 and 0");
+    throw Refuse("'" + text + "' is no truth value", "true and false, or 1 and 0");
 }
 
 void Feature::CheckText(const std::string& text) const {
     const std::int64_t longest = dynamic_cast<IString&>(*m_node).GetMaxLength();
     if (static_cast<std::int64_t>(text.size()) > longest) {
-        throw Refuse("the text has " + std::to_string(text.size()) + " characters, but at most " +
-                     std::to_string(longest) + " are permitted");
+        throw Refuse("the text of " + std::to_string(text.size()) + " characters is too long",
+                     "up to " + std::to_string(longest));
     }
 }
 

@@ -26,6 +26,7 @@ public:
     /// @throws ToolError with near matches for a name that no feature has.
     static Feature Find(GenApi::INodeMap& nodeMap, const std::string& name, const std::string& camera);
 
+    GenApi::INode& GetNode() const noexcept { return *m_node; }
     std::string GetName() const;
     std::string GetType() const;   ///< "integer", "enumeration", ...
     std::string GetAccess() const; ///< "NI", "NA", "WO", "RO" or "RW".
@@ -51,7 +52,8 @@ private:
     void CheckBoolean(const std::string& text) const;
     void CheckText(const std::string& text) const;
     void AddLimits(Json& json) const;
-    ToolError Refuse(const std::string& why, const std::string& code = "value_refused") const;
+    ToolError NotAccessible(const std::string& how) const;
+    ToolError Refuse(const std::string& why, const std::string& permitted = {}) const;
 
     GenApi::INode* m_node;
     std::string m_camera;

@@ -5,11 +5,12 @@
 
 #include <csetjmp>
 #include <png.h>
+#include <zlib.h>
 
 namespace tool {
 namespace {
 
-constexpr int fastCompression = 1; // of 9: a third of the time of the default at a few per cent more bytes
+constexpr int fastCompression = 1; // of 9
 
 /// libpng is C: an exception must not pass through it. What goes wrong is turned into its own error.
 void AppendEncoded(png_structp png, png_bytep data, png_size_t size) {
@@ -36,7 +37,9 @@ bool Encode(png_structp png, png_infop info, const Image& image) {
                  image.channels == 1 ? PNG_COLOR_TYPE_GRAY : PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE,
                  PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
     png_set_compression_level(png, fastCompression);
+    // Runs of equal differences are all that is looked for: twice as fast as matching strings, and on camera noise smaller.
     png_set_filter(png, 0, PNG_FILTER_SUB);
+    png_set_compression_strategy(png, Z_RLE);
     png_write_info(png, info);
     for (unsigned y = 0; y < image.height; ++y) {
         png_write_row(png, image.bytes.data() + y * image.GetRowBytes());

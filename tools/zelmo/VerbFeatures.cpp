@@ -28,9 +28,8 @@ public:
           m_visibility(ParseVisibility(options.visibility)) {}
 
     void Print(GenApi::INodeMap& nodeMap) {
-        GenApi::INode* root = nodeMap.GetNode("Root");
-        if (root != nullptr) {
-            Walk(*root, 0);
+        if (auto* root = dynamic_cast<GenApi::ICategory*>(nodeMap.GetNode("Root"))) {
+            WalkChildren(*root, 0);
         }
         if (m_features.empty() && !m_options.glob.empty()) {
             throw FeatureError("", "unknown_feature",
@@ -53,24 +52,25 @@ private:
         if (!m_path.insert(&node).second) { // a category that holds itself
             return;
         }
-        const bool root = depth == 0 && m_category.empty();
         const std::string outer = m_category;
         const std::size_t rows = m_rows.size();
-        if (!root) {
-            m_category += (m_category.empty() ? "" : "/") + std::string(node.GetName().c_str());
-            m_rows.push_back({Indent(depth) + node.GetName().c_str()});
-        }
         const std::size_t features = m_features.size();
-        GenApi::FeatureList_t children;
-        category->GetFeatures(children);
-        for (GenApi::IValue* child : children) {
-            Walk(*child->GetNode(), root ? 0 : depth + 1);
-        }
+        m_category += (m_category.empty() ? "" : "/") + std::string(node.GetName().c_str());
+        m_rows.push_back({Indent(depth) + node.GetName().c_str()});
+        WalkChildren(*category, depth + 1);
         if (m_features.size() == features) {
             m_rows.resize(rows);
         }
         m_category = outer;
         m_path.erase(&node);
+    }
+
+    void WalkChildren(const GenApi::ICategory& category, std::size_t depth) {
+        GenApi::FeatureList_t children;
+        category.GetFeatures(children);
+        for (GenApi::IValue* child : children) {
+            Walk(*child->GetNode(), depth);
+        }
     }
 
     void Add(GenApi::INode& node, std::size_t depth) {
@@ -108,8 +108,9 @@ private:
         const bool value = json.contains("value");
         const std::string unit = json.value("unit", "");
         row.push_back(value ? Printable(feature.GetText()) + (unit.empty() ? "" : " " + unit) : "-");
-        const bool limits = json.contains("min") || json.contains("entries");
-        row.push_back(limits ? "(" + feature.GetLimits() + ")" : json.value("error", ""));
+        const bool limited = GenApi::IsWritable(feature.GetNode().GetAccessMode()) &&
+                             (json.contains("min") || json.contains("entries"));
+        row.push_back(limited ? "(" + feature.GetLimits() + ")" : json.value("error", ""));
         return row;
     }
 
