@@ -52,6 +52,7 @@ public:
 
     /// Merges another description into this one when it is loaded. Of two nodes of one name that with the higher
     /// MergePriority stays; the feature lists of categories are united.
+    /// @throws GenICam::RuntimeException always: descriptions cannot be merged yet.
     void AddInjectionData(CNodeMapFactory& Injection);
     void LoadAndInject();
     bool IsLoaded() const;
@@ -62,11 +63,12 @@ public:
 
     /// A factory for the nodes that can be reached from one.
     /// @param RenameToRoot whether that node is called "Root" there
+    /// @throws GenICam::RuntimeException always: a part cannot be extracted yet.
     CNodeMapFactory ExtractSubtree(const gcstring& SubTreeRootNodeName, bool RenameToRoot = false);
 
     bool IsEmpty() const;
     gcstring ToString();
-    gcstring ToXml();
+    gcstring ToXml(); ///< @throws GenICam::RuntimeException always: a description cannot be written yet.
     NodeStatistics_t GetNodeStatistics();
     static void GetSupportedSchemaVersions(gcstring_vector& SchemaVersions);
     static void ClearCache(); ///< Nothing is cached on disk.

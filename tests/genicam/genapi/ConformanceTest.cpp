@@ -222,6 +222,51 @@ TEST_F(ConformanceTest, CallbacksRunInTheirOrderFirstInsideThenOutsideTheLock) {
     Map.reset();
 }
 
+struct CListener {
+    void OnChange(INode* node) { Seen.push_back(node->GetName().c_str()); }
+    std::vector<std::string> Seen;
+};
+
+TEST_F(ConformanceTest, MemberFunctionsCanListen) {
+    Load(Plain("Width"));
+    CListener listener;
+    INode* const node = Map->GetNode("Width");
+    const auto inside = Register(node, listener, &CListener::OnChange);
+    node->RegisterCallback(make_NodeCallback(node, listener, &CListener::OnChange, cbPostOutsideLock));
+    Int("Width").SetValue(1);
+    EXPECT_THAT(listener.Seen, ElementsAre("Width", "Width"));
+    Deregister(inside);
+    Int("Width").SetValue(2);
+    EXPECT_EQ(listener.Seen.size(), 3u);
+    std::vector<int> causes;
+    CForeignCallback homeless(causes);
+    EXPECT_THROW(Deregister(reinterpret_cast<CallbackHandleType>(&homeless)), GenICam::InvalidArgumentException);
+    Deregister(0);
+}
+
+TEST_F(ConformanceTest, AReplayedListInvalidatesWhatIsBehindThePort) {
+    Load(Node("IntReg", "X", Place(0, 4, "<Endianess>LittleEndian</Endianess>")));
+    EXPECT_EQ(Int("X").GetValue(), 0);
+    auto& recorder = As<IPortRecorder>("Device");
+    CPortWriteList list;
+    recorder.StartRecording(&list);
+    Int("X").SetValue(5);
+    recorder.StopRecording();
+    EXPECT_EQ(Port.Memory[0], 0);
+    EXPECT_EQ(Port.Writes, 0);
+    Map->InvalidateNodes();
+    EXPECT_EQ(Int("X").GetValue(), 0);
+    Port.Replay(&list);
+    EXPECT_EQ(Int("X").GetValue(), 5);
+}
+
+TEST_F(ConformanceTest, AFloatLeadsToItsOtherForms) {
+    Load(Node("Float", "F", "<pCastAlias>I</pCastAlias><Value>1</Value>") + Plain("I"));
+    const CFloatPtr number = Map->GetNode("F");
+    EXPECT_EQ(number.GetIntAlias(), &Int("I"));
+    EXPECT_EQ(number.GetEnumAlias(), nullptr);
+}
+
 TEST_F(ConformanceTest, IntegersAreHeldToTheGridAnchoredAtTheMinimum) {
     Load(Plain("Free") + Plain("Grid", 3, "<Min>3</Min><Max>20</Max><Inc>4</Inc>"));
     EXPECT_EQ(Int("Free").GetInc(), 1);

@@ -240,7 +240,8 @@ TEST_F(SemanticsTest, ACallbackThatAlwaysWritesEndsInAnException) {
     Load(Plain("X") + Plain("Y"));
     int calls = 0;
     Register(Map->GetNode("X"), [&](INode*) { Int("Y").SetValue(++calls); });
-    Register(Map->GetNode("Y"), [&](INode*) { Int("X").SetValue(calls); }, cbPostOutsideLock);
+    Register(
+        Map->GetNode("Y"), [&](INode*) { Int("X").SetValue(calls); }, cbPostOutsideLock);
     EXPECT_THROW(Int("X").SetValue(1), GenICam::LogicalErrorException);
     EXPECT_GT(calls, 10);
     EXPECT_EQ(Int("Y").GetValue(), calls);
