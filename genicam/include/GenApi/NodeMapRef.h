@@ -59,7 +59,7 @@ public:
         Load(CNodeMapFactory(ContentType_ZippedXml, zipData, zipSize));
     }
 
-    /// The same with a second description merged into the first; see CNodeMapFactory::AddInjectionData for what it can do.
+    /// The same with a second description merged into the first; see CNodeMapFactory::AddInjectionData.
     void _LoadXMLFromFileInject(const gcstring& TargetFileName, const gcstring& InjectFileName) {
         Load(CNodeMapFactory(ContentType_Xml, TargetFileName), CNodeMapFactory(ContentType_Xml, InjectFileName));
     }
