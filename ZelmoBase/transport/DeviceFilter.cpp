@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <atomic>
+#include <string>
+#include <string_view>
 
 #include <zelmo/Utilities.h>
 #include <zelmo/internal/InterfaceBase.h>
@@ -19,12 +21,27 @@ unsigned long InterfaceCatId() {
     return id;
 }
 
-/// Sets the properties that the conditions of one pattern name. @return how many that were.
-int ParsePattern(const String_t& text, CDeviceInfo& pattern) {
+/// Cuts the text up to @p separator, or all of it, off @p rest; the separator goes too.
+std::string_view CutPiece(std::string_view& rest, std::string_view separator) {
+    const std::size_t end = rest.find(separator);
+    const std::string_view piece = rest.substr(0, end);
+    rest.remove_prefix(end == std::string_view::npos ? rest.size() : end + separator.size());
+    return piece;
+}
+
+/// Sets the properties that the conditions of one pattern name. @return how many that were. Conditions are cut off one
+/// by one, since getKeyAndValueFromString begins anew for each index and would take forever for a long text.
+int ParsePattern(std::string_view text, CDeviceInfo& pattern) {
     int conditions = 0;
     String_t key;
     String_t value;
-    for (std::size_t i = 0; getKeyAndValueFromString(text.c_str(), "&&", i, &key, &value); ++i) {
+    while (!text.empty()) {
+        std::string condition(CutPiece(text, "&"));
+        if (condition.empty())
+            continue;
+        condition += '&'; // a list of this one condition: a text of one byte would not count as a list
+        if (!getKeyAndValueFromString(condition.c_str(), "&&", 0, &key, &value))
+            break; // what cannot be read hides what follows it
         if (key.empty() || value.empty())
             continue;
         pattern.SetPropertyValue(key, value);
@@ -43,10 +60,9 @@ int ParseDeviceFilter(DeviceInfoList& list) {
     }
     int patterns = 0;
     int conditions = 0;
-    String_t piece;
-    for (std::size_t i = 0; extractSubString(piece, text, i, "||"); ++i) {
+    for (std::string_view rest = text.view(); !rest.empty();) {
         CDeviceInfo pattern;
-        if (const int count = ParsePattern(piece, pattern)) {
+        if (const int count = ParsePattern(CutPiece(rest, "||"), pattern)) {
             list.push_back(pattern);
             ++patterns;
             conditions += count;

@@ -86,9 +86,19 @@ INSTANTIATE_TEST_SUITE_P(
                                {"[DeviceClass=HarlixGigE][IpAddress=192.168.0.2]", "[DeviceClass=HarlixUsb]"},
                                3},
                     FilterText{"A=1&B=2&&&&C=3", {"[A=1][B=2][C=3]"}, 3}, FilterText{"A=1&A=2", {"[A=2]"}, 2},
+                    FilterText{"A&B=2&C", {"[B=2]"}, 1}, FilterText{" A = 1 & =2&B=2", {"[A=1][B=2]"}, 2},
                     FilterText{"A=1=2", {"[A=1]"}, 1}, FilterText{"A=&B=2||=3", {"[B=2]"}, 1},
                     FilterText{"A=1&==&B=2", {"[A=1]"}, 1}, FilterText{"=", {}, 0}, FilterText{"||", {}, 0},
                     FilterText{"||A=1||", {"[A=1]"}, 1}, FilterText{"A|B=1", {"[A|B=1]"}, 1}));
+
+TEST_F(LoggingTest, LongFilterIsReadInOnePass) {
+    std::string text;
+    for (int i = 0; i < 200000; ++i)
+        text.append(i % 2 ? "A=1&" : "B=2||");
+    setenv("ZELMO_DEVICE_FILTER", text.c_str(), 1);
+    DeviceInfoList list;
+    EXPECT_EQ(ParseDeviceFilter(list), 100001); // "A=1&B=2" again and again; "B=2" and "A=1" at the ends
+}
 
 TEST_F(LoggingTest, UnsetAndEmptyFilterLogNothing) {
     DeviceInfoList list(1);

@@ -14,7 +14,7 @@ ZELMO_API int ApplyDeviceFilter(const DeviceInfoList& source, const DeviceInfoLi
 /// What interfaces have in common: enumeration with filter and sort, and public operations that forward to protected
 /// ones. T is IInterface or derives from it.
 template <class T>
-class CInterfaceBase : public T {
+class ZELMO_API CInterfaceBase : public T {
 public:
     int EnumerateDevices(DeviceInfoList& list, bool addToList) override {
         return this->EnumerateDevices(list, DeviceInfoList(), addToList);
