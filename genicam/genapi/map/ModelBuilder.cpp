@@ -121,7 +121,7 @@ void ModelBuilder::ResolveReference(NodeIndex node, Property& property, std::uin
                        "'";
     if (symbol.node != NoNode) {
         text +=
-            " of kind " + std::string(NodeKindName(m_model->m_nodes[symbol.node].kind)) + ", which cannot stand here";
+            " of kind '" + std::string(NodeKindName(m_model->m_nodes[symbol.node].kind)) + "', which cannot stand here";
     } else {
         text += ", which does not exist";
     }

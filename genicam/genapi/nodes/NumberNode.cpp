@@ -61,20 +61,27 @@ void NumberNode<Base, T>::BindProperty(const Property& property) {
 }
 
 template <typename Base, typename T>
-typename NumberNode<Base, T>::Slot& NumberNode<Base, T>::Selected(ReadMode mode) {
+typename NumberNode<Base, T>::Slot* NumberNode<Base, T>::FindSelected(ReadMode mode) {
     if (m_index == nullptr) {
-        return m_value;
+        return &m_value;
     }
     const std::int64_t index = m_index->ReadInteger({false, mode.ignoreCache});
     for (Indexed& indexed : m_indexed) {
         if (indexed.index == index) {
-            return indexed.slot;
+            return &indexed.slot;
         }
     }
-    if (!m_value.isGiven) {
-        throw NODE_EXCEPTION(OutOfRangeException, *this)("No value is given for index %" PRId64 ".", index);
+    return m_value.isGiven ? &m_value : nullptr;
+}
+
+template <typename Base, typename T>
+typename NumberNode<Base, T>::Slot& NumberNode<Base, T>::Selected(ReadMode mode) {
+    Slot* const slot = FindSelected(mode);
+    if (slot == nullptr) {
+        throw NODE_EXCEPTION(OutOfRangeException, *this)("No value is given for index %" PRId64 ".",
+                                                         m_index->ReadInteger(ReadMode()));
     }
-    return m_value;
+    return *slot;
 }
 
 template <typename Base, typename T>
@@ -103,8 +110,11 @@ EAccessMode NumberNode<Base, T>::OwnMode() {
     if (m_index != nullptr && !IsReadable(m_index->Mode())) {
         return NA;
     }
-    const Slot& slot = Selected(ReadMode());
-    EAccessMode mode = slot.node != nullptr ? slot.node->Mode() : RW;
+    const Slot* const slot = FindSelected(ReadMode());
+    if (slot == nullptr) {
+        return NA;
+    }
+    EAccessMode mode = slot->node != nullptr ? slot->node->Mode() : RW;
     for (const auto* copies : {&m_copiesBefore, &m_copiesAfter}) {
         for (NodeBase* copy : *copies) {
             if (IsWritable(mode) && !IsWritable(copy->Mode())) {
@@ -155,7 +165,8 @@ ECachingMode NumberNode<Base, T>::ComputeCaching() {
 
 template <typename Base, typename T>
 NodeBase* NumberNode<Base, T>::LimitOrigin() {
-    return m_index != nullptr ? Selected(ReadMode()).node : m_value.node;
+    const Slot* const slot = FindSelected(ReadMode());
+    return slot != nullptr ? slot->node : nullptr;
 }
 
 template <typename Base, typename T>

@@ -40,7 +40,8 @@ protected:
 
 private:
     void Give(Slot& slot, const Property& property);
-    Slot& Selected(ReadMode mode); ///< by the index, or the only one
+    Slot* FindSelected(ReadMode mode); ///< by the index, or the only one; null if none is given for the index
+    Slot& Selected(ReadMode mode);     ///< @throws GenICam::OutOfRangeException if there is none
     T Get(const Slot& slot, ReadMode mode);
     NodeBase* LimitOrigin(); ///< whose limits hold where no own ones are given; or null
     template <typename Visitor>

@@ -1,0 +1,353 @@
+#include <algorithm>
+#include <cstdint>
+#include <functional>
+#include <random>
+#include <set>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <GenApi/GenApi.h>
+
+#include "genicam/genapi/MapFixture.h"
+
+// What a change makes void: all that depends on it, and nothing else.
+
+namespace {
+
+using namespace GenApi;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::UnorderedElementsAre;
+using tests::Node;
+using tests::Place;
+
+std::string Value(const std::string& name, int value = 0, const std::string& rest = "") {
+    return Node("Integer", name, "<Value>" + std::to_string(value) + "</Value>" + rest);
+}
+
+std::string Above(const std::string& name, const std::string& target, const std::string& rest = "") {
+    return Node("Integer", name, "<pValue>" + target + "</pValue>" + rest);
+}
+
+std::string Register(const std::string& name, int address, const std::string& rest = "") {
+    return Node("IntReg", name, Place(address, 4, rest));
+}
+
+class InvalidationTest : public tests::MapTest {
+protected:
+    /// The nodes whose callbacks fire while @p change runs, each as often as it does.
+    std::multiset<std::string> FiredBy(const std::vector<std::string>& names, const std::function<void()>& change) {
+        std::multiset<std::string> fired;
+        std::vector<CallbackHandleType> handles;
+        for (const std::string& name : names)
+            handles.push_back(GenApi::Register(Map->GetNode(name.c_str()),
+                                               [&fired](INode* node) { fired.insert(node->GetName().c_str()); }));
+        change();
+        for (const CallbackHandleType handle : handles)
+            Deregister(handle);
+        return fired;
+    }
+    std::set<std::string> Related(const char* name, ELinkType type) {
+        NodeList_t nodes;
+        Map->GetNode(name)->GetChildren(nodes, type);
+        std::set<std::string> names;
+        for (INode* node : nodes)
+            EXPECT_TRUE(names.insert(node->GetName().c_str()).second) << "listed twice";
+        return names;
+    }
+    int ReadsOf(const char* name) {
+        const int before = Port.Reads;
+        Int(name).GetValue();
+        return Port.Reads - before;
+    }
+};
+
+TEST_F(InvalidationTest, RelationsAreThoseOfTheReferences) {
+    Load(Register("R", 0) + Value("Lock") + Value("Top", 9) + Value("Copy") + Value("Other") +
+         Node("Integer", "I",
+              "<pIsLocked>Lock</pIsLocked><pInvalidator>Other</pInvalidator><pValue>R</pValue>"
+              "<pValueCopy>Copy</pValueCopy><pMax>Top</pMax><pSelected>Knife</pSelected>") +
+         Node("IntSwissKnife", "Knife",
+              "<pVariable Name=\"X\">I</pVariable><pVariable Name=\"Y\">I</pVariable>"
+              "<Formula>X + Y</Formula>"));
+    EXPECT_THAT(Related("I", ctReadingChildren), UnorderedElementsAre("R", "Top"));
+    EXPECT_THAT(Related("I", ctWritingChildren), UnorderedElementsAre("R", "Copy"));
+    EXPECT_THAT(Related("I", ctInvalidatingChildren), UnorderedElementsAre("R", "Top", "Lock", "Other"));
+    EXPECT_THAT(Related("I", ctTerminalNodes), UnorderedElementsAre("R", "Copy"));
+    EXPECT_THAT(Related("I", ctDependingNodes), UnorderedElementsAre("Knife"));
+    EXPECT_THAT(Related("Lock", ctDependingNodes), UnorderedElementsAre("I", "Knife"));
+    EXPECT_THAT(Related("R", ctParentNodes), UnorderedElementsAre("I"));
+    EXPECT_THAT(Related("Lock", ctTerminalNodes), UnorderedElementsAre("Lock"));
+    EXPECT_THAT(Related("R", ctInvalidatingChildren), UnorderedElementsAre("Device"));
+    EXPECT_THAT(Related("Knife", ctWritingChildren), IsEmpty());
+}
+
+TEST_F(InvalidationTest, AWriteReachesWhatDependsOnItsTerminalNodesAndNoFurther) {
+    Load(Register("R", 0) + Register("Unrelated", 8) + Above("A", "R") + Above("B", "R") + Above("OverB", "B") +
+         Above("Far", "Unrelated") + Value("Ruler", 5, "<pIsAvailable>OverB</pIsAvailable>"));
+    const std::vector<std::string> all = {"R", "Unrelated", "A", "B", "OverB", "Far", "Ruler"};
+    EXPECT_THAT(FiredBy(all, [this] { Int("A").SetValue(3); }), UnorderedElementsAre("A", "R", "B", "OverB", "Ruler"));
+    EXPECT_THAT(FiredBy(all, [this] { Int("Far").SetValue(3); }), UnorderedElementsAre("Far", "Unrelated"));
+    EXPECT_THAT(FiredBy(all, [this] { Map->GetNode("B")->InvalidateNode(); }),
+                UnorderedElementsAre("B", "OverB", "Ruler"))
+        << "invalidating is not writing";
+    EXPECT_THAT(FiredBy(all, [this] { Map->InvalidateNodes(); }),
+                UnorderedElementsAre("R", "Unrelated", "A", "B", "OverB", "Far", "Ruler"));
+    EXPECT_THAT(FiredBy(all, [this] { Int("A").GetValue(); }), IsEmpty());
+}
+
+TEST_F(InvalidationTest, TheDeviceIsReadAgainForWhatIsVoidOnly) {
+    Load(Register("R", 0) + Register("Other", 8) + Register("Follower", 16, "<pInvalidator>A</pInvalidator>") +
+         Above("A", "R") + Above("B", "Other") + Above("C", "Follower"));
+    for (const char* name : {"A", "B", "C"})
+        EXPECT_EQ(ReadsOf(name), 1) << name;
+    for (const char* name : {"A", "B", "C"})
+        EXPECT_EQ(ReadsOf(name), 0) << name;
+    Int("A").SetValue(4);
+    EXPECT_EQ(ReadsOf("A"), 0) << "what was written is known";
+    EXPECT_EQ(ReadsOf("B"), 0);
+    EXPECT_EQ(ReadsOf("C"), 1);
+    Map->GetNode("Other")->InvalidateNode();
+    EXPECT_EQ(ReadsOf("A"), 0);
+    EXPECT_EQ(ReadsOf("B"), 1);
+    Port.InvalidateNode();
+    for (const char* name : {"A", "B", "C"})
+        EXPECT_EQ(ReadsOf(name), 1) << name;
+}
+
+struct CachingCase {
+    const char* mode;
+    int readsAfterRead;
+    int readsAfterWrite;
+    ECachingMode above;
+};
+
+class CachingTest : public InvalidationTest, public testing::WithParamInterface<CachingCase> {};
+
+TEST_P(CachingTest, DecidesWhatIsKept) {
+    const std::string cachable = std::string("<Cachable>") + GetParam().mode + "</Cachable>";
+    Load(Register("R", 0, cachable) + Above("I", "R") + Above("Top", "I"));
+    Int("Top").GetValue();
+    EXPECT_EQ(ReadsOf("Top"), GetParam().readsAfterRead);
+    Int("Top").SetValue(5);
+    EXPECT_EQ(As<IValue>("Top").IsValueCacheValid(), GetParam().readsAfterWrite == 0);
+    EXPECT_EQ(ReadsOf("Top"), GetParam().readsAfterWrite);
+    EXPECT_EQ(Int("Top").GetValue(), 5);
+    EXPECT_EQ(Map->GetNode("Top")->GetCachingMode(), GetParam().above);
+    const int reads = Port.Reads;
+    Int("Top").GetValue(false, true);
+    Int("Top").GetValue(true);
+    EXPECT_EQ(Port.Reads, reads + 2) << "whoever checks or ignores the cache reads the device";
+}
+
+INSTANTIATE_TEST_SUITE_P(All, CachingTest,
+                         testing::Values(CachingCase{"WriteThrough", 0, 0, WriteThrough},
+                                         CachingCase{"WriteAround", 0, 1, WriteAround},
+                                         CachingCase{"NoCache", 1, 1, NoCache}));
+
+TEST_F(InvalidationTest, WhatADeviceRoundsIsReadBack) {
+    Load(Register("R", 0) + Node("Float", "F", "<pValue>R</pValue>") +
+         Node("Converter", "C", "<FormulaTo>FROM * 2</FormulaTo><FormulaFrom>TO / 2</FormulaFrom><pValue>R</pValue>"));
+    Float("F").SetValue(2.6);
+    EXPECT_EQ(Float("F").GetValue(), 3.0);
+    Float("C").SetValue(1.2);
+    EXPECT_EQ(Float("C").GetValue(), 1.0);
+    EXPECT_EQ(Float("F").GetValue(), 2.0);
+}
+
+TEST_F(InvalidationTest, NodesOverOneRegisterAgree) {
+    Load(Node("MaskedIntReg", "Low", Place(0, 4, "<LSB>0</LSB><MSB>7</MSB>")) +
+         Node("MaskedIntReg", "High", Place(0, 4, "<LSB>8</LSB><MSB>15</MSB>")) + Register("Whole", 0) +
+         Node("IntReg", "Inside", Place(1, 1)));
+    Int("Whole").SetValue(0x1234);
+    EXPECT_EQ(Int("Inside").GetValue(), 0x12);
+    Int("Low").SetValue(0x56);
+    EXPECT_EQ(Int("Whole").GetValue(), 0x1256);
+    Int("Inside").SetValue(0x78);
+    EXPECT_EQ(Int("High").GetValue(), 0x78);
+    EXPECT_EQ(Int("Whole").GetValue(), 0x7856);
+}
+
+/// A device that does something of its own when it is written.
+class BusyPort : public tests::MemoryPort {
+public:
+    void Write(const void* bytes, int64_t address, int64_t length) override {
+        MemoryPort::Write(bytes, address, length);
+        if (OnWrite)
+            OnWrite();
+    }
+    std::function<void()> OnWrite;
+};
+
+TEST_F(InvalidationTest, WhatIsReadInTheMiddleOfAWriteDoesNotStay) {
+    BusyPort busy;
+    Load(Register("R", 0) + Register("Status", 8, "<pInvalidator>A</pInvalidator>") + Above("A", "R"));
+    Map->Connect(&busy);
+    Int("Status").GetValue();
+    int64_t meanwhile = -1;
+    busy.OnWrite = [&] {
+        meanwhile = Int("Status").GetValue();
+        busy.Memory[8] = 2; // settles only afterwards
+    };
+    Int("A").SetValue(1);
+    EXPECT_EQ(meanwhile, 0);
+    EXPECT_EQ(Int("Status").GetValue(), 2);
+}
+
+TEST_F(InvalidationTest, ANodeThatThePortWritesMeanwhileIsAChangeOfItsOwn) {
+    BusyPort busy;
+    Load(Register("R", 0) + Above("A", "R") + Value("Counter") + Above("OverCounter", "Counter"));
+    Map->Connect(&busy);
+    EXPECT_EQ(Int("OverCounter").GetValue(), 0);
+    busy.OnWrite = [&] { Int("Counter").SetValue(7); };
+    EXPECT_THAT(FiredBy({"A", "Counter", "OverCounter"}, [this] { Int("A").SetValue(1); }),
+                UnorderedElementsAre("A", "Counter", "OverCounter"));
+    EXPECT_EQ(Int("OverCounter").GetValue(), 7);
+}
+
+TEST_F(InvalidationTest, AFailureOnTheWayLeavesNothingThatWasAssumed) {
+    BusyPort busy;
+    Load(Register("First", 0) + Register("Second", 8) +
+         Node("Integer", "Both", "<pValue>First</pValue><pValueCopy>Second</pValueCopy>"));
+    Map->Connect(&busy);
+    Int("Both").SetValue(1);
+    busy.OnWrite = [&] {
+        if (busy.Writes == 4)
+            throw RUNTIME_EXCEPTION("The second register refused");
+    };
+    EXPECT_THAT(FiredBy({"Both", "First", "Second"},
+                        [this] { EXPECT_THROW(Int("Both").SetValue(2), GenICam::RuntimeException); }),
+                IsEmpty());
+    EXPECT_FALSE(As<IValue>("Both").IsValueCacheValid());
+    const int reads = busy.Reads;
+    EXPECT_EQ(Int("Both").GetValue(), 2) << "the first register has it";
+    EXPECT_EQ(busy.Reads, reads + 1);
+    busy.OnWrite = nullptr;
+    Int("Both").SetValue(3);
+    EXPECT_EQ(Int("Second").GetValue(), 3);
+}
+
+TEST_F(InvalidationTest, RefusedValuesChangeNothing) {
+    Load(Register("R", 0) + Node("Integer", "I", "<pValue>R</pValue><Max>10</Max>"));
+    Int("I").SetValue(5);
+    EXPECT_THAT(FiredBy({"I", "R"}, [this] { EXPECT_THROW(Int("I").SetValue(11), GenICam::OutOfRangeException); }),
+                IsEmpty());
+    EXPECT_EQ(Int("I").GetValue(), 5);
+    EXPECT_EQ(Port.Writes, 1);
+}
+
+TEST_F(InvalidationTest, SelectorsMakeVoidWhatTheySelect) {
+    Load(Value("Selector", 0, "<pSelected>Selected</pSelected>") + Register("R", 0) + Above("Selected", "R"));
+    EXPECT_EQ(ReadsOf("Selected"), 1);
+    EXPECT_THAT(FiredBy({"Selected", "R"}, [this] { Int("Selector").SetValue(1); }), UnorderedElementsAre("Selected"));
+    FeatureList_t features;
+    As<ISelector>("Selected").GetSelectingFeatures(features);
+    ASSERT_EQ(features.size(), 1u);
+    EXPECT_EQ(features[0]->GetNode()->GetName(), "Selector");
+}
+
+TEST_F(InvalidationTest, CirclesOfInvalidationEnd) {
+    Load(Value("A", 0, "<pInvalidator>B</pInvalidator>") + Value("B", 0, "<pInvalidator>A</pInvalidator>") +
+         Value("Self", 0, "<pInvalidator>Self</pInvalidator>"));
+    EXPECT_THAT(FiredBy({"A", "B"}, [this] { Int("A").SetValue(1); }), UnorderedElementsAre("A", "B"));
+    EXPECT_THAT(FiredBy({"Self"}, [this] { Int("Self").SetValue(1); }), UnorderedElementsAre("Self"));
+    EXPECT_EQ(Int("A").GetValue(), 1);
+    EXPECT_EQ(Int("Self").GetValue(), 1);
+}
+
+TEST_F(InvalidationTest, PollingHoldsItsTimersWhileItIsBlockedAndTellsEachOnce) {
+    Load(Value("Blocker") + Register("Fast", 0, "<PollingTime>0</PollingTime>") +
+         Register("Slow", 4, "<PollingTime>100</PollingTime><pBlockPolling>Blocker</pBlockPolling>") +
+         Node("IntSwissKnife", "Sum",
+              "<pVariable Name=\"A\">Fast</pVariable><pVariable Name=\"B\">Slow</pVariable>"
+              "<Formula>A + B</Formula>"));
+    const std::vector<std::string> all = {"Fast", "Slow", "Sum"};
+    EXPECT_THAT(FiredBy(all, [this] { Map->Poll(60); }), UnorderedElementsAre("Fast", "Sum"));
+    Int("Blocker").SetValue(1);
+    EXPECT_THAT(FiredBy(all, [this] { Map->Poll(1000); }), UnorderedElementsAre("Fast", "Sum"));
+    Int("Blocker").SetValue(0);
+    EXPECT_THAT(FiredBy(all, [this] { Map->Poll(39); }), UnorderedElementsAre("Fast", "Sum"));
+    EXPECT_THAT(FiredBy(all, [this] { Map->Poll(1); }), UnorderedElementsAre("Fast", "Slow", "Sum"));
+    EXPECT_EQ(Map->GetNode("Slow")->GetPollingTime(), 100);
+    EXPECT_EQ(Map->GetNode("Sum")->GetPollingTime(), -1);
+}
+
+TEST_F(InvalidationTest, CallbacksGoWithTheMapOnceEach) {
+    class Counted : public CNodeCallback {
+    public:
+        explicit Counted(int& destroyed) : CNodeCallback(nullptr, cbPostInsideLock), m_destroyed(destroyed) {}
+        void operator()(ECallbackType) const override {}
+        void Destroy() override { ++m_destroyed; }
+
+    private:
+        int& m_destroyed;
+    };
+    int destroyed = 0;
+    Counted first(destroyed);
+    Counted second(destroyed);
+    Load(Value("A"));
+    EXPECT_THROW(Map->GetNode("A")->RegisterCallback(nullptr), GenICam::InvalidArgumentException);
+    const CallbackHandleType handle = Map->GetNode("A")->RegisterCallback(&first);
+    Map->GetNode("A")->RegisterCallback(&second);
+    EXPECT_TRUE(Map->GetNode("A")->DeregisterCallback(handle));
+    EXPECT_EQ(destroyed, 1);
+    Map.reset();
+    EXPECT_EQ(destroyed, 2);
+}
+
+std::string Numbered(int number) {
+    std::string name("N");
+    return name += std::to_string(number);
+}
+
+// Against a model that knows no caches: whatever is written in whatever order, every node shows what follows from the
+// values as they are, although most reads are served from caches.
+TEST_F(InvalidationTest, NothingIsEverStale) {
+    std::mt19937 random(20240607);
+    const auto any = [&random](int limit) { return static_cast<int>(random() % static_cast<unsigned>(limit)); };
+    constexpr int leaves = 12;
+    constexpr int knives = 120;
+    std::string nodes;
+    std::vector<std::function<int64_t()>> expected;
+    std::vector<int64_t> values(leaves, 0);
+    for (int i = 0; i < leaves; ++i) {
+        const char* const cachable[] = {"NoCache", "WriteThrough", "WriteAround"};
+        nodes += i % 2 == 0
+                     ? Value(Numbered(i))
+                     : Register(Numbered(i), 4 * i, std::string("<Cachable>") + cachable[any(3)] + "</Cachable>");
+        expected.push_back([&values, i] { return values[static_cast<size_t>(i)]; });
+    }
+    for (int i = leaves; i < leaves + knives; ++i) {
+        const int a = any(i), b = any(i), kind = any(3);
+        const std::string name = Numbered(i);
+        const std::string names = "<pVariable Name=\"A\">" + Numbered(a) + "</pVariable><pVariable Name=\"B\">" +
+                                  Numbered(b) + "</pVariable>";
+        const auto left = expected[static_cast<size_t>(a)], right = expected[static_cast<size_t>(b)];
+        if (kind == 0) {
+            nodes += Above(name, Numbered(a));
+            expected.push_back(left);
+        } else if (kind == 1) {
+            nodes += Node("IntSwissKnife", name, names + "<Formula>(A + B) &amp; 0xFFFF</Formula>");
+            expected.push_back([=] { return (left() + right()) & 0xFFFF; });
+        } else {
+            nodes += Node("IntSwissKnife", name, names + "<Formula>A &gt; B ? A : B ^ 5</Formula>");
+            expected.push_back([=] { return left() > right() ? left() : right() ^ 5; });
+        }
+    }
+    Load(nodes);
+    for (int round = 0; round < 400; ++round) {
+        const int leaf = any(leaves);
+        values[static_cast<size_t>(leaf)] = any(1000);
+        Int(Numbered(leaf).c_str()).SetValue(values[static_cast<size_t>(leaf)]);
+        for (int look = 0; look < 10; ++look) {
+            const int node = any(leaves + knives);
+            ASSERT_EQ(Int(Numbered(node).c_str()).GetValue(), expected[static_cast<size_t>(node)]())
+                << "node N" << node << " in round " << round;
+        }
+    }
+}
+
+} // namespace

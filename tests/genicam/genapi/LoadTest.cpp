@@ -1,0 +1,441 @@
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <set>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <GenApi/GenApi.h>
+#include <Log/CLog.h>
+
+#include <zip.h>
+
+#include "fakes/LogRecorder.h"
+#include "fakes/TempFolder.h"
+#include "genicam/genapi/MapFixture.h"
+
+// Descriptions on their way into a node map: what is taken, what is refused, and what the refusal says.
+
+namespace {
+
+using namespace GenApi;
+using testing::HasSubstr;
+using tests::Description;
+using tests::MakeMap;
+using tests::MapPtr;
+using tests::Node;
+using tests::Place;
+
+MapPtr MapOf(const std::string& bytes) {
+    return MapPtr(CNodeMapFactory(ContentType_Xml, bytes.data(), bytes.size()).CreateNodeMap());
+}
+
+std::string FailureOf(const std::string& bytes) {
+    try {
+        MapOf(bytes);
+    } catch (const GenICam::RuntimeException& failure) {
+        return failure.GetDescription();
+    }
+    return "loaded";
+}
+
+std::string FileText(const std::filesystem::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+struct BrokenFile {
+    const char* name;
+    std::vector<const char*> told; // parts of the message
+};
+
+void PrintTo(const BrokenFile& file, std::ostream* stream) {
+    *stream << file.name;
+}
+
+const BrokenFile brokenFiles[] = {
+    {"empty", {"line 1"}},
+    {"not_xml", {"line 1"}},
+    {"truncated", {"line 3"}},
+    {"mismatched_tag", {"line 4"}},
+    {"wrong_root", {"line 2, column 1", "'html'", "'RegisterDescription' is needed"}},
+    {"unknown_schema", {"2.0", "1.0 and 1.1"}},
+    {"duplicate_node", {"line 3, column 20", "node 'Twice'"}},
+    {"duplicate_entry", {"line 4, column 1", "'EnumEntry_E_On'"}},
+    {"missing_name", {"line 3, column 3", "'Integer'", "'Name'"}},
+    {"missing_entry_name", {"line 3, column 2", "'EnumEntry'", "'Name'"}},
+    {"missing_length", {"line 3", "node 'R'", "'Length' or 'pLength' is missing"}},
+    {"missing_port", {"line 2", "node 'R'", "'pPort' is missing"}},
+    {"missing_value", {"node 'I'", "'Value' or 'pValue' or 'pIndex' is missing"}},
+    {"missing_command_value", {"node 'C'", "'CommandValue' or 'pCommandValue' is missing"}},
+    {"missing_entry_value", {"'EnumEntry_E_On'", "'Value' is missing"}},
+    {"missing_formula", {"node 'S'", "'Formula' is missing"}},
+    {"missing_formula_from", {"line 3", "node 'C'", "'FormulaFrom' is missing"}},
+    {"missing_msb", {"line 3", "node 'R'", "'Bit' or 'MSB' is missing"}},
+    {"missing_bits_in_structure", {"line 4", "node 'Field'", "'Bit' or 'LSB' is missing"}},
+    {"missing_length_of_structure", {"line 4", "node 'Field'", "'Length' or 'pLength' is missing"}},
+    {"missing_formula_in_address", {"line 3", "node 'Where'", "'Formula' is missing"}},
+    {"dangling_value", {"line 3, column 3", "node 'I'", "'pValue'", "'Nowhere', which does not exist"}},
+    {"dangling_predicate", {"line 2", "node 'I'", "'pIsLocked'", "'Nowhere'"}},
+    {"dangling_variable", {"node 'S'", "'pVariable'", "'Nowhere'"}},
+    {"wrong_kind_of_port", {"line 3", "node 'R'", "'pPort'", "'I' of kind 'Integer'"}},
+    {"wrong_kind_of_value", {"node 'I'", "'pValue'", "'Root' of kind 'Category'"}},
+    {"wrong_kind_of_text", {"node 'S'", "'pValue'", "'I' of kind 'Integer'"}},
+    {"wrong_kind_of_address", {"node 'R'", "'pAddress'", "'S' of kind 'StringReg'"}},
+    {"bad_integer", {"line 2, column 19", "node 'I'", "'Value'", "'12 apples'"}},
+    {"bad_hexadecimal", {"node 'R'", "'Address'", "'0xZZ'"}},
+    {"too_large_integer", {"node 'I'", "'Max'", "'99999999999999999999999'"}},
+    {"bad_float", {"node 'F'", "'Value'", "'1,5'"}},
+    {"bad_access_mode", {"line 3", "node 'R'", "'AccessMode'", "'ReadOnly'"}},
+    {"bad_visibility", {"node 'I'", "'Visibility'", "'Everybody'"}},
+    {"bad_endianess", {"node 'R'", "'Endianess'", "'MiddleEndian'"}},
+    {"empty_reference", {"node 'I'", "'pValue'", "''"}},
+    {"entity_bomb", {"line 4", "node 'Bomb'", "'&c;'"}},
+    {"external_entity", {"line 4", "node 'Leak'", "'&file;'"}},
+};
+
+class BrokenFileTest : public testing::TestWithParam<BrokenFile> {};
+
+TEST_P(BrokenFileTest, IsRefusedWithPlaceNodeAndProperty) {
+    const std::string path = std::string(BAD_DESCRIPTIONS) + "/" + GetParam().name + ".xml";
+    try {
+        MapPtr(CNodeMapFactory(ContentType_Xml, path.c_str()).CreateNodeMap());
+        FAIL() << "loaded";
+    } catch (const GenICam::RuntimeException& failure) {
+        EXPECT_THAT(failure.GetDescription(), HasSubstr("Cannot load the camera description: "));
+        for (const char* part : GetParam().told)
+            EXPECT_THAT(failure.GetDescription(), HasSubstr(part));
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Corpus, BrokenFileTest, testing::ValuesIn(brokenFiles),
+                         [](const auto& each) { return std::string(each.param.name); });
+
+TEST(BrokenCorpusTest, EachFileHasItsCase) {
+    std::set<std::string> known;
+    for (const BrokenFile& file : brokenFiles)
+        known.insert(std::string(file.name) + ".xml");
+    std::set<std::string> found;
+    for (const auto& entry : std::filesystem::directory_iterator(BAD_DESCRIPTIONS))
+        found.insert(entry.path().filename().string());
+    EXPECT_EQ(found, known);
+}
+
+// Cut off or damaged anywhere, a description is refused or taken, but never worse.
+TEST(BrokenCorpusTest, DamageNeverDoesMoreThanFail) {
+    const std::string whole =
+        Description(Node("Port", "Device", "") + Node("IntReg", "R", Place(0, 4, "<pIsLocked>E</pIsLocked>")) +
+                    "<Enumeration Name=\"E\"><EnumEntry Name=\"On\"><Value>1</Value></EnumEntry><Value>1</Value>"
+                    "</Enumeration><StructReg Comment=\"s\">" +
+                    Place(8, 4) + "<StructEntry Name=\"F\"><Bit>3</Bit></StructEntry></StructReg>");
+    std::size_t refused = 0;
+    for (std::size_t end = 0; end < whole.size(); end += 3)
+        refused += FailureOf(whole.substr(0, end)) != "loaded";
+    EXPECT_EQ(refused, (whole.size() + 2) / 3);
+    refused = 0;
+    for (std::size_t at = 0; at < whole.size(); ++at) {
+        for (const char damage : {'<', '>', '&', '"', '0'}) {
+            std::string damaged = whole;
+            damaged[at] = damage;
+            refused += FailureOf(damaged) != "loaded";
+        }
+    }
+    EXPECT_GT(refused, whole.size());
+}
+
+std::size_t Warnings(const Fakes::LogRecorder& log, const char* text) {
+    return log.Count("GenApi", GenICam::LogPriority_Warn, text);
+}
+
+class LoadTest : public tests::MapTest {
+protected:
+    std::string Names() {
+        NodeList_t nodes;
+        Map->GetNodes(nodes);
+        std::string names;
+        for (INode* node : nodes)
+            names += std::string(node->GetName()) + " ";
+        return names;
+    }
+};
+
+TEST_F(LoadTest, NodesStandInTheOrderOfTheFileWhateverGroupsThem) {
+    Load("<Group Comment=\"outer\"><Group>" + Node("Integer", "First", "<Value>1</Value>") + "</Group><Group/>" +
+         Node("Node", "Second", "") + "</Group>" +
+         "<Enumeration Name=\"Third\"><EnumEntry Name=\"A\"><Value>0</Value></EnumEntry><Value>0</Value>"
+         "<EnumEntry Name=\"B\"><Value>1</Value></EnumEntry></Enumeration>"
+         "<!-- comment --><?processing instruction?>" +
+         Node("Float", "Last", "<Value>0</Value>"));
+    EXPECT_EQ(Names(), "First Second Third EnumEntry_Third_A EnumEntry_Third_B Last Device ");
+    EXPECT_EQ(Map->GetNumNodes(), 7u);
+}
+
+TEST_F(LoadTest, GroupsNestAsDeepAsTheyLike) {
+    std::string nodes = Node("Integer", "Deep", "<Value>7</Value>");
+    for (int depth = 0; depth < 20000; ++depth)
+        nodes = "<Group>" + nodes + "</Group>";
+    Load(nodes);
+    EXPECT_EQ(Int("Deep").GetValue(), 7);
+}
+
+TEST_F(LoadTest, ValuesAreTrimmedButForTheTextOfAString) {
+    Load(Node("Integer", "I", "<Unit>\n  mm \t</Unit><Value>\n 0x1F\n</Value>") +
+         Node("String", "S", "<Value>  two  words </Value>") + Node("String", "Blank", "<Value>   </Value>") +
+         Node("String", "None", "<Value/>") +
+         Node("String", "Marked", "<Value>a&lt;b<![CDATA[&<c>]]><!-- x -->d</Value>"));
+    EXPECT_EQ(Int("I").GetValue(), 31);
+    EXPECT_EQ(Int("I").GetUnit(), "mm");
+    EXPECT_EQ(Text("S"), "  two  words ");
+    EXPECT_EQ(Text("Blank"), "   ");
+    EXPECT_EQ(Text("None"), "");
+    EXPECT_EQ(Text("Marked"), "a<b&<c>d");
+}
+
+TEST_F(LoadTest, NumbersAreReadInAllTheirForms) {
+    Load(Node("Integer", "Negative", "<Value>-5</Value>") +
+         Node("Integer", "Hex", "<Value>0xFFFFFFFFFFFFFFFF</Value>") +
+         Node("Integer", "Large", "<Value>9223372036854775808</Value>") +
+         Node("Integer", "Whole", "<Value>4.0</Value>") + Node("Float", "Exponent", "<Value>-1.5E3</Value>") +
+         Node("Float", "Infinite", "<Value>0</Value><Max>INF</Max>") + Node("Boolean", "Word", "<Value>true</Value>"));
+    EXPECT_EQ(Int("Negative").GetValue(), -5);
+    EXPECT_EQ(Int("Hex").GetValue(), -1);
+    EXPECT_EQ(Int("Large").GetValue(), INT64_MIN) << "the same 64 bits";
+    EXPECT_EQ(Int("Whole").GetValue(), 4);
+    EXPECT_EQ(Float("Exponent").GetValue(), -1500.0);
+    EXPECT_EQ(Text("Word"), "1");
+}
+
+TEST_F(LoadTest, PrefixesAndForeignAttributesDoNotMatter) {
+    const std::string text = R"(<g:RegisterDescription xmlns:g="http://www.genicam.org/GenApi/Version_1_0"
+  xmlns:xsi="x" xsi:schemaLocation="y" SchemaMajorVersion="1" SchemaMinorVersion="0">
+<g:Integer Name="I" Color="red"><g:Value>3</g:Value></g:Integer></g:RegisterDescription>)";
+    Map = MapOf(text);
+    EXPECT_EQ(Int("I").GetValue(), 3);
+}
+
+TEST_F(LoadTest, WhatIsNotKnownIsToldOnceAndIgnored) {
+    const Fakes::LogRecorder log("GenApi");
+    Load("<Gadget Name=\"G\"><Value>1</Value></Gadget>" +
+         Node("Integer", "A", "<Colour>red</Colour><Value>1</Value><Extension><Value>2</Value><Any/></Extension>") +
+         Node("Integer", "B", "<Colour>blue</Colour><Value>1</Value>") + Node("StructEntry", "Stray", "<Bit>0</Bit>"));
+    EXPECT_EQ(Names(), "A B Device ");
+    EXPECT_EQ(Int("A").GetValue(), 1) << "what stands in an extension is none of ours";
+    EXPECT_EQ(Warnings(log, "element 'Colour'"), 1u);
+    EXPECT_EQ(Warnings(log, "element 'Gadget'"), 1u);
+    EXPECT_EQ(Warnings(log, "Extension"), 0u);
+}
+
+TEST_F(LoadTest, ReferencesForShowAreDroppedWithAWarningIfTheyLeadNowhere) {
+    const Fakes::LogRecorder log("GenApi");
+    Load(Node("Category", "Root", "<pFeature>Gone</pFeature><pFeature>I</pFeature>") +
+         Node("Integer", "I",
+              "<pAlias>Gone</pAlias><pInvalidator>Gone</pInvalidator><pError>Gone</pError><Value>1</Value>"
+              "<pSelected>Gone</pSelected>"));
+    FeatureList_t features;
+    As<ICategory>("Root").GetFeatures(features);
+    ASSERT_EQ(features.size(), 1u);
+    EXPECT_EQ(features[0]->GetNode()->GetName(), "I");
+    EXPECT_EQ(Map->GetNode("I")->GetAlias(), nullptr);
+    EXPECT_FALSE(As<ISelector>("I").IsSelector());
+    EXPECT_NO_THROW(Int("I").SetValue(2)) << "nor is there an error node to ask";
+    for (const char* property : {"'pFeature'", "'pAlias'", "'pInvalidator'", "'pError'", "'pSelected'"})
+        EXPECT_EQ(Warnings(log, property), 1u) << property;
+}
+
+TEST_F(LoadTest, KindsOfOtherBusesAreThereButNotImplemented) {
+    Load("<ConfRom Name=\"Rom\"><Address>0</Address><Length>4</Length><pPort>Device</pPort>"
+         "<TextDesc Name=\"Vendor\">0x81</TextDesc><IntKey Name=\"Id\">3</IntKey></ConfRom>" +
+         Node("SmartFeature", "Smart", "<FeatureID>{1}</FeatureID><pPort>Device</pPort>") +
+         Node("Integer", "Above", "<pValue>Id</pValue>"));
+    for (const char* name : {"Rom", "Vendor", "Id", "Smart", "Above"})
+        EXPECT_EQ(Mode(name), NI) << name;
+    EXPECT_THROW(Int("Above").GetValue(), GenICam::AccessException);
+}
+
+TEST_F(LoadTest, TheRootElementTellsWhatTheDescriptionIsOf) {
+    Load("");
+    auto& info = dynamic_cast<IDeviceInfo&>(*Map);
+    EXPECT_EQ(info.GetModelName(), "Model");
+    EXPECT_EQ(info.GetVendorName(), "Vendor");
+    EXPECT_EQ(info.GetStandardNameSpace(), "None");
+    EXPECT_EQ(info.GetVersionGuid(), "1F3C6A70-7B3E-4E4B-8A27-6F00D0000002");
+    GenICam::Version_t version;
+    info.GetDeviceVersion(version);
+    EXPECT_EQ(version.Major * 100 + version.Minor * 10 + version.SubMinor, 123);
+    info.GetSchemaVersion(version);
+    EXPECT_EQ(version.Minor, 1);
+}
+
+TEST(EncodingTest, TextsOfOtherEncodingsAreTaken) {
+    const std::string head = "<?xml version=\"1.0\" encoding=\"";
+    const std::string body = "\"?><RegisterDescription><String Name=\"S\"><Value>";
+    const std::string tail = "</Value></String></RegisterDescription>";
+    const std::string utf8 = head + "utf-8" + body + "\xC3\xA9\xF0\x9F\x98\x80" + tail;
+    std::string utf16le = "\xFF\xFE";
+    std::string utf16be = "\xFE\xFF";
+    for (const char16_t unit : u"<RegisterDescription><String Name=\"S\"><Value>\u00E9\U0001F600</Value></String>"
+                               u"</RegisterDescription>") {
+        if (unit == 0)
+            break;
+        utf16le += {static_cast<char>(unit & 0xFF), static_cast<char>(unit >> 8)};
+        utf16be += {static_cast<char>(unit >> 8), static_cast<char>(unit & 0xFF)};
+    }
+    for (const std::string& text : {utf8, "\xEF\xBB\xBF" + utf8, utf16le, utf16be}) {
+        const MapPtr map = MapOf(text);
+        EXPECT_EQ(dynamic_cast<IString&>(*map->GetNode("S")).GetValue(), "\xC3\xA9\xF0\x9F\x98\x80");
+    }
+    const MapPtr latin = MapOf(head + "ISO-8859-1" + body + "\xE9" + tail);
+    EXPECT_EQ(dynamic_cast<IString&>(*latin->GetNode("S")).GetValue(), "\xC3\xA9");
+    EXPECT_EQ(MapOf(utf16le.substr(0, utf16le.size() / 2 * 2) + '\0')->GetNumNodes(), 1u)
+        << "an odd byte behind the end";
+}
+
+TEST(EncodingTest, WhatFollowsTheTextInDeviceMemoryIsIgnored) {
+    const std::string text = Description(Node("Integer", "I", "<Value>1</Value>"));
+    EXPECT_EQ(MapOf(text + std::string(100, '\0') + "rubbish")->GetNumNodes(), 1u);
+    EXPECT_EQ(MapOf(text + std::string(100, '\xFF'))->GetNumNodes(), 1u);
+    EXPECT_EQ(MapOf(text + " \r\n\t")->GetNumNodes(), 1u);
+}
+
+std::string Zipped(const std::vector<std::pair<std::string, std::string>>& entries) {
+    const Fakes::TempFolder folder;
+    const std::filesystem::path path = folder.Path() / "description.zip";
+    zip_t* archive = zip_open(path.c_str(), ZIP_CREATE | ZIP_TRUNCATE, nullptr);
+    for (const auto& [name, text] : entries)
+        zip_file_add(archive, name.c_str(), zip_source_buffer(archive, text.data(), text.size(), 0), ZIP_FL_OVERWRITE);
+    EXPECT_EQ(zip_close(archive), 0);
+    return FileText(path);
+}
+
+TEST(ZipTest, TheFirstEntryIsTheDescriptionWhateverTheCallerCallsIt) {
+    const std::string archive = Zipped(
+        {{"camera.xml", Description(Node("Integer", "I", "<Value>5</Value>"))}, {"readme.txt", "not looked at"}});
+    for (const EContentType_t type : {ContentType_Xml, ContentType_ZippedXml}) {
+        const MapPtr map(CNodeMapFactory(type, archive.data(), archive.size()).CreateNodeMap());
+        EXPECT_NE(map->GetNode("I"), nullptr);
+    }
+}
+
+TEST(ZipTest, BrokenArchivesAndBombsAreRefused) {
+    const std::string good = Zipped({{"a.xml", Description("")}});
+    EXPECT_THAT(FailureOf(good.substr(0, good.size() / 2)), HasSubstr("Cannot unpack the camera description"));
+    EXPECT_THAT(FailureOf("PK\x03\x04 and then nothing"), HasSubstr("Cannot unpack"));
+    std::string flipped = good;
+    flipped[45] = static_cast<char>(flipped[45] ^ 0x55);
+    EXPECT_NE(FailureOf(flipped), "loaded");
+    const std::string bomb = Zipped({{"a.xml", std::string(65u << 20, ' ')}});
+    ASSERT_LT(bomb.size(), 1u << 20);
+    EXPECT_THAT(FailureOf(bomb), HasSubstr("more than 67108864 bytes"));
+}
+
+TEST(FactoryTest, FilesThatCannotBeReadAreNamed) {
+    CNodeMapFactory factory(ContentType_Xml, "/nowhere/at/all.xml");
+    EXPECT_FALSE(factory.IsLoaded()) << "nothing is read before it is needed";
+    try {
+        factory.CreateNodeMap();
+        FAIL();
+    } catch (const GenICam::RuntimeException& failure) {
+        EXPECT_THAT(failure.GetDescription(), HasSubstr("/nowhere/at/all.xml"));
+    }
+    EXPECT_THROW(CNodeMapFactory().CreateNodeMap(), GenICam::RuntimeException);
+    EXPECT_THROW(CNodeMapFactory(ContentType_Xml, static_cast<const void*>(nullptr), 0),
+                 GenICam::InvalidArgumentException);
+    EXPECT_THROW(CNodeMapFactory(Description("").c_str(), CacheUsage_ForceRead).CreateNodeMap(),
+                 GenICam::RuntimeException);
+}
+
+TEST(FactoryTest, TheSourceMayGoOnceItIsReleased) {
+    auto text = std::make_unique<std::string>(Description(Node("Integer", "I", "<Value>5</Value>")));
+    CNodeMapFactory factory(ContentType_Xml, text->data(), text->size());
+    const CNodeMapFactory copy = factory;
+    EXPECT_FALSE(copy.IsEmpty());
+    const MapPtr kept(factory.CreateNodeMap("Cam", false));
+    EXPECT_FALSE(factory.IsCameraDescriptionFileDataReleased());
+    EXPECT_TRUE(copy.IsLoaded());
+    factory.ReleaseCameraDescriptionFileData();
+    text->assign(text->size(), 'x');
+    text.reset();
+    EXPECT_TRUE(copy.IsCameraDescriptionFileDataReleased());
+    const MapPtr second(factory.CreateNodeMap());
+    EXPECT_EQ(kept->GetDeviceName(), "Cam");
+    EXPECT_NE(second->GetNode("I"), nullptr);
+}
+
+TEST(FactoryTest, TextsForShowCanBeLeftOut) {
+    const std::string text =
+        Description(Node("Integer", "I", "<ToolTip>tip</ToolTip><DisplayName>name</DisplayName><Value>5</Value>"));
+    const MapPtr full(CNodeMapFactory(text.c_str()).CreateNodeMap());
+    const MapPtr bare(CNodeMapFactory(text.c_str(), CacheUsage_Automatic, true).CreateNodeMap());
+    EXPECT_EQ(full->GetNode("I")->GetToolTip(), "tip");
+    EXPECT_EQ(full->GetNode("I")->GetDisplayName(), "name");
+    EXPECT_EQ(bare->GetNode("I")->GetToolTip(), "");
+    EXPECT_EQ(bare->GetNode("I")->GetDisplayName(), "I");
+}
+
+TEST(FactoryTest, StatisticsCountWhatWasRead) {
+    CNodeMapFactory factory(
+        Description(Node("Integer", "A", "<Value>1</Value>") + Node("Integer", "B", "<pValue>A</pValue>")).c_str());
+    const NodeStatistics_t statistics = factory.GetNodeStatistics();
+    EXPECT_EQ(statistics.NumNodes, 2u);
+    EXPECT_EQ(statistics.NumLinks, 1u);
+    EXPECT_EQ(statistics.NumProperties, 2u);
+}
+
+TEST(HostileTest, NamesAndNumbersOfThingsAreLimited) {
+    EXPECT_THAT(FailureOf(Description(Node("Integer", std::string(2000, 'N'), "<Value>1</Value>"))),
+                HasSubstr("2000 characters"));
+    EXPECT_THAT(FailureOf(std::string((64u << 20) + 1, ' ')), HasSubstr("67108865 bytes"));
+    std::string tags;
+    while (tags.size() < (60u << 20))
+        tags += "<a/><a/><a/><a/><a/><a/><a/><a/><a/><a/><a/><a/><a/><a/><a/><a/>";
+    std::replace(tags.begin(), tags.end(), '/', '<');
+    EXPECT_THAT(FailureOf(tags), HasSubstr("tags"));
+}
+
+TEST(HostileTest, ManyReferencesInAStructureOfManyEntriesAreRefusedInTime) {
+    std::string structure = "<StructReg Comment=\"s\">" + Place(0, 4);
+    for (int i = 0; i < 20000; ++i)
+        structure += "<pInvalidator>Device</pInvalidator>";
+    for (int i = 0; i < 20000; ++i)
+        structure += "<StructEntry Name=\"F" + std::to_string(i) + "\"><Bit>0</Bit></StructEntry>";
+    EXPECT_THAT(FailureOf(Description(structure + "</StructReg>" + Node("Port", "Device", ""))),
+                HasSubstr("references"));
+}
+
+TEST(RealDescriptionsTest, AllLoadAndAnswerForEachNode) {
+    const char* folder = std::getenv("ZELMO_TEST_DESCRIPTIONS");
+    if (folder == nullptr)
+        GTEST_SKIP() << "ZELMO_TEST_DESCRIPTIONS names no folder with descriptions";
+    std::size_t files = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+        if (entry.path().extension() != ".xml")
+            continue;
+        ++files;
+        SCOPED_TRACE(entry.path().string());
+        const MapPtr map(CNodeMapFactory(ContentType_Xml, entry.path().c_str()).CreateNodeMap());
+        NodeList_t nodes;
+        map->GetNodes(nodes);
+        EXPECT_GT(nodes.size(), 10u);
+        for (INode* node : nodes) {
+            EXPECT_EQ(map->GetNode(node->GetName()), node);
+            gcstring_vector names;
+            node->GetPropertyNames(names);
+            for (const auto& name : names) {
+                GenICam::gcstring value, attribute;
+                EXPECT_TRUE(node->GetProperty(name, value, attribute)) << node->GetName() << "." << name;
+            }
+            EXPECT_NO_THROW(node->GetAccessMode()) << node->GetName();
+        }
+        gcstring_vector errors;
+        EXPECT_TRUE(map->ParseSwissKnifes(&errors)) << (errors.empty() ? "" : errors[0].c_str());
+    }
+    EXPECT_GT(files, 0u);
+}
+
+} // namespace

@@ -1,0 +1,334 @@
+#include <cfloat>
+#include <cstdint>
+#include <limits>
+#include <numeric>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <GenApi/GenApi.h>
+
+#include "genicam/genapi/MapFixture.h"
+#include "genicam/genapi/nodes/RawCache.h"
+
+// Registers: which bytes are read and written, and what number, text or bit field they are.
+
+namespace {
+
+using namespace GenApi;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using tests::Node;
+using tests::Place;
+
+typedef std::vector<uint8_t> Bytes;
+
+class RegisterTest : public tests::MapTest {
+protected:
+    void Fill(size_t address, const Bytes& bytes) {
+        std::copy(bytes.begin(), bytes.end(), Port.Memory.begin() + static_cast<std::ptrdiff_t>(address));
+    }
+    Bytes At(size_t address, size_t length) const {
+        const auto begin = Port.Memory.begin() + static_cast<std::ptrdiff_t>(address);
+        return {begin, begin + static_cast<std::ptrdiff_t>(length)};
+    }
+};
+
+struct IntegerForm {
+    int length;
+    const char* elements;
+    Bytes bytes;
+    int64_t value;
+};
+
+class IntegerFormTest : public RegisterTest, public testing::WithParamInterface<IntegerForm> {};
+
+TEST_P(IntegerFormTest, IsReadAndWrittenInTheSameBytes) {
+    const auto& [length, elements, bytes, value] = GetParam();
+    Load(Node("IntReg", "R", Place(16, length, elements)));
+    Fill(16, bytes);
+    EXPECT_EQ(Int("R").GetValue(), value);
+    Fill(16, Bytes(bytes.size(), 0));
+    Int("R").SetValue(value, false);
+    EXPECT_EQ(At(16, bytes.size()), bytes);
+    EXPECT_EQ(Port.Memory[16 + bytes.size()], 0) << "nothing behind it is touched";
+}
+
+const char* const little = "<Endianess>LittleEndian</Endianess>";
+const char* const big = "<Endianess>BigEndian</Endianess>";
+const char* const littleSigned = "<Sign>Signed</Sign><Endianess>LittleEndian</Endianess>";
+const char* const bigSigned = "<Sign>Signed</Sign><Endianess>BigEndian</Endianess>";
+
+INSTANTIATE_TEST_SUITE_P(
+    All, IntegerFormTest,
+    testing::Values(IntegerForm{1, little, {0xFF}, 255}, IntegerForm{1, littleSigned, {0xFF}, -1},
+                    IntegerForm{2, little, {0x34, 0x12}, 0x1234}, IntegerForm{2, big, {0x12, 0x34}, 0x1234},
+                    IntegerForm{3, bigSigned, {0xFF, 0xFF, 0xFE}, -2}, IntegerForm{3, "", {1, 2, 3}, 0x030201},
+                    IntegerForm{4, bigSigned, {0x80, 0, 0, 0}, INT32_MIN},
+                    IntegerForm{4, little, {0, 0, 0, 0x80}, 0x80000000},
+                    IntegerForm{7, big, {1, 0, 0, 0, 0, 0, 2}, 0x01000000000002},
+                    IntegerForm{8, little, {1, 0, 0, 0, 0, 0, 0, 0x80}, INT64_MIN + 1},
+                    IntegerForm{8, bigSigned, {0x7F, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF}, INT64_MAX}));
+
+struct BitField {
+    const char* bits; // elements
+    bool bigEndian;
+    uint32_t mask; // of the register's value
+    int shift;
+};
+
+class BitFieldTest : public RegisterTest, public testing::WithParamInterface<BitField> {};
+
+TEST_P(BitFieldTest, IsReadAndWrittenWithoutItsNeighbours) {
+    const auto& [bits, bigEndian, mask, shift] = GetParam();
+    const char* const order = bigEndian ? big : little;
+    Load(Node("MaskedIntReg", "Field", Place(4, 4, std::string(bits) + order)) +
+         Node("MaskedIntReg", "Signed", Place(4, 4, std::string(bits) + "<Sign>Signed</Sign>" + order)) +
+         Node("IntReg", "Whole", Place(4, 4, order)));
+    Int("Whole").SetValue(0xA5C3F00F);
+    EXPECT_EQ(Int("Field").GetValue(), static_cast<int64_t>((0xA5C3F00Fu & mask) >> shift));
+    const int64_t highest = static_cast<int64_t>(mask >> shift);
+    EXPECT_EQ(Int("Field").GetMin(), 0);
+    EXPECT_EQ(Int("Field").GetMax(), highest);
+    EXPECT_EQ(Int("Signed").GetMin(), -(highest / 2) - 1);
+    EXPECT_EQ(Int("Signed").GetMax(), highest / 2);
+    Int("Field").SetValue(0);
+    EXPECT_EQ(Int("Whole").GetValue(), 0xA5C3F00Fu & ~mask);
+    Int("Whole").SetValue(0);
+    Int("Signed").SetValue(-1);
+    EXPECT_EQ(Int("Whole").GetValue(), mask);
+    EXPECT_EQ(Int("Signed").GetValue(), -1);
+    EXPECT_THROW(Int("Field").SetValue(highest + 1), GenICam::OutOfRangeException);
+    EXPECT_THROW(Int("Field").SetValue(highest + 1, false), GenICam::OutOfRangeException);
+    EXPECT_EQ(Int("Whole").GetValue(), mask) << "a refused value changes nothing";
+}
+
+INSTANTIATE_TEST_SUITE_P(All, BitFieldTest,
+                         testing::Values(BitField{"<LSB>4</LSB><MSB>11</MSB>", false, 0xFF0, 4},
+                                         BitField{"<LSB>11</LSB><MSB>4</MSB>", false, 0xFF0, 4},
+                                         BitField{"<LSB>11</LSB><MSB>4</MSB>", true, 0x0FF00000, 20},
+                                         BitField{"<LSB>4</LSB><MSB>11</MSB>", true, 0x0FF00000, 20},
+                                         BitField{"<LSB>31</LSB><MSB>0</MSB>", true, 0xFFFFFFFF, 0},
+                                         BitField{"<LSB>0</LSB><MSB>31</MSB>", false, 0xFFFFFFFF, 0},
+                                         BitField{"<LSB>0</LSB><MSB>2</MSB>", false, 7, 0},
+                                         BitField{"<LSB>31</LSB><MSB>30</MSB>", true, 3, 0}));
+
+TEST_F(RegisterTest, SingleBitsAreCountedFromTheByteOrdersOwnEnd) {
+    Load(Node("MaskedIntReg", "FirstBig", Place(0, 4, std::string("<Bit>0</Bit>") + big)) +
+         Node("MaskedIntReg", "LastBig", Place(0, 4, std::string("<Bit>31</Bit>") + big)) +
+         Node("MaskedIntReg", "First", Place(0, 4, std::string("<Bit>0</Bit>") + little)) +
+         Node("MaskedIntReg", "Signed", Place(0, 4, std::string("<Bit>0</Bit><Sign>Signed</Sign>") + little)));
+    Int("FirstBig").SetValue(1);
+    EXPECT_THAT(At(0, 4), ElementsAre(0x80, 0, 0, 0));
+    Int("LastBig").SetValue(1);
+    EXPECT_THAT(At(0, 4), ElementsAre(0x80, 0, 0, 1));
+    Int("First").SetValue(1);
+    EXPECT_THAT(At(0, 4), ElementsAre(0x81, 0, 0, 1));
+    EXPECT_EQ(Int("Signed").GetValue(), -1) << "one bit with a sign is 0 or -1";
+}
+
+TEST_F(RegisterTest, AFieldIsWrittenOverWhatIsCachedAndOverZerosWhereNothingCanBeRead) {
+    Load(Node("MaskedIntReg", "Low", Place(0, 2, "<LSB>0</LSB><MSB>7</MSB>")) +
+         Node("MaskedIntReg", "Blind",
+              "<Address>4</Address><Length>2</Length><AccessMode>WO</AccessMode><pPort>Device</pPort>"
+              "<LSB>0</LSB><MSB>7</MSB>") +
+         Node("MaskedIntReg", "Fresh", Place(8, 2, "<Cachable>NoCache</Cachable><LSB>0</LSB><MSB>7</MSB>")));
+    Fill(0, {0x11, 0x22});
+    Int("Low").SetValue(0x33);
+    EXPECT_THAT(At(0, 2), ElementsAre(0x33, 0x22));
+    const int reads = Port.Reads;
+    Port.Memory[1] = 0x99; // changed behind the cache
+    Int("Low").SetValue(0x44);
+    EXPECT_THAT(At(0, 2), ElementsAre(0x44, 0x22));
+    Fill(4, {0x11, 0x22});
+    Int("Blind").SetValue(0x33);
+    EXPECT_THAT(At(4, 2), ElementsAre(0x33, 0));
+    EXPECT_EQ(Port.Reads, reads);
+    Fill(8, {0x11, 0x22});
+    Int("Fresh").SetValue(0x33);
+    EXPECT_THAT(At(8, 2), ElementsAre(0x33, 0x22));
+    EXPECT_EQ(Port.Reads, reads + 1);
+}
+
+TEST_F(RegisterTest, FieldsOutsideTheirRegisterFailWhenUsed) {
+    Load(Node("MaskedIntReg", "F", Place(0, 2, "<LSB>8</LSB><MSB>16</MSB>")) +
+         Node("MaskedIntReg", "Negative", Place(0, 2, "<Bit>-3</Bit>")) + Node("IntReg", "Long", Place(0, 9)) +
+         Node("IntReg", "Empty", Place(0, 0)) + Node("FloatReg", "Odd", Place(0, 6)) +
+         Node("Register", "Huge", Place(0, 0x7FFFFFFF)));
+    EXPECT_THROW(Int("F").GetValue(), GenICam::RuntimeException);
+    EXPECT_THROW(Int("Negative").SetValue(0), GenICam::RuntimeException);
+    EXPECT_THROW(Int("Long").GetValue(), GenICam::RuntimeException);
+    EXPECT_THROW(Int("Empty").GetMax(), GenICam::RuntimeException);
+    EXPECT_THROW(Float("Odd").GetValue(), GenICam::RuntimeException);
+    EXPECT_THROW(As<IRegister>("Huge").GetLength(), GenICam::RuntimeException) << "64 MiB at most";
+    EXPECT_EQ(Port.Reads + Port.Writes, 0);
+}
+
+TEST_F(RegisterTest, StructuresExpandToFieldsThatShareTheirRegister) {
+    Load("<StructReg Comment=\"Status\"><ToolTip>shared</ToolTip><Visibility>Guru</Visibility><Address>8</Address>"
+         "<Length>4</Length><AccessMode>RW</AccessMode><pPort>Device</pPort><Cachable>NoCache</Cachable>"
+         "<Endianess>BigEndian</Endianess>"
+         "<StructEntry Name=\"High\"><LSB>15</LSB><MSB>0</MSB></StructEntry>"
+         "<StructEntry Name=\"Flag\"><ToolTip>own</ToolTip><AccessMode>RO</AccessMode>"
+         "<Cachable>WriteThrough</Cachable><Bit>31</Bit></StructEntry></StructReg>");
+    Fill(8, {0x12, 0x34, 0, 1});
+    EXPECT_EQ(Int("High").GetValue(), 0x1234);
+    EXPECT_EQ(Int("Flag").GetValue(), 1);
+    EXPECT_EQ(Mode("High"), RW);
+    EXPECT_EQ(Mode("Flag"), RO) << "what the entry says itself counts";
+    EXPECT_EQ(Map->GetNode("High")->GetToolTip(), "shared");
+    EXPECT_EQ(Map->GetNode("Flag")->GetToolTip(), "own");
+    EXPECT_EQ(Map->GetNode("Flag")->GetVisibility(), Guru);
+    EXPECT_FALSE(Map->GetNode("High")->IsCachable());
+    EXPECT_TRUE(Map->GetNode("Flag")->IsCachable());
+    EXPECT_EQ(As<IRegister>("Flag").GetAddress(), 8);
+    EXPECT_EQ(Map->GetNode("Status"), nullptr);
+}
+
+TEST_F(RegisterTest, AnAddressIsASumAndAnIndexCountsInItsOffset) {
+    Load(
+        Node("Integer", "Base", "<Value>0x20</Value>") + Node("Integer", "Index", "<Value>3</Value>") +
+        Node("Integer", "Step", "<Value>5</Value>") +
+        Node("IntReg", "Sum",
+             "<Address>1</Address><Address>2</Address><pAddress>Base</pAddress><pIndex Offset=\"16\">Index</pIndex>"
+             "<IntSwissKnife Name=\"Extra\"><pVariable Name=\"I\">Index</pVariable><Formula>I*100</Formula>"
+             "</IntSwissKnife><Length>2</Length><pPort>Device</pPort>") +
+        Node("IntReg", "ByLength", "<pIndex>Index</pIndex><Length>4</Length><pPort>Device</pPort>") +
+        Node("IntReg", "ByNode", "<pIndex pOffset=\"Step\">Index</pIndex><Length>4</Length><pPort>Device</pPort>") +
+        Node("IntReg", "Wrapping", "<Address>-1</Address><Address>9</Address><Length>1</Length><pPort>Device</pPort>"));
+    EXPECT_EQ(As<IRegister>("Sum").GetAddress(), 3 + 0x20 + 48 + 300);
+    EXPECT_EQ(As<IRegister>("ByLength").GetAddress(), 12);
+    EXPECT_EQ(As<IRegister>("ByNode").GetAddress(), 15);
+    EXPECT_EQ(As<IRegister>("Wrapping").GetAddress(), 8);
+    EXPECT_EQ(Int("Extra").GetValue(), 300) << "a formula inside an address is a node of its own";
+    Int("Index").SetValue(0);
+    EXPECT_EQ(As<IRegister>("Sum").GetAddress(), 3 + 0x20);
+    EXPECT_EQ(As<IRegister>("ByLength").GetAddress(), 0);
+}
+
+TEST_F(RegisterTest, AMovedRegisterForgetsWhatItReadElsewhere) {
+    Load(Node("Integer", "Selector", "<Value>0</Value>") +
+         Node("IntReg", "Bank",
+              "<pIndex Offset=\"4\">Selector</pIndex><Length>4</Length><AccessMode>RW</AccessMode>"
+              "<pPort>Device</pPort>") +
+         Node("Integer", "Feature", "<pValue>Bank</pValue>"));
+    Fill(0, {10, 0, 0, 0, 20, 0, 0, 0, 30, 0, 0, 0});
+    EXPECT_EQ(Int("Feature").GetValue(), 10);
+    Int("Selector").SetValue(2);
+    EXPECT_EQ(Int("Feature").GetValue(), 30);
+    Int("Feature").SetValue(31);
+    EXPECT_EQ(Port.Memory[8], 31);
+    Port.Memory[0] = 11;
+    Int("Selector").SetValue(0);
+    EXPECT_EQ(Int("Feature").GetValue(), 11) << "read anew";
+}
+
+TEST_F(RegisterTest, AVariableLengthIsFollowed) {
+    Load(Node("Integer", "Size", "<Value>2</Value>") +
+         Node("Register", "R",
+              "<Address>0</Address><pLength>Size</pLength><AccessMode>RW</AccessMode>"
+              "<pPort>Device</pPort>"));
+    Fill(0, {1, 2, 3, 4});
+    EXPECT_EQ(Text("R"), "0x0102");
+    Int("Size").SetValue(4);
+    EXPECT_EQ(Text("R"), "0x01020304");
+    Int("Size").SetValue(-1);
+    EXPECT_THROW(Text("R"), GenICam::RuntimeException);
+    Int("Size").SetValue(0);
+    EXPECT_EQ(As<IRegister>("R").GetLength(), 0);
+}
+
+TEST_F(RegisterTest, BytesAreReadInPartAndWrittenPadded) {
+    Load(Node("Register", "R", Place(8, 4)) + Node("IntReg", "I", Place(8, 4)));
+    auto& bytes = As<IRegister>("R");
+    const uint8_t two[] = {0xAA, 0xBB};
+    Fill(8, {1, 2, 3, 4, 5});
+    bytes.Set(two, 2);
+    EXPECT_THAT(At(8, 5), ElementsAre(0xAA, 0xBB, 0, 0, 5));
+    EXPECT_EQ(Int("I").GetValue(), 0xBBAA) << "the same bytes through another node";
+    uint8_t three[3] = {};
+    bytes.Get(three, 3);
+    EXPECT_THAT(three, ElementsAre(0xAA, 0xBB, 0));
+    uint8_t many[5];
+    EXPECT_THROW(bytes.Get(many, 5), GenICam::OutOfRangeException);
+    EXPECT_THROW(bytes.Set(many, 5), GenICam::OutOfRangeException);
+    EXPECT_THROW(bytes.Set(nullptr, 2), GenICam::OutOfRangeException);
+    EXPECT_THROW(bytes.Get(many, -1), GenICam::OutOfRangeException);
+    As<IValue>("R").FromString("01020304");
+    EXPECT_EQ(Text("R"), "0x01020304");
+    EXPECT_THROW(As<IValue>("R").FromString("0x0102"), GenICam::OutOfRangeException);
+    EXPECT_THROW(As<IValue>("R").FromString("0x0102030G"), GenICam::InvalidArgumentException);
+    As<IRegister>("I").Set(two, 2);
+    EXPECT_EQ(Int("I").GetValue(), 0xBBAA) << "an integer register has bytes too";
+}
+
+TEST_F(RegisterTest, FloatsAreIeeeInTheirByteOrder) {
+    Load(Node("FloatReg", "Small", Place(0, 4, big)) + Node("FloatReg", "Double", Place(8, 8, little)));
+    Float("Small").SetValue(-1.5);
+    EXPECT_THAT(At(0, 4), ElementsAre(0xBF, 0xC0, 0, 0));
+    EXPECT_EQ(Float("Small").GetValue(), -1.5);
+    Float("Double").SetValue(1.0);
+    EXPECT_THAT(At(8, 8), ElementsAre(0, 0, 0, 0, 0, 0, 0xF0, 0x3F));
+    EXPECT_EQ(Float("Small").GetMax(), static_cast<double>(FLT_MAX));
+    EXPECT_EQ(Float("Double").GetMin(), -DBL_MAX);
+    Float("Small").SetValue(0.1);
+    EXPECT_EQ(Float("Small").GetValue(), static_cast<double>(0.1f)) << "rounded as the device has it";
+    EXPECT_THROW(Float("Small").SetValue(1e39), GenICam::OutOfRangeException);
+    EXPECT_THROW(Float("Small").SetValue(1e39, false), GenICam::OutOfRangeException);
+    EXPECT_THROW(Float("Small").SetValue(std::numeric_limits<double>::quiet_NaN()), GenICam::OutOfRangeException);
+}
+
+TEST_F(RegisterTest, PortsOfOldDevicesSwapWholeWords) {
+    Load("<Port Name=\"Old\"><SwapEndianess>Yes</SwapEndianess></Port>" +
+         Node("IntReg", "Word", "<Address>0</Address><Length>4</Length><AccessMode>RW</AccessMode><pPort>Old</pPort>") +
+         Node("StringReg", "Text",
+              "<Address>8</Address><Length>3</Length><AccessMode>RW</AccessMode><pPort>Old</pPort>"));
+    ASSERT_TRUE(Map->Connect(&Port, "Old"));
+    Int("Word").SetValue(0x01020304);
+    EXPECT_THAT(At(0, 4), ElementsAre(1, 2, 3, 4));
+    Map->InvalidateNodes();
+    EXPECT_EQ(Int("Word").GetValue(), 0x01020304);
+    As<IString>("Text").SetValue("abc");
+    EXPECT_THAT(At(8, 3), ElementsAre('a', 'b', 'c')) << "texts are no words";
+    EXPECT_EQ(As<IPortConstruct>("Old").GetSwapEndianess(), Yes);
+}
+
+// The bytes that a port keeps: against a plain model of which entries a write makes void.
+TEST(RawCacheTest, AWriteMakesVoidExactlyWhatItOverlaps) {
+    struct Range {
+        int64_t address, length;
+    };
+    const std::vector<Range> ranges = {{0, 4},   {0, 1},  {1, 2},     {2, 8},         {4, 4},
+                                       {8, 1},   {-4, 4}, {-2, 4},    {100, 64},      {163, 1},
+                                       {164, 1}, {99, 1}, {-50, 200}, {INT64_MIN, 2}, {INT64_MAX - 1, 2}};
+    for (const Range& written : ranges) {
+        RawCache cache;
+        for (const Range& range : ranges)
+            cache.At(range.address, range.length).isValid = true;
+        cache.DropOverlapping(written.address, written.length);
+        for (const Range& range : ranges) {
+            const auto begin = std::max<long double>(written.address, range.address);
+            const auto end = std::min<long double>(static_cast<long double>(written.address) + written.length,
+                                                   static_cast<long double>(range.address) + range.length);
+            EXPECT_EQ(cache.At(range.address, range.length).isValid, begin >= end)
+                << written.address << "+" << written.length << " over " << range.address << "+" << range.length;
+        }
+    }
+}
+
+TEST(RawCacheTest, EntriesOfMovingRegistersDoNotPileUp) {
+    RawCache cache;
+    const uint32_t first = cache.Generation();
+    cache.At(0, 4).isValid = true;
+    for (int64_t address = 1; address < 200000; ++address)
+        cache.At(address * 8, 8);
+    EXPECT_NE(cache.Generation(), first);
+    EXPECT_FALSE(cache.At(0, 4).isValid);
+    for (int64_t address = 0; address < 10; ++address)
+        cache.At(address, 60 << 20);
+    EXPECT_NE(cache.Generation(), first + 1) << "nor do their bytes";
+}
+
+} // namespace
