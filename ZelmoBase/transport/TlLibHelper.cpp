@@ -5,6 +5,7 @@
 #include <Base/GCException.h>
 
 #include "ZelmoBase/core/ExpandEnvironment.h"
+#include "ZelmoBase/core/Guarded.h"
 #include "ZelmoBase/transport/TlFactoryLog.h"
 
 namespace Zelmo {
@@ -82,7 +83,15 @@ ITransportLayer* CTlLibHelper::CreateTl(const CTlInfo& info) {
 void CTlLibHelper::DestroyTl(ITransportLayer* tl) {
     if (!m_destroyFunction)
         throw LOGICAL_ERROR_EXCEPTION("Incomplete Transportlayer: missing Destroy function");
-    m_destroyFunction(tl);
+    try {
+        m_destroyFunction(tl);
+    } catch (...) {
+        // Most callers cannot go on, and the process ends: this line says because of whom.
+        RunLogged(
+            TlFactoryCatId(), "Exception in Destroy of TL lib '%s': %s",
+            "Exception in Destroy of TL lib '%s': Unknown exception", [] { throw; }, m_path.c_str());
+        throw;
+    }
 }
 
 } // namespace Zelmo

@@ -37,7 +37,7 @@ public:
     bool Load(const String_t& path);
     const String_t& GetPath() const { return m_path; }
 
-    /// Call the exports; what they throw passes.
+    /// Call the exports; what they throw passes, out of "Destroy" with a log line.
     /// @throws GenICam::LogicalErrorException when the export is missing.
     void GetTlInfoList(TlInfoList& list, bool flag);
     ITransportLayer* CreateTl(const CTlInfo& info);

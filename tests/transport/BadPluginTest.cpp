@@ -174,6 +174,9 @@ TEST_F(OtherFaultTest, FailureToDestroyReachesWhoeverReleases) {
     Start({"faulty"});
     ITransportLayer* const tl = Factory().CreateTl(String_t("FakeFaulty"));
     EXPECT_THROW(Factory().ReleaseTl(tl), GenICam::RuntimeException);
+    EXPECT_EQ(m_log.Count(category, GenICam::LogPriority_Error,
+                          "Exception in Destroy of TL lib '" + FileOf("faulty") + "': broken"),
+              1u);
     setenv("ZELMO_TEST_FAULT", "none", 1);
 }
 
