@@ -1,5 +1,7 @@
 #pragma once
 
+#include <Base/GCException.h>
+
 #include <algorithm>
 #include <dirent.h>
 #include <stdexcept>
@@ -33,6 +35,7 @@ inline bool AllowDescriptors(rlim_t count) {
 class DescriptorLimit {
 public:
     explicit DescriptorLimit(int free) {
+        RehearseFailure();
         getrlimit(RLIMIT_NOFILE, &m_old);
         std::vector<int> taken;
         int highest = -1;
@@ -56,6 +59,14 @@ public:
     ~DescriptorLimit() { setrlimit(RLIMIT_NOFILE, &m_old); }
 
 private:
+    // The sanitizer for undefined behaviour checks types through a pipe when it meets them the first time.
+    static void RehearseFailure() {
+        try {
+            throw RUNTIME_EXCEPTION("rehearsal");
+        } catch (const GenICam::GenericException&) {
+        }
+    }
+
     rlimit m_old;
 };
 

@@ -207,13 +207,6 @@ TEST_F(LifecycleTest, FailedStartIsLoggedAndNotRetriedBeforeTheStop) {
     ZelmoTerminate();
 }
 
-TEST_F(LifecycleTest, StartPreparesTheCacheFolder) {
-    ZelmoInitialize();
-    EXPECT_EQ(std::string(std::getenv("GENICAM_CACHE_V3_1")), m_folder / "genicam_xml_cache");
-    EXPECT_TRUE(fs::is_directory(m_folder / "genicam_xml_cache"));
-    ZelmoTerminate();
-}
-
 TEST_F(LifecycleTest, CacheThatCannotBeHadIsAWarningOnly) {
     Fakes::LogRecorder log;
     setenv("GENICAM_CACHE_V3_1", "/no/such/folder", 1);

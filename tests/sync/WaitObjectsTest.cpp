@@ -6,7 +6,6 @@
 
 #include <gtest/gtest.h>
 
-#include <latch>
 #include <string>
 #include <thread>
 #include <vector>
@@ -173,25 +172,6 @@ TEST_F(WaitObjectsTest, EmptySetSleepsAndEndsWithAnInterruption) {
     EXPECT_EQ(m_set.WaitForAnyEx(WaitTimeoutInfinite, true), WaitExResult_Alerted);
     EXPECT_EQ(m_set.WaitForAnyEx(WaitTimeoutInfinite, false), WaitExResult_Signaled);
     EXPECT_EQ(m_set.WaitForAllEx(GenerousMs, false), WaitExResult_Signaled);
-}
-
-TEST_F(WaitObjectsTest, SeveralThreadsWaitOnOneSet) {
-    Fill(3);
-    std::latch seen(4);
-    std::vector<std::jthread> waiters;
-    for (int i = 0; i < 4; ++i) {
-        waiters.emplace_back([&] {
-            unsigned int index = 99;
-            EXPECT_TRUE(m_set.WaitForAny(GenerousMs, &index));
-            EXPECT_EQ(index, 1u);
-            seen.count_down();
-            EXPECT_TRUE(m_set.WaitForAll(GenerousMs));
-        });
-    }
-    m_objects[1].Signal();
-    m_objects[2].Signal();
-    seen.wait();
-    m_objects[0].Signal();
 }
 
 } // namespace

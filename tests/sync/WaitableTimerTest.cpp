@@ -189,15 +189,6 @@ TEST_F(WaitableTimerTest, SignalForATimerThatIsGoneIsHarmless) {
     SendTimerSignal(&notATimer);
 }
 
-TEST_F(WaitableTimerTest, OtherTimersAreNotTouched) {
-    CWaitableTimer other;
-    other.Create();
-    other.Set(GenerousMs);
-    m_timer->Set(1);
-    EXPECT_TRUE(m_timer->Wait(GenerousMs));
-    EXPECT_FALSE(other.Wait(0));
-}
-
 TEST_F(WaitableTimerTest, HandlerStaysInstalledAfterTheLastTimer) {
     struct sigaction with;
     ASSERT_EQ(sigaction(SIGALRM, nullptr, &with), 0);
