@@ -4,7 +4,6 @@ namespace CamEmu {
 
 namespace {
 
-constexpr auto readOnly = ERegisterAccess::ReadOnly;
 constexpr auto writeOnly = ERegisterAccess::WriteOnly;
 constexpr auto readWrite = ERegisterAccess::ReadWrite;
 constexpr auto whileStreaming = ERegisterLock::WhileStreaming;

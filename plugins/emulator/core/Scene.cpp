@@ -74,8 +74,8 @@ void CScene::Configure(const CImageFormat& format) {
                          m_plate.data() + (std::size_t{y} * tileSize + x) * samples);
     }
     m_light.resize(std::size_t{format.width} * samples);
-    for (std::size_t i = 0; i < m_light.size(); ++i)
-        m_light[i] = LightAt(static_cast<double>(format.offsetX + i / samples), sensorWidth);
+    for (unsigned x = 0; x < format.width; ++x)
+        std::fill_n(m_light.begin() + std::ptrdiff_t{x} * samples, samples, LightAt(format.offsetX + x, sensorWidth));
 }
 
 void CScene::RenderLine(std::uint64_t blockId, unsigned y, const CSensorResponse& response,
