@@ -206,12 +206,13 @@ void MapCore::Poll(std::int64_t elapsedMs) {
                 if (node->IsPollingBlocked()) {
                     continue;
                 }
-                node->pollElapsedMs += elapsedMs;
-                if (node->pollElapsedMs >= node->PollingTime()) {
-                    node->pollElapsedMs = 0;
-                    Invalidate(*node);
-                    node->OnPollingTime();
+                if (elapsedMs < node->PollingTime() - node->pollElapsedMs) {
+                    node->pollElapsedMs += std::max<std::int64_t>(elapsedMs, 0);
+                    continue;
                 }
+                node->pollElapsedMs = 0;
+                Invalidate(*node);
+                node->OnPollingTime();
             }
         }
         batch.Fire(*m_lock, cbPostInsideLock);

@@ -34,6 +34,12 @@ std::string_view TextOf(const pugi::xml_node& element, std::string& joined) {
     return joined;
 }
 
+/// Of buses of the past.
+bool IsUnserved(NodeKind kind) noexcept {
+    return kind == NodeKind::ConfRom || kind == NodeKind::TextDesc || kind == NodeKind::IntKey ||
+           kind == NodeKind::AdvFeatureLock || kind == NodeKind::SmartFeature;
+}
+
 /// Of each group one property must be there.
 struct Requirement {
     std::initializer_list<PropertyKind> anyOf;
@@ -136,6 +142,10 @@ void NodeReader::Read(const pugi::xml_node& element, NodeKind kind) {
         ReadStructure(element);
         break;
     default:
+        if (IsUnserved(kind)) {
+            LogLoadInfo(m_source.Describe(PositionOf(element)) + ": nodes of kind '" + std::string(NodeKindName(kind)) +
+                        "' are not served and stay not implemented.");
+        }
         m_outer.kind = kind;
         m_outer.name = NameAttribute(element, kind);
         ReadNode(element, m_outer);
