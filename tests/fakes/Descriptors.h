@@ -32,6 +32,8 @@ inline bool AllowDescriptors(rlim_t count) {
 }
 
 /// While it lives the process can open so many descriptors more and then meets EMFILE.
+/// The sanitizer for undefined behaviour needs a descriptor when it meets a class the first time: what is done under
+/// the limit is done once before.
 class DescriptorLimit {
 public:
     explicit DescriptorLimit(int free) {
@@ -59,7 +61,6 @@ public:
     ~DescriptorLimit() { setrlimit(RLIMIT_NOFILE, &m_old); }
 
 private:
-    // The sanitizer for undefined behaviour checks types through a pipe when it meets them the first time.
     static void RehearseFailure() {
         try {
             throw RUNTIME_EXCEPTION("rehearsal");

@@ -247,9 +247,12 @@ TEST(UncreatedTimerTest, FailedCreateLeavesAnInvalidObjectThatCanBeTriedAgain) {
     EXPECT_EQ(FailureOf([&] { timer.Create(); }), "Error creating timer: Resource temporarily unavailable");
     EXPECT_FALSE(timer.IsValid());
     ASSERT_EQ(setrlimit(RLIMIT_SIGPENDING, &old), 0);
+    CWaitableTimer rehearsal;
+    rehearsal.Create(); // see DescriptorLimit
+    rehearsal.Destroy();
     for (const int free : {0, 2}) { // none for the flag, or none for the copy of it
         Fakes::DescriptorLimit limit(free);
-        EXPECT_THAT(FailureOf([&] { timer.Create(); }), testing::HasSubstr("Too many open files"));
+        EXPECT_NE(FailureOf([&] { timer.Create(); }).find("Too many open files"), std::string::npos);
         EXPECT_FALSE(timer.IsValid());
     }
     EXPECT_TRUE(KernelTimers().empty());
