@@ -32,7 +32,9 @@ TEST(FeaturesTest, ShowsTheTreeOfCategories) {
 
 TEST(FeaturesTest, GlobAndVisibilityNarrowItToCategoriesThatHoldSomething) {
     const ToolResult some = RunTool(On0({"features", "exposure*", "--values"}));
-    EXPECT_THAT(some.out, testing::ContainsRegex("^AcquisitionControl\n  ExposureTime +RW +float +[0-9.]+ us +\\([0-9.]+ to [0-9.]+\\)\n$"));
+    EXPECT_THAT(some.out,
+                testing::ContainsRegex(
+                    "^AcquisitionControl\n  ExposureTime +RW +float +[0-9.]+ us +\\([0-9.]+ to [0-9.]+\\)\n$"));
     const std::string beginner = RunTool(On0({"features", "--visibility", "beginner"})).out;
     const std::string all = RunTool(On0({"features", "--visibility", "invisible"})).out;
     EXPECT_LT(beginner.size(), all.size());
@@ -51,7 +53,8 @@ TEST(FeaturesTest, JsonTellsTypeAccessValueUnitAndLimits) {
     EXPECT_TRUE(width["value"].is_number_integer());
     EXPECT_LE(width["min"], width["value"]);
     EXPECT_LE(width["value"], width["max"]);
-    EXPECT_THAT(FeatureNamed(json, "PixelFormat")["entries"].get<std::vector<std::string>>(), testing::Contains("Mono12p"));
+    EXPECT_THAT(FeatureNamed(json, "PixelFormat")["entries"].get<std::vector<std::string>>(),
+                testing::Contains("Mono12p"));
     EXPECT_EQ(FeatureNamed(json, "ExposureTime")["unit"], "us");
     EXPECT_TRUE(FeatureNamed(json, "AcquisitionFrameRateEnable")["value"].is_boolean());
     EXPECT_FALSE(FeatureNamed(json, "DeviceReset").contains("value"));
@@ -60,7 +63,8 @@ TEST(FeaturesTest, JsonTellsTypeAccessValueUnitAndLimits) {
 TEST(GetTest, PrintsWhatSetAcceptsInTheOrderAsked) {
     const ToolResult got = RunTool(On0({"get", "PixelFormat", "ExposureTime", "Width", "AcquisitionFrameRateEnable"}));
     EXPECT_EQ(got.exitCode, 0);
-    EXPECT_THAT(got.out, testing::MatchesRegex("PixelFormat=.*\nExposureTime=.*\nWidth=.*\nAcquisitionFrameRateEnable=.*\n"));
+    EXPECT_THAT(got.out,
+                testing::MatchesRegex("PixelFormat=.*\nExposureTime=.*\nWidth=.*\nAcquisitionFrameRateEnable=.*\n"));
     std::vector<std::string> arguments{"set"};
     std::istringstream lines(got.out);
     for (std::string line; std::getline(lines, line);) {
@@ -76,7 +80,8 @@ TEST(GetTest, UnknownFeatureIsNamedWithNearMatchesAndTheOthersAreTold) {
     const ToolResult result = RunTool(On0({"get", "Width", "Hieght", "Gain"}));
     EXPECT_EQ(result.exitCode, 7);
     EXPECT_THAT(result.out, testing::MatchesRegex("Width=.*\nGain=.*\n"));
-    EXPECT_THAT(result.err, testing::AllOf(HasSubstr("Hieght: camera 0815-0000 has no such feature"), HasSubstr("'Height'")));
+    EXPECT_THAT(result.err,
+                testing::AllOf(HasSubstr("Hieght: camera 0815-0000 has no such feature"), HasSubstr("'Height'")));
     const ToolResult json = RunTool(On0({"get", "Width", "Hieght", "--json"}));
     EXPECT_EQ(json.exitCode, 7);
     EXPECT_EQ(json.Document()["features"].size(), 1u);
@@ -131,7 +136,9 @@ struct Refusal {
     const char* code = "value_refused";
 };
 
-std::ostream& operator<<(std::ostream& stream, const Refusal& one) { return stream << one.assignment; }
+std::ostream& operator<<(std::ostream& stream, const Refusal& one) {
+    return stream << one.assignment;
+}
 
 class RefusalTest : public testing::TestWithParam<Refusal> {};
 
@@ -151,8 +158,8 @@ INSTANTIATE_TEST_SUITE_P(
                     Refusal{"Width=wide", "Width: 'wide' is no integer on camera 0815-0000; permitted: 32 to 2048"},
                     Refusal{"Width=99999999999999999999", "is no integer"}, Refusal{"Width=", "'' is no integer"},
                     Refusal{"ExposureTime=1e99", "ExposureTime: 1e99 is above the maximum of 1000000 us"},
-                    Refusal{"ExposureTime=-1", "-1 is below the minimum of 10 us"}, Refusal{"ExposureTime=nan", "no number"},
-                    Refusal{"ExposureTime=10 ms", "'10 ms' is no number"},
+                    Refusal{"ExposureTime=-1", "-1 is below the minimum of 10 us"},
+                    Refusal{"ExposureTime=nan", "no number"}, Refusal{"ExposureTime=10 ms", "'10 ms' is no number"},
                     Refusal{"PixelFormat=Mono99", "permitted: Mono8, "}, Refusal{"PixelFormat=mono8", "is no entry"},
                     Refusal{"AcquisitionFrameRateEnable=maybe", "true and false"},
                     Refusal{"DeviceUserID=1234567890123456789012345678901234567890123456789012345678901234567890"

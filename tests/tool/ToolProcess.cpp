@@ -29,7 +29,8 @@ std::vector<tool::Json> ParseLines(const std::string& text) {
     return objects;
 }
 
-[[noreturn]] void Become(const std::vector<std::string>& arguments, const ToolProcess::Settings& settings, int out, int err) {
+[[noreturn]] void Become(const std::vector<std::string>& arguments, const ToolProcess::Settings& settings, int out,
+                         int err) {
     for (const char* name : {"ZELMO_TL_PATH", "ZELMO_DEVICE_FILTER", "ZELMO_LOG_FILE", "ZELMO_LOG_LEVEL", "NO_COLOR"}) {
         unsetenv(name);
     }
@@ -40,6 +41,10 @@ std::vector<tool::Json> ParseLines(const std::string& text) {
     if (settings.fileSizeLimit != 0) {
         const rlimit limit{settings.fileSizeLimit, settings.fileSizeLimit};
         setrlimit(RLIMIT_FSIZE, &limit);
+    }
+    if (settings.openFileLimit != 0) {
+        const rlimit limit{settings.openFileLimit, settings.openFileLimit};
+        setrlimit(RLIMIT_NOFILE, &limit);
     }
     std::vector<char*> argv{const_cast<char*>("zelmo")};
     for (const std::string& argument : arguments) {
@@ -62,9 +67,13 @@ tool::Json ToolResult::Document() const {
     return document;
 }
 
-std::vector<tool::Json> ToolResult::Events() const { return ParseLines(out); }
+std::vector<tool::Json> ToolResult::Events() const {
+    return ParseLines(out);
+}
 
-std::vector<tool::Json> ToolResult::Messages() const { return ParseLines(err); }
+std::vector<tool::Json> ToolResult::Messages() const {
+    return ParseLines(err);
+}
 
 tool::Json ToolResult::Error() const {
     for (const tool::Json& message : Messages()) {
@@ -105,7 +114,9 @@ ToolProcess::~ToolProcess() {
     }
 }
 
-void ToolProcess::Signal(int signal) { kill(m_pid, signal); }
+void ToolProcess::Signal(int signal) {
+    kill(m_pid, signal);
+}
 
 bool ToolProcess::ReadSome() {
     pollfd ends[] = {{m_out, POLLIN, 0}, {m_err, POLLIN, 0}}; // those at their end stand as -1 and are passed over

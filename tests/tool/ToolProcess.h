@@ -14,7 +14,7 @@ struct ToolResult {
     std::string out;
     std::string err;
 
-    tool::Json Document() const;              ///< Standard output as one JSON document; null and a failure when it is none.
+    tool::Json Document() const; ///< Standard output as one JSON document; null and a failure when it is none.
     std::vector<tool::Json> Events() const;   ///< Standard output as one object a line.
     std::vector<tool::Json> Messages() const; ///< Standard error likewise; lines that are no objects fail the test.
     tool::Json Error() const;                 ///< The first message of type "error".
@@ -27,6 +27,7 @@ public:
         std::map<std::string, std::string> environment;
         std::string folder = "/";        ///< Where it runs.
         unsigned long fileSizeLimit = 0; ///< RLIMIT_FSIZE in bytes; 0: none.
+        unsigned openFileLimit = 0;      ///< RLIMIT_NOFILE; 0: as it is.
         std::string output;              ///< A file for standard output instead of a pipe.
     };
 
@@ -50,6 +51,12 @@ private:
     int m_err = -1;
     ToolResult m_result;
 };
+
+inline ToolProcess::Settings WithEnvironment(const std::map<std::string, std::string>& environment) {
+    ToolProcess::Settings settings;
+    settings.environment = environment;
+    return settings;
+}
 
 inline ToolResult RunTool(const std::vector<std::string>& arguments, const ToolProcess::Settings& settings = {}) {
     return ToolProcess(arguments, settings).Wait();

@@ -184,7 +184,8 @@ std::string ExplainNoCamera(Library& library) {
         text +=
             "\nOnly cameras that pass the filter '" + Printable(filter) + "' count (ZELMO_DEVICE_FILTER or --filter).";
     }
-    if (const char* emulated = std::getenv("ZELMO_CAMEMU"); emulated == nullptr || *emulated == '\0') {
+    const char* emulated = std::getenv("ZELMO_CAMEMU");
+    if (emulated == nullptr || *emulated == '\0' || std::string(emulated) == "0") {
         text += "\nFor emulated cameras, set ZELMO_CAMEMU to their number; 'zelmo doctor' checks the rest.";
     }
     return text;

@@ -295,7 +295,8 @@ ToolError Feature::NotAccessible(const std::string& how) const {
 
 ToolError Feature::Refuse(const std::string& why, const std::string& permitted) const {
     return FeatureError(GetName(), "value_refused",
-                        GetName() + ": " + why + " on camera " + m_camera + (permitted.empty() ? "" : "; permitted: ") + permitted);
+                        GetName() + ": " + why + " on camera " + m_camera + (permitted.empty() ? "" : "; permitted: ") +
+                            permitted);
 }
 
 void Feature::RequireWritable() const {

@@ -37,7 +37,8 @@ bool Encode(png_structp png, png_infop info, const Image& image) {
                  image.channels == 1 ? PNG_COLOR_TYPE_GRAY : PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE,
                  PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
     png_set_compression_level(png, fastCompression);
-    // Runs of equal differences are all that is looked for: twice as fast as matching strings, and on camera noise smaller.
+    // Runs of equal differences are all that is looked for: twice as fast as matching strings, and on camera noise
+    // smaller.
     png_set_filter(png, 0, PNG_FILTER_SUB);
     png_set_compression_strategy(png, Z_RLE);
     png_write_info(png, info);

@@ -108,8 +108,8 @@ private:
         const bool value = json.contains("value");
         const std::string unit = json.value("unit", "");
         row.push_back(value ? Printable(feature.GetText()) + (unit.empty() ? "" : " " + unit) : "-");
-        const bool limited = GenApi::IsWritable(feature.GetNode().GetAccessMode()) &&
-                             (json.contains("min") || json.contains("entries"));
+        const bool limited =
+            GenApi::IsWritable(feature.GetNode().GetAccessMode()) && (json.contains("min") || json.contains("entries"));
         row.push_back(limited ? "(" + feature.GetLimits() + ")" : json.value("error", ""));
         return row;
     }

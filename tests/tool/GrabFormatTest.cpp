@@ -1,0 +1,146 @@
+#include "DecodePng.h"
+#include "InProcess.h"
+#include "TemporaryFolder.h"
+
+#include <gmock/gmock.h>
+
+#include <fstream>
+
+#include <zelmo/TlFactory.h>
+
+namespace {
+
+using tool::ExitCode;
+using tool::Image;
+
+class GrabFormatTest : public InProcess {
+protected:
+    /// Sets the camera up for small images, as fast as they come.
+    void SetUp(const std::string& pixelFormat, const std::string& testImage) {
+        ASSERT_EQ(Run({"set", "Width=256", "Height=8", "AcquisitionFrameRateEnable=0", "PixelFormat=" + pixelFormat,
+                       "TestImageSelector=" + testImage}),
+                  ExitCode::Done)
+            << m_messages.str();
+    }
+
+    Image GrabOne() {
+        EXPECT_EQ(Run({"grab", "-n", "1", "-o", m_folder / "a.png"}), ExitCode::Done) << m_thrown << m_messages.str();
+        return DecodePng(m_folder / "a.png");
+    }
+
+    TemporaryFolder m_folder;
+};
+
+unsigned Sample(const Image& image, unsigned x, unsigned y, unsigned channel = 0) {
+    const std::size_t bytes = image.bits / 8;
+    const std::size_t at = y * image.GetRowBytes() + (x * image.channels + channel) * bytes;
+    return bytes == 1 ? image.bytes[at] : image.bytes[at] << 8 | image.bytes[at + 1];
+}
+
+struct Format {
+    const char* name;
+    unsigned channels;
+    unsigned bits;
+};
+
+std::ostream& operator<<(std::ostream& stream, const Format& one) {
+    return stream << one.name;
+}
+
+class EachFormatTest : public GrabFormatTest, public testing::WithParamInterface<Format> {};
+
+TEST_P(EachFormatTest, RampRisesFromBlackToWhiteInThePngFile) {
+    SetUp(GetParam().name, "GreyHorizontalRamp");
+    const Image image = GrabOne();
+    ASSERT_EQ(image.width, 256u);
+    ASSERT_EQ(image.height, 8u);
+    EXPECT_EQ(image.channels, GetParam().channels);
+    EXPECT_EQ(image.bits, GetParam().bits);
+    const unsigned top = (1u << GetParam().bits) - 1;
+    for (unsigned channel = 0; channel < image.channels; ++channel) {
+        EXPECT_LT(Sample(image, 2, 4, channel), top / 32);
+        EXPECT_GT(Sample(image, 253, 4, channel), top - top / 32);
+        for (unsigned x = 1; x < 253; ++x) {
+            ASSERT_GE(Sample(image, x + 2, 4, channel), Sample(image, x, 4, channel)) << "at " << x;
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Formats, EachFormatTest,
+                         testing::Values(Format{"Mono8", 1, 8}, Format{"Mono10", 1, 16}, Format{"Mono10p", 1, 16},
+                                         Format{"Mono12", 1, 16}, Format{"Mono12p", 1, 16}, Format{"Mono16", 1, 16},
+                                         Format{"BayerRG8", 3, 8}, Format{"RGB8", 3, 8}, Format{"BGR8", 3, 8}),
+                         [](const auto& one) { return one.param.name; });
+
+class ColourFormatTest : public GrabFormatTest, public testing::WithParamInterface<const char*> {};
+
+TEST_P(ColourFormatTest, ColourBarsHaveTheirColours) {
+    SetUp(GetParam(), "ColorBar");
+    const Image image = GrabOne();
+    const std::vector<std::vector<unsigned>> bars{{255, 255, 255}, {255, 255, 0}, {0, 255, 255}, {0, 255, 0},
+                                                  {255, 0, 255},   {255, 0, 0},   {0, 0, 255},   {0, 0, 0}};
+    for (unsigned bar = 0; bar < bars.size(); ++bar) {
+        const unsigned x = bar * 32 + 16;
+        const std::vector<unsigned> pixel{Sample(image, x, 4, 0), Sample(image, x, 4, 1), Sample(image, x, 4, 2)};
+        EXPECT_EQ(pixel, bars[bar]) << "bar " << bar;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Formats, ColourFormatTest, testing::Values("RGB8", "BGR8", "BayerRG8"));
+
+TEST_F(GrabFormatTest, RawFileHoldsTheBufferAsItIs) {
+    SetUp("Mono12p", "White");
+    ASSERT_EQ(Run({"grab", "--raw", "-o", m_folder / "a.raw"}), ExitCode::Done) << m_thrown;
+    std::ifstream file(m_folder / "a.raw", std::ios::binary);
+    const std::string bytes(std::istreambuf_iterator<char>(file), {});
+    EXPECT_EQ(bytes, std::string(256 * 8 * 12 / 8, '\xFF'));
+}
+
+TEST_F(GrabFormatTest, EachFileHoldsTheImageOfItsEvent) {
+    SetUp("Mono8", "FrameCounter");
+    ASSERT_EQ(Run({"grab", "-n", "12", "-o", m_folder / "%02d.png"}), ExitCode::Done) << m_thrown;
+    const auto frames = Events("frame");
+    ASSERT_EQ(frames.size(), 12u);
+    for (const auto& frame : frames) {
+        const Image image = DecodePng(frame["file"]);
+        std::uint64_t blockId = 0;
+        for (unsigned i = 0; i < 8; ++i) { // bytes 16 to 23 of the record, little endian
+            blockId |= std::uint64_t{image.bytes[16 + i]} << 8 * i;
+        }
+        EXPECT_EQ(blockId, frame["block_id"]);
+        EXPECT_EQ(frame["status"], "grabbed");
+    }
+    EXPECT_EQ(Summary()["frames"], 12);
+    EXPECT_EQ(Summary()["lost"].get<std::uint64_t>(),
+              frames.back()["block_id"].get<std::uint64_t>() - frames.front()["block_id"].get<std::uint64_t>() - 11);
+}
+
+TEST_F(GrabFormatTest, CameraIsFreeAgainAfterEachGrab) {
+    SetUp("Mono8", "White");
+    for (int i = 0; i < 5; ++i) {
+        ASSERT_EQ(Run({"grab", "-n", "3", "--buffers", std::to_string(1 + i)}), ExitCode::Done) << m_thrown;
+        ASSERT_EQ(Run({"set", "Width=" + std::to_string(64 + 4 * i)}), ExitCode::Done) << "the size is still locked";
+    }
+}
+
+TEST_F(GrabFormatTest, CameraInUseIsToldByEveryVerb) {
+    ASSERT_EQ(Run({"list"}), ExitCode::Done);
+    Zelmo::CTlFactory& factory = Zelmo::CTlFactory::GetInstance();
+    Zelmo::IZelmoDevice* other = factory.CreateFirstDevice(Zelmo::CDeviceInfo());
+    other->Open(Zelmo::Control | Zelmo::Stream);
+    for (const std::vector<std::string>& words : {std::vector<std::string>{"features"},
+                                                  {"get", "Width"},
+                                                  {"set", "Width=64"},
+                                                  {"exec", "DeviceReset"},
+                                                  {"grab"}}) {
+        EXPECT_EQ(Run(words), ExitCode::Access) << words[0];
+        EXPECT_THAT(m_thrown, testing::HasSubstr("0815-0000"));
+    }
+    EXPECT_EQ(Run({"info"}), ExitCode::Done);
+    EXPECT_THAT(m_data.str(),
+                testing::AllOf(testing::HasSubstr("\"accessible\": false"), testing::HasSubstr("in use")));
+    factory.DestroyDevice(other);
+    EXPECT_EQ(Run({"get", "Width"}), ExitCode::Done);
+}
+
+} // namespace

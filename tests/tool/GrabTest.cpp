@@ -1,0 +1,186 @@
+#include "DecodePng.h"
+#include "TemporaryFolder.h"
+#include "ToolProcess.h"
+
+#include <gmock/gmock.h>
+
+#include <csignal>
+#include <fstream>
+
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+/// The tool in a folder of the test's own.
+class GrabTest : public testing::Test {
+protected:
+    ToolResult Run(const std::vector<std::string>& arguments) { return RunTool(arguments, InFolder()); }
+
+    ToolProcess::Settings InFolder() const {
+        ToolProcess::Settings settings;
+        settings.folder = m_folder.Path();
+        return settings;
+    }
+
+    TemporaryFolder m_folder;
+};
+
+TEST_F(GrabTest, WritesTheImagesOfOneCameraAndSumsUp) {
+    const ToolResult result = Run({"grab", "-d", "0815-0001", "-n", "3", "-o", "img-%06d.png"});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_THAT(m_folder.List(), ElementsAre("img-000001.png", "img-000002.png", "img-000003.png"));
+    EXPECT_EQ(DecodePng(m_folder / "img-000003.png").width, 1024u);
+    EXPECT_THAT(result.out,
+                testing::ContainsRegex("CAMERA +FRAMES +FAILED +LOST +SECONDS +FPS +MB/S\n0815-0001 +3 +0 +[0-9]+ "));
+    EXPECT_EQ(result.err, "Images of 0815-0001: img-000001.png to img-000003.png\n");
+}
+
+TEST_F(GrabTest, SeveralCamerasWriteFilesThatDiffer) {
+    EXPECT_EQ(Run({"grab", "--all", "-n", "2", "-o", "a-%d.png", "-q"}).exitCode, 0);
+    EXPECT_THAT(m_folder.List(), ElementsAre("a-0815-0000-1.png", "a-0815-0000-2.png", "a-0815-0001-1.png",
+                                             "a-0815-0001-2.png", "a-0815-0002-1.png", "a-0815-0002-2.png"));
+}
+
+TEST_F(GrabTest, FoldersMayBeNamedForTheCameras) {
+    for (const char* name : {"0815-0000", "0815-0002"}) {
+        std::filesystem::create_directory(m_folder.Path() / name);
+    }
+    EXPECT_EQ(Run({"grab", "-d", "0", "-d", "2", "-o", "%s/x.png"}).exitCode, 0);
+    EXPECT_GT(DecodePng(m_folder / "0815-0000/x.png").width, 0u);
+    EXPECT_GT(DecodePng(m_folder / "0815-0002/x.png").width, 0u);
+}
+
+TEST_F(GrabTest, WithoutALimitOneImageIsGrabbedAndWithoutAPatternNoneIsWritten) {
+    const auto events = Run({"grab", "-d", "0", "--json"}).Events();
+    ASSERT_EQ(events.size(), 3u);
+    EXPECT_EQ(events[0]["type"], "start");
+    EXPECT_EQ(events[1]["type"], "frame");
+    EXPECT_EQ(events[1]["device"], "0815-0000");
+    EXPECT_FALSE(events[1].contains("file"));
+    EXPECT_EQ(events[2]["type"], "summary");
+    EXPECT_EQ(events[2]["frames"], 1);
+    EXPECT_EQ(events[2]["bytes"], 1024 * 1024);
+    EXPECT_THAT(m_folder.List(), IsEmpty());
+}
+
+TEST_F(GrabTest, DurationEndsItAndTheSummaryAddsUp) {
+    const auto events = Run({"grab", "--all", "--duration", "0.3", "--json"}).Events();
+    const tool::Json summary = events.back();
+    EXPECT_GE(summary["duration_s"], 0.3);
+    ASSERT_EQ(summary["cameras"].size(), 3u);
+    int frames = 0;
+    for (const auto& camera : summary["cameras"]) {
+        EXPECT_GT(camera["frames"], 0);
+        frames += camera["frames"].get<int>();
+    }
+    EXPECT_EQ(summary["frames"], frames);
+    EXPECT_EQ(static_cast<int>(events.size()), frames + 2);
+    for (const auto& event : events) {
+        EXPECT_TRUE(event.contains("t") && event.contains("type"));
+    }
+}
+
+TEST_F(GrabTest, ProgressIsWrittenWhenAskedForAndSilentOtherwise) {
+    const std::vector<std::string> arguments{"grab", "-d", "0", "-n", "2", "--progress"};
+    const auto with = [&](const char* when) {
+        auto all = arguments;
+        all.push_back(when);
+        return Run(all).err;
+    };
+    EXPECT_THAT(with("always"), testing::AllOf(HasSubstr("\r["), HasSubstr("2/2 images")));
+    EXPECT_EQ(with("auto"), "");
+    EXPECT_EQ(with("never"), "");
+}
+
+class GrabSignalTest : public GrabTest, public testing::WithParamInterface<std::pair<int, int>> {};
+
+TEST_P(GrabSignalTest, StopsTheCamerasSumsUpAndLeavesWholeFilesOnly) {
+    ToolProcess process({"grab", "--all", "--duration", "60", "-o", "%d.png", "--json"}, InFolder());
+    ASSERT_TRUE(process.WaitForOutput("\"number\":2"));
+    process.Signal(GetParam().first);
+    const ToolResult result = process.Wait();
+    EXPECT_EQ(result.exitCode, GetParam().second);
+    const tool::Json summary = result.Events().back();
+    EXPECT_EQ(summary["type"], "summary");
+    const auto files = m_folder.List();
+    EXPECT_EQ(files.size(), summary["frames"].get<std::size_t>());
+    for (const std::string& file : files) {
+        EXPECT_EQ(DecodePng(m_folder / file).width, 1024u);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Signals, GrabSignalTest, testing::Values(std::pair(SIGINT, 130), std::pair(SIGTERM, 143)));
+
+TEST_F(GrabTest, SecondInterruptLeavesAtOnceAndTakesPartialFilesAlong) {
+    ToolProcess process({"grab", "--all", "--duration", "60", "-o", "%d.png", "--json"}, InFolder());
+    ASSERT_TRUE(process.WaitForOutput("\"number\":1"));
+    process.Signal(SIGINT);
+    process.Signal(SIGINT);
+    EXPECT_EQ(process.Wait().exitCode, 130);
+    for (const std::string& file : m_folder.List()) {
+        EXPECT_GT(DecodePng(m_folder / file).width, 0u) << file;
+    }
+}
+
+TEST_F(GrabTest, ImageThatDoesNotComeInTimeEndsWithFive) {
+    const ToolResult result = Run({"grab", "-d", "0", "-n", "3", "--timeout", "1", "--json"});
+    EXPECT_EQ(result.exitCode, 5);
+    EXPECT_EQ(result.Error()["code"], "timeout");
+    EXPECT_THAT(result.Error()["message"].get<std::string>(), HasSubstr("within 1 ms"));
+    EXPECT_EQ(result.Events().back()["type"], "summary");
+}
+
+TEST_F(GrabTest, FullDiskStopsItNamesTheFileAndLeavesNoPartialOne) {
+    ToolProcess::Settings settings = InFolder();
+    settings.fileSizeLimit = 10'000; // no image of that size fits
+    const ToolResult result = RunTool({"grab", "--all", "--duration", "60", "-o", "%d.png", "--json"}, settings);
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_THAT(result.Error()["message"].get<std::string>(),
+                testing::ContainsRegex("Cannot write '.*1\\.png': File too large"));
+    EXPECT_THAT(m_folder.List(), IsEmpty());
+    EXPECT_EQ(result.Events().back()["frames"], 0);
+}
+
+struct Folder {
+    const char* pattern;
+    const char* message;
+};
+
+std::ostream& operator<<(std::ostream& stream, const Folder& one) {
+    return stream << one.pattern;
+}
+
+class GrabFolderTest : public GrabTest, public testing::WithParamInterface<Folder> {};
+
+TEST_P(GrabFolderTest, ThatCannotBeWrittenIsToldBeforeTheCameraStarts) {
+    std::ofstream(m_folder / "file") << "x";
+    const ToolResult result = Run({"grab", "-d", "0", "-o", GetParam().pattern, "--json"});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_THAT(result.Error()["message"].get<std::string>(), HasSubstr(GetParam().message));
+    EXPECT_EQ(result.out, "") << "the camera was started";
+    EXPECT_THAT(m_folder.List(), ElementsAre("file"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Folders, GrabFolderTest,
+                         testing::Values(Folder{"missing/%d.png", "mkdir -p 'missing'"},
+                                         Folder{"file/%d.png", "not a folder"}, Folder{"/proc/%d.png", "'/proc'"},
+                                         Folder{"%s/%d.png", "mkdir -p '0815-0000'"}));
+
+TEST_F(GrabTest, PatternsAndDevicesThatMakeNoSenseAreWrongUsage) {
+    for (const std::vector<std::string>& words : {std::vector<std::string>{"-o", "a.jpg"},
+                                                  {"-o", "a"},
+                                                  {"-o", "%d-%d.png"},
+                                                  {"-o", "%n.png"},
+                                                  {"-d", "0815-0000"}}) {
+        std::vector<std::string> arguments{"grab", "-d", "0"};
+        arguments.insert(arguments.end(), words.begin(), words.end());
+        const ToolResult result = Run(arguments);
+        EXPECT_EQ(result.exitCode, 2) << words[1] << result.err;
+        EXPECT_EQ(result.out, "");
+    }
+    EXPECT_THAT(m_folder.List(), IsEmpty());
+}
+
+} // namespace

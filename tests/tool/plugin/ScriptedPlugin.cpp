@@ -1,0 +1,96 @@
+// One camera, "S1", with no features and a scripted stream; see ScriptedGrabber.
+
+#include "ScriptedGrabber.h"
+
+#include <zelmo/TransportLayer.h>
+
+#include <memory>
+
+namespace {
+
+Zelmo::CTlInfo TlInfo() {
+    Zelmo::CTlInfo info;
+    info.SetDeviceClass("Scripted").SetFullName("Scripted/1");
+    return info;
+}
+
+Zelmo::CDeviceInfo DeviceInfo() {
+    Zelmo::CDeviceInfo info;
+    info.SetDeviceClass("Scripted").SetFullName("Scripted/1/S1");
+    return info.SetSerialNumber("S1");
+}
+
+class ScriptedDevice final : public Zelmo::IZelmoDevice {
+public:
+    void Open(Zelmo::AccessModeSet modes) override {
+        m_modes = modes;
+        m_grabber = std::make_unique<ScriptedGrabber>([this] {
+            for (const auto& callback : m_callbacks)
+                callback(this);
+        });
+    }
+    void Close() override { m_modes.reset(); }
+    bool IsOpen() const override { return m_modes.any(); }
+    Zelmo::AccessModeSet AccessMode() const override { return m_modes; }
+    const Zelmo::CDeviceInfo& GetDeviceInfo() const override { return m_info; }
+    std::size_t GetNumStreamGrabbers() const override { return 1; }
+    Zelmo::IStreamGrabber* GetStreamGrabber(std::size_t) override { return m_grabber.get(); }
+    Zelmo::IEventGrabber* GetEventGrabber() override { return nullptr; }
+    GenApi::INodeMap* GetNodeMap() override { return m_grabber->GetNodeMap(); }
+    GenApi::INodeMap* GetTLNodeMap() override { return nullptr; }
+    bool IsRemoved() const override { return false; }
+    Zelmo::ITransportLayer* GetTransportLayer() const override { return nullptr; }
+    Zelmo::IEventAdapter* CreateEventAdapter() override { return nullptr; }
+    void DestroyEventAdapter(Zelmo::IEventAdapter*) override {}
+    Zelmo::IChunkParser* CreateChunkParser() override { return nullptr; }
+    void DestroyChunkParser(Zelmo::IChunkParser*) override {}
+    Zelmo::DeviceCallbackHandle RegisterRemovalCallback(Zelmo::DeviceRemovalCallback& callback) override {
+        m_callbacks.push_back(callback);
+        return m_callbacks.size();
+    }
+    void DeregisterRemovalCallback(Zelmo::DeviceCallbackHandle) override { m_callbacks.clear(); }
+
+private:
+    const Zelmo::CDeviceInfo m_info = DeviceInfo();
+    Zelmo::AccessModeSet m_modes;
+    std::vector<Zelmo::DeviceRemovalCallback> m_callbacks;
+    std::unique_ptr<ScriptedGrabber> m_grabber;
+};
+
+class ScriptedTransportLayer final : public Zelmo::ITransportLayer {
+public:
+    int EnumerateDevices(Zelmo::DeviceInfoList& list, bool) override {
+        list.push_back(DeviceInfo());
+        return static_cast<int>(list.size());
+    }
+    int EnumerateDevices(Zelmo::DeviceInfoList& list, const Zelmo::DeviceInfoList&, bool addToList) override {
+        return EnumerateDevices(list, addToList);
+    }
+    Zelmo::IZelmoDevice* CreateDevice(const Zelmo::CDeviceInfo&) override { return new ScriptedDevice; }
+    Zelmo::IZelmoDevice* CreateFirstDevice(const Zelmo::CDeviceInfo&) override { return new ScriptedDevice; }
+    Zelmo::IZelmoDevice* CreateDevice(const Zelmo::CDeviceInfo&, const Zelmo::StringList_t&) override {
+        return new ScriptedDevice;
+    }
+    Zelmo::IZelmoDevice* CreateFirstDevice(const Zelmo::CDeviceInfo&, const Zelmo::StringList_t&) override {
+        return new ScriptedDevice;
+    }
+    Zelmo::IZelmoDevice* CreateDevice(const Zelmo::String_t&) override { return new ScriptedDevice; }
+    void DestroyDevice(Zelmo::IZelmoDevice* device) override { delete static_cast<ScriptedDevice*>(device); }
+    bool IsDeviceAccessible(const Zelmo::CDeviceInfo&, Zelmo::AccessModeSet, Zelmo::EDeviceAccessiblityInfo*) override {
+        return true;
+    }
+    Zelmo::CTlInfo GetTlInfo() const override { return TlInfo(); }
+};
+
+} // namespace
+
+ZELMO_PLUGIN_EXPORT void GetTLInfoList(Zelmo::TlInfoList& list, bool) {
+    list.push_back(TlInfo());
+}
+
+ZELMO_PLUGIN_EXPORT Zelmo::ITransportLayer* Create(const Zelmo::CTlInfo&) {
+    static ScriptedTransportLayer transportLayer; // not counted: it may live as long as the plug-in
+    return &transportLayer;
+}
+
+ZELMO_PLUGIN_EXPORT void Destroy(Zelmo::ITransportLayer*) {}
