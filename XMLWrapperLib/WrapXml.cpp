@@ -4,11 +4,20 @@
 
 #include <tinyxml2.h>
 
+#include <filesystem>
+#include <system_error>
+
 namespace Zelmo {
 namespace {
 
 String_t ToString(const char* text) {
     return text != nullptr ? String_t(text) : String_t();
+}
+
+// Pipes and devices are not even opened: that could block until somebody writes to them.
+tinyxml2::XMLError LoadFile(tinyxml2::XMLDocument& document, const char* path) {
+    std::error_code ignored; // a path that cannot be looked at is the parser's to report
+    return std::filesystem::is_other(path, ignored) ? tinyxml2::XML_ERROR_FILE_READ_ERROR : document.LoadFile(path);
 }
 
 } // namespace
@@ -32,7 +41,7 @@ bool CXmlNode::TryLoad(int& error, Parse parse) {
 
 void CXmlNode::LoadFromFile(const String_t& path) {
     int error = 0;
-    if (!TryLoad(error, [&](tinyxml2::XMLDocument& document) { return document.LoadFile(path.c_str()); })) {
+    if (!TryLoad(error, [&](tinyxml2::XMLDocument& document) { return LoadFile(document, path.c_str()); })) {
         throw RUNTIME_EXCEPTION("CXmlNode::LoadFromFile %s failed, Error=%d", path.c_str(), error);
     }
 }

@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <sys/stat.h>
 #include <thread>
 #include <vector>
 
@@ -136,6 +137,7 @@ INSTANTIATE_TEST_SUITE_P(
     All, ZelmoSettingsFile,
     testing::Values(
         File{"plain", "<settings><setting name='a'><value>1</value></setting></settings>", "1"},
+        File{"lines of their own", "<settings>\n  <setting name='a'>\n    <v>1</v>\n  </setting>\n</settings>\n", "1"},
         File{"any child", "<settings><setting x='' name='a'><x/><value>1</value></setting></settings>", ""},
         File{"white space and entities", "<settings><setting name='a'><v> &amp; </v></setting></settings>", " & "},
         File{"text instead of a child", "<settings><setting name='a'>1</setting></settings>", ""},
@@ -181,9 +183,12 @@ INSTANTIATE_TEST_SUITE_P(All, BrokenSettingsFile,
                                                      7),
                                          Repeated("<settings>", 100'000), std::string(1'000'000, '<')));
 
-TEST_F(ZelmoSettings, FolderOfThatNameIsFoundAndFails) {
-    std::filesystem::create_directory(m_beside);
+TEST_F(ZelmoSettings, FolderOrPipeOfThatNameIsFoundAndFails) {
     Write(m_above, WithSettings("<setting name='a'><v>above</v></setting>"));
+    std::filesystem::create_directory(m_beside);
+    EXPECT_NE(LoggedFailure().find(m_beside.string()), std::string::npos);
+    std::filesystem::remove(m_beside);
+    ASSERT_EQ(mkfifo(m_beside.c_str(), 0600), 0); // nobody ever writes
     EXPECT_NE(LoggedFailure().find(m_beside.string()), std::string::npos);
     EXPECT_EQ(Setting("a"), unset);
 }

@@ -9,6 +9,7 @@
 
 #include <fstream>
 #include <string>
+#include <sys/stat.h>
 #include <thread>
 #include <vector>
 
@@ -221,6 +222,9 @@ TEST_F(WrapXmlFile, FailureNamesTheFileAndTheCode) {
     EXPECT_EQ(failure(missing), "CXmlNode::LoadFromFile " + missing + " failed, Error=3");
     const std::string folder = m_folder.Path();
     EXPECT_EQ(failure(folder), "CXmlNode::LoadFromFile " + folder + " failed, Error=5");
+    const std::string pipe = m_folder.Path() / "pipe";
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0); // would block until somebody writes
+    EXPECT_EQ(failure(pipe), "CXmlNode::LoadFromFile " + pipe + " failed, Error=5");
     const std::string empty = Write("");
     EXPECT_EQ(failure(empty), "CXmlNode::LoadFromFile " + empty + " failed, Error=13");
 }
