@@ -1,6 +1,7 @@
 #include <zelmo/ZelmoSettings.h>
 
 #include "XMLWrapperLib/WrapXml.h"
+#include "ZelmoBase/core/Paths.h"
 
 #include <zelmo/Log.h>
 #include <zelmo/Utilities.h>
@@ -9,8 +10,7 @@
 #include <Base/GCSynch.h>
 #include <Base/GCThreadAnnotations.h>
 
-#include <boost/filesystem/operations.hpp>
-
+#include <exception>
 #include <map>
 
 namespace Zelmo {
@@ -32,18 +32,12 @@ unsigned long CatId() {
     return id;
 }
 
-bool Exists(const String_t& path) {
-    boost::system::error_code error;
-    const boost::filesystem::file_type type = boost::filesystem::status(path.c_str(), error).type();
-    return type != boost::filesystem::status_error && type != boost::filesystem::file_not_found;
-}
-
 // Answers the file beside the library or else the one above, empty if there is none.
 String_t FindSettingsFile() {
     const String_t separator = getZelmoPathSeperator();
     const String_t folder = getZelmoFolderPath(FolderType_Base) + separator;
     for (const String_t& path : {folder + "zelmo.xml", folder + ".." + separator + "zelmo.xml"}) {
-        if (Exists(path)) {
+        if (PathExists(path.c_str())) {
             return path;
         }
     }

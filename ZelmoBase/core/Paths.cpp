@@ -1,3 +1,5 @@
+#include "ZelmoBase/core/Paths.h"
+
 #include <zelmo/Utilities.h>
 
 #include "ZelmoBase/core/Mutex.h"
@@ -63,12 +65,6 @@ std::string FindByEnvironment(const char* variable) {
     return GetValueOfEnvironmentVariable(variable, value) ? value.c_str() : getZelmoFolderPath(FolderType_BaseAlias);
 }
 
-bool Exists(const std::string& path) {
-    boost::system::error_code error;
-    const auto type = boost::filesystem::status(path, error).type();
-    return type != boost::filesystem::status_error && type != boost::filesystem::file_not_found;
-}
-
 std::string FindConfigFileRegistry() {
     String_t value;
     if (GetValueOfEnvironmentVariable("ZELMO_CONFIG_FILE_REGISTRY_PATH", value)) {
@@ -77,7 +73,7 @@ std::string FindConfigFileRegistry() {
     const std::string base = getZelmoFolderPath(FolderType_Base);
     for (const char* steps : {"/", "/../", "/../../"}) {
         std::string candidate = base + steps + "/share/zelmo/ConfigFileRegistry";
-        if (Exists(candidate)) {
+        if (PathExists(candidate)) {
             return candidate;
         }
     }
@@ -85,6 +81,12 @@ std::string FindConfigFileRegistry() {
 }
 
 } // namespace
+
+bool PathExists(const std::string& path) {
+    boost::system::error_code error;
+    const auto type = boost::filesystem::status(path, error).type();
+    return type != boost::filesystem::status_error && type != boost::filesystem::file_not_found;
+}
 
 const char* getZelmoFolderPath(eFolderType type) {
     static CCachedPath base;
