@@ -9,7 +9,8 @@
 #include <fstream>
 #include <limits>
 #include <string>
-#include <vector>
+#include <string_view>
+#include <utility>
 
 namespace Zelmo {
 namespace {
@@ -41,7 +42,7 @@ char* FindElement(char* list, const char* delimiters, size_t index) {
 }
 
 /// Reads to the end in blocks; a zero byte cuts its block short.
-void AppendBlocks(std::istream& stream, std::string& text) {
+void AppendBlocks(std::istream& stream, String_t& text) {
     constexpr std::streamsize blockBytes = 3999;
     char block[blockBytes + 1];
     while (stream.good()) {
@@ -76,14 +77,14 @@ size_t HexEncodeString(const void* data, size_t size, char* buffer, size_t buffe
 }
 
 String_t HexEncodeString(const void* data, size_t size, const char* separator) {
-    std::vector<char> text;
     try {
-        text.resize(HexEncodeString(data, size, nullptr, 0, separator));
+        std::string text(HexEncodeString(data, size, nullptr, 0, separator), '\0');
+        text.resize(HexEncodeString(data, size, text.data(), text.size(), separator));
+        return String_t(std::move(text));
     } catch (const std::exception&) {
         throw BAD_ALLOC_EXCEPTION("Out of memory when allocating string for hexencoding (cbData = %lu)",
                                   static_cast<unsigned long>(size));
     }
-    return String_t(text.data(), HexEncodeString(data, size, text.data(), text.size(), separator));
 }
 
 size_t HexDecodeString(const char* text, void* buffer, size_t bufferSize) {
@@ -212,7 +213,7 @@ void textFileToString(const String_t& fileName, String_t& content) {
     }
     const std::streamoff sizeBytes = stream.tellg();
     stream.seekg(0);
-    std::string text;
+    String_t text;
     if (sizeBytes > 0 && sizeBytes < std::numeric_limits<std::streamoff>::max()) { // what a folder gives
         text.reserve(static_cast<size_t>(sizeBytes) + 1);
     }
@@ -220,7 +221,7 @@ void textFileToString(const String_t& fileName, String_t& content) {
     if (!stream.eof()) {
         throw RUNTIME_EXCEPTION("Failed to read file %s for content transfer to string.", name.c_str());
     }
-    content = String_t(std::move(text));
+    content = std::move(text);
 }
 
 String_t itos(unsigned int value) {

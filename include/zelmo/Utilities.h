@@ -46,11 +46,11 @@ ZELMO_API String_t TrimRight(const String_t& text);
 
 /// Reads element @p index, counted from 0, of a list like "a=1;b=2"; each character of @p delimiters splits, empty
 /// elements do not count. Key and value are trimmed; the value ends at a second "=". Either output may be null.
-/// @return false, with nothing stored, without such an element or when the element has no key.
+/// @return false, with nothing stored, without such an element or when it consists of "=" only.
 /// @throws GenICam::BadAllocException out of memory.
 ZELMO_API bool getKeyAndValueFromString(const char* text, const char* delimiters, size_t index, String_t* key,
                                         String_t* value);
-/// The value of the first element with exactly this key. The search ends at the first element without a key.
+/// The value of the first element with exactly this key. The search ends at an element of "=" only.
 ZELMO_API bool getValueByKeyFromString(const char* text, const char* delimiters, const char* key, String_t* value);
 
 /// Takes piece @p index, counted from 0, of a text whose pieces are separated by the whole of @p delimiter.
@@ -62,7 +62,8 @@ ZELMO_API bool extractSubString(String_t& result, const String_t& text, size_t i
 ZELMO_API String_t replaceSpacesWith20(const char* text);
 
 /// Replaces @p content by the text of a file. A zero byte hides what follows it, at most the rest of a block of 3999
-/// bytes. @throws GenICam::RuntimeException when the file cannot be opened or read; @p content is empty then.
+/// bytes. @throws GenICam::RuntimeException when the file cannot be opened or read, GenICam::BadAllocException when it
+/// does not fit into memory; @p content is empty then.
 ZELMO_API void textFileToString(const String_t& fileName, String_t& content);
 
 ZELMO_API String_t itos(unsigned int value); ///< Decimal digits.
