@@ -2,7 +2,10 @@
 
 #include <GenApi/GenApi.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <climits>
+#include <cstdint>
 #include <linux/capability.h>
 #include <pthread.h>
 #include <sched.h>
@@ -103,8 +106,10 @@ void SetupRTThreadPriorityCapabilities(GenApi::INodeMap* nodeMap, String_t baseN
 void SetNodemapRTThreadPriority(GenApi::INodeMap* nodeMap, String_t baseName, unsigned long threadId) {
     const CPriorityNodes nodes(nodeMap, baseName);
     try {
-        // the system's refusal is not looked at: the thread then runs on as it does
-        SetRTThreadPriority(threadId, static_cast<int>(nodes.Read("_Value")));
+        // what no int holds is no priority either, and must not wrap into one
+        const auto value = std::clamp<std::int64_t>(nodes.Read("_Value"), INT_MIN, INT_MAX);
+        // a refusal is not looked at: the thread then runs on as it does
+        SetRTThreadPriority(threadId, static_cast<int>(value));
     } catch (...) {
         if (nodes.Read("_Override") != 0) {
             throw; // the application asked for exactly this priority

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <pthread.h>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -55,9 +56,9 @@ TEST_F(ThreadPriorityNodesTest, CapabilitiesAndTheirMiddleAreWritten) {
 
 TEST_F(ThreadPriorityNodesTest, ValueGoesToTheThreadAndARefusalIsNoFailure) {
     Load(m_value, 0, 99, 1);
-    for (const int priority : {m_max, 0, 1000}) { // the last one is refused
+    for (const auto priority : std::vector<std::int64_t>{m_max, 0, 1000, 0x100000001}) { // the last two are refused
         GenApi::CIntegerPtr(m_nodes._GetNode("T_Value"))->SetValue(priority);
-        const bool possible = SetRTThreadPriority(pthread_self(), priority) == 0;
+        const bool possible = priority <= m_max && SetRTThreadPriority(pthread_self(), static_cast<int>(priority)) == 0;
         SetRTThreadPriority(pthread_self(), 0);
         SetNodemapRTThreadPriority(m_nodes._Ptr(), "T", pthread_self());
         EXPECT_EQ(GetRTThreadPriority(pthread_self()), possible ? priority : 0);
