@@ -37,6 +37,17 @@ TEST_F(GrabTest, WritesTheImagesOfOneCameraAndSumsUp) {
     EXPECT_EQ(result.err, "Images of 0815-0001: img-000001.png to img-000003.png\n");
 }
 
+TEST_F(GrabTest, SettingsHoldForTheImagesOrNothingStarts) {
+    EXPECT_EQ(Run({"grab", "-d", "0", "--set", "Width=640", "--set", "Height=48", "-o", "a.png", "-q"}).exitCode, 0);
+    EXPECT_EQ(DecodePng(m_folder / "a.png").width, 640u);
+    EXPECT_EQ(DecodePng(m_folder / "a.png").height, 48u);
+    const ToolResult refused = Run({"grab", "-d", "0", "--set", "Width=99999", "-o", "b.png"});
+    EXPECT_EQ(refused.exitCode, 7);
+    EXPECT_THAT(refused.err, HasSubstr("Width: 99999 is above the maximum of 2048 (step 4) on camera 0815-0000"));
+    EXPECT_EQ(Run({"grab", "-d", "0", "--set", "Width", "-o", "b.png"}).exitCode, 2);
+    EXPECT_THAT(m_folder.List(), ElementsAre("a.png"));
+}
+
 TEST_F(GrabTest, SeveralCamerasWriteFilesThatDiffer) {
     EXPECT_EQ(Run({"grab", "--all", "-n", "2", "-o", "a-%d.png", "-q"}).exitCode, 0);
     EXPECT_THAT(m_folder.List(), ElementsAre("a-0815-0000-1.png", "a-0815-0000-2.png", "a-0815-0001-1.png",

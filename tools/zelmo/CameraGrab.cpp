@@ -1,5 +1,6 @@
 #include "CameraGrab.h"
 
+#include "Feature.h"
 #include "Output.h"
 
 #include <GenApi/GenApi.h>
@@ -30,6 +31,12 @@ CameraGrab::CameraGrab(const Zelmo::CDeviceInfo& info, const GrabOptions& option
 
 CameraGrab::~CameraGrab() {
     Join();
+}
+
+void CameraGrab::Configure(const std::vector<Assignment>& settings) {
+    for (const Assignment& one : settings) {
+        Feature::Find(m_camera.GetNodeMap("device"), one.feature, GetName()).SetText(one.value);
+    }
 }
 
 void CameraGrab::CheckFormat() {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Assignments.h"
 #include "Camera.h"
 #include "Errors.h"
 #include "FrameWriter.h"
@@ -39,6 +40,10 @@ public:
     /// Opens the camera. Nothing is written until WriteTo.
     CameraGrab(const Zelmo::CDeviceInfo& info, const GrabOptions& options, Output& output, StopSignals& signals);
     ~CameraGrab();
+
+    /// Sets features of the camera, in the order given.
+    /// @throws ToolError for the first one that is refused; the others stay as they are.
+    void Configure(const std::vector<Assignment>& settings);
 
     /// @throws ToolError for a pixel format that cannot be written as PNG.
     void CheckFormat();

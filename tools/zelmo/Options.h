@@ -45,7 +45,8 @@ struct FeaturesOptions {
 struct GrabOptions {
     std::vector<std::string> devices;
     bool all = false;
-    std::optional<unsigned> count; ///< Images of each camera.
+    std::vector<std::string> settings; ///< NAME=VALUE each, set before the camera starts.
+    std::optional<unsigned> count;     ///< Images of each camera.
     std::optional<double> durationSeconds;
     std::string output; ///< Pattern of file names; empty: nothing is written.
     bool raw = false;

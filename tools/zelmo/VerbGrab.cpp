@@ -1,3 +1,4 @@
+#include "Assignments.h"
 #include "CommonOptions.h"
 #include "DeviceSelector.h"
 #include "GrabReport.h"
@@ -29,6 +30,7 @@ public:
     std::vector<Example> GetExamples() const override {
         return {
             {"zelmo grab -n 10 -o 'img-%06d.png'", "Ten images of the only camera: img-000001.png and so on"},
+            {"zelmo grab -n 5 --set PixelFormat=RGB8 --set Width=640 -o '%d.png'", "With settings of the camera"},
             {"zelmo grab --all --duration 5", "Five seconds from each camera without writing, to see rate and losses"},
             {"zelmo grab -d 0815-0000 -d left -n 3 -o '/data/%s/%d.png'", "A folder for each of two cameras"},
             {"zelmo grab -n 100 --raw -o '%06d.raw' --max-lost 0", "Buffers as they are; exit code 6 when one is lost"},
@@ -43,6 +45,11 @@ public:
                 ->type_name("DEVICE")
                 ->allow_extra_args(false);
         command.add_flag("--all", m_options.all, "All cameras")->excludes(device);
+        command
+            .add_option("--set", m_options.settings,
+                        "Set a feature before the camera starts; may be given several times")
+            ->type_name("NAME=VALUE")
+            ->allow_extra_args(false);
         command.add_option("-n,--count", m_options.count, "End after N images of each camera")
             ->type_name("N")
             ->check(WholeNumber(1, 4'000'000'000));
@@ -65,6 +72,7 @@ public:
             m_options.count = 1;
         }
         std::optional<FilePattern> pattern = MakePattern();
+        const auto settings = ParseAssignments(m_options.settings);
         const auto infos = SelectDevices(library, m_options.devices, m_options.all);
         if (pattern) {
             pattern->Complete(infos.size() > 1, m_options.count != 1u);
@@ -76,6 +84,7 @@ public:
         CameraGrabs grabs;
         for (const auto& info : infos) {
             grabs.push_back(std::make_unique<CameraGrab>(info, m_options, output, signals));
+            grabs.back()->Configure(settings);
         }
         if (pattern) {
             PrepareWriting(*pattern, MakeLabels(infos), grabs);

@@ -1,3 +1,4 @@
+#include "Assignments.h"
 #include "Camera.h"
 #include "CommonOptions.h"
 #include "DeviceSelector.h"
@@ -7,23 +8,6 @@
 
 namespace tool {
 namespace {
-
-struct Assignment {
-    std::string feature;
-    std::string value;
-};
-
-std::vector<Assignment> ParseAssignments(const std::vector<std::string>& texts) {
-    std::vector<Assignment> assignments;
-    for (const std::string& text : texts) {
-        const std::size_t equals = text.find('=');
-        if (equals == std::string::npos || equals == 0) {
-            throw UsageError("'" + text + "' is no assignment; expected NAME=VALUE, for example Width=640");
-        }
-        assignments.push_back({text.substr(0, equals), text.substr(equals + 1)});
-    }
-    return assignments;
-}
 
 class SetVerb : public Verb {
 public:
