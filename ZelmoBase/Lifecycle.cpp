@@ -24,6 +24,8 @@ constexpr char kVersion[] = "6.1.0.18286";
 CRecursiveMutex g_initLock; // held during every step of start and stop; outside of the factory's lock
 std::int32_t g_initCount ZELMO_GUARDED_BY(g_initLock) = 0;
 bool g_isLoggingStarted ZELMO_GUARDED_BY(g_initLock) = false; // by us, and not shut down since
+bool g_isInSteps ZELMO_GUARDED_BY(g_initLock) =
+    false; // of start or stop: what they call may call back, which only counts
 
 CRecursiveMutex g_flagsLock;
 std::int64_t g_flags ZELMO_GUARDED_BY(g_flagsLock) = 0;
@@ -85,14 +87,16 @@ void Stop(bool shutDownLogging) ZELMO_REQUIRES(g_initLock) {
 
 void ZelmoInitialize() noexcept {
     CLockGuard guard(g_initLock);
-    if (++g_initCount > 1) {
+    if (++g_initCount > 1 || g_isInSteps) {
         return;
     }
+    g_isInSteps = true;
     try {
         Start();
     } catch (...) {
         hxlog::LogTrace(catId(), hxlog::LogLevel_Critical, "Exception during initialisation in ZelmoInitialize()!");
     }
+    g_isInSteps = false;
 }
 
 void ZelmoTerminate(bool shutDownLogging) noexcept {
@@ -101,14 +105,16 @@ void ZelmoTerminate(bool shutDownLogging) noexcept {
         hxlog::LogTrace(catId(), hxlog::LogLevel_Info, "ZelmoTerminate called after zelmo has already terminated");
         return;
     }
-    if (--g_initCount > 0) {
+    if (--g_initCount > 0 || g_isInSteps) {
         return;
     }
+    g_isInSteps = true;
     CTlFactoryInstance::Destroy(); // its destructors do not throw; if they did, the process would end
     try {
         Stop(shutDownLogging);
     } catch (...) { // dropped: there is nobody left to tell
     }
+    g_isInSteps = false;
 }
 
 void AddInternalFlags(long flags) {

@@ -20,6 +20,7 @@
 #include <filesystem>
 #include <fstream>
 #include <latch>
+#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
@@ -68,11 +69,15 @@ protected:
 };
 
 TEST_F(LifecycleTest, FirstStartAndLastStopAct) {
+    {
+        Fakes::LogRecorder log;
+        ZelmoTerminate(); // without a start
+        EXPECT_TRUE(log.Lines().empty());
+    }
     EXPECT_EQ(FactoryFailure(), noFactory);
     ZelmoInitialize();
     CTlFactory* factory = &CTlFactory::GetInstance();
     ZelmoInitialize();
-    EXPECT_EQ(&CTlFactory::GetInstance(), factory);
     ZelmoTerminate(true); // only the last one's wish counts
     EXPECT_EQ(&CTlFactory::GetInstance(), factory);
     EXPECT_TRUE(IsFrontEndUp());
@@ -88,10 +93,23 @@ TEST_F(LifecycleTest, FirstStartAndLastStopAct) {
     EXPECT_FALSE(IsBackEndUp());
 }
 
-TEST_F(LifecycleTest, StartAndStopAnnounceThemselves) {
+// Starts and stops the library out of its own steps, as a plug-in may that goes.
+struct StartingAppender : GenICam::Appender {
+    StartingAppender() : Appender("StartingAppender") {}
+    void Append(const GenICam::LogRecord&) override {
+        if (calls++ < 10) { // else an endless recursion
+            const ZelmoScope scope;
+        }
+    }
+    int calls = 0;
+};
+
+TEST_F(LifecycleTest, StartAndStopAnnounceThemselvesOnceThoughTheirStepsCallBack) {
     Fakes::LogRecorder log;
+    const auto starter = std::make_shared<StartingAppender>();
+    GenICam::CLog::GetRootLogger().addAppender(starter);
     ZelmoInitialize();
-    ASSERT_FALSE(log.Lines().empty());
+    ASSERT_EQ(log.Lines().size(), 1u);
     const LogLine banner = log.Lines().front();
     EXPECT_EQ(banner.category, "zelmo.base");
     EXPECT_EQ(banner.priority, 500);
@@ -100,20 +118,13 @@ TEST_F(LifecycleTest, StartAndStopAnnounceThemselves) {
     log.Clear();
     ZelmoTerminate(false);
     EXPECT_THAT(log.Lines(), ElementsAre(terminatedLine));
+    EXPECT_EQ(FactoryFailure(), noFactory);
+    EXPECT_EQ(starter->calls, 2);
+    GenICam::CLog::GetRootLogger().removeAppender(starter);
     log.Clear();
     ZelmoTerminate();
     EXPECT_THAT(log.Lines(),
                 ElementsAre(LogLine{"zelmo.base", 600, "ZelmoTerminate called after zelmo has already terminated"}));
-}
-
-TEST_F(LifecycleTest, StopWithoutStartIsSilentAndHarmless) {
-    Fakes::LogRecorder log;
-    ZelmoTerminate();
-    EXPECT_TRUE(log.Lines().empty());
-    ZelmoInitialize();
-    EXPECT_EQ(FactoryFailure(), "none");
-    ZelmoTerminate();
-    EXPECT_EQ(FactoryFailure(), noFactory);
 }
 
 TEST_F(LifecycleTest, ThreadsThatStartAtOnceAllFindTheLibraryComplete) {
@@ -137,10 +148,6 @@ struct FlagCase {
     long flags;           // given by AddInternalFlags
     bool leavesLogAlone;
 };
-
-void PrintTo(const FlagCase& c, std::ostream* stream) {
-    *stream << testing::PrintToString(c.variable) << " and " << c.flags;
-}
 
 class LifecycleFlagTest : public LifecycleTest, public testing::WithParamInterface<FlagCase> {};
 
@@ -167,13 +174,17 @@ TEST_P(LifecycleFlagTest, BitTwoLeavesTheBackEndToTheApplication) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Flags, LifecycleFlagTest,
-                         testing::Values(FlagCase{"2", 0, true}, FlagCase{"3", 0, true}, FlagCase{nullptr, 6, true},
-                                         FlagCase{"1", 2, true}, FlagCase{nullptr, 0, false}, FlagCase{"0", 0, false},
+                         testing::Values(FlagCase{"3", 0, true}, FlagCase{"1", 2, true}, FlagCase{nullptr, 6, true},
                                          FlagCase{"1", 0, false}, FlagCase{"two", 0, false}));
 
-TEST_F(LifecycleTest, SettingsLiveFromStartToStop) {
+TEST_F(LifecycleTest, SettingsLiveFromStartToStopAndAMissingCacheIsAWarningOnly) {
+    Fakes::LogRecorder log;
+    setenv("GENICAM_CACHE_V3_1", "/no/such/folder", 1);
     WriteSettings("<settings><setting name=\"a\"><value>1</value></setting></settings>");
     ZelmoInitialize();
+    EXPECT_EQ(std::getenv("GENICAM_CACHE_V3_1"), nullptr);
+    EXPECT_EQ(log.Count("zelmo.base", 400), 1u);
+    EXPECT_EQ(FactoryFailure(), "none");
     String_t value;
     EXPECT_TRUE(CZelmoSettings::GetSetting("a", value));
     EXPECT_EQ(value, "1");
@@ -207,30 +218,14 @@ TEST_F(LifecycleTest, FailedStartIsLoggedAndNotRetriedBeforeTheStop) {
     ZelmoTerminate();
 }
 
-TEST_F(LifecycleTest, CacheThatCannotBeHadIsAWarningOnly) {
-    Fakes::LogRecorder log;
-    setenv("GENICAM_CACHE_V3_1", "/no/such/folder", 1);
-    ZelmoInitialize();
-    EXPECT_EQ(std::getenv("GENICAM_CACHE_V3_1"), nullptr);
-    EXPECT_EQ(log.Count("zelmo.base", 400), 1u);
-    EXPECT_EQ(FactoryFailure(), "none");
-    ZelmoTerminate();
-}
-
-class RegistryFolderTest : public LifecycleTest, public testing::WithParamInterface<const char*> {};
-
-TEST_P(RegistryFolderTest, IsLookedForBesideAndAboveTheLibrary) {
+TEST_F(LifecycleTest, RegistryFolderIsLookedForBesideTheLibraryAndThenAboveIt) {
     unsetenv("ZELMO_CONFIG_FILE_REGISTRY_PATH");
     const std::string base = (m_folder / "lib").string();
     EXPECT_EQ(getZelmoFolderPath(FolderType_Base), base);
-    const std::string candidate = base + GetParam() + "/share/zelmo/ConfigFileRegistry";
-    fs::create_directories(candidate);
-    const char* found = getZelmoFolderPath(FolderType_ConfigFileRegistry);
-    fs::remove_all(fs::path(candidate).parent_path().parent_path());
-    EXPECT_EQ(found, candidate);
+    const std::string above = base + "/..//share/zelmo/ConfigFileRegistry";
+    fs::create_directories(above);
+    EXPECT_EQ(getZelmoFolderPath(FolderType_ConfigFileRegistry), above);
 }
-
-INSTANTIATE_TEST_SUITE_P(Steps, RegistryFolderTest, testing::Values("/", "/../"));
 
 TEST(VersionTest, IsKnownWithoutAStartAndUnderPlainNames) {
     unsigned int parts[4] = {};
