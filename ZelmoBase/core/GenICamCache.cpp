@@ -29,6 +29,26 @@ std::string HomeFolder() {
     return user != nullptr && user->pw_dir != nullptr ? user->pw_dir : "";
 }
 
+/// The folder and its parents. @return whether it was made or something of that name was there already.
+bool CreateFolders(const char* path) noexcept {
+    const std::unique_ptr<char, decltype(&std::free)> copy(strdup(path), &std::free);
+    if (!copy) {
+        return false;
+    }
+    char* text = copy.get();
+    const size_t length = std::strlen(text);
+    if (length > 0 && text[length - 1] == '/') {
+        text[length - 1] = '\0';
+    }
+    char* part = *text == '/' ? text + 1 : text;
+    while ((part = std::strchr(part, '/')) != nullptr) {
+        *part = '\0';
+        mkdir(text, 0777); // the last one tells whether all went well
+        *part++ = '/';
+    }
+    return mkdir(text, 0777) == 0 || errno == EEXIST;
+}
+
 void SetUpDefault(const std::string& folder) {
     if (setenv(kVariable, folder.c_str(), 1) != 0) {
         hxlog::LogTrace(catId(), hxlog::LogLevel_Warn, "Could not set GENICAM_CACHE_V3_1 to '%s'", folder.c_str());
@@ -69,25 +89,6 @@ void SetUpGenICamCache() {
                         folder.c_str());
         unsetenv(kVariable);
     }
-}
-
-bool CreateFolders(const char* path) noexcept {
-    const std::unique_ptr<char, decltype(&std::free)> copy(strdup(path), &std::free);
-    if (!copy) {
-        return false;
-    }
-    char* text = copy.get();
-    const size_t length = std::strlen(text);
-    if (length > 0 && text[length - 1] == '/') {
-        text[length - 1] = '\0';
-    }
-    char* part = *text == '/' ? text + 1 : text;
-    while ((part = std::strchr(part, '/')) != nullptr) {
-        *part = '\0';
-        mkdir(text, 0777); // the last one tells whether all went well
-        *part++ = '/';
-    }
-    return mkdir(text, 0777) == 0 || errno == EEXIST;
 }
 
 } // namespace Zelmo

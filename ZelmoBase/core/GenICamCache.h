@@ -8,8 +8,4 @@ namespace Zelmo {
 /// Changes the environment: not while other threads read it.
 void SetUpGenICamCache();
 
-/// Creates a folder and its parents with mode 0777 less the umask.
-/// @return whether the folder was made or something of that name was there already.
-bool CreateFolders(const char* path) noexcept;
-
 } // namespace Zelmo
