@@ -11,7 +11,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <array>
 #include <fcntl.h>
 #include <functional>
 #include <poll.h>
@@ -27,15 +26,6 @@ using testing::ElementsAre;
 
 const std::string openFilesHint =
     ". Reached open files limit: To change the limit permanently on a ubuntu system, edit /etc/security/limits.conf";
-
-struct Pipe {
-    Pipe() { EXPECT_EQ(pipe(ends.data()), 0); }
-    ~Pipe() {
-        close(ends[0]);
-        close(ends[1]);
-    }
-    std::array<int, 2> ends;
-};
 
 TEST(WaitObjectTest, StateStaysUntilItIsChanged) {
     WaitObjectEx object = WaitObjectEx::Create();
@@ -86,9 +76,6 @@ TEST(WaitObjectTest, InvalidSourceMakesAnInvalidCopyButDoesNotOverwrite) {
     target = invalid;
     EXPECT_TRUE(target.Wait(0));
     EXPECT_EQ(target.GetFd(), fd);
-    const WaitObject& itself = target;
-    target = itself;
-    EXPECT_TRUE(target.Wait(0));
 }
 
 TEST(WaitObjectTest, HandleIsCopiedButNeverTakenOver) {
@@ -106,55 +93,42 @@ TEST(WaitObjectTest, HandleIsCopiedButNeverTakenOver) {
     EXPECT_EQ(FailureOf([] { WaitObject(nullptr, true); }), "WaitObject duplicate failed (0): Success");
 }
 
-TEST(WaitObjectTest, UseOfAnInvalidObjectRaises) {
+TEST(WaitObjectTest, UseOfAnInvalidOrBrokenObjectIsTold) {
     WaitObjectEx invalid;
     EXPECT_EQ(FailureOf([&] { invalid.Wait(0); }), "Wait operation failed): Invalid argument");
-    EXPECT_EQ(FailureOf([&] { invalid.Wait(WaitTimeoutInfinite); }), "Wait operation failed): Invalid argument");
     EXPECT_EQ(FailureOf([&] { invalid.Signal(); }), "Failed to signal wait object: Invalid argument");
     EXPECT_EQ(FailureOf([&] { invalid.Reset(); }), "Failed to reset wait object: Invalid argument");
-}
-
-TEST(WaitObjectTest, BrokenDescriptorsAreTold) {
-    WaitObjectEx object = WaitObjectEx::Create();
-    close(object.GetFd());
-    EXPECT_EQ(FailureOf([&] { object.Reset(); }), "Failed to reset wait object: Bad file descriptor");
-    EXPECT_TRUE(object.Wait(0)); // poll calls a closed descriptor ready
-}
-
-TEST(WaitObjectTest, EndOfAllWritersReadsAsSignaled) {
-    WaitObjectEx object = WaitObjectEx::Create();
-    WaitObjectEx readerOnly(object.GetFd());
-    WaitObject copy(readerOnly); // without a write end of its own
-    EXPECT_FALSE(copy.Wait(0));
-    object.Destroy();
-    EXPECT_TRUE(copy.Wait(0));
+    WaitObjectEx broken = WaitObjectEx::Create();
+    close(broken.GetFd());
+    EXPECT_EQ(FailureOf([&] { broken.Reset(); }), "Failed to reset wait object: Bad file descriptor");
+    EXPECT_TRUE(broken.Wait(0)); // poll calls a closed descriptor ready
 }
 
 TEST(ForeignDescriptorTest, IsSignaledWhileReadableAndCannotBeSignaled) {
-    Pipe foreign;
-    WaitObjectEx object(foreign.ends[0]);
-    EXPECT_NE(object.GetFd(), foreign.ends[0]);
-    EXPECT_NE(fcntl(foreign.ends[0], F_GETFL) & O_NONBLOCK, 0); // shared with the duplicate
+    WaitObjectEx writer = WaitObjectEx::Create();
+    const int foreign = writer.GetFd();
+    fcntl(foreign, F_SETFL, 0);
+    WaitObjectEx object(foreign);
+    EXPECT_NE(object.GetFd(), foreign);
+    EXPECT_NE(fcntl(foreign, F_GETFL) & O_NONBLOCK, 0); // shared with the duplicate
     EXPECT_FALSE(object.Wait(0));
     EXPECT_EQ(FailureOf([&] { object.Signal(); }), "Failed to signal wait object: Bad file descriptor");
-    ASSERT_EQ(write(foreign.ends[1], "x", 1), 1);
+    writer.Signal();
     object.Signal(); // nothing left to do
     EXPECT_TRUE(object.Wait(0));
     object.Reset();
-    EXPECT_FALSE(object.Wait(0));
+    WaitObject copy(object); // without a write end, as its source
+    EXPECT_FALSE(copy.Wait(0));
+    writer.Destroy();
+    EXPECT_TRUE(copy.Wait(0)); // the end of all writers
     EXPECT_EQ(FailureOf([] { WaitObjectEx bad(-1); }), "Failed to create wait object: Bad file descriptor");
 }
 
 struct ExhaustionCase {
-    const char* name;
     int freeDescriptors;
     std::function<void(WaitObjectEx& target, const WaitObjectEx& source)> step;
     const char* message;
 };
-
-void PrintTo(const ExhaustionCase& c, std::ostream* stream) {
-    *stream << c.name;
-}
 
 class DescriptorExhaustionTest : public testing::TestWithParam<ExhaustionCase> {};
 
@@ -184,32 +158,21 @@ const char duplicateFailed[] = "WaitObject duplicate failed (0)";
 
 INSTANTIATE_TEST_SUITE_P(
     Steps, DescriptorExhaustionTest,
-    testing::Values(
-        ExhaustionCase{"create", 1, [](auto&, auto&) { WaitObjectEx::Create(); }, createFailed},
-        ExhaustionCase{"wrap", 0, [](auto&, auto& source) { WaitObjectEx wrapped(source.GetFd()); }, createFailed},
-        ExhaustionCase{"copy read end", 0, [](auto&, auto& source) { WaitObject copy(source); }, duplicateFailed},
-        ExhaustionCase{"copy write end", 1, [](auto&, auto& source) { WaitObject copy(source); }, duplicateFailed},
-        ExhaustionCase{"copy handle", 1, [](auto&, auto& source) { WaitObject copy(source, true); }, duplicateFailed},
-        ExhaustionCase{"assign", 1, [](auto& target, auto& source) { target = source; }, duplicateFailed}));
+    testing::Values(ExhaustionCase{1, [](auto&, auto&) { WaitObjectEx::Create(); }, createFailed},
+                    ExhaustionCase{0, [](auto&, auto& source) { WaitObjectEx wrapped(source.GetFd()); }, createFailed},
+                    ExhaustionCase{0, [](auto&, auto& source) { WaitObject copy(source); }, duplicateFailed},
+                    ExhaustionCase{1, [](auto&, auto& source) { WaitObject copy(source); }, duplicateFailed},
+                    ExhaustionCase{1, [](auto&, auto& source) { WaitObject copy(source, true); }, duplicateFailed},
+                    ExhaustionCase{1, [](auto& target, auto& source) { target = source; }, duplicateFailed}));
 
-TEST(WaitTest, TimeoutsEndTheWaitAndInterruptionsDoNotShortenIt) {
-    const WaitObject object = WaitObjectEx::Create();
+TEST(WaitTest, InterruptionsEndAlertableWaitsAndDoNotShortenOthers) {
+    WaitObjectEx object = WaitObjectEx::Create();
     EXPECT_GE(MillisecondsOf([&] { EXPECT_FALSE(object.Wait(30)); }), 29); // the clock counts whole milliseconds
     Fakes::Interrupter interrupter;
     EXPECT_GE(MillisecondsOf([&] { EXPECT_EQ(object.WaitEx(100, false), WaitExResult_Timeout); }), 99);
-}
-
-TEST(WaitTest, AlertableWaitEndsWithTheFirstInterruption) {
-    const WaitObject object = WaitObjectEx::Create();
-    Fakes::Interrupter interrupter;
     EXPECT_EQ(object.WaitEx(GenerousMs, true), WaitExResult_Alerted);
     EXPECT_EQ(object.WaitEx(WaitTimeoutInfinite, true), WaitExResult_Alerted);
     EXPECT_EQ(object.WaitEx(0, true), WaitExResult_Timeout);
-}
-
-TEST(WaitTest, EndlessWaitOutlastsInterruptionsUntilSignaled) {
-    WaitObjectEx object = WaitObjectEx::Create();
-    Fakes::Interrupter interrupter;
     std::jthread signaler([copy = object]() mutable {
         WaitObject::Sleep(20);
         copy.Signal();

@@ -24,6 +24,8 @@ namespace {
 using namespace Zelmo;
 using testing::MatchesRegex;
 
+constexpr unsigned int cancelInstead = 1; // of setting the timer once more
+
 // The kernel's numbers of this process's timers.
 std::vector<int> KernelTimers() {
     std::vector<int> ids;
@@ -41,32 +43,21 @@ std::vector<int> KernelTimers() {
 class SignalHeldBack {
 public:
     SignalHeldBack() {
-        sigset_t signals = Set();
-        pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+        sigemptyset(&m_signals);
+        sigaddset(&m_signals, SIGALRM);
+        pthread_sigmask(SIG_BLOCK, &m_signals, nullptr);
     }
-    ~SignalHeldBack() {
-        sigset_t signals = Set();
-        pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
-    }
+    ~SignalHeldBack() { pthread_sigmask(SIG_UNBLOCK, &m_signals, nullptr); }
 
-    static bool IsPending() {
-        sigset_t pending;
-        sigpending(&pending);
-        return sigismember(&pending, SIGALRM) == 1;
-    }
     static void AwaitPending() {
-        while (!IsPending()) {
+        sigset_t pending;
+        while (sigpending(&pending) == 0 && sigismember(&pending, SIGALRM) != 1) {
             WaitObject::Sleep(1);
         }
     }
 
 private:
-    static sigset_t Set() {
-        sigset_t signals;
-        sigemptyset(&signals);
-        sigaddset(&signals, SIGALRM);
-        return signals;
-    }
+    sigset_t m_signals;
 };
 
 void SendTimerSignal(void* value) {
@@ -75,21 +66,22 @@ void SendTimerSignal(void* value) {
     ASSERT_EQ(pthread_sigqueue(pthread_self(), SIGALRM, content), 0);
 }
 
+#if defined(ZELMO_SANITIZED)
+// the thread sanitizer holds signals back, one for a thread, and drops the others, whichever timer they are for
+constexpr unsigned int attempts = 600;
+#else
+constexpr unsigned int attempts = 1;
+#endif
+
 // Whether a timer that is set signals, where signals for other timers come at the same time.
 bool Fires(CWaitableTimer& timer) {
-#if defined(ZELMO_SANITIZED)
-    // the thread sanitizer holds signals back, one for a thread, and drops the others, whichever timer they are for
-    for (int attempt = 0; attempt < 600; ++attempt) {
+    for (unsigned int attempt = 0; attempt < attempts; ++attempt) {
         timer.Set(1);
-        if (timer.Wait(100)) {
+        if (timer.Wait(GenerousMs / attempts)) {
             return true;
         }
     }
     return false;
-#else
-    timer.Set(1);
-    return timer.Wait(GenerousMs);
-#endif
 }
 
 class WaitableTimerTest : public testing::Test {
@@ -100,35 +92,24 @@ protected:
 };
 
 TEST_F(WaitableTimerTest, SignalsOnceWhenTheTimeIsUp) {
-    EXPECT_FALSE(m_timer->Wait(0));
+    WaitObjects set;
+    set.Add(WaitObjectEx::Create());
+    set.Add(*m_timer);
+    unsigned int index = 99;
     EXPECT_GE(MillisecondsOf([&] {
                   m_timer->Set(50);
-                  EXPECT_TRUE(m_timer->Wait(GenerousMs));
+                  EXPECT_TRUE(set.WaitForAny(WaitTimeoutInfinite, &index));
               }),
               50);
+    EXPECT_EQ(index, 1u);
     m_timer->Reset();
     EXPECT_FALSE(m_timer->Wait(20));
 }
 
-TEST_F(WaitableTimerTest, EndsAnEndlessWaitOnASet) {
-    WaitObjects set;
-    set.Add(WaitObjectEx::Create());
-    set.Add(*m_timer);
-    for (int round = 0; round < 3; ++round) {
-        m_timer->Set(10);
-        unsigned int index = 99;
-        EXPECT_TRUE(set.WaitForAny(WaitTimeoutInfinite, &index));
-        EXPECT_EQ(index, 1u);
-    }
-}
-
-TEST_F(WaitableTimerTest, CancelledTimerStaysSilent) {
+TEST_F(WaitableTimerTest, CancelKeepsWhatWasSignaledAndSetClearsIt) {
     m_timer->Set(20);
     m_timer->Cancel();
     EXPECT_FALSE(m_timer->Wait(100));
-}
-
-TEST_F(WaitableTimerTest, CancelKeepsWhatWasSignaledAndSetClearsIt) {
     for (const unsigned int unarmed : {0u, WaitTimeoutInfinite}) {
         m_timer->Set(1);
         EXPECT_TRUE(m_timer->Wait(GenerousMs));
@@ -140,53 +121,29 @@ TEST_F(WaitableTimerTest, CancelKeepsWhatWasSignaledAndSetClearsIt) {
 }
 
 TEST_F(WaitableTimerTest, SignalOnItsWayIsNotTakenForTheNextTime) {
-    for (const unsigned int nextMs : {GenerousMs, 0u, WaitTimeoutInfinite}) {
+    for (const unsigned int nextMs : {GenerousMs, 0u, WaitTimeoutInfinite, cancelInstead}) {
         {
             SignalHeldBack held;
             m_timer->Set(1);
             held.AwaitPending();
-            m_timer->Set(nextMs);
+            nextMs == cancelInstead ? m_timer->Cancel() : m_timer->Set(nextMs);
         }
         EXPECT_FALSE(m_timer->Wait(0));
         SendTimerSignal(&*m_timer); // for kernels that take the old one back themselves
         EXPECT_FALSE(m_timer->Wait(0));
     }
-    {
-        SignalHeldBack held;
-        m_timer->Set(1);
-        held.AwaitPending();
-        m_timer->Cancel();
-    }
-    EXPECT_FALSE(m_timer->Wait(0));
 }
 
 TEST_F(WaitableTimerTest, TimeThatEndsWhileTheSignalIsHeldBackIsNotLost) {
-    SignalHeldBack held;
-    m_timer->Set(1);
-    held.AwaitPending();
-    m_timer->Set(1);
-    WaitObject::Sleep(20); // the second time ends as well
-    EXPECT_FALSE(m_timer->Wait(0));
-    sigset_t none;
-    sigemptyset(&none);
-    pthread_sigmask(SIG_SETMASK, &none, nullptr);
-    EXPECT_TRUE(m_timer->Wait(GenerousMs));
-}
-
-TEST_F(WaitableTimerTest, SignalForATimerThatIsGoneIsHarmless) {
-    void* address = &*m_timer;
     {
         SignalHeldBack held;
         m_timer->Set(1);
         held.AwaitPending();
-        m_timer.reset();
+        m_timer->Set(1);
+        WaitObject::Sleep(20); // the second time ends as well
+        EXPECT_FALSE(m_timer->Wait(0));
     }
-    SendTimerSignal(address);
-    m_timer.emplace().Create(); // at the same address
-    SendTimerSignal(address);
-    EXPECT_FALSE(m_timer->Wait(0));
-    int notATimer = 0;
-    SendTimerSignal(&notATimer);
+    EXPECT_TRUE(m_timer->Wait(GenerousMs));
 }
 
 TEST_F(WaitableTimerTest, HandlerStaysInstalledAfterTheLastTimer) {
@@ -204,7 +161,7 @@ TEST_F(WaitableTimerTest, HandlerStaysInstalledAfterTheLastTimer) {
     EXPECT_EXIT(sendNull(), testing::KilledBySignal(SIGABRT), "");
 }
 
-TEST_F(WaitableTimerTest, ReturnsAllItTook) {
+TEST_F(WaitableTimerTest, ReturnsAllItTookAndTellsWhenTheSystemRefuses) {
     m_timer.reset();
     const int before = Fakes::OpenDescriptors();
     m_timer.emplace().Create();
@@ -218,28 +175,20 @@ TEST_F(WaitableTimerTest, ReturnsAllItTook) {
     m_timer->Set(1);
     EXPECT_TRUE(m_timer->Wait(GenerousMs));
     EXPECT_THROW(m_timer->Create(), GenICam::LogicalErrorException);
-    EXPECT_EQ(KernelTimers().size(), 1u);
-}
-
-TEST_F(WaitableTimerTest, RefusalsOfTheSystemAreTold) {
-    for (const int id : KernelTimers()) {
-        ASSERT_EQ(syscall(SYS_timer_delete, id), 0); // behind its back
-    }
+    const std::vector<int> timers = KernelTimers();
+    ASSERT_EQ(timers.size(), 1u);
+    ASSERT_EQ(syscall(SYS_timer_delete, timers[0]), 0); // behind its back
     EXPECT_THAT(FailureOf([&] { m_timer->Set(1); }),
                 MatchesRegex("Error setting waitable timer [0-9a-fx]{10}: Invalid argument"));
     EXPECT_THAT(FailureOf([&] { m_timer->Cancel(); }),
                 MatchesRegex("Error canceling waitable timer [0-9a-fx]{10}: Invalid argument"));
 }
 
-TEST(UncreatedTimerTest, CancelDoesNothingAndSetRaises) {
+TEST(UncreatedTimerTest, CancelDoesNothingSetRaisesAndAFailedCreateCanBeTriedAgain) {
     CWaitableTimer timer;
     timer.Cancel();
     timer.Destroy();
     EXPECT_EQ(FailureOf([&] { timer.Set(1); }), "Failed to reset wait object: Invalid argument");
-}
-
-TEST(UncreatedTimerTest, FailedCreateLeavesAnInvalidObjectThatCanBeTriedAgain) {
-    CWaitableTimer timer;
     rlimit old;
     ASSERT_EQ(getrlimit(RLIMIT_SIGPENDING, &old), 0);
     const rlimit noSignals{0, old.rlim_max};
@@ -247,9 +196,7 @@ TEST(UncreatedTimerTest, FailedCreateLeavesAnInvalidObjectThatCanBeTriedAgain) {
     EXPECT_EQ(FailureOf([&] { timer.Create(); }), "Error creating timer: Resource temporarily unavailable");
     EXPECT_FALSE(timer.IsValid());
     ASSERT_EQ(setrlimit(RLIMIT_SIGPENDING, &old), 0);
-    CWaitableTimer rehearsal;
-    rehearsal.Create(); // see DescriptorLimit
-    rehearsal.Destroy();
+    CWaitableTimer().Create();      // rehearsal; see DescriptorLimit
     for (const int free : {0, 2}) { // none for the flag, or none for the copy of it
         Fakes::DescriptorLimit limit(free);
         EXPECT_NE(FailureOf([&] { timer.Create(); }).find("Too many open files"), std::string::npos);
@@ -262,42 +209,17 @@ TEST(UncreatedTimerTest, FailedCreateLeavesAnInvalidObjectThatCanBeTriedAgain) {
 }
 
 // Sets, cancels, destroys and makes anew timers on several threads, while stray signals name all of them.
-class TimerStress {
-public:
-    static constexpr int threadCount = 4;
-
-    void Run(int rounds) {
-        std::jthread strayer([this](const std::stop_token& stop) {
-            while (!stop.stop_requested()) {
-                for (auto& slot : m_slots) {
-                    SendTimerSignal(slot.bytes);
-                }
-                std::this_thread::yield();
-            }
-        });
-        std::vector<std::jthread> threads;
-        for (int i = 0; i < threadCount; ++i) {
-            threads.emplace_back([this, i, rounds] {
-                for (int round = 0; round < rounds; ++round) {
-                    UseOneTimer(m_slots[i].bytes, static_cast<unsigned int>(round));
-                }
-            });
-        }
-        threads.clear();
-    }
-
-private:
-    struct alignas(CWaitableTimer) Slot {
-        unsigned char bytes[sizeof(CWaitableTimer)];
-    };
-
-    static void UseOneTimer(void* place, unsigned int round) {
-        const std::unique_ptr<CWaitableTimer, void (*)(CWaitableTimer*)> timer(
-            new (place) CWaitableTimer, [](CWaitableTimer* gone) { gone->~CWaitableTimer(); });
+class WaitableTimerStressTest : public testing::Test {
+protected:
+    void UseOneTimer(size_t slot, unsigned int round) {
+        const auto destroy = [](CWaitableTimer* gone) { gone->~CWaitableTimer(); };
+        const std::unique_ptr<CWaitableTimer, decltype(destroy)> timer(new (m_slots[slot].bytes) CWaitableTimer,
+                                                                       destroy);
         timer->Create();
-        for (int i = 0; i < 4; ++i) {
+        m_isHandlerInstalled = true;
+        for (unsigned int i = 0; i < 4; ++i) {
             timer->Set(1);
-            if ((round + static_cast<unsigned int>(i)) % 3 == 0) {
+            if ((round + i) % 3 == 0) {
                 EXPECT_TRUE(Fires(*timer));
             }
             timer->Set(WaitTimeoutInfinite);
@@ -307,28 +229,36 @@ private:
         }
         timer->Set(1 + round % 2); // goes while armed
     }
+    void SendStraySignals() {
+        for (auto& slot : m_slots) {
+            SendTimerSignal(slot.bytes);
+        }
+    }
 
-    Slot m_slots[threadCount];
+    struct alignas(CWaitableTimer) {
+        unsigned char bytes[sizeof(CWaitableTimer)];
+    } m_slots[4];
+    std::atomic<bool> m_isHandlerInstalled = false;
 };
 
-TEST(WaitableTimerStressTest, SignalsMeetOnlyTheirOwnLiveTimer) {
-    CWaitableTimer first; // has the handler installed before the strays come
-    first.Create();
-    TimerStress().Run(100);
-    EXPECT_TRUE(Fires(first));
-}
-
-TEST(WaitableTimerStressTest, ThreadsMayCreateTheFirstTimersAtOnce) {
-    std::vector<std::jthread> threads;
-    for (int i = 0; i < 8; ++i) {
-        threads.emplace_back([] {
-            for (int round = 0; round < 50; ++round) {
-                CWaitableTimer timer;
-                timer.Create();
-                EXPECT_TRUE(Fires(timer));
+TEST_F(WaitableTimerStressTest, SignalsMeetOnlyTheirOwnLiveTimer) {
+    std::jthread strayer([this](const std::stop_token& stop) {
+        while (!stop.stop_requested()) {
+            if (m_isHandlerInstalled) {
+                SendStraySignals();
+            }
+            std::this_thread::yield();
+        }
+    });
+    std::vector<std::jthread> threads; // the first timers of the process, at the same time
+    for (size_t slot = 0; slot < std::size(m_slots); ++slot) {
+        threads.emplace_back([this, slot] {
+            for (unsigned int round = 0; round < 100; ++round) {
+                UseOneTimer(slot, round);
             }
         });
     }
+    threads.clear();
 }
 
 } // namespace
