@@ -8,8 +8,9 @@ namespace Zelmo {
 /// Plug-ins are loaded later, when devices are first looked for.
 ///
 /// Calls are counted, so that independent parts of a process may each start and stop the library; only the first one
-/// starts it, and other threads that call meanwhile return when the start is complete. The decimal number in the
-/// environment variable `ZELMOIF`, if set, is given to AddInternalFlags first.
+/// starts it, and other threads that call meanwhile return when the start is complete. Calls that come out of the
+/// start's or stop's own steps, as from a plug-in that goes, only count. The decimal number in the environment variable
+/// `ZELMOIF`, if set, is given to AddInternalFlags first.
 ///
 /// Never throws: a failure is logged as critical, the rest of the start is left out, and CTlFactory::GetInstance then
 /// raises. After the matching ZelmoTerminate it may be tried again.
