@@ -82,11 +82,7 @@ public:
     explicit operator bool() const { return m_tl != nullptr; }
     ITransportLayer* operator->() const { return m_tl; }
 
-    /// Keeps the transport layer alive until the library terminates.
-    void KeepAlive() {
-        CLockGuard lock(*m_factory.m_lock);
-        m_factory.m_implicitTlRefs->Add(m_tl);
-    }
+    void KeepAlive() { m_factory.KeepAlive(m_tl); }
 
 private:
     CTlFactory& m_factory;
@@ -119,7 +115,8 @@ void CTlFactory::Terminate() {
         CLockGuard lock(*m_lock);
         SetGlobalDeviceFilter(nullptr);
         m_implicitTlRefs->ReleaseAll();
-        delete std::exchange(m_implicitTlRefs, nullptr);
+        delete m_implicitTlRefs; // a plug-in that ends may still come back to it, or to the map
+        m_implicitTlRefs = nullptr;
         delete m_tlMap.load();
         m_tlMap = nullptr;
         delete std::exchange(m_libraries, nullptr);
@@ -141,20 +138,22 @@ int CTlFactory::InternalEnumerateTls(TlInfoList& list) {
 }
 
 void CTlFactory::LoadLibraries() {
-    if (m_libraries->IsEmpty()) {
+    if (m_libraries->NeedsSearch()) {
         TlInfoList unused;
         InternalEnumerateTls(unused);
     }
 }
 
-/// All entries in the order of their device classes, each with its plug-in.
+/// All entries in the order of their device classes, each with its plug-in. Of plug-ins with the same entry the one
+/// that was loaded first stays first, and makes the transport layer.
 void CTlFactory::ReadEntries(std::vector<CTlEntry>& entries) {
     CLockGuard lock(*m_lock);
-    if (m_libraries->IsEmpty())
+    if (m_libraries->NeedsSearch())
         m_libraries->Search(entries);
     else
         m_libraries->ReadEntries(entries);
-    std::sort(entries.begin(), entries.end(), [](const CTlEntry& a, const CTlEntry& b) { return a.info < b.info; });
+    std::stable_sort(entries.begin(), entries.end(),
+                     [](const CTlEntry& a, const CTlEntry& b) { return a.info < b.info; });
 }
 
 int CTlFactory::EnumerateTls(TlInfoList& list) {
@@ -187,6 +186,7 @@ ITransportLayer* CTlFactory::CreateTl(const CTlInfo& info) {
 
 /// The same for an entry that was just read: its plug-in is known, and is not asked again for all that it has.
 ITransportLayer* CTlFactory::CreateTl(const CTlEntry& entry) {
+    checkInitialized();
     CLockGuard lock(*m_lock);
     ITransportLayer* const tl = AddRefLiveTl(entry.info.GetFullName());
     return tl ? tl : CreateNewTl(entry.info, *entry.library);
@@ -243,6 +243,13 @@ void CTlFactory::ReleaseTl(const ITransportLayer* released) {
         m_implicitTlRefs->Forget(tl);
 }
 
+/// Holds a transport layer until the library terminates.
+void CTlFactory::KeepAlive(ITransportLayer* tl) {
+    CLockGuard lock(*m_lock);
+    if (m_implicitTlRefs) // else a transport layer that ends with the factory came back: it cannot be kept
+        m_implicitTlRefs->Add(tl);
+}
+
 int CTlFactory::EnumerateDevices(DeviceInfoList& list, bool addToList) {
     return EnumerateDevices(list, DeviceInfoList(), addToList);
 }
@@ -272,8 +279,13 @@ void CTlFactory::EnumerateDevicesOf(const CTlEntry& entry, DeviceInfoList& list,
         hxlog::LogTrace(TlFactoryCatId(), hxlog::LogLevel_Notice, "Unknown error while enumerating %s devices.",
                         DeviceClassOf(tl, entry.info).c_str());
     }
-    if (tl)
-        CTlReference(*this, tl).KeepAlive();
+    if (!tl)
+        return;
+    const auto keepAndRelease = [&] {
+        KeepAlive(tl);
+        ReleaseTl(tl);
+    };
+    RunGuarded(keepAndRelease, [](const char*) {}); // one without a counter ends here; a failure of that is logged
 }
 
 IZelmoDevice* CTlFactory::CreateDevice(const CDeviceInfo& info) {

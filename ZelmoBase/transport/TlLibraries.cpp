@@ -6,6 +6,7 @@
 #include <zelmo/Utilities.h>
 
 #include "ZelmoBase/core/Guarded.h"
+#include "ZelmoBase/core/ScopeGuard.h"
 #include "ZelmoBase/transport/TlFactoryLog.h"
 #include "ZelmoBase/transport/TlSearch.h"
 
@@ -31,6 +32,8 @@ void AppendEntries(CTlLibHelper& library, std::vector<CTlEntry>& entries) {
 } // namespace
 
 void CTlLibraries::Search(std::vector<CTlEntry>& entries) {
+    m_isSearching = true;
+    ScopeGuard found([this] { m_isSearching = false; });
     for (const std::string& path : FindTlLibraries(getZelmoFolderPath(FolderType_TransportLayers))) {
         auto library = std::make_unique<CTlLibHelper>();
         if (!library->Load(path.c_str()))

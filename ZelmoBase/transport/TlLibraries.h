@@ -17,7 +17,8 @@ struct CTlEntry {
 /// made and none is unloaded until the whole list goes. Threads: all under the factory lock.
 class CTlLibraries {
 public:
-    bool IsEmpty() const { return m_libraries.empty(); }
+    /// A plug-in that is asked for its entries by a search and comes back sees those loaded before it.
+    bool NeedsSearch() const { return m_libraries.empty() && !m_isSearching; }
 
     /// Loads the plug-ins of the transport layer folders and appends their entries as it goes.
     void Search(std::vector<CTlEntry>& entries);
@@ -31,10 +32,9 @@ public:
     /// Sets @p info to the first entry of a device class. @return false when there is none.
     bool FindEntry(const String_t& deviceClass, CTlInfo& info);
 
-    void Clear() { m_libraries.clear(); } ///< Unloads all.
-
 private:
     std::vector<std::unique_ptr<CTlLibHelper>> m_libraries;
+    bool m_isSearching = false;
 };
 
 } // namespace Zelmo

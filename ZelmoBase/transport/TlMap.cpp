@@ -19,11 +19,11 @@ CTlMap::~CTlMap() {
     while (!m_entries.empty()) { // a plug-in may release further transport layers meanwhile
         ITransportLayer* const tl = m_entries.begin()->first;
         CTlLibHelper* const library = m_entries.begin()->second.library;
-        Remove(tl);
         if (auto* const counted = dynamic_cast<ITransportLayerPrivate*>(tl))
-            counted->AddRef(); // whatever it releases on its way out must not end it twice
+            counted->AddRef(); // whatever it gets and releases on its way out must not end it twice
         if (library)
             library->DestroyTl(tl);
+        Remove(tl);
     }
 }
 

@@ -84,6 +84,7 @@ private:
     void LoadLibraries();
     ITransportLayer* AddRefLiveTl(const String_t& fullName);
     ITransportLayer* CreateTl(const CTlEntry& entry);
+    void KeepAlive(ITransportLayer* tl);
     ITransportLayer* CreateNewTl(const CTlInfo& info, CTlLibHelper& library);
     CTlReference RequireTl(const String_t& deviceClass);
     CDeviceInfo FindDevice(const CDeviceInfo& info, bool firstFound);

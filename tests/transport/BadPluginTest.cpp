@@ -21,16 +21,6 @@ namespace {
 
 class PluginSearchTest : public PluginTest {
 protected:
-    std::vector<std::string> Loaded() const {
-        std::vector<std::string> files;
-        const std::string prefix = "Trying to load TL lib '";
-        for (const Fakes::LogLine& line : m_log.Lines()) {
-            if (line.priority == GenICam::LogPriority_Notice && line.message.starts_with(prefix))
-                files.push_back(line.message.substr(prefix.size(), line.message.size() - prefix.size() - 1));
-        }
-        return files;
-    }
-
     int EnumerateTls() {
         TlInfoList tls;
         return Factory().EnumerateTls(tls);
@@ -136,6 +126,8 @@ INSTANTIATE_TEST_SUITE_P(Faults, FaultyPluginTest,
                                                      "Trying to create TL 'Fake/FakeFaulty' - broken", 0},
                                          PluginFault{"Create unknown", GenICam::LogPriority_Notice,
                                                      "Unknown error while enumerating FakeFaulty devices.", 0},
+                                         PluginFault{"GetTlInfo GenICam", GenICam::LogPriority_Notice,
+                                                     "Trying to create TL 'Fake/FakeFaulty' - broken", 0},
                                          PluginFault{"Create null", 0, "", 0}, PluginFault{"Not counted", 0, "", 1},
                                          PluginFault{"EnumerateDevices GenICam", GenICam::LogPriority_Warn,
                                                      "Exception while enumerating FakeFaulty devices. Error: 'broken'",
@@ -162,6 +154,16 @@ TEST_F(OtherFaultTest, SecondTransportLayerOfOneFullNameIsRefusedAndDestroyed) {
     Factory().ReleaseTl(good);
 }
 
+TEST_F(OtherFaultTest, TransportLayerThatFailsAfterItWasAddedStays) {
+    setenv("ZELMO_TEST_FAULT", "SetPrivateProperty GenICam", 1);
+    Start({"faulty"});
+    EXPECT_EQ(Factory().CreateTl(String_t("FakeFaulty")), nullptr);
+    EXPECT_EQ(m_log.Count(category, GenICam::LogPriority_Notice, "Trying to create TL 'Fake/FakeFaulty' - broken"), 1u);
+    EXPECT_NE(Factory().CreateTl(String_t("FakeFaulty")), nullptr) << "the same, found alive";
+    m_library.reset();
+    EXPECT_THAT(FakeCalls("Destroy"), ElementsAre("Destroy faulty"));
+}
+
 TEST_F(OtherFaultTest, UncountedTransportLayerGoesWithItsFirstRelease) {
     setenv("ZELMO_TEST_FAULT", "Not counted", 1);
     Start({"faulty"});
@@ -179,6 +181,38 @@ TEST_F(OtherFaultTest, FailureToDestroyReachesWhoeverReleases) {
               1u);
     setenv("ZELMO_TEST_FAULT", "none", 1);
 }
+
+TEST_F(OtherFaultTest, FailureToDestroyHidesNoDevices) {
+    setenv("ZELMO_TEST_FAULT", "Destroy not counted", 1);
+    Start({"faulty", "good"});
+    DeviceInfoList devices;
+    EXPECT_EQ(Factory().EnumerateDevices(devices), 3);
+    EXPECT_EQ(FakeCalls("Destroy"), std::vector<std::string>{"Destroy faulty"});
+    setenv("ZELMO_TEST_FAULT", "none", 1);
+}
+
+/// Whether transport layers go by their references or, as one is never released, by force.
+class CallingBackTest : public PluginTest, public testing::WithParamInterface<bool> {};
+
+TEST_P(CallingBackTest, ExportsMayUseTheFactory) {
+    setenv("ZELMO_TEST_FAULT", "none, calls back", 1);
+    Start({"faulty", "good"});
+    DeviceInfoList devices;
+    EXPECT_EQ(Factory().EnumerateDevices(devices), 3);
+    EXPECT_EQ(Loaded().size(), 2u) << "a call during the search begins no search of its own";
+    const bool byForce = GetParam();
+    if (byForce)
+        Factory().CreateTl(String_t("FakeFaulty"));
+    m_library.reset();
+    EXPECT_EQ(FakeCalls("Destroy faulty").size(), 1u);
+    EXPECT_EQ(FakeCalls("DestroyDevice").size(), 1u);
+    EXPECT_EQ(m_log.Count(category, GenICam::LogPriority_Warn,
+                          "~ImplicitTlRefs(): There shoudln't be any refs upon destruction"),
+              byForce ? 0u : 1u);
+    EXPECT_EQ(m_log.Count(category, GenICam::LogPriority_Warn, "There are still 1 TLs referenced."), byForce ? 1u : 0u);
+}
+
+INSTANTIATE_TEST_SUITE_P(Ends, CallingBackTest, testing::Bool());
 
 TEST_F(OtherFaultTest, FailureToDestroyAtTerminationEndsTheProcess) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");

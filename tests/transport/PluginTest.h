@@ -45,6 +45,17 @@ protected:
         return serials;
     }
 
+    /// The plug-in files that the library tried to load, in order.
+    std::vector<std::string> Loaded() const {
+        std::vector<std::string> files;
+        const std::string prefix = "Trying to load TL lib '";
+        for (const Fakes::LogLine& line : m_log.Lines()) {
+            if (line.priority == GenICam::LogPriority_Notice && line.message.starts_with(prefix))
+                files.push_back(line.message.substr(prefix.size(), line.message.size() - prefix.size() - 1));
+        }
+        return files;
+    }
+
     /// What the fake plug-ins were called for, in order; only calls that hold @p text.
     std::vector<std::string> FakeCalls(const std::string& text = "") const {
         std::vector<std::string> calls;

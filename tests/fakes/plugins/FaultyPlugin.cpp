@@ -1,11 +1,13 @@
 // A plug-in of class "FakeFaulty" whose fault is named by the environment variable ZELMO_TEST_FAULT: "<where> <what>",
 // where is an export or EnumerateDevices, and what is thrown there: GenICam, standard or unknown; or one of the faults
-// that are told apart below.
+// that are told apart below. With "none, calls back" its exports use the factory themselves.
 
 #include <cstdlib>
 #include <stdexcept>
 #include <string>
 #include <utility>
+
+#include <zelmo/TlFactory.h>
 
 #include "FakeTransportLayer.h"
 #include "ManyEntries.h"
@@ -28,8 +30,18 @@ void FailIn(const std::string& place) {
         throw 1;
 }
 
+/// Runs @p step unless that is what led here: the factory comes back to the plug-in that calls it.
+template <class Step>
+void CallBack(Step&& step) {
+    static bool isCalling = false;
+    if (!Fault("none, calls back") || std::exchange(isCalling, true))
+        return;
+    step(Zelmo::CTlFactory::GetInstance());
+    isCalling = false;
+}
+
 template <class Base>
-class FaultyTransportLayer final : public Base {
+class FaultyTransportLayer : public Base {
 public:
     using Base::Base;
     using Base::EnumerateDevices;
@@ -39,7 +51,17 @@ public:
         FailIn("EnumerateDevices");
         return 1;
     }
-    Zelmo::CTlInfo GetTlInfo() const override { return Fault("Same name") ? TlInfo("FakeGood") : Base::GetTlInfo(); }
+    Zelmo::CTlInfo GetTlInfo() const override {
+        FailIn("GetTlInfo");
+        return Fault("Same name") ? TlInfo("FakeGood") : Base::GetTlInfo();
+    }
+};
+
+class CountedFaultyTransportLayer final : public FaultyTransportLayer<CountedTransportLayer> {
+public:
+    using FaultyTransportLayer::FaultyTransportLayer;
+
+    void SetPrivateProperty(int, const void*, std::size_t) override { FailIn("SetPrivateProperty"); }
 };
 
 } // namespace
@@ -47,6 +69,10 @@ public:
 ZELMO_PLUGIN_EXPORT void GetTLInfoList(Zelmo::TlInfoList& list, bool) {
     list.push_back(TlInfo("FakeFaulty"));
     FailIn("GetTLInfoList");
+    CallBack([](Zelmo::CTlFactory& factory) {
+        Zelmo::TlInfoList tls;
+        factory.EnumerateTls(tls);
+    });
     if (!Fault("Million null") && !Fault("Million"))
         return;
     for (int i = 1; i < manyEntries; ++i) {
@@ -58,16 +84,25 @@ ZELMO_PLUGIN_EXPORT void GetTLInfoList(Zelmo::TlInfoList& list, bool) {
 
 ZELMO_PLUGIN_EXPORT Zelmo::ITransportLayer* Create(const Zelmo::CTlInfo& info) {
     FailIn("Create");
+    CallBack([](Zelmo::CTlFactory& factory) { factory.ReleaseTl(factory.CreateTl(Zelmo::String_t("FakeGood"))); });
     if (Fault("Create null") || Fault("Million null"))
         return nullptr;
-    if (Fault("Not counted"))
+    if (Fault("Not counted") || Fault("Destroy not counted"))
         return new FaultyTransportLayer<FakeTransportLayer>(info);
-    return new FaultyTransportLayer<CountedTransportLayer>(info);
+    return new CountedFaultyTransportLayer(info);
 }
 
 ZELMO_PLUGIN_EXPORT void Destroy(Zelmo::ITransportLayer* tl) {
     if (!Fault("Million"))
         LogCall("Destroy %s", "faulty");
     FailIn("Destroy");
+    if (Fault("Destroy not counted"))
+        throw RUNTIME_EXCEPTION("broken");
+    CallBack([](Zelmo::CTlFactory& factory) {
+        Zelmo::CDeviceInfo info;
+        factory.DestroyDevice(factory.CreateDevice(info.SetDeviceClass("FakeFaulty")));
+        Zelmo::DeviceInfoList devices;
+        factory.EnumerateDevices(devices);
+    });
     delete static_cast<FakeTransportLayer*>(tl);
 }
