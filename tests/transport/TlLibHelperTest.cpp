@@ -1,5 +1,6 @@
 #include "ZelmoBase/transport/TlLibHelper.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <string>
@@ -10,23 +11,19 @@ using namespace Zelmo;
 
 namespace {
 
-template <class Step>
-std::string FailureOf(Step&& step) {
-    try {
-        step();
-    } catch (const GenICam::LogicalErrorException& e) {
-        return e.GetDescription();
-    }
-    return "no exception";
+/// A call that throws a LogicalErrorException of this description.
+auto FailsWith(const char* description) {
+    using Failure = GenICam::LogicalErrorException;
+    return testing::Throws<Failure>(testing::Property(&Failure::GetDescription, testing::StrEq(description)));
 }
 
 TEST(TlLibHelperTest, MissingExportIsNamedByWhoeverNeedsIt) {
     CTlLibHelper library;
     TlInfoList infos;
-    EXPECT_EQ(FailureOf([&] { library.GetTlInfoList(infos, true); }),
-              "Incomplete Transportlayer: missing Info function");
-    EXPECT_EQ(FailureOf([&] { library.CreateTl(CTlInfo()); }), "Incomplete Transportlayer: missing Create function");
-    EXPECT_EQ(FailureOf([&] { library.DestroyTl(nullptr); }), "Incomplete Transportlayer: missing Destroy function");
+    EXPECT_THAT([&] { library.GetTlInfoList(infos, true); },
+                FailsWith("Incomplete Transportlayer: missing Info function"));
+    EXPECT_THAT([&] { library.CreateTl(CTlInfo()); }, FailsWith("Incomplete Transportlayer: missing Create function"));
+    EXPECT_THAT([&] { library.DestroyTl(nullptr); }, FailsWith("Incomplete Transportlayer: missing Destroy function"));
 }
 
 TEST(SharedLibraryTest, KeepsWhatItHoldsWhenTheNextOneFails) {
