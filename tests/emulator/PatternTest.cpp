@@ -1,4 +1,5 @@
 #include "ImageProbe.h"
+#include "ScarceMemory.h"
 
 #include <core/FrameRecord.h>
 #include <core/PatternGenerator.h>
@@ -79,6 +80,24 @@ TEST_P(PixelFormatTest, ImagesDoNotDependOnWhatWasDrawnBefore) {
     for (unsigned image = 0; image < imageCount; ++image) {
         used.Render(static_cast<ETestImage>(image), 300, {0.5, 1}, bytes);
         EXPECT_EQ(bytes, Draw(format, static_cast<ETestImage>(image), 300, {0.5, 1})) << "image " << image;
+    }
+}
+
+TEST_P(PixelFormatTest, AllMemoryIsMadeBeforeDrawingAndItsLackIsOutlived) {
+    const CImageFormat format = Format(52, 21);
+    std::vector<std::uint8_t> bytes(format.PayloadSize());
+    bool failed = true;
+    for (std::size_t count = 0; failed; ++count) {
+        CPatternGenerator generator(7);
+        failed = ScarceMemory::Fails<std::bad_alloc>(count, [&] { generator.Configure(format); });
+        EXPECT_TRUE(failed || count > 0);
+        if (failed)
+            generator.Configure(format);
+        const std::size_t before = ScarceMemory::Allocations();
+        for (unsigned image = imageCount; image-- > 0;)
+            generator.Render(static_cast<ETestImage>(image), 3, {0.5, 1}, bytes);
+        EXPECT_EQ(ScarceMemory::Allocations(), before);
+        EXPECT_EQ(bytes, Draw(format, ETestImage::Off, 3, {0.5, 1}));
     }
 }
 

@@ -85,6 +85,11 @@ void CFrameStream::Queue(const CFrameBuffer& buffer) {
         m_changed.notify_all();
 }
 
+void CFrameStream::DropQueued() noexcept {
+    const std::lock_guard lock(m_lock);
+    m_queue.clear();
+}
+
 void CFrameStream::CancelQueued(IFrameSink& sink) {
     Lock lock(m_lock);
     const std::vector<CFrameBuffer> cancelled(m_queue.begin(), m_queue.end());

@@ -89,8 +89,9 @@ public:
 
     void Reserve(std::size_t buffers); ///< Queueing up to that many buffers does not allocate.
     void Queue(const CFrameBuffer& buffer);
+    void DropQueued() noexcept; ///< Forgets all queued buffers. Only while stopped.
     /// Hands all queued buffers to @p sink as cancelled and waits for the one that is being drawn. Not to be called
-    /// from the sink.
+    /// from the sink. @throws std::bad_alloc; then all are still queued.
     void CancelQueued(IFrameSink& sink);
 
     CStreamCounters Counters() const;

@@ -47,7 +47,6 @@ private:
     void RenderVerticalRamp(unsigned phase, std::uint8_t* image) const;
     void RenderDiagonal(unsigned phase, std::uint8_t* image) const;
     void RenderScene(std::uint64_t blockId, const CSensorResponse& response, std::uint8_t* image);
-    void RenderFrameCounter(std::uint64_t blockId, std::span<std::uint8_t> image);
     void DrawDigits(std::uint64_t number, std::uint8_t* image);
     void EncodeLine(std::uint8_t* line) const { EncodeSamples(*m_format.pixels, m_samples, line); }
 

@@ -49,10 +49,14 @@ std::vector<float> MakeNoise() {
     return noise;
 }
 
-const float* NoiseOfLine(std::uint64_t blockId, unsigned y) {
+const std::vector<float>& Noise() {
     static const std::vector<float> noise = MakeNoise();
+    return noise;
+}
+
+std::size_t NoiseStart(std::uint64_t blockId, unsigned y) {
     const std::uint64_t mixed = (blockId * 0x9E3779B97F4A7C15u + y) * 0xD1B54A32D192ED03u;
-    return noise.data() + (mixed >> 32) % noiseStarts;
+    return (mixed >> 32) % noiseStarts;
 }
 
 } // namespace
@@ -64,14 +68,15 @@ CSensorResponse SensorResponse(double exposureUs, double gainDb) {
 
 void CScene::Configure(const CImageFormat& format) {
     m_format = format;
+    m_noise = Noise().data();
     const unsigned samples = format.pixels->SamplesPerPixel();
     if (m_plateFormat != format.pixels) {
-        m_plateFormat = format.pixels;
         m_plate.resize(std::size_t{tileSize} * tileSize * samples);
         for (unsigned y = 0; y < tileSize; ++y)
             for (unsigned x = 0; x < tileSize; ++x)
                 PutPixel(*format.pixels, TileColour(x, y), x, y,
                          m_plate.data() + (std::size_t{y} * tileSize + x) * samples);
+        m_plateFormat = format.pixels; // only now: the memory may have been refused
     }
     m_light.resize(std::size_t{format.width} * samples);
     for (unsigned x = 0; x < format.width; ++x)
@@ -83,7 +88,7 @@ void CScene::RenderLine(std::uint64_t blockId, unsigned y, const CSensorResponse
     const std::size_t tileLine = std::size_t{tileSize} * m_format.pixels->SamplesPerPixel();
     const unsigned sensorY = m_format.offsetY + y;
     const std::uint16_t* plate = m_plate.data() + sensorY % tileSize * tileLine;
-    const float* noise = NoiseOfLine(blockId, y);
+    const float* noise = m_noise + NoiseStart(blockId, y);
     CSensorResponse lineResponse = response;
     lineResponse.brightness *= LightAt(sensorY, sensorHeight);
 

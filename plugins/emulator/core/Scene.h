@@ -21,7 +21,7 @@ inline constexpr double defaultExposureUs = 10000.0;
 /// Threads: one at a time.
 class CScene {
 public:
-    /// Makes the tables for that window; allocates.
+    /// Makes the tables for that window; all that is allocated is allocated here.
     void Configure(const CImageFormat& format);
 
     /// The samples of one line of the window, clipped at full scale; as many as the window has in a line.
@@ -34,7 +34,8 @@ private:
     CImageFormat m_format;
     std::vector<std::uint16_t> m_plate; // one tile of the plate, in the samples of the format
     const CPixelFormat* m_plateFormat = nullptr;
-    std::vector<float> m_light; // along a line, for each sample
+    const float* m_noise = nullptr; // the same for all scenes
+    std::vector<float> m_light;     // along a line, for each sample
 };
 
 } // namespace CamEmu

@@ -1,0 +1,44 @@
+#include "ScarceMemory.h"
+
+#include <cstdlib>
+#include <new>
+
+namespace {
+
+constexpr std::size_t never = ~std::size_t{0};
+thread_local std::size_t allocations = 0;
+thread_local std::size_t failing = never;
+
+} // namespace
+
+namespace ScarceMemory {
+
+std::size_t Allocations() {
+    return allocations;
+}
+
+void FailAfter(std::size_t count) {
+    failing = allocations + count;
+}
+
+void Relax() {
+    failing = never;
+}
+
+} // namespace ScarceMemory
+
+void* operator new(std::size_t size) {
+    if (allocations++ == failing)
+        throw std::bad_alloc();
+    if (void* const memory = std::malloc(size ? size : 1))
+        return memory;
+    throw std::bad_alloc();
+}
+
+void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+
+void operator delete(void* memory, std::size_t) noexcept {
+    std::free(memory);
+}
