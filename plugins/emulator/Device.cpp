@@ -97,7 +97,8 @@ void CDevice::GetDescription(Zelmo::String_t& url, Zelmo::String_t& bytes) {
     bytes = Zelmo::String_t(text.data(), text.size());
 }
 
-// What the lock decides is cached in the node map, and the application may have callbacks there.
+// The lock itself is read anew each time, since another device object may stream; but the application may have
+// callbacks on what it decides.
 void CDevice::InvalidateLock() noexcept {
     try {
         m_nodeMap->GetNode("TLParamsLockedReg")->InvalidateNode();

@@ -277,7 +277,13 @@ TEST_F(StreamGrabberTest, OneGrabberTakesTheImagesOfACamera) {
     m_camera.Grabber().Open();
     EXPECT_THROW(second->GetStreamGrabber(0)->Open(), GenICam::RuntimeException);
     m_camera.Grabber().Close();
-    EXPECT_NO_THROW(second->GetStreamGrabber(0)->Open());
+    Zelmo::IStreamGrabber& other = *second->GetStreamGrabber(0);
+    EXPECT_NO_THROW(other.Open());
+    GenApi::CIntegerPtr(other.GetNodeMap()->GetNode("MaxBufferSize"))->SetValue(64 * 64);
+    other.PrepareGrab();
+    EXPECT_FALSE(m_camera.IsWritable("Width")) << "whoever streams";
+    other.FinishGrab();
+    EXPECT_TRUE(m_camera.IsWritable("Width"));
     EXPECT_EQ(second->GetStreamGrabber(1), nullptr);
 }
 
