@@ -16,7 +16,7 @@ using tool::Image;
 class GrabFormatTest : public InProcess {
 protected:
     /// Sets the camera up for small images, as fast as they come.
-    void SetUp(const std::string& pixelFormat, const std::string& testImage) {
+    void Prepare(const std::string& pixelFormat, const std::string& testImage) {
         ASSERT_EQ(Run({"set", "Width=256", "Height=8", "AcquisitionFrameRateEnable=0", "PixelFormat=" + pixelFormat,
                        "TestImageSelector=" + testImage}),
                   ExitCode::Done)
@@ -50,7 +50,7 @@ std::ostream& operator<<(std::ostream& stream, const Format& one) {
 class EachFormatTest : public GrabFormatTest, public testing::WithParamInterface<Format> {};
 
 TEST_P(EachFormatTest, RampRisesFromBlackToWhiteInThePngFile) {
-    SetUp(GetParam().name, "GreyHorizontalRamp");
+    Prepare(GetParam().name, "GreyHorizontalRamp");
     const Image image = GrabOne();
     ASSERT_EQ(image.width, 256u);
     ASSERT_EQ(image.height, 8u);
@@ -75,7 +75,7 @@ INSTANTIATE_TEST_SUITE_P(Formats, EachFormatTest,
 class ColourFormatTest : public GrabFormatTest, public testing::WithParamInterface<const char*> {};
 
 TEST_P(ColourFormatTest, ColourBarsHaveTheirColours) {
-    SetUp(GetParam(), "ColorBar");
+    Prepare(GetParam(), "ColorBar");
     const Image image = GrabOne();
     const std::vector<std::vector<unsigned>> bars{{255, 255, 255}, {255, 255, 0}, {0, 255, 255}, {0, 255, 0},
                                                   {255, 0, 255},   {255, 0, 0},   {0, 0, 255},   {0, 0, 0}};
@@ -89,7 +89,7 @@ TEST_P(ColourFormatTest, ColourBarsHaveTheirColours) {
 INSTANTIATE_TEST_SUITE_P(Formats, ColourFormatTest, testing::Values("RGB8", "BGR8", "BayerRG8"));
 
 TEST_F(GrabFormatTest, RawFileHoldsTheBufferAsItIs) {
-    SetUp("Mono12p", "White");
+    Prepare("Mono12p", "White");
     ASSERT_EQ(Run({"grab", "--raw", "-o", m_folder / "a.raw"}), ExitCode::Done) << m_thrown;
     std::ifstream file(m_folder / "a.raw", std::ios::binary);
     const std::string bytes(std::istreambuf_iterator<char>(file), {});
@@ -97,7 +97,7 @@ TEST_F(GrabFormatTest, RawFileHoldsTheBufferAsItIs) {
 }
 
 TEST_F(GrabFormatTest, EachFileHoldsTheImageOfItsEvent) {
-    SetUp("Mono8", "FrameCounter");
+    Prepare("Mono8", "FrameCounter");
     ASSERT_EQ(Run({"grab", "-n", "12", "-o", m_folder / "%02d.png"}), ExitCode::Done) << m_thrown;
     const auto frames = Events("frame");
     ASSERT_EQ(frames.size(), 12u);
@@ -116,7 +116,7 @@ TEST_F(GrabFormatTest, EachFileHoldsTheImageOfItsEvent) {
 }
 
 TEST_F(GrabFormatTest, CameraIsFreeAgainAfterEachGrab) {
-    SetUp("Mono8", "White");
+    Prepare("Mono8", "White");
     for (int i = 0; i < 5; ++i) {
         ASSERT_EQ(Run({"grab", "-n", "3", "--buffers", std::to_string(1 + i)}), ExitCode::Done) << m_thrown;
         ASSERT_EQ(Run({"set", "Width=" + std::to_string(64 + 4 * i)}), ExitCode::Done) << "the size is still locked";

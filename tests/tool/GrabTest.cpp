@@ -78,7 +78,7 @@ TEST_F(GrabTest, WithoutALimitOneImageIsGrabbedAndWithoutAPatternNoneIsWritten) 
 
 TEST_F(GrabTest, DurationEndsItAndTheSummaryAddsUp) {
     const auto events = Run({"grab", "--all", "--duration", "0.3", "--json"}).Events();
-    const tool::Json summary = events.back();
+    const tool::Json& summary = events.back();
     EXPECT_GE(summary["duration_s"], 0.3);
     ASSERT_EQ(summary["cameras"].size(), 3u);
     int frames = 0;
@@ -113,7 +113,8 @@ TEST_P(GrabSignalTest, StopsTheCamerasSumsUpAndLeavesWholeFilesOnly) {
     process.Signal(GetParam().first);
     const ToolResult result = process.Wait();
     EXPECT_EQ(result.exitCode, GetParam().second);
-    const tool::Json summary = result.Events().back();
+    const auto events = result.Events();
+    const tool::Json& summary = events.back();
     EXPECT_EQ(summary["type"], "summary");
     const auto files = m_folder.List();
     EXPECT_EQ(files.size(), summary["frames"].get<std::size_t>());

@@ -9,7 +9,6 @@
 namespace {
 
 using testing::HasSubstr;
-using testing::Not;
 
 std::vector<std::string> Serials(const tool::Json& devices) {
     std::vector<std::string> serials;

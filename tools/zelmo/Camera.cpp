@@ -68,12 +68,12 @@ void Camera::Open(const CDeviceInfo& info) {
     } catch (const GenICam::GenericException& error) {
         const EDeviceAccessiblityInfo access = LookUpAccess(info);
         const bool told = access != DeviceAccessibility_Ok && access != DeviceAccessibility_Unknown;
-        ToolError failure = FromLibrary(error, "Opening camera " + m_name);
+        const std::string attempted = "Opening camera " + m_name;
         if (!told) {
-            throw failure;
+            throw FromLibrary(error, attempted);
         }
         throw ToolError(ExitCode::Access, access == DeviceAccessibility_InUse ? "in_use" : "access_denied",
-                        std::string(failure.what()) + " (" + ExplainAccess(access) + ")");
+                        attempted + " failed: " + error.GetDescription() + " (" + ExplainAccess(access) + ")");
     }
 }
 

@@ -399,16 +399,16 @@ void Feature::SetText(const std::string& text) {
 }
 
 void Feature::Execute(std::chrono::milliseconds timeout) {
-    auto* command = dynamic_cast<ICommand*>(m_node);
-    if (command == nullptr) {
+    if (m_node->GetPrincipalInterfaceType() != intfICommand) {
         throw FeatureError(GetName(), "no_command",
                            GetName() + " on camera " + m_camera + " is no command but of type " + GetType());
     }
     OnFeature(GetName(), "executing", m_camera, [&] {
         RequireWritable();
-        command->Execute();
+        auto& command = dynamic_cast<ICommand&>(*m_node);
+        command.Execute();
         const auto end = std::chrono::steady_clock::now() + timeout;
-        while (!command->IsDone()) {
+        while (!command.IsDone()) {
             if (std::chrono::steady_clock::now() >= end) {
                 throw ToolError(ExitCode::Timeout, "timeout",
                                 GetName() + ": camera " + m_camera + " was not done within " +

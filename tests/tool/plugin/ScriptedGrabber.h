@@ -27,7 +27,8 @@ public:
     explicit ScriptedGrabber(std::function<void()> onRemoved)
         : m_onRemoved(std::move(onRemoved)), m_signal(Zelmo::WaitObjectEx::Create()),
           m_nodeMap(GenApi::CNodeMapFactory(description).CreateNodeMap()) {
-        std::istringstream script(std::getenv("ZELMO_TEST_SCRIPT"));
+        const char* words = std::getenv("ZELMO_TEST_SCRIPT");
+        std::istringstream script(words != nullptr ? words : "");
         for (std::string word; script >> word;)
             (std::set<std::string>{"isopen", "openfails", "preparefails", "startfails"}.count(word) ? m_failures
                                                                                                     : m_script)
@@ -64,7 +65,7 @@ public:
     }
     void QueueBuffer(Zelmo::StreamBufferHandle handle, void* context) override {
         if (m_registered.count(handle) == 0)
-            Fakes::LogCall("BROKEN: queued without being registered");
+            Fakes::LogCall("%s", "BROKEN: queued without being registered");
         Zelmo::GrabResult result;
         result.context = context;
         result.handle = handle;
