@@ -1,5 +1,6 @@
 #include "Device.h"
 
+#include "Boundary.h"
 #include "PluginLog.h"
 #include "core/RegisterMap.h"
 
@@ -48,7 +49,7 @@ void CDevice::Open(Zelmo::AccessModeSet modes) {
                                 name.c_str());
     try {
         m_port.SetAccessMode(control ? GenApi::RW : GenApi::RO);
-        m_nodeMap = MakeCameraNodeMap(m_port);
+        m_nodeMap = AtBoundary("open the device", [this] { return MakeCameraNodeMap(m_port); });
     } catch (...) {
         if (control)
             m_camera.isControlled = false;
@@ -79,7 +80,7 @@ Zelmo::IStreamGrabber* CDevice::GetStreamGrabber(std::size_t index) {
 
 Zelmo::DeviceCallbackHandle CDevice::RegisterRemovalCallback(Zelmo::DeviceRemovalCallback& callback) {
     const std::lock_guard lock(m_callbackLock);
-    m_callbacks.emplace(++m_lastCallback, callback);
+    AtBoundary("register a removal callback", [&] { m_callbacks.emplace(++m_lastCallback, callback); });
     return m_lastCallback;
 }
 
@@ -92,9 +93,12 @@ void CDevice::GetDescription(Zelmo::String_t& url, Zelmo::String_t& bytes) {
     if (!m_isOpen)
         throw RUNTIME_EXCEPTION("Cannot read the description of device '%s': it is closed.",
                                 m_info.GetFullName().c_str());
-    const std::string_view text = DescriptionText(cameraDescription);
-    url = CRegisterPort::DescriptionUrl().c_str();
-    bytes = Zelmo::String_t(text.data(), text.size());
+    AtBoundary("read the description", [&] {
+        const std::string_view text = DescriptionText(cameraDescription);
+        Zelmo::String_t document(text.data(), text.size());
+        url = CRegisterPort::DescriptionUrl().c_str();
+        bytes = std::move(document);
+    });
 }
 
 // The lock itself is read anew each time, since another device object may stream; but the application may have

@@ -1,15 +1,15 @@
+#include "Boundary.h"
 #include "TransportLayer.h"
 
-#include <Base/GCException.h>
-
 ZELMO_PLUGIN_EXPORT void GetTLInfoList(Zelmo::TlInfoList& list, bool) {
-    list.push_back(CamEmu::DescribeTransportLayer());
+    CamEmu::AtBoundary("describe the camera emulator", [&] { list.push_back(CamEmu::DescribeTransportLayer()); });
 }
 
 ZELMO_PLUGIN_EXPORT Zelmo::ITransportLayer* Create(const Zelmo::CTlInfo& info) {
-    if (info.GetFullName() != CamEmu::DescribeTransportLayer().GetFullName())
-        return nullptr;
-    return new CamEmu::CTransportLayer;
+    return CamEmu::AtBoundary("create the camera emulator", [&] {
+        const bool isOurs = info.GetFullName() == CamEmu::DescribeTransportLayer().GetFullName();
+        return isOurs ? new CamEmu::CTransportLayer : nullptr;
+    });
 }
 
 ZELMO_PLUGIN_EXPORT void Destroy(Zelmo::ITransportLayer* tl) {

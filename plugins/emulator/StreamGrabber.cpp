@@ -1,5 +1,6 @@
 #include "StreamGrabber.h"
 
+#include "Boundary.h"
 #include "core/RegisterMap.h"
 
 #include <Base/GCException.h>
@@ -89,7 +90,7 @@ void CStreamGrabber::Close() {
     if (State() == EState::Closed)
         return;
     StopStreaming();
-    m_camera.camera.Stream().CancelQueued(*this);
+    m_camera.camera.Stream().DropQueued();
     ReleaseFormat();
     {
         const std::lock_guard lock(m_lock);
@@ -115,11 +116,13 @@ Zelmo::StreamBufferHandle CStreamGrabber::RegisterBuffer(void* buffer, std::size
     if (sizeBytes < needed)
         throw INVALID_ARGUMENT_EXCEPTION("Cannot register a buffer of %zu bytes: MaxBufferSize promises %zu.",
                                          sizeBytes, needed);
-    m_camera.camera.Stream().Reserve(m_buffers.size() + 1);
-    if (m_results.capacity() <= m_buffers.size())
-        m_results.set_capacity(m_buffers.size() * 2 + 8);
     auto* const handle = reinterpret_cast<Zelmo::StreamBufferHandle>(++m_lastHandle);
-    CBuffer& registered = m_buffers[handle];
+    CBuffer& registered = AtBoundary("register a buffer", [&]() -> CBuffer& {
+        m_camera.camera.Stream().Reserve(m_buffers.size() + 1);
+        if (m_results.capacity() <= m_buffers.size())
+            m_results.set_capacity(m_buffers.size() * 2 + 8);
+        return m_buffers[handle];
+    });
     registered.handle = handle;
     registered.memory = {static_cast<std::uint8_t*>(buffer), sizeBytes};
     return handle;
@@ -139,6 +142,7 @@ void CStreamGrabber::PrepareGrab() {
     const CImageFormat format = m_camera.camera.LockFormat();
     if (promised < format.PayloadSize()) {
         m_camera.camera.UnlockFormat();
+        m_lockChanged();
         throw RUNTIME_EXCEPTION("Cannot prepare the grab: MaxBufferSize is %zu bytes, an image takes %zu.", promised,
                                 format.PayloadSize());
     }
@@ -162,11 +166,7 @@ void CStreamGrabber::StartStreaming() {
             throw LOGICAL_ERROR_EXCEPTION("Cannot start streaming: PrepareGrab was not called, or streaming goes on.");
         format = m_format;
     }
-    try {
-        m_camera.camera.Stream().Start(format, *this);
-    } catch (const std::exception& e) {
-        throw RUNTIME_EXCEPTION("Cannot start streaming: %s", e.what());
-    }
+    AtBoundary("start streaming", [&] { m_camera.camera.Stream().Start(format, *this); });
     const std::lock_guard lock(m_lock);
     m_state = EState::Streaming;
 }
@@ -203,7 +203,7 @@ void CStreamGrabber::QueueBuffer(Zelmo::StreamBufferHandle handle, void* context
 
 void CStreamGrabber::FlushBuffers() {
     if (State() != EState::Closed)
-        m_camera.camera.Stream().CancelQueued(*this);
+        AtBoundary("flush the buffers", [this] { m_camera.camera.Stream().CancelQueued(*this); });
 }
 
 std::size_t CStreamGrabber::GetNumQueuedBuffers() const {

@@ -1,5 +1,6 @@
 #include "TransportLayer.h"
 
+#include "Boundary.h"
 #include "Device.h"
 #include "PluginLog.h"
 
@@ -53,26 +54,31 @@ CTransportLayer::CTransportLayer() : m_interface(new Zelmo::CDefaultInterface(th
 int CTransportLayer::EnumerateDevices(Zelmo::DeviceInfoList& list, bool addToList) {
     if (!addToList)
         list.clear();
-    const Cameras present = PresentCameras();
-    for (CPoolCamera* const camera : present)
-        list.push_back(DescribeCamera(camera->camera));
-    return static_cast<int>(present.size());
+    return AtBoundary("enumerate the emulated cameras", [&] {
+        const Cameras present = PresentCameras();
+        for (CPoolCamera* const camera : present)
+            list.push_back(DescribeCamera(camera->camera));
+        return static_cast<int>(present.size());
+    });
 }
 
 int CTransportLayer::EnumerateDevices(Zelmo::DeviceInfoList& list, const Zelmo::DeviceInfoList& filter,
                                       bool addToList) {
-    return m_interface->EnumerateDevices(list, filter, addToList);
+    return AtBoundary("enumerate the emulated cameras",
+                      [&] { return m_interface->EnumerateDevices(list, filter, addToList); });
 }
 
 Zelmo::IZelmoDevice* CTransportLayer::CreateDevice(const Zelmo::CDeviceInfo& info) {
-    return new CDevice(TheOne(info), *this);
+    return AtBoundary("create the device", [&] { return new CDevice(TheOne(info), *this); });
 }
 
 Zelmo::IZelmoDevice* CTransportLayer::CreateFirstDevice(const Zelmo::CDeviceInfo& info) {
-    const Cameras found = Matching(info);
-    if (found.empty())
-        throw RUNTIME_EXCEPTION("%s", noDevice);
-    return new CDevice(*found.front(), *this);
+    return AtBoundary("create the device", [&] {
+        const Cameras found = Matching(info);
+        if (found.empty())
+            throw RUNTIME_EXCEPTION("%s", noDevice);
+        return new CDevice(*found.front(), *this);
+    });
 }
 
 Zelmo::IZelmoDevice* CTransportLayer::CreateDevice(const Zelmo::CDeviceInfo& info, const Zelmo::StringList_t&) {
@@ -84,9 +90,11 @@ Zelmo::IZelmoDevice* CTransportLayer::CreateFirstDevice(const Zelmo::CDeviceInfo
 }
 
 Zelmo::IZelmoDevice* CTransportLayer::CreateDevice(const Zelmo::String_t& fullName) {
-    Zelmo::CDeviceInfo info;
-    info.SetFullName(fullName);
-    return CreateDevice(info);
+    return AtBoundary("create the device", [&] {
+        Zelmo::CDeviceInfo info;
+        info.SetFullName(fullName);
+        return CreateDevice(info);
+    });
 }
 
 void CTransportLayer::DestroyDevice(Zelmo::IZelmoDevice* device) {
@@ -95,7 +103,8 @@ void CTransportLayer::DestroyDevice(Zelmo::IZelmoDevice* device) {
 
 bool CTransportLayer::IsDeviceAccessible(const Zelmo::CDeviceInfo& info, Zelmo::AccessModeSet modes,
                                          Zelmo::EDeviceAccessiblityInfo* accessibilityInfo) {
-    const CPoolCamera& camera = TheOne(info);
+    const CPoolCamera& camera =
+        AtBoundary("tell whether the device is accessible", [&]() -> CPoolCamera& { return TheOne(info); });
     const bool inUse =
         (modes.test(Zelmo::Control) && camera.isControlled) || (modes.test(Zelmo::Stream) && camera.isStreaming);
     if (accessibilityInfo)

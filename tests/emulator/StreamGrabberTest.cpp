@@ -1,4 +1,5 @@
 #include "Emulator.h"
+#include "ScarceMemory.h"
 
 #include <zelmo/Device.h>
 
@@ -234,6 +235,36 @@ TEST_F(StreamGrabberTest, BuffersTooSmallAreRefusedBeforeAnythingIsDrawn) {
     session.SetParameter("MaxBufferSize", 64 * 64);
     EXPECT_NO_THROW(session->PrepareGrab());
     EXPECT_THROW(session.SetParameter("MaxBufferSize", 1), GenICam::AccessException);
+}
+
+TEST_F(StreamGrabberTest, LackOfMemoryIsToldAsAnyFailureAndCanBeOutlived) {
+    auto& factory = Zelmo::CTlFactory::GetInstance();
+    Zelmo::ITransportLayer* const tl = factory.CreateTl(deviceClass);
+    Zelmo::DeviceInfoList list;
+    Zelmo::CDeviceInfo pattern = Pattern("0815-0001");
+    Zelmo::IZelmoDevice* device = nullptr;
+    Session session(m_camera, 1);
+    std::vector<std::uint8_t> memory(64 * 64);
+    const std::pair<const char*, std::function<void()>> operations[] = {
+        {"enumerate", [&] { tl->EnumerateDevices(list, false); }},
+        {"create", [&] { device = tl->CreateDevice(pattern); }},
+        {"open", [&] { device->Open(ForStreaming()); }},
+        {"register", [&] { session->RegisterBuffer(memory.data(), memory.size()); }},
+        {"start", [&] { session->StartStreaming(); }},
+        {"flush", [&] { session->FlushBuffers(); }},
+    };
+    session.Queue(0);
+    for (const auto& [name, operation] : operations) {
+        SCOPED_TRACE(name);
+        std::size_t count = 0;
+        while (ScarceMemory::Fails<GenICam::BadAllocException>(count, operation))
+            ++count;
+        EXPECT_GT(count, 0u);
+    }
+    EXPECT_EQ(list.size(), 3u);
+    EXPECT_EQ(session.Take().status, Zelmo::GrabStatus_Canceled);
+    tl->DestroyDevice(device);
+    factory.ReleaseTl(tl);
 }
 
 TEST_F(StreamGrabberTest, BuffersComeAndGoWhileStreaming) {
