@@ -148,9 +148,10 @@ TEST_F(StreamGrabberTest, SomeFramesEndByThemselves) {
         m_camera.Execute("AcquisitionStart");
         for (int i = 0; i < frames; ++i)
             EXPECT_TRUE(Session::Record(session.Take()));
+        EXPECT_EQ(session.Parameter("StreamDeliveredFrameCount"), 2 * frames) << "who has an image finds it counted";
+        EXPECT_EQ(session.Parameter("StreamStartedFrameCount"), 2 * frames);
         const auto rest = End(session);
         EXPECT_EQ(rest.size(), 6u - 2 * frames);
-        EXPECT_EQ(session.Parameter("StreamStartedFrameCount"), 2 * frames);
     }
 }
 

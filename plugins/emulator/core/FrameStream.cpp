@@ -120,11 +120,15 @@ void CFrameStream::Run() noexcept {
         m_drawing = true;
         const CFrameSettings settings = m_settings;
         lock.unlock();
-        Finish(frame, settings);
+        Draw(frame, settings);
+        lock.lock();
+        // before it is handed over: whoever has the last image finds all of them counted
+        ++(frame.status == EFrameStatus::Complete ? m_counters.delivered : m_counters.failed);
+        lock.unlock();
+        m_sink->OnFrame(frame);
         lock.lock();
         m_drawing = false;
         ++m_finished;
-        ++(frame.status == EFrameStatus::Complete ? m_counters.delivered : m_counters.failed);
         m_changed.notify_all();
     }
 }
@@ -196,16 +200,15 @@ bool CFrameStream::TakeBuffer(CFrame& frame) {
     return true;
 }
 
-void CFrameStream::Finish(CFrame& frame, const CFrameSettings& settings) {
+void CFrameStream::Draw(CFrame& frame, const CFrameSettings& settings) {
     const std::size_t payload = frame.format.PayloadSize();
     if (frame.buffer.memory.size() < payload) {
         frame.status = EFrameStatus::TooSmall;
-    } else {
-        m_generator.Render(settings.testImage, frame.blockId, SensorResponse(settings.exposureUs, settings.gainDb),
-                           frame.buffer.memory.first(payload));
-        frame.status = EFrameStatus::Complete;
+        return;
     }
-    m_sink->OnFrame(frame);
+    m_generator.Render(settings.testImage, frame.blockId, SensorResponse(settings.exposureUs, settings.gainDb),
+                       frame.buffer.memory.first(payload));
+    frame.status = EFrameStatus::Complete;
 }
 
 } // namespace CamEmu

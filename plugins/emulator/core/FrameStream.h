@@ -105,7 +105,7 @@ private:
     bool WaitUntilDue(Lock& lock);
     void CountFrames(std::uint64_t frames);
     bool TakeBuffer(CFrame& frame);
-    void Finish(CFrame& frame, const CFrameSettings& settings);
+    void Draw(CFrame& frame, const CFrameSettings& settings);
 
     mutable std::mutex m_lock; // guards all but the generator, which belongs to the thread
     std::condition_variable m_changed;
@@ -113,8 +113,8 @@ private:
     CImageFormat m_format;
     bool m_stopping = false;
     bool m_acquiring = false;
-    bool m_drawing = false;
-    std::uint64_t m_finished = 0;   // frames drawn, ever
+    bool m_drawing = false;         // a frame is drawn or handed over
+    std::uint64_t m_finished = 0;   // frames handed over, ever
     std::uint64_t m_framesLeft = 0; // of the acquisition; 0 with m_acquiring: no end
     CAcquisitionClock m_clock;
     CStreamCounters m_counters;
