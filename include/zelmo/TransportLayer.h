@@ -94,8 +94,8 @@ protected:
 };
 
 /// Marks the three functions by which the library gets at a plug-in; nothing else of a plug-in is visible. All are
-/// called with the factory lock held, which is recursive: they may call CTlFactory. A shared library that lacks one is
-/// not used.
+/// called with the factory lock held, which is recursive: they may call CTlFactory, and during the search for plug-ins
+/// see those loaded before. A shared library that lacks one is not used.
 #define ZELMO_PLUGIN_EXPORT extern "C" ZELMO_API
 
 /// "GetTLInfoList": appends the plug-in's entries; the flag is always true. Each has a DeviceClass, by which the

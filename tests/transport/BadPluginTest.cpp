@@ -7,7 +7,8 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
+#include <ostream>
+#include <stdexcept>
 
 #include "PluginTest.h"
 #include "fakes/plugins/ManyEntries.h"
@@ -42,6 +43,12 @@ TEST_F(PluginSearchTest, EscapedColonBelongsToTheFolder) {
     StartWithFolders(m_folder.Path().string() + "/a\\:b:/nowhere");
     EXPECT_EQ(EnumerateTls(), 1);
     EXPECT_THAT(Loaded(), ElementsAre((folder / "libzelmo_TL_copy.so").string()));
+}
+
+TEST_F(PluginSearchTest, FolderListThatCannotBeReadFailsEverySearch) {
+    StartWithFolders(FolderOf("good") + "\\x");
+    EXPECT_THROW(EnumerateTls(), std::runtime_error);
+    EXPECT_THROW(EnumerateTls(), std::runtime_error);
 }
 
 TEST_F(PluginSearchTest, LonePercentSignInAPathIsDoubled) {
