@@ -14,9 +14,7 @@
 #include "fakes/plugins/ManyEntries.h"
 
 using namespace Zelmo;
-using testing::Contains;
 using testing::ElementsAre;
-using testing::HasSubstr;
 
 namespace {
 
