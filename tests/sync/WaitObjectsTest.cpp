@@ -133,6 +133,7 @@ TEST_F(WaitObjectsTest, TakesExactly1024MembersAndTellsWhenTheSystemTakesFewer) 
     EXPECT_FALSE(m_set.WaitForAll(0));
     clear.Signal();
     EXPECT_TRUE(m_set.WaitForAll(0));
+    const Fakes::DescriptorLimit restore(0);
     rlimit limit;
     ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &limit), 0);
     limit.rlim_cur = 10; // poll takes no more entries than that
