@@ -24,7 +24,7 @@ public:
     void Poll(int64_t ElapsedTime) override { m_core.Poll(ElapsedTime); }
     CLock& GetLock() const override { return m_core.Lock(); }
     uint64_t GetNumNodes() const override { return m_core.NodeCount(); }
-    bool ParseSwissKnifes(gcstring_vector* pErrorList = NULL) const override;
+    bool ParseSwissKnifes(gcstring_vector* pErrorList = nullptr) const override;
 
     // IDeviceInfo
     gcstring GetModelName() override;
