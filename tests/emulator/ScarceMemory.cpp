@@ -35,6 +35,11 @@ void* operator new(std::size_t size) {
     throw std::bad_alloc();
 }
 
+// The sanitizers' own form would not come from malloc.
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    return std::malloc(size ? size : 1);
+}
+
 void operator delete(void* memory) noexcept {
     std::free(memory);
 }
