@@ -97,20 +97,6 @@ TEST_F(CameraRegisterTest, FormatIsLockedWhileStreamingAndExposureIsNot) {
     EXPECT_EQ(Write<std::uint32_t>(Reg::width, 64), EAccessResult::Ok);
 }
 
-TEST_F(CameraRegisterTest, ResetBringsBackTheDefaultsButKeepsTheName) {
-    ASSERT_EQ(m_camera.Write(Reg::userId, "left", 5), EAccessResult::Ok);
-    Write<std::uint32_t>(Reg::width, 64);
-    Write(Reg::gain, 12.0);
-    Write<std::uint32_t>(Reg::acquisitionStart, 1);
-    ASSERT_EQ(Read<std::uint32_t>(Reg::acquisitionActive), 1u);
-    EXPECT_EQ(Write<std::uint32_t>(Reg::deviceReset, 7), EAccessResult::InvalidValue);
-    EXPECT_EQ(Write<std::uint32_t>(Reg::deviceReset, 1), EAccessResult::Ok);
-    EXPECT_EQ(Read<std::uint32_t>(Reg::width), 1024u);
-    EXPECT_EQ(Read<double>(Reg::gain), 0.0);
-    EXPECT_EQ(Read<std::uint32_t>(Reg::acquisitionActive), 0u);
-    EXPECT_EQ(m_camera.Text(Reg::userId), "left");
-}
-
 TEST_F(CameraRegisterTest, TextThatFillsItsRegisterHasNoEnd) {
     const std::vector<char> full(Reg::textLength, 'x');
     ASSERT_EQ(m_camera.Write(Reg::userId, full.data(), full.size()), EAccessResult::Ok);

@@ -114,7 +114,11 @@ TEST_F(FeatureTest, ResetShowsTheDefaultsAtOnce) {
     m_camera.Set("OffsetX", "64");
     m_camera.Set("Gain", "6");
     EXPECT_EQ(m_camera.Int("PayloadSize")->GetValue(), 3 * 1024 * 1024);
+    m_camera.Execute("AcquisitionStart");
+    EXPECT_EQ(m_camera.Text("AcquisitionStatus"), "1");
+    EXPECT_THROW(m_camera.Int("DeviceResetReg")->SetValue(7), GenICam::OutOfRangeException);
     m_camera.Execute("DeviceReset");
+    EXPECT_EQ(m_camera.Text("AcquisitionStatus"), "0");
     EXPECT_EQ(m_camera.Text("PixelFormat"), "Mono8");
     EXPECT_EQ(m_camera.Int("OffsetX")->GetValue(), 0);
     EXPECT_EQ(m_camera.Int("Width")->GetMax(), 2048);
