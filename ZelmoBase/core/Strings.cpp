@@ -205,7 +205,7 @@ String_t replaceSpacesWith20(const char* text) {
 }
 
 void textFileToString(const String_t& fileName, String_t& content) {
-    const String_t name = fileName; // it may be the same object as content
+    const std::string name = fileName.c_str(); // it may be the same object as content
     content = "";
     std::ifstream stream(name.c_str(), std::ios::in | std::ios::ate);
     if (!stream) {

@@ -171,6 +171,7 @@ WaitObject::WaitObject(WaitObject&& other) noexcept : m_handle(std::exchange(oth
 WaitObject::WaitObject(_WaitObjectPosix_t* handle, bool duplicate)
     : m_handle(duplicate ? DuplicateOrThrow(handle) : nullptr) {}
 
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): the copy is made before the old handle goes
 WaitObject& WaitObject::operator=(const WaitObject& other) {
     if (other.IsValid()) {
         _WaitObjectPosix_t* copy = DuplicateOrThrow(other.m_handle);

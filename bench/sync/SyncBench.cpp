@@ -76,7 +76,7 @@ BENCHMARK(SignalWaitResetBare);
 // The last member is the one that is signaled.
 void WaitForAnyOf(benchmark::State& state) {
     const auto count = static_cast<int>(state.range(0));
-    if (!AllowDescriptors(state, static_cast<rlim_t>(2 * count + 100))) {
+    if (!AllowDescriptors(state, 2 * static_cast<rlim_t>(count) + 100)) {
         return;
     }
     WaitObjects set;

@@ -33,12 +33,14 @@ GenericException::GenericException(const char* description, const char* sourceFi
 
 GenericException::GenericException(const char* description, const char* sourceFileName, unsigned int sourceLine,
                                    const char* exceptionType)
+    // NOLINTNEXTLINE(bugprone-throw-keyword-missing): the details are those of an exception, not one
     : m_details(std::make_shared<Details>(
           Details{OrEmpty(description), OrEmpty(sourceFileName), sourceLine,
                   Beginning(description, exceptionType) + Place(sourceFileName, sourceLine)})) {}
 
 GenericException::GenericException(const char* description, const char* sourceFileName, unsigned int sourceLine,
                                    const char* entryPoint, const char* errorNodeName, const char* exceptionType)
+    // NOLINTNEXTLINE(bugprone-throw-keyword-missing): the details are those of an exception, not one
     : m_details(std::make_shared<Details>(
           Details{OrEmpty(description), OrEmpty(sourceFileName), sourceLine,
                   Beginning(description, exceptionType) + " in node '" + OrEmpty(errorNodeName) + "' while calling '" +
