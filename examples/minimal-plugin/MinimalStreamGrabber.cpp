@@ -35,6 +35,8 @@ std::string StreamDescription() {
 
 } // namespace
 
+MinimalStreamGrabber::MinimalStreamGrabber() : m_nodeMap(MakeNodeMap(StreamDescription().c_str())) {}
+
 MinimalStreamGrabber::~MinimalStreamGrabber() {
     StopStreaming();
 }
@@ -42,13 +44,13 @@ MinimalStreamGrabber::~MinimalStreamGrabber() {
 void MinimalStreamGrabber::Open() {
     if (IsOpen())
         throw LOGICAL_ERROR_EXCEPTION("Cannot open the stream grabber: it is open already.");
-    m_nodeMap = MakeNodeMap(StreamDescription().c_str());
+    m_isOpen = true; // a real one takes the channel here
 }
 
 void MinimalStreamGrabber::Close() {
     StopStreaming();
     FinishGrab();
-    m_nodeMap.reset();
+    m_isOpen = false;
 }
 
 void MinimalStreamGrabber::PrepareGrab() {

@@ -24,11 +24,12 @@ public:
     static constexpr int PayloadSizeBytes = Width * Height; // Mono8
     static constexpr std::chrono::milliseconds FramePeriod{10};
 
+    MinimalStreamGrabber();
     ~MinimalStreamGrabber();
 
     void Open() override;
     void Close() override;
-    bool IsOpen() const override { return m_nodeMap != nullptr; }
+    bool IsOpen() const override { return m_isOpen; }
     Zelmo::StreamBufferHandle RegisterBuffer(void* buffer, std::size_t sizeBytes) override;
     void* DeregisterBuffer(Zelmo::StreamBufferHandle handle) override;
     void PrepareGrab() override;
@@ -59,7 +60,8 @@ private:
     static Zelmo::GrabResult ResultOf(const QueuedBuffer& queued, Zelmo::EGrabStatus status);
     void Deliver(Zelmo::GrabResult result);
 
-    NodeMapPtr m_nodeMap;
+    NodeMapPtr m_nodeMap; // there while the grabber is closed, too
+    bool m_isOpen = false;
     mutable Zelmo::WaitObjectEx m_resultsPending = Zelmo::WaitObjectEx::Create();
 
     mutable std::mutex m_mutex;

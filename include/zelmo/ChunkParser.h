@@ -11,7 +11,8 @@ struct INodeMap;
 
 namespace Zelmo {
 
-/// Maps the chunks at the end of an image buffer onto a node map. Threads: one at a time; a parser serves one result.
+/// Maps the chunks at the end of an image buffer onto a node map. Threads: one at a time; a parser serves one
+/// result after the other.
 class ZELMO_API IChunkParser {
 public:
     /// Maps @p buffer, of @p bufferSizeBytes, onto the node map; it must stay until it is detached. An attached buffer

@@ -67,15 +67,18 @@ public:
     /// How many stream grabbers there are. Not called by this library.
     virtual std::size_t GetNumStreamGrabbers() const = 0;
 
-    /// The stream grabber of channel @p index, always 0 here; null when the device has no such channel.
+    /// The stream grabber of channel @p index, always 0 here; null when the device has no such channel. Asked for
+    /// before Open, too: the same one all the device's life.
     virtual IStreamGrabber* GetStreamGrabber(std::size_t index) = 0;
 
     virtual IEventGrabber* GetEventGrabber() = 0; ///< Null when the device sends no events.
 
-    /// The camera's features, while open; null when there are none. The same map from Open to Close.
+    /// The camera's features; null when there are none. The same map from Open to Close. Also asked for while closed:
+    /// null then, or a map that may be used.
     virtual GenApi::INodeMap* GetNodeMap() = 0;
 
-    /// Parameters of the connection, while open; null when there are none.
+    /// Parameters of the connection, under the same terms. What is to be set before the device opens must be there
+    /// while it is closed.
     virtual GenApi::INodeMap* GetTLNodeMap() = 0;
 
     /// Whether the device was found to be physically gone since it was opened. Not called by this library.
@@ -85,20 +88,21 @@ public:
     virtual ITransportLayer* GetTransportLayer() const = 0;
 
     /// An adapter that writes event messages into GetNodeMap(). Called while open, when the camera has the node
-    /// "EventSelector"; goes back through DestroyEventAdapter before Close.
+    /// "EventSelector"; goes back through DestroyEventAdapter before Close. Null when none can be made: no events then.
     virtual IEventAdapter* CreateEventAdapter() = 0;
     virtual void DestroyEventAdapter(IEventAdapter* adapter) = 0;
 
     /// A chunk parser with a node map of its own, in fact an ISelfReliantChunkParser, which ends through its own
-    /// Destroy; null when none can be made. Called while open, on the thread that starts grabbing or retrieves results.
+    /// Destroy; null when none can be made. Called on the thread that opens the device, starts grabbing, retrieves
+    /// results or resizes the pool of parsers; the last one also while the device is closed.
     virtual IChunkParser* CreateChunkParser() = 0;
 
     /// Takes back a parser that is not self-reliant. Not called by this library.
     virtual void DestroyChunkParser(IChunkParser* parser) = 0;
 
     /// Keeps a copy of @p callback, to be called once when an open device turns out to be physically gone: on a thread
-    /// of the plug-in, without any of its locks held. The callback returns at once and throws nothing. Called before
-    /// Open.
+    /// of the plug-in, without any of its locks held. The callback returns at once and throws nothing. Called right
+    /// after Open, or while closed.
     /// @return a handle, or 0 when the device does not report its removal.
     virtual DeviceCallbackHandle RegisterRemovalCallback(DeviceRemovalCallback& callback) = 0;
 

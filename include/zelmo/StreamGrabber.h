@@ -63,8 +63,8 @@ struct GrabResult {
 /// The calls of one acquisition, in this order: IsOpen, Open, the node "PayloadSize" is read, "MaxBufferSize" and
 /// "MaxNumBuffer" are written, PrepareGrab, RegisterBuffer for each buffer, StartStreaming, QueueBuffer again and again
 /// with RetrieveResult on each signal of the wait object; then StopStreaming, FlushBuffers, RetrieveResult until
-/// nothing is left, DeregisterBuffer, FinishGrab, Close. After a step that failed, those that undo the former ones
-/// follow.
+/// nothing is left, DeregisterBuffer, FinishGrab, Close; buffers may also be left registered. After a step that failed,
+/// be it Open, all follow from StopStreaming on, Close only while open: they do nothing where there is nothing to undo.
 ///
 /// Buffers belong to the caller. A registered buffer that is not queued may be registered, queued and deregistered at
 /// any time of a session, and its memory may be freed before FinishGrab or Close: the plug-in touches a buffer only
@@ -105,10 +105,11 @@ public:
     /// ids.
     virtual void StartStreaming() = 0;
 
-    /// Stops filling buffers; those that are queued stay so. Called once per StartStreaming, and also when that failed.
+    /// Stops filling buffers; those that are queued stay so. Harmless when nothing streams, and on a closed grabber.
     virtual void StopStreaming() = 0;
 
-    /// Frees what PrepareGrab made. Called after all buffers were retrieved.
+    /// Frees what PrepareGrab made. Called after all buffers were retrieved. Harmless when nothing was prepared, and on
+    /// a closed grabber.
     virtual void FinishGrab() = 0;
 
     /// Hands a registered buffer over to be filled; @p context comes back in its result. Called on any thread that
@@ -117,7 +118,7 @@ public:
 
     /// Makes each queued buffer come back as a result with GrabStatus_Canceled, also after the device was removed. May
     /// run while another thread waits on the wait object or retrieves a result; streaming goes on with buffers queued
-    /// later.
+    /// later. Harmless when nothing is queued, and on a closed grabber.
     virtual void FlushBuffers() = 0;
 
     /// Buffers handed over and not yet retrieved. Not called by this library.
@@ -131,9 +132,11 @@ public:
     /// on it during any call, so it stays valid and the same from Open to Close.
     virtual WaitObject& GetWaitObject() const = 0;
 
-    /// The grabber's parameters, never null while open: integers "PayloadSize" (bytes of the largest image under the
-    /// present settings, 0 when unknown), "MaxBufferSize" (bytes) and "MaxNumBuffer", and, where a plug-in cares, the
-    /// boolean "AnnounceAnytimeEnable": whether buffers may be registered while streaming. Owned by the grabber.
+    /// The grabber's parameters, never null while the device is open, also while the grabber is closed: integers
+    /// "PayloadSize" (bytes of the largest image under the present settings, 0 when unknown: then that of the camera's
+    /// features counts), "MaxBufferSize" (bytes) and "MaxNumBuffer", both writable between Open and PrepareGrab, where
+    /// a value that they do not take fails the start. Where a plug-in cares, also the boolean "AnnounceAnytimeEnable":
+    /// whether buffers may be registered while streaming. Owned by the grabber.
     virtual GenApi::INodeMap* GetNodeMap() = 0;
 
 protected:

@@ -124,6 +124,15 @@ TEST_F(MinimalPluginTest, EveryQueuedBufferComesBackAndTheGrabberCanStartAgain) 
     }
 }
 
+TEST_F(MinimalPluginTest, ClosedGrabberHasItsParametersAndTakesTheCallsThatUndoAFailedStart) {
+    ASSERT_NE(m_grabber->GetNodeMap(), nullptr);
+    EXPECT_EQ(StreamNode("PayloadSize")->GetValue(), 64 * 48);
+    EXPECT_EQ(StopGrabbing(), 0u);
+    StartGrabbing(1);
+    EXPECT_EQ(NextResult().status, GrabStatus_Grabbed);
+    StopGrabbing();
+}
+
 TEST_F(MinimalPluginTest, BuffersOutsideOfTheContractAreRefused) {
     StartGrabbing(1);
     std::array<std::uint8_t, 4> small{};
