@@ -203,6 +203,7 @@ TEST_F(DefaultInterfaceTest, NodeMapIsForOpenInterfacesOnly) {
     m_interface.Close();
     EXPECT_THROW(m_interface.GetNodeMap(), GenICam::LogicalErrorException);
     EXPECT_EQ(m_interface.GetInterfaceInfo().GetInterfaceID(), "only");
+    m_interface.Open(); // its end closes it, within its own lock
 }
 
 TEST_F(DefaultInterfaceTest, DeviceOperationsGoToTheTransportLayerAsTheyAre) {

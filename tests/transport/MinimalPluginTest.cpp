@@ -158,6 +158,9 @@ TEST_F(MinimalPluginTest, DevicesHaveTheDefaultParametersOfTransportLayers) {
     const GenApi::CBooleanPtr enable = m_device->GetTLNodeMap()->GetNode("ChunkNodeMapSupportEnable");
     ASSERT_TRUE(enable.IsValid());
     EXPECT_TRUE(enable->GetValue());
+    EXPECT_TRUE(enable->GetNode()->IsStreamable());
+    EXPECT_EQ(enable->GetNode()->GetVisibility(), GenApi::Guru);
+    EXPECT_EQ(enable->GetNode()->GetDisplayName(), "Chunk Node Map Support Enable");
     EXPECT_EQ(m_device->GetTLNodeMap()->GetDeviceName(), "Device");
     DestroyNodeMap(nullptr);
 }
