@@ -229,6 +229,7 @@ TEST_F(NodeTest, AMapCanShareTheLockOfItsOwner) {
     EXPECT_EQ(data.SetUserData(&lock), nullptr);
     EXPECT_EQ(data.GetUserData(), &lock);
     EXPECT_EQ(Int("I").GetValue(), 1);
+    Map.reset(); // before its lock goes
 }
 
 } // namespace
