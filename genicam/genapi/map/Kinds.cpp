@@ -137,6 +137,15 @@ PropertyKind FindPropertyKind(std::string_view element) noexcept {
     return static_cast<PropertyKind>(words.Find(element, static_cast<std::uint8_t>(PropertyKind::Unknown)));
 }
 
+bool IsAttribute(PropertyKind kind) noexcept {
+    return kind == PropertyKind::NameSpace || kind == PropertyKind::MergePriority || kind == PropertyKind::ExposeStatic;
+}
+
+bool IsItemAttribute(PropertyKind kind) noexcept {
+    return kind == PropertyKind::Index || kind == PropertyKind::Name || kind == PropertyKind::Offset ||
+           kind == PropertyKind::pOffset;
+}
+
 bool IsRegisterKind(NodeKind kind) noexcept {
     switch (kind) {
     case NodeKind::IntReg:

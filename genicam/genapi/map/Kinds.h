@@ -178,8 +178,10 @@ struct PropertyTraits {
 const PropertyTraits& TraitsOf(PropertyKind kind) noexcept;       ///< not for Unknown
 PropertyKind FindPropertyKind(std::string_view element) noexcept; ///< Unknown if there is none.
 
-bool IsRegisterKind(NodeKind kind) noexcept; ///< has address, length and port
-bool IsFloatSyntax(NodeKind kind) noexcept;  ///< its Value, Min, Max, Inc and Constant are floats
+bool IsAttribute(PropertyKind kind) noexcept;     ///< of a node
+bool IsItemAttribute(PropertyKind kind) noexcept; ///< of the property before it
+bool IsRegisterKind(NodeKind kind) noexcept;      ///< has address, length and port
+bool IsFloatSyntax(NodeKind kind) noexcept;       ///< its Value, Min, Max, Inc and Constant are floats
 bool Accepts(Target target, NodeKind kind) noexcept;
 
 /// Reads an enumerator as the file spells it. @return false for a text that is none of @p syntax.

@@ -137,6 +137,12 @@ public:
     }
     const Property* FindProperty(NodeIndex node, PropertyKind kind) const noexcept; ///< the node's own first; or null
 
+    /// Whether a property of the node is its own and not that of its structure.
+    bool IsOwn(NodeIndex node, const Property& property) const noexcept {
+        const auto place = static_cast<std::size_t>(&property - m_properties.data());
+        return place - m_nodes[node].first < m_nodes[node].count;
+    }
+
     std::string_view TextOf(std::uint32_t offset) const noexcept { return m_texts.At(offset); }
     std::int64_t IntegerOf(const Property& property) const noexcept { return m_integers[property.payload]; }
     double FloatOf(const Property& property) const noexcept { return m_floats[property.payload]; }

@@ -10,6 +10,7 @@ namespace {
 
 constexpr std::size_t maxNodes = 1000000;
 constexpr std::size_t maxProperties = std::size_t(32) << 20;
+constexpr std::size_t maxToldReferences = 100;
 constexpr std::string_view entryPrefix = "EnumEntry_";
 
 } // namespace
@@ -44,10 +45,14 @@ std::uint32_t ModelBuilder::KeepFloat(double value) {
     return static_cast<std::uint32_t>(m_model->m_floats.size() - 1);
 }
 
-std::uint32_t ModelBuilder::StoreProperties(const Draft& draft) {
-    if (m_model->m_properties.size() + draft.properties.size() > maxProperties) {
+void ModelBuilder::CheckProperties(std::size_t count) {
+    if (count > maxProperties) {
         throw RUNTIME_EXCEPTION("The camera description holds more than %zu properties.", maxProperties);
     }
+}
+
+std::uint32_t ModelBuilder::StoreProperties(const Draft& draft) {
+    CheckProperties(m_model->m_properties.size() + draft.properties.size());
     const auto first = static_cast<std::uint32_t>(m_model->m_properties.size());
     m_model->m_properties.insert(m_model->m_properties.end(), draft.properties.begin(), draft.properties.end());
     m_positions.insert(m_positions.end(), draft.positions.begin(), draft.positions.end());
@@ -61,6 +66,8 @@ void ModelBuilder::Finish(const Draft& draft) {
 }
 
 void ModelBuilder::ShareProperties(const Draft& structure, const std::vector<NodeIndex>& entries) {
+    m_sharings += structure.properties.size() * entries.size();
+    CheckProperties(m_sharings);
     const std::uint32_t first = StoreProperties(structure);
     for (const NodeIndex entry : entries) {
         m_model->m_nodes[entry].sharedFirst = first;
@@ -74,6 +81,9 @@ ModelPtr ModelBuilder::Build(const Describer& describe) {
         const NodeRecord record = m_model->m_nodes[node];
         ResolveRange(node, record.sharedFirst, record.sharedCount, describe);
         ResolveRange(node, record.first, record.count, describe);
+    }
+    if (m_dropped > maxToldReferences) {
+        LogLoadWarning(std::to_string(m_dropped - maxToldReferences) + " more references are dropped.");
     }
     m_model->BuildGraph();
     return std::move(m_model);
@@ -116,6 +126,11 @@ void ModelBuilder::ResolveReference(NodeIndex node, Property& property, std::uin
         property.payload = symbol.node;
         return;
     }
+    if ((traits.edges & Edge_Optional) && m_dropped >= maxToldReferences) {
+        ++m_dropped;
+        property.form = Form::Dropped;
+        return;
+    }
     std::string text = describe(position) + ", node '" + std::string(m_model->NameOf(node)) + "', property '" +
                        std::string(traits.name) + "': refers to node '" + std::string(m_model->TextOf(symbol.text)) +
                        "'";
@@ -129,6 +144,7 @@ void ModelBuilder::ResolveReference(NodeIndex node, Property& property, std::uin
         throw RUNTIME_EXCEPTION("Cannot load the camera description: " + text + ".");
     }
     LogLoadWarning(text + "; the reference is dropped.");
+    ++m_dropped;
     property.form = Form::Dropped;
 }
 

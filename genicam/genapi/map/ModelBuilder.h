@@ -31,6 +31,7 @@ public:
     std::uint32_t KeepInteger(std::int64_t value);
     std::uint32_t KeepFloat(double value);
     void Finish(const Draft& draft); ///< stores the node's own properties
+    /// @throws GenICam::RuntimeException for more than any real structure has: each entry looks at all of them.
     void ShareProperties(const Draft& structure, const std::vector<NodeIndex>& entries);
     DeviceInformation& Device() noexcept { return m_model->m_device; }
     std::size_t NodeCount() const noexcept { return m_model->m_nodes.size(); }
@@ -43,10 +44,13 @@ private:
     void ResolveReference(NodeIndex node, Property& property, std::uint32_t position, const Describer& describe);
     void ResolveRange(NodeIndex node, std::uint32_t first, std::uint32_t count, const Describer& describe);
     void AddEntryAliases();
+    static void CheckProperties(std::size_t count);
     std::uint32_t StoreProperties(const Draft& draft);
 
     std::shared_ptr<Model> m_model;
     std::vector<std::uint32_t> m_positions; // of the model's properties
+    std::size_t m_sharings = 0;             // properties of structures, as often as they are shared
+    std::size_t m_dropped = 0;              // references to nothing
 };
 
 } // namespace GenApi

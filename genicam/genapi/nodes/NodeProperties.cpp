@@ -45,11 +45,6 @@ std::string PropertyText(const Model& model, const Property& property) {
     }
 }
 
-bool IsAttribute(PropertyKind kind) noexcept {
-    return kind == PropertyKind::Index || kind == PropertyKind::Name || kind == PropertyKind::Offset ||
-           kind == PropertyKind::pOffset;
-}
-
 void AppendItem(std::string& list, const std::string& item, bool isFirst) {
     if (!isFirst) {
         list += '\t';
@@ -215,7 +210,7 @@ void NodeBase::GetPropertyNames(gcstring_vector& PropertyNames) const {
     PropertyNames.push_back("Name");
     Description().ForEachProperty(m_index, [&](const Property& property) {
         const gcstring name = ToGcString(TraitsOf(property.kind).name);
-        if (property.form != Form::Dropped && !IsAttribute(property.kind) && !PropertyNames.contains(name)) {
+        if (property.form != Form::Dropped && !IsItemAttribute(property.kind) && !PropertyNames.contains(name)) {
             PropertyNames.push_back(name);
         }
     });
@@ -233,15 +228,20 @@ bool NodeBase::GetProperty(const gcstring& PropertyName, gcstring& ValueStr, gcs
     bool isFound = false;
     bool isOwner = false;
     bool hasAttribute = false;
+    const Property* const last = Description().FindProperty(m_index, kind);
+    // an entry's own word stands in place of its structure's, but for what adds up
+    const bool isOverridden =
+        last != nullptr && Description().IsOwn(m_index, *last) && kind != PropertyKind::pInvalidator;
     Description().ForEachProperty(m_index, [&](const Property& property) {
-        if (IsAttribute(property.kind)) {
+        if (IsItemAttribute(property.kind)) {
             if (isOwner) {
                 AppendItem(attributes, PropertyText(Description(), property), !hasAttribute);
                 hasAttribute = true;
             }
             return;
         }
-        isOwner = property.kind == kind && property.form != Form::Dropped;
+        isOwner = property.kind == kind && property.form != Form::Dropped &&
+                  (!isOverridden || Description().IsOwn(m_index, property));
         if (isOwner) {
             AppendItem(values, PropertyText(Description(), property), !isFound);
             isFound = true;

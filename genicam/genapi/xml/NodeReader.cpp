@@ -214,7 +214,7 @@ void NodeReader::ReadChild(const pugi::xml_node& child, Node& node) {
     if (property == PropertyKind::Extension || ReadNestedNode(child, node, property)) {
         return;
     }
-    if (property == PropertyKind::Unknown) {
+    if (property == PropertyKind::Unknown || IsAttribute(property) || IsItemAttribute(property)) {
         ReadIgnored(child, std::string(NodeKindName(node.kind)) + " '" + node.name + "'");
         return;
     }
@@ -263,8 +263,7 @@ void NodeReader::ReadIgnored(const pugi::xml_node& element, std::string_view whe
 void NodeReader::AddAttributes(const pugi::xml_node& element, Node& node) {
     for (const pugi::xml_attribute& attribute : element.attributes()) {
         const PropertyKind kind = FindPropertyKind(attribute.name());
-        if (kind == PropertyKind::NameSpace || kind == PropertyKind::MergePriority ||
-            kind == PropertyKind::ExposeStatic) {
+        if (IsAttribute(kind)) {
             AddProperty(node, kind, attribute.value(), node.position);
         }
     }

@@ -83,17 +83,33 @@ std::string ToUtf8(std::string_view bytes) {
     return DeclaresLatin1(bytes) ? FromLatin1(bytes) : std::string(bytes);
 }
 
-/// Memory of a device is often longer than the text in it: zeros follow, or what erased memory reads as.
+/// Whether this is what stands between "</" and ">" at the end of the root element, with or without a prefix.
+bool IsRootName(std::string_view name) {
+    name = name.substr(0, name.find_last_not_of(" \t\r\n") + 1);
+    const std::size_t colon = name.find(':');
+    return name.substr(colon == std::string_view::npos ? 0 : colon + 1) == "RegisterDescription";
+}
+
+/// Memory of a device is often longer than the text in it: zeros follow, what erased memory reads as, or the rest of
+/// what stood there before.
 void CutPadding(std::string& text) {
     text.resize(std::min(text.find('\0'), text.size()));
-    const std::size_t last = text.find_last_not_of(" \t\r\n");
-    if (last == std::string::npos || text[last] == '>') {
-        return;
-    }
-    constexpr std::string_view rootEnd = "RegisterDescription>";
-    const std::size_t end = text.rfind(rootEnd);
-    if (end != std::string::npos) {
-        text.resize(end + rootEnd.size());
+    std::size_t end = 0;
+    for (std::size_t at = 0; (at = text.find('<', at)) != std::string::npos; at = end) {
+        const std::string_view rest = std::string_view(text).substr(at);
+        const bool isEndTag = rest.starts_with("</");
+        const std::string_view closing = rest.starts_with("<!--")        ? "-->"
+                                         : rest.starts_with("<![CDATA[") ? "]]>"
+                                                                         : std::string_view(">");
+        end = text.find(closing, at);
+        if (end == std::string::npos) {
+            return;
+        }
+        end += closing.size();
+        if (isEndTag && IsRootName(rest.substr(2, end - at - 3))) {
+            text.resize(end);
+            return;
+        }
     }
 }
 

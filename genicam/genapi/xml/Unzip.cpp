@@ -36,6 +36,18 @@ std::unique_ptr<zip_t, ArchiveCloser> OpenArchive(std::string_view bytes) {
     return std::unique_ptr<zip_t, ArchiveCloser>(archive);
 }
 
+/// Without what follows the archive in the memory of a device. @return all bytes if they do not show where it ends.
+std::string_view WithoutPadding(std::string_view bytes) noexcept {
+    constexpr std::size_t recordBytes = 22; // the last record; at its end, the length of the comment behind it
+    const std::size_t end = bytes.rfind("PK\x05\x06");
+    if (end == std::string_view::npos || bytes.size() - end < recordBytes) {
+        return bytes;
+    }
+    const auto low = static_cast<unsigned char>(bytes[end + recordBytes - 2]);
+    const auto high = static_cast<unsigned char>(bytes[end + recordBytes - 1]);
+    return bytes.substr(0, end + recordBytes + low + (static_cast<std::size_t>(high) << 8));
+}
+
 } // namespace
 
 bool IsZip(std::string_view bytes) noexcept {
@@ -43,7 +55,7 @@ bool IsZip(std::string_view bytes) noexcept {
 }
 
 std::string UnzipFirstEntry(std::string_view bytes) {
-    const auto archive = OpenArchive(bytes);
+    const auto archive = OpenArchive(WithoutPadding(bytes));
     if (zip_get_num_entries(archive.get(), 0) < 1) {
         throw RUNTIME_EXCEPTION("Cannot unpack the camera description: the archive has no entry.");
     }
