@@ -27,7 +27,6 @@ void PortNode::Read(void* pBuffer, int64_t Address, int64_t Length) {
 void PortNode::Write(const void* pBuffer, int64_t Address, int64_t Length) {
     const Call call(*this, "Write");
     RequireWritable();
-    m_raw.DropOverlapping(Address, Length);
     WriteThroughPort(pBuffer, Address, Length);
 }
 
@@ -56,10 +55,10 @@ void PortNode::Replay(IPortWriteList* pPortRecorder, bool Invalidate) {
         throw INVALID_ARGUMENT_EXCEPTION("Cannot replay a null list at port '%s'.", NameText().c_str());
     }
     Core().Change(*this, "Replay", [&] {
-        pPortRecorder->Replay(this);
         if (Invalidate) {
-            Core().Invalidate(*this);
+            Core().Invalidate(*this); // first, as a replay may fail half way; nobody else reads meanwhile
         }
+        pPortRecorder->Replay(this);
     });
 }
 
@@ -83,7 +82,6 @@ void PortNode::ReadBytes(std::uint8_t* bytes, std::int64_t address, std::int64_t
 
 void PortNode::WriteBytes(const std::uint8_t* bytes, std::int64_t address, std::int64_t length) {
     RequireWritable();
-    m_raw.DropOverlapping(address, length);
     if (NeedsSwap(length)) {
         std::uint8_t swapped[8];
         std::reverse_copy(bytes, bytes + length, swapped);
@@ -93,7 +91,30 @@ void PortNode::WriteBytes(const std::uint8_t* bytes, std::int64_t address, std::
     }
 }
 
+namespace {
+
+/// A write makes void what it overlaps: before it and, as the port may read in the middle of it, after it, also if it
+/// fails.
+class OverlapScope {
+public:
+    OverlapScope(RawCache& raw, std::int64_t address, std::int64_t length) noexcept
+        : m_raw(raw), m_address(address), m_length(length) {
+        m_raw.DropOverlapping(address, length);
+    }
+    ~OverlapScope() { m_raw.DropOverlapping(m_address, m_length); }
+    OverlapScope(const OverlapScope&) = delete;
+    OverlapScope& operator=(const OverlapScope&) = delete;
+
+private:
+    RawCache& m_raw;
+    const std::int64_t m_address;
+    const std::int64_t m_length;
+};
+
+} // namespace
+
 void PortNode::WriteThroughPort(const void* bytes, std::int64_t address, std::int64_t length) {
+    const OverlapScope overlap(m_raw, address, length);
     if (m_recording != nullptr) {
         m_recording->Write(bytes, address, length);
     } else {

@@ -7,6 +7,10 @@
 #include <GenApi/IPortConstruct.h>
 #include <GenApi/IPortRecorder.h>
 
+#include <span>
+#include <utility>
+#include <vector>
+
 namespace GenApi {
 
 /// A port: hands accesses of registers on to the implementation that is connected, and keeps the bytes that were read.
@@ -36,6 +40,12 @@ public:
     void ReadBytes(std::uint8_t* bytes, std::int64_t address, std::int64_t length);
     void WriteBytes(const std::uint8_t* bytes, std::int64_t address, std::int64_t length);
     RawCache& Raw() noexcept { return m_raw; }
+    /// A buffer for the bytes of one read, lent so that registers need none of their own; what is given back stands
+    /// until the next one is.
+    std::vector<std::uint8_t> TakeBuffer() noexcept { return std::exchange(m_buffer, {}); }
+    std::span<const std::uint8_t> GiveBuffer(std::vector<std::uint8_t>&& buffer) noexcept {
+        return m_buffer = std::move(buffer);
+    }
 
 protected:
     EAccessMode OwnMode() override;
@@ -53,6 +63,7 @@ private:
     bool m_swapEndianess = false;
     NodeBase* m_chunkId = nullptr;
     RawCache m_raw;
+    std::vector<std::uint8_t> m_buffer;
 };
 
 } // namespace GenApi

@@ -25,10 +25,16 @@ RawCache::Entry& RawCache::At(std::int64_t address, std::int64_t length) {
         ++m_generation;
     }
     Entry& entry = m_entries[{address, length}];
-    entry.bytes.resize(static_cast<std::size_t>(length));
-    m_bytes += entry.bytes.size();
+    m_bytes += static_cast<std::size_t>(length); // as it will have
     m_longest = std::max(m_longest, length);
     return entry;
+}
+
+void RawCache::Drop(std::int64_t address, std::int64_t length) noexcept {
+    const auto found = m_entries.find({address, length});
+    if (found != m_entries.end()) {
+        found->second.isValid = false;
+    }
 }
 
 void RawCache::DropOverlapping(std::int64_t address, std::int64_t length) noexcept {

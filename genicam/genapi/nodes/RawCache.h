@@ -20,6 +20,7 @@ public:
 
     Entry& At(std::int64_t address, std::int64_t length); ///< made if it is not there; may start a new generation
     std::uint32_t Generation() const noexcept { return m_generation; }
+    void Drop(std::int64_t address, std::int64_t length) noexcept; ///< the entry of exactly this place, if there is one
     void DropOverlapping(std::int64_t address, std::int64_t length) noexcept;
     void DropAll() noexcept;
 

@@ -92,8 +92,8 @@ bool IntegerRegisterNode::Fits(std::int64_t value, unsigned int bits) const noex
     if (bits >= 64) {
         return true;
     }
-    const std::int64_t limit = std::int64_t(1) << (m_sign == Signed ? bits - 1 : bits);
-    return value < limit && value >= (m_sign == Signed ? -limit : 0);
+    const auto max = static_cast<std::int64_t>(LowMask(m_sign == Signed ? bits - 1 : bits));
+    return value <= max && value >= (m_sign == Signed ? -max - 1 : 0);
 }
 
 void IntegerRegisterNode::Store(std::int64_t value, bool) {

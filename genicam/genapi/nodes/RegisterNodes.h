@@ -33,7 +33,8 @@ protected:
     virtual std::int64_t MaxLength() const noexcept { return RegisterPart::MaxLength; }
 
     RegisterPart& Located(); ///< with address and length found
-    void WriteBytes(std::span<const std::uint8_t> bytes);
+    bool IsPlaceCacheable() { return m_register.IsPlaceCacheable(); }
+    void WriteBytes(std::span<const std::uint8_t> bytes); ///< where it was located last
 
 private:
     void SetBytes(const std::uint8_t* bytes, std::int64_t length, bool verify);
@@ -53,7 +54,7 @@ protected:
     bool KeepsOwnValue() override { return false; }
     std::int64_t NaturalMin() override;
     std::int64_t NaturalMax() override;
-    bool ComputeLimitsCacheable() override { return Located().IsPlaceCacheable(); }
+    bool ComputeLimitsCacheable() override { return IsPlaceCacheable(); }
     std::int64_t MinLength() const noexcept override { return 1; }
     std::int64_t MaxLength() const noexcept override { return 8; }
 
@@ -85,7 +86,7 @@ protected:
     bool KeepsOwnValue() override { return false; }
     double NaturalMin() override;
     double NaturalMax() override;
-    bool ComputeLimitsCacheable() override { return Located().IsPlaceCacheable(); }
+    bool ComputeLimitsCacheable() override { return IsPlaceCacheable(); }
     std::int64_t MinLength() const noexcept override { return 4; }
     std::int64_t MaxLength() const noexcept override { return 8; }
 

@@ -28,7 +28,7 @@ RegisterPart& RegisterOf<Base>::Located() {
 
 template <typename Base>
 void RegisterOf<Base>::WriteBytes(std::span<const std::uint8_t> bytes) {
-    Located().Write(bytes);
+    m_register.Write(bytes); // found anew, the place could be longer than the bytes
     if (m_register.Caching() == WriteThrough) {
         this->MarkCached(Cached_Protected);
     }
@@ -36,7 +36,7 @@ void RegisterOf<Base>::WriteBytes(std::span<const std::uint8_t> bytes) {
 
 template <typename Base>
 bool RegisterOf<Base>::IsValueCached() {
-    return Located().IsCached();
+    return IsReadable(this->Mode()) && Located().IsCached();
 }
 
 template <typename Base>
@@ -75,10 +75,10 @@ void RegisterOf<Base>::Get(uint8_t* pBuffer, int64_t Length, bool Verify, bool I
     }
     const EvaluationGuard guard(*this, EvaluationGuard::Reading);
     const auto bytes = m_register.Read({Verify, IgnoreCache});
+    std::copy_n(bytes.begin(), std::min(static_cast<std::size_t>(Length), bytes.size()), pBuffer);
     if (Verify) {
         this->CheckErrorNodes();
     }
-    std::copy_n(bytes.begin(), Length, pBuffer);
 }
 
 template <typename Base>

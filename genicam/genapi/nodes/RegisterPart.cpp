@@ -3,7 +3,7 @@
 #include "genicam/genapi/nodes/NodeError.h"
 
 #include <cinttypes>
-#include <cstring>
+#include <utility>
 
 namespace GenApi {
 
@@ -14,6 +14,7 @@ void RegisterPart::BindProperty(NodeBase& owner, const Property& property) {
     case PropertyKind::Address:
         m_fixedAddress = static_cast<std::int64_t>(static_cast<std::uint64_t>(m_fixedAddress) +
                                                    static_cast<std::uint64_t>(model.IntegerOf(property)));
+        m_address = m_fixedAddress;
         break;
     case PropertyKind::pAddress:
     case PropertyKind::IntSwissKnife:
@@ -31,6 +32,7 @@ void RegisterPart::BindProperty(NodeBase& owner, const Property& property) {
         break;
     case PropertyKind::Length:
         m_fixedLength = model.IntegerOf(property);
+        m_length = m_fixedLength;
         break;
     case PropertyKind::pLength:
         m_lengthNode = target;
@@ -100,6 +102,7 @@ void RegisterPart::Locate(NodeBase& owner, bool isKnown, std::int64_t minLength,
         address += part;
     }
     if (m_address != static_cast<std::int64_t>(address) || m_length != length) {
+        DropRaw();
         m_entry = nullptr;
     }
     m_address = static_cast<std::int64_t>(address);
@@ -114,30 +117,39 @@ RawCache::Entry& RegisterPart::Entry() {
     return *m_entry;
 }
 
+/// The port may come back to this register while it reads: until the bytes are there nothing of it is relied on.
 std::span<const std::uint8_t> RegisterPart::Read(ReadMode mode) {
-    if (m_caching == NoCache) {
-        m_bytes.resize(static_cast<std::size_t>(m_length));
-        m_port->ReadBytes(m_bytes.data(), m_address, m_length);
-        return m_bytes;
-    }
-    if (!mode.MayUseCache() || !Entry().isValid) {
-        Entry().isValid = false; // until all bytes are there
-        m_bytes.resize(static_cast<std::size_t>(m_length));
-        m_port->ReadBytes(m_bytes.data(), m_address, m_length);
+    if (m_caching != NoCache) {
         RawCache::Entry& entry = Entry();
-        entry.bytes.assign(m_bytes.begin(), m_bytes.end());
-        entry.isValid = true;
+        if (entry.isValid && mode.MayUseCache()) {
+            return entry.bytes;
+        }
+        entry.isValid = false; // until all bytes are there
     }
-    return Entry().bytes;
+    const std::int64_t address = m_address;
+    const std::int64_t length = m_length;
+    std::vector<std::uint8_t> bytes = m_port->TakeBuffer();
+    bytes.resize(static_cast<std::size_t>(length));
+    m_port->ReadBytes(bytes.data(), address, length);
+    Keep(bytes, address);
+    return m_port->GiveBuffer(std::move(bytes));
 }
 
 void RegisterPart::Write(std::span<const std::uint8_t> bytes) {
-    m_port->WriteBytes(bytes.data(), m_address, m_length);
+    const std::int64_t address = m_address;
+    m_port->WriteBytes(bytes.data(), address, static_cast<std::int64_t>(bytes.size()));
     if (m_caching == WriteThrough) {
-        RawCache::Entry& entry = Entry();
-        entry.bytes.assign(bytes.begin(), bytes.end());
-        entry.isValid = true;
+        Keep(bytes, address);
     }
+}
+
+void RegisterPart::Keep(std::span<const std::uint8_t> bytes, std::int64_t address) {
+    if (m_caching == NoCache || address != m_address || bytes.size() != static_cast<std::size_t>(m_length)) {
+        return;
+    }
+    RawCache::Entry& entry = Entry();
+    entry.bytes.assign(bytes.begin(), bytes.end());
+    entry.isValid = true;
 }
 
 bool RegisterPart::IsCached() {
@@ -145,9 +157,10 @@ bool RegisterPart::IsCached() {
 }
 
 void RegisterPart::DropRaw() noexcept {
-    // without a place there is nothing cached; the pointer of a past generation leads nowhere
     if (m_entry != nullptr && m_generation == m_port->Raw().Generation()) {
         m_entry->isValid = false;
+    } else {
+        m_port->Raw().Drop(m_address, m_length); // another register may have read the same place
     }
 }
 

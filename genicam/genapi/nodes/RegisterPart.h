@@ -26,9 +26,9 @@ public:
     std::int64_t Address() const noexcept { return m_address; }
     std::int64_t Length() const noexcept { return m_length; }
 
-    /// All bytes, from the cache if allowed. Located before. The span is valid until the next access.
+    /// All bytes, from the cache if allowed. Located before. The span is valid until the next access to the port.
     std::span<const std::uint8_t> Read(ReadMode mode);
-    void Write(std::span<const std::uint8_t> bytes); ///< Length() bytes
+    void Write(std::span<const std::uint8_t> bytes);
     bool IsCached();
     void DropRaw() noexcept;
     PortNode& Port() const noexcept { return *m_port; }
@@ -42,6 +42,7 @@ private:
         bool hasFactor = false;     ///< else the length counts
     };
     RawCache::Entry& Entry();
+    void Keep(std::span<const std::uint8_t> bytes, std::int64_t address); ///< unless the register has moved meanwhile
 
     std::int64_t m_fixedAddress = 0; // sum of the constants
     std::int64_t m_fixedLength = 0;
@@ -51,11 +52,10 @@ private:
     EAccessMode m_mode = RO;
     ECachingMode m_caching = WriteThrough;
 
-    std::int64_t m_address = 0;
+    std::int64_t m_address = 0; // found last; before that, as far as it is constant
     std::int64_t m_length = 0;
     RawCache::Entry* m_entry = nullptr; // of the place located last, while its generation lasts
     std::uint32_t m_generation = 0;
-    std::vector<std::uint8_t> m_bytes; // of reads that are not cached
 };
 
 } // namespace GenApi

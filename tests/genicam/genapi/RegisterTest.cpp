@@ -72,6 +72,20 @@ INSTANTIATE_TEST_SUITE_P(
                     IntegerForm{8, little, {1, 0, 0, 0, 0, 0, 0, 0x80}, INT64_MIN + 1},
                     IntegerForm{8, bigSigned, {0x7F, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF}, INT64_MAX}));
 
+TEST_F(RegisterTest, FieldsOfNearlyAllBitsHaveTheirWholeRange) {
+    for (const int msb : {61, 62, 63}) {
+        const std::string bits = "<LSB>0</LSB><MSB>" + std::to_string(msb) + "</MSB>";
+        Load(Node("MaskedIntReg", "U", Place(0, 8, bits)) +
+             Node("MaskedIntReg", "S", Place(0, 8, bits + littleSigned)));
+        for (const char* name : {"U", "S"}) {
+            for (const int64_t value : {Int(name).GetMin(), int64_t(1), Int(name).GetMax()}) {
+                Int(name).SetValue(value);
+                EXPECT_EQ(Int(name).GetValue(false, true), value) << name << msb;
+            }
+        }
+    }
+}
+
 struct BitField {
     const char* bits; // elements
     bool bigEndian;
@@ -169,9 +183,9 @@ TEST_F(RegisterTest, FieldsOutsideTheirRegisterFailWhenUsed) {
 TEST_F(RegisterTest, StructuresExpandToFieldsThatShareTheirRegister) {
     Load("<StructReg Comment=\"Status\"><ToolTip>shared</ToolTip><Visibility>Guru</Visibility><Address>8</Address>"
          "<Length>4</Length><AccessMode>RW</AccessMode><pPort>Device</pPort><Cachable>NoCache</Cachable>"
-         "<Endianess>BigEndian</Endianess>"
+         "<Endianess>BigEndian</Endianess><pInvalidator>High</pInvalidator>"
          "<StructEntry Name=\"High\"><LSB>15</LSB><MSB>0</MSB></StructEntry>"
-         "<StructEntry Name=\"Flag\"><ToolTip>own</ToolTip><AccessMode>RO</AccessMode>"
+         "<StructEntry Name=\"Flag\"><ToolTip>own</ToolTip><pInvalidator>Flag</pInvalidator><AccessMode>RO</AccessMode>"
          "<Cachable>WriteThrough</Cachable><Bit>31</Bit></StructEntry></StructReg>");
     Fill(8, {0x12, 0x34, 0, 1});
     EXPECT_EQ(Int("High").GetValue(), 0x1234);
@@ -185,6 +199,11 @@ TEST_F(RegisterTest, StructuresExpandToFieldsThatShareTheirRegister) {
     EXPECT_TRUE(Map->GetNode("Flag")->IsCachable());
     EXPECT_EQ(As<IRegister>("Flag").GetAddress(), 8);
     EXPECT_EQ(Map->GetNode("Status"), nullptr);
+    GenICam::gcstring value, attribute;
+    EXPECT_TRUE(Map->GetNode("Flag")->GetProperty("AccessMode", value, attribute));
+    EXPECT_EQ(value, "RO");
+    EXPECT_TRUE(Map->GetNode("Flag")->GetProperty("pInvalidator", value, attribute));
+    EXPECT_EQ(value, "High\tFlag") << "invalidators are added";
 }
 
 TEST_F(RegisterTest, AnAddressIsASumAndAnIndexCountsInItsOffset) {
@@ -223,6 +242,38 @@ TEST_F(RegisterTest, AMovedRegisterForgetsWhatItReadElsewhere) {
     Port.Memory[0] = 11;
     Int("Selector").SetValue(0);
     EXPECT_EQ(Int("Feature").GetValue(), 11) << "read anew";
+}
+
+TEST_F(RegisterTest, ARegisterThatIsMovedByTheDeviceForgetsToo) {
+    Load(Node("IntReg", "Selector", Place(32, 1, "<Cachable>NoCache</Cachable>")) +
+         Node("IntReg", "Bank", "<pIndex Offset=\"4\">Selector</pIndex><Length>4</Length><pPort>Device</pPort>"));
+    Fill(0, {10, 0, 0, 0, 20, 0, 0, 0});
+    EXPECT_EQ(Int("Bank").GetValue(), 10);
+    Port.Memory[32] = 1;
+    EXPECT_EQ(Int("Bank").GetValue(), 20);
+    Port.Memory[32] = 0;
+    Port.Memory[0] = 11;
+    EXPECT_EQ(Int("Bank").GetValue(), 11);
+}
+
+TEST_F(RegisterTest, InvalidatingReachesTheBytesThatAnotherNodeHasRead) {
+    Load(Node("IntReg", "Reader", Place(0, 4)) + Node("IntReg", "Twin", Place(0, 4)));
+    Int("Reader").GetValue();
+    Port.Memory[0] = 5;
+    Map->GetNode("Twin")->InvalidateNode();
+    EXPECT_EQ(Int("Twin").GetValue(), 5);
+}
+
+TEST_F(RegisterTest, APlaceThatCannotBeFoundNowSpoilsNothingElse) {
+    Load(Node("Integer", "There", "<Value>0</Value>") +
+         Node("Integer", "Where", "<pIsAvailable>There</pIsAvailable><Value>0</Value>") +
+         Node("IntReg", "Lost", "<pAddress>Where</pAddress><Length>4</Length><pPort>Device</pPort>") +
+         Node("Integer", "Index", "<Value>0</Value>") +
+         Node("Integer", "I",
+              "<pIndex>Index</pIndex><ValueIndexed Index=\"0\">3</ValueIndexed>"
+              "<pValueIndexed Index=\"1\">Lost</pValueIndexed><ValueDefault>9</ValueDefault>"));
+    EXPECT_EQ(Int("I").GetMax(), INT64_MAX);
+    EXPECT_FALSE(As<IValue>("Lost").IsValueCacheValid());
 }
 
 TEST_F(RegisterTest, AVariableLengthIsFollowed) {
