@@ -24,11 +24,24 @@ using RegistrationPtr = std::shared_ptr<Registration>;
 /// call. Under the map's lock.
 void EndRegistration(Registration& registration);
 
-/// The callbacks that one public call will fire: first all with the lock held, then all without it.
+/// The callbacks that one public call will fire: first all with the lock held, then all without it. They fire also if
+/// the call fails, which is told by Rethrow when all is done: what was collected before has changed.
 /// Callbacks may register and deregister, themselves too; what is deregistered meanwhile is not called any more.
 class CallbackBatch {
 public:
     void Add(const std::vector<RegistrationPtr>& registrations); ///< Each once. Under the lock.
+
+    /// Runs a step of the call; keeps its exception, if it is the first one.
+    template <typename Step>
+    void Run(Step&& step) {
+        try {
+            step();
+        } catch (...) {
+            if (!m_failure) {
+                m_failure = std::current_exception();
+            }
+        }
+    }
 
     void Fire(CLock& lock,
               ECallbackType cause); ///< All are called; the first exception is kept, the others are logged.

@@ -183,42 +183,35 @@ void MapCore::InvalidateAffected(NodeBase& node) {
 }
 
 void MapCore::InvalidateAll() {
-    CallbackBatch batch;
-    {
-        const GenICam::AutoLock lock(*m_lock);
+    ChangeAll([this](CallbackBatch&) {
         for (NodeBase* node : m_nodes) {
             node->DropCaches(false);
-            batch.Add(node->Registrations());
+            m_batch->Add(node->Registrations());
         }
-        batch.Fire(*m_lock, cbPostInsideLock);
-    }
-    batch.Fire(*m_lock, cbPostOutsideLock);
-    batch.Rethrow();
+    });
 }
 
+/// A node that fails keeps no other from its turn.
 void MapCore::Poll(std::int64_t elapsedMs) {
-    CallbackBatch batch;
-    {
-        const GenICam::AutoLock lock(*m_lock);
-        {
-            const BatchScope scope(*this, batch);
-            for (NodeBase* node : m_polled) {
-                if (node->IsPollingBlocked()) {
-                    continue;
-                }
-                if (elapsedMs < node->PollingTime() - node->pollElapsedMs) {
-                    node->pollElapsedMs += std::max<std::int64_t>(elapsedMs, 0);
-                    continue;
-                }
-                node->pollElapsedMs = 0;
-                Invalidate(*node);
-                node->OnPollingTime();
-            }
+    ChangeAll([&](CallbackBatch& batch) {
+        for (NodeBase* node : m_polled) {
+            batch.Run([&] { PollNode(*node, elapsedMs); });
         }
-        batch.Fire(*m_lock, cbPostInsideLock);
+    });
+}
+
+void MapCore::PollNode(NodeBase& node, std::int64_t elapsedMs) {
+    const Call call(node, "Poll");
+    if (node.IsPollingBlocked()) {
+        return;
     }
-    batch.Fire(*m_lock, cbPostOutsideLock);
-    batch.Rethrow();
+    if (elapsedMs < node.PollingTime() - node.pollElapsedMs) {
+        node.pollElapsedMs += std::max<std::int64_t>(elapsedMs, 0);
+        return;
+    }
+    node.pollElapsedMs = 0;
+    Invalidate(node);
+    node.OnPollingTime();
 }
 
 WriteScope::WriteScope(NodeBase& node) : m_core(node.Core()), m_guard(node, EvaluationGuard::Writing) {

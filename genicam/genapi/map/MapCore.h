@@ -43,6 +43,7 @@ public:
     /// A change of @p node: invalidates, collects callbacks and fires them when the lock is given back.
     template <typename Action>
     void Change(NodeBase& node, const char* method, Action&& action);
+    bool IsChanging() const noexcept { return m_batch != nullptr; } ///< whether callbacks are being collected
     void Invalidate(NodeBase& node);         ///< the node and its dependents; their callbacks join the call's batch
     void InvalidateAffected(NodeBase& node); ///< likewise with the terminal nodes, as if it had been written
     void InvalidateAll();
@@ -61,6 +62,9 @@ private:
     friend class BatchScope;
     friend class EvaluationGuard;
 
+    template <typename Action>
+    void ChangeAll(Action&& action);
+    void PollNode(NodeBase& node, std::int64_t elapsedMs);
     void CreateNodes();
     void DestroyNodes() noexcept;
     void Collect(const Closure& closure);
@@ -82,6 +86,7 @@ private:
     const NodeBase* m_entryNode = nullptr;
     const char* m_entryMethod = nullptr;
     int m_evaluationDepth = 0;
+    std::uint32_t m_evaluationSteps = 0; // of the outermost evaluation
     int m_writeDepth = 0;
     CallbackBatch* m_batch = nullptr; // of the call in progress
     int m_registrations = 0;          // of all nodes
@@ -163,20 +168,28 @@ private:
     const int m_outerDepth;
 };
 
+/// @p action gets the batch, to run steps that must not keep each other from their turn.
 template <typename Action>
-void MapCore::Change(NodeBase& node, const char* method, Action&& action) {
+void MapCore::ChangeAll(Action&& action) {
     CallbackBatch batch;
     {
         const GenICam::AutoLock lock(*m_lock);
-        {
-            const Call call(node, method);
+        batch.Run([&] {
             const BatchScope scope(*this, batch);
-            action();
-        }
+            action(batch);
+        });
         batch.Fire(*m_lock, cbPostInsideLock);
     }
     batch.Fire(*m_lock, cbPostOutsideLock);
     batch.Rethrow();
+}
+
+template <typename Action>
+void MapCore::Change(NodeBase& node, const char* method, Action&& action) {
+    ChangeAll([&](CallbackBatch&) {
+        const Call call(node, method);
+        action();
+    });
 }
 
 } // namespace GenApi

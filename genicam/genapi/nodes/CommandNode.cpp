@@ -35,10 +35,10 @@ void CommandNode::Start(bool verify) {
     }
     const std::int64_t value = CommandValue();
     WriteScope scope(*this);
-    m_isBusy = true;
     if (m_target != nullptr) {
         m_target->WriteInteger(value, verify);
     }
+    m_isBusy = true;
     if (verify) {
         CheckErrorNodes();
     }

@@ -174,7 +174,8 @@ std::int64_t EnumerationNode::ReadIntValue(ReadMode mode) {
     if (mode.verify) {
         CheckErrorNodes();
     }
-    if (m_isBusy && value != m_busyValue) {
+    // told by the first read that can tell: one through a reference fires nothing
+    if (m_isBusy && value != m_busyValue && Core().IsChanging()) {
         m_isBusy = false;
         Core().InvalidateAffected(*this);
     }

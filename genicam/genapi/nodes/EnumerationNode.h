@@ -65,6 +65,7 @@ public:
     void WriteInteger(std::int64_t value, bool verify) override;
     void WriteFloat(double value, bool verify) override; ///< the available entry with the nearest numeric value
     std::string ErrorText() override;
+    bool IsValueCached() override { return !m_isBusy && NodeBase::IsValueCached(); }
     void OnPollingTime() override;
 
     EnumEntryNode* FindSymbolic(std::string_view symbolic) const noexcept; ///< null if there is none

@@ -36,14 +36,6 @@ class EnumerationTest : public tests::MapTest {
 protected:
     IEnumeration& Enum(const char* name) { return As<IEnumeration>(name); }
     ICommand& Command(const char* name) { return As<ICommand>(name); }
-    std::string Failure(const std::function<void()>& call) {
-        try {
-            call();
-        } catch (const GenICam::GenericException& failure) {
-            return failure.what();
-        }
-        return "no exception";
-    }
 };
 
 TEST_F(EnumerationTest, EntriesAreNodesUnderBothTheirNames) {
@@ -105,7 +97,8 @@ TEST_F(EnumerationTest, TheValueMayBeThatOfAnotherNode) {
 TEST_F(EnumerationTest, ASelfClearingEntryIsWatchedUntilTheDeviceHasClearedIt) {
     Load(Node("IntReg", "R", Place(0, 4)) +
          Enumeration("E", Entry("Idle", 0) + Entry("Once", 1, "<IsSelfClearing>Yes</IsSelfClearing>") +
-                              "<pValue>R</pValue><PollingTime>10</PollingTime>"));
+                              "<pValue>R</pValue><PollingTime>10</PollingTime>") +
+         Node("Integer", "Above", "<pValue>E</pValue>"));
     int fired = 0;
     As<IValue>("E").FromString("Once");
     Count("E", fired);
@@ -124,6 +117,14 @@ TEST_F(EnumerationTest, ASelfClearingEntryIsWatchedUntilTheDeviceHasClearedIt) {
     Map->Poll(10);
     EXPECT_EQ(fired, 1) << "polling finds it too, and tells once";
     EXPECT_TRUE(As<IValue>("E").IsValueCacheValid());
+    As<IValue>("E").FromString("Once");
+    Text("E");
+    EXPECT_FALSE(As<IValue>("E").IsValueCacheValid()) << "a read now would ask the device";
+    Port.Memory[0] = 0;
+    fired = 0;
+    EXPECT_EQ(Int("Above").GetValue(), 0);
+    EXPECT_EQ(Text("E"), "Idle");
+    EXPECT_EQ(fired, 1) << "a read through a reference finds it first and keeps it from nobody";
 }
 
 TEST_F(EnumerationTest, ErrorNodesAreAskedAfterCheckedAccesses) {
@@ -170,6 +171,12 @@ TEST_F(EnumerationTest, ACommandWritesItsValueAndIsBusyUntilTheDeviceTakesItBack
     Port.Memory[0] = 0;
     Map->Poll(5);
     EXPECT_EQ(Text("Go"), "0");
+    Port.TimesOut = true;
+    fired = 0;
+    EXPECT_THROW(Command("Go").Execute(), GenICam::TimeoutException);
+    Port.TimesOut = false;
+    EXPECT_TRUE(Command("Go").IsDone());
+    EXPECT_EQ(fired, 0) << "what was never started does not end";
 }
 
 TEST_F(EnumerationTest, CommandsThatCannotTellAreDoneAtOnce) {

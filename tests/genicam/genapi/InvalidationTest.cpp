@@ -205,6 +205,14 @@ TEST_F(InvalidationTest, ANodeThatThePortWritesMeanwhileIsAChangeOfItsOwn) {
     busy.OnWrite = [&] { Int("Counter").SetValue(7); };
     EXPECT_THAT(FiredBy({"A", "Counter", "OverCounter"}, [this] { Int("A").SetValue(1); }),
                 UnorderedElementsAre("A", "Counter", "OverCounter"));
+    busy.OnWrite = [&] {
+        Int("Counter").SetValue(7);
+        throw RUNTIME_EXCEPTION("Counted, but refused");
+    };
+    EXPECT_THAT(FiredBy({"A", "Counter", "OverCounter"},
+                        [this] { EXPECT_THROW(Int("A").SetValue(1), GenICam::RuntimeException); }),
+                UnorderedElementsAre("Counter", "OverCounter"))
+        << "a change that was made is told although the one around it failed";
     EXPECT_EQ(Int("OverCounter").GetValue(), 7);
 }
 
@@ -228,6 +236,17 @@ TEST_F(InvalidationTest, AFailureOnTheWayLeavesNothingThatWasAssumed) {
     busy.OnWrite = nullptr;
     Int("Both").SetValue(3);
     EXPECT_EQ(Int("Second").GetValue(), 3);
+}
+
+TEST_F(InvalidationTest, AValueThatACopyRefusesHasReachedThoseBeforeIt) {
+    Load(Register("First", 0) + Node("Integer", "Copy", "<Value>1</Value><Max>10</Max>") +
+         Node("Integer", "Both", "<pValue>First</pValue><pValueCopy>Copy</pValueCopy>"));
+    Int("Both").SetValue(5);
+    EXPECT_THAT(FiredBy({"Both", "First", "Copy"},
+                        [this] { EXPECT_THROW(Int("Both").SetValue(11), GenICam::OutOfRangeException); }),
+                IsEmpty());
+    EXPECT_EQ(Int("Both").GetValue(), 11) << "nothing is written back behind the caller";
+    EXPECT_EQ(Int("Copy").GetValue(), 5);
 }
 
 TEST_F(InvalidationTest, RefusedValuesChangeNothing) {
@@ -273,6 +292,22 @@ TEST_F(InvalidationTest, PollingHoldsItsTimersWhileItIsBlockedAndTellsEachOnce) 
     EXPECT_THAT(FiredBy(all, [this] { Map->Poll(1); }), UnorderedElementsAre("Fast", "Slow", "Sum"));
     EXPECT_EQ(Map->GetNode("Slow")->GetPollingTime(), 100);
     EXPECT_EQ(Map->GetNode("Sum")->GetPollingTime(), -1);
+}
+
+TEST_F(InvalidationTest, AFailureWhilePollingKeepsNoOtherNodeFromItsTurn) {
+    Load(Register("First", 0, "<PollingTime>10</PollingTime>") + Register("Gate", 8, "<Cachable>NoCache</Cachable>") +
+         Register("Guarded", 12, "<PollingTime>10</PollingTime><pBlockPolling>Gate</pBlockPolling>") +
+         Node("Command", "Go", "<pValue>First</pValue><CommandValue>1</CommandValue><PollingTime>20</PollingTime>") +
+         Register("Last", 4, "<PollingTime>10</PollingTime>"));
+    As<ICommand>("Go").Execute();
+    Port.TimesOut = true;
+    EXPECT_THAT(
+        FiredBy({"First", "Guarded", "Go", "Last"}, [this] { EXPECT_THROW(Map->Poll(10), GenICam::TimeoutException); }),
+        UnorderedElementsAre("First", "Go", "Last"));
+    EXPECT_THAT(FiredBy({"Guarded", "Last"}, [this] { EXPECT_THROW(Map->Poll(10), GenICam::TimeoutException); }),
+                UnorderedElementsAre("Last"));
+    Port.TimesOut = false;
+    EXPECT_THAT(FiredBy({"Guarded"}, [this] { Map->Poll(10); }), UnorderedElementsAre("Guarded"));
 }
 
 TEST_F(InvalidationTest, CallbacksGoWithTheMapOnceEach) {

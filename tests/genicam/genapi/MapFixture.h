@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -90,6 +91,15 @@ protected:
     GenApi::IFloat& Float(const char* name) { return As<GenApi::IFloat>(name); }
     GenApi::EAccessMode Mode(const char* name) { return As<GenApi::IBase>(name).GetAccessMode(); }
     std::string Text(const char* name) { return As<GenApi::IValue>(name).ToString().c_str(); }
+    /// What the exception says that a call ends with.
+    static std::string Failure(const std::function<void()>& call) {
+        try {
+            call();
+        } catch (const GenICam::GenericException& failure) {
+            return failure.what();
+        }
+        return "no exception";
+    }
     /// Counts in @p count how often callbacks of this type fire on a node.
     void Count(const char* name, int& count, GenApi::ECallbackType type = GenApi::cbPostInsideLock) {
         GenApi::Register(
