@@ -9,6 +9,7 @@ namespace GenApi {
 
 namespace {
 
+constexpr std::size_t maxNames = 4096;  // they are looked for one after the other
 constexpr std::size_t inlineSlots = 16; // formulas with more variables take them from the heap
 
 bool NeedsValue(EVariablePart part) noexcept {
@@ -123,6 +124,9 @@ void FormulaPart<T>::Compile(Program& program) {
     }
     Scope scope(*this, program.input);
     try {
+        if (m_names.size() > maxNames) {
+            throw PROPERTY_EXCEPTION("It has %zu names, %zu are allowed", m_names.size(), maxNames);
+        }
         program.formula.emplace(program.text, scope);
     } catch (const GenICam::GenericException& failure) {
         throw NODE_EXCEPTION(PropertyException, m_owner)(std::string("Node '") + m_owner.NameText() + "', property '" +

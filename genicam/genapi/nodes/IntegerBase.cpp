@@ -93,7 +93,8 @@ void IntegerBase::WriteFloat(double value, bool verify) {
         const auto step = static_cast<std::uint64_t>(inc);
         const std::uint64_t rest = (static_cast<std::uint64_t>(rounded) - static_cast<std::uint64_t>(min)) % step;
         const std::uint64_t down = static_cast<std::uint64_t>(rounded) - rest;
-        rounded = static_cast<std::int64_t>(rest > step / 2 ? down + step : down);
+        const std::uint64_t room = static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max()) - down;
+        rounded = static_cast<std::int64_t>(rest > step / 2 && step <= room ? down + step : down);
     }
     WriteNumber(rounded, verify);
 }

@@ -5,12 +5,14 @@
 #include "genicam/genapi/nodes/NodeError.h"
 
 #include <limits>
+#include <utility>
 
 namespace GenApi {
 
 namespace {
 
 constexpr int maxEvaluationDepth = 1000;
+constexpr std::uint32_t maxEvaluationSteps = 1000000; // ways through a graph can be many more than its nodes
 
 } // namespace
 
@@ -115,9 +117,7 @@ bool NodeBase::Predicate(NodeBase& node, bool whenUnreadable) {
 
 bool NodeBase::IsModeCacheable() {
     if (m_modeCacheable == _UndefinedYesNo) {
-        if (m_isComputingConstants) {
-            return true; // a cycle: the others decide
-        }
+        m_modeCacheable = No; // for those who ask in a circle
         m_modeCacheable = static_cast<std::uint8_t>(ComputeModeCacheable() ? Yes : No);
     }
     return m_modeCacheable == Yes;
@@ -125,36 +125,19 @@ bool NodeBase::IsModeCacheable() {
 
 bool NodeBase::ComputeModeCacheable() {
     const EvaluationGuard guard(*this, EvaluationGuard::Asking);
-    m_isComputingConstants = true;
-    bool cacheable = true;
-    try {
-        for (NodeBase* predicate : {m_isImplementedBy, m_isAvailableBy, m_isLockedBy}) {
-            cacheable = cacheable &&
-                        (predicate == nullptr || (predicate->Caching() != NoCache && predicate->IsModeCacheable()));
+    for (NodeBase* predicate : {m_isImplementedBy, m_isAvailableBy, m_isLockedBy}) {
+        if (predicate != nullptr && (predicate->Caching() == NoCache || !predicate->IsModeCacheable())) {
+            return false;
         }
-        cacheable = cacheable && IsOwnModeCacheable();
-    } catch (...) {
-        m_isComputingConstants = false;
-        throw;
     }
-    m_isComputingConstants = false;
-    return cacheable;
+    return IsOwnModeCacheable();
 }
 
 ECachingMode NodeBase::Caching() {
     if (m_caching == _UndefinedCachingMode) {
-        if (m_isEvaluatingCaching) {
-            return WriteThrough; // a cycle: the others decide
-        }
         const EvaluationGuard guard(*this, EvaluationGuard::Asking);
-        m_isEvaluatingCaching = true;
-        try {
-            m_caching = static_cast<std::uint8_t>(ComputeCaching());
-        } catch (...) {
-            m_isEvaluatingCaching = false;
-            throw;
-        }
-        m_isEvaluatingCaching = false;
+        m_caching = NoCache; // for those who ask in a circle
+        m_caching = static_cast<std::uint8_t>(ComputeCaching());
     }
     return static_cast<ECachingMode>(m_caching);
 }
@@ -203,10 +186,12 @@ bool NodeBase::IsPollingBlocked() {
 }
 
 void NodeBase::DestroyRegistrations() noexcept {
-    for (const RegistrationPtr& registration : m_registrations) {
+    // callbacks may deregister others when they are destroyed
+    const std::vector<RegistrationPtr> registrations = std::move(m_registrations);
+    m_registrations.clear();
+    for (const RegistrationPtr& registration : registrations) {
         EndRegistration(*registration);
     }
-    m_registrations.clear();
 }
 
 void NodeBase::FailKind(const char* what) {
@@ -260,6 +245,12 @@ EvaluationGuard::EvaluationGuard(NodeBase& node, Purpose purpose) : m_node(node)
     if (node.m_core.m_evaluationDepth >= maxEvaluationDepth) {
         throw NODE_EXCEPTION(RuntimeException, node)("The evaluation of node '%s' is nested more than %d levels deep.",
                                                      node.NameText().c_str(), maxEvaluationDepth);
+    }
+    std::uint32_t& steps = node.m_core.m_evaluationSteps;
+    steps = node.m_core.m_evaluationDepth == 0 ? 0 : steps;
+    if (++steps > maxEvaluationSteps) {
+        throw NODE_EXCEPTION(RuntimeException, node)("The evaluation of node '%s' takes more than %u steps.",
+                                                     node.NameText().c_str(), maxEvaluationSteps);
     }
     ++node.m_core.m_evaluationDepth;
     if (busy != nullptr) {

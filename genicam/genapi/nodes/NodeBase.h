@@ -193,8 +193,6 @@ private:
     bool m_isEvaluating = false;
     bool m_isWriting = false;
     bool m_isComputingMode = false;
-    bool m_isComputingConstants = false;
-    bool m_isEvaluatingCaching = false;
     bool m_toldUnreadable = false;
     bool m_toldCycle = false;
     bool m_hasErrorNodes = false;
@@ -210,8 +208,9 @@ private:
 class EvaluationGuard {
 public:
     enum Purpose { Reading, Writing, Asking }; ///< asking, e.g. for limits, may come back to the node
-    EvaluationGuard(NodeBase& node,
-                    Purpose purpose); ///< @throws GenICam::RuntimeException on a cycle or beyond 1000 levels
+    EvaluationGuard(
+        NodeBase& node,
+        Purpose purpose); ///< @throws GenICam::RuntimeException on a cycle, beyond 1000 levels or 1000000 steps
     EvaluationGuard(const EvaluationGuard&) = delete;
     EvaluationGuard& operator=(const EvaluationGuard&) = delete;
     ~EvaluationGuard();

@@ -145,7 +145,9 @@ void NumberNode<Base, T>::ForEachTarget(Visitor&& visit) {
 
 template <typename Base, typename T>
 bool NumberNode<Base, T>::IsOwnModeCacheable() {
-    bool cacheable = m_index == nullptr || (m_index->Caching() != NoCache && m_index->IsModeCacheable());
+    // copies do not invalidate the node, so nothing tells when one of them can be written no more
+    bool cacheable = m_copiesBefore.empty() && m_copiesAfter.empty() &&
+                     (m_index == nullptr || (m_index->Caching() != NoCache && m_index->IsModeCacheable()));
     ForEachTarget([&cacheable](NodeBase& node) { cacheable = cacheable && node.IsModeCacheable(); });
     return cacheable;
 }

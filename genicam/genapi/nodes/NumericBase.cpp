@@ -25,7 +25,7 @@ template <>
 bool ParseListed(std::string_view text, double& value) {
     const auto parsed = ParseFloat(text);
     value = parsed.value_or(0);
-    return parsed.has_value();
+    return parsed.has_value() && !std::isnan(value); // no order would hold
 }
 
 /// Numbers separated by ';', ',' or blanks, sorted; what is no number is left out.
@@ -192,6 +192,7 @@ template <typename T>
 bool NumericBase<T>::AreLimitsCacheable() {
     if (m_limitsCacheable == _UndefinedYesNo) {
         const EvaluationGuard guard(*this, EvaluationGuard::Asking);
+        m_limitsCacheable = No; // for those who ask in a circle
         m_limitsCacheable = static_cast<std::uint8_t>(ComputeLimitsCacheable() ? Yes : No);
     }
     return m_limitsCacheable == Yes;

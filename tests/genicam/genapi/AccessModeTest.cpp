@@ -190,7 +190,6 @@ TEST_F(AccessModeTest, CopiesThatCannotBeWrittenMakeAValueReadOnly) {
          Node("Integer", "I", "<pValue>Main</pValue><pValueCopy>Copy</pValueCopy>"));
     EXPECT_EQ(Mode("I"), RW);
     Int("CopyLock").SetValue(1);
-    Map->InvalidateNodes();
     EXPECT_EQ(Mode("I"), RO);
 }
 
@@ -239,6 +238,17 @@ TEST_F(AccessModeTest, ADecidingCircleIsTakenForReadWriteAndTold) {
     EXPECT_EQ(Mode("B"), RO);
     EXPECT_EQ(log.Count("GenApi", GenICam::LogPriority_Warn, "depends on itself"), 1u);
     EXPECT_NO_THROW(Mode("A"));
+}
+
+TEST_F(AccessModeTest, WhatACircleKeepsIsNotOlderThanWhatItDependsOn) {
+    Load(Register("Live", "RO", "<Cachable>NoCache</Cachable>") +
+         Value("A", 1, "<pIsImplemented>B</pIsImplemented><pIsAvailable>Live</pIsAvailable>") +
+         Value("B", 1, "<pIsAvailable>A</pIsAvailable>"));
+    Port.Memory[0] = 1;
+    EXPECT_EQ(Map->GetNode("A")->IsAccessModeCacheable(), No);
+    EXPECT_EQ(Mode("B"), RW);
+    Port.Memory[0] = 0;
+    EXPECT_EQ(Mode("B"), NA);
 }
 
 TEST_F(AccessModeTest, WhatIsImposedCombinesAndReachesThoseAbove) {

@@ -23,17 +23,7 @@ using testing::UnorderedElementsAre;
 using tests::Node;
 using tests::Place;
 
-class SemanticsTest : public tests::MapTest {
-protected:
-    std::string Failure(const std::function<void()>& call) {
-        try {
-            call();
-        } catch (const GenICam::GenericException& error) {
-            return error.what();
-        }
-        return "no exception";
-    }
-};
+class SemanticsTest : public tests::MapTest {};
 
 std::string Plain(const std::string& name, int value = 0, const std::string& rest = "") {
     return Node("Integer", name, "<Value>" + std::to_string(value) + "</Value>" + rest);

@@ -108,7 +108,7 @@ TEST_F(ValueTest, LimitsComeFromTheNodeItselfThenFromItsValue) {
 
 TEST_F(ValueTest, ListsOfValidValuesAreTheOnlyOnes) {
     Load(Value("I", 4, "<Max>50</Max><ValidValueSet>64;4, 16\n32</ValidValueSet>") +
-         FloatValue("F", "0.5", "<ValidValueSet>2.5;0.5</ValidValueSet>") + Value("None"));
+         FloatValue("F", "0.5", "<ValidValueSet>2.5;NaN;0.5</ValidValueSet>") + Value("None"));
     EXPECT_THAT(Valid("I"), ElementsAre(4, 16, 32));
     EXPECT_THAT(Valid("I", false), ElementsAre(4, 16, 32, 64));
     EXPECT_EQ(Int("I").GetIncMode(), listIncrement);
