@@ -1,10 +1,5 @@
-#include <cstdint>
-#include <string>
-
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
-#include <GenApi/GenApi.h>
 #include <Log/CLog.h>
 
 #include "fakes/LogRecorder.h"
@@ -15,17 +10,10 @@
 namespace {
 
 using namespace GenApi;
+using tests::Above;
 using tests::Node;
 using tests::Place;
-
-std::string Value(const std::string& name, int value = 0, const std::string& rest = "") {
-    return Node("Integer", name, "<Value>" + std::to_string(value) + "</Value>" + rest);
-}
-
-std::string Above(const std::string& type, const std::string& name, const std::string& target,
-                  const std::string& rest = "") {
-    return Node(type, name, "<pValue>" + target + "</pValue>" + rest);
-}
+using tests::Value;
 
 /// A register that can be written only, or as told.
 std::string Register(const std::string& name, const std::string& mode, const std::string& rest = "") {

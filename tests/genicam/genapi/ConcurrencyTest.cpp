@@ -1,12 +1,5 @@
 #include <atomic>
-#include <functional>
-#include <string>
 #include <thread>
-#include <vector>
-
-#include <gtest/gtest.h>
-
-#include <GenApi/GenApi.h>
 
 #include "genicam/genapi/MapFixture.h"
 

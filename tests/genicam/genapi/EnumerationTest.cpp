@@ -1,12 +1,4 @@
-#include <cstdint>
-#include <functional>
-#include <string>
-#include <vector>
-
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <GenApi/GenApi.h>
 
 #include "genicam/genapi/MapFixture.h"
 
@@ -19,10 +11,7 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using tests::Node;
 using tests::Place;
-
-std::string Value(const std::string& name, int value) {
-    return Node("Integer", name, "<Value>" + std::to_string(value) + "</Value>");
-}
+using tests::Value;
 
 std::string Entry(const std::string& name, int value, const std::string& rest = "") {
     return "<EnumEntry Name=\"" + name + "\">" + rest + "<Value>" + std::to_string(value) + "</Value></EnumEntry>";

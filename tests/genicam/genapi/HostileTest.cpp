@@ -1,12 +1,5 @@
-#include <cstdint>
-#include <functional>
-#include <string>
-#include <vector>
-
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
-#include <GenApi/GenApi.h>
 #include <Log/CLog.h>
 
 #include "fakes/LogRecorder.h"
@@ -21,10 +14,7 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using tests::Node;
 using tests::Place;
-
-std::string Value(const std::string& name, int value, const std::string& rest = "") {
-    return Node("Integer", name, "<Value>" + std::to_string(value) + "</Value>" + rest);
-}
+using tests::Value;
 
 std::string Above(const std::string& name, const std::string& target) {
     return Node("Integer", name, "<pValue>" + target + "</pValue>");

@@ -1,15 +1,8 @@
 #include <algorithm>
-#include <cstdint>
-#include <functional>
 #include <random>
 #include <set>
-#include <string>
-#include <vector>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <GenApi/GenApi.h>
 
 #include "genicam/genapi/MapFixture.h"
 
@@ -23,10 +16,7 @@ using testing::IsEmpty;
 using testing::UnorderedElementsAre;
 using tests::Node;
 using tests::Place;
-
-std::string Value(const std::string& name, int value = 0, const std::string& rest = "") {
-    return Node("Integer", name, "<Value>" + std::to_string(value) + "</Value>" + rest);
-}
+using tests::Value;
 
 std::string Above(const std::string& name, const std::string& target, const std::string& rest = "") {
     return Node("Integer", name, "<pValue>" + target + "</pValue>" + rest);
@@ -308,29 +298,6 @@ TEST_F(InvalidationTest, AFailureWhilePollingKeepsNoOtherNodeFromItsTurn) {
                 UnorderedElementsAre("Last"));
     Port.TimesOut = false;
     EXPECT_THAT(FiredBy({"Guarded"}, [this] { Map->Poll(10); }), UnorderedElementsAre("Guarded"));
-}
-
-TEST_F(InvalidationTest, CallbacksGoWithTheMapOnceEach) {
-    class Counted : public CNodeCallback {
-    public:
-        explicit Counted(int& destroyed) : CNodeCallback(nullptr, cbPostInsideLock), m_destroyed(destroyed) {}
-        void operator()(ECallbackType) const override {}
-        void Destroy() override { ++m_destroyed; }
-
-    private:
-        int& m_destroyed;
-    };
-    int destroyed = 0;
-    Counted first(destroyed);
-    Counted second(destroyed);
-    Load(Value("A"));
-    EXPECT_THROW(Map->GetNode("A")->RegisterCallback(nullptr), GenICam::InvalidArgumentException);
-    const CallbackHandleType handle = Map->GetNode("A")->RegisterCallback(&first);
-    Map->GetNode("A")->RegisterCallback(&second);
-    EXPECT_TRUE(Map->GetNode("A")->DeregisterCallback(handle));
-    EXPECT_EQ(destroyed, 1);
-    Map.reset();
-    EXPECT_EQ(destroyed, 2);
 }
 
 std::string Numbered(int number) {

@@ -1,17 +1,12 @@
 #include <algorithm>
-#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <set>
-#include <string>
-#include <vector>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
-#include <GenApi/GenApi.h>
 #include <Log/CLog.h>
 
 #include <zip.h>

@@ -58,6 +58,17 @@ inline std::string Node(const std::string& type, const std::string& name, const 
     return "<" + type + " Name=\"" + name + "\">" + elements + "</" + type + ">";
 }
 
+/// An integer with a value of its own.
+inline std::string Value(const std::string& name, int64_t value = 0, const std::string& rest = "") {
+    return Node("Integer", name, "<Value>" + std::to_string(value) + "</Value>" + rest);
+}
+
+/// A node with the value of another one.
+inline std::string Above(const std::string& type, const std::string& name, const std::string& target,
+                         const std::string& rest = "") {
+    return Node(type, name, "<pValue>" + target + "</pValue>" + rest);
+}
+
 /// The elements of a register on the port "Device".
 inline std::string Place(int address, int length, const std::string& rest = "") {
     return "<Address>" + std::to_string(address) + "</Address><Length>" + std::to_string(length) +

@@ -1,11 +1,4 @@
-#include <cstdint>
-#include <string>
-#include <vector>
-
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <GenApi/GenApi.h>
 
 #include "genicam/genapi/MapFixture.h"
 

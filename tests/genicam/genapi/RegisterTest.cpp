@@ -1,14 +1,8 @@
 #include <cfloat>
-#include <cstdint>
 #include <limits>
 #include <numeric>
-#include <string>
-#include <vector>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <GenApi/GenApi.h>
 
 #include "genicam/genapi/MapFixture.h"
 #include "genicam/genapi/nodes/RawCache.h"

@@ -1,15 +1,8 @@
 #include <cfloat>
 #include <cmath>
-#include <cstdint>
-#include <functional>
 #include <limits>
-#include <string>
-#include <vector>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <GenApi/GenApi.h>
 
 #include "genicam/genapi/MapFixture.h"
 
@@ -20,20 +13,13 @@ namespace {
 using namespace GenApi;
 using testing::ElementsAre;
 using testing::HasSubstr;
+using tests::Above;
 using tests::Node;
 using tests::Place;
-
-std::string Value(const std::string& name, int64_t value = 0, const std::string& rest = "") {
-    return Node("Integer", name, "<Value>" + std::to_string(value) + "</Value>" + rest);
-}
+using tests::Value;
 
 std::string FloatValue(const std::string& name, const std::string& value, const std::string& rest = "") {
     return Node("Float", name, "<Value>" + value + "</Value>" + rest);
-}
-
-std::string Above(const std::string& type, const std::string& name, const std::string& target,
-                  const std::string& rest = "") {
-    return Node(type, name, "<pValue>" + target + "</pValue>" + rest);
 }
 
 class ValueTest : public tests::MapTest {
@@ -148,23 +134,15 @@ TEST_F(ValueTest, ImposedLimitsDoNotTouchWhatCanBeWritten) {
     EXPECT_EQ(Float("F").GetValue(true), 9.0);
 }
 
-struct Rounding {
-    double written;
-    int64_t stored;
-};
-
-class RoundingTest : public ValueTest, public testing::WithParamInterface<Rounding> {};
-
-TEST_P(RoundingTest, AFloatOverAnIntegerSnapsToItsGrid) {
+TEST_F(ValueTest, AFloatOverAnIntegerSnapsToItsGrid) {
     Load(Value("I", 10, "<Min>10</Min><Max>40</Max><Inc>4</Inc>") + Above("Float", "F", "I"));
-    Float("F").SetValue(GetParam().written);
-    EXPECT_EQ(Int("I").GetValue(), GetParam().stored);
-    EXPECT_EQ(Float("F").GetValue(), static_cast<double>(GetParam().stored));
+    for (const auto& [written, stored] : {std::pair(10.0, 10), std::pair(11.4, 10), std::pair(12.0, 10),
+                                          std::pair(12.5, 14), std::pair(14.49, 14), std::pair(39.0, 38)}) {
+        Float("F").SetValue(written);
+        EXPECT_EQ(Int("I").GetValue(), stored) << written;
+        EXPECT_EQ(Float("F").GetValue(), stored) << written;
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(All, RoundingTest,
-                         testing::Values(Rounding{10, 10}, Rounding{11.4, 10}, Rounding{12, 10}, Rounding{12.5, 14},
-                                         Rounding{13, 14}, Rounding{14.49, 14}, Rounding{39, 38}));
 
 TEST_F(ValueTest, NumbersOfOtherTypesAreRoundedHalfAwayFromZero) {
     Load(FloatValue("F", "2.5") + FloatValue("Huge", "1e300") + Above("Integer", "I", "F") +
