@@ -3,7 +3,6 @@
 #include "fakes/LogRecorder.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <functional>
 #include <stdexcept>

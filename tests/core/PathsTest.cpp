@@ -1,6 +1,6 @@
 #include <zelmo/Utilities.h>
 
-#include <Base/GCException.h>
+#include "fakes/Failure.h"
 
 #include <gtest/gtest.h>
 
@@ -48,12 +48,8 @@ TEST_P(VariableFolderTest, EmptyVariableIsReadAgain) {
 
 TEST_P(VariableFolderTest, PathMustBeShorterThan4096Bytes) {
     setenv(GetParam().variable, std::string(4096, 'x').c_str(), 1);
-    try {
-        getZelmoFolderPath(GetParam().type);
-        FAIL() << "no exception";
-    } catch (const GenICam::GenericException& e) {
-        EXPECT_STREQ(e.GetDescription(), GetParam().tooLongMessage);
-    }
+    EXPECT_EQ(Fakes::FailureOf<GenICam::GenericException>([] { getZelmoFolderPath(GetParam().type); }),
+              GetParam().tooLongMessage);
     setenv(GetParam().variable, std::string(4095, 'x').c_str(), 1);
     EXPECT_EQ(getZelmoFolderPath(GetParam().type), std::string(4095, 'x'));
 }
@@ -79,12 +75,9 @@ TEST(FolderPathTest, WithoutVariablesTheBaseFolderServes) {
 
 TEST(FolderPathTest, UnknownTypeRaises) {
     for (const int type : {6, 7, -1}) {
-        try {
-            getZelmoFolderPath(static_cast<eFolderType>(type));
-            FAIL() << "no exception";
-        } catch (const GenICam::GenericException& e) {
-            EXPECT_STREQ(e.GetDescription(), "Unknown path type ");
-        }
+        EXPECT_EQ(
+            Fakes::FailureOf<GenICam::GenericException>([type] { getZelmoFolderPath(static_cast<eFolderType>(type)); }),
+            "Unknown path type ");
     }
 }
 

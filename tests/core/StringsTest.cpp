@@ -1,11 +1,9 @@
 #include <zelmo/Utilities.h>
 
+#include "fakes/Failure.h"
 #include "fakes/TempFolder.h"
 
-#include <Base/GCException.h>
-
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <cstdint>
 #include <cstdlib>
@@ -16,17 +14,7 @@
 namespace {
 
 using namespace Zelmo;
-
-// The description of the GenICam exception that a step raises.
-template <typename Exception, typename Step>
-std::string DescriptionOf(Step&& step) {
-    try {
-        step();
-    } catch (const Exception& e) {
-        return e.GetDescription();
-    }
-    return "nothing raised";
-}
+using Fakes::FailureOf;
 
 TEST(HexEncodeTest, ProbeReportsSpaceAndWritingReportsText) {
     const unsigned char data[] = {0x0A, 0xFF};
@@ -43,7 +31,7 @@ TEST(HexEncodeTest, ProbeReportsSpaceAndWritingReportsText) {
 
 TEST(HexEncodeTest, TextTooLargeForMemoryNamesTheSize) {
     const char data = 0;
-    EXPECT_EQ(DescriptionOf<GenICam::BadAllocException>([&] { HexEncodeString(&data, SIZE_MAX / 3, nullptr); }),
+    EXPECT_EQ(FailureOf<GenICam::BadAllocException>([&] { HexEncodeString(&data, SIZE_MAX / 3, nullptr); }),
               "Out of memory when allocating string for hexencoding (cbData = 6148914691236517205)");
 }
 
@@ -173,7 +161,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST(TextTest, SpacesAndNumbers) {
     EXPECT_EQ(replaceSpacesWith20(" a  b\t%"), "%20a%20%20b\t%");
-    EXPECT_EQ(DescriptionOf<GenICam::InvalidArgumentException>([] { replaceSpacesWith20(nullptr); }),
+    EXPECT_EQ(FailureOf<GenICam::InvalidArgumentException>([] { replaceSpacesWith20(nullptr); }),
               "Invalid inputstring");
     EXPECT_EQ(itos(4294967295u), "4294967295");
 }
@@ -207,13 +195,13 @@ TEST_F(TextFileTest, ZeroByteCutsItsBlockOnly) {
 
 TEST_F(TextFileTest, FailureNamesTheFileAndEmptiesTheContent) {
     const std::string missing = (m_folder.Path() / "missing").string();
-    EXPECT_EQ(DescriptionOf<GenICam::RuntimeException>([&] { textFileToString(missing.c_str(), m_content); }),
+    EXPECT_EQ(FailureOf([&] { textFileToString(missing.c_str(), m_content); }),
               "Failed to open file " + missing + " for content transfer to string.");
     EXPECT_EQ(m_content, "");
 
     m_content = "old";
     const std::string folder = m_folder.Path().string();
-    EXPECT_EQ(DescriptionOf<GenICam::RuntimeException>([&] { textFileToString(folder.c_str(), m_content); }),
+    EXPECT_EQ(FailureOf([&] { textFileToString(folder.c_str(), m_content); }),
               "Failed to read file " + folder + " for content transfer to string.");
     EXPECT_EQ(m_content, "");
 }

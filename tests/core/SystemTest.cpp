@@ -8,7 +8,6 @@
 #include <zelmo/Log.h>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <filesystem>

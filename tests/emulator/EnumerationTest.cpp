@@ -1,5 +1,6 @@
 #include "Emulator.h"
 
+#include <fakes/Failure.h>
 #include <fakes/LogRecorder.h>
 
 #include <set>
@@ -79,12 +80,7 @@ TEST(GlobalFilterCreateTest, AHiddenCameraCannotBeCreated) {
 }
 
 std::string FailureOf(const Zelmo::CDeviceInfo& info) {
-    try {
-        DevicePtr(Zelmo::CTlFactory::GetInstance().CreateDevice(info));
-    } catch (const GenICam::RuntimeException& e) {
-        return e.GetDescription();
-    }
-    return {};
+    return Fakes::FailureOf([&] { DevicePtr(Zelmo::CTlFactory::GetInstance().CreateDevice(info)); });
 }
 
 TEST(CreateDeviceTest, PartialInfoIsTakenWhenItFitsOneCamera) {

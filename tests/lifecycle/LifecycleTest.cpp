@@ -7,13 +7,12 @@
 #include <zelmo/Utilities.h>
 #include <zelmo/ZelmoSettings.h>
 
+#include "fakes/Failure.h"
 #include "fakes/LogRecorder.h"
 
-#include <Base/GCException.h>
 #include <Log/CLog.h>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <dlfcn.h>
@@ -44,12 +43,7 @@ bool IsFrontEndUp() {
 }
 
 std::string FactoryFailure() {
-    try {
-        CTlFactory::GetInstance();
-    } catch (const GenICam::RuntimeException& e) {
-        return e.GetDescription();
-    }
-    return "none";
+    return Fakes::FailureOf([] { CTlFactory::GetInstance(); });
 }
 
 const char noFactory[] = "TLFactory not instanciated, you must call ZelmoInitialize()";
@@ -87,7 +81,7 @@ TEST_F(LifecycleTest, FirstStartAndLastStopAct) {
     EXPECT_TRUE(IsBackEndUp());
 
     ZelmoInitialize(); // anew; the log still runs and is not started twice
-    EXPECT_EQ(FactoryFailure(), "none");
+    EXPECT_EQ(FactoryFailure(), "nothing raised");
     ZelmoTerminate();
     EXPECT_FALSE(IsFrontEndUp());
     EXPECT_FALSE(IsBackEndUp());
@@ -135,7 +129,7 @@ TEST_F(LifecycleTest, ThreadsThatStartAtOnceAllFindTheLibraryComplete) {
             ready.arrive_and_wait();
             for (int round = 0; round < 20; ++round) {
                 const ZelmoScope scope(false);
-                EXPECT_EQ(FactoryFailure(), "none");
+                EXPECT_EQ(FactoryFailure(), "nothing raised");
             }
         });
     }
@@ -184,7 +178,7 @@ TEST_F(LifecycleTest, SettingsLiveFromStartToStopAndAMissingCacheIsAWarningOnly)
     ZelmoInitialize();
     EXPECT_EQ(std::getenv("GENICAM_CACHE_V3_1"), nullptr);
     EXPECT_EQ(log.Count("zelmo.base", 400), 1u);
-    EXPECT_EQ(FactoryFailure(), "none");
+    EXPECT_EQ(FactoryFailure(), "nothing raised");
     String_t value;
     EXPECT_TRUE(CZelmoSettings::GetSetting("a", value));
     EXPECT_EQ(value, "1");
@@ -214,7 +208,7 @@ TEST_F(LifecycleTest, FailedStartIsLoggedAndNotRetriedBeforeTheStop) {
     ZelmoTerminate(false);
     EXPECT_THAT(log.Lines(), ElementsAre(terminatedLine));
     ZelmoInitialize();
-    EXPECT_EQ(FactoryFailure(), "none");
+    EXPECT_EQ(FactoryFailure(), "nothing raised");
     ZelmoTerminate();
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <Base/GCException.h>
+#include "fakes/Failure.h"
 
 #include <atomic>
 #include <chrono>
@@ -10,16 +10,7 @@
 #include <thread>
 #include <unistd.h>
 
-/// The description of the RuntimeException that a step raises.
-template <typename Step>
-std::string FailureOf(Step&& step) {
-    try {
-        step();
-    } catch (const GenICam::RuntimeException& e) {
-        return e.GetDescription();
-    }
-    return "nothing raised";
-}
+using Fakes::FailureOf;
 
 /// How long a step takes, in milliseconds. For lower bounds only.
 template <typename Step>

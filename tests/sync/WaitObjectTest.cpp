@@ -9,7 +9,6 @@
 #include <zelmo/Log.h>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <fcntl.h>
 #include <functional>

@@ -5,7 +5,6 @@
 #include <zelmo/WaitObjects.h>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <atomic>
 #include <fstream>
