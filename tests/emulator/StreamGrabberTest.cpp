@@ -31,25 +31,6 @@ protected:
     Camera m_camera;
 };
 
-TEST_F(StreamGrabberTest, ThousandsOfFramesArriveWholeAndInOrder) {
-    Session session(m_camera, 5);
-    session->StartStreaming();
-    session.QueueAll();
-    m_camera.Execute("AcquisitionStart");
-    for (std::uint64_t i = 0; i < 5000; ++i) {
-        const Zelmo::GrabResult result = session.Take();
-        const auto record = Session::Record(result);
-        ASSERT_TRUE(record) << "frame " << i;
-        ASSERT_EQ(record->blockId, i);
-        ASSERT_EQ(result.blockId, i);
-        session.Requeue(result);
-    }
-    const auto rest = End(session);
-    EXPECT_EQ(rest.size(), 5u);
-    EXPECT_EQ(session.Parameter("StreamLostFrameCount"), 0);
-    EXPECT_EQ(session.Parameter("StreamDeliveredFrameCount"), session.Parameter("StreamStartedFrameCount"));
-}
-
 TEST_F(StreamGrabberTest, ResultTellsAllOfTheImage) {
     m_camera.Set("PixelFormat", "Mono12p");
     m_camera.Set("OffsetX", "10");
@@ -321,7 +302,7 @@ TEST_F(StreamGrabberTest, CamerasStreamAtTheSameTimeEachItsOwnImages) {
             session->StartStreaming();
             session.QueueAll();
             camera.Execute("AcquisitionStart");
-            for (std::uint64_t i = 0; i < 1000; ++i) {
+            for (std::uint64_t i = 0; i < 2000; ++i) {
                 const Zelmo::GrabResult result = session.Take();
                 const auto record = Session::Record(result);
                 ASSERT_TRUE(record);
@@ -334,14 +315,20 @@ TEST_F(StreamGrabberTest, CamerasStreamAtTheSameTimeEachItsOwnImages) {
         thread.join();
 }
 
-TEST_F(StreamGrabberTest, NothingIsLostTwiceGivenOrLeftUnderFlushAndRestart) {
+TEST_F(StreamGrabberTest, NothingIsLostTwiceGivenOrLeftWhateverHappensAtTheSameTime) {
     for (int round = 0; round < 100; ++round) {
         Session session(m_camera, 8);
         session->StartStreaming();
         std::atomic<bool> done = false;
         std::thread flusher([&] {
-            while (!done)
+            for (int i = 0; !done; ++i) {
                 session->FlushBuffers();
+                m_camera.Set("AcquisitionFrameRateEnable", i % 3 == 0 ? "1" : "0");
+                if (i % 7 == 0) {
+                    m_camera.Execute("AcquisitionStop");
+                    m_camera.Execute("AcquisitionStart");
+                }
+            }
         });
         m_camera.Execute("AcquisitionStart");
         session.QueueAll();
