@@ -193,19 +193,6 @@ TEST_F(ZelmoSettings, FolderOrPipeOfThatNameIsFoundAndFails) {
     EXPECT_EQ(Setting("a"), unset);
 }
 
-TEST_F(ZelmoSettings, HugeFileIsReadWhole) {
-    std::string body;
-    for (int i = 0; i < 200'000; ++i) {
-        body += "<setting name='k" + std::to_string(i) + "'><v>" + std::to_string(i) + "</v></setting>";
-    }
-    const std::string longText(1'000'000, 'x');
-    Write(m_beside, WithSettings(body + "<setting name='long'><v>" + longText + "</v></setting>"));
-    CZelmoSettings::UpdateSettings();
-    EXPECT_EQ(Setting("k0"), "0");
-    EXPECT_EQ(Setting("k199999"), "199999");
-    EXPECT_EQ(Setting("long"), longText);
-}
-
 TEST_F(ZelmoSettings, AreSharedByManyThreads) {
     Write(m_beside, WithSettings("<setting name='file'><v>1</v></setting>"));
     std::vector<std::thread> threads;

@@ -150,11 +150,4 @@ TEST(CommandLineTest, ManualPageAndCompletionKnowEveryVerbAndOption) {
     EXPECT_THAT(completion, HasSubstr("--nodemap) COMPREPLY=($(compgen -W 'device tl stream event camera chunk'"));
 }
 
-TEST(CommandLineTest, TheBuildAsksForThemByAHiddenVerb) {
-    CommandLine line;
-    EXPECT_EQ(Parse(line, {"generate", "man"}), CommandLine::Request::ManualPage);
-    CommandLine other;
-    EXPECT_EQ(Parse(other, {"generate", "completion"}), CommandLine::Request::Completion);
-}
-
 } // namespace

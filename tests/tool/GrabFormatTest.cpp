@@ -37,46 +37,35 @@ unsigned Sample(const Image& image, unsigned x, unsigned y, unsigned channel = 0
     return bytes == 1 ? image.bytes[at] : image.bytes[at] << 8 | image.bytes[at + 1];
 }
 
-struct Format {
-    const char* name;
-    unsigned channels;
-    unsigned bits;
-};
+class MonoFormatTest : public GrabFormatTest, public testing::WithParamInterface<std::pair<const char*, unsigned>> {};
 
-std::ostream& operator<<(std::ostream& stream, const Format& one) {
-    return stream << one.name;
-}
-
-class EachFormatTest : public GrabFormatTest, public testing::WithParamInterface<Format> {};
-
-TEST_P(EachFormatTest, RampRisesFromBlackToWhiteInThePngFile) {
-    Prepare(GetParam().name, "GreyHorizontalRamp");
+TEST_P(MonoFormatTest, RampRisesFromBlackToWhiteInThePngFile) {
+    const auto [format, bits] = GetParam();
+    Prepare(format, "GreyHorizontalRamp");
     const Image image = GrabOne();
     ASSERT_EQ(image.width, 256u);
     ASSERT_EQ(image.height, 8u);
-    EXPECT_EQ(image.channels, GetParam().channels);
-    EXPECT_EQ(image.bits, GetParam().bits);
-    const unsigned top = (1u << GetParam().bits) - 1;
-    for (unsigned channel = 0; channel < image.channels; ++channel) {
-        EXPECT_LT(Sample(image, 2, 4, channel), top / 32);
-        EXPECT_GT(Sample(image, 253, 4, channel), top - top / 32);
-        for (unsigned x = 1; x < 253; ++x) {
-            ASSERT_GE(Sample(image, x + 2, 4, channel), Sample(image, x, 4, channel)) << "at " << x;
-        }
+    EXPECT_EQ(image.channels, 1u);
+    EXPECT_EQ(image.bits, bits);
+    const unsigned top = (1u << bits) - 1;
+    EXPECT_LT(Sample(image, 2, 4), top / 32);
+    EXPECT_GT(Sample(image, 253, 4), top - top / 32);
+    for (unsigned x = 1; x < 253; ++x) {
+        ASSERT_GE(Sample(image, x + 2, 4), Sample(image, x, 4)) << "at " << x;
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Formats, EachFormatTest,
-                         testing::Values(Format{"Mono8", 1, 8}, Format{"Mono10", 1, 16}, Format{"Mono10p", 1, 16},
-                                         Format{"Mono12", 1, 16}, Format{"Mono12p", 1, 16}, Format{"Mono16", 1, 16},
-                                         Format{"BayerRG8", 3, 8}, Format{"RGB8", 3, 8}, Format{"BGR8", 3, 8}),
-                         [](const auto& one) { return one.param.name; });
+INSTANTIATE_TEST_SUITE_P(Formats, MonoFormatTest,
+                         testing::Values(std::pair("Mono8", 8), std::pair("Mono10", 16), std::pair("Mono10p", 16),
+                                         std::pair("Mono12", 16), std::pair("Mono12p", 16), std::pair("Mono16", 16)));
 
 class ColourFormatTest : public GrabFormatTest, public testing::WithParamInterface<const char*> {};
 
 TEST_P(ColourFormatTest, ColourBarsHaveTheirColours) {
     Prepare(GetParam(), "ColorBar");
     const Image image = GrabOne();
+    EXPECT_EQ(image.channels, 3u);
+    EXPECT_EQ(image.bits, 8u);
     const std::vector<std::vector<unsigned>> bars{{255, 255, 255}, {255, 255, 0}, {0, 255, 255}, {0, 255, 0},
                                                   {255, 0, 255},   {255, 0, 0},   {0, 0, 255},   {0, 0, 0}};
     for (unsigned bar = 0; bar < bars.size(); ++bar) {

@@ -54,15 +54,6 @@ TEST_F(GrabTest, SeveralCamerasWriteFilesThatDiffer) {
                                              "a-0815-0001-2.png", "a-0815-0002-1.png", "a-0815-0002-2.png"));
 }
 
-TEST_F(GrabTest, FoldersMayBeNamedForTheCameras) {
-    for (const char* name : {"0815-0000", "0815-0002"}) {
-        std::filesystem::create_directory(m_folder.Path() / name);
-    }
-    EXPECT_EQ(Run({"grab", "-d", "0", "-d", "2", "-o", "%s/x.png"}).exitCode, 0);
-    EXPECT_GT(DecodePng(m_folder / "0815-0000/x.png").width, 0u);
-    EXPECT_GT(DecodePng(m_folder / "0815-0002/x.png").width, 0u);
-}
-
 TEST_F(GrabTest, WithoutALimitOneImageIsGrabbedAndWithoutAPatternNoneIsWritten) {
     const auto events = Run({"grab", "-d", "0", "--json"}).Events();
     ASSERT_EQ(events.size(), 3u);
@@ -177,7 +168,9 @@ TEST_P(GrabFolderTest, ThatCannotBeWrittenIsToldBeforeTheCameraStarts) {
 
 INSTANTIATE_TEST_SUITE_P(Folders, GrabFolderTest,
                          testing::Values(Folder{"missing/%d.png", "mkdir -p 'missing'"},
-                                         Folder{"file/%d.png", "not a folder"}, Folder{"/proc/%d.png", "'/proc'"},
+                                         Folder{"file/%d.png", "not a folder"},
+                                         Folder{"file/below/%d.png", "Not a directory"},
+                                         Folder{"/proc/%d.png", "'/proc'"},
                                          Folder{"%s/%d.png", "mkdir -p '0815-0000'"}));
 
 TEST_F(GrabTest, PatternsAndDevicesThatMakeNoSenseAreWrongUsage) {

@@ -91,14 +91,6 @@ TEST_F(OutputTest, ProgressIsOneLineThatMessagesReplace) {
     EXPECT_THAT(m_messages.str(), EndsWith("\n"));
 }
 
-TEST_F(OutputTest, ProgressIsSilentWhenNotWanted) {
-    m_options.progress = "never";
-    Output output = Make();
-    output.ShowProgress("1/2");
-    output.EndProgress();
-    EXPECT_EQ(m_messages.str(), "");
-}
-
 TEST_F(OutputTest, StandardOutputThatCannotBeWrittenIsAFailureOfTheHost) {
     Output output = Make();
     output.Line("one");

@@ -14,7 +14,6 @@ namespace {
 
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
 using tool::ToolError;
 
 std::string Content(const std::string& path) {
@@ -106,21 +105,6 @@ TEST_F(PartialFilesTest, TooManyFilesAtATimeAreRefused) {
                 HasSubstr("too many"));
     EXPECT_EQ(entries.size(), 64u);
     EXPECT_THROW(Write(std::string(5000, 'x'), "text"), ToolError) << "a path that no system takes";
-}
-
-TEST_F(PartialFilesTest, FolderThatTakesFilesPassesAndStaysEmpty) {
-    EXPECT_NO_THROW(tool::CheckFolderOf(m_folder / "img-1.png"));
-    EXPECT_THAT(m_folder.List(), IsEmpty());
-}
-
-TEST_F(PartialFilesTest, FolderThatDoesNotIsNamedWithItsCauseAndARemedy) {
-    const std::string missing = m_folder / "no/such";
-    EXPECT_THAT(MessageOf([&] { tool::CheckFolderOf(missing + "/a.png"); }),
-                testing::AllOf(HasSubstr("'" + missing + "'"), HasSubstr("mkdir -p")));
-    std::ofstream(m_folder / "file") << "x";
-    EXPECT_THAT(MessageOf([&] { tool::CheckFolderOf(m_folder / "file/a.png"); }), HasSubstr("not a folder"));
-    EXPECT_THAT(MessageOf([&] { tool::CheckFolderOf(m_folder / "file/below/a.png"); }), HasSubstr("Not a directory"));
-    EXPECT_THAT(MessageOf([&] { tool::CheckFolderOf("/proc/self/a.png"); }), HasSubstr("/proc/self"));
 }
 
 } // namespace

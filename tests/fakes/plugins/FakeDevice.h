@@ -13,9 +13,10 @@ void LogCall(const char* format, const Args&... args) {
 }
 
 /// A device that can be made and destroyed, and has nothing.
-class FakeDevice final : public Zelmo::IZelmoDevice {
+class FakeDevice : public Zelmo::IZelmoDevice {
 public:
     explicit FakeDevice(const Zelmo::CDeviceInfo& info) : m_info(info) {}
+    virtual ~FakeDevice() = default;
 
     void Open(Zelmo::AccessModeSet modes) override { m_modes = modes; }
     void Close() override { m_modes.reset(); }

@@ -20,30 +20,20 @@ Zelmo::CDeviceInfo DeviceInfo() {
     return info.SetSerialNumber("S1");
 }
 
-class ScriptedDevice final : public Zelmo::IZelmoDevice {
+class ScriptedDevice final : public Fakes::FakeDevice {
 public:
+    ScriptedDevice() : FakeDevice(DeviceInfo()) {}
+
     void Open(Zelmo::AccessModeSet modes) override {
-        m_modes = modes;
+        FakeDevice::Open(modes);
         m_grabber = std::make_unique<ScriptedGrabber>([this] {
             for (const auto& callback : m_callbacks)
                 callback(this);
         });
     }
-    void Close() override { m_modes.reset(); }
-    bool IsOpen() const override { return m_modes.any(); }
-    Zelmo::AccessModeSet AccessMode() const override { return m_modes; }
-    const Zelmo::CDeviceInfo& GetDeviceInfo() const override { return m_info; }
     std::size_t GetNumStreamGrabbers() const override { return 1; }
     Zelmo::IStreamGrabber* GetStreamGrabber(std::size_t) override { return m_grabber.get(); }
-    Zelmo::IEventGrabber* GetEventGrabber() override { return nullptr; }
     GenApi::INodeMap* GetNodeMap() override { return m_grabber->GetNodeMap(); }
-    GenApi::INodeMap* GetTLNodeMap() override { return nullptr; }
-    bool IsRemoved() const override { return false; }
-    Zelmo::ITransportLayer* GetTransportLayer() const override { return nullptr; }
-    Zelmo::IEventAdapter* CreateEventAdapter() override { return nullptr; }
-    void DestroyEventAdapter(Zelmo::IEventAdapter*) override {}
-    Zelmo::IChunkParser* CreateChunkParser() override { return nullptr; }
-    void DestroyChunkParser(Zelmo::IChunkParser*) override {}
     Zelmo::DeviceCallbackHandle RegisterRemovalCallback(Zelmo::DeviceRemovalCallback& callback) override {
         m_callbacks.push_back(callback);
         return m_callbacks.size();
@@ -51,8 +41,6 @@ public:
     void DeregisterRemovalCallback(Zelmo::DeviceCallbackHandle) override { m_callbacks.clear(); }
 
 private:
-    const Zelmo::CDeviceInfo m_info = DeviceInfo();
-    Zelmo::AccessModeSet m_modes;
     std::vector<Zelmo::DeviceRemovalCallback> m_callbacks;
     std::unique_ptr<ScriptedGrabber> m_grabber;
 };
