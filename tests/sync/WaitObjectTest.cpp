@@ -159,8 +159,8 @@ INSTANTIATE_TEST_SUITE_P(
     Steps, DescriptorExhaustionTest,
     testing::Values(ExhaustionCase{1, [](auto&, auto&) { WaitObjectEx::Create(); }, createFailed},
                     ExhaustionCase{0, [](auto&, auto& source) { WaitObjectEx wrapped(source.GetFd()); }, createFailed},
-                    ExhaustionCase{0, [](auto&, auto& source) { WaitObject copy(source); }, duplicateFailed},
-                    ExhaustionCase{1, [](auto&, auto& source) { WaitObject copy(source); }, duplicateFailed},
+                    ExhaustionCase{0, [](auto&, auto& source) { WaitObject{source}; }, duplicateFailed},
+                    ExhaustionCase{1, [](auto&, auto& source) { WaitObject{source}; }, duplicateFailed},
                     ExhaustionCase{1, [](auto&, auto& source) { WaitObject copy(source, true); }, duplicateFailed},
                     ExhaustionCase{1, [](auto& target, auto& source) { target = source; }, duplicateFailed}));
 

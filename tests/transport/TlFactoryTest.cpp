@@ -237,7 +237,7 @@ TEST_F(TlFactoryTest, ThreadsEnumerateAndCreateAtOnce) {
     Start({"good", "faulty"});
     std::vector<std::thread> threads;
     for (int t = 0; t < 4; ++t) {
-        threads.emplace_back([this] {
+        threads.emplace_back([] {
             for (int i = 0; i < 50; ++i) {
                 DeviceInfoList devices;
                 EXPECT_EQ(Factory().EnumerateDevices(devices), 3);

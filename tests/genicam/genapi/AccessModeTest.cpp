@@ -12,7 +12,6 @@ namespace {
 using namespace GenApi;
 using tests::Above;
 using tests::Node;
-using tests::Place;
 using tests::Value;
 
 /// A register that can be written only, or as told.

@@ -11,10 +11,10 @@
 namespace {
 
 using namespace GenApi;
-using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::UnorderedElementsAre;
 using tests::Node;
+using tests::Numbered;
 using tests::Place;
 using tests::Value;
 
@@ -252,10 +252,14 @@ TEST_F(InvalidationTest, SelectorsMakeVoidWhatTheySelect) {
     Load(Value("Selector", 0, "<pSelected>Selected</pSelected>") + Register("R", 0) + Above("Selected", "R"));
     EXPECT_EQ(ReadsOf("Selected"), 1);
     EXPECT_THAT(FiredBy({"Selected", "R"}, [this] { Int("Selector").SetValue(1); }), UnorderedElementsAre("Selected"));
-    FeatureList_t features;
+    FeatureList_t features, selected;
     As<ISelector>("Selected").GetSelectingFeatures(features);
-    ASSERT_EQ(features.size(), 1u);
+    As<ISelector>("Selector").GetSelectedFeatures(selected);
+    ASSERT_EQ(features.size() * selected.size(), 1u);
     EXPECT_EQ(features[0]->GetNode()->GetName(), "Selector");
+    EXPECT_EQ(selected[0]->GetNode()->GetName(), "Selected");
+    EXPECT_TRUE(As<ISelector>("Selector").IsSelector());
+    EXPECT_FALSE(As<ISelector>("Selected").IsSelector());
 }
 
 TEST_F(InvalidationTest, CirclesOfInvalidationEnd) {
@@ -300,11 +304,6 @@ TEST_F(InvalidationTest, AFailureWhilePollingKeepsNoOtherNodeFromItsTurn) {
     EXPECT_THAT(FiredBy({"Guarded"}, [this] { Map->Poll(10); }), UnorderedElementsAre("Guarded"));
 }
 
-std::string Numbered(int number) {
-    std::string name("N");
-    return name += std::to_string(number);
-}
-
 // Against a model that knows no caches: whatever is written in whatever order, every node shows what follows from the
 // values as they are, although most reads are served from caches.
 TEST_F(InvalidationTest, NothingIsEverStale) {
@@ -318,18 +317,18 @@ TEST_F(InvalidationTest, NothingIsEverStale) {
     for (int i = 0; i < leaves; ++i) {
         const char* const cachable[] = {"NoCache", "WriteThrough", "WriteAround"};
         nodes += i % 2 == 0
-                     ? Value(Numbered(i))
-                     : Register(Numbered(i), 4 * i, std::string("<Cachable>") + cachable[any(3)] + "</Cachable>");
+                     ? Value(Numbered("N", i))
+                     : Register(Numbered("N", i), 4 * i, std::string("<Cachable>") + cachable[any(3)] + "</Cachable>");
         expected.push_back([&values, i] { return values[static_cast<size_t>(i)]; });
     }
     for (int i = leaves; i < leaves + knives; ++i) {
         const int a = any(i), b = any(i), kind = any(3);
-        const std::string name = Numbered(i);
-        const std::string names = "<pVariable Name=\"A\">" + Numbered(a) + "</pVariable><pVariable Name=\"B\">" +
-                                  Numbered(b) + "</pVariable>";
+        const std::string name = Numbered("N", i);
+        const std::string names = "<pVariable Name=\"A\">" + Numbered("N", a) + "</pVariable><pVariable Name=\"B\">" +
+                                  Numbered("N", b) + "</pVariable>";
         const auto left = expected[static_cast<size_t>(a)], right = expected[static_cast<size_t>(b)];
         if (kind == 0) {
-            nodes += Above(name, Numbered(a));
+            nodes += Above(name, Numbered("N", a));
             expected.push_back(left);
         } else if (kind == 1) {
             nodes += Node("IntSwissKnife", name, names + "<Formula>(A + B) &amp; 0xFFFF</Formula>");
@@ -343,10 +342,10 @@ TEST_F(InvalidationTest, NothingIsEverStale) {
     for (int round = 0; round < 400; ++round) {
         const int leaf = any(leaves);
         values[static_cast<size_t>(leaf)] = any(1000);
-        Int(Numbered(leaf).c_str()).SetValue(values[static_cast<size_t>(leaf)]);
+        Int(Numbered("N", leaf).c_str()).SetValue(values[static_cast<size_t>(leaf)]);
         for (int look = 0; look < 10; ++look) {
             const int node = any(leaves + knives);
-            ASSERT_EQ(Int(Numbered(node).c_str()).GetValue(), expected[static_cast<size_t>(node)]())
+            ASSERT_EQ(Int(Numbered("N", node).c_str()).GetValue(), expected[static_cast<size_t>(node)]())
                 << "node N" << node << " in round " << round;
         }
     }

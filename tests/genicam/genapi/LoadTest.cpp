@@ -22,7 +22,6 @@ namespace {
 using namespace GenApi;
 using testing::HasSubstr;
 using tests::Description;
-using tests::MakeMap;
 using tests::MapPtr;
 using tests::Node;
 using tests::Place;
@@ -100,7 +99,7 @@ class BrokenFileTest : public testing::TestWithParam<BrokenFile> {};
 TEST_P(BrokenFileTest, IsRefusedWithPlaceNodeAndProperty) {
     const std::string path = std::string(BAD_DESCRIPTIONS) + "/" + GetParam().name + ".xml";
     try {
-        MapPtr(CNodeMapFactory(ContentType_Xml, path.c_str()).CreateNodeMap());
+        const MapPtr map(CNodeMapFactory(ContentType_Xml, path.c_str()).CreateNodeMap());
         FAIL() << "loaded";
     } catch (const GenICam::RuntimeException& failure) {
         EXPECT_THAT(failure.GetDescription(), HasSubstr("Cannot load the camera description: "));

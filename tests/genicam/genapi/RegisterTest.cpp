@@ -13,7 +13,6 @@ namespace {
 
 using namespace GenApi;
 using testing::ElementsAre;
-using testing::HasSubstr;
 using tests::Node;
 using tests::Place;
 

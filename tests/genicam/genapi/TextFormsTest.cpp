@@ -14,7 +14,6 @@
 namespace {
 
 using namespace GenApi;
-using testing::ElementsAre;
 
 constexpr std::int64_t int64Max = std::numeric_limits<std::int64_t>::max();
 constexpr std::int64_t int64Min = std::numeric_limits<std::int64_t>::min();
