@@ -13,15 +13,12 @@ using namespace GenApi;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using tests::Node;
+using tests::Numbered;
 using tests::Place;
 using tests::Value;
 
 std::string Above(const std::string& name, const std::string& target) {
     return Node("Integer", name, "<pValue>" + target + "</pValue>");
-}
-
-std::string Numbered(const char* name, int number) {
-    return name + std::to_string(number);
 }
 
 /// A device that does something of its own in the middle of an access.

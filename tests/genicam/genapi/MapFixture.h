@@ -69,6 +69,10 @@ inline std::string Above(const std::string& type, const std::string& name, const
     return Node(type, name, "<pValue>" + target + "</pValue>" + rest);
 }
 
+inline std::string Numbered(const char* name, int number) {
+    return name + std::to_string(number);
+}
+
 /// The elements of a register on the port "Device".
 inline std::string Place(int address, int length, const std::string& rest = "") {
     return "<Address>" + std::to_string(address) + "</Address><Length>" + std::to_string(length) +

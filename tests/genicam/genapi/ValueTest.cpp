@@ -15,6 +15,7 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using tests::Above;
 using tests::Node;
+using tests::Numbered;
 using tests::Place;
 using tests::Value;
 
@@ -311,13 +312,12 @@ TEST_F(ValueTest, ManyVariablesAreNoProblem) {
     std::string variables;
     std::string formula = "0";
     for (int i = 0; i < 40; ++i) {
-        const std::string number = std::to_string(i);
-        variables.append("<pVariable Name=\"V").append(number).append("\">N").append(number).append("</pVariable>");
-        formula.append(" + V").append(number);
+        variables += "<pVariable Name=\"" + Numbered("V", i) + "\">" + Numbered("N", i) + "</pVariable>";
+        formula += " + " + Numbered("V", i);
     }
     std::string nodes;
     for (int i = 0; i < 40; ++i)
-        nodes += Value(std::string("N").append(std::to_string(i)), i);
+        nodes += Value(Numbered("N", i), i);
     Load(nodes + Node("IntSwissKnife", "Sum", variables + "<Formula>" + formula + "</Formula>"));
     EXPECT_EQ(Int("Sum").GetValue(), 780);
 }
@@ -325,8 +325,7 @@ TEST_F(ValueTest, ManyVariablesAreNoProblem) {
 TEST_F(ValueTest, DeepChainsEndInAFailureNotInACrash) {
     std::string nodes = Value("N0", 1, "<Unit>mm</Unit>");
     for (int i = 1; i <= 3000; ++i)
-        nodes += Above("Integer", std::string("N").append(std::to_string(i)),
-                       std::string("N").append(std::to_string(i - 1)));
+        nodes += Above("Integer", Numbered("N", i), Numbered("N", i - 1));
     Load(nodes);
     EXPECT_EQ(Int("N300").GetValue(), 1);
     EXPECT_EQ(Int("N300").GetUnit(), "mm");
