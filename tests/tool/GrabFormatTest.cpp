@@ -31,34 +31,6 @@ protected:
     TemporaryFolder m_folder;
 };
 
-unsigned Sample(const Image& image, unsigned x, unsigned y, unsigned channel = 0) {
-    const std::size_t bytes = image.bits / 8;
-    const std::size_t at = y * image.GetRowBytes() + (x * image.channels + channel) * bytes;
-    return bytes == 1 ? image.bytes[at] : image.bytes[at] << 8 | image.bytes[at + 1];
-}
-
-class MonoFormatTest : public GrabFormatTest, public testing::WithParamInterface<std::pair<const char*, unsigned>> {};
-
-TEST_P(MonoFormatTest, RampRisesFromBlackToWhiteInThePngFile) {
-    const auto [format, bits] = GetParam();
-    Prepare(format, "GreyHorizontalRamp");
-    const Image image = GrabOne();
-    ASSERT_EQ(image.width, 256u);
-    ASSERT_EQ(image.height, 8u);
-    EXPECT_EQ(image.channels, 1u);
-    EXPECT_EQ(image.bits, bits);
-    const unsigned top = (1u << bits) - 1;
-    EXPECT_LT(Sample(image, 2, 4), top / 32);
-    EXPECT_GT(Sample(image, 253, 4), top - top / 32);
-    for (unsigned x = 1; x < 253; ++x) {
-        ASSERT_GE(Sample(image, x + 2, 4), Sample(image, x, 4)) << "at " << x;
-    }
-}
-
-INSTANTIATE_TEST_SUITE_P(Formats, MonoFormatTest,
-                         testing::Values(std::pair("Mono8", 8), std::pair("Mono10", 16), std::pair("Mono10p", 16),
-                                         std::pair("Mono12", 16), std::pair("Mono12p", 16), std::pair("Mono16", 16)));
-
 class ColourFormatTest : public GrabFormatTest, public testing::WithParamInterface<const char*> {};
 
 TEST_P(ColourFormatTest, ColourBarsHaveTheirColours) {
@@ -70,8 +42,8 @@ TEST_P(ColourFormatTest, ColourBarsHaveTheirColours) {
                                                   {255, 0, 255},   {255, 0, 0},   {0, 0, 255},   {0, 0, 0}};
     for (unsigned bar = 0; bar < bars.size(); ++bar) {
         const unsigned x = bar * 32 + 16;
-        const std::vector<unsigned> pixel{Sample(image, x, 4, 0), Sample(image, x, 4, 1), Sample(image, x, 4, 2)};
-        EXPECT_EQ(pixel, bars[bar]) << "bar " << bar;
+        const auto pixel = image.bytes.begin() + static_cast<std::ptrdiff_t>(4 * image.GetRowBytes() + 3 * x);
+        EXPECT_EQ(std::vector<unsigned>(pixel, pixel + 3), bars[bar]) << "bar " << bar;
     }
 }
 

@@ -34,8 +34,8 @@ protected:
         return calls;
     }
 
-    std::string Message() const {
-        return tool::Json::parse(m_messages.str().substr(0, m_messages.str().find('\n')))["message"];
+    std::string Message(const char* part = "message") const {
+        return tool::Json::parse(m_messages.str().substr(0, m_messages.str().find('\n')))[part];
     }
 
     TemporaryFolder m_folder;
@@ -115,6 +115,8 @@ TEST_F(GrabScriptTest, FormatThatOnlyTheFramesTellIsRefusedThere) {
 
 TEST_F(GrabScriptTest, SilentCameraEndsWithFive) {
     EXPECT_EQ(Grab("image", {"-n", "2", "--timeout", "20"}), ExitCode::Timeout);
+    EXPECT_EQ(static_cast<int>(ExitCode::Timeout), 5);
+    EXPECT_EQ(Message("code"), "timeout");
     EXPECT_THAT(Message(), HasSubstr("within 20 ms after 1 images"));
     EXPECT_EQ(Summary()["frames"], 1);
 }

@@ -127,14 +127,6 @@ TEST_F(GrabTest, SecondInterruptLeavesAtOnceAndTakesPartialFilesAlong) {
     }
 }
 
-TEST_F(GrabTest, ImageThatDoesNotComeInTimeEndsWithFive) {
-    const ToolResult result = Run({"grab", "-d", "0", "-n", "3", "--timeout", "1", "--json"});
-    EXPECT_EQ(result.exitCode, 5);
-    EXPECT_EQ(result.Error()["code"], "timeout");
-    EXPECT_THAT(result.Error()["message"].get<std::string>(), HasSubstr("within 1 ms"));
-    EXPECT_EQ(result.Events().back()["type"], "summary");
-}
-
 TEST_F(GrabTest, FullDiskStopsItNamesTheFileAndLeavesNoPartialOne) {
     ToolProcess::Settings settings = InFolder();
     settings.fileSizeLimit = 10'000; // no image of that size fits

@@ -1,5 +1,6 @@
 #include <Base/GCTypes.h>
 #include <Base/GCUtilities.h>
+#include <fakes/TempFolder.h>
 
 #include <gmock/gmock.h>
 
@@ -99,9 +100,8 @@ TEST(TokenizeTest, LeavesOutEmptyPartsAndReplacesTheList) {
 }
 
 TEST(FilesTest, PatternFindsFilesButNoFolders) {
-    char folder[] = "/tmp/gcutilities-XXXXXX";
-    ASSERT_NE(mkdtemp(folder), nullptr);
-    const std::string base = std::string(folder) + "/";
+    const Fakes::TempFolder folder;
+    const std::string base = folder.Path().string() + "/";
     for (const char* name : {"b.xml", "a.xml", "c.txt"})
         std::ofstream(base + name) << name;
     std::filesystem::create_directory(base + "d.xml");
@@ -110,10 +110,9 @@ TEST(FilesTest, PatternFindsFilesButNoFolders) {
     GetFiles((base + "*.xml").c_str(), files, true);
     EXPECT_THAT(files, ElementsAre((base + "a.xml").c_str(), (base + "b.xml").c_str()));
     EXPECT_TRUE(DoesFileExist((base + "c.txt").c_str()));
-    EXPECT_FALSE(DoesFileExist(folder));
+    EXPECT_FALSE(DoesFileExist(folder.Path().c_str()));
     GetFiles((base + "none/*").c_str(), files);
     EXPECT_TRUE(files.empty());
-    std::filesystem::remove_all(folder);
 }
 
 TEST(FilesTest, ModulePathIsThatOfTheLibraryWithTheFunction) {

@@ -1,5 +1,6 @@
 #include <Base/GCException.h>
 #include <Log/CLog.h>
+#include <fakes/TempFolder.h>
 
 #include <gmock/gmock.h>
 
@@ -29,15 +30,10 @@ protected:
     LogConfigurationTest() {
         unsetenv("ZELMO_LOG_LEVEL");
         unsetenv("ZELMO_LOG_FILE");
-        char name[] = "/tmp/logconfiguration-XXXXXX";
-        m_folder = mkdtemp(name);
     }
-    ~LogConfigurationTest() override {
-        Stop();
-        fs::remove_all(m_folder);
-    }
+    ~LogConfigurationTest() override { Stop(); }
 
-    fs::path InFolder(const char* name) const { return m_folder / name; }
+    fs::path InFolder(const char* name) const { return m_folder.Path() / name; }
     static void SetLevel(const char* level) { setenv("ZELMO_LOG_LEVEL", level, 1); }
     static void SetFile(const fs::path& file) { setenv("ZELMO_LOG_FILE", file.c_str(), 1); }
 
@@ -58,7 +54,7 @@ protected:
     Logger& logger = CLog::GetLogger("zelmo.base");
 
 private:
-    fs::path m_folder;
+    Fakes::TempFolder m_folder;
     bool m_started = false;
 };
 
