@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <dlfcn.h>
 
 namespace CamEmu {
 
@@ -22,6 +23,13 @@ Zelmo::CInterfaceInfo DescribeInterface() {
     Zelmo::CInterfaceInfo info;
     info.SetInterfaceID("CamEmu").SetFriendlyName("Camera Emulator").SetFullName("CamEmu").SetDeviceClass(deviceClass);
     return info;
+}
+
+// The file from which this plug-in was loaded; empty when the loader does not tell.
+Zelmo::String_t OwnFile() {
+    static const char anchor = 0;
+    Dl_info info{};
+    return dladdr(&anchor, &info) != 0 && info.dli_fname ? info.dli_fname : "";
 }
 
 // A pattern that names the camera was enumerated before, and the user may have renamed the camera since.
@@ -40,7 +48,7 @@ Zelmo::CTlInfo DescribeTransportLayer() {
     Zelmo::CTlInfo info;
     info.SetFriendlyName("Camera Emulator").SetFullName("CamEmu").SetVendorName("Harlix").SetDeviceClass(deviceClass);
     info.SetTLType("CamEmu");
-    info.SetModelName("Camera Emulator").SetInfoID("CamEmu").SetVersion("1.0");
+    info.SetModelName("Camera Emulator").SetInfoID("CamEmu").SetVersion("1.0").SetFileName(OwnFile());
     return info;
 }
 
