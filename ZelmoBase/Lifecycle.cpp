@@ -24,8 +24,8 @@ constexpr char kVersion[] = "6.1.0.18286";
 CRecursiveMutex g_initLock; // held during every step of start and stop; outside of the factory's lock
 std::int32_t g_initCount ZELMO_GUARDED_BY(g_initLock) = 0;
 bool g_isLoggingStarted ZELMO_GUARDED_BY(g_initLock) = false; // by us, and not shut down since
-bool g_isInSteps ZELMO_GUARDED_BY(g_initLock) =
-    false; // of start or stop: what they call may call back, which only counts
+// A step of start or stop is running: what it calls may call back, which then only counts.
+bool g_isInSteps ZELMO_GUARDED_BY(g_initLock) = false;
 
 CRecursiveMutex g_flagsLock;
 std::int64_t g_flags ZELMO_GUARDED_BY(g_flagsLock) = 0;

@@ -8,7 +8,8 @@ namespace GenApi {
 struct INode;
 
 /// Base class of an application's own ports: give it GetAccessMode, Read and Write, and connect it to a node map.
-/// It must outlive the node map or be disconnected first.
+/// It must outlive the node map or be disconnected first. It keeps borrowing the port node all the same, so once the
+/// node map is gone InvalidateNode and Replay must not be called any more.
 class GENICAM_API CPortImpl : public IPortConstruct, public IPortReplay {
 public:
     CPortImpl();
