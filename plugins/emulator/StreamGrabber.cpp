@@ -15,8 +15,6 @@ namespace CamEmu {
 
 namespace {
 
-constexpr std::uint32_t errorBufferTooSmall = 1;
-
 void FillImage(const CFrame& frame, Zelmo::GrabResult& result) {
     const CImageFormat& format = frame.format;
     result.payloadType = Zelmo::PayloadType_Image;
@@ -38,10 +36,11 @@ void FillStatus(const CFrame& frame, Zelmo::GrabResult& result) {
         result.payloadSize = static_cast<std::int64_t>(frame.format.PayloadSize());
         break;
     case EFrameStatus::TooSmall:
+    case EFrameStatus::Forced:
         result.status = Zelmo::GrabStatus_Failed;
         result.payloadSize = 0;
-        result.errorCode = errorBufferTooSmall;
-        result.errorDescription = "The buffer is too small for the image.";
+        result.errorCode = FrameError(frame.status).code;
+        result.errorDescription = FrameError(frame.status).text;
         break;
     case EFrameStatus::Cancelled:
         result.status = Zelmo::GrabStatus_Canceled;

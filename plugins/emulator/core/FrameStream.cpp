@@ -22,6 +22,17 @@ double CFrameSettings::ResultingRateHz() const {
     return std::min(rateHz, 1e6 / exposureUs);
 }
 
+CFrameError FrameError(EFrameStatus status) {
+    switch (status) {
+    case EFrameStatus::TooSmall:
+        return {1, "The buffer is too small for the image."};
+    case EFrameStatus::Forced:
+        return {2, "The image failed because ForceFailedBuffer was executed."};
+    default:
+        return {0, ""};
+    }
+}
+
 void CFrameStream::Start(const CImageFormat& format, IFrameSink& sink) {
     const std::lock_guard lock(m_lock);
     m_generator.Configure(format);
@@ -68,6 +79,11 @@ void CFrameStream::StopAcquisition() {
 bool CFrameStream::IsAcquiring() const {
     const std::lock_guard lock(m_lock);
     return m_acquiring;
+}
+
+void CFrameStream::ForceFrameFailures(std::uint32_t frames) {
+    const std::lock_guard lock(m_lock);
+    m_failuresLeft = frames;
 }
 
 void CFrameStream::Reserve(std::size_t buffers) {
@@ -120,7 +136,8 @@ void CFrameStream::Run() noexcept {
         m_drawing = true;
         const CFrameSettings settings = m_settings;
         lock.unlock();
-        Draw(frame, settings);
+        if (frame.status != EFrameStatus::Forced)
+            Draw(frame, settings);
         lock.lock();
         // before it is handed over: whoever has the last image finds all of them counted
         ++(frame.status == EFrameStatus::Complete ? m_counters.delivered : m_counters.failed);
@@ -197,6 +214,10 @@ bool CFrameStream::TakeBuffer(CFrame& frame) {
     }
     frame.buffer = m_queue.front();
     m_queue.pop_front();
+    if (m_failuresLeft > 0) {
+        --m_failuresLeft;
+        frame.status = EFrameStatus::Forced;
+    }
     return true;
 }
 

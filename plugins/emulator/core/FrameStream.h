@@ -22,8 +22,16 @@ struct CFrameBuffer {
 enum class EFrameStatus {
     Complete,
     TooSmall, ///< the buffer does not hold the payload; nothing was drawn
+    Forced,   ///< failed because ForceFrameFailures told so; nothing was drawn
     Cancelled ///< taken back from the queue; nothing was drawn, and only the buffer is set
 };
+
+/// What a frame that failed says of itself; code 0 and no text for all others.
+struct CFrameError {
+    std::uint32_t code;
+    const char* text;
+};
+CFrameError FrameError(EFrameStatus status);
 
 /// A buffer on its way home.
 struct CFrame {
@@ -86,6 +94,8 @@ public:
     void StartAcquisition(std::uint64_t frames);
     void StopAcquisition();
     bool IsAcquiring() const;
+    /// The next frames that have a buffer come back as Forced, @p frames of them; replaces what is left of a call before.
+    void ForceFrameFailures(std::uint32_t frames);
 
     void Reserve(std::size_t buffers); ///< Queueing up to that many buffers does not allocate.
     void Queue(const CFrameBuffer& buffer);
@@ -116,6 +126,7 @@ private:
     bool m_drawing = false;         // a frame is drawn or handed over
     std::uint64_t m_finished = 0;   // frames handed over, ever
     std::uint64_t m_framesLeft = 0; // of the acquisition; 0 with m_acquiring: no end
+    std::uint32_t m_failuresLeft = 0;
     CAcquisitionClock m_clock;
     CStreamCounters m_counters;
     boost::circular_buffer<CFrameBuffer> m_queue;
