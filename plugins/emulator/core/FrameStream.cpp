@@ -210,6 +210,7 @@ bool CFrameStream::TakeBuffer(CFrame& frame) {
     CountFrames(1);
     if (m_queue.empty()) {
         ++m_counters.lost;
+        ++m_counters.underruns;
         return false;
     }
     frame.buffer = m_queue.front();

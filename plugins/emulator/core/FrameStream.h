@@ -67,7 +67,8 @@ struct CFrameSettings {
 /// Frames since the stream was started: begun = delivered + failed + lost, but for the one that is being drawn.
 struct CStreamCounters {
     std::uint64_t begun = 0, delivered = 0, failed = 0;
-    std::uint64_t lost = 0; ///< for want of a buffer, or because the host was too slow for the frame rate
+    std::uint64_t lost = 0;      ///< for want of a buffer, or because the host was too slow for the frame rate
+    std::uint64_t underruns = 0; ///< of the lost ones: for want of a buffer
 };
 
 /// The way of the images out of the camera: takes empty buffers, draws a frame into each and hands it to the sink.
@@ -94,7 +95,8 @@ public:
     void StartAcquisition(std::uint64_t frames);
     void StopAcquisition();
     bool IsAcquiring() const;
-    /// The next frames that have a buffer come back as Forced, @p frames of them; replaces what is left of a call before.
+    /// The next frames that have a buffer come back as Forced, @p frames of them; replaces what is left of a call
+    /// before.
     void ForceFrameFailures(std::uint32_t frames);
 
     void Reserve(std::size_t buffers); ///< Queueing up to that many buffers does not allocate.
