@@ -3,14 +3,20 @@
 /// All of the library: for programs that would rather include one header than choose.
 
 #include <zelmo/AccessMode.h>
+#include <zelmo/BufferFactory.h>
 #include <zelmo/Callback.h>
 #include <zelmo/ChunkParser.h>
+#include <zelmo/Cleanup.h>
 #include <zelmo/DefaultInterface.h>
 #include <zelmo/Device.h>
 #include <zelmo/DeviceFilter.h>
 #include <zelmo/DeviceInfo.h>
 #include <zelmo/EventGrabber.h>
 #include <zelmo/Export.h>
+#include <zelmo/GrabResultData.h>
+#include <zelmo/GrabResultPtr.h>
+#include <zelmo/GrabStrategy.h>
+#include <zelmo/Image.h>
 #include <zelmo/Info.h>
 #include <zelmo/Interface.h>
 #include <zelmo/Lifecycle.h>

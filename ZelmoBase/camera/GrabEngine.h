@@ -1,0 +1,123 @@
+#pragma once
+
+#include "ZelmoBase/camera/BufferData.h"
+#include "ZelmoBase/camera/QueueEntry.h"
+#include "ZelmoBase/core/Mutex.h"
+#include "ZelmoBase/core/Thread.h"
+
+#include <zelmo/GrabStrategy.h>
+#include <zelmo/StreamGrabber.h>
+#include <zelmo/WaitObject.h>
+#include <zelmo/WaitObjects.h>
+
+#include <Base/GCException.h>
+#include <Base/GCSynch.h>
+
+#include <boost/circular_buffer.hpp>
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+
+namespace Zelmo {
+
+class CInstantCamera;
+
+/// What the engine tells its owner.
+class IGrabEngineObserver {
+public:
+    /// As many images as the limit says were taken off the stream grabber. Called on the engine thread, with no lock of
+    /// the engine held, again for each result that comes after that.
+    virtual void OnGrabCountReached() = 0;
+
+protected:
+    ~IGrabEngineObserver() = default;
+};
+
+/// Takes filled buffers off a stream grabber and keeps it fed, session after session; lives as long as the camera.
+/// Owns:    the engine thread, the output queue and the buffers.
+/// Borrows: during a session, the stream grabber (the device owns it).
+/// Threads: StartEngine, StopEngine, CancelUpcomingImage and IsGrabbing under the camera lock, which the engine itself
+///          never takes; the rest from any. Run is the engine thread; OnItem… run on any thread that drops a result.
+/// Locks:   m_queueLock, then the buffer pool's mutex (the buffer lock), then m_exceptionLock; never the other way
+/// round.
+///
+/// States: idle (no grabber); running; failed (the thread has ended and an exception is stored: stop and result object
+/// are signaled until StopEngine). A failed engine does not stop by itself: its owner learns of it by the stop object.
+class CGrabEngine final : private IReusableItemCacheObserver {
+public:
+    /// @p camera is only printed.
+    /// @throws GenICam::RuntimeException when no descriptor is left.
+    CGrabEngine(const CInstantCamera* camera, IGrabEngineObserver& observer);
+    ~CGrabEngine() override; ///< Stops.
+    CGrabEngine(const CGrabEngine&) = delete;
+    CGrabEngine& operator=(const CGrabEngine&) = delete;
+
+    /// Opens the grabber, makes, registers and queues the buffers and starts the thread.
+    /// @param maxBuffers  buffers of the session
+    /// @param maxQueued   buffers in the grabber at one time; fewer than maxBuffers: each is registered only while
+    /// queued
+    /// @param imageLimit  images to take in all, only heeded for GrabStrategy_OneByOne; 0 for no limit
+    /// @param announceAll registers all buffers before streaming starts, for the whole session
+    /// @param payloadSize bytes of an image, where the grabber does not know it
+    /// @param priority    real-time priority of the thread; one that the system refuses is no failure
+    /// @param clearBuffers zeroes each buffer before it is queued
+    /// @throws what the grabber and the buffer factory throw, GenICam::RuntimeException; nothing is left started then.
+    void StartEngine(IStreamGrabber* grabber, EGrabStrategy strategy, unsigned long maxBuffers, unsigned long maxQueued,
+                     unsigned long imageLimit, bool announceAll, unsigned long payloadSize, int priority,
+                     bool clearBuffers);
+    void StopEngine() noexcept; ///< Ends the session, if there is one. Queued results are lost, held ones stay valid.
+
+    bool IsGrabbing() const noexcept { return m_grabber != nullptr; }
+    EGrabStrategy GetStrategy() const noexcept { return m_strategy; }
+
+    /// With GrabStrategy_UpcomingImage: the buffer that was asked for comes back, and whatever stood in the queue is
+    /// dropped. Else nothing. @throws GenICam::RuntimeException when the buffer does not come back within 5 s.
+    void CancelUpcomingImage();
+    void RequestBuffer() { m_bufferWantedObject.Signal(); } ///< With GrabStrategy_UpcomingImage: asks for an image.
+
+    void ClearOutputQueue();
+    /// Takes the oldest result. Reads and clears the count of skipped ones in any case; resets the result object when
+    /// the queue is empty then. @return false, with @p entry as it was, when there is none.
+    bool TryTake(CQueueEntry& entry, std::uint64_t& skipped);
+
+    const WaitObjectEx& GetStopObject() const noexcept { return m_stopObject; }     ///< Clear only while running.
+    const WaitObjectEx& GetResultObject() const noexcept { return m_resultObject; } ///< Results wait, or it failed.
+
+    bool IsExceptionRaised() const noexcept { return m_exceptionRaised.load(); }
+    GenICam::GenericException GetException() const; ///< A copy of what made the engine fail.
+
+    std::uint64_t GetNumQueuedBuffers() const noexcept { return m_queued.load(); } ///< In the stream grabber.
+    std::uint64_t GetNumReadyBuffers() const;                                      ///< In the output queue.
+    std::uint64_t GetNumEmptyBuffers() const;                                      ///< Free, or not allocated yet.
+
+    /// The capacity of the output queue during a session, else that of the next one with GrabStrategy_LatestImages.
+    std::uint64_t GetOutputQueueSize() const;
+    void SetOutputQueueSize(std::uint64_t size); ///< At once; results that do not fit are lost, the oldest first.
+
+    /// For the next session. @p factory null: memory from the heap.
+    void SetBufferFactory(std::shared_ptr<IBufferFactory> factory) { m_bufferFactory = std::move(factory); }
+
+    /// The buffer lock. Another one after each start and stop.
+    CRecursiveMutex& GetBufferLock() const noexcept { return m_bufferProvider.GetMutex(); }
+
+private:
+    void OnItemAvailable() override;
+    void OnItemsExhausted() override;
+
+    // The members' sketch; the author of GrabEngine.cpp completes it.
+    const CInstantCamera* const m_camera;
+    IGrabEngineObserver& m_observer;
+    IStreamGrabber* m_grabber = nullptr; // set while a session runs
+    std::uint64_t m_session = 0;         // never 0 while a session runs
+    EGrabStrategy m_strategy = GrabStrategy_OneByOne;
+    std::atomic<std::uint64_t> m_queued{0};     // written under the buffer lock
+    std::atomic<bool> m_exceptionRaised{false}; // written under m_exceptionLock
+    WaitObjectEx m_bufferWantedObject;
+    WaitObjectEx m_stopObject;
+    WaitObjectEx m_resultObject;
+    CReusableBufferProvider m_bufferProvider;
+    std::shared_ptr<IBufferFactory> m_bufferFactory;
+};
+
+} // namespace Zelmo

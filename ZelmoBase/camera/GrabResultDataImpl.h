@@ -1,0 +1,62 @@
+#pragma once
+
+#include "ZelmoBase/camera/BufferData.h"
+
+#include <zelmo/ChunkParser.h>
+#include <zelmo/GrabResultData.h>
+
+#include <GenApi/INodeMap.h>
+
+#include <cstdint>
+#include <memory>
+
+namespace Zelmo {
+
+struct CQueueEntry;
+
+/// The private record behind a CGrabResultData. Pooled with it: the values below are those of a new record and of one
+/// that came home.
+class CGrabResultData::CGrabResultDataImpl {
+public:
+    CGrabResultDataImpl() = default;
+    CGrabResultDataImpl(const CGrabResultDataImpl&) = delete;
+    CGrabResultDataImpl& operator=(const CGrabResultDataImpl&) = delete;
+    ~CGrabResultDataImpl();
+
+    /// Takes over what the transport layer told and the hold of the buffer. Sizes and offsets that it did not tell
+    /// (-1), and any negative one, become 0.
+    void Fill(CQueueEntry&& entry) noexcept;
+
+    /// Sets the values of a new record. The parser lets go of the buffer, then the buffer goes home.
+    void ResetResultData() noexcept;
+
+    /// The parser's node map; without a parser an empty one, made on first use.
+    GenApi::INodeMap& GetChunkDataNodeMap();
+
+    long cameraContext = 0;
+    std::int64_t id = 0;
+    std::int64_t imageNumber = 0;
+    std::int64_t skippedImages = 0;
+    GenApi::INodeMap* emptyChunkNodeMap = nullptr; // owned; stays with the record
+    void* buffer = nullptr;
+    std::uint64_t bufferSize = 0;
+    bool grabSucceeded = false;
+    EPayloadType payloadType = PayloadType_Undefined;
+    EPixelType pixelType = PixelType_Undefined;
+    std::uint64_t timeStamp = 0;
+    std::uint32_t width = 0;
+    std::uint32_t height = 0;
+    std::uint32_t offsetX = 0;
+    std::uint32_t offsetY = 0;
+    std::uint32_t paddingX = 0;
+    std::uint32_t paddingY = 0;
+    std::uint64_t payloadSize = 0;
+    std::uint32_t errorCode = 0;
+    String_t errorDescription;
+    std::uint64_t blockId = 0;
+    std::shared_ptr<CBufferData> bufferHolder;
+    std::shared_ptr<ISelfReliantChunkParser> chunkParser; // stays with the record
+    long bufferContext = 0;
+};
+
+} // namespace Zelmo

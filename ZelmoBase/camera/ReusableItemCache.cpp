@@ -1,0 +1,16 @@
+#include "ZelmoBase/camera/ReusableItemCache.h"
+
+#include "ZelmoBase/camera/CameraLog.h"
+#include "ZelmoBase/core/Guarded.h"
+
+namespace Zelmo {
+
+void LogReusableItemFailure(const std::exception_ptr& failure) noexcept {
+    if (failure != nullptr) {
+        RunLogged(CameraLogCategory(), "Exception caught while destroying a reusable item, msg='%s'",
+                  "Unknown exception caught while destroying a reusable item.",
+                  [&failure] { std::rethrow_exception(failure); });
+    }
+}
+
+} // namespace Zelmo

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <cstddef>
+
+#include <zelmo/Export.h>
+
+namespace Zelmo {
+
+/// Lets an application provide the memory that images are grabbed into. Implemented by the application.
+/// A factory outlives the session it serves by as long as the application holds results of it: it is needed until the
+/// last of its buffers was freed.
+/// Threads: AllocateBuffer on the thread that starts grabbing; FreeBuffer and DestroyBufferFactory on any thread that
+/// drops a result or stops grabbing. All are called with the lock of the buffer pool held, one at a time, and must not
+/// call back into the camera object.
+class ZELMO_API IBufferFactory {
+public:
+    virtual ~IBufferFactory() = default;
+
+    /// Sets @p buffer to at least @p sizeBytes bytes and @p context to whatever is to come back in FreeBuffer and as
+    /// the buffer context of results. Both are 0 before. Leaving @p buffer null is no failure: the session goes on with
+    /// fewer buffers. What it throws ends the start of grabbing.
+    virtual void AllocateBuffer(std::size_t sizeBytes, void** buffer, long& context) = 0;
+
+    /// Takes back what AllocateBuffer gave. Should not throw: there is nobody to handle it, it is only logged.
+    virtual void FreeBuffer(void* buffer, long context) = 0;
+
+    /// The factory gives itself up, after its last buffer. Only called where the camera object owns the factory.
+    virtual void DestroyBufferFactory() = 0;
+};
+
+} // namespace Zelmo
