@@ -7,6 +7,7 @@
 
 #include <GenApi/INodeMap.h>
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 
@@ -30,14 +31,14 @@ public:
     /// Sets the values of a new record. The parser lets go of the buffer, then the buffer goes home.
     void ResetResultData() noexcept;
 
-    /// The parser's node map; without a parser an empty one, made on first use.
+    /// The parser's node map; without a parser an empty one, made on first use by any thread and then always the same.
     GenApi::INodeMap& GetChunkDataNodeMap();
 
     long cameraContext = 0;
     std::int64_t id = 0;
     std::int64_t imageNumber = 0;
     std::int64_t skippedImages = 0;
-    GenApi::INodeMap* emptyChunkNodeMap = nullptr; // owned; stays with the record
+    std::atomic<GenApi::INodeMap*> emptyChunkNodeMap{nullptr}; // owned; stays with the record
     void* buffer = nullptr;
     std::uint64_t bufferSize = 0;
     bool grabSucceeded = false;
@@ -55,8 +56,13 @@ public:
     String_t errorDescription;
     std::uint64_t blockId = 0;
     std::shared_ptr<CBufferData> bufferHolder;
-    std::shared_ptr<ISelfReliantChunkParser> chunkParser; // stays with the record
+    std::shared_ptr<ISelfReliantChunkParser> chunkParser; // stays with the record; behind the buffer, so it goes first
     long bufferContext = 0;
+
+private:
+    void ResetFields() noexcept; // those that Fill and the session set, but for the hold of the buffer
+    void DetachChunkParser() const noexcept;
+    GenApi::INodeMap& GetEmptyChunkNodeMap();
 };
 
 } // namespace Zelmo

@@ -1,0 +1,75 @@
+#include <zelmo/GrabResultPtr.h>
+
+#include "ZelmoBase/camera/GrabResultDataImpl.h"
+#include "ZelmoBase/camera/GrabResultPtrImpl.h"
+
+#include <Base/GCException.h>
+
+namespace Zelmo {
+
+static_assert(sizeof(CGrabResultPtr) == 2 * sizeof(void*), "other builds pass it by value");
+
+bool IsUniqueGrabResult(const std::shared_ptr<CGrabResultData>& data) noexcept {
+    return data.use_count() == 1 && data->GetGrabResultDataImpl()->bufferHolder.use_count() == 1;
+}
+
+CGrabResultPtr::CGrabResultPtr(const CGrabResultPtr& rhs) {
+    if (rhs.IsValid()) {
+        *this = *rhs.m_impl;
+    }
+}
+
+CGrabResultPtr::~CGrabResultPtr() {
+    delete m_impl;
+}
+
+// without a test for self-assignment: that it empties the pointer is promised
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment,cert-oop54-cpp)
+CGrabResultPtr& CGrabResultPtr::operator=(const CGrabResultPtr& rhs) {
+    Release();
+    if (rhs.IsValid()) {
+        *this = *rhs.m_impl;
+    }
+    return *this;
+}
+
+CGrabResultPtr& CGrabResultPtr::operator=(const CGrabResultPtrImpl& rhs) {
+    Body().data = rhs.data;
+    m_data = rhs.data.get();
+    return *this;
+}
+
+bool CGrabResultPtr::IsValid() const noexcept {
+    return m_impl != nullptr && m_impl->data != nullptr;
+}
+
+CGrabResultData* CGrabResultPtr::operator->() const {
+    if (!IsValid()) {
+        throw RUNTIME_EXCEPTION("No grab result data is referenced. Cannot access NULL pointer.");
+    }
+    return m_data;
+}
+
+bool CGrabResultPtr::IsUnique() const noexcept {
+    return m_impl != nullptr && IsUniqueGrabResult(m_impl->data);
+}
+
+void CGrabResultPtr::Release() noexcept {
+    m_data = nullptr;
+    if (m_impl != nullptr) {
+        m_impl->data.reset();
+    }
+}
+
+CGrabResultPtr::operator IImage&() const {
+    return Body().image;
+}
+
+CGrabResultPtrImpl& CGrabResultPtr::Body() const {
+    if (m_impl == nullptr) {
+        m_impl = new CGrabResultPtrImpl;
+    }
+    return *m_impl;
+}
+
+} // namespace Zelmo
