@@ -18,6 +18,7 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <utility>
 
 namespace Zelmo {
 
@@ -74,7 +75,7 @@ public:
     /// With GrabStrategy_UpcomingImage: the buffer that was asked for comes back, and whatever stood in the queue is
     /// dropped. Else nothing. @throws GenICam::RuntimeException when the buffer does not come back within 5 s.
     void CancelUpcomingImage();
-    void RequestBuffer() { m_bufferWantedObject.Signal(); } ///< With GrabStrategy_UpcomingImage: asks for an image.
+    void RequestBuffer(); ///< With GrabStrategy_UpcomingImage: asks for an image.
 
     void ClearOutputQueue();
     /// Takes the oldest result. Reads and clears the count of skipped ones in any case; resets the result object when
@@ -102,22 +103,88 @@ public:
     CRecursiveMutex& GetBufferLock() const noexcept { return m_bufferProvider.GetMutex(); }
 
 private:
+    enum class EWork { Stop, BufferWanted, Result };
+
+    // StartEngine, step by step
+    void CheckStartable(const IStreamGrabber* grabber) const;
+    void PrepareQueue();
+    std::uint64_t GetPayloadSize(std::uint64_t deviceSize) const;
+    void WriteGrabberValue(const char* name, std::uint64_t value) const;
+    void MakeBuffers(std::uint64_t sizeBytes);
+    void AnnounceBuffers();
+
+    // StopEngine
+    template <typename Step>
+    void RunStopStep(const char* known, const char* unknown, Step&& step) const noexcept;
+    void JoinThread();
+    void RetrieveCanceledBuffers();
+
+    // the engine thread
+    void Run() noexcept;
+    void Work();
+    void SetUpThread() const;
+    EWork WaitForWork(const WaitObjects& fed, const WaitObjects& hungry) const;
+    void MoveResultToQueue();
+    bool RetrieveResult(CQueueEntry& entry);
+    void Append(CQueueEntry& entry);
+
+    // feeding the grabber; the buffer lock is held
+    bool CanQueueBuffer() const noexcept;
+    bool TakeBackRequest();
+    void QueueFreeBuffers();
+    bool QueueOneBuffer();
+    void RegisterBuffer(CBufferData& buffer);
+    bool RetrieveFromStreamGrabber(CQueueEntry& entry);
     void OnItemAvailable() override;
     void OnItemsExhausted() override;
+    void SetBufferWanted(bool wanted);
 
-    // The members' sketch; the author of GrabEngine.cpp completes it.
+    void StoreException(const GenICam::GenericException& exception) noexcept;
+    void LogCurrentException() const noexcept;
+    void StoreCurrentException(const char* known, const char* unknown) noexcept;
+    void SignalFailure();
+
     const CInstantCamera* const m_camera;
     IGrabEngineObserver& m_observer;
+    const GenICam::GenericException m_outOfMemory; // where no memory is left to build another one
+
+    // set by StartEngine, before the thread and after its end; see the class comment
     IStreamGrabber* m_grabber = nullptr; // set while a session runs
-    std::uint64_t m_session = 0;         // never 0 while a session runs
+    std::uint64_t m_session = 0;         // never 0 after the first start
     EGrabStrategy m_strategy = GrabStrategy_OneByOne;
-    std::atomic<std::uint64_t> m_queued{0};     // written under the buffer lock
-    std::atomic<bool> m_exceptionRaised{false}; // written under m_exceptionLock
+    std::uint64_t m_maxBuffers = 0;
+    std::uint64_t m_maxQueued = 0;
+    std::uint64_t m_imageLimit = 0; // 0 for none
+    int m_priority = 0;
+    bool m_deregisterOnRetrieval = false;
+    bool m_clearBuffers = false;
+    std::shared_ptr<IBufferFactory> m_bufferFactory;
+
+    // written under the buffer lock
+    std::atomic<std::uint64_t> m_queued{0};    // buffers in the grabber
+    std::atomic<std::uint64_t> m_retrieved{0}; // results taken off the grabber in this session
+    std::atomic<bool> m_underway{false};       // a result is between grabber and queue; cleared under m_queueLock
+    unsigned m_returnGuard = 0;                // keeps OnItemAvailable from running inside itself
+    bool m_bufferWanted = false;               // what m_bufferWantedObject shows, but for GrabStrategy_UpcomingImage
+
     WaitObjectEx m_bufferWantedObject;
     WaitObjectEx m_stopObject;
     WaitObjectEx m_resultObject;
-    CReusableBufferProvider m_bufferProvider;
-    std::shared_ptr<IBufferFactory> m_bufferFactory;
+    WaitObjects m_cancelWaitSet;            // stop, result
+    std::atomic<bool> m_imageWanted{false}; // with GrabStrategy_UpcomingImage: asked for and not queued yet
+
+    mutable GenICam::CLock m_queueLock;
+    boost::circular_buffer<CQueueEntry> m_outputQueue GENICAM_GUARDED_BY(m_queueLock);
+    std::uint64_t m_skipped GENICAM_GUARDED_BY(m_queueLock) = 0; // since the last retrieval
+    std::uint64_t m_outputQueueSize GENICAM_GUARDED_BY(m_queueLock) = 5;
+    std::uint64_t m_delivered GENICAM_GUARDED_BY(m_queueLock) = 0; // over all sessions
+
+    mutable GenICam::CLock m_exceptionLock;
+    std::atomic<bool> m_exceptionRaised{false}; // written under m_exceptionLock
+    GenICam::GenericException m_exception GENICAM_GUARDED_BY(m_exceptionLock);
+
+    CReusableBufferProvider m_bufferProvider; // its pool's mutex is the buffer lock
+    CThread m_thread;                         // last: it touches all of the above
 };
 
 } // namespace Zelmo

@@ -11,6 +11,7 @@
 #include <Base/GCSynch.h>
 
 #include <cstdint>
+#include <memory>
 
 namespace Zelmo {
 
@@ -36,7 +37,6 @@ class IGrabSessionOwner : public IGrabResultDataCreator {
 public:
     virtual void OnGrabError(const char* message) = 0; ///< The engine has failed; before the session is stopped.
     virtual void StopGrabbing() = 0;                   ///< Ends the session and what the owner started around it.
-    virtual unsigned long GetMaxNumGrabResultsSetting() const = 0; ///< For a message.
 
 protected:
     ~IGrabSessionOwner() = default;
@@ -61,8 +61,36 @@ public:
     bool Retrieve(unsigned int timeoutMs, CGrabResultPtr& result, ETimeoutHandling handling);
 
     CGrabEngine& GetEngine() noexcept { return m_engine; }
+    const CGrabEngine& GetEngine() const noexcept { return m_engine; }
 
 private:
+    /// How a wait ended; the numbers are positions in the wait set.
+    enum EOutcome : unsigned { Outcome_Stopped = 0, Outcome_Result = 1, Outcome_Timeout = 2 };
+
+    void PrepareRetrieval(unsigned long results);
+    void ReleaseRecords() noexcept;
+
+    std::shared_ptr<const WaitObjects> BeginWait();
+    EOutcome Wait(const WaitObjects& objects, unsigned int timeoutMs);
+    void HandleTimeout(unsigned int timeoutMs, ETimeoutHandling handling);
+    void TakeResult(CGrabResultPtr& result);
+    std::shared_ptr<CGrabResultData> TakeRecord();
+    void ForwardEngineException();
+    bool IsCountReached() const { return m_countLimitActive && m_imagesLeft == 0; }
+
+    const CInstantCamera* const m_camera;
+    GenICam::CLock& m_cameraLock; // guards all that follows, but for what the wait uses
+    IGrabSessionOwner& m_owner;
+    CGrabSettings m_settings; // of the session
+    std::uint64_t m_imagesLeft = 0;
+    bool m_countLimitActive = false;
+    std::int64_t m_imageNumber = 0;
+    bool m_waiterPresent = false; // a thread is between the two halves of Retrieve
+
+    // Stop, result, timer: a set for each session, as a thread may still be on its way out of the wait of the last one.
+    std::shared_ptr<const WaitObjects> m_retrieveWaitSet;
+    CWaitableTimer m_retrieveTimer; // created with the first session
+    CReusableGrabResultDataProvider m_resultProvider;
     CGrabEngine m_engine;
 };
 

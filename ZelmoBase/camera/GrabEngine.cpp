@@ -1,0 +1,572 @@
+#include "ZelmoBase/camera/GrabEngine.h"
+
+#include "ZelmoBase/camera/CameraLog.h"
+#include "ZelmoBase/core/Guarded.h"
+#include "ZelmoBase/core/ScopeGuard.h"
+
+#include <zelmo/IntegerParameter.h>
+#include <zelmo/ThreadPriority.h>
+
+#include <GenApi/INodeMap.h>
+
+#include <algorithm>
+#include <cstring>
+#include <iterator>
+#include <pthread.h>
+
+namespace Zelmo {
+namespace {
+
+constexpr unsigned kCancelTimeoutMs = 5000;
+
+GenICam::GenericException NoException() {
+    return GENERIC_EXCEPTION("No exception triggered by grab engine thread yet.");
+}
+
+/// Places of the output queue; 0 stands for its set size.
+std::uint64_t GetQueueCapacity(EGrabStrategy strategy, std::uint64_t maxBuffers, std::uint64_t outputQueueSize) {
+    switch (strategy) {
+    case GrabStrategy_OneByOne:
+        return maxBuffers; // as many as there are buffers: it is never full
+    case GrabStrategy_LatestImages:
+        return outputQueueSize;
+    case GrabStrategy_LatestImageOnly:
+    case GrabStrategy_UpcomingImage:
+        break;
+    }
+    return 1;
+}
+
+} // namespace
+
+CGrabEngine::CGrabEngine(const CInstantCamera* camera, IGrabEngineObserver& observer)
+    : m_camera(camera), m_observer(observer), m_outOfMemory(GENERIC_EXCEPTION("Out of memory while grabbing.")),
+      m_bufferWantedObject(WaitObjectEx::Create()), m_stopObject(WaitObjectEx::Create()),
+      m_resultObject(WaitObjectEx::Create()), m_exception(NoException()) {
+    m_cancelWaitSet.Add(m_stopObject);
+    m_cancelWaitSet.Add(m_resultObject);
+}
+
+CGrabEngine::~CGrabEngine() {
+    StopEngine();
+}
+
+void CGrabEngine::StartEngine(IStreamGrabber* grabber, EGrabStrategy strategy, unsigned long maxBuffers,
+                              unsigned long maxQueued, unsigned long imageLimit, bool announceAll,
+                              unsigned long payloadSize, int priority, bool clearBuffers) {
+    CheckStartable(grabber);
+    m_strategy = strategy;
+    m_maxBuffers = maxBuffers;
+    m_maxQueued = maxQueued;
+    m_imageLimit = strategy == GrabStrategy_OneByOne ? imageLimit : 0;
+    m_priority = priority;
+    m_deregisterOnRetrieval = maxBuffers > maxQueued && !announceAll;
+    m_clearBuffers = clearBuffers;
+    PrepareQueue();
+    m_grabber = grabber;
+    ScopeGuard stop([this] { StopEngine(); });
+    grabber->Open();
+    const std::uint64_t sizeBytes = GetPayloadSize(payloadSize);
+    WriteGrabberValue("MaxBufferSize", sizeBytes);
+    WriteGrabberValue("MaxNumBuffer", std::min(maxQueued, maxBuffers));
+    grabber->PrepareGrab();
+    MakeBuffers(sizeBytes);
+    if (announceAll) {
+        AnnounceBuffers();
+    }
+    grabber->StartStreaming();
+    if (strategy != GrabStrategy_UpcomingImage) {
+        QueueFreeBuffers();
+        m_bufferProvider.SetObserver(this);
+    }
+    m_stopObject.Reset();
+    m_thread.Start([this] { Run(); });
+    stop.Dismiss();
+}
+
+void CGrabEngine::CheckStartable(const IStreamGrabber* grabber) const {
+    if (grabber == nullptr) {
+        throw RUNTIME_EXCEPTION("The pointer to the stream grabber must not be NULL.");
+    }
+    if (IsGrabbing()) {
+        throw RUNTIME_EXCEPTION("Grabbing has already been started.");
+    }
+    if (grabber->IsOpen()) {
+        throw RUNTIME_EXCEPTION(
+            "The stream grabber of the attached device is already open. It might already being used for grabbing.");
+    }
+}
+
+void CGrabEngine::PrepareQueue() {
+    ClearOutputQueue();
+    {
+        GenICam::AutoLock lock(m_queueLock);
+        m_outputQueue.set_capacity(GetQueueCapacity(m_strategy, m_maxBuffers, m_outputQueueSize));
+    }
+    m_queued = 0;
+    m_retrieved = 0;
+    m_underway = false;
+    m_returnGuard = 0;
+    m_imageWanted = false; // a request of the session before is none of this one
+    m_bufferWantedObject.Reset();
+    m_bufferWanted = false;
+    GenICam::AutoLock lock(m_exceptionLock);
+    m_exception = NoException();
+    m_exceptionRaised = false;
+}
+
+std::uint64_t CGrabEngine::GetPayloadSize(std::uint64_t deviceSize) const {
+    const std::int64_t grabberSize = CIntegerParameter(m_grabber->GetNodeMap(), "PayloadSize").GetValueOrDefault(0);
+    const std::uint64_t sizeBytes = grabberSize != 0 ? static_cast<std::uint64_t>(grabberSize) : deviceSize;
+    if (sizeBytes == 0) {
+        throw RUNTIME_EXCEPTION("The payload size must not be 0.");
+    }
+    return sizeBytes;
+}
+
+void CGrabEngine::WriteGrabberValue(const char* name, std::uint64_t value) const {
+    bool written = false;
+    RunLogged(
+        CameraLogCategory(), "Camera %p: Setting stream grabber value '%s' to %llu failed, msg='%s'",
+        "Camera %p: Setting stream grabber value '%s' to %llu failed for an unknown reason",
+        [&] {
+            written = CIntegerParameter(m_grabber->GetNodeMap(), name).TrySetValue(static_cast<std::int64_t>(value));
+        },
+        static_cast<const void*>(m_camera), name, static_cast<unsigned long long>(value));
+    if (!written) {
+        throw RUNTIME_EXCEPTION("Cannot set stream grabber value '%s'.", name);
+    }
+}
+
+void CGrabEngine::MakeBuffers(std::uint64_t sizeBytes) {
+    ++m_session;
+    if (m_session == 0) {
+        ++m_session;
+    }
+    m_bufferProvider.Reset(sizeBytes, m_bufferFactory, CReusableBufferProvider::EReset::Forced);
+    m_bufferProvider.SetMaxItems(m_maxBuffers);
+    m_bufferProvider.PrefillFree();
+}
+
+void CGrabEngine::AnnounceBuffers() {
+    // each buffer goes to the end of the free list when it is let go
+    for (std::uint64_t left = GetNumEmptyBuffers(); left > 0; --left) {
+        const std::shared_ptr<CBufferData> buffer = m_bufferProvider.GetItem();
+        if (buffer == nullptr) {
+            return;
+        }
+        RegisterBuffer(*buffer);
+    }
+}
+
+template <typename Step>
+void CGrabEngine::RunStopStep(const char* known, const char* unknown, Step&& step) const noexcept {
+    RunLogged(CameraLogCategory(), known, unknown, std::forward<Step>(step));
+}
+
+void CGrabEngine::StopEngine() noexcept {
+    if (!IsGrabbing()) {
+        return;
+    }
+    // from here on no buffer comes out of the pool, and one that comes home dies
+    RunStopStep("Exception caught while releasing allocated buffers, msg='%s'",
+                "Unknown exception caught while releasing allocated buffers.",
+                [this] { m_bufferProvider.SetMaxItems(0); });
+    m_bufferProvider.SetObserver(nullptr);
+    RunStopStep("Exception caught while stopping grab engine thread, msg='%s'",
+                "Unknown exception caught while stopping grab engine thread.", [this] { JoinThread(); });
+    RunStopStep("Exception caught while stopping streaming, msg='%s'",
+                "Unknown exception caught while stopping streaming.", [this] { m_grabber->StopStreaming(); });
+    RunStopStep("Exception caught while clearing output queue, msg='%s'",
+                "Unknown exception caught while clearing output queue.", [this] { ClearOutputQueue(); });
+    RunStopStep("Exception caught while flushing buffers, msg='%s'", "Unknown exception caught while flushing buffers.",
+                [this] { m_grabber->FlushBuffers(); });
+    RunStopStep("Exception caught while retrieving cancelled buffers, msg='%s'",
+                "Unknown exception caught while retrieving cancelled buffers.", [this] { RetrieveCanceledBuffers(); });
+    RunStopStep("Exception caught while finishing grab, msg='%s'", "Unknown exception caught while finishing grab.",
+                [this] { m_grabber->FinishGrab(); });
+    RunStopStep("Exception caught while closing stream grabber, msg='%s'",
+                "Unknown exception caught while closing stream grabber.", [this] {
+                    if (m_grabber->IsOpen()) {
+                        m_grabber->Close();
+                    }
+                });
+    RunStopStep("Exception caught while releasing item cache, msg='%s'",
+                "Unknown exception caught while releasing item cache.",
+                [this] { m_bufferProvider.Reset(0, nullptr, CReusableBufferProvider::EReset::Forced); });
+    m_grabber = nullptr;
+}
+
+void CGrabEngine::JoinThread() {
+    m_stopObject.Signal();
+    if (m_thread.IsJoinable()) {
+        m_thread.Join();
+        hxlog::LogTrace(CameraLogCategory(), hxlog::LogLevel_Notice, "Camera %p: Grab engine thread joined",
+                        static_cast<const void*>(m_camera));
+    }
+}
+
+void CGrabEngine::RetrieveCanceledBuffers() {
+    for (bool found = true; found;) {
+        CQueueEntry entry;
+        found = RetrieveFromStreamGrabber(entry);
+    }
+    if (m_queued != 0) {
+        // they are left to the grabber for good: it may still write into them
+        hxlog::LogTrace(CameraLogCategory(), hxlog::LogLevel_Warn,
+                        "Camera %p: The stream grabber kept %llu queued buffers", static_cast<const void*>(m_camera),
+                        static_cast<unsigned long long>(m_queued));
+    }
+}
+
+void CGrabEngine::Run() noexcept {
+    try {
+        Work();
+    } catch (...) {
+        LogCurrentException();
+        StoreCurrentException("Exception caught in grab engine thread, msg=%s",
+                              "Unknown exception caught in grab engine thread.");
+    }
+    if (m_exceptionRaised) {
+        SignalFailure();
+    }
+    hxlog::LogTrace(CameraLogCategory(), hxlog::LogLevel_Notice, "Camera %p: Grab engine thread stopped",
+                    static_cast<const void*>(m_camera));
+}
+
+void CGrabEngine::Work() {
+    SetUpThread();
+    WaitObjects fed; // the grabber has all that it may have
+    fed.Add(m_stopObject);
+    fed.Add(m_grabber->GetWaitObject());
+    WaitObjects hungry;
+    hungry.Add(m_stopObject);
+    hungry.Add(m_bufferWantedObject);
+    hungry.Add(m_grabber->GetWaitObject());
+    for (;;) {
+        switch (WaitForWork(fed, hungry)) {
+        case EWork::Stop:
+            return;
+        case EWork::BufferWanted:
+            QueueFreeBuffers();
+            break;
+        case EWork::Result:
+            MoveResultToQueue();
+            break;
+        }
+    }
+}
+
+void CGrabEngine::SetUpThread() const {
+    const unsigned long thread = pthread_self();
+    hxlog::LogTrace(CameraLogCategory(), hxlog::LogLevel_Notice, "Camera %p: Grab engine thread started",
+                    static_cast<const void*>(m_camera));
+    hxlog::LogTrace(CameraLogCategory(), hxlog::LogLevel_Notice,
+                    "Camera %p: Grab engine thread set thread priority=%d, id=%d", static_cast<const void*>(m_camera),
+                    m_priority, static_cast<int>(thread));
+    SetRTThreadPriority(thread, m_priority); // without the right to it, the thread runs as it is
+}
+
+CGrabEngine::EWork CGrabEngine::WaitForWork(const WaitObjects& fed, const WaitObjects& hungry) const {
+    const bool mayQueue = CanQueueBuffer() || m_strategy == GrabStrategy_UpcomingImage;
+    unsigned index = 0;
+    if (!(mayQueue ? hungry : fed).WaitForAny(WaitTimeoutInfinite, &index)) {
+        throw RUNTIME_EXCEPTION("Unexpected timeout in grab engine thread.");
+    }
+    if (index == 0) {
+        return EWork::Stop;
+    }
+    if (!mayQueue || index == 2) {
+        return EWork::Result;
+    }
+    if (index != 1) {
+        throw RUNTIME_EXCEPTION("Unexpected id of signaled wait object in grab engine thread.");
+    }
+    return EWork::BufferWanted;
+}
+
+void CGrabEngine::MoveResultToQueue() {
+    CQueueEntry entry;
+    if (!RetrieveResult(entry)) {
+        return;
+    }
+    Append(entry);
+    if (m_imageLimit != 0 && m_retrieved >= m_imageLimit) {
+        m_observer.OnGrabCountReached();
+    }
+}
+
+bool CGrabEngine::RetrieveResult(CQueueEntry& entry) {
+    CLockGuard lock(GetBufferLock());
+    if (RetrieveFromStreamGrabber(entry)) {
+        ++m_retrieved;
+        return true;
+    }
+    if (m_grabber->GetWaitObject().Wait(0)) {
+        throw RUNTIME_EXCEPTION("The stream grabber signals an available result but the retrieval fails.");
+    }
+    return false; // a wake-up for nothing
+}
+
+/// Appends @p entry. Afterwards it holds what found no place, to be let go without a lock.
+void CGrabEngine::Append(CQueueEntry& entry) {
+    GenICam::AutoLock lock(m_queueLock);
+    if (entry.status != GrabStatus_Canceled) {
+        entry.id = ++m_delivered;
+    }
+    const bool wasEmpty = m_outputQueue.empty();
+    if (!m_outputQueue.full()) {
+        m_outputQueue.push_back(std::move(entry));
+    } else {
+        ++m_skipped;
+        if (m_outputQueue.capacity() > 0) {
+            CQueueEntry oldest = std::move(m_outputQueue.front());
+            m_outputQueue.pop_front();
+            m_outputQueue.push_back(std::move(entry));
+            entry = std::move(oldest);
+        }
+    }
+    m_underway = false;
+    if (wasEmpty) { // else it is signaled
+        m_resultObject.Signal();
+    }
+}
+
+/// Read without a lock on the engine thread, where it is a hint.
+bool CGrabEngine::CanQueueBuffer() const noexcept {
+    const std::uint64_t queued = m_queued;
+    return queued < m_maxQueued && (m_imageLimit == 0 || m_imageLimit > queued + m_retrieved);
+}
+
+void CGrabEngine::QueueFreeBuffers() {
+    CLockGuard lock(GetBufferLock());
+    if (m_strategy != GrabStrategy_UpcomingImage) {
+        while (CanQueueBuffer() && QueueOneBuffer()) {
+        }
+        return;
+    }
+    m_bufferWantedObject.Reset();        // first: the next request may come at once
+    if (m_imageWanted.exchange(false)) { // else whoever asked has given up meanwhile
+        QueueOneBuffer();
+    }
+}
+
+bool CGrabEngine::QueueOneBuffer() {
+    std::shared_ptr<CBufferData> item = m_bufferProvider.GetItem();
+    if (item == nullptr) {
+        return false;
+    }
+    CBufferData& buffer = *item;
+    RegisterBuffer(buffer);
+    if (m_clearBuffers) {
+        std::memset(buffer.buffer, 0, buffer.sizeBytes);
+    }
+    buffer.selfReference = std::move(item);
+    try {
+        m_grabber->QueueBuffer(buffer.handle, &buffer);
+    } catch (...) {
+        item = std::move(buffer.selfReference);
+        throw;
+    }
+    ++m_queued;
+    return true;
+}
+
+/// Once in a session, or each time anew where retrieval deregisters.
+void CGrabEngine::RegisterBuffer(CBufferData& buffer) {
+    if (buffer.registrationSession != m_session) {
+        buffer.handle = m_grabber->RegisterBuffer(buffer.buffer, buffer.sizeBytes);
+        buffer.registrationSession = m_session;
+    }
+}
+
+/// With the buffer lock held, or after the thread is gone.
+bool CGrabEngine::RetrieveFromStreamGrabber(CQueueEntry& entry) {
+    if (!m_grabber->RetrieveResult(entry)) {
+        return false;
+    }
+    auto* buffer = static_cast<CBufferData*>(entry.context);
+    if (buffer == nullptr || buffer->selfReference == nullptr) {
+        throw RUNTIME_EXCEPTION("The stream grabber delivered a buffer that is not queued.");
+    }
+    m_underway = true;
+    entry.bufferReference = std::move(buffer->selfReference);
+    --m_queued;
+    if (m_deregisterOnRetrieval) {
+        buffer->registrationSession = 0;
+        m_grabber->DeregisterBuffer(buffer->handle);
+    }
+    return true;
+}
+
+void CGrabEngine::OnItemAvailable() {
+    if (m_returnGuard != 0) {
+        return;
+    }
+    ++m_returnGuard;
+    ScopeGuard leave([this] { --m_returnGuard; });
+    if (!m_exceptionRaised && m_grabber != nullptr) {
+        try {
+            if (CanQueueBuffer()) {
+                QueueOneBuffer();
+            }
+        } catch (...) {
+            StoreCurrentException("Exception caught while queuing returned buffer, msg=%s",
+                                  "Unknown exception caught while queuing returned buffer.");
+        }
+    }
+    if (m_exceptionRaised) {
+        SignalFailure();
+    }
+    if (m_bufferProvider.GetOutCount() < m_bufferProvider.GetMaxItems()) {
+        SetBufferWanted(true); // more buffers are free
+    }
+}
+
+void CGrabEngine::OnItemsExhausted() {
+    SetBufferWanted(false);
+}
+
+/// Touches the wait object only for news: it costs a system call or two.
+void CGrabEngine::SetBufferWanted(bool wanted) {
+    if (m_bufferWanted == wanted) {
+        return;
+    }
+    if (wanted) {
+        m_bufferWantedObject.Signal();
+    } else {
+        m_bufferWantedObject.Reset();
+    }
+    m_bufferWanted = wanted;
+}
+
+void CGrabEngine::RequestBuffer() {
+    m_imageWanted = true;
+    m_bufferWantedObject.Signal();
+}
+
+/// @return whether the request was met already and its buffer has not reached the output queue.
+bool CGrabEngine::TakeBackRequest() {
+    CLockGuard lock(GetBufferLock());
+    m_imageWanted = false;
+    m_bufferWantedObject.Reset();
+    return m_queued != 0 || m_underway;
+}
+
+void CGrabEngine::CancelUpcomingImage() {
+    if (!IsGrabbing() || m_strategy != GrabStrategy_UpcomingImage) {
+        return;
+    }
+    if (!TakeBackRequest() && GetNumReadyBuffers() == 0) {
+        return; // nothing would ever come
+    }
+    m_grabber->FlushBuffers();
+    if (!m_cancelWaitSet.WaitForAny(kCancelTimeoutMs)) {
+        throw RUNTIME_EXCEPTION(
+            "Timeout while waiting for canceled buffer after timeout with strategy GrabStrategy_UpcomingImage.");
+    }
+    ClearOutputQueue();
+}
+
+void CGrabEngine::ClearOutputQueue() {
+    GenICam::AutoLock lock(m_queueLock);
+    m_outputQueue.clear();
+    m_skipped = 0;
+    m_resultObject.Reset();
+}
+
+bool CGrabEngine::TryTake(CQueueEntry& entry, std::uint64_t& skipped) {
+    GenICam::AutoLock lock(m_queueLock);
+    const bool found = !m_outputQueue.empty();
+    if (found) {
+        entry = std::move(m_outputQueue.front());
+        m_outputQueue.pop_front();
+    }
+    skipped = std::exchange(m_skipped, 0);
+    if (m_outputQueue.empty()) {
+        m_resultObject.Reset();
+    }
+    return found;
+}
+
+std::uint64_t CGrabEngine::GetNumReadyBuffers() const {
+    GenICam::AutoLock lock(m_queueLock);
+    return m_outputQueue.size();
+}
+
+std::uint64_t CGrabEngine::GetNumEmptyBuffers() const {
+    CLockGuard lock(GetBufferLock());
+    return m_bufferProvider.GetMaxItems() - std::min(m_bufferProvider.GetMaxItems(), m_bufferProvider.GetOutCount());
+}
+
+std::uint64_t CGrabEngine::GetOutputQueueSize() const {
+    GenICam::AutoLock lock(m_queueLock);
+    return IsGrabbing() ? m_outputQueue.capacity() : m_outputQueueSize;
+}
+
+void CGrabEngine::SetOutputQueueSize(std::uint64_t size) {
+    boost::circular_buffer<CQueueEntry> former(IsGrabbing() ? size : 0); // let go after the lock
+    GenICam::AutoLock lock(m_queueLock);
+    if (IsGrabbing()) {
+        const std::uint64_t left = std::min<std::uint64_t>(m_outputQueue.size(), size);
+        if (size < m_outputQueue.size()) {
+            m_skipped += m_outputQueue.size() - size;
+        }
+        std::move(m_outputQueue.end() - static_cast<std::ptrdiff_t>(left), m_outputQueue.end(),
+                  std::back_inserter(former));
+        m_outputQueue.swap(former);
+    }
+    m_outputQueueSize = size;
+}
+
+GenICam::GenericException CGrabEngine::GetException() const {
+    GenICam::AutoLock lock(m_exceptionLock);
+    return m_exception;
+}
+
+void CGrabEngine::LogCurrentException() const noexcept {
+    const auto* const camera = static_cast<const void*>(m_camera);
+    try {
+        throw;
+    } catch (const GenICam::GenericException& e) {
+        hxlog::LogTrace(CameraLogCategory(), hxlog::LogLevel_Error,
+                        "Camera %p: GenICam exception caught in grab engine thread, msg=%s", camera,
+                        e.GetDescription());
+    } catch (const std::exception& e) {
+        hxlog::LogTrace(CameraLogCategory(), hxlog::LogLevel_Error,
+                        "Camera %p: Std exception caught in grab engine thread, msg=%s", camera, e.what());
+    } catch (...) {
+        hxlog::LogTrace(CameraLogCategory(), hxlog::LogLevel_Error,
+                        "Camera %p: Unknown exception caught in grab engine thread", camera);
+    }
+}
+
+/// One of the GenICam family is kept as it is; else @p known, with its text, or @p unknown stands for it.
+void CGrabEngine::StoreCurrentException(const char* known, const char* unknown) noexcept {
+    try {
+        try {
+            throw;
+        } catch (const GenICam::GenericException& e) {
+            StoreException(e);
+        } catch (const std::exception& e) {
+            StoreException(GENERIC_EXCEPTION(known, e.what()));
+        } catch (...) {
+            StoreException(GENERIC_EXCEPTION("%s", unknown));
+        }
+    } catch (...) {
+        StoreException(m_outOfMemory);
+    }
+}
+
+void CGrabEngine::StoreException(const GenICam::GenericException& exception) noexcept {
+    GenICam::AutoLock lock(m_exceptionLock);
+    m_exception = exception;
+    m_exceptionRaised = true;
+}
+
+void CGrabEngine::SignalFailure() {
+    m_stopObject.Signal();
+    m_resultObject.Signal();
+}
+
+} // namespace Zelmo

@@ -1,0 +1,208 @@
+#include "ZelmoBase/camera/GrabSession.h"
+
+#include "ZelmoBase/camera/CameraLog.h"
+#include "ZelmoBase/camera/GrabResultDataImpl.h"
+#include "ZelmoBase/camera/GrabResultPtrImpl.h"
+#include "ZelmoBase/core/Guarded.h"
+#include "ZelmoBase/core/ScopeGuard.h"
+
+#include <Base/GCException.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace Zelmo {
+
+CGrabSession::CGrabSession(const CInstantCamera* camera, GenICam::CLock& cameraLock, IGrabSessionOwner& owner,
+                           IGrabEngineObserver& engineObserver)
+    : m_camera(camera), m_cameraLock(cameraLock), m_owner(owner), m_resultProvider(owner),
+      m_engine(camera, engineObserver) {}
+
+CGrabSession::~CGrabSession() {
+    Stop();
+}
+
+void CGrabSession::Start(IStreamGrabber* grabber, const CGrabSettings& settings) {
+    GenICam::AutoLock lock(m_cameraLock);
+    if (IsGrabbing()) {
+        throw RUNTIME_EXCEPTION("Grabbing has already been started.");
+    }
+    m_settings = settings;
+    m_imagesLeft = settings.maxImages;
+    m_imageNumber = 0;
+    m_countLimitActive = settings.maxImages != 0;
+    const bool counted = settings.strategy == GrabStrategy_OneByOne && m_countLimitActive;
+    const unsigned long buffers = counted ? std::min(settings.maxNumBuffer, settings.maxImages) : settings.maxNumBuffer;
+    m_engine.StartEngine(grabber, settings.strategy, buffers, settings.maxNumQueuedBuffer,
+                         counted ? settings.maxImages : 0, settings.announceAll, settings.payloadSize,
+                         settings.priority, settings.clearBuffers);
+    ScopeGuard stop([this] { Stop(); });
+    PrepareRetrieval(std::min(settings.maxNumGrabResults, buffers));
+    stop.Dismiss();
+}
+
+void CGrabSession::PrepareRetrieval(unsigned long results) {
+    if (!m_retrieveTimer.IsValid()) {
+        m_retrieveTimer.Create();
+    }
+    auto waitSet = std::make_shared<WaitObjects>();
+    waitSet->Add(m_engine.GetStopObject());
+    waitSet->Add(m_engine.GetResultObject());
+    waitSet->Add(m_retrieveTimer);
+    m_retrieveWaitSet = std::move(waitSet);
+    m_resultProvider.Reset();
+    m_resultProvider.SetMaxItems(results);
+    m_resultProvider.PrefillFree();
+}
+
+void CGrabSession::Stop() noexcept {
+    GenICam::AutoLock lock(m_cameraLock);
+    if (!IsGrabbing()) {
+        return;
+    }
+    m_engine.StopEngine();
+    ReleaseRecords();
+}
+
+/// Results that are held stay valid, and are destroyed when they come home.
+void CGrabSession::ReleaseRecords() noexcept {
+    RunLogged(CameraLogCategory(), "Exception caught while releasing allocated grab results, msg='%s'",
+              "Unknown exception caught while releasing allocated grab results.",
+              [this] { m_resultProvider.SetMaxItems(0); });
+}
+
+bool CGrabSession::IsGrabbing() const {
+    GenICam::AutoLock lock(m_cameraLock);
+    return m_engine.IsGrabbing();
+}
+
+bool CGrabSession::Retrieve(unsigned int timeoutMs, CGrabResultPtr& result, ETimeoutHandling handling) {
+    result.Release();
+    const std::shared_ptr<const WaitObjects> waitSet = BeginWait();
+    if (waitSet == nullptr) {
+        return false;
+    }
+    ScopeGuard endWait([this] {
+        GenICam::AutoLock lock(m_cameraLock);
+        m_waiterPresent = false;
+    });
+    const EOutcome outcome = Wait(*waitSet, timeoutMs);
+    if (outcome == Outcome_Stopped) {
+        ForwardEngineException();
+        return false;
+    }
+    bool countReached = false;
+    {
+        GenICam::AutoLock lock(m_cameraLock);
+        if (!IsGrabbing()) {
+            return false;
+        }
+        if (outcome == Outcome_Timeout) {
+            HandleTimeout(timeoutMs, handling);
+            return false;
+        }
+        TakeResult(result);
+        countReached = IsCountReached();
+    }
+    if (countReached) {
+        m_owner.StopGrabbing();
+    }
+    return result.IsValid();
+}
+
+/// @return what to wait for; null when no session runs.
+std::shared_ptr<const WaitObjects> CGrabSession::BeginWait() {
+    GenICam::AutoLock lock(m_cameraLock);
+    if (!IsGrabbing()) {
+        return nullptr;
+    }
+    if (m_waiterPresent) {
+        throw RUNTIME_EXCEPTION("There is already a thread waiting for a result.");
+    }
+    m_waiterPresent = true;
+    ScopeGuard endWait([this] { m_waiterPresent = false; });
+    if (m_settings.strategy == GrabStrategy_UpcomingImage) {
+        m_engine.RequestBuffer();
+    }
+    endWait.Dismiss();
+    return m_retrieveWaitSet;
+}
+
+/// Without the camera lock, so that a stop can end it.
+CGrabSession::EOutcome CGrabSession::Wait(const WaitObjects& objects, unsigned int timeoutMs) {
+    unsigned index = Outcome_Timeout;
+    const bool ready = objects.WaitForAny(0, &index);
+    if (ready && index < Outcome_Timeout) { // the timer may still be signaled from an earlier wait
+        return static_cast<EOutcome>(index);
+    }
+    if (timeoutMs == 0) {
+        return Outcome_Timeout;
+    }
+    m_retrieveTimer.Set(timeoutMs);
+    objects.WaitForAny(WaitTimeoutInfinite, &index);
+    if (index != Outcome_Timeout) {
+        m_retrieveTimer.Cancel();
+    }
+    return static_cast<EOutcome>(index);
+}
+
+void CGrabSession::HandleTimeout(unsigned int timeoutMs, ETimeoutHandling handling) {
+    if (timeoutMs != 0) {
+        hxlog::LogTrace(CameraLogCategory(), hxlog::LogLevel_Info,
+                        "Camera %p: Grab timed out. timeout=%u queued_buffers=%lu", static_cast<const void*>(m_camera),
+                        timeoutMs, static_cast<unsigned long>(m_engine.GetNumQueuedBuffers()));
+    }
+    m_engine.CancelUpcomingImage();
+    if (handling != TimeoutHandling_ThrowException) {
+        return;
+    }
+    if (m_settings.strategy != GrabStrategy_UpcomingImage && m_engine.GetNumQueuedBuffers() == 0) {
+        throw TIMEOUT_EXCEPTION("Grab timed out. No buffers are available for grabbing.");
+    }
+    throw TIMEOUT_EXCEPTION("Grab timed out.");
+}
+
+void CGrabSession::TakeResult(CGrabResultPtr& result) {
+    std::shared_ptr<CGrabResultData> record = TakeRecord();
+    CQueueEntry entry;
+    std::uint64_t skipped = 0;
+    if (!m_engine.TryTake(entry, skipped)) {
+        ForwardEngineException(); // a failing engine signals the result object
+        return;
+    }
+    CGrabResultData::CGrabResultDataImpl& data = *record->GetGrabResultDataImpl();
+    data.Fill(std::move(entry));
+    data.skippedImages = static_cast<std::int64_t>(skipped);
+    data.cameraContext = m_settings.cameraContext;
+    data.imageNumber = ++m_imageNumber;
+    result = CGrabResultPtrImpl(std::move(record));
+    if (m_countLimitActive && m_imagesLeft != 0) {
+        --m_imagesLeft;
+    }
+}
+
+std::shared_ptr<CGrabResultData> CGrabSession::TakeRecord() {
+    std::shared_ptr<CGrabResultData> record = m_resultProvider.GetItem();
+    if (record == nullptr) {
+        throw RUNTIME_EXCEPTION("Cannot retrieve grab result. The maximum number of available grab results (%d) has "
+                                "been reached. Check the MaxNumGrabResults setting of the camera object.",
+                                static_cast<int>(m_settings.maxNumGrabResults));
+    }
+    return record;
+}
+
+/// Without the exception of a failed engine, nothing happens.
+void CGrabSession::ForwardEngineException() {
+    if (!m_engine.IsExceptionRaised()) {
+        return;
+    }
+    const GenICam::GenericException exception = m_engine.GetException();
+    hxlog::LogTrace(CameraLogCategory(), hxlog::LogLevel_Error, "Camera %p: OnGrabError msg=%s",
+                    static_cast<const void*>(m_camera), exception.GetDescription());
+    m_owner.OnGrabError(exception.GetDescription());
+    RunLogged(CameraLogCategory(), "Exception caught while calling StopGrabbing, msg='%s'",
+              "Unknown exception caught while calling StopGrabbing.", [this] { m_owner.StopGrabbing(); });
+    throw exception; // NOLINT(cert-err60-cpp)
+}
+
+} // namespace Zelmo
