@@ -20,6 +20,12 @@ auto AllocateOrReport(Step&& step) {
     }
 }
 
+std::unique_ptr<CBufferData> MakeRecord(std::uint64_t sizeBytes) {
+    auto item = AllocateOrReport([] { return std::make_unique<CBufferData>(); });
+    item->sizeBytes = sizeBytes;
+    return item;
+}
+
 } // namespace
 
 CBufferDataFactory::CBufferDataFactory(std::uint64_t sizeBytes, std::shared_ptr<IBufferFactory> bufferFactory)
@@ -33,29 +39,17 @@ CBufferData* CBufferDataFactory::Create() {
 }
 
 CBufferData* CBufferDataFactory::CreateForeign() {
-    void* buffer = nullptr;
-    long context = 0;
-    m_bufferFactory->AllocateBuffer(m_sizeBytes, &buffer, context);
-    if (buffer == nullptr) {
-        return nullptr;
-    }
-    try {
-        return AllocateOrReport(
-            [&] { return new CBufferData{m_sizeBytes, buffer, context, true, nullptr, 0, nullptr}; });
-    } catch (...) {
-        m_bufferFactory->FreeBuffer(buffer, context);
-        throw;
-    }
+    auto item = MakeRecord(m_sizeBytes); // first: nothing can fail once the application has given memory
+    item->foreign = true;
+    m_bufferFactory->AllocateBuffer(m_sizeBytes, &item->buffer, item->context);
+    return item->buffer != nullptr ? item.release() : nullptr;
 }
 
 CBufferData* CBufferDataFactory::CreateOnHeap() {
-    return AllocateOrReport([this] {
-        auto item = std::make_unique<CBufferData>();
-        item->sizeBytes = m_sizeBytes;
-        item->buffer = ::operator new(m_sizeBytes);
-        item->context = reinterpret_cast<long>(item->buffer);
-        return item.release();
-    });
+    auto item = MakeRecord(m_sizeBytes);
+    item->buffer = AllocateOrReport([this] { return ::operator new(m_sizeBytes); });
+    item->context = reinterpret_cast<long>(item->buffer);
+    return item.release();
 }
 
 void CBufferDataFactory::Destroy(CBufferData* item) {

@@ -13,4 +13,13 @@ void LogReusableItemFailure(const std::exception_ptr& failure) noexcept {
     }
 }
 
+void TellReusableItemObserver(IReusableItemCacheObserver* observer,
+                              void (IReusableItemCacheObserver::*event)()) noexcept {
+    if (observer != nullptr) {
+        RunLogged(CameraLogCategory(), "Exception caught while telling that reusable items come or go, msg='%s'",
+                  "Unknown exception caught while telling that reusable items come or go.",
+                  [observer, event] { (observer->*event)(); });
+    }
+}
+
 } // namespace Zelmo

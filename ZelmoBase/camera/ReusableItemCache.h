@@ -1,10 +1,12 @@
 #pragma once
 
 #include "ZelmoBase/core/Mutex.h"
+#include "ZelmoBase/core/ScopeGuard.h"
 
 #include <boost/circular_buffer.hpp>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <exception>
 #include <memory>
@@ -13,6 +15,7 @@
 namespace Zelmo {
 
 /// Hears when a pool has items to give and when it has none left. Called with the pool's mutex held, on any thread.
+/// Should not throw: what is thrown is only logged.
 class IReusableItemCacheObserver {
 public:
     virtual void OnItemAvailable() = 0;
@@ -29,28 +32,35 @@ enum class EReuse {
 /// Logs why an item could not be destroyed, where nobody is left to be told; null is no failure.
 void LogReusableItemFailure(const std::exception_ptr& failure) noexcept;
 
+/// Calls @p event on @p observer, if there is one, and logs what it throws: no item may be lost on its way by that.
+void TellReusableItemObserver(IReusableItemCacheObserver* observer,
+                              void (IReusableItemCacheObserver::*event)()) noexcept;
+
 /// A pool of reusable items. Owned through shared pointers only: each item that is out holds one, so that it finds its
 /// way home however late it comes, and a pool that was given up (maximum 0) destroys what comes.
 ///
 /// Invariant: an item is free (in the free list), out (counted, owned by a shared pointer whose deleter gives it back)
-/// or destroyed. free + out exceeds the maximum only by items that were out when the maximum was lowered.
+/// or destroyed. free + out exceeds the maximum only by items that were out when the maximum was lowered. The free list
+/// has room for all items there are, free and out: it grows before an item is made, so that the way home needs no
+/// memory, and a maximum that nobody means to reach costs none.
 ///
 /// @tparam Factory a value with `Item* Create()`, null for "none now"; `void Destroy(Item*)`, after which the item is
 ///                 gone even if it throws; and `static void Recycle(Item&)`, which empties an item that comes home,
 ///                 without the mutex held, and throws nothing.
-/// Threads: any. Locks: the pool's own mutex, recursive since observers re-enter the pool; factory and observer are
-/// called with it held.
+/// Threads: any. Locks: the pool's own mutex, recursive since observers, and the application's code behind a factory,
+/// re-enter the pool; factory and observer are called with it held.
 template <typename Item, typename Factory>
 class CReusableItemCache {
 public:
     CReusableItemCache(std::uint64_t maximum, EReuse reuse, Factory factory)
-        : m_maximum(maximum), m_factory(std::move(factory)), m_reuse(reuse), m_free(maximum) {}
+        : m_maximum(maximum), m_factory(std::move(factory)), m_reuse(reuse) {}
     ~CReusableItemCache() { LogReusableItemFailure(DestroyFree(m_free.size())); }
     CReusableItemCache(const CReusableItemCache&) = delete;
     CReusableItemCache& operator=(const CReusableItemCache&) = delete;
 
     /// An item of @p cache, made now if no free one is left; null when the maximum is reached or the factory has none.
-    /// @throws what the factory throws, and std::bad_alloc for the pointer's control block; nothing is lost then.
+    /// @throws what the factory throws, and std::bad_alloc for a place in the free list and for the pointer's control
+    ///         block; nothing is lost then.
     static std::shared_ptr<Item> GetItem(const std::shared_ptr<CReusableItemCache>& cache) {
         Item* item = cache->TakeItem();
         // when the control block cannot be made, the pointer's constructor calls the deleter: the item goes home
@@ -58,15 +68,13 @@ public:
     }
 
     /// Free items beyond @p maximum are destroyed now, those that are out when they come home.
-    /// @throws the first that the factory throws, once all of them are destroyed; std::bad_alloc for a larger free
-    /// list.
+    /// @throws the first that the factory throws, once all is done; any others are logged.
     void SetMaxItems(std::uint64_t maximum) {
         CLockGuard lock(m_mutex);
         m_maximum = maximum;
         const std::uint64_t items = m_free.size() + m_out;
         const std::exception_ptr failure =
             items > maximum ? DestroyFree(std::min<std::uint64_t>(items - maximum, m_free.size())) : nullptr;
-        m_free.set_capacity(maximum);
         if (m_out >= maximum) {
             TellExhausted();
         }
@@ -81,7 +89,7 @@ public:
         m_observer = observer;
         if (m_out >= m_maximum) {
             TellExhausted();
-        } else if (m_maximum != 0) {
+        } else {
             TellAvailable();
         }
     }
@@ -92,14 +100,15 @@ public:
     }
 
     /// Makes items up to the maximum, fewer when the factory has no more; then tells the observer.
+    /// @throws what the factory throws, std::bad_alloc; what was made before is free then, and nobody is told.
     void PrefillFree() {
         CLockGuard lock(m_mutex);
         while (m_out + m_free.size() < m_maximum) {
-            Item* item = m_factory.Create();
+            Item* const item = Make();
             if (item == nullptr) {
                 break;
             }
-            m_free.push_back(item);
+            PutBack(item);
         }
         TellAvailable();
     }
@@ -116,6 +125,11 @@ public:
         CLockGuard lock(m_mutex);
         return m_free.size();
     }
+    /// How many more may be taken now: those that are free and those that may still be made.
+    std::uint64_t GetAvailableCount() const {
+        CLockGuard lock(m_mutex);
+        return m_maximum - std::min(m_maximum, m_out);
+    }
 
     EReuse GetReuse() const noexcept { return m_reuse; }
     CRecursiveMutex& GetMutex() const noexcept { return m_mutex; }
@@ -130,9 +144,6 @@ private:
     Item* TakeItem() {
         CLockGuard lock(m_mutex);
         Item* item = m_out < m_maximum ? TakeFreeOrMake() : nullptr;
-        if (item != nullptr) {
-            ++m_out;
-        }
         if (item == nullptr || m_out >= m_maximum) {
             TellExhausted();
         }
@@ -141,7 +152,7 @@ private:
 
     Item* TakeFreeOrMake() ZELMO_REQUIRES(m_mutex) {
         if (m_free.empty()) {
-            return m_factory.Create();
+            return Make();
         }
         Item* item = nullptr;
         if (m_reuse == EReuse::LastInFirstOut) {
@@ -151,30 +162,60 @@ private:
             item = m_free.front();
             m_free.pop_front();
         }
+        ++m_out;
         return item;
+    }
+
+    /// Counts the item as out before there is one, since the factory may take and drop items of this pool meanwhile.
+    Item* Make() ZELMO_REQUIRES(m_mutex) {
+        ReserveFree(m_free.size() + m_out + 1);
+        ++m_out;
+        ScopeGuard uncount([this]() ZELMO_NO_THREAD_SAFETY_ANALYSIS { --m_out; });
+        Item* const item = m_factory.Create();
+        if (item != nullptr) {
+            uncount.Dismiss();
+        }
+        return item;
+    }
+
+    void ReserveFree(std::size_t count) ZELMO_REQUIRES(m_mutex) {
+        if (m_free.capacity() < count) {
+            m_free.set_capacity(std::max(count, 2 * m_free.capacity()));
+        }
     }
 
     void GiveBack(Item* item) noexcept {
         Factory::Recycle(*item); // before the mutex: a result lets go of its buffer, which has a pool of its own
         CLockGuard lock(m_mutex);
-        --m_out;
-        if (m_out < m_maximum) {
-            m_free.push_back(item);
+        if (PutBack(item)) {
             TellAvailable();
-        } else {
-            LogReusableItemFailure(Destroy(item));
         }
     }
 
-    /// Destroys @p count free items, the last one first. @return the first failure, null for none.
+    /// Takes an item that is out back. @return whether it is free now; else it was destroyed.
+    bool PutBack(Item* item) noexcept ZELMO_REQUIRES(m_mutex) {
+        --m_out;
+        if (m_out < m_maximum) {
+            m_free.push_back(item);
+            return true;
+        }
+        LogReusableItemFailure(Destroy(item));
+        return false;
+    }
+
+    /// Destroys @p count free items, the last one first. @return the first failure, null for none; others are logged.
     std::exception_ptr
     DestroyFree(std::uint64_t count) noexcept ZELMO_NO_THREAD_SAFETY_ANALYSIS { // also the destructor's
         std::exception_ptr first;
-        for (; count > 0; --count) {
+        for (; count > 0 && !m_free.empty(); --count) { // the factory's code may take items meanwhile
             Item* item = m_free.back();
             m_free.pop_back();
-            const std::exception_ptr failure = Destroy(item);
-            first = first != nullptr ? first : failure;
+            std::exception_ptr failure = Destroy(item);
+            if (first == nullptr) {
+                first = std::move(failure);
+            } else {
+                LogReusableItemFailure(failure);
+            }
         }
         return first;
     }
@@ -188,16 +229,12 @@ private:
         }
     }
 
-    void TellAvailable() ZELMO_REQUIRES(m_mutex) {
-        if (m_observer != nullptr) {
-            m_observer->OnItemAvailable();
-        }
+    void TellAvailable() noexcept ZELMO_REQUIRES(m_mutex) {
+        TellReusableItemObserver(m_observer, &IReusableItemCacheObserver::OnItemAvailable);
     }
 
-    void TellExhausted() ZELMO_REQUIRES(m_mutex) {
-        if (m_observer != nullptr) {
-            m_observer->OnItemsExhausted();
-        }
+    void TellExhausted() noexcept ZELMO_REQUIRES(m_mutex) {
+        TellReusableItemObserver(m_observer, &IReusableItemCacheObserver::OnItemsExhausted);
     }
 
     mutable CRecursiveMutex m_mutex;
@@ -206,7 +243,7 @@ private:
     Factory m_factory ZELMO_GUARDED_BY(m_mutex);
     IReusableItemCacheObserver* m_observer ZELMO_GUARDED_BY(m_mutex) = nullptr;
     const EReuse m_reuse;
-    boost::circular_buffer<Item*> m_free ZELMO_GUARDED_BY(m_mutex); // capacity: the maximum
+    boost::circular_buffer<Item*> m_free ZELMO_GUARDED_BY(m_mutex); // capacity: at least free and out
 };
 
 } // namespace Zelmo

@@ -9,9 +9,10 @@ namespace Zelmo {
 /// Lets an application provide the memory that images are grabbed into. Implemented by the application.
 /// A factory outlives the session it serves by as long as the application holds results of it: it is needed until the
 /// last of its buffers was freed.
-/// Threads: AllocateBuffer on the thread that starts grabbing; FreeBuffer and DestroyBufferFactory on any thread that
-/// drops a result or stops grabbing. All are called with the lock of the buffer pool held, one at a time, and must not
-/// call back into the camera object.
+/// Threads: AllocateBuffer on the thread that starts grabbing and, where it gave no memory then, later again on any
+/// that moves buffers; FreeBuffer and DestroyBufferFactory on any that drops a result, or starts or stops grabbing.
+/// Those for the buffers of one session come one at a time, with the lock of their pool held; results that were kept
+/// from an earlier session may come home meanwhile. None of them may call back into the camera object.
 class ZELMO_API IBufferFactory {
 public:
     virtual ~IBufferFactory() = default;
