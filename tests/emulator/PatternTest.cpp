@@ -9,6 +9,7 @@
 #include <zlib.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -24,7 +25,7 @@ namespace {
 
 #include <DocumentedCheck.h> // the function IsIntact of docs/emulator.md
 
-constexpr CSensorResponse noiseFree{1.0, 0.0};
+constexpr CSensorResponse noiseFree{1.0, 0.0}, partlyClipped{2.0, 0.0};
 
 const CPixelFormat& FormatNamed(const std::string& name) {
     for (const CPixelFormat& format : PixelFormats())
@@ -101,6 +102,49 @@ TEST_P(PixelFormatTest, AllMemoryIsMadeBeforeDrawingAndItsLackIsOutlived) {
     }
 }
 
+// The sample, as a byte, that a pixel of @p pixels has by its name, seen in RGB: @p at is the pixel, @p even the one
+// that a pair begins with.
+using Rgb = std::array<double, 3>;
+double Expected(const std::string& pixels, const Rgb& at, const Rgb& even, unsigned x, unsigned y, unsigned channel) {
+    const double luma = 0.299 * at[0] + 0.587 * at[1] + 0.114 * at[2];
+    if (pixels.starts_with("Mono") || (pixels.starts_with("YCbCr") && channel == 0))
+        return luma;
+    if (pixels.starts_with("YCbCr")) {
+        const double evenLuma = 0.299 * even[0] + 0.587 * even[1] + 0.114 * even[2];
+        const double chroma = x % 2 == 0 ? (even[2] - evenLuma) / 1.772 : (even[0] - evenLuma) / 1.402;
+        return std::min(128 + chroma, 255.0);
+    }
+    const std::string order = "RGB";
+    char colour = pixels[channel];
+    if (pixels.starts_with("Bayer")) { // names the colours of the first two pixels; the next line has the rest
+        const char first = pixels[5], second = pixels[6], missing = first == 'B' || second == 'B' ? 'R' : 'B';
+        const std::string lines{first, second, first == 'G' ? missing : 'G', first == 'G' ? 'G' : missing};
+        colour = lines[y % 2 * 2 + x % 2];
+    }
+    return at[order.find(colour)];
+}
+
+TEST_P(PixelFormatTest, ImagesShowWhatTheyShowInRgb8) {
+    const CImageFormat format = Format(100, 41);
+    CImageFormat rgb = format;
+    rgb.pixels = &FormatNamed("RGB8");
+    const double perByte = ((1u << format.pixels->sampleBits) - 1) / 255.0;
+    for (unsigned image = 0; image < imageCount; ++image) {
+        const auto reference = Draw(rgb, static_cast<ETestImage>(image), 77, partlyClipped),
+                   bytes = Draw(format, static_cast<ETestImage>(image), 77, partlyClipped);
+        const ImageProbe probe(format, bytes), seen(rgb, reference);
+        const auto colour = [&](unsigned x, unsigned y) {
+            return Rgb{double(seen.At(x, y, 0)), double(seen.At(x, y, 1)), double(seen.At(x, y, 2))};
+        };
+        for (unsigned y = 1; y < format.height; ++y) // the first line may hold a record
+            for (unsigned x = 0; x < format.width; ++x)
+                for (unsigned c = 0; c < format.pixels->SamplesPerPixel(); ++c)
+                    ASSERT_NEAR(probe.At(x, y, c) / perByte,
+                                Expected(format.pixels->name, colour(x, y), colour(x & ~1u, y), x, y, c), 1.5)
+                        << "image " << image << " at " << x << "," << y << " channel " << c;
+    }
+}
+
 std::string FormatName(const ::testing::TestParamInfo<CPixelFormat>& format) {
     return format.param.name;
 }
@@ -161,10 +205,15 @@ INSTANTIATE_TEST_SUITE_P(
                       PixelCase{"RGB8", ETestImage::Black, 9, 9, {0, 0, 0}},
                       PixelCase{"RGB8", ETestImage::ColourBars, 330, 1, {255, 0, 0}}, // white yellow cyan green
                       PixelCase{"BGR8", ETestImage::ColourBars, 330, 1, {0, 0, 255}}, // magenta red blue black
+                      PixelCase{"RGB8", ETestImage::DiagonalColourGradientMoving, 40, 30, {140, 201, 29}},
+                      PixelCase{"YCbCr422_8", ETestImage::White, 3, 3, {255, 128}},
+                      PixelCase{"YCbCr422_8", ETestImage::ColourBars, 330, 1, {76, 85}}, // red: Y, Cb
+                      PixelCase{"YCbCr422_8", ETestImage::ColourBars, 331, 1, {76, 255}},
+                      PixelCase{"YCbCr422_8", ETestImage::ColourBars, 385, 1, {29, 107}}, // blue: Y, Cr
                       PixelCase{"BayerRG8", ETestImage::ColourBars, 330, 2, {255}},
                       PixelCase{"BayerRG8", ETestImage::ColourBars, 331, 2, {0}},
-                      PixelCase{"BayerRG8", ETestImage::ColourBars, 385, 3, {255}}, // blue
-                      PixelCase{"BayerRG8", ETestImage::ColourBars, 385, 2, {0}}));
+                      PixelCase{"BayerGB12", ETestImage::ColourBars, 385, 2, {4095}}, // blue
+                      PixelCase{"BayerGB12", ETestImage::ColourBars, 385, 3, {0}}));
 
 // ---- the scene
 

@@ -11,7 +11,8 @@ namespace {
 
 static_assert(std::endian::native == std::endian::little, "words are stored as the host has them");
 
-// Codes and names: PFNC.
+// Codes and names: PFNC, but for YCbCr422_8, which has the code of YUV422_8. Both have the same bytes, and many hosts,
+// the library of this plug-in among them, know the name by that code only.
 constexpr std::array formats{
     CPixelFormat{0x01080001, "Mono8", EPixelLayout::Mono, EPacking::Byte, 8},
     CPixelFormat{0x01100003, "Mono10", EPixelLayout::Mono, EPacking::Word, 10},
@@ -19,9 +20,17 @@ constexpr std::array formats{
     CPixelFormat{0x01100005, "Mono12", EPixelLayout::Mono, EPacking::Word, 12},
     CPixelFormat{0x010C0047, "Mono12p", EPixelLayout::Mono, EPacking::BitStream, 12},
     CPixelFormat{0x01100007, "Mono16", EPixelLayout::Mono, EPacking::Word, 16},
+    CPixelFormat{0x01080008, "BayerGR8", EPixelLayout::BayerGR, EPacking::Byte, 8},
     CPixelFormat{0x01080009, "BayerRG8", EPixelLayout::BayerRG, EPacking::Byte, 8},
+    CPixelFormat{0x0108000A, "BayerGB8", EPixelLayout::BayerGB, EPacking::Byte, 8},
+    CPixelFormat{0x0108000B, "BayerBG8", EPixelLayout::BayerBG, EPacking::Byte, 8},
+    CPixelFormat{0x01100010, "BayerGR12", EPixelLayout::BayerGR, EPacking::Word, 12},
+    CPixelFormat{0x01100011, "BayerRG12", EPixelLayout::BayerRG, EPacking::Word, 12},
+    CPixelFormat{0x01100012, "BayerGB12", EPixelLayout::BayerGB, EPacking::Word, 12},
+    CPixelFormat{0x01100013, "BayerBG12", EPixelLayout::BayerBG, EPacking::Word, 12},
     CPixelFormat{0x02180014, "RGB8", EPixelLayout::Rgb, EPacking::Byte, 8},
     CPixelFormat{0x02180015, "BGR8", EPixelLayout::Bgr, EPacking::Byte, 8},
+    CPixelFormat{0x02100032, "YCbCr422_8", EPixelLayout::YCbCr422, EPacking::Byte, 8},
 };
 
 // ITU-R BT.601 luma in 1/256.
@@ -39,6 +48,22 @@ std::uint16_t BayerSample(EPixelLayout layout, const CColour& c, unsigned x, uns
     if (place == red)
         return c.red;
     return place == (red ^ 3u) ? c.blue : c.green;
+}
+
+// Shares of red, green and blue in a byte, and the byte that black has: ITU-R BT.601, full range.
+struct CWeights {
+    float red, green, blue, zero;
+};
+constexpr CWeights yWeights{0.299F, 0.587F, 0.114F, 0};
+constexpr CWeights cbWeights{-0.168736F, -0.331264F, 0.5F, 128};
+constexpr CWeights crWeights{0.5F, -0.418688F, -0.081312F, 128};
+
+// The nearest byte, as a sample of 16 bits. It is never negative, but the purest blue and red come to 256.
+std::uint16_t WeighedByte(const CWeights& weights, const CColour& c) {
+    constexpr float stepsPerByte = 257;
+    const float sum = weights.red * c.red + weights.green * c.green + weights.blue * c.blue;
+    const float byte = std::min(sum / stepsPerByte + weights.zero + 0.5F, 255.0F);
+    return static_cast<std::uint16_t>(static_cast<int>(byte) << 8);
 }
 
 // Four samples at a time: they fill whole bytes in streams of 10 and of 12 bits.
@@ -76,9 +101,21 @@ void PutPixel(const CPixelFormat& format, const CColour& colour, unsigned x, uns
     case EPixelLayout::Bgr:
         samples[0] = colour.blue, samples[1] = colour.green, samples[2] = colour.red;
         break;
+    case EPixelLayout::YCbCr422:
+        samples[0] = WeighedByte(yWeights, colour);
+        if (x % 2 == 0) {
+            samples[1] = WeighedByte(cbWeights, colour);
+            samples[3] = WeighedByte(crWeights, colour);
+        }
+        break;
     default:
         samples[0] = BayerSample(format.layout, colour, x, y);
     }
+}
+
+void PutLine(const CPixelFormat& format, std::span<const CColour> colours, unsigned y, std::uint16_t* samples) {
+    for (unsigned x = 0; x < colours.size(); ++x)
+        PutPixel(format, colours[x], x, y, samples + std::size_t{x} * format.SamplesPerPixel());
 }
 
 void EncodeSamples(const CPixelFormat& format, std::span<const std::uint16_t> samples, std::uint8_t* bytes) {

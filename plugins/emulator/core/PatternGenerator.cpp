@@ -106,7 +106,7 @@ void CPatternGenerator::FillTable(ETestImage testImage) {
 template <typename ColourAt>
 void CPatternGenerator::RenderColumns(ColourAt colourAt, std::uint8_t* image) {
     const std::size_t lineBytes = m_format.BytesPerLine();
-    const unsigned kinds = m_format.pixels->IsBayer() ? 2 : 1;
+    const unsigned kinds = m_format.pixels->CellHeight();
     for (unsigned y = 0; y < std::min(kinds, m_format.height); ++y) {
         for (unsigned x = 0; x < m_format.width; ++x)
             PutPixel(*m_format.pixels, colourAt(x), x, y,
@@ -143,8 +143,9 @@ void CPatternGenerator::RenderScene(std::uint64_t blockId, const CSensorResponse
     }
 }
 
-// White digits in a black band across the middle, as large as the width allows. Black and white look the same in all
-// lines of a Bayer mosaic, so each row of the font is encoded once and copied. What does not fit is cut off.
+// White digits in a black band across the middle, as large as the width allows. Black and white have the same samples
+// at all places of a Bayer mosaic or a pair of pixels, so each row of the font is encoded once and copied. What does
+// not fit is cut off.
 void CPatternGenerator::DrawDigits(std::uint64_t number, std::uint8_t* image) {
     char text[20];
     const auto size = static_cast<unsigned>(std::to_chars(text, std::end(text), number).ptr - text);
@@ -152,22 +153,30 @@ void CPatternGenerator::DrawDigits(std::uint64_t number, std::uint8_t* image) {
     const unsigned bandHeight = std::min(m_format.height, (digitHeight + 2) * scale);
     const unsigned textWidth = size * digitPitch * scale;
     const unsigned left = m_format.width > textWidth ? (m_format.width - textWidth) / 2 : 0;
-    const unsigned perPixel = m_format.pixels->SamplesPerPixel();
     const std::size_t lineBytes = m_format.BytesPerLine();
     std::uint8_t* band = image + (m_format.height - bandHeight) / 2 * lineBytes;
 
     for (unsigned y = 0; y < bandHeight; ++y) {
-        const unsigned row = y / scale; // the first and the last one are a margin
         if (y % scale != 0) {
             std::memcpy(band + y * lineBytes, band + (y - 1) * lineBytes, lineBytes);
             continue;
         }
-        std::fill(m_samples.begin(), m_samples.end(), std::uint16_t{0});
+        const unsigned row = y / scale; // the first and the last one are a margin
+        PutRun(black, 0, m_format.width);
         for (unsigned x = left; x < std::min(left + textWidth, m_format.width); ++x)
             if (row >= 1 && row <= digitHeight && DigitPixel({text, size}, (x - left) / scale, row - 1))
-                std::fill_n(m_samples.begin() + std::ptrdiff_t{x} * perPixel, perPixel, std::uint16_t{65535});
+                PutRun(white, x, x + 1);
         EncodeLine(band + y * lineBytes);
     }
+}
+
+// Black or white pixels of a line, which have the same samples wherever they stand.
+void CPatternGenerator::PutRun(const CColour& colour, unsigned begin, unsigned end) {
+    std::array<std::uint16_t, 4> samples{};
+    PutPixel(*m_format.pixels, colour, 0, 0, samples.data());
+    const unsigned perPixel = m_format.pixels->SamplesPerPixel();
+    for (unsigned x = begin; x < end; ++x)
+        std::copy_n(samples.begin(), perPixel, m_samples.begin() + std::ptrdiff_t{x} * perPixel);
 }
 
 } // namespace CamEmu

@@ -48,6 +48,7 @@ private:
     void RenderDiagonal(unsigned phase, std::uint8_t* image) const;
     void RenderScene(std::uint64_t blockId, const CSensorResponse& response, std::uint8_t* image);
     void DrawDigits(std::uint64_t number, std::uint8_t* image);
+    void PutRun(const CColour& colour, unsigned begin, unsigned end);
     void EncodeLine(std::uint8_t* line) const { EncodeSamples(*m_format.pixels, m_samples, line); }
 
     const std::uint32_t m_cameraNumber;

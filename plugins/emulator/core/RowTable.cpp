@@ -12,8 +12,8 @@ void CRowTable::Reserve(const CImageFormat& format) {
 
 void CRowTable::Lay(const CImageFormat& format) {
     const unsigned bits = format.pixels->BitsPerPixel();
-    m_rows = format.pixels->IsBayer() ? 2 : 1;
-    m_shifts = std::lcm(8u / std::gcd(8u, bits), m_rows);
+    m_rows = format.pixels->CellHeight();
+    m_shifts = std::lcm(8u / std::gcd(8u, bits), format.pixels->CellWidth());
     m_pixels = format.width + period;
     m_bytesPerStep = std::size_t{m_shifts} * bits / 8;
     m_tableBytes = std::size_t{m_pixels} * bits / 8;

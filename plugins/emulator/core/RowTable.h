@@ -8,7 +8,7 @@
 namespace CamEmu {
 
 /// The ready-made bytes of all lines of a pattern that repeats along the line: a line that begins anywhere in the
-/// period is one copy out of the table. Formats whose pixels share bytes, or alternate in colour, have one copy of the
+/// period is one copy out of the table. Formats whose pixels share bytes, or alternate in meaning, have one copy of the
 /// table for each way in which a line can begin.
 class CRowTable {
 public:
@@ -44,7 +44,7 @@ private:
 
     unsigned m_pixels = 0;          // of one table: a line and one period
     unsigned m_rows = 1;            // lines that differ in colour order
-    unsigned m_shifts = 1;          // pixels after which a line begins on a byte, and with the same colour, again
+    unsigned m_shifts = 1;          // pixels after which a line begins on a byte, and with the same sample, again
     std::size_t m_bytesPerStep = 0; // of that many pixels
     std::size_t m_tableBytes = 0;
     std::vector<std::uint8_t> m_bytes;

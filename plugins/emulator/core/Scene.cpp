@@ -59,6 +59,12 @@ std::size_t NoiseStart(std::uint64_t blockId, unsigned y) {
     return (mixed >> 32) % noiseStarts;
 }
 
+// What the sensor answers with. Chroma cannot be lit or clipped, so formats that have it are made of the answer in RGB.
+const CPixelFormat& SensorFormat(const CPixelFormat& pixels) {
+    constexpr std::uint32_t rgb8 = 0x02180014;
+    return pixels.layout == EPixelLayout::YCbCr422 ? *FindPixelFormat(rgb8) : pixels;
+}
+
 } // namespace
 
 CSensorResponse SensorResponse(double exposureUs, double gainDb) {
@@ -69,30 +75,38 @@ CSensorResponse SensorResponse(double exposureUs, double gainDb) {
 void CScene::Configure(const CImageFormat& format) {
     m_format = format;
     m_noise = Noise().data();
-    const unsigned samples = format.pixels->SamplesPerPixel();
-    if (m_plateFormat != format.pixels) {
+    const CPixelFormat& sensor = SensorFormat(*format.pixels);
+    const unsigned samples = sensor.SamplesPerPixel();
+    if (m_plateFormat != &sensor) {
         m_plate.resize(std::size_t{tileSize} * tileSize * samples);
         for (unsigned y = 0; y < tileSize; ++y)
             for (unsigned x = 0; x < tileSize; ++x)
-                PutPixel(*format.pixels, TileColour(x, y), x, y,
-                         m_plate.data() + (std::size_t{y} * tileSize + x) * samples);
-        m_plateFormat = format.pixels; // only now: the memory may have been refused
+                PutPixel(sensor, TileColour(x, y), x, y, m_plate.data() + (std::size_t{y} * tileSize + x) * samples);
+        m_plateFormat = &sensor; // only now: the memory may have been refused
     }
+    m_colours.resize(&sensor == format.pixels ? 0 : format.width);
     m_light.resize(std::size_t{format.width} * samples);
     for (unsigned x = 0; x < format.width; ++x)
         std::fill_n(m_light.begin() + std::ptrdiff_t{x} * samples, samples, LightAt(format.offsetX + x, sensorWidth));
 }
 
-void CScene::RenderLine(std::uint64_t blockId, unsigned y, const CSensorResponse& response,
-                        std::uint16_t* samples) const {
-    const std::size_t tileLine = std::size_t{tileSize} * m_format.pixels->SamplesPerPixel();
+void CScene::RenderLine(std::uint64_t blockId, unsigned y, const CSensorResponse& response, std::uint16_t* samples) {
+    if (m_plateFormat == m_format.pixels)
+        return RenderSensorLine(blockId, y, response, samples);
+    RenderSensorLine(blockId, y, response, &m_colours.data()->red);
+    PutLine(*m_format.pixels, m_colours, y, samples);
+}
+
+void CScene::RenderSensorLine(std::uint64_t blockId, unsigned y, const CSensorResponse& response,
+                              std::uint16_t* samples) const {
+    const std::size_t tileLine = std::size_t{tileSize} * m_plateFormat->SamplesPerPixel();
     const unsigned sensorY = m_format.offsetY + y;
     const std::uint16_t* plate = m_plate.data() + sensorY % tileSize * tileLine;
     const float* noise = m_noise + NoiseStart(blockId, y);
     CSensorResponse lineResponse = response;
     lineResponse.brightness *= LightAt(sensorY, sensorHeight);
 
-    std::size_t inTile = m_format.offsetX % tileSize * m_format.pixels->SamplesPerPixel();
+    std::size_t inTile = m_format.offsetX % tileSize * m_plateFormat->SamplesPerPixel();
     for (std::size_t done = 0; done < m_light.size();) {
         const std::size_t count = std::min(tileLine - inTile, m_light.size() - done);
         RenderPiece(plate + inTile, m_light.data() + done, noise + done, count, lineResponse, samples + done);

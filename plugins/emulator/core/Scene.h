@@ -25,15 +25,18 @@ public:
     void Configure(const CImageFormat& format);
 
     /// The samples of one line of the window, clipped at full scale; as many as the window has in a line.
-    void RenderLine(std::uint64_t blockId, unsigned y, const CSensorResponse& response, std::uint16_t* samples) const;
+    void RenderLine(std::uint64_t blockId, unsigned y, const CSensorResponse& response, std::uint16_t* samples);
 
 private:
+    void RenderSensorLine(std::uint64_t blockId, unsigned y, const CSensorResponse& response,
+                          std::uint16_t* samples) const;
     void RenderPiece(const std::uint16_t* plate, const float* light, const float* noise, std::size_t count,
                      const CSensorResponse& response, std::uint16_t* samples) const;
 
     CImageFormat m_format;
-    std::vector<std::uint16_t> m_plate; // one tile of the plate, in the samples of the format
+    std::vector<std::uint16_t> m_plate; // one tile of the plate, in the samples of m_plateFormat
     const CPixelFormat* m_plateFormat = nullptr;
+    std::vector<CColour> m_colours; // of one line, for a format that the plate is not in
     const float* m_noise = nullptr; // the same for all scenes
     std::vector<float> m_light;     // along a line, for each sample
 };
