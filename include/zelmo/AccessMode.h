@@ -9,9 +9,10 @@ namespace Zelmo {
 
 /// Ways in which a device can be opened. The values are positions in an AccessModeSet, not masks.
 enum EDeviceAccessMode {
-    Control = 1, ///< Read and write the camera's registers. Taken by every open but a monitoring one.
-    Stream = 3,  ///< Receive images.
-    Event = 4    ///< Receive event messages besides the images.
+    Control = 1,   ///< Read and write the camera's registers. Taken by every open but a monitoring one.
+    Exclusive = 2, ///< Control, and nobody else may have the device open meanwhile. Not used by this library.
+    Stream = 3,    ///< Receive images.
+    Event = 4      ///< Receive event messages besides the images.
 };
 
 /// A set of access modes: what a device is to be opened for, or is open for. One word, copied freely.

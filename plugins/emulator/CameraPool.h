@@ -1,5 +1,6 @@
 #pragma once
 
+#include "CameraLink.h"
 #include "core/Camera.h"
 
 #include <atomic>
@@ -13,8 +14,8 @@ struct CPoolCamera {
     explicit CPoolCamera(std::uint32_t number) : camera(number) {}
 
     CCamera camera;
-    std::atomic<bool> isControlled = false; ///< some device object is open with control
-    std::atomic<bool> isStreaming = false;  ///< some stream grabber is open
+    CCameraLink link{camera};
+    std::atomic<bool> isStreaming = false; ///< some stream grabber is open
 };
 
 inline constexpr std::size_t maxCameras = 256;

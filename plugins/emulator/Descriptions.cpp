@@ -46,4 +46,9 @@ NodeMapPtr MakeStreamNodeMap(GenApi::IPort& port) {
     return MakeNodeMap(factory, port);
 }
 
+NodeMapPtr MakeConnectionNodeMap(GenApi::IPort& port) {
+    static GenApi::CNodeMapFactory factory = MakeFactory(connectionDescription);
+    return MakeNodeMap(factory, port);
+}
+
 } // namespace CamEmu

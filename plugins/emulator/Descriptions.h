@@ -7,9 +7,10 @@
 
 namespace CamEmu {
 
-/// The names of the two descriptions: the camera's features, the stream grabber's parameters.
+/// The names of the descriptions: the camera's features, the stream grabber's parameters, those of the connection.
 inline constexpr std::string_view cameraDescription = "CamEmu";
 inline constexpr std::string_view streamDescription = "CamEmuStream";
+inline constexpr std::string_view connectionDescription = "CamEmuConnection";
 
 /// The XML text of a description, as it was built in.
 std::string_view DescriptionText(std::string_view name);
@@ -24,5 +25,6 @@ using NodeMapPtr = std::unique_ptr<GenApi::INodeMap, CNodeMapDeleter>;
 /// @throws GenICam::RuntimeException
 NodeMapPtr MakeCameraNodeMap(GenApi::IPort& port);
 NodeMapPtr MakeStreamNodeMap(GenApi::IPort& port);
+NodeMapPtr MakeConnectionNodeMap(GenApi::IPort& port);
 
 } // namespace CamEmu

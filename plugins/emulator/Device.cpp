@@ -32,32 +32,37 @@ Zelmo::CDeviceInfo DescribeCamera(CCamera& camera) {
 }
 
 CDevice::CDevice(CPoolCamera& camera, Zelmo::ITransportLayer& transportLayer)
-    : m_camera(camera), m_transportLayer(transportLayer), m_info(DescribeCamera(camera.camera)), m_port(camera.camera),
-      m_grabber(camera, [this] { InvalidateLock(); }) {}
+    : m_camera(camera), m_transportLayer(transportLayer), m_info(DescribeCamera(camera.camera)), m_port(camera.link),
+      m_connectionPort([this](std::int64_t address) { return ConnectionValue(address); }),
+      m_connectionMap(MakeConnectionNodeMap(m_connectionPort)), m_grabber(camera, [this] { InvalidateLock(); }),
+      m_watch(*this, m_info.GetFullName().c_str()) {}
 
 CDevice::~CDevice() {
     Close();
 }
 
 void CDevice::Open(Zelmo::AccessModeSet modes) {
-    const Zelmo::String_t name = m_info.GetFullName();
     if (m_isOpen)
-        throw LOGICAL_ERROR_EXCEPTION("Cannot open device '%s': it is open already.", name.c_str());
-    const bool control = modes.test(Zelmo::Control);
-    if (control && m_camera.isControlled.exchange(true))
-        throw RUNTIME_EXCEPTION("Cannot open device '%s' for control: another device object controls it.",
-                                name.c_str());
+        throw LOGICAL_ERROR_EXCEPTION("Cannot open device '%s': it is open already.", m_info.GetFullName().c_str());
+    if (modes.test(Zelmo::Exclusive))
+        modes.set(Zelmo::Control);
     try {
-        m_port.SetAccessMode(control ? GenApi::RW : GenApi::RO);
-        m_nodeMap = AtBoundary("open the device", [this] { return MakeCameraNodeMap(m_port); });
+        AtBoundary("open the device", [&] { Connect(modes); });
     } catch (...) {
-        if (control)
-            m_camera.isControlled = false;
+        m_camera.link.Leave(*this);
+        m_watch.Stop();
         throw;
     }
     m_modes = modes;
     m_isOpen = true;
     m_grabber.Permit(modes.test(Zelmo::Stream));
+}
+
+void CDevice::Connect(Zelmo::AccessModeSet modes) {
+    m_watch.Start(); // first: the cable may be pulled as soon as it is in use
+    m_camera.link.Admit({this, modes, &m_watch});
+    m_port.Open(modes.test(Zelmo::Control) ? GenApi::RW : GenApi::RO);
+    m_nodeMap = MakeCameraNodeMap(m_port);
 }
 
 void CDevice::Close() {
@@ -68,8 +73,8 @@ void CDevice::Close() {
     if (HasControl())
         m_camera.camera.Stream().StopAcquisition();
     m_nodeMap.reset();
-    if (HasControl())
-        m_camera.isControlled = false;
+    m_camera.link.Leave(*this);
+    m_watch.Stop();
     m_modes.reset();
     m_isOpen = false;
 }
@@ -79,20 +84,17 @@ Zelmo::IStreamGrabber* CDevice::GetStreamGrabber(std::size_t index) {
 }
 
 Zelmo::DeviceCallbackHandle CDevice::RegisterRemovalCallback(Zelmo::DeviceRemovalCallback& callback) {
-    const std::lock_guard lock(m_callbackLock);
-    AtBoundary("register a removal callback", [&] { m_callbacks.emplace(++m_lastCallback, callback); });
-    return m_lastCallback;
+    return AtBoundary("register a removal callback", [&] { return m_watch.Add(callback); });
 }
 
 void CDevice::DeregisterRemovalCallback(Zelmo::DeviceCallbackHandle handle) {
-    const std::lock_guard lock(m_callbackLock);
-    m_callbacks.erase(handle);
+    m_watch.Remove(handle);
 }
 
 void CDevice::GetDescription(Zelmo::String_t& url, Zelmo::String_t& bytes) {
-    if (!m_isOpen)
-        throw RUNTIME_EXCEPTION("Cannot read the description of device '%s': it is closed.",
-                                m_info.GetFullName().c_str());
+    if (!m_isOpen || IsRemoved())
+        throw RUNTIME_EXCEPTION("Cannot read the description of device '%s': it %s.", m_info.GetFullName().c_str(),
+                                m_isOpen ? "was removed" : "is closed");
     AtBoundary("read the description", [&] {
         const std::string_view text = DescriptionText(cameraDescription);
         Zelmo::String_t document(text.data(), text.size());
@@ -104,14 +106,25 @@ void CDevice::GetDescription(Zelmo::String_t& url, Zelmo::String_t& bytes) {
 // The lock itself is read anew each time, since another device object may stream; but the application may have
 // callbacks on what it decides.
 void CDevice::InvalidateLock() noexcept {
-    try {
-        m_nodeMap->GetNode("TLParamsLockedReg")->InvalidateNode();
-    } catch (const std::exception& e) {
-        hxlog::LogTrace(LogCategory(), hxlog::LogLevel_Error, "Device '%s': exception in a node callback: %s",
-                        m_info.GetFullName().c_str(), e.what());
-    } catch (...) {
-        hxlog::LogTrace(LogCategory(), hxlog::LogLevel_Error, "Device '%s': unknown exception in a node callback.",
-                        m_info.GetFullName().c_str());
+    RunLogged(m_info.GetFullName().c_str(), "a node callback",
+              [this] { m_nodeMap->GetNode("TLParamsLockedReg")->InvalidateNode(); });
+}
+
+// The addresses are those of CamEmuConnection.xml.
+std::uint64_t CDevice::ConnectionValue(std::int64_t address) const {
+    switch (address) {
+    case 0x00:
+        return static_cast<std::uint64_t>(m_camera.link.StatusFor(*this));
+    case 0x10:
+        return m_port.Reads().all;
+    case 0x18:
+        return m_port.Reads().failed;
+    case 0x20:
+        return m_port.Writes().all;
+    case 0x28:
+        return m_port.Writes().failed;
+    default:
+        ThrowNoNumber(address);
     }
 }
 

@@ -2,13 +2,14 @@
 
 #include "CameraPool.h"
 #include "Descriptions.h"
+#include "NumberPort.h"
 #include "RegisterPort.h"
+#include "RemovalWatch.h"
 #include "StreamGrabber.h"
 
 #include <zelmo/Device.h>
 
-#include <map>
-#include <mutex>
+#include <cstdint>
 
 namespace CamEmu {
 
@@ -19,17 +20,20 @@ inline constexpr const char* deviceClass = "HarlixCamEmu";
 Zelmo::CDeviceInfo DescribeCamera(CCamera& camera);
 
 /// One application's handle on an emulated camera. Opened for Control it owns the camera's registers: a second such
-/// opening is refused, in the whole process; without Control they can be read only. Closing stops the acquisition.
-/// Owns:    the node map with its port, the stream grabber.
+/// opening is refused, in the whole process; without Control they can be read only. Closing what has control stops the
+/// acquisition.
+/// Owns:    the node maps with their ports, the stream grabber, the watch for removals.
 /// Borrows: the pool camera, which outlives everything.
-/// Threads: one at a time, but for the removal callbacks: any.
-class CDevice final : public Zelmo::IZelmoDevice, public Zelmo::IDescriptionSource {
+/// Threads: one at a time, but for the removal callbacks, IsRemoved and what is read through node maps: any.
+class CDevice final : public Zelmo::IZelmoDevice, public Zelmo::IZelmoDevicePrivate, public Zelmo::IDescriptionSource {
 public:
     CDevice(CPoolCamera& camera, Zelmo::ITransportLayer& transportLayer);
     ~CDevice();
 
+    /// Exclusive includes Control.
     /// @throws GenICam::LogicalErrorException when it is open already
-    /// @throws GenICam::RuntimeException      when somebody else controls the camera
+    /// @throws GenICam::AccessException       when somebody else has the camera open in a way that excludes this one
+    /// @throws GenICam::RuntimeException      when the camera was removed, or what opening needs cannot be made
     void Open(Zelmo::AccessModeSet modes) override;
     void Close() override;
     bool IsOpen() const override { return m_isOpen; }
@@ -40,8 +44,8 @@ public:
     Zelmo::IStreamGrabber* GetStreamGrabber(std::size_t index) override;
     Zelmo::IEventGrabber* GetEventGrabber() override { return nullptr; }
     GenApi::INodeMap* GetNodeMap() override { return m_nodeMap.get(); }
-    GenApi::INodeMap* GetTLNodeMap() override { return nullptr; }
-    bool IsRemoved() const override { return false; }
+    GenApi::INodeMap* GetTLNodeMap() override { return m_connectionMap.get(); }
+    bool IsRemoved() const override { return m_watch.IsLost(); }
     Zelmo::ITransportLayer* GetTransportLayer() const override { return &m_transportLayer; }
     Zelmo::IEventAdapter* CreateEventAdapter() override { return nullptr; }
     void DestroyEventAdapter(Zelmo::IEventAdapter*) override {}
@@ -50,11 +54,17 @@ public:
     Zelmo::DeviceCallbackHandle RegisterRemovalCallback(Zelmo::DeviceRemovalCallback& callback) override;
     void DeregisterRemovalCallback(Zelmo::DeviceCallbackHandle handle) override;
 
+    void* GetNativeHandle() const override { return nullptr; }
+    Zelmo::String_t GetChunkNodeMapDescription() const override { return {}; }
+    bool IsChunkNodeMapDescriptionAvailable() const override { return false; }
+
     void GetDescription(Zelmo::String_t& url, Zelmo::String_t& bytes) override;
 
 private:
+    void Connect(Zelmo::AccessModeSet modes);
     bool HasControl() const { return m_modes.test(Zelmo::Control); }
     void InvalidateLock() noexcept;
+    std::uint64_t ConnectionValue(std::int64_t address) const;
 
     CPoolCamera& m_camera;
     Zelmo::ITransportLayer& m_transportLayer;
@@ -63,10 +73,10 @@ private:
     Zelmo::AccessModeSet m_modes;
     CRegisterPort m_port;
     NodeMapPtr m_nodeMap; // while open
+    CNumberPort m_connectionPort;
+    NodeMapPtr m_connectionMap; // always there
     CStreamGrabber m_grabber;
-    std::mutex m_callbackLock; // guards the two below
-    Zelmo::DeviceCallbackHandle m_lastCallback = 0;
-    std::map<Zelmo::DeviceCallbackHandle, Zelmo::DeviceRemovalCallback> m_callbacks; // an emulated camera never leaves
+    CRemovalWatch m_watch;
 };
 
 } // namespace CamEmu

@@ -1,5 +1,6 @@
 #include "RegisterPort.h"
 
+#include "Boundary.h"
 #include "Descriptions.h"
 
 #include <Base/GCException.h>
@@ -12,6 +13,18 @@ namespace CamEmu {
 namespace {
 
 constexpr std::int64_t descriptionAddress = 0x100000;
+constexpr std::int64_t removalAddress = 0x200000; // SimulateRemoval in CamEmu.xml
+
+template <class Operation>
+void Counted(CRegisterPort::CCount& count, Operation operation) {
+    ++count.all;
+    try {
+        operation();
+    } catch (...) {
+        ++count.failed;
+        throw;
+    }
+}
 
 void Check(EAccessResult result, const char* attempt, std::int64_t address, std::int64_t length) {
     const auto from = static_cast<unsigned long long>(address);
@@ -39,25 +52,62 @@ bool IsInDescription(std::int64_t address, std::int64_t length, std::size_t size
            address - descriptionAddress <= static_cast<std::int64_t>(size) - length;
 }
 
+bool IsOne(const void* bytes, std::int64_t length) {
+    std::uint32_t value = 0;
+    if (length != sizeof value)
+        return false;
+    std::memcpy(&value, bytes, sizeof value);
+    return value == 1;
+}
+
+// Reaches the camera with an operation that gives an EAccessResult.
+template <class Operation>
+void Access(CCameraLink& link, const char* attempt, std::int64_t address, std::int64_t length, Operation operation) {
+    EAccessResult result = EAccessResult::Ok;
+    if (!link.Access([&](CCamera& camera) { result = operation(camera); }))
+        throw RUNTIME_EXCEPTION("Cannot %s %lld bytes at 0x%llX: the camera was removed.", attempt,
+                                static_cast<long long>(length), static_cast<unsigned long long>(address));
+    Check(result, attempt, address, length);
+}
+
 } // namespace
 
+void CRegisterPort::Open(GenApi::EAccessMode mode) {
+    m_accessMode = mode;
+    for (CCount* const count : {&m_reads, &m_writes})
+        count->all = count->failed = 0;
+}
+
 void CRegisterPort::Read(void* bytes, std::int64_t address, std::int64_t length) {
-    const std::string_view text = DescriptionText(cameraDescription);
-    if (IsInDescription(address, length, text.size())) {
-        std::memcpy(bytes, text.data() + (address - descriptionAddress), static_cast<std::size_t>(length));
-        return;
-    }
-    // a negative length or address is beyond all registers
-    Check(m_camera.Read(static_cast<std::uint64_t>(address), bytes, static_cast<std::size_t>(length)), "read", address,
-          length);
+    Counted(m_reads, [&] {
+        Access(m_link, "read", address, length, [&](CCamera& camera) {
+            const std::string_view text = DescriptionText(cameraDescription);
+            if (IsInDescription(address, length, text.size())) {
+                std::memcpy(bytes, text.data() + (address - descriptionAddress), static_cast<std::size_t>(length));
+                return EAccessResult::Ok;
+            }
+            // a negative length or address is beyond all registers
+            return camera.Read(static_cast<std::uint64_t>(address), bytes, static_cast<std::size_t>(length));
+        });
+    });
 }
 
 void CRegisterPort::Write(const void* bytes, std::int64_t address, std::int64_t length) {
-    if (m_accessMode != GenApi::RW)
-        throw ACCESS_EXCEPTION("Cannot write %lld bytes at 0x%llX: the device was opened without control.",
-                               static_cast<long long>(length), static_cast<unsigned long long>(address));
-    Check(m_camera.Write(static_cast<std::uint64_t>(address), bytes, static_cast<std::size_t>(length)), "write",
-          address, length);
+    Counted(m_writes, [&] {
+        if (m_accessMode != GenApi::RW)
+            throw ACCESS_EXCEPTION("Cannot write %lld bytes at 0x%llX: the device was opened without control.",
+                                   static_cast<long long>(length), static_cast<unsigned long long>(address));
+        Access(m_link, "write", address, length, [&](CCamera& camera) {
+            if (address == removalAddress)
+                return IsOne(bytes, length) ? EAccessResult::Ok : EAccessResult::InvalidValue;
+            // only AcquisitionStart throws: image files that it is to show may be missing or broken
+            return AtBoundary("start the acquisition", [&] {
+                return camera.Write(static_cast<std::uint64_t>(address), bytes, static_cast<std::size_t>(length));
+            });
+        });
+        if (address == removalAddress)
+            m_link.Pull();
+    });
 }
 
 std::string CRegisterPort::DescriptionUrl() {

@@ -8,9 +8,6 @@
 #include <GenApi/Pointer.h>
 #include <zelmo/PixelType.h>
 
-#include <algorithm>
-#include <cstring>
-
 namespace CamEmu {
 
 namespace {
@@ -51,19 +48,6 @@ void FillStatus(const CFrame& frame, Zelmo::GrabResult& result) {
 
 } // namespace
 
-void CStreamPort::Read(void* bytes, std::int64_t address, std::int64_t length) {
-    if (length != 4 && length != 8)
-        throw RUNTIME_EXCEPTION("Cannot read %lld bytes: the stream grabber has registers of 4 and 8 bytes.",
-                                static_cast<long long>(length));
-    const std::uint64_t value = m_grabber.RegisterValue(address);
-    std::memcpy(bytes, &value, static_cast<std::size_t>(length));
-}
-
-void CStreamPort::Write(const void*, std::int64_t address, std::int64_t) {
-    throw ACCESS_EXCEPTION("Cannot write at 0x%llX: the registers of the stream grabber are read only.",
-                           static_cast<unsigned long long>(address));
-}
-
 CStreamGrabber::CStreamGrabber(CPoolCamera& camera, std::function<void()> lockChanged)
     : m_camera(camera), m_lockChanged(std::move(lockChanged)), m_nodeMap(MakeStreamNodeMap(m_port)),
       m_wait(Zelmo::WaitObjectEx::Create()) {}
@@ -77,6 +61,7 @@ void CStreamGrabber::Open() {
         throw LOGICAL_ERROR_EXCEPTION("Cannot open the stream grabber: it is open already.");
     if (!m_isPermitted)
         throw LOGICAL_ERROR_EXCEPTION("Cannot open the stream grabber: the device was not opened for streaming.");
+    RequireReachable("open the stream grabber");
     if (m_camera.isStreaming.exchange(true))
         throw RUNTIME_EXCEPTION("Cannot open the stream grabber: the images of camera %s go to another one.",
                                 m_camera.camera.Text(Reg::serialNumber).c_str());
@@ -96,6 +81,7 @@ void CStreamGrabber::Close() {
         m_results.clear();
         m_wait.Reset();
         m_buffers.clear();
+        m_away = 0;
         m_state = EState::Closed;
     }
     m_camera.isStreaming = false;
@@ -106,15 +92,18 @@ bool CStreamGrabber::IsOpen() const {
 }
 
 Zelmo::StreamBufferHandle CStreamGrabber::RegisterBuffer(void* buffer, std::size_t sizeBytes) {
-    const std::size_t needed = MaxBufferSize();
     const std::lock_guard lock(m_lock);
     if (m_state != EState::Prepared && m_state != EState::Streaming)
         throw LOGICAL_ERROR_EXCEPTION("Cannot register a buffer: PrepareGrab was not called.");
     if (!buffer)
         throw INVALID_ARGUMENT_EXCEPTION("Cannot register a buffer: the pointer is null.");
-    if (sizeBytes < needed)
+    if (sizeBytes < m_maxBufferSize)
         throw INVALID_ARGUMENT_EXCEPTION("Cannot register a buffer of %zu bytes: MaxBufferSize promises %zu.",
-                                         sizeBytes, needed);
+                                         sizeBytes, m_maxBufferSize);
+    if (m_buffers.size() >= m_maxBuffers)
+        throw LOGICAL_ERROR_EXCEPTION("Cannot register a buffer: MaxNumBuffer promises %zu, and as many are "
+                                      "registered.",
+                                      m_maxBuffers);
     auto* const handle = reinterpret_cast<Zelmo::StreamBufferHandle>(++m_lastHandle);
     CBuffer& registered = AtBoundary("register a buffer", [&]() -> CBuffer& {
         m_camera.camera.Stream().Reserve(m_buffers.size() + 1);
@@ -135,9 +124,11 @@ void* CStreamGrabber::DeregisterBuffer(Zelmo::StreamBufferHandle handle) {
 }
 
 void CStreamGrabber::PrepareGrab() {
-    const std::size_t promised = MaxBufferSize();
+    const std::size_t promised = Promise("MaxBufferSize");
+    const std::size_t maxBuffers = Promise("MaxNumBuffer");
     if (State() != EState::Open)
         throw LOGICAL_ERROR_EXCEPTION("Cannot prepare the grab: the stream grabber is closed, or prepared already.");
+    RequireReachable("prepare the grab");
     const CImageFormat format = m_camera.camera.LockFormat();
     if (promised < format.PayloadSize()) {
         m_camera.camera.UnlockFormat();
@@ -148,6 +139,8 @@ void CStreamGrabber::PrepareGrab() {
     {
         const std::lock_guard lock(m_lock);
         m_format = format;
+        m_maxBufferSize = promised;
+        m_maxBuffers = maxBuffers;
         m_state = EState::Prepared;
     }
     m_lockChanged();
@@ -158,6 +151,7 @@ bool CStreamGrabber::IsStreaming() const {
 }
 
 void CStreamGrabber::StartStreaming() {
+    RequireReachable("start streaming");
     CImageFormat format;
     {
         const std::lock_guard lock(m_lock);
@@ -175,6 +169,7 @@ void CStreamGrabber::StopStreaming() {
         return;
     m_camera.camera.Stream().Stop();
     const std::lock_guard lock(m_lock);
+    m_counters = m_camera.camera.Stream().Counters();
     m_state = EState::Prepared;
 }
 
@@ -184,9 +179,9 @@ void CStreamGrabber::FinishGrab() {
         const std::lock_guard lock(m_lock);
         if (m_state == EState::Streaming)
             throw LOGICAL_ERROR_EXCEPTION("Cannot finish the grab: streaming was not stopped.");
-        if (const std::size_t away = CountAway())
+        if (m_away > 0)
             throw LOGICAL_ERROR_EXCEPTION("Cannot finish the grab: %zu buffers are queued or were not retrieved.",
-                                          away);
+                                          m_away);
         m_buffers.clear();
     }
     ReleaseFormat();
@@ -198,6 +193,7 @@ void CStreamGrabber::QueueBuffer(Zelmo::StreamBufferHandle handle, void* context
     buffer.context = context;
     m_camera.camera.Stream().Queue({buffer.memory, &buffer});
     buffer.state = CBuffer::EState::Queued;
+    ++m_away;
 }
 
 void CStreamGrabber::FlushBuffers() {
@@ -207,7 +203,7 @@ void CStreamGrabber::FlushBuffers() {
 
 std::size_t CStreamGrabber::GetNumQueuedBuffers() const {
     const std::lock_guard lock(m_lock);
-    return CountAway();
+    return m_away;
 }
 
 bool CStreamGrabber::RetrieveResult(Zelmo::GrabResult& result) {
@@ -220,6 +216,7 @@ bool CStreamGrabber::RetrieveResult(Zelmo::GrabResult& result) {
         m_wait.Reset();
     auto& buffer = *static_cast<CBuffer*>(frame.buffer.context);
     buffer.state = CBuffer::EState::Idle;
+    --m_away;
 
     result = {};
     result.context = buffer.context;
@@ -253,8 +250,14 @@ CStreamGrabber::EState CStreamGrabber::State() const {
     return m_state;
 }
 
-std::size_t CStreamGrabber::MaxBufferSize() const {
-    return static_cast<std::size_t>(GenApi::CIntegerPtr(m_nodeMap->GetNode("MaxBufferSize"))->GetValue());
+void CStreamGrabber::RequireReachable(const char* attempt) const {
+    if (m_camera.link.IsPulled())
+        throw RUNTIME_EXCEPTION("Cannot %s: camera %s was removed.", attempt,
+                                m_camera.camera.Text(Reg::serialNumber).c_str());
+}
+
+std::size_t CStreamGrabber::Promise(const char* parameter) const {
+    return static_cast<std::size_t>(GenApi::CIntegerPtr(m_nodeMap->GetNode(parameter))->GetValue());
 }
 
 void CStreamGrabber::ReleaseFormat() {
@@ -268,12 +271,6 @@ void CStreamGrabber::ReleaseFormat() {
     m_lockChanged();
 }
 
-std::size_t CStreamGrabber::CountAway() const {
-    return static_cast<std::size_t>(std::count_if(m_buffers.begin(), m_buffers.end(), [](const auto& entry) {
-        return entry.second.state != CBuffer::EState::Idle;
-    }));
-}
-
 CStreamGrabber::CBuffer& CStreamGrabber::IdleBuffer(Zelmo::StreamBufferHandle handle, const char* attempt) {
     const auto found = m_buffers.find(handle);
     if (found == m_buffers.end())
@@ -285,14 +282,35 @@ CStreamGrabber::CBuffer& CStreamGrabber::IdleBuffer(Zelmo::StreamBufferHandle ha
     return found->second;
 }
 
+std::uint64_t CStreamGrabber::ImageSize() const {
+    std::uint64_t size = 0;
+    if (!m_camera.link.Access([&](CCamera& camera) { size = camera.PayloadSize(); }))
+        throw RUNTIME_EXCEPTION("Cannot read PayloadSize: the camera was removed.");
+    return size;
+}
+
 // The addresses are those of CamEmuStream.xml.
 std::uint64_t CStreamGrabber::RegisterValue(std::int64_t address) const {
-    const CStreamCounters counters = m_camera.camera.Stream().Counters();
+    if (address == 0x00)
+        return ImageSize();
+    const std::lock_guard lock(m_lock);
     switch (address) {
-    case 0x00:
-        return m_camera.camera.PayloadSize();
     case 0x08:
-        return State() == EState::Prepared || State() == EState::Streaming;
+        return m_state == EState::Prepared || m_state == EState::Streaming;
+    case 0x40:
+        return m_buffers.size();
+    case 0x48:
+        return m_away - m_results.size();
+    case 0x50:
+        return m_results.size();
+    default:
+        return FrameCount(address);
+    }
+}
+
+std::uint64_t CStreamGrabber::FrameCount(std::int64_t address) const {
+    const CStreamCounters counters = m_state == EState::Streaming ? m_camera.camera.Stream().Counters() : m_counters;
+    switch (address) {
     case 0x10:
         return counters.begun;
     case 0x18:
@@ -301,9 +319,12 @@ std::uint64_t CStreamGrabber::RegisterValue(std::int64_t address) const {
         return counters.lost;
     case 0x28:
         return counters.failed;
+    case 0x30:
+        return counters.underruns;
+    case 0x38:
+        return counters.delivered + counters.failed;
     default:
-        throw RUNTIME_EXCEPTION("Cannot read at 0x%llX: the stream grabber has no such register.",
-                                static_cast<unsigned long long>(address));
+        ThrowNoNumber(address);
     }
 }
 

@@ -2,8 +2,8 @@
 
 #include "CameraPool.h"
 #include "Descriptions.h"
+#include "NumberPort.h"
 
-#include <GenApi/PortImpl.h>
 #include <zelmo/StreamGrabber.h>
 #include <zelmo/WaitObject.h>
 
@@ -16,21 +16,6 @@
 #include <unordered_map>
 
 namespace CamEmu {
-
-class CStreamGrabber;
-
-/// The stream grabber's own parameters as registers, read only; CamEmuStream.xml describes them.
-class CStreamPort : public GenApi::CPortImpl {
-public:
-    explicit CStreamPort(const CStreamGrabber& grabber) : m_grabber(grabber) {}
-
-    GenApi::EAccessMode GetAccessMode() const override { return GenApi::RO; }
-    void Read(void* bytes, std::int64_t address, std::int64_t length) override;
-    void Write(const void* bytes, std::int64_t address, std::int64_t length) override;
-
-private:
-    const CStreamGrabber& m_grabber;
-};
 
 /// Hands the frames of a camera's stream out as grab results. The features that decide the size of an image are locked
 /// from PrepareGrab to FinishGrab.
@@ -65,8 +50,6 @@ public:
     GenApi::INodeMap* GetNodeMap() override;
 
 private:
-    friend class CStreamPort;
-
     enum class EState { Closed, Open, Prepared, Streaming };
 
     /// A buffer that was registered. It goes Idle → Queued (with the stream) → Ready (among the results) → Idle; only
@@ -82,22 +65,28 @@ private:
 
     void OnFrame(const CFrame& frame) noexcept override;
     EState State() const;
-    std::size_t MaxBufferSize() const;
+    void RequireReachable(const char* attempt) const;
+    std::size_t Promise(const char* parameter) const;
     void ReleaseFormat();
-    std::size_t CountAway() const;
     CBuffer& IdleBuffer(Zelmo::StreamBufferHandle handle, const char* attempt);
+    std::uint64_t ImageSize() const;
     std::uint64_t RegisterValue(std::int64_t address) const;
+    std::uint64_t FrameCount(std::int64_t address) const;
 
     CPoolCamera& m_camera;
     const std::function<void()> m_lockChanged;
     bool m_isPermitted = false;
-    CStreamPort m_port{*this};
+    CNumberPort m_port{[this](std::int64_t address) { return RegisterValue(address); }};
     NodeMapPtr m_nodeMap;
     mutable Zelmo::WaitObjectEx m_wait; // signaled exactly while m_results is not empty
 
     mutable std::mutex m_lock; // guards all below
     EState m_state = EState::Closed;
-    CImageFormat m_format; // from PrepareGrab to FinishGrab
+    CImageFormat m_format; // from PrepareGrab to FinishGrab, like the next two
+    std::size_t m_maxBufferSize = 0;
+    std::size_t m_maxBuffers = 0;
+    std::size_t m_away = 0;     // buffers that are queued, or ready and not retrieved
+    CStreamCounters m_counters; // of the last streaming that was stopped
     std::uintptr_t m_lastHandle = 0;
     std::unordered_map<Zelmo::StreamBufferHandle, CBuffer> m_buffers;
     boost::circular_buffer<CFrame> m_results; // room for every registered buffer

@@ -63,7 +63,7 @@ int CTransportLayer::EnumerateDevices(Zelmo::DeviceInfoList& list, bool addToLis
     if (!addToList)
         list.clear();
     return AtBoundary("enumerate the emulated cameras", [&] {
-        const Cameras present = PresentCameras();
+        const Cameras present = LookForCameras();
         for (CPoolCamera* const camera : present)
             list.push_back(DescribeCamera(camera->camera));
         return static_cast<int>(present.size());
@@ -77,12 +77,12 @@ int CTransportLayer::EnumerateDevices(Zelmo::DeviceInfoList& list, const Zelmo::
 }
 
 Zelmo::IZelmoDevice* CTransportLayer::CreateDevice(const Zelmo::CDeviceInfo& info) {
-    return AtBoundary("create the device", [&] { return new CDevice(TheOne(info), *this); });
+    return AtBoundary("create the device", [&] { return new CDevice(TheOne(LookForCameras(), info), *this); });
 }
 
 Zelmo::IZelmoDevice* CTransportLayer::CreateFirstDevice(const Zelmo::CDeviceInfo& info) {
     return AtBoundary("create the device", [&] {
-        const Cameras found = Matching(info);
+        const Cameras found = Matching(LookForCameras(), info);
         if (found.empty())
             throw RUNTIME_EXCEPTION("%s", noDevice);
         return new CDevice(*found.front(), *this);
@@ -111,13 +111,15 @@ void CTransportLayer::DestroyDevice(Zelmo::IZelmoDevice* device) {
 
 bool CTransportLayer::IsDeviceAccessible(const Zelmo::CDeviceInfo& info, Zelmo::AccessModeSet modes,
                                          Zelmo::EDeviceAccessiblityInfo* accessibilityInfo) {
-    const CPoolCamera& camera =
-        AtBoundary("tell whether the device is accessible", [&]() -> CPoolCamera& { return TheOne(info); });
-    const bool inUse =
-        (modes.test(Zelmo::Control) && camera.isControlled) || (modes.test(Zelmo::Stream) && camera.isStreaming);
-    if (accessibilityInfo)
-        *accessibilityInfo = inUse ? Zelmo::DeviceAccessibility_InUse : Zelmo::DeviceAccessibility_Ok;
-    return !inUse;
+    return AtBoundary("tell whether the device is accessible", [&] {
+        const CPoolCamera& camera = TheOne(KnownCameras(), info);
+        Zelmo::EDeviceAccessiblityInfo found = camera.link.LookUp(modes);
+        if (found == Zelmo::DeviceAccessibility_Ok && modes.test(Zelmo::Stream) && camera.isStreaming)
+            found = Zelmo::DeviceAccessibility_InUse;
+        if (accessibilityInfo)
+            *accessibilityInfo = found;
+        return found == Zelmo::DeviceAccessibility_Ok;
+    });
 }
 
 std::size_t CTransportLayer::GetPrivateProperty(int id, void* data, std::size_t sizeBytes) const {
@@ -133,30 +135,36 @@ void CTransportLayer::SetPrivateProperty(int id, const void* data, std::size_t s
         m_isAdmitted = *static_cast<const std::uint8_t*>(data) == 1;
 }
 
-// The cameras that count as present under the global filter.
-CTransportLayer::Cameras CTransportLayer::PresentCameras() const {
+// The cameras that exist under the global filter.
+CTransportLayer::Cameras CTransportLayer::KnownCameras() const {
     const Zelmo::DeviceInfoList* const filter = Zelmo::GetGlobalDeviceFilterInstance();
     if (!filter)
         return m_cameras;
-    Cameras present;
+    Cameras known;
     if (!m_isAdmitted)
-        return present;
+        return known;
     for (CPoolCamera* const camera : m_cameras) {
         const Zelmo::CDeviceInfo info = DescribeCamera(camera->camera);
         if (std::any_of(filter->begin(), filter->end(), [&](const auto& entry) { return info.IsSubset(entry); }))
-            present.push_back(camera);
+            known.push_back(camera);
     }
+    return known;
+}
+
+// Those that answer. One that was removed is back as soon as nobody holds it any more.
+CTransportLayer::Cameras CTransportLayer::LookForCameras() const {
+    Cameras present = KnownCameras();
+    std::erase_if(present, [](CPoolCamera* camera) { return !camera->link.Restore(); });
     return present;
 }
 
-CTransportLayer::Cameras CTransportLayer::Matching(const Zelmo::CDeviceInfo& pattern) const {
-    Cameras found = PresentCameras();
-    std::erase_if(found, [&](CPoolCamera* camera) { return !Matches(DescribeCamera(camera->camera), pattern); });
-    return found;
+CTransportLayer::Cameras CTransportLayer::Matching(Cameras cameras, const Zelmo::CDeviceInfo& pattern) {
+    std::erase_if(cameras, [&](CPoolCamera* camera) { return !Matches(DescribeCamera(camera->camera), pattern); });
+    return cameras;
 }
 
-CPoolCamera& CTransportLayer::TheOne(const Zelmo::CDeviceInfo& pattern) const {
-    const Cameras found = Matching(pattern);
+CPoolCamera& CTransportLayer::TheOne(const Cameras& cameras, const Zelmo::CDeviceInfo& pattern) {
+    const Cameras found = Matching(cameras, pattern);
     if (found.empty())
         throw RUNTIME_EXCEPTION("%s", noDevice);
     if (found.size() > 1)

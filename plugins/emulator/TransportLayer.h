@@ -17,7 +17,7 @@ Zelmo::CTlInfo DescribeTransportLayer();
 /// Offers as many cameras as ZELMO_CAMEMU told when it was made; of these, where ZELMO_DEVICE_FILTER is set, the ones
 /// that it lets pass, and none at all when it does not admit the device class.
 /// Owns:    the default interface, which gives enumeration its filter and order.
-/// Threads: any; the list of cameras never changes.
+/// Threads: any; the list of cameras never changes, but those that were removed are left out.
 class CTransportLayer final : public Zelmo::ITransportLayer, public Zelmo::ITransportLayerPrivate {
 public:
     CTransportLayer();
@@ -48,9 +48,10 @@ private:
         void operator()(Zelmo::CDefaultInterface* interface) const { interface->Delete(); }
     };
 
-    Cameras PresentCameras() const;
-    Cameras Matching(const Zelmo::CDeviceInfo& pattern) const;
-    CPoolCamera& TheOne(const Zelmo::CDeviceInfo& pattern) const;
+    Cameras KnownCameras() const;
+    Cameras LookForCameras() const;
+    static Cameras Matching(Cameras cameras, const Zelmo::CDeviceInfo& pattern);
+    static CPoolCamera& TheOne(const Cameras& cameras, const Zelmo::CDeviceInfo& pattern);
 
     Cameras m_cameras;
     std::atomic<int> m_references = 0;

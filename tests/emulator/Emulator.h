@@ -12,6 +12,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <deque>
 #include <memory>
@@ -105,11 +106,12 @@ private:
 /// One session of a stream grabber with buffers of its own, from Open to Close.
 class Session {
 public:
-    Session(Camera& camera, std::size_t buffers) : m_grabber(camera.Grabber()) {
+    /// Registers @p buffers; there may be @p announced of them.
+    Session(Camera& camera, std::size_t buffers, std::size_t announced = 0) : m_grabber(camera.Grabber()) {
         m_grabber.Open();
         const auto size = static_cast<std::size_t>(Parameter("PayloadSize"));
         SetParameter("MaxBufferSize", static_cast<std::int64_t>(size));
-        SetParameter("MaxNumBuffer", static_cast<std::int64_t>(buffers));
+        SetParameter("MaxNumBuffer", static_cast<std::int64_t>(std::max(buffers, announced)));
         m_grabber.PrepareGrab();
         for (std::size_t i = 0; i < buffers; ++i) {
             m_memory.emplace_back(size);

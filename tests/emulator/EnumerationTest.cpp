@@ -3,6 +3,7 @@
 #include <fakes/Failure.h>
 #include <fakes/LogRecorder.h>
 
+#include <cstdio>
 #include <set>
 
 using namespace Emulator;
@@ -116,22 +117,51 @@ TEST(UserDefinedNameTest, IsShownByEnumerationAndSurvivesResetAndTermination) {
     Camera("0815-0000").Set("DeviceUserID", "");
 }
 
-TEST(AccessTest, OnlyOneMayControlTheCamera) {
+/// The modes that one device object holds and a second one wants, whether it gets them, and how it sees the camera.
+struct Admission {
+    Zelmo::AccessModeSet holds, wants;
+    bool isAdmitted;
+    const char* status;
+};
+
+class AdmissionTest : public ::testing::TestWithParam<Admission> {};
+
+TEST_P(AdmissionTest, DependsOnTheModesAndIsForetold) {
     Library library("2");
     auto& factory = Zelmo::CTlFactory::GetInstance();
+    DevicePtr first = Create(), second = Create();
+    const GenApi::CValuePtr status = second->GetTLNodeMap()->GetNode("DeviceAccessStatus");
+    first->Open(GetParam().holds);
+    const bool isAdmitted = GetParam().isAdmitted;
     Zelmo::EDeviceAccessiblityInfo reason = Zelmo::DeviceAccessibility_Unknown;
-    {
-        Camera first;
-        DevicePtr second = Create();
-        EXPECT_THROW(second->Open(Zelmo::Control), GenICam::RuntimeException);
-        EXPECT_FALSE(second->IsOpen());
-        EXPECT_FALSE(factory.IsDeviceAccessible(Pattern("0815-0000"), Zelmo::Control, &reason));
-        EXPECT_EQ(reason, Zelmo::DeviceAccessibility_InUse);
-        EXPECT_TRUE(factory.IsDeviceAccessible(Pattern("0815-0001"), Zelmo::Control, nullptr));
+    EXPECT_EQ(factory.IsDeviceAccessible(Pattern("0815-0000"), GetParam().wants, &reason), isAdmitted);
+    EXPECT_EQ(reason, isAdmitted ? Zelmo::DeviceAccessibility_Ok : Zelmo::DeviceAccessibility_InUse);
+    EXPECT_TRUE(factory.IsDeviceAccessible(Pattern("0815-0001"), Zelmo::Exclusive, nullptr)) << "another camera";
+    EXPECT_EQ(status->ToString(), GetParam().status);
+    const auto open = [&] { second->Open(GetParam().wants); };
+    const std::string failure = Fakes::FailureOf<GenICam::AccessException>(open);
+    EXPECT_EQ(failure == "nothing raised", isAdmitted);
+    EXPECT_EQ(second->IsOpen(), isAdmitted);
+    if (!isAdmitted) {
+        char holder[32];
+        std::snprintf(holder, sizeof holder, "device object %p", static_cast<void*>(first.get()));
+        EXPECT_NE(failure.find("'HarlixCamEmu 0815-0000'"), std::string::npos) << failure;
+        EXPECT_NE(failure.find(holder), std::string::npos) << failure;
+        first->Close();
+        EXPECT_NO_THROW(open()) << "nobody stands in the way any more";
     }
-    EXPECT_TRUE(factory.IsDeviceAccessible(Pattern("0815-0000"), Zelmo::Control, &reason));
-    EXPECT_EQ(reason, Zelmo::DeviceAccessibility_Ok);
+    const bool controls = second->AccessMode().test(Zelmo::Control);
+    EXPECT_EQ(status->ToString(), controls ? "OpenReadWrite" : "OpenReadOnly");
+    EXPECT_EQ(GenApi::IsWritable(second->GetNodeMap()->GetNode("Width")), controls);
 }
+INSTANTIATE_TEST_SUITE_P(All, AdmissionTest,
+                         ::testing::Values(Admission{Zelmo::Control, Zelmo::Control, false, "ReadOnly"},
+                                           Admission{Zelmo::Control, Zelmo::Stream, true, "ReadOnly"},
+                                           Admission{Zelmo::Control, Zelmo::Exclusive, false, "ReadOnly"},
+                                           Admission{Zelmo::Stream, Zelmo::Control, true, "ReadWrite"},
+                                           Admission{{}, Zelmo::Exclusive, false, "ReadWrite"},
+                                           Admission{Zelmo::Exclusive, {}, false, "Busy"},
+                                           Admission{Zelmo::Exclusive, Zelmo::Control, false, "Busy"}));
 
 TEST(AccessTest, WithoutControlTheCameraCanBeReadOnly) {
     Library library("1");
@@ -144,7 +174,7 @@ TEST(AccessTest, WithoutControlTheCameraCanBeReadOnly) {
     EXPECT_THROW(monitor->GetStreamGrabber(0)->Open(), GenICam::LogicalErrorException);
     monitor->Close();
     EXPECT_TRUE(owner.IsWritable("Width"));
-    EXPECT_THROW(Create()->Open(Zelmo::Control), GenICam::RuntimeException) << "the owner still controls it";
+    EXPECT_THROW(Create()->Open(Zelmo::Control), GenICam::AccessException) << "the owner still controls it";
 }
 
 TEST(AccessTest, ClosingTwiceIsHarmlessAndOpeningTwiceIsNot) {

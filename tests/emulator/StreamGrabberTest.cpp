@@ -1,6 +1,7 @@
 #include "Emulator.h"
 #include "ScarceMemory.h"
 
+#include <fakes/Failure.h>
 #include <zelmo/Device.h>
 
 #include <atomic>
@@ -103,6 +104,8 @@ TEST_F(StreamGrabberTest, LimitedRateLosesFramesForWantOfABufferAndCountsThem) {
     End(session);
     EXPECT_EQ(session.Parameter("StreamDeliveredFrameCount"), 4);
     EXPECT_EQ(session.Parameter("StreamStartedFrameCount"), 4 + session.Parameter("StreamLostFrameCount"));
+    EXPECT_LE(session.Parameter("Statistic_Buffer_Underrun_Count"), session.Parameter("StreamLostFrameCount"));
+    EXPECT_GE(session.Parameter("Statistic_Buffer_Underrun_Count"), 10);
 }
 
 TEST_F(StreamGrabberTest, SomeFramesEndByThemselves) {
@@ -210,13 +213,58 @@ TEST_F(StreamGrabberTest, BuffersTooSmallAreRefusedBeforeAnythingIsDrawn) {
     EXPECT_THROW(session.SetParameter("MaxBufferSize", 1), GenICam::AccessException);
 }
 
+TEST_F(StreamGrabberTest, NoMoreBuffersAreTakenThanMaxNumBufferPromises) {
+    Session session(m_camera, 2);
+    std::vector<std::uint8_t> memory(64 * 64);
+    const auto add = [&] { session->RegisterBuffer(memory.data(), memory.size()); };
+    EXPECT_EQ(Fakes::FailureOf<GenICam::LogicalErrorException>(add),
+              "Cannot register a buffer: MaxNumBuffer promises 2, and as many are registered.");
+    EXPECT_EQ(session.Parameter("StreamAnnouncedBufferCount"), 2);
+    session->DeregisterBuffer(session.Handle(0));
+    EXPECT_NO_THROW(add()) << "registered only while queued";
+    EXPECT_THROW(session.SetParameter("MaxNumBuffer", 3), GenICam::AccessException);
+}
+
+TEST_F(StreamGrabberTest, StatisticsTellWhereBuffersAndImagesAreAndStayOverTheEnd) {
+    m_camera.Set("AcquisitionMode", "MultiFrame");
+    m_camera.Set("AcquisitionFrameCount", "3");
+    Session session(m_camera, 5);
+    session->StartStreaming();
+    session.QueueAll();
+    EXPECT_EQ(session.Parameter("StreamInputBufferCount"), 5);
+    m_camera.Execute("AcquisitionStart");
+    while (session.Parameter("StreamOutputBufferCount") < 3)
+        std::this_thread::yield();
+    session.Take();
+    session->FlushBuffers(); // nothing was begun in what it cancels
+    const auto expectFrames = [&] {
+        for (const auto& [name, count] :
+             {std::pair{"StreamStartedFrameCount", 3}, std::pair{"StreamDeliveredFrameCount", 3},
+              std::pair{"Statistic_Total_Buffer_Count", 3}, std::pair{"StreamLostFrameCount", 0},
+              std::pair{"Statistic_Buffer_Underrun_Count", 0}, std::pair{"StreamIncompleteFrameCount", 0}})
+            EXPECT_EQ(session.Parameter(name), count) << name;
+    };
+    expectFrames();
+    EXPECT_EQ(session.Parameter("StreamInputBufferCount"), 0);
+    EXPECT_EQ(session.Parameter("StreamOutputBufferCount"), 4);
+    End(session);
+    session->Close();
+    m_camera.Device().Close();
+    expectFrames();
+    Camera other; // streams the same camera: that is not counted here
+    Session another(other, 1);
+    another->StartStreaming();
+    expectFrames();
+    EXPECT_EQ(another.Parameter("StreamStartedFrameCount"), 0);
+}
+
 TEST_F(StreamGrabberTest, LackOfMemoryIsToldAsAnyFailureAndCanBeOutlived) {
     auto& factory = Zelmo::CTlFactory::GetInstance();
     Zelmo::ITransportLayer* const tl = factory.CreateTl(deviceClass);
     Zelmo::DeviceInfoList list;
     Zelmo::CDeviceInfo pattern = Pattern("0815-0001");
     Zelmo::IZelmoDevice* device = nullptr;
-    Session session(m_camera, 1);
+    Session session(m_camera, 1, 2);
     std::vector<std::uint8_t> memory(64 * 64);
     const std::pair<const char*, std::function<void()>> operations[] = {
         {"enumerate", [&] { tl->EnumerateDevices(list, false); }},
@@ -241,7 +289,7 @@ TEST_F(StreamGrabberTest, LackOfMemoryIsToldAsAnyFailureAndCanBeOutlived) {
 }
 
 TEST_F(StreamGrabberTest, BuffersComeAndGoWhileStreaming) {
-    Session session(m_camera, 1);
+    Session session(m_camera, 1, 2);
     session->StartStreaming();
     m_camera.Execute("AcquisitionStart");
     for (int i = 0; i < 200; ++i) {

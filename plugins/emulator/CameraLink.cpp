@@ -1,0 +1,88 @@
+#include "CameraLink.h"
+
+#include "RemovalWatch.h"
+#include "core/RegisterMap.h"
+
+#include <Base/GCException.h>
+
+#include <algorithm>
+#include <string>
+
+namespace CamEmu {
+
+namespace {
+
+bool Exclude(Zelmo::AccessModeSet a, Zelmo::AccessModeSet b) {
+    return a.test(Zelmo::Exclusive) || b.test(Zelmo::Exclusive) || (a.test(Zelmo::Control) && b.test(Zelmo::Control));
+}
+
+std::string NamesOf(Zelmo::AccessModeSet modes) {
+    std::string names;
+    for (const auto& [mode, name] : {std::pair{Zelmo::Exclusive, "Exclusive"}, std::pair{Zelmo::Control, "Control"},
+                                     std::pair{Zelmo::Stream, "Stream"}, std::pair{Zelmo::Event, "Event"}})
+        if (modes.test(mode))
+            names += (names.empty() ? "" : "|") + std::string(name);
+    return names.empty() ? "nothing but reading" : names;
+}
+
+} // namespace
+
+void CCameraLink::Admit(const CHolder& holder) {
+    const std::lock_guard lock(m_lock);
+    const Zelmo::String_t name = holder.device->GetDeviceInfo().GetFullName();
+    if (m_isPulled)
+        throw RUNTIME_EXCEPTION("Cannot open device '%s': it was removed, and is not back yet.", name.c_str());
+    if (const CHolder* const other = FindObstacle(holder.modes))
+        throw ACCESS_EXCEPTION("Cannot open device '%s' for %s: device object %p of this process has it open for %s.",
+                               name.c_str(), NamesOf(holder.modes).c_str(), static_cast<const void*>(other->device),
+                               NamesOf(other->modes).c_str());
+    m_holders.push_back(holder);
+}
+
+void CCameraLink::Leave(const Zelmo::IZelmoDevice& device) noexcept {
+    const std::lock_guard lock(m_lock);
+    std::erase_if(m_holders, [&](const CHolder& holder) { return holder.device == &device; });
+}
+
+Zelmo::EDeviceAccessiblityInfo CCameraLink::LookUp(Zelmo::AccessModeSet modes) const {
+    const std::lock_guard lock(m_lock);
+    if (m_isPulled)
+        return Zelmo::DeviceAccessibility_NotReachable;
+    return FindObstacle(modes) ? Zelmo::DeviceAccessibility_InUse : Zelmo::DeviceAccessibility_Ok;
+}
+
+EAccessStatus CCameraLink::StatusFor(const Zelmo::IZelmoDevice& device) const {
+    const std::lock_guard lock(m_lock);
+    if (m_isPulled)
+        return EAccessStatus::NoAccess;
+    const auto own = std::find_if(m_holders.begin(), m_holders.end(),
+                                  [&](const CHolder& holder) { return holder.device == &device; });
+    if (own != m_holders.end())
+        return own->modes.test(Zelmo::Control) ? EAccessStatus::OpenReadWrite : EAccessStatus::OpenReadOnly;
+    if (!FindObstacle(Zelmo::Control))
+        return EAccessStatus::ReadWrite;
+    return FindObstacle({}) ? EAccessStatus::Busy : EAccessStatus::ReadOnly;
+}
+
+void CCameraLink::Pull() {
+    const std::lock_guard lock(m_lock);
+    m_isPulled = true;
+    m_camera.Stream().StopAcquisition();
+    for (const CHolder& holder : m_holders)
+        holder.watch->LinkLost();
+}
+
+bool CCameraLink::Restore() {
+    const std::lock_guard lock(m_lock);
+    if (m_holders.empty())
+        m_isPulled = false;
+    return !m_isPulled;
+}
+
+const CCameraLink::CHolder* CCameraLink::FindObstacle(Zelmo::AccessModeSet modes) const {
+    const auto found = std::find_if(m_holders.begin(), m_holders.end(),
+                                    [&](const CHolder& holder) { return Exclude(holder.modes, modes); });
+    return found == m_holders.end() ? nullptr : &*found;
+}
+
+} // namespace CamEmu

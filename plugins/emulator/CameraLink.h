@@ -1,0 +1,75 @@
+#pragma once
+
+#include "core/Camera.h"
+
+#include <zelmo/Device.h>
+
+#include <atomic>
+#include <cstdint>
+#include <mutex>
+#include <utility>
+#include <vector>
+
+namespace CamEmu {
+
+class CRemovalWatch;
+
+/// How a camera looks to one device object: values of DeviceAccessStatus in CamEmuConnection.xml.
+enum class EAccessStatus : std::uint32_t {
+    ReadWrite = 1, ///< closed, and could be opened for Control
+    ReadOnly,      ///< could be opened without Control
+    NoAccess,      ///< removed
+    Busy,          ///< could not be opened
+    OpenReadWrite, ///< open through this device object
+    OpenReadOnly
+};
+
+/// The emulated cable of a camera: who has the camera open through it, in this process, and whether it is plugged in.
+/// Pulled, it stays out until nobody has the camera open any more and somebody looks for cameras.
+/// Threads: any.
+/// Locks:   m_lock, taken before the camera's and the removal watches'.
+class CCameraLink {
+public:
+    /// A device object that has the camera open.
+    struct CHolder {
+        const Zelmo::IZelmoDevice* device;
+        Zelmo::AccessModeSet modes;
+        CRemovalWatch* watch; ///< is told when the cable is pulled
+    };
+
+    explicit CCameraLink(CCamera& camera) : m_camera(camera) {}
+
+    /// @throws GenICam::AccessException  when another holder excludes these modes; the text names it.
+    /// @throws GenICam::RuntimeException while the cable is pulled.
+    void Admit(const CHolder& holder);
+    void Leave(const Zelmo::IZelmoDevice& device) noexcept; ///< Ignores who is no holder.
+
+    /// Ok, InUse or NotReachable: whether Admit would let these modes pass.
+    Zelmo::EDeviceAccessiblityInfo LookUp(Zelmo::AccessModeSet modes) const;
+    EAccessStatus StatusFor(const Zelmo::IZelmoDevice& device) const;
+
+    /// Runs @p operation, which reaches the camera through the cable. @return false, without doing so, when it is
+    /// pulled. Once Pull has returned no operation is under way.
+    template <class Operation>
+    bool Access(Operation operation) {
+        const std::lock_guard lock(m_lock);
+        if (m_isPulled)
+            return false;
+        operation(m_camera);
+        return true;
+    }
+
+    void Pull();    ///< Stops the acquisition and tells all holders.
+    bool Restore(); ///< Plugs the cable in, unless somebody has the camera open. @return whether it is in.
+    bool IsPulled() const { return m_isPulled; }
+
+private:
+    const CHolder* FindObstacle(Zelmo::AccessModeSet modes) const;
+
+    CCamera& m_camera;
+    std::atomic<bool> m_isPulled = false; // written under m_lock
+    mutable std::mutex m_lock;            // guards m_holders
+    std::vector<CHolder> m_holders;
+};
+
+} // namespace CamEmu
