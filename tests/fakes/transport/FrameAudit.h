@@ -5,7 +5,6 @@
 #include <cstdint>
 #include <mutex>
 #include <ostream>
-#include <span>
 #include <vector>
 
 namespace Fakes {
@@ -16,9 +15,9 @@ struct CAuditReport {
     std::uint64_t distinct = 0;
     std::uint64_t missing = 0;    ///< begun by the camera, never taken
     std::uint64_t doubled = 0;    ///< taken again
-    std::uint64_t torn = 0;       ///< the image is not the one that the record was written for, or cut off
+    std::uint64_t torn = 0;       ///< cut off, or not the image that the record was written for
     std::uint64_t foreign = 0;    ///< no record, of another camera, or a number that was never begun
-    std::uint64_t outOfOrder = 0; ///< behind a higher number; means something when one thread takes
+    std::uint64_t outOfOrder = 0; ///< right behind a higher number; means something when one thread takes
 
     friend bool operator==(const CAuditReport&, const CAuditReport&) = default;
     friend std::ostream& operator<<(std::ostream& stream, const CAuditReport& report) {
@@ -36,25 +35,37 @@ public:
     void Take(const void* image, std::size_t sizeBytes) {
         CamEmu::CFrameRecord record;
         const auto check = CamEmu::CheckFrame({static_cast<const std::uint8_t*>(image), sizeBytes}, record);
+        const bool isForeign = check == CamEmu::EFrameCheck::NoRecord || record.cameraNumber != m_cameraNumber;
         const std::lock_guard lock(m_lock);
-        ++m_report.taken;
-        if (check == CamEmu::EFrameCheck::NoRecord || record.cameraNumber != m_cameraNumber)
-            ++m_report.foreign;
-        else if (check != CamEmu::EFrameCheck::Intact)
-            ++m_report.torn;
+        if (!isForeign && check == CamEmu::EFrameCheck::Intact)
+            m_ids.push_back(record.blockId);
         else
-            Enter(record.blockId);
+            ++(isForeign ? m_rest.foreign : m_rest.torn);
     }
 
     /// @p begun is what the camera tells: its frames are 0 to begun - 1.
-    CAuditReport Report(std::uint64_t begun) const;
+    CAuditReport Report(std::uint64_t begun) const {
+        const std::lock_guard lock(m_lock);
+        CAuditReport report = m_rest;
+        std::vector<bool> seen(begun);
+        for (std::size_t i = 0; i < m_ids.size(); ++i) {
+            report.outOfOrder += i > 0 && m_ids[i] < m_ids[i - 1] ? 1 : 0;
+            if (m_ids[i] >= begun)
+                ++report.foreign;
+            else
+                ++(seen[m_ids[i]] ? report.doubled : report.distinct);
+            if (m_ids[i] < begun)
+                seen[m_ids[i]] = true;
+        }
+        report.taken = report.distinct + report.doubled + report.torn + report.foreign;
+        report.missing = begun - report.distinct;
+        return report;
+    }
 
 private:
-    void Enter(std::uint64_t blockId);
-
     const std::uint32_t m_cameraNumber;
-    mutable std::mutex m_lock; // guards all below
-    CAuditReport m_report;
+    mutable std::mutex m_lock; // guards both below
+    CAuditReport m_rest;       // torn and foreign images
     std::vector<std::uint64_t> m_ids;
 };
 

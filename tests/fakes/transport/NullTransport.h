@@ -1,14 +1,18 @@
 #pragma once
 
+#include <Base/GCException.h>
+#include <zelmo/PixelType.h>
 #include <zelmo/StreamGrabber.h>
 #include <zelmo/WaitObject.h>
 
 #include <boost/circular_buffer.hpp>
 
+#include <condition_variable>
 #include <cstdint>
 #include <mutex>
-#include <semaphore>
+#include <sys/eventfd.h>
 #include <thread>
+#include <unistd.h>
 #include <vector>
 
 #include "RegisterNodes.h"
@@ -18,7 +22,7 @@ namespace Fakes {
 /// A stream grabber for benchmarks: completes buffers without drawing anything, allocates nothing for a frame, trusts
 /// its caller. Its wait object is an eventfd that is written when the first result comes and read when the last one is
 /// retrieved: a result that finds another one waiting costs no system call.
-/// Threads: as the contract of IStreamGrabber tells; Complete on any.
+/// Threads: as the contract of IStreamGrabber tells; Complete on any. Locks: m_lock, a leaf.
 class CNullStreamGrabber final : public Zelmo::IStreamGrabber, private IRegisters {
 public:
     enum class EPace {
@@ -27,61 +31,159 @@ public:
         Free    ///< a thread completes what is queued
     };
 
-    /// Up to @p maxBuffers can be registered at a time.
-    explicit CNullStreamGrabber(EPace pace = EPace::AtOnce, std::int64_t payloadSizeBytes = 4096,
-                                std::size_t maxBuffers = 1024);
-    ~CNullStreamGrabber();
+    /// Up to @p maxBuffers can be registered at a time; images are Mono8.
+    explicit CNullStreamGrabber(EPace pace = EPace::AtOnce, std::int32_t width = 64, std::int32_t height = 64,
+                                std::size_t maxBuffers = 1024)
+        : m_pace(pace), m_width(width), m_height(height), m_buffers(maxBuffers), m_queued(maxBuffers),
+          m_results(maxBuffers) {
+        for (CBuffer& buffer : m_buffers)
+            m_unused.push_back(&buffer);
+    }
+    ~CNullStreamGrabber() {
+        StopStreaming();
+        close(m_eventFd);
+    }
 
-    void Complete(std::ptrdiff_t frames = 1); ///< With EPace::Told.
+    void Complete(std::uint64_t frames = 1) { ///< With EPace::Told.
+        const std::lock_guard lock(m_lock);
+        m_told += frames;
+        m_changed.notify_one();
+    }
 
-    void Open() override;
-    void Close() override;
-    bool IsOpen() const override;
-    Zelmo::StreamBufferHandle RegisterBuffer(void* buffer, std::size_t sizeBytes) override;
-    void* DeregisterBuffer(Zelmo::StreamBufferHandle handle) override;
-    void PrepareGrab() override;
-    bool IsStreaming() const override;
-    void StartStreaming() override;
-    void StopStreaming() override;
-    void FinishGrab() override;
-    void QueueBuffer(Zelmo::StreamBufferHandle handle, void* context) override;
-    void FlushBuffers() override;
-    std::size_t GetNumQueuedBuffers() const override;
-    bool RetrieveResult(Zelmo::GrabResult& result) override;
-    Zelmo::WaitObject& GetWaitObject() const override;
-    GenApi::INodeMap* GetNodeMap() override;
+    void Open() override { m_isOpen = true; }
+    void Close() override { m_isOpen = false; }
+    bool IsOpen() const override { return m_isOpen; }
+    Zelmo::StreamBufferHandle RegisterBuffer(void* buffer, std::size_t sizeBytes) override {
+        const std::lock_guard lock(m_lock);
+        if (m_unused.empty())
+            throw RUNTIME_EXCEPTION("Cannot register more than %zu buffers.", m_buffers.size());
+        CBuffer* const registered = m_unused.back();
+        m_unused.pop_back();
+        registered->memory = buffer;
+        registered->sizeBytes = sizeBytes;
+        return registered;
+    }
+    void* DeregisterBuffer(Zelmo::StreamBufferHandle handle) override {
+        const std::lock_guard lock(m_lock);
+        m_unused.push_back(static_cast<CBuffer*>(handle));
+        return m_unused.back()->memory;
+    }
+    void PrepareGrab() override {}
+    bool IsStreaming() const override { return m_isStreaming; }
+    void StartStreaming() override {
+        m_isStreaming = true;
+        if (m_pace != EPace::AtOnce)
+            m_thread = std::thread([this] { Run(); });
+    }
+    void StopStreaming() override {
+        {
+            const std::lock_guard lock(m_lock);
+            m_isStreaming = false;
+            m_changed.notify_one();
+        }
+        if (m_thread.joinable())
+            m_thread.join();
+    }
+    void FinishGrab() override { ///< Forgets what is still registered.
+        m_unused.clear();
+        for (CBuffer& buffer : m_buffers)
+            m_unused.push_back(&buffer);
+    }
+    void QueueBuffer(Zelmo::StreamBufferHandle handle, void* context) override {
+        const std::lock_guard lock(m_lock);
+        m_queued.push_back(static_cast<CBuffer*>(handle));
+        m_queued.back()->context = context;
+        if (m_pace == EPace::AtOnce)
+            CompleteOldest(Zelmo::GrabStatus_Grabbed);
+        else
+            m_changed.notify_one();
+    }
+    void FlushBuffers() override {
+        const std::lock_guard lock(m_lock);
+        while (!m_queued.empty())
+            CompleteOldest(Zelmo::GrabStatus_Canceled);
+    }
+    std::size_t GetNumQueuedBuffers() const override { return m_queued.size() + m_results.size(); }
+    bool RetrieveResult(Zelmo::GrabResult& result) override {
+        const std::lock_guard lock(m_lock);
+        if (m_results.empty())
+            return false;
+        CBuffer& buffer = *m_results.front();
+        m_results.pop_front();
+        eventfd_t ignored;
+        if (m_results.empty())
+            eventfd_read(m_eventFd, &ignored);
+        result = {buffer.context,
+                  &buffer,
+                  buffer.memory,
+                  buffer.sizeBytes,
+                  buffer.status,
+                  Zelmo::PayloadType_Image,
+                  Zelmo::PixelType_Mono8,
+                  /*timeStamp*/ 0,
+                  m_width,
+                  m_height,
+                  /*offsets*/ 0,
+                  0,
+                  /*paddings*/ 0,
+                  0,
+                  std::int64_t{m_width} * m_height,
+                  /*errorCode*/ 0,
+                  /*errorDescription*/ {},
+                  m_nextBlockId++};
+        return true;
+    }
+    Zelmo::WaitObject& GetWaitObject() const override { return m_wait; }
+    GenApi::INodeMap* GetNodeMap() override { return m_nodes.Map(); }
 
 private:
-    enum class EState { Closed, Open, Prepared, Streaming };
     struct CBuffer {
         void* memory = nullptr;
-        std::uint64_t sizeBytes = 0;
+        std::size_t sizeBytes = 0;
         void* context = nullptr;
-        std::uint64_t blockId = 0;
         Zelmo::EGrabStatus status = Zelmo::GrabStatus_Undefined;
     };
 
-    std::int64_t ReadRegister(int number) override;
-    void WriteRegister(int number, std::int64_t value) override;
-    void CompleteOldest(Zelmo::EGrabStatus status); // with m_lock held
-    void Run();
+    std::int64_t ReadRegister(int number) override {
+        return number == 0 ? std::int64_t{m_width} * m_height : m_written[number];
+    }
+    void WriteRegister(int number, std::int64_t value) override { m_written[number] = value; }
+    void CompleteOldest(Zelmo::EGrabStatus status) {
+        m_queued.front()->status = status;
+        m_results.push_back(m_queued.front());
+        m_queued.pop_front();
+        if (m_results.size() == 1)
+            eventfd_write(m_eventFd, 1);
+    }
+    void Run() {
+        for (std::unique_lock lock(m_lock); m_isStreaming;) {
+            m_changed.wait(lock, [this] {
+                return !m_isStreaming || (!m_queued.empty() && (m_pace == EPace::Free || m_told > 0));
+            });
+            if (!m_isStreaming)
+                return;
+            m_told -= m_pace == EPace::Told ? 1 : 0;
+            CompleteOldest(Zelmo::GrabStatus_Grabbed);
+        }
+    }
 
     const EPace m_pace;
-    const std::int64_t m_payloadSize;
-    std::int64_t m_maxBufferSize = 0, m_maxNumBuffer = 0;
-    mutable Zelmo::WaitObjectEx m_wait; // signaled exactly while there are results
-    int m_eventFd = -1;
-    std::counting_semaphore<> m_told{0};
-    std::counting_semaphore<> m_free{0};
+    const std::int32_t m_width, m_height;
+    const int m_eventFd = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    mutable Zelmo::WaitObjectEx m_wait{m_eventFd};
+    std::int64_t m_written[3] = {};
+    CRegisterNodes m_nodes{
+        {{"Integer", "PayloadSize", 0, ""}, {"Integer", "MaxBufferSize", 1, ""}, {"Integer", "MaxNumBuffer", 2, ""}},
+        *this};
+    bool m_isOpen = false;
 
     mutable std::mutex m_lock; // guards all below but the thread
-    EState m_state = EState::Closed;
+    std::condition_variable m_changed;
+    bool m_isStreaming = false;
+    std::uint64_t m_told = 0, m_nextBlockId = 0;
     std::vector<CBuffer> m_buffers;
-    std::vector<CBuffer*> m_idle;               // records not in use
-    boost::circular_buffer<CBuffer*> m_queued;  // room for all buffers
-    boost::circular_buffer<CBuffer*> m_results; // room for all buffers
-    std::uint64_t m_nextBlockId = 0;
-    CRegisterNodes m_nodes;
+    std::vector<CBuffer*> m_unused;
+    boost::circular_buffer<CBuffer*> m_queued, m_results; // room for all buffers
     std::thread m_thread;
 };
 

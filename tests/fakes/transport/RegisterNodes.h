@@ -4,8 +4,8 @@
 #include <GenApi/PortImpl.h>
 
 #include <cstdint>
-#include <memory>
 #include <string>
+#include <vector>
 
 namespace Fakes {
 
@@ -19,17 +19,18 @@ protected:
     ~IRegisters() = default;
 };
 
-// The text of one node over a register; nothing of it is cached.
-std::string IntegerNode(const std::string& name, int number, const std::string& properties = {});
-std::string BooleanNode(const std::string& name, int number, const std::string& properties = {});
-std::string CommandNode(const std::string& name, int number);
-std::string EnumerationNode(const std::string& name, int number, const std::string& entries);
-std::string EnumEntry(const std::string& name, std::int64_t value);
+/// A feature over a register; nothing of it is cached.
+struct CFeature {
+    const char* kind; ///< the element, such as Integer
+    const char* name;
+    int number;             ///< of its register
+    std::string properties; ///< further elements
+};
 
-/// A real node map of such nodes.
+/// A real node map of such features.
 class CRegisterNodes final : private GenApi::CPortImpl {
 public:
-    CRegisterNodes(const std::string& nodes, IRegisters& registers);
+    CRegisterNodes(const std::vector<CFeature>& features, IRegisters& registers);
     ~CRegisterNodes() override;
 
     GenApi::INodeMap* Map() const { return m_map; }
@@ -40,7 +41,7 @@ private:
     void Write(const void* bytes, std::int64_t address, std::int64_t length) override;
 
     IRegisters& m_registers;
-    GenApi::INodeMap* m_map = nullptr; // owned
+    GenApi::INodeMap* m_map; // owned
 };
 
 } // namespace Fakes

@@ -2,73 +2,47 @@
 
 #include <cstdint>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace Fakes {
 
-/// What a fault can strike, and what is counted: calls, accesses to the stream grabber's nodes, and frames.
-enum class EOperation : std::uint8_t {
-    Open,
-    Close,
-    IsOpen,
-    RegisterBuffer,
-    DeregisterBuffer,
-    PrepareGrab,
-    StartStreaming,
-    StopStreaming,
-    FinishGrab,
-    QueueBuffer,
-    FlushBuffers,
-    RetrieveResult,
-    GetNodeMap,
-    GetWaitObject,
-    PayloadSize,           ///< reads of the node
-    AnnounceAnytimeEnable, ///< reads of the node
-    MaxBufferSize,         ///< writes of the node
-    MaxNumBuffer,          ///< writes of the node
-    Frame,                 ///< frames that the camera begins
-    Count
-};
+// What a fault can strike, and what is counted: calls, those of the clean-up first; reads of the nodes PayloadSize and
+// AnnounceAnytimeEnable; writes of MaxBufferSize and MaxNumBuffer; frames that the camera begins.
+#define FAKES_OPERATIONS(X)                                                                                            \
+    X(StopStreaming), X(FlushBuffers), X(RetrieveResult), X(DeregisterBuffer), X(FinishGrab), X(Close), X(Open),       \
+        X(RegisterBuffer), X(PrepareGrab), X(StartStreaming), X(QueueBuffer), X(IsOpen), X(GetWaitObject),             \
+        X(GetNodeMap), X(PayloadSize), X(AnnounceAnytimeEnable), X(MaxBufferSize), X(MaxNumBuffer), X(Frame)
+
+// What happens, and its word in a script. What throws does so before the operation has any effect.
+//   throw-generic, -runtime, -access, -badalloc: of the GenICam family; throw-std, throw-std-alloc, throw-int: others
+//   stall: blocks until Release(), stall=20 for 20 ms;  spurious: signals the wait object, then goes on
+//   false: does nothing and answers false, null or, of a node, 0, GetWaitObject an invalid one;  true: IsOpen says so
+// Frames only; those that lie come as good ones, with the record in the image intact:
+//   fail: status failed, error code 7, "lines are missing";  gap: two frames are lost right before this one
+//   late: comes behind the next frame, at the latest with FlushBuffers;  remove: the camera goes instead
+//   lie-short: payload size one byte too low;  lie-long: 1000 bytes more than the buffer has;  lie-negative: all sizes
+//   lie-huge: width and height of 2147483647;  lie-strange: a pixel format that no image has
+// Nodes only, at all accesses (the call must be *): missing, unreadable, readonly, limit (takes no value above 1), grid
+// (takes only values of 3 modulo 7)
+#define FAKES_FAULTS(X)                                                                                                \
+    X(ThrowGeneric, "throw-generic"), X(ThrowRuntime, "throw-runtime"), X(ThrowAccess, "throw-access"),                \
+        X(ThrowBadAlloc, "throw-badalloc"), X(ThrowStd, "throw-std"), X(ThrowStdAlloc, "throw-std-alloc"),             \
+        X(ThrowInt, "throw-int"), X(Stall, "stall"), X(Spurious, "spurious"), X(False, "false"), X(True, "true"),      \
+        X(Fail, "fail"), X(Late, "late"), X(Gap, "gap"), X(Remove, "remove"), X(LieShort, "lie-short"),                \
+        X(LieLong, "lie-long"), X(LieNegative, "lie-negative"), X(LieHuge, "lie-huge"), X(LieStrange, "lie-strange"),  \
+        X(Missing, "missing"), X(Unreadable, "unreadable"), X(ReadOnly, "readonly"), X(Limit, "limit"),                \
+        X(OffGrid, "grid")
+
+#define FAKES_ENUMERATOR(name, ...) name
+enum class EOperation : std::uint8_t { FAKES_OPERATIONS(FAKES_ENUMERATOR), Count };
+enum class EFault : std::uint8_t { FAKES_FAULTS(FAKES_ENUMERATOR), Count };
+#undef FAKES_ENUMERATOR
 
 const char* NameOf(EOperation operation);
 
-/// What happens; behind each its word in a script. What throws does so before the operation has any effect.
-enum class EFault : std::uint8_t {
-    ThrowGeneric,  ///< throw-generic, and so on: an exception of the GenICam family
-    ThrowRuntime,  ///< throw-runtime
-    ThrowAccess,   ///< throw-access
-    ThrowLogical,  ///< throw-logical
-    ThrowTimeout,  ///< throw-timeout
-    ThrowBadAlloc, ///< throw-badalloc
-    ThrowStd,      ///< throw-std: std::runtime_error
-    ThrowStdAlloc, ///< throw-std-alloc: std::bad_alloc
-    ThrowInt,      ///< throw-int
-    Stall,         ///< stall: the call blocks until Release(); stall=20: for 20 ms
-    Spurious,      ///< spurious: signals the wait object, then goes on
-    False, ///< false: the answer false, null or, of a node, 0; of GetWaitObject an invalid one. Nothing is done.
-    True,  ///< true: IsOpen says so
-    // Frames only. "lie-…" frames come as good ones whose record in the image is intact.
-    Fail,        ///< fail: status failed, error code 7, "lines are missing"
-    Late,        ///< late: comes behind the next frame; at the latest with FlushBuffers
-    Gap,         ///< gap: two frames are lost right before this one
-    Remove,      ///< remove: the camera goes instead of beginning the frame
-    LieShort,    ///< lie-short: payload size one byte less than the image takes
-    LieLong,     ///< lie-long: payload size 1000 bytes more than the buffer has
-    LieNegative, ///< lie-negative: all sizes are negative
-    LieHuge,     ///< lie-huge: width and height of 2147483647
-    LieStrange,  ///< lie-strange: a pixel format that is none of images
-    // Nodes only, at all accesses: the number of the call must be *.
-    Missing,    ///< missing
-    Unreadable, ///< unreadable: write only
-    ReadOnly,   ///< readonly
-    Limit,      ///< limit: takes no value above 1
-    OffGrid     ///< grid: takes multiples of 7 only
-};
-
 struct CFault {
     EOperation operation;
-    std::uint64_t call; ///< the first call is 1; 0 for each one
+    std::uint64_t call; ///< the first call is 1; 0, in a script *, is each one
     EFault fault;
     std::uint32_t ms = 0; ///< of a stall; 0 until Release()
 
@@ -87,13 +61,13 @@ enum class ESource : std::uint8_t {
 ///   "source=free;size=64x16;QueueBuffer:3:throw-runtime;RetrieveResult:5:false;Frame:*:fail"
 struct CScript {
     CScript() = default;
-    /// @throws std::invalid_argument with the piece that is wrong and why.
-    CScript(std::string_view text); // implicit: a text is a script
-    CScript(const char* text) : CScript(std::string_view(text)) {}
+    /// @throws GenICam::InvalidArgumentException with the piece that is wrong and why.
+    CScript(const std::string& text); // implicit: a text is a script
+    CScript(const char* text) : CScript(std::string(text)) {}
 
-    /// @p faults faults among the first @p lastCall calls, none of which hangs. The same seed gives the same script;
-    /// say ToText() of it when a test fails.
-    static CScript Random(std::uint64_t seed, unsigned faults = 3, std::uint64_t lastCall = 20);
+    /// @p count faults among the first @p lastCall calls; none blocks for ever or removes the camera. The same seed
+    /// gives the same script; say ToText() of it when a test fails.
+    static CScript Random(std::uint64_t seed, unsigned count = 3, std::uint64_t lastCall = 20);
 
     std::string ToText() const; ///< Gives an equal script when it is read again.
 
@@ -106,6 +80,9 @@ struct CScript {
     bool logsCalls = false;   ///< log=1: each call and violation goes to the log, category "fake"
 
     friend bool operator==(const CScript&, const CScript&) = default;
+
+private:
+    void Set(std::string setting);
 };
 
 } // namespace Fakes

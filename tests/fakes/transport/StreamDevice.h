@@ -1,15 +1,13 @@
 #pragma once
 
-#include <zelmo/StreamGrabber.h>
-
 #include <atomic>
 #include <cstdint>
 #include <map>
 #include <mutex>
 #include <thread>
+#include <utility>
 
 #include "NullTransport.h"
-#include "RegisterNodes.h"
 #include "ScriptedStreamGrabber.h"
 #include "fakes/plugins/FakeDevice.h"
 
@@ -17,43 +15,83 @@ namespace Fakes {
 
 /// A camera around a stream grabber, with the integers Width, Height and PayloadSize, the enumerations PixelFormat
 /// (Mono8) and AcquisitionMode (Continuous, SingleFrame), the commands AcquisitionStart, AcquisitionStop and
-/// TriggerSoftware.
+/// TriggerSoftware, which derived classes see in OnFeature.
 class CStreamDevice : public FakeDevice, public Zelmo::IZelmoDevicePrivate, private IRegisters {
 public:
-    ~CStreamDevice() override;
+    enum EFeature : int { Width, Height, PayloadSize, PixelFormat, AcquisitionMode, Start, Stop, Trigger, Count };
+
+    ~CStreamDevice() override {
+        if (m_removal.joinable())
+            m_removal.join();
+    }
 
     /// The camera is physically gone: the removal callbacks are called once, on a thread of their own.
-    void Remove();
+    void Remove() {
+        if (m_isRemoved.exchange(true))
+            return;
+        OnRemove();
+        m_removal = std::thread([this] {
+            std::unique_lock lock(m_callbackLock);
+            const auto callbacks = m_callbacks;
+            lock.unlock();
+            for (const auto& callback : callbacks)
+                callback.second(this);
+        });
+    }
 
     std::size_t GetNumStreamGrabbers() const override { return 1; }
-    Zelmo::IStreamGrabber* GetStreamGrabber(std::size_t index) override { return index == 0 ? &m_grabber : nullptr; }
     GenApi::INodeMap* GetNodeMap() override { return m_nodes.Map(); }
     bool IsRemoved() const override { return m_isRemoved; }
-    Zelmo::DeviceCallbackHandle RegisterRemovalCallback(Zelmo::DeviceRemovalCallback& callback) override;
-    void DeregisterRemovalCallback(Zelmo::DeviceCallbackHandle handle) override;
-
+    Zelmo::DeviceCallbackHandle RegisterRemovalCallback(Zelmo::DeviceRemovalCallback& callback) override {
+        const std::lock_guard lock(m_callbackLock);
+        m_callbacks.emplace(++m_lastHandle, callback);
+        return m_lastHandle;
+    }
+    void DeregisterRemovalCallback(Zelmo::DeviceCallbackHandle handle) override {
+        std::unique_lock lock(m_callbackLock);
+        m_callbacks.erase(handle);
+        lock.unlock();
+        if (m_removal.joinable())
+            m_removal.join(); // waits for a callback that is just running
+    }
     void* GetNativeHandle() const override { return nullptr; }
     Zelmo::String_t GetChunkNodeMapDescription() const override { return {}; }
     bool IsChunkNodeMapDescriptionAvailable() const override { return false; }
 
 protected:
-    CStreamDevice(const Zelmo::CDeviceInfo& info, Zelmo::IStreamGrabber& grabber, std::int64_t width,
-                  std::int64_t height);
+    explicit CStreamDevice(const Zelmo::CDeviceInfo& info, std::int64_t width, std::int64_t height)
+        : FakeDevice(info), m_values{width, height} {}
+
+    std::int64_t Value(EFeature feature) const { return m_values[feature]; }
 
 private:
-    virtual void OnSize(std::int64_t, std::int64_t) {}
-    virtual void OnAcquisitionStart(std::uint64_t) {} ///< For that many frames; 0 without end.
-    virtual void OnAcquisitionStop() {}
-    virtual void OnTrigger() {}
+    virtual void OnFeature(EFeature) {} ///< It was written.
     virtual void OnRemove() {}
 
-    std::int64_t ReadRegister(int number) override;
-    void WriteRegister(int number, std::int64_t value) override;
+    std::int64_t ReadRegister(int number) override {
+        return number == PayloadSize ? m_values[Width] * m_values[Height]
+               : number < Start      ? m_values[number].load()
+                                     : 0; // of a command: done
+    }
+    void WriteRegister(int number, std::int64_t value) override {
+        m_values[number] = value;
+        OnFeature(static_cast<EFeature>(number));
+    }
 
-    Zelmo::IStreamGrabber& m_grabber;
-    std::atomic<std::int64_t> m_width, m_height, m_mode{0};
+    std::atomic<std::int64_t> m_values[Count];
     std::atomic<bool> m_isRemoved{false};
-    CRegisterNodes m_nodes;
+    CRegisterNodes m_nodes{
+        {{"Integer", "Width", Width, "<Min>1</Min><Max>4096</Max>"},
+         {"Integer", "Height", Height, "<Min>1</Min><Max>4096</Max>"},
+         {"Integer", "PayloadSize", PayloadSize, "<ImposedAccessMode>RO</ImposedAccessMode>"},
+         {"Enumeration", "PixelFormat", PixelFormat, "<EnumEntry Name='Mono8'><Value>0</Value></EnumEntry>"},
+         {"Enumeration", "AcquisitionMode", AcquisitionMode,
+          "<EnumEntry Name='Continuous'><Value>0</Value></EnumEntry>"
+          "<EnumEntry Name='SingleFrame'><Value>1</Value></EnumEntry>"},
+         {"Command", "AcquisitionStart", Start, "<CommandValue>1</CommandValue>"},
+         {"Command", "AcquisitionStop", Stop, "<CommandValue>1</CommandValue>"},
+         {"Command", "TriggerSoftware", Trigger, "<CommandValue>1</CommandValue>"}},
+        *this};
     std::mutex m_callbackLock; // guards the two below
     Zelmo::DeviceCallbackHandle m_lastHandle = 0;
     std::map<Zelmo::DeviceCallbackHandle, Zelmo::DeviceRemovalCallback> m_callbacks;
@@ -65,31 +103,42 @@ private:
 class CScriptedDevice final : public CStreamDevice {
 public:
     explicit CScriptedDevice(const CScript& script = {}, std::uint32_t cameraNumber = 0,
-                             const Zelmo::CDeviceInfo& info = {});
+                             const Zelmo::CDeviceInfo& info = {})
+        : CStreamDevice(info, script.width, script.height), m_grabber(script, cameraNumber, [this] { Remove(); }) {
+        m_grabber.StopAcquisition();
+    }
 
-    CScriptedStreamGrabber& Grabber() { return m_scripted; }
+    CScriptedStreamGrabber& Grabber() { return m_grabber; }
+    Zelmo::IStreamGrabber* GetStreamGrabber(std::size_t) override { return &m_grabber; }
 
 private:
-    void OnSize(std::int64_t width, std::int64_t height) override;
-    void OnAcquisitionStart(std::uint64_t frames) override { m_scripted.Acquire(frames); }
-    void OnAcquisitionStop() override { m_scripted.StopAcquisition(); }
-    void OnTrigger() override { m_scripted.Deliver(); }
-    void OnRemove() override { m_scripted.Remove(); }
+    void OnFeature(EFeature feature) override {
+        if (feature == Start)
+            m_grabber.Acquire(static_cast<std::uint64_t>(Value(AcquisitionMode))); // of SingleFrame: one
+        else if (feature == Stop)
+            m_grabber.StopAcquisition();
+        else if (feature == Trigger)
+            m_grabber.Deliver();
+        else
+            m_grabber.SetSize(static_cast<std::int32_t>(Value(Width)), static_cast<std::int32_t>(Value(Height)));
+    }
+    void OnRemove() override { m_grabber.Remove(); }
 
-    CScriptedStreamGrabber m_scripted;
+    CScriptedStreamGrabber m_grabber;
 };
 
-/// A camera with a null stream grabber, for benchmarks of the camera layer; images of 64 × 64.
+/// A camera with a null stream grabber, for benchmarks of the camera layer.
 class CNullDevice final : public CStreamDevice {
 public:
     explicit CNullDevice(CNullStreamGrabber::EPace pace = CNullStreamGrabber::EPace::AtOnce,
                          const Zelmo::CDeviceInfo& info = {})
-        : CStreamDevice(info, m_null, 64, 64), m_null(pace, 64 * 64) {}
+        : CStreamDevice(info, 64, 64), m_grabber(pace, 64, 64) {}
 
-    CNullStreamGrabber& Grabber() { return m_null; }
+    CNullStreamGrabber& Grabber() { return m_grabber; }
+    Zelmo::IStreamGrabber* GetStreamGrabber(std::size_t) override { return &m_grabber; }
 
 private:
-    CNullStreamGrabber m_null;
+    CNullStreamGrabber m_grabber;
 };
 
 } // namespace Fakes

@@ -1,0 +1,450 @@
+#include "ScriptedStreamGrabber.h"
+
+#include <Base/GCException.h>
+#include <zelmo/PixelType.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstring>
+#include <limits>
+#include <utility>
+
+#include "ZelmoBase/core/ScopeGuard.h"
+#include "core/FrameRecord.h"
+#include "fakes/plugins/FakeDevice.h"
+
+namespace Fakes {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr std::uint64_t stamp = 0xE7B1A9C3D5F70B1D; // at the begin of a queued buffer, where every image is drawn
+
+constexpr FaultSet lies = Bit(EFault::LieShort) | Bit(EFault::LieLong) | Bit(EFault::LieNegative) |
+                          Bit(EFault::LieHuge) | Bit(EFault::LieStrange);
+
+void Lie(FaultSet faults, Zelmo::GrabResult& result) {
+    if (Has(faults, EFault::LieShort))
+        --result.payloadSize;
+    if (Has(faults, EFault::LieLong))
+        result.payloadSize = static_cast<std::int64_t>(result.bufferSize) + 1000;
+    if (Has(faults, EFault::LieNegative)) {
+        result.sizeX = result.sizeY = result.offsetX = result.offsetY = result.paddingX = result.paddingY = -64;
+        result.payloadSize = -64;
+    }
+    if (Has(faults, EFault::LieHuge))
+        result.sizeX = result.sizeY = std::numeric_limits<std::int32_t>::max();
+    if (Has(faults, EFault::LieStrange))
+        result.pixelType = Zelmo::PixelType_Double;
+}
+
+/// The nodes as the script wants them; their registers have the number of the operation.
+std::vector<CFeature> Features(const CScript& script) {
+    static const std::map<EFault, const char*> properties{
+        {EFault::Unreadable, "<ImposedAccessMode>WO</ImposedAccessMode>"},
+        {EFault::ReadOnly, "<ImposedAccessMode>RO</ImposedAccessMode>"},
+        {EFault::Limit, "<Max>1</Max>"},
+        {EFault::OffGrid, "<Min>3</Min><Inc>7</Inc>"}};
+    std::map<EOperation, CFeature> features;
+    for (const EOperation node : {EOperation::PayloadSize, EOperation::MaxBufferSize, EOperation::MaxNumBuffer})
+        features[node] = {"Integer", NameOf(node), static_cast<int>(node), ""};
+    features[EOperation::AnnounceAnytimeEnable] = {"Boolean", "AnnounceAnytimeEnable",
+                                                   static_cast<int>(EOperation::AnnounceAnytimeEnable), ""};
+    for (const CFault& fault : script.faults)
+        if (fault.fault == EFault::Missing)
+            features.erase(fault.operation);
+        else if (features.count(fault.operation) != 0 && properties.count(fault.fault) != 0)
+            features[fault.operation].properties += properties.at(fault.fault);
+    std::vector<CFeature> all;
+    for (const auto& feature : features)
+        all.push_back(feature.second);
+    return all;
+}
+
+} // namespace
+
+CScriptedStreamGrabber::CScriptedStreamGrabber(const CScript& script, std::uint32_t cameraNumber,
+                                               std::function<void()> onRemoved)
+    : m_cameraNumber(cameraNumber), m_onRemoved(std::move(onRemoved)) {
+    SetScript(script);
+}
+
+CScriptedStreamGrabber::~CScriptedStreamGrabber() {
+    Release();
+    EndStreaming();
+}
+
+void CScriptedStreamGrabber::SetScript(const CScript& script) {
+    m_script = script;
+    m_watch.SetScript(script);
+    m_nodes.reset(new CRegisterNodes(Features(script), *this)); // which may see this base
+    SetSize(script.width, script.height);
+    const std::lock_guard lock(m_lock);
+    m_claimed = 0;
+}
+
+void CScriptedStreamGrabber::Acquire(std::uint64_t frames) {
+    {
+        const std::lock_guard lock(m_lock);
+        m_isAcquiring = true;
+        m_framesLeft = frames;
+        m_changed.notify_all();
+    }
+    DeliverQueued();
+}
+
+void CScriptedStreamGrabber::SetSize(std::int32_t width, std::int32_t height) {
+    const std::lock_guard lock(m_lock);
+    m_width = width;
+    m_height = height;
+}
+
+bool CScriptedStreamGrabber::WaitForQueued(std::size_t buffers) {
+    Lock lock(m_lock);
+    return m_changed.wait_for(lock, 10s, [&] { return m_queued.size() >= buffers; });
+}
+
+CFrameAccount CScriptedStreamGrabber::Account() const {
+    const std::lock_guard lock(m_lock);
+    return m_account;
+}
+
+std::uint64_t CScriptedStreamGrabber::Deliver(std::uint64_t frames) {
+    std::uint64_t delivered = 0;
+    for (auto frame = EFrame::Lost; frames > 0 && frame != EFrame::None; --frames) {
+        frame = BeginFrame();
+        delivered += frame == EFrame::Delivered ? 1 : 0;
+    }
+    return delivered;
+}
+
+void CScriptedStreamGrabber::DeliverQueued() {
+    while (m_script.source == ESource::Queue && BeginFrame(true) != EFrame::None) {
+    }
+}
+
+void CScriptedStreamGrabber::Run() {
+    const bool isFree = m_script.source == ESource::Free;
+    auto due = std::chrono::steady_clock::now();
+    const auto stops = [this] { return m_state != EState::Streaming; };
+    for (Lock lock(m_lock); !stops(); lock.lock()) {
+        if (isFree)
+            m_changed.wait(lock, [&] { return stops() || MayBegin(true); });
+        else
+            m_changed.wait_until(lock, due += std::chrono::nanoseconds(1s) / m_script.rateHz, stops);
+        lock.unlock();
+        BeginFrame(isFree);
+    }
+}
+
+bool CScriptedStreamGrabber::MayBegin(bool onlyWithBuffer) const {
+    return m_state == EState::Streaming && m_isAcquiring && !m_isRemoved && !(onlyWithBuffer && m_queued.empty()) &&
+           (m_script.frames == 0 || m_claimed < m_script.frames);
+}
+
+CScriptedStreamGrabber::EFrame CScriptedStreamGrabber::BeginFrame(bool onlyWithBuffer) {
+    Lock lock(m_lock);
+    if (!MayBegin(onlyWithBuffer))
+        return EFrame::None;
+    ++m_claimed;
+    ++m_underWay; // from here on StopStreaming waits for it
+    const Zelmo::ScopeGuard finish([this] {
+        --m_underWay;
+        m_changed.notify_all();
+    });
+    if (m_framesLeft > 0 && --m_framesLeft == 0)
+        m_isAcquiring = false;
+    lock.unlock();
+    const FaultSet faults = m_watch.Strike(EOperation::Frame);
+    if (Has(faults, EFault::Remove)) {
+        Remove();
+        if (m_onRemoved)
+            m_onRemoved();
+    }
+    lock.lock();
+    if (m_isRemoved)
+        return EFrame::None;
+    std::uint64_t blockId = 0;
+    CBuffer* const buffer = TakeBuffer(Has(faults, EFault::Gap), blockId);
+    if (!buffer)
+        return EFrame::Lost;
+    const auto payload = static_cast<std::size_t>(m_imageWidth) * static_cast<std::size_t>(m_imageHeight);
+    lock.unlock();
+    Unstamp(*buffer);
+    if (payload <= buffer->sizeBytes) {
+        std::memset(buffer->memory, static_cast<int>(blockId % 251), payload);
+        CamEmu::WriteFrameRecord(m_cameraNumber, blockId, {buffer->memory, payload});
+    }
+    lock.lock();
+    Complete(*buffer, blockId, faults);
+    return EFrame::Delivered;
+}
+
+CScriptedStreamGrabber::CBuffer* CScriptedStreamGrabber::TakeBuffer(bool isAfterGap, std::uint64_t& blockId) {
+    m_account.begun += isAfterGap ? 2 : 0;
+    m_account.lost += (isAfterGap ? 2 : 0) + (m_queued.empty() ? 1 : 0);
+    blockId = m_account.begun++;
+    if (m_queued.empty())
+        return nullptr;
+    CBuffer* const buffer = m_queued.front();
+    m_queued.pop_front();
+    buffer->state = CBuffer::EState::Away;
+    return buffer;
+}
+
+Zelmo::GrabResult CScriptedStreamGrabber::ResultOf(const CBuffer& buffer, Zelmo::EGrabStatus status) {
+    Zelmo::GrabResult result;
+    result.context = buffer.context;
+    result.handle = buffer.handle;
+    result.buffer = buffer.memory;
+    result.bufferSize = buffer.sizeBytes;
+    result.status = status;
+    return result;
+}
+
+void CScriptedStreamGrabber::Complete(CBuffer& buffer, std::uint64_t blockId, FaultSet faults) {
+    const std::int64_t payload = std::int64_t{m_imageWidth} * m_imageHeight;
+    const bool isTooSmall = static_cast<std::int64_t>(buffer.sizeBytes) < payload;
+    const bool isFailed = isTooSmall || Has(faults, EFault::Fail);
+    Zelmo::GrabResult result = ResultOf(buffer, isFailed ? Zelmo::GrabStatus_Failed : Zelmo::GrabStatus_Grabbed);
+    result.payloadType = Zelmo::PayloadType_Image;
+    result.pixelType = Zelmo::PixelType_Mono8;
+    result.timeStamp = blockId * 1000;
+    result.sizeX = m_imageWidth;
+    result.sizeY = m_imageHeight;
+    result.offsetX = result.offsetY = result.paddingX = result.paddingY = 0;
+    result.payloadSize = payload;
+    result.errorCode = isTooSmall ? 1 : isFailed ? 7 : 0;
+    result.errorDescription = isTooSmall ? "the buffer is too small" : isFailed ? "lines are missing" : "";
+    result.blockId = blockId;
+    Lie(faults, result);
+    ++(isFailed ? m_account.failed : (faults & lies) != 0 ? m_account.lying : m_account.good);
+    if (Has(faults, EFault::Late) && !m_late) {
+        m_late = std::move(result);
+        return;
+    }
+    Push(result);
+    if (m_late)
+        Push(*std::exchange(m_late, std::nullopt));
+}
+
+void CScriptedStreamGrabber::Push(const Zelmo::GrabResult& result) {
+    m_results.push_back(result);
+    if (m_results.size() == 1)
+        m_wait.Signal();
+}
+
+/// A call from outside. @throws what the script says, or that the camera is gone
+CCallWatch::CCall CScriptedStreamGrabber::Enter(EOperation operation, bool alone) const {
+    auto call = m_watch.Enter(operation, alone);
+    CheckState(operation);
+    if (m_isRemoved && operation >= EOperation::Open && operation <= EOperation::QueueBuffer)
+        throw RUNTIME_EXCEPTION("%s failed: the camera was removed.", NameOf(operation));
+    return call;
+}
+
+void CScriptedStreamGrabber::CheckState(EOperation operation) const {
+    static constexpr const char* states[] = {"closed", "open", "prepared", "streaming", "halted"};
+    static const std::map<EOperation, std::string_view> permitted{
+        // by first letters; the others may always come
+        {EOperation::Open, "c"},        {EOperation::MaxBufferSize, "o"},   {EOperation::MaxNumBuffer, "o"},
+        {EOperation::PrepareGrab, "o"}, {EOperation::RegisterBuffer, "ps"}, {EOperation::StartStreaming, "p"},
+        {EOperation::QueueBuffer, "s"}, {EOperation::FinishGrab, "coph"},   {EOperation::Close, "o"}};
+    const char* const state = states[static_cast<std::size_t>(m_state.load())];
+    const auto found = permitted.find(operation);
+    const bool isExcused = m_watch.IsSpoilt() && (operation == EOperation::FinishGrab || *state != 'c');
+    if (found != permitted.end() && found->second.find(*state) == std::string_view::npos && !isExcused)
+        m_watch.Violate(std::string(NameOf(operation)) + ": the grabber is " + state);
+}
+
+void CScriptedStreamGrabber::Open() {
+    const auto call = Enter(EOperation::Open);
+    m_maxBufferSize = m_maxNumBuffer = 0;
+    m_state = EState::Open;
+}
+
+void CScriptedStreamGrabber::Close() {
+    const auto call = Enter(EOperation::Close);
+    EndStreaming();
+    DropBuffers(EState::Closed);
+}
+
+Zelmo::StreamBufferHandle CScriptedStreamGrabber::RegisterBuffer(void* buffer, std::size_t sizeBytes) {
+    const auto call = Enter(EOperation::RegisterBuffer);
+    if (Has(call.faults, EFault::False))
+        return nullptr;
+    if (static_cast<std::int64_t>(sizeBytes) < m_maxBufferSize)
+        m_watch.Violate("RegisterBuffer: the buffer is smaller than MaxBufferSize");
+    const std::lock_guard lock(m_lock);
+    auto* const handle = reinterpret_cast<Zelmo::StreamBufferHandle>(++m_lastHandle);
+    m_buffers[handle] = {static_cast<std::uint8_t*>(buffer), sizeBytes, handle};
+    return handle;
+}
+
+void* CScriptedStreamGrabber::DeregisterBuffer(Zelmo::StreamBufferHandle handle) {
+    const auto call = Enter(EOperation::DeregisterBuffer);
+    if (Has(call.faults, EFault::False))
+        return nullptr;
+    const std::lock_guard lock(m_lock);
+    void* const memory = IdleBuffer(handle, EOperation::DeregisterBuffer).memory;
+    m_buffers.erase(handle);
+    return memory;
+}
+
+void CScriptedStreamGrabber::PrepareGrab() {
+    const auto call = Enter(EOperation::PrepareGrab);
+    if (m_maxBufferSize == 0 || m_maxNumBuffer == 0)
+        m_watch.Violate("PrepareGrab: MaxBufferSize or MaxNumBuffer was not written");
+    const std::lock_guard lock(m_lock);
+    m_imageWidth = m_width;
+    m_imageHeight = m_height;
+    m_state = EState::Prepared;
+}
+
+void CScriptedStreamGrabber::StartStreaming() {
+    const auto call = Enter(EOperation::StartStreaming);
+    const std::lock_guard lock(m_lock);
+    if (m_state.exchange(EState::Streaming) != EState::Streaming && m_script.source >= ESource::Free)
+        m_thread = std::thread([this] { Run(); });
+}
+
+void CScriptedStreamGrabber::StopStreaming() {
+    const auto call = Enter(EOperation::StopStreaming);
+    EndStreaming();
+}
+
+/// Returns when no frame is under way any more, those on the test's threads included.
+void CScriptedStreamGrabber::EndStreaming() {
+    Lock lock(m_lock);
+    if (m_state == EState::Streaming)
+        m_state = EState::Halted;
+    m_changed.notify_all();
+    m_changed.wait(lock, [this] { return m_underWay == 0; });
+    lock.unlock();
+    if (m_thread.joinable())
+        m_thread.join();
+}
+
+void CScriptedStreamGrabber::FinishGrab() {
+    const auto call = Enter(EOperation::FinishGrab);
+    if (m_away != 0 && !m_watch.IsSpoilt())
+        m_watch.Violate("FinishGrab: buffers are queued or were not retrieved");
+    EndStreaming();
+    DropBuffers(std::min(m_state.load(), EState::Open));
+}
+
+void CScriptedStreamGrabber::DropBuffers(EState state) {
+    const std::lock_guard lock(m_lock);
+    m_state = state;
+    m_queued.clear();
+    m_results.clear();
+    m_late.reset();
+    m_buffers.clear();
+    m_away = 0;
+    m_wait.Reset();
+}
+
+void CScriptedStreamGrabber::QueueBuffer(Zelmo::StreamBufferHandle handle, void* context) {
+    const auto call = Enter(EOperation::QueueBuffer);
+    {
+        const std::lock_guard lock(m_lock);
+        CBuffer& buffer = IdleBuffer(handle, EOperation::QueueBuffer);
+        if (static_cast<std::int64_t>(++m_away) > m_maxNumBuffer)
+            m_watch.Violate("QueueBuffer: more buffers are queued than MaxNumBuffer");
+        if (buffer.sizeBytes >= sizeof stamp) {
+            std::memcpy(&buffer.original, buffer.memory, sizeof stamp);
+            std::memcpy(buffer.memory, &stamp, sizeof stamp);
+        }
+        buffer.context = context;
+        buffer.state = CBuffer::EState::Queued;
+        m_queued.push_back(&buffer);
+        m_changed.notify_all();
+    }
+    DeliverQueued();
+}
+
+/// Looks whether the caller wrote into a queued buffer, and leaves it as it was queued.
+void CScriptedStreamGrabber::Unstamp(CBuffer& buffer) {
+    if (buffer.sizeBytes < sizeof stamp)
+        return;
+    if (std::memcmp(buffer.memory, &stamp, sizeof stamp) != 0)
+        m_watch.Violate("a queued buffer was written to");
+    std::memcpy(buffer.memory, &buffer.original, sizeof stamp);
+}
+
+CScriptedStreamGrabber::CBuffer& CScriptedStreamGrabber::IdleBuffer(Zelmo::StreamBufferHandle handle,
+                                                                    EOperation operation) {
+    static constexpr const char* wrongs[] = {"is not registered", "is queued", "was not retrieved"};
+    const auto found = m_buffers.find(handle);
+    const auto state = found == m_buffers.end() ? CBuffer::EState::Idle : found->second.state;
+    if (found != m_buffers.end() && state == CBuffer::EState::Idle)
+        return found->second;
+    const std::string wrong =
+        std::string(NameOf(operation)) + ": the buffer " + wrongs[static_cast<std::size_t>(state)];
+    if (handle != nullptr) // which is what a script has RegisterBuffer answer
+        m_watch.Violate(wrong);
+    throw LOGICAL_ERROR_EXCEPTION("%s.", wrong.c_str());
+}
+
+// May run beside other calls. A frame that is being drawn still comes as such.
+void CScriptedStreamGrabber::FlushBuffers() {
+    const auto call = Enter(EOperation::FlushBuffers, false);
+    const std::lock_guard lock(m_lock);
+    if (m_late)
+        Push(*std::exchange(m_late, std::nullopt));
+    for (; !m_queued.empty(); m_queued.pop_front()) {
+        CBuffer& buffer = *m_queued.front();
+        Unstamp(buffer);
+        buffer.state = CBuffer::EState::Away;
+        Push(ResultOf(buffer, Zelmo::GrabStatus_Canceled));
+        ++m_account.canceled;
+    }
+}
+
+bool CScriptedStreamGrabber::RetrieveResult(Zelmo::GrabResult& result) {
+    const auto call = Enter(EOperation::RetrieveResult);
+    if (Has(call.faults, EFault::False))
+        return false;
+    const std::lock_guard lock(m_lock);
+    const bool isThere = !m_results.empty();
+    if (isThere) {
+        result = m_results.front();
+        m_results.pop_front();
+        m_buffers.at(result.handle).state = CBuffer::EState::Idle;
+        --m_away;
+    }
+    if (m_results.empty())
+        m_wait.Reset();
+    return isThere;
+}
+
+Zelmo::WaitObject& CScriptedStreamGrabber::GetWaitObject() const {
+    static Zelmo::WaitObject invalid;
+    return Has(Enter(EOperation::GetWaitObject, false).faults, EFault::False) ? invalid : m_wait;
+}
+
+// The application may ask for the node map and use it beside all other calls.
+GenApi::INodeMap* CScriptedStreamGrabber::GetNodeMap() {
+    return Has(Enter(EOperation::GetNodeMap, false).faults, EFault::False) ? nullptr : m_nodes->Map();
+}
+
+std::int64_t CScriptedStreamGrabber::ReadRegister(int number) {
+    const auto node = static_cast<EOperation>(number);
+    if (node == EOperation::MaxBufferSize || node == EOperation::MaxNumBuffer)
+        return node == EOperation::MaxBufferSize ? m_maxBufferSize : m_maxNumBuffer;
+    if (Has(m_watch.Strike(node), EFault::False))
+        return 0;
+    const std::lock_guard lock(m_lock);
+    return node == EOperation::PayloadSize ? std::int64_t{m_width} * m_height : 1;
+}
+
+void CScriptedStreamGrabber::WriteRegister(int number, std::int64_t value) {
+    const auto node = static_cast<EOperation>(number);
+    if (m_script.logsCalls)
+        LogCall("%s %d", NameOf(node), static_cast<int>(value));
+    m_watch.Strike(node);
+    CheckState(node);
+    (node == EOperation::MaxBufferSize ? m_maxBufferSize : m_maxNumBuffer) = value;
+}
+
+} // namespace Fakes
