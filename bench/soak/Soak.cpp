@@ -1,0 +1,147 @@
+// Grabs for a long time with two engines in one process and looks for what only time shows: images lost, doubled or
+// torn, and memory, descriptors, threads or mappings that grow.
+
+#include "ProcessUse.h"
+#include "SoakLane.h"
+
+#include <CLI/CLI.hpp>
+
+#include <array>
+#include <chrono>
+#include <condition_variable>
+#include <cstdio>
+#include <deque>
+#include <exception>
+#include <mutex>
+#include <thread>
+
+namespace soak {
+namespace {
+
+/// Lets go of results on a thread of its own, of so many at a time that buffers and records are left to grab with.
+class Dropper {
+public:
+    Dropper() : m_thread([this] { Run(); }) {}
+    ~Dropper() {
+        Take(Zelmo::CGrabResultPtr()); // ends the thread
+        m_thread.join();
+    }
+
+    void Take(const Zelmo::CGrabResultPtr& result) {
+        const std::lock_guard lock(m_lock);
+        if (m_results.size() < kMaxResults || !result.IsValid()) {
+            m_results.push_back(result);
+            m_changed.notify_one();
+        }
+    }
+
+private:
+    static constexpr std::size_t kMaxResults = 2;
+
+    void Run() {
+        for (bool running = true; running;) {
+            std::unique_lock lock(m_lock);
+            m_changed.wait(lock, [this] { return !m_results.empty(); });
+            const Zelmo::CGrabResultPtr result = m_results.front();
+            m_results.pop_front();
+            running = result.IsValid();
+        }
+    }
+
+    std::mutex m_lock; // guards the two below
+    std::condition_variable m_changed;
+    std::deque<Zelmo::CGrabResultPtr> m_results;
+    std::thread m_thread;
+};
+
+/// Most growth over a run, however long, that counts as none, in the order of ProcessUse::names.
+constexpr std::array<double, 4> kAllowedGrowth{512, 0.5, 0.5, 2};
+
+bool ReportGrowth(std::vector<ProcessUse> samples) {
+    samples.erase(samples.begin(), samples.begin() + static_cast<std::ptrdiff_t>(samples.size() / 5)); // warming up
+    const double millions = (samples.back().frames - samples.front().frames) / 1e6;
+    bool flat = true;
+    for (std::size_t i = 0; i < ProcessUse::names.size(); ++i) {
+        const double growth = GrowthPerMillion(samples, i);
+        const bool isFlat = growth * millions <= kAllowedGrowth[i];
+        std::printf("%-12s first %8.0f  last %8.0f  slope %+9.3f per million frames%s\n", ProcessUse::names[i],
+                    samples.front().values[i], samples.back().values[i], growth, isFlat ? "" : "  GROWS");
+        flat = flat && isFlat;
+    }
+    return flat;
+}
+
+bool Report(const Lane& lane, std::size_t number) {
+    const Account& account = lane.GetAccount();
+    std::printf("engine %zu: %llu sessions, %llu frames begun = %llu lost + %llu good + %llu failed + %llu skipped; "
+                "%llu doubled, %llu torn, %llu of other sessions%s\n",
+                number, static_cast<unsigned long long>(account.sessions),
+                static_cast<unsigned long long>(account.begun), static_cast<unsigned long long>(account.lost),
+                static_cast<unsigned long long>(account.good), static_cast<unsigned long long>(account.failed),
+                static_cast<unsigned long long>(account.skipped), static_cast<unsigned long long>(account.doubled),
+                static_cast<unsigned long long>(account.torn), static_cast<unsigned long long>(account.unaccounted),
+                account.IsClean() ? "" : "  WRONG");
+    for (const std::string& violation : lane.GetViolations()) {
+        std::printf("engine %zu: %s\n", number, violation.c_str());
+    }
+    return account.IsClean() && lane.GetViolations().empty();
+}
+
+bool Soak(std::uint64_t frames, std::uint64_t seed) {
+    using Zelmo::EGrabStrategy;
+    std::array<std::exception_ptr, 2> failures;
+    std::vector<ProcessUse> samples;
+    std::atomic<int> running{2};
+    Dropper dropper;
+    const auto drop = [&dropper](const Zelmo::CGrabResultPtr& result) { dropper.Take(result); };
+    std::array<std::unique_ptr<Lane>, 2> lanes{
+        std::make_unique<Lane>(0, std::vector<EGrabStrategy>{Zelmo::GrabStrategy_OneByOne}, seed, drop),
+        std::make_unique<Lane>(
+            1,
+            std::vector<EGrabStrategy>{Zelmo::GrabStrategy_LatestImages, Zelmo::GrabStrategy_OneByOne,
+                                       Zelmo::GrabStrategy_LatestImageOnly, Zelmo::GrabStrategy_UpcomingImage},
+            seed + 1, drop)};
+    {
+        std::vector<std::jthread> threads;
+        for (std::size_t i = 0; i < lanes.size(); ++i) {
+            threads.emplace_back([&, i] {
+                try {
+                    lanes[i]->Run(frames / lanes.size());
+                } catch (...) {
+                    failures[i] = std::current_exception();
+                }
+                --running;
+            });
+        }
+        while (running == 2) { // while both run, so that all samples mean the same
+            samples.push_back(ProcessUse::Now(lanes[0]->GetFrames() + lanes[1]->GetFrames()));
+            std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        }
+    }
+    for (const std::exception_ptr& failure : failures) {
+        if (failure != nullptr) {
+            std::rethrow_exception(failure);
+        }
+    }
+    const bool first = Report(*lanes[0], 0);
+    const bool second = Report(*lanes[1], 1);
+    return ReportGrowth(std::move(samples)) && first && second;
+}
+
+} // namespace
+} // namespace soak
+
+int main(int argc, char** argv) {
+    CLI::App app{"Grabs with two engines in one process and watches images and resources."};
+    std::uint64_t frames = 1000000;
+    std::uint64_t seed = 1;
+    app.add_option("--frames", frames, "frames of both engines together")->capture_default_str();
+    app.add_option("--seed", seed, "of what goes wrong on the way")->capture_default_str();
+    CLI11_PARSE(app, argc, argv);
+    try {
+        return soak::Soak(frames, seed) ? 0 : 1;
+    } catch (const std::exception& e) {
+        std::fprintf(stderr, "soak: %s\n", e.what());
+        return 1;
+    }
+}
