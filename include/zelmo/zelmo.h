@@ -13,14 +13,17 @@
 #include <zelmo/DeviceInfo.h>
 #include <zelmo/EventGrabber.h>
 #include <zelmo/Export.h>
+#include <zelmo/FloatParameter.h>
 #include <zelmo/GrabResultData.h>
 #include <zelmo/GrabResultPtr.h>
 #include <zelmo/GrabStrategy.h>
 #include <zelmo/Image.h>
 #include <zelmo/Info.h>
+#include <zelmo/IntegerParameter.h>
 #include <zelmo/Interface.h>
 #include <zelmo/Lifecycle.h>
 #include <zelmo/Log.h>
+#include <zelmo/Parameter.h>
 #include <zelmo/PixelType.h>
 #include <zelmo/StreamGrabber.h>
 #include <zelmo/TList.h>
@@ -28,6 +31,7 @@
 #include <zelmo/TlFactory.h>
 #include <zelmo/TransportLayer.h>
 #include <zelmo/TransportLayerParams.h>
+#include <zelmo/TypedParameter.h>
 #include <zelmo/Types.h>
 #include <zelmo/Utilities.h>
 #include <zelmo/WaitObject.h>

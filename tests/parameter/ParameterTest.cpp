@@ -1,0 +1,171 @@
+#include <zelmo/FloatParameter.h>
+#include <zelmo/IntegerParameter.h>
+
+#include <gmock/gmock.h>
+
+#include "fakes/Failure.h"
+#include "fakes/VirtualSlots.h"
+#include "genicam/genapi/MapFixture.h"
+
+namespace {
+
+using namespace Zelmo;
+using Fakes::FailureOf;
+using Fakes::Slots;
+using testing::ElementsAre;
+using tests::Node;
+
+class ParameterTest : public tests::MapTest {
+protected:
+    ParameterTest() {
+        Load(tests::Value("Width", 64, "<Min>0</Min><Max>100</Max>") + Node("IntReg", "Register", tests::Place(0, 4)) +
+             Node("Float", "Gain", "<ToolTip>Louder</ToolTip><DisplayName>Volume</DisplayName><Value>1.5</Value>") +
+             Node("IntReg", "Gate", tests::Place(4, 4, "<Cachable>NoCache</Cachable>")) +
+             Node("Integer", "Trigger", "<ImposedAccessMode>WO</ImposedAccessMode><pValue>Register</pValue>") +
+             Node("Integer", "Gated", "<pIsAvailable>Gate</pIsAvailable><Value>3</Value>"));
+    }
+};
+
+TEST_F(ParameterTest, AttachesToTheNodeItselfHoweverItIsGiven) {
+    CIntegerParameter named(*Map, "Width");
+    CParameter untyped(&named);
+    for (const CIntegerParameter& made :
+         {CIntegerParameter(named), CIntegerParameter(Map.get(), "Width"), CIntegerParameter(Map->GetNode("Width")),
+          CIntegerParameter(&Int("Width")), CIntegerParameter(&named)})
+        EXPECT_TRUE(made.IsValid() && made.Equals(&Int("Width")) && made.Equals(untyped) && made.Equals(named));
+    CIntegerParameter attached;
+    EXPECT_TRUE(attached.Attach(&untyped) && *attached == 64 && attached.Attach(&attached)) << "also to itself";
+    EXPECT_TRUE(attached.Attach(*Map, "Register") && attached.Equals(Map->GetNode("Register")));
+    EXPECT_FALSE(attached.Equals(untyped) || attached.Equals(Map->GetNode("Width")) || attached.Equals(&attached));
+    EXPECT_EQ((untyped = CParameter(*Map, "Gain")).GetNode(), Map->GetNode("Gain"));
+}
+
+TEST_F(ParameterTest, FailedAttachLeavesNoNode) {
+    CIntegerParameter none;
+    for (const auto& attempt : std::vector<std::function<bool(CParameter&)>>{
+             [](CParameter& p) { return p.Attach(static_cast<GenApi::INodeMap*>(nullptr), "Width"); },
+             [&](CParameter& p) { return p.Attach(*Map, nullptr) || p.Attach(Map.get(), "Widht"); },
+             [](CParameter& p) { return p.Attach(static_cast<GenApi::INode*>(nullptr)); },
+             [](CParameter& p) { return p.Attach(static_cast<GenApi::IValue*>(nullptr)); },
+             [&](CParameter& p) { return p.Attach(Map->GetNode("Device")); }, // a port has no value
+             [&](CParameter& p) { return p.Attach(&none) || (p = none).IsValid(); },
+             [](CParameter& p) { return p.Release(), p.IsValid(); }}) {
+        CIntegerParameter integer(*Map, "Width");
+        CParameter untyped(*Map, "Width");
+        EXPECT_FALSE(attempt(integer) || attempt(untyped) || integer.IsValid() || untyped.IsValid());
+        EXPECT_EQ(integer.GetValueOrDefault(7), 7) << "nor that of its kind";
+        EXPECT_TRUE(integer.Equals(none) && untyped.Equals(static_cast<GenApi::INode*>(nullptr)));
+    }
+}
+
+TEST_F(ParameterTest, NodesOfAnotherKindAreNoneAlsoThroughTheBase) {
+    CIntegerParameter integer(*Map, "Width");
+    CParameter& base = integer;
+    EXPECT_FALSE(base.Attach(*Map, "Gain") || integer.IsValid() || CIntegerParameter(Map->GetNode("Gain")).IsValid());
+    EXPECT_TRUE(base.Attach(&Int("Width")) && integer.IsValid());
+    EXPECT_FALSE((base = CFloatParameter(*Map, "Gain")).Equals(Map->GetNode("Gain")) || integer.IsValid());
+}
+
+TEST_F(ParameterTest, TextsDescribeTheNode) {
+    CParameter gain(*Map, "Gain");
+    EXPECT_TRUE(gain.GetInfo(ParameterInfo_Name) == "Gain" && gain.GetInfo(ParameterInfo_DisplayName) == "Volume");
+    EXPECT_EQ(gain.GetInfoOrDefault(ParameterInfo_ToolTip, "x") + gain.GetInfo(ParameterInfo_Description), "Louder");
+    EXPECT_EQ(FailureOf<GenICam::InvalidArgumentException>([&] { gain.GetInfo(EParameterInfo(7)); }),
+              "Invalid value 7 for EParameterInfo passed.");
+    EXPECT_THROW(gain.GetInfoOrDefault(EParameterInfo(7), "none"), GenICam::InvalidArgumentException);
+    EXPECT_EQ(CParameter().GetInfoOrDefault(EParameterInfo(7), "none"), "none");
+}
+
+TEST_F(ParameterTest, StandsForItsNodeWithAllFlags) {
+    CIntegerParameter parameter(*Map, "Register");
+    GenApi::IInteger& node = parameter;
+    node.FromString("0x10", true);
+    EXPECT_TRUE(node.ToString() == "16" && node.IsValueCacheValid());
+    const int reads = Port.Reads;
+    EXPECT_TRUE(node.ToString(false, true) == "16" && Port.Reads > reads) << "past the cache";
+    CParameter width(*Map, "Width");
+    EXPECT_THROW(width.FromString("101"), GenICam::OutOfRangeException);
+    width.FromString("101", false);
+    EXPECT_THROW(width.ToString(true), GenICam::OutOfRangeException);
+    EXPECT_EQ(width.ToStringOrDefault("x"), "101");
+}
+
+TEST_F(ParameterTest, WithoutANodeOrAReadableValueTheDefaultIsTheAnswer) {
+    CParameter unknown(*Map, "Widht");
+    EXPECT_FALSE(unknown.IsReadable() || unknown.IsWritable() || unknown.GetAccessMode() != GenApi::NI);
+    CParameter writeOnly(*Map, "Trigger");
+    EXPECT_TRUE(writeOnly.IsWritable() && !writeOnly.IsReadable());
+    EXPECT_TRUE(writeOnly.ToStringOrDefault("x") == "x" && unknown.ToStringOrDefault("x") == "x" && Port.Reads == 0);
+}
+
+TEST_F(ParameterTest, FailureOfTheNodePassesButWhereOnlyAccessIsAsked) {
+    CIntegerParameter gated(*Map, "Gated");
+    Port.TimesOut = true;
+    EXPECT_FALSE(gated.IsReadable() || gated.IsWritable());
+    EXPECT_THROW(gated.ToStringOrDefault("x"), GenICam::TimeoutException);
+    EXPECT_THROW(gated.GetValueOrDefault(1), GenICam::TimeoutException);
+    EXPECT_THROW(gated.TrySetValue(1) || gated.TrySetToMaximum(), GenICam::TimeoutException);
+    EXPECT_EQ(FailureOf<GenICam::TimeoutException>([&] { gated.ToString(); }), "The device is asleep");
+}
+
+/// Each operation, given by its name and how to call it on @p object, must fail for want of a node.
+template <class Object, class Call, class... Rest>
+void ExpectNoNode(const std::string& className, Object& object, const char* name, Call call, Rest... rest) {
+    EXPECT_EQ(FailureOf<GenICam::AccessException>([&] { std::invoke(call, object); }),
+              "Parameter not found in " + className + "::" + name + ". (No node attached.)");
+    if constexpr (sizeof...(rest) > 0)
+        ExpectNoNode(className, object, rest...);
+}
+
+template <class N, class Correction>
+void ExpectNoNodeOfNumber(const std::string& className, N n, Correction correction) {
+    ExpectNoNode(className, n, "operator()", &N::operator(), "operator*", &N::operator*, "GetMin", &N::GetMin, "GetMax",
+                 &N::GetMax, "GetIncMode", &N::GetIncMode, "GetInc", &N::GetInc, "GetRepresentation",
+                 &N::GetRepresentation, "GetUnit", &N::GetUnit, "SetToMaximum", &N::SetToMaximum, "SetToMinimum",
+                 &N::SetToMinimum, "GetValuePercentOfRange", &N::GetValuePercentOfRange);
+    const auto correct = [correction](N& p) { p.SetValue(1, correction); };
+    const auto uncorrected = [](N& p) { p.SetValue(1, Correction()); };
+    const auto assign = [](N& p) { p = 1; };
+    ExpectNoNode(className, n, "SetValue", correct, "SetValue", uncorrected, "operator=", assign);
+    const auto with = [](auto operation) { return [=](N& p) { (p.*operation)(1); }; };
+    ExpectNoNode(className, n, "ImposeMin", with(&N::ImposeMin), "ImposeMax", with(&N::ImposeMax),
+                 "GetListOfValidValues", with(&N::GetListOfValidValues), "SetValuePercentOfRange",
+                 with(&N::SetValuePercentOfRange), "GetValue", [](N& p) { p.GetValue(); });
+}
+
+TEST(ParameterWithoutNodeTest, FailuresNameClassAndOperation) {
+    CParameter p;
+    const auto toString = [](CParameter& o) { o.ToString(); };
+    const auto fromString = [](CParameter& o) { o.FromString("1"); };
+    const auto getInfo = [](CParameter& o) { o.GetInfo(EParameterInfo(7)); };
+    ExpectNoNode("CParameter", p, "GetNode", &CParameter::GetNode, "IsValueCacheValid", &CParameter::IsValueCacheValid,
+                 "ToString", toString, "FromString", fromString, "GetInfo", getInfo);
+    ExpectNoNodeOfNumber("CIntegerParameter", CIntegerParameter(), IntegerValueCorrection_Up);
+    ExpectNoNodeOfNumber("CFloatParameter", CFloatParameter(), FloatValueCorrection_ClipToRange);
+    CFloatParameter f;
+    ExpectNoNode("CFloatParameter", f, "HasInc", &CFloatParameter::HasInc, "GetDisplayNotation",
+                 &CFloatParameter::GetDisplayNotation, "GetDisplayPrecision", &CFloatParameter::GetDisplayPrecision);
+}
+
+// Applications are built apart from the library and call through tables of virtual operations.
+TEST(ParameterOrderTest, OperationsKeepTheirPlaces) {
+    using P = CParameter;
+    EXPECT_THAT(Slots(&P::GetAccessMode, &P::GetNode, &P::ToString, &P::FromString, &P::IsValueCacheValid,
+                      &P::IsReadable, &P::IsWritable, &P::IsValid, &P::GetInfo, &P::GetInfoOrDefault,
+                      &P::ToStringOrDefault, &P::Release),
+                ElementsAre(0, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 20)); // behind the first, the destructor's two
+    EXPECT_EQ((Fakes::Slot<bool(GenApi::INodeMap*, const char*)>(&P::Attach)), 13u);
+    EXPECT_EQ(Fakes::Slot<bool(GenApi::INode*)>(&P::Attach), 15u);
+    EXPECT_EQ(Fakes::Slot<bool(const P&) const>(&P::Equals), 17u);
+    using I = IIntegerEx;
+    using F = IFloatEx;
+    EXPECT_THAT(Slots(&I::GetValueOrDefault, &I::GetValuePercentOfRange, &I::SetValuePercentOfRange,
+                      &I::TrySetValuePercentOfRange, &I::SetToMaximum, &I::SetToMinimum, &I::TrySetToMaximum,
+                      &I::TrySetToMinimum, &CIntegerParameter::Release, &CIntegerParameter::IsValid),
+                ElementsAre(22, 25, 26, 27, 28, 29, 30, 31, 39, 40));
+    EXPECT_THAT(Slots(&F::GetValueOrDefault, &F::SetValuePercentOfRange, &F::SetToMaximum, &F::TrySetToMaximum,
+                      &F::GetAlternativeIntegerRepresentation, &CFloatParameter::Release, &CFloatParameter::IsValid),
+                ElementsAre(25, 29, 31, 33, 35, 43, 44));
+}
+
+} // namespace
