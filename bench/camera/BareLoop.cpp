@@ -1,0 +1,256 @@
+// What the system alone costs: the hops of a frame without any of our code.
+//
+// transport ─ event counter ─► engine ─ pipe ─► application, each hop with the system calls that ours makes:
+//   transport    takes a free buffer; writes the event counter when no frame waited in it
+//   engine       polls stop, buffer wanted and the event counter; reads the last one when no frame is left; tests
+//                and writes the result pipe when the output queue was empty
+//   application  gives the frame before back; looks once at stop, result and timer; finds it nothing, it clears and
+//                arms the timer, polls, and disarms the timer; reads the result pipe when no frame is left
+// The upcoming image has one hop more: the application tests and writes the pipe of the wanted buffer, the engine
+// reads it and hands a buffer to the transport. A full output queue sends a buffer back from the engine.
+
+#include "Frames.h"
+
+#include <array>
+#include <atomic>
+#include <csignal>
+#include <fcntl.h>
+#include <poll.h>
+#include <pthread.h>
+#include <semaphore>
+#include <stdexcept>
+#include <sys/eventfd.h>
+#include <thread>
+#include <time.h>
+#include <unistd.h>
+
+namespace camera_bench {
+namespace {
+
+class Pipe {
+public:
+    Pipe() {
+        if (pipe2(m_ends.data(), O_NONBLOCK) != 0) {
+            throw std::runtime_error("no pipe");
+        }
+    }
+    Pipe(const Pipe&) = delete;
+    Pipe& operator=(const Pipe&) = delete;
+    ~Pipe() {
+        close(m_ends[0]);
+        close(m_ends[1]);
+    }
+
+    /// Tests before it writes, as a wait object does, but writes in any case: a reader may be about to take the byte.
+    void Signal() const {
+        pollfd entry{m_ends[0], POLLIN, 0};
+        poll(&entry, 1, 0);
+        const char byte = 0;
+        [[maybe_unused]] const ssize_t written = write(m_ends[1], &byte, 1);
+    }
+    void Clear() const {
+        char byte = 0;
+        [[maybe_unused]] const ssize_t got = read(m_ends[0], &byte, 1);
+    }
+    int GetFd() const { return m_ends[0]; }
+
+private:
+    std::array<int, 2> m_ends{};
+};
+
+class EventCounter {
+public:
+    EventCounter() : m_fd(eventfd(0, EFD_NONBLOCK | EFD_SEMAPHORE)) {
+        if (m_fd < 0) {
+            throw std::runtime_error("no event counter");
+        }
+    }
+    EventCounter(const EventCounter&) = delete;
+    EventCounter& operator=(const EventCounter&) = delete;
+    ~EventCounter() { close(m_fd); }
+
+    void Signal() const { eventfd_write(m_fd, 1); }
+    void Clear() const {
+        eventfd_t value = 0;
+        eventfd_read(m_fd, &value);
+    }
+    int GetFd() const { return m_fd; }
+
+private:
+    const int m_fd;
+};
+
+/// A number of frames, and a descriptor that is readable while it is above 0. One thread puts, one takes.
+template <typename Signal>
+class Waiting {
+public:
+    void Put() {
+        if (m_count.fetch_add(1) == 0) {
+            m_signal.Signal();
+        }
+    }
+    void Take() { // once the descriptor is readable
+        if (m_count.fetch_sub(1) == 1) {
+            m_signal.Clear();
+        }
+    }
+    unsigned GetCount() const { return m_count; }
+    int GetFd() const { return m_signal.GetFd(); }
+
+private:
+    std::atomic<unsigned> m_count{0};
+    Signal m_signal;
+};
+
+/// Armed for long, it never fires.
+class Timer {
+public:
+    Timer() {
+        sigevent event{};
+        event.sigev_notify = SIGEV_SIGNAL;
+        event.sigev_signo = SIGALRM;
+        if (timer_create(CLOCK_MONOTONIC, &event, &m_timer) != 0) {
+            throw std::runtime_error("no timer");
+        }
+    }
+    Timer(const Timer&) = delete;
+    Timer& operator=(const Timer&) = delete;
+    ~Timer() { timer_delete(m_timer); }
+
+    void Arm() {
+        m_flag.Clear();
+        SetSeconds(kTimeoutMs / 1000);
+    }
+    void Disarm() { SetSeconds(0); }
+    int GetFd() const { return m_flag.GetFd(); }
+
+private:
+    void SetSeconds(time_t seconds) {
+        itimerspec setting{};
+        setting.it_value.tv_sec = seconds;
+        timer_settime(m_timer, 0, &setting, nullptr);
+    }
+
+    timer_t m_timer{};
+    Pipe m_flag;
+};
+
+class BareFrames final : public IFrames {
+public:
+    explicit BareFrames(const Flow& flow)
+        : m_isUpcoming(flow.strategy == Zelmo::GrabStrategy_UpcomingImage), m_capacity(GetQueueCapacity(flow)) {
+        if (!m_isUpcoming) {
+            GiveBuffers(flow.buffers);
+        }
+        m_engine = std::thread([this] { RunEngine(); });
+        if (flow.pace == EPace::Free) {
+            m_transport = std::thread([this] { RunTransport(); });
+        }
+    }
+    ~BareFrames() override {
+        m_isStopping = true;
+        m_stop.Signal();
+        m_free.release();
+        m_engine.join();
+        if (m_transport.joinable()) {
+            m_transport.join();
+        }
+    }
+
+    std::uint64_t Take() override;
+    void Complete(unsigned frames) override {
+        for (; frames > 0; --frames) {
+            m_completed.Put();
+        }
+    }
+    std::uint64_t GetReady() const override { return m_ready.GetCount(); }
+
+private:
+    void RunTransport();
+    void RunEngine();
+    void MoveFrame();
+    void GiveBuffers(unsigned count) { m_free.release(count); }
+    bool WaitForFrame(int timeoutMs) const;
+
+    const bool m_isUpcoming;
+    const unsigned m_capacity; // of the output queue
+    std::atomic<bool> m_isStopping{false};
+    std::atomic<std::uint64_t> m_moved{0}; // frames, by the engine
+    bool m_holdsFrame = false;
+    Pipe m_stop;
+    Pipe m_wanted;
+    Timer m_timer;
+    std::counting_semaphore<> m_free{0}; // buffers for the transport
+    Waiting<EventCounter> m_completed;
+    Waiting<Pipe> m_ready;
+    std::thread m_engine;
+    std::thread m_transport;
+};
+
+void BareFrames::RunTransport() {
+    for (m_free.acquire(); !m_isStopping; m_free.acquire()) {
+        m_completed.Put();
+    }
+}
+
+void BareFrames::RunEngine() {
+    const sched_param parameters{kEnginePriority};
+    pthread_setschedparam(pthread_self(), SCHED_RR, &parameters); // where the system refuses, ours has none either
+    for (;;) {
+        pollfd entries[] = {
+            {m_stop.GetFd(), POLLIN, 0}, {m_wanted.GetFd(), POLLIN, 0}, {m_completed.GetFd(), POLLIN, 0}};
+        poll(entries, std::size(entries), -1);
+        if (entries[0].revents != 0) {
+            return;
+        }
+        if (entries[1].revents != 0) {
+            m_wanted.Clear();
+            GiveBuffers(1);
+        } else {
+            MoveFrame();
+        }
+    }
+}
+
+void BareFrames::MoveFrame() {
+    m_completed.Take();
+    m_moved.fetch_add(1, std::memory_order_relaxed);
+    if (m_ready.GetCount() < m_capacity) {
+        m_ready.Put();
+    } else if (!m_isUpcoming) {
+        GiveBuffers(1);
+    }
+}
+
+std::uint64_t BareFrames::Take() {
+    if (m_holdsFrame && !m_isUpcoming) {
+        GiveBuffers(1);
+    }
+    if (m_isUpcoming) {
+        m_wanted.Signal();
+    }
+    if (!WaitForFrame(0)) {
+        m_timer.Arm();
+        if (!WaitForFrame(-1)) {
+            throw std::runtime_error("no frame came");
+        }
+        m_timer.Disarm();
+    }
+    m_ready.Take();
+    m_holdsFrame = true;
+    return m_moved.load(std::memory_order_relaxed);
+}
+
+bool BareFrames::WaitForFrame(int timeoutMs) const {
+    pollfd entries[] = {{m_stop.GetFd(), POLLIN, 0}, {m_ready.GetFd(), POLLIN, 0}, {m_timer.GetFd(), POLLIN, 0}};
+    poll(entries, std::size(entries), timeoutMs);
+    return entries[1].revents != 0;
+}
+
+} // namespace
+
+std::unique_ptr<IFrames> StartBareFrames(const Flow& flow) {
+    return std::make_unique<BareFrames>(flow);
+}
+
+} // namespace camera_bench

@@ -1,0 +1,130 @@
+// Ours beside the bare loop, in turn: CPU time and frames a second, medians of seven runs.
+// With one buffer each hop waits for the one before; with ten the transport runs ahead as far as there are buffers.
+// Only the latest image, of ten, is no fair race: frames that are replaced on the way cost less, and who replaces more
+// ("taken" is the share that is not) has less to do for a frame.
+
+#include "Frames.h"
+#include "Machine.h"
+
+#include <benchmark/benchmark.h>
+
+#include <functional>
+#include <memory>
+#include <vector>
+
+namespace camera_bench {
+namespace {
+
+constexpr int kRuns = 7;
+constexpr std::uint64_t kFrames = 5000;
+constexpr std::uint64_t kWarmUp = 200;
+
+/// Some runs of one thing.
+class Runs {
+public:
+    explicit Runs(std::function<std::unique_ptr<IFrames>()> start) : m_start(std::move(start)) {}
+
+    void Run() {
+        const std::unique_ptr<IFrames> frames = m_start();
+        std::uint64_t first = 0;
+        while (first < kWarmUp) {
+            first = frames->Take();
+        }
+        const Usage before = GetUsage();
+        std::uint64_t last = first;
+        std::uint64_t taken = 0;
+        for (; last - first < kFrames; ++taken) {
+            last = frames->Take();
+        }
+        const Usage after = GetUsage();
+        const auto count = static_cast<double>(last - first);
+        m_cpuUs.push_back((after.cpuSeconds - before.cpuSeconds) * 1e6 / count);
+        m_perSecond.push_back(count / (after.wallSeconds - before.wallSeconds));
+        m_sleeps.push_back(static_cast<double>(after.sleeps - before.sleeps) / count);
+        m_taken.push_back(static_cast<double>(taken) / count);
+    }
+
+    double GetCpuUs() const { return GetMedian(m_cpuUs); }
+    double GetPerSecond() const { return GetMedian(m_perSecond); }
+    double GetSleeps() const { return GetMedian(m_sleeps); }
+    double GetTaken() const { return GetMedian(m_taken); } // share of the frames; the rest was skipped
+
+private:
+    std::function<std::unique_ptr<IFrames>()> m_start;
+    std::vector<double> m_cpuUs;
+    std::vector<double> m_perSecond;
+    std::vector<double> m_sleeps;
+    std::vector<double> m_taken;
+};
+
+void RunInTurn(Runs& one, Runs& other) {
+    for (int run = 0; run < kRuns; ++run) {
+        one.Run();
+        other.Run();
+    }
+}
+
+/// Arguments: buffers, processors.
+void OursBesideBareLoop(benchmark::State& state, Zelmo::EGrabStrategy strategy) {
+    Flow flow;
+    flow.strategy = strategy;
+    flow.buffers = static_cast<unsigned>(state.range(0));
+    const Processors pinned(static_cast<int>(state.range(1)));
+    if (GetProcessorCount() < state.range(1)) {
+        state.SkipWithError("there are fewer processors");
+        return;
+    }
+    Runs ours([&flow] { return StartOurFrames(flow); });
+    Runs bare([&flow] { return StartBareFrames(flow); });
+    for (auto _ : state) {
+        RunInTurn(ours, bare);
+        state.SetIterationTime(1 / ours.GetPerSecond());
+    }
+    state.counters["cpu_us"] = ours.GetCpuUs();
+    state.counters["cpu_us_bare"] = bare.GetCpuUs();
+    state.counters["cpu_ratio"] = ours.GetCpuUs() / bare.GetCpuUs();
+    state.counters["per_s"] = ours.GetPerSecond();
+    state.counters["per_s_bare"] = bare.GetPerSecond();
+    state.counters["per_s_ratio"] = ours.GetPerSecond() / bare.GetPerSecond();
+    state.counters["sleeps"] = ours.GetSleeps();
+    state.counters["sleeps_bare"] = bare.GetSleeps();
+    state.counters["taken"] = ours.GetTaken();
+    state.counters["taken_bare"] = bare.GetTaken();
+}
+
+void WithEachNumber(benchmark::internal::Benchmark* comparison, const std::vector<std::int64_t>& buffers) {
+    comparison->ArgNames({"buffers", "cores"})->ArgsProduct({buffers, {1, 2}});
+    comparison->Iterations(1)->UseManualTime()->Unit(benchmark::kMicrosecond);
+}
+void Flows(benchmark::internal::Benchmark* comparison) {
+    WithEachNumber(comparison, {1, 10});
+}
+void LoneFrames(benchmark::internal::Benchmark* comparison) { // the upcoming image comes alone
+    WithEachNumber(comparison, {1});
+}
+BENCHMARK_CAPTURE(OursBesideBareLoop, OneByOne, Zelmo::GrabStrategy_OneByOne)->Apply(Flows);
+BENCHMARK_CAPTURE(OursBesideBareLoop, LatestImageOnly, Zelmo::GrabStrategy_LatestImageOnly)->Apply(Flows);
+BENCHMARK_CAPTURE(OursBesideBareLoop, LatestImages, Zelmo::GrabStrategy_LatestImages)->Apply(Flows);
+BENCHMARK_CAPTURE(OursBesideBareLoop, UpcomingImage, Zelmo::GrabStrategy_UpcomingImage)->Apply(LoneFrames);
+
+/// What a frame costs must not depend on its size, as long as nobody draws or reads it.
+void LargeFramesBesideSmall(benchmark::State& state) {
+    Flow small;
+    Flow large;
+    large.width = 64 * 32;
+    large.height = 64 * 32;
+    const Processors pinned(1);
+    Runs largeRuns([&large] { return StartOurFrames(large); });
+    Runs smallRuns([&small] { return StartOurFrames(small); });
+    for (auto _ : state) {
+        RunInTurn(largeRuns, smallRuns);
+        state.SetIterationTime(1 / largeRuns.GetPerSecond());
+    }
+    state.counters["cpu_us_4MiB"] = largeRuns.GetCpuUs();
+    state.counters["cpu_us_4KiB"] = smallRuns.GetCpuUs();
+    state.counters["cpu_ratio"] = largeRuns.GetCpuUs() / smallRuns.GetCpuUs();
+}
+BENCHMARK(LargeFramesBesideSmall)->Iterations(1)->UseManualTime()->Unit(benchmark::kMicrosecond);
+
+} // namespace
+} // namespace camera_bench
