@@ -5,7 +5,9 @@
 #include <zelmo/Device.h>
 
 #include <atomic>
+#include <chrono>
 #include <functional>
+#include <future>
 #include <stdexcept>
 #include <thread>
 #include <utility>
@@ -23,7 +25,9 @@ public:
         m_device = &device;
         return Zelmo::RegisterRemovalCallback(&device, *this, &Witness::OnRemoved);
     }
-    bool IsTold(unsigned timeoutMs = 60000) const { return m_told.Wait(timeoutMs); }
+    bool IsTold(int timeoutMs = 60000) const {
+        return m_isTold.wait_for(std::chrono::milliseconds(timeoutMs)) == std::future_status::ready;
+    }
     int Calls() const { return m_calls; }
 
 private:
@@ -31,16 +35,17 @@ private:
         EXPECT_EQ(device, m_device);
         EXPECT_NE(std::this_thread::get_id(), m_creator);
         ++m_calls;
-        Zelmo::WaitObjectEx told = m_told; // whoever waits may end this witness at once
+        std::promise<void> told = std::move(m_told); // whoever waits may end this witness at once
         m_action(device);
-        told.Signal();
+        told.set_value();
     }
 
     const std::thread::id m_creator = std::this_thread::get_id();
     const std::function<void(Zelmo::IZelmoDevice*)> m_action;
     Zelmo::IZelmoDevice* m_device = nullptr;
     std::atomic<int> m_calls = 0;
-    Zelmo::WaitObjectEx m_told = Zelmo::WaitObjectEx::Create();
+    std::promise<void> m_told;
+    const std::future<void> m_isTold = m_told.get_future();
 };
 
 class RemovalTest : public ::testing::Test {
