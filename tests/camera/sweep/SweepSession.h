@@ -1,0 +1,104 @@
+#pragma once
+
+#include "ZelmoBase/camera/BufferFactoryDeallocator.h"
+#include "ZelmoBase/camera/GrabSession.h"
+
+#include "fakes/Descriptors.h"
+
+#include <Base/GCSynch.h>
+
+#include <filesystem>
+#include <iterator>
+#include <string>
+
+/// Under a sanitizer every 17th place of failure is enough.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+inline constexpr unsigned kSweepStep = 17;
+#else
+inline constexpr unsigned kSweepStep = 1;
+#endif
+
+inline constexpr unsigned kImages = 20;
+
+/// Counts the buffers that are alive.
+class CountedMemory : public Zelmo::IBufferFactory {
+public:
+    void AllocateBuffer(std::size_t sizeBytes, void** buffer, long& context) override {
+        *buffer = ::operator new(sizeBytes);
+        context = 1;
+        ++alive;
+    }
+    void FreeBuffer(void* buffer, long) override {
+        ::operator delete(buffer);
+        --alive;
+    }
+    void DestroyBufferFactory() override {}
+
+    std::atomic<int> alive{0};
+};
+
+/// What the application saw of one session.
+struct Outcome {
+    bool started = false;
+    unsigned images = 0;
+    std::string failure; // what start or retrieval raised
+};
+
+/// A session object as a camera would own it, over and over again used for: start, twenty images, stop.
+class SweepSession final : private Zelmo::IGrabSessionOwner, private Zelmo::IGrabEngineObserver {
+public:
+    explicit SweepSession(const Zelmo::CGrabSettings& settings)
+        : m_settings(settings), m_session(nullptr, m_lock, *this, *this) {
+        m_session.GetEngine().SetBufferFactory(Zelmo::ShareBufferFactory(&m_memory, Zelmo::Cleanup_None, nullptr));
+    }
+
+    Outcome Run(Zelmo::IStreamGrabber& grabber) {
+        Outcome outcome;
+        try {
+            m_session.Start(&grabber, m_settings);
+            outcome.started = true;
+            Zelmo::CGrabResultPtr result;
+            while (outcome.images < kImages &&
+                   m_session.Retrieve(10000, result, Zelmo::TimeoutHandling_ThrowException)) {
+                ++outcome.images;
+            }
+        } catch (const std::exception& e) {
+            outcome.failure = e.what();
+        } catch (...) {
+            outcome.failure = "something else";
+        }
+        m_session.Stop();
+        return outcome;
+    }
+
+    bool IsIdle() const { return !m_session.IsGrabbing() && m_session.GetEngine().GetNumQueuedBuffers() == 0; }
+    int BuffersAlive() const { return m_memory.alive; }
+
+private:
+    Zelmo::CGrabResultData* CreateGrabResultData() override { return new Zelmo::CGrabResultData; }
+    void OnGrabError(const char*) override {}
+    void StopGrabbing() override { m_session.Stop(); }
+    void OnGrabCountReached() override {}
+
+    const Zelmo::CGrabSettings m_settings;
+    CountedMemory m_memory;
+    GenICam::CLock m_lock;
+    Zelmo::CGrabSession m_session;
+};
+
+/// Descriptors and threads of the process; the same before and after.
+struct ProcessResources {
+    int descriptors = Fakes::OpenDescriptors();
+    long threads = std::distance(std::filesystem::directory_iterator("/proc/self/task"), {});
+
+    friend bool operator==(const ProcessResources&, const ProcessResources&) = default;
+};
+
+inline Zelmo::CGrabSettings SettingsFor(Zelmo::EGrabStrategy strategy, unsigned long maxNumQueuedBuffer) {
+    Zelmo::CGrabSettings settings;
+    settings.strategy = strategy;
+    settings.maxNumBuffer = 5;
+    settings.maxNumQueuedBuffer = maxNumQueuedBuffer;
+    settings.priority = 0;
+    return settings;
+}
