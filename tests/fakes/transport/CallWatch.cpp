@@ -40,18 +40,13 @@ CCallWatch::CCall CCallWatch::Enter(EOperation operation, bool alone) {
         if (other != EOperation::Count)
             Violate(std::string(NameOf(operation)) + " while " + NameOf(other) + " runs");
     }
-    if (operation < EOperation::IsOpen)
-        Record(operation);
+    {
+        const std::lock_guard lock(m_lock);
+        if (operation < EOperation::IsOpen && m_order.size() < 1000 && (m_order.empty() || m_order.back() != operation))
+            m_order.push_back(operation);
+    }
     call.faults = Strike(operation);
     return call;
-}
-
-void CCallWatch::Record(EOperation operation) {
-    if (m_script.logsCalls)
-        LogCall("%s", NameOf(operation));
-    const std::lock_guard lock(m_lock);
-    if (m_order.size() < 1000 && (m_order.empty() || m_order.back() != operation))
-        m_order.push_back(operation);
 }
 
 FaultSet CCallWatch::Strike(EOperation operation) {
@@ -86,8 +81,7 @@ void CCallWatch::Stall(const CFault& fault) {
 }
 
 void CCallWatch::Violate(const std::string& text) {
-    if (m_script.logsCalls)
-        LogCall("BROKEN: %s", text.c_str());
+    LogCall("BROKEN: %s", text.c_str());
     const std::lock_guard lock(m_lock);
     if (m_violations.size() < 100)
         m_violations.push_back(text);

@@ -42,7 +42,7 @@ public:
     CCall Enter(EOperation operation, bool alone = true);
     FaultSet Strike(EOperation operation); ///< The same for what is no call.
 
-    void Violate(const std::string& text);
+    void Violate(const std::string& text); ///< Also logged as "BROKEN: …", category "fake", for who has only the log.
     bool IsSpoilt() const { return m_isSpoilt; } ///< A fault has hindered the clean-up that runs now.
 
     bool WaitForStall(EOperation operation);
@@ -52,7 +52,6 @@ public:
     std::string Order() const;
 
 private:
-    void Record(EOperation operation);
     void Stall(const CFault& fault);
 
     Zelmo::WaitObjectEx& m_waitObject;

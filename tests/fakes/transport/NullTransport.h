@@ -1,27 +1,25 @@
 #pragma once
 
-#include <Base/GCException.h>
 #include <zelmo/PixelType.h>
 #include <zelmo/StreamGrabber.h>
 #include <zelmo/WaitObject.h>
 
 #include <boost/circular_buffer.hpp>
 
+#include <atomic>
 #include <condition_variable>
-#include <cstdint>
 #include <mutex>
 #include <sys/eventfd.h>
 #include <thread>
 #include <unistd.h>
-#include <vector>
 
 #include "RegisterNodes.h"
 
 namespace Fakes {
 
-/// A stream grabber for benchmarks: completes buffers without drawing anything, allocates nothing for a frame, trusts
-/// its caller. Its wait object is an eventfd that is written when the first result comes and read when the last one is
-/// retrieved: a result that finds another one waiting costs no system call.
+/// A stream grabber for benchmarks: completes buffers without drawing anything, allocates nothing for a frame or a
+/// registration, trusts its caller. Its wait object is an eventfd that is written when the first result comes and read
+/// when the last one is retrieved: a result that finds another one waiting costs no system call.
 /// Threads: as the contract of IStreamGrabber tells; Complete on any. Locks: m_lock, a leaf.
 class CNullStreamGrabber final : public Zelmo::IStreamGrabber, private IRegisters {
 public:
@@ -31,14 +29,10 @@ public:
         Free    ///< a thread completes what is queued
     };
 
-    /// Up to @p maxBuffers can be registered at a time; images are Mono8.
+    /// Images are Mono8; up to @p maxQueued buffers may be queued.
     explicit CNullStreamGrabber(EPace pace = EPace::AtOnce, std::int32_t width = 64, std::int32_t height = 64,
-                                std::size_t maxBuffers = 1024)
-        : m_pace(pace), m_width(width), m_height(height), m_buffers(maxBuffers), m_queued(maxBuffers),
-          m_results(maxBuffers) {
-        for (CBuffer& buffer : m_buffers)
-            m_unused.push_back(&buffer);
-    }
+                                std::size_t maxQueued = 1024)
+        : m_pace(pace), m_width(width), m_height(height), m_queued(maxQueued), m_results(maxQueued) {}
     ~CNullStreamGrabber() {
         StopStreaming();
         close(m_eventFd);
@@ -53,21 +47,8 @@ public:
     void Open() override { m_isOpen = true; }
     void Close() override { m_isOpen = false; }
     bool IsOpen() const override { return m_isOpen; }
-    Zelmo::StreamBufferHandle RegisterBuffer(void* buffer, std::size_t sizeBytes) override {
-        const std::lock_guard lock(m_lock);
-        if (m_unused.empty())
-            throw RUNTIME_EXCEPTION("Cannot register more than %zu buffers.", m_buffers.size());
-        CBuffer* const registered = m_unused.back();
-        m_unused.pop_back();
-        registered->memory = buffer;
-        registered->sizeBytes = sizeBytes;
-        return registered;
-    }
-    void* DeregisterBuffer(Zelmo::StreamBufferHandle handle) override {
-        const std::lock_guard lock(m_lock);
-        m_unused.push_back(static_cast<CBuffer*>(handle));
-        return m_unused.back()->memory;
-    }
+    Zelmo::StreamBufferHandle RegisterBuffer(void* buffer, std::size_t) override { return buffer; }
+    void* DeregisterBuffer(Zelmo::StreamBufferHandle handle) override { return handle; }
     void PrepareGrab() override {}
     bool IsStreaming() const override { return m_isStreaming; }
     void StartStreaming() override {
@@ -84,15 +65,10 @@ public:
         if (m_thread.joinable())
             m_thread.join();
     }
-    void FinishGrab() override { ///< Forgets what is still registered.
-        m_unused.clear();
-        for (CBuffer& buffer : m_buffers)
-            m_unused.push_back(&buffer);
-    }
+    void FinishGrab() override {}
     void QueueBuffer(Zelmo::StreamBufferHandle handle, void* context) override {
         const std::lock_guard lock(m_lock);
-        m_queued.push_back(static_cast<CBuffer*>(handle));
-        m_queued.back()->context = context;
+        m_queued.push_back({handle, context, Zelmo::GrabStatus_Grabbed});
         if (m_pace == EPace::AtOnce)
             CompleteOldest(Zelmo::GrabStatus_Grabbed);
         else
@@ -103,20 +79,20 @@ public:
         while (!m_queued.empty())
             CompleteOldest(Zelmo::GrabStatus_Canceled);
     }
-    std::size_t GetNumQueuedBuffers() const override { return m_queued.size() + m_results.size(); }
+    std::size_t GetNumQueuedBuffers() const override { return 0; } // not called
     bool RetrieveResult(Zelmo::GrabResult& result) override {
         const std::lock_guard lock(m_lock);
         if (m_results.empty())
             return false;
-        CBuffer& buffer = *m_results.front();
+        const CBuffer buffer = m_results.front();
         m_results.pop_front();
         eventfd_t ignored;
         if (m_results.empty())
             eventfd_read(m_eventFd, &ignored);
         result = {buffer.context,
-                  &buffer,
                   buffer.memory,
-                  buffer.sizeBytes,
+                  buffer.memory,
+                  static_cast<std::uint64_t>(m_written[1]),
                   buffer.status,
                   Zelmo::PayloadType_Image,
                   Zelmo::PixelType_Mono8,
@@ -138,28 +114,27 @@ public:
 
 private:
     struct CBuffer {
-        void* memory = nullptr;
-        std::size_t sizeBytes = 0;
-        void* context = nullptr;
-        Zelmo::EGrabStatus status = Zelmo::GrabStatus_Undefined;
+        void* memory;
+        void* context;
+        Zelmo::EGrabStatus status;
     };
 
     std::int64_t ReadRegister(int number) override {
         return number == 0 ? std::int64_t{m_width} * m_height : m_written[number];
     }
     void WriteRegister(int number, std::int64_t value) override { m_written[number] = value; }
+
     void CompleteOldest(Zelmo::EGrabStatus status) {
-        m_queued.front()->status = status;
         m_results.push_back(m_queued.front());
+        m_results.back().status = status;
         m_queued.pop_front();
         if (m_results.size() == 1)
             eventfd_write(m_eventFd, 1);
     }
     void Run() {
+        const auto canComplete = [this] { return !m_queued.empty() && (m_pace == EPace::Free || m_told > 0); };
         for (std::unique_lock lock(m_lock); m_isStreaming;) {
-            m_changed.wait(lock, [this] {
-                return !m_isStreaming || (!m_queued.empty() && (m_pace == EPace::Free || m_told > 0));
-            });
+            m_changed.wait(lock, [&] { return !m_isStreaming || canComplete(); });
             if (!m_isStreaming)
                 return;
             m_told -= m_pace == EPace::Told ? 1 : 0;
@@ -177,13 +152,11 @@ private:
         *this};
     bool m_isOpen = false;
 
-    mutable std::mutex m_lock; // guards all below but the thread
+    std::mutex m_lock; // guards all below but the thread
     std::condition_variable m_changed;
-    bool m_isStreaming = false;
+    std::atomic<bool> m_isStreaming = false;
     std::uint64_t m_told = 0, m_nextBlockId = 0;
-    std::vector<CBuffer> m_buffers;
-    std::vector<CBuffer*> m_unused;
-    boost::circular_buffer<CBuffer*> m_queued, m_results; // room for all buffers
+    boost::circular_buffer<CBuffer> m_queued, m_results;
     std::thread m_thread;
 };
 

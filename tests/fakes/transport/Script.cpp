@@ -7,6 +7,7 @@
 #include <random>
 #include <sstream>
 #include <stdexcept>
+#include <utility>
 
 namespace Fakes {
 namespace {
@@ -50,25 +51,23 @@ std::uint32_t Number(const std::string& text, std::uint32_t maximum = 999999999)
     return static_cast<std::uint32_t>(std::stoul(text));
 }
 
-/// Takes the part of @p text before @p end off, and @p end with it.
-std::string TakeUpTo(char end, std::string& text) {
-    const std::string part = text.substr(0, text.find(end));
-    text.erase(0, part.size() + 1);
-    return part;
+/// What stands before and behind the first @p separator.
+std::pair<std::string, std::string> Split(const std::string& text, char separator) {
+    const std::size_t at = std::min(text.find(separator), text.size());
+    return {text.substr(0, at), text.substr(std::min(at + 1, text.size()))};
 }
 
-CFault ParseFault(std::string text) {
-    CFault fault{};
-    fault.operation = ByName<EOperation>(operationNames, TakeUpTo(':', text));
-    const std::string call = TakeUpTo(':', text);
-    fault.call = call == "*" ? 0 : Number(call);
-    fault.fault = ByName<EFault>(faultWords, TakeUpTo('=', text));
-    fault.ms = text.empty() ? 0 : Number(text);
-    if (!Fits(fault.operation, fault.fault) || (fault.ms != 0 && fault.fault != EFault::Stall))
-        throw std::invalid_argument(std::string(NameOf(fault.operation)) + " has no such fault");
-    if (fault.fault >= EFault::Missing && fault.call != 0)
+CFault ReadFault(const std::string& piece) {
+    const auto [operationName, rest] = Split(piece, ':');
+    const auto [call, what] = Split(rest, ':');
+    const auto [word, ms] = Split(what, '=');
+    const auto operation = ByName<EOperation>(operationNames, operationName);
+    const auto fault = ByName<EFault>(faultWords, word);
+    if (!Fits(operation, fault) || (!ms.empty() && fault != EFault::Stall))
+        throw std::invalid_argument(operationName + " has no such fault");
+    if (fault >= EFault::Missing && call != "*")
         throw std::invalid_argument("it holds for all accesses, so the call must be *");
-    return fault;
+    return {operation, call == "*" ? 0 : Number(call), fault, ms.empty() ? 0 : Number(ms)};
 }
 
 } // namespace
@@ -77,63 +76,50 @@ const char* NameOf(EOperation operation) {
     return operationNames[static_cast<std::size_t>(operation)];
 }
 
-CScript::CScript(const std::string& text) {
-    std::istringstream pieces(text);
+CScript::CScript(const std::string& line) : text(line) {
+    std::istringstream pieces(line);
     for (std::string piece; std::getline(pieces, piece, ';');) {
         try {
-            if (piece.find(':') != std::string::npos)
-                faults.push_back(ParseFault(piece));
-            else
-                Set(piece);
+            Read(piece);
         } catch (const std::invalid_argument& e) {
             throw INVALID_ARGUMENT_EXCEPTION("Cannot read '%s' in a script: %s", piece.c_str(), e.what());
         }
     }
 }
 
-void CScript::Set(std::string setting) {
-    const std::string name = TakeUpTo('=', setting);
-    std::string& value = setting; // what is left
-    if (name == "source") {
+void CScript::Read(const std::string& piece) {
+    const auto [name, value] = Split(piece, '=');
+    if (piece.find(':') != std::string::npos) {
+        faults.push_back(ReadFault(piece));
+    } else if (name == "source") {
         rateHz = IsNumber(value) ? Number(value) : 0;
         source = rateHz != 0 ? ESource::Rate : ByName<ESource>(sourceWords, value);
     } else if (name == "frames") {
         frames = Number(value);
     } else if (name == "size") {
-        width = static_cast<std::int32_t>(Number(TakeUpTo('x', value), 4096));
-        height = static_cast<std::int32_t>(Number(value, 4096));
-    } else if (name == "log") {
-        logsCalls = Number(value, 1) == 1;
-    } else {
+        width = static_cast<std::int32_t>(Number(Split(value, 'x').first, 4096));
+        height = static_cast<std::int32_t>(Number(Split(value, 'x').second, 4096));
+    } else if (name == "mute") {
+        tellsRemoval = Number(value, 1) != 1;
+    } else if (!piece.empty()) {
         throw std::invalid_argument("there is no setting '" + name + "'");
     }
 }
 
 CScript CScript::Random(std::uint64_t seed, unsigned count, std::uint64_t lastCall) {
     std::mt19937_64 random(seed);
-    CScript script;
-    while (script.faults.size() < count) {
-        CFault fault{};
-        fault.operation = static_cast<EOperation>(random() % static_cast<std::uint64_t>(EOperation::Count));
-        fault.fault = static_cast<EFault>(random() % static_cast<std::uint64_t>(EFault::Count));
-        fault.call = fault.fault >= EFault::Missing ? 0 : 1 + random() % lastCall;
-        fault.ms = fault.fault == EFault::Stall ? 1 + static_cast<std::uint32_t>(random() % 5) : 0;
-        if (Fits(fault.operation, fault.fault) && fault.fault != EFault::Remove)
-            script.faults.push_back(fault);
+    std::string text;
+    while (count > 0) {
+        const auto operation = static_cast<EOperation>(random() % std::size(operationNames));
+        const auto fault = static_cast<EFault>(random() % std::size(faultWords));
+        const std::string call = fault >= EFault::Missing ? "*" : std::to_string(1 + random() % lastCall);
+        if (!Fits(operation, fault) || fault == EFault::Remove)
+            continue;
+        text += std::string(";") + NameOf(operation) + ":" + call + ":" + faultWords[static_cast<std::size_t>(fault)];
+        text += fault == EFault::Stall ? "=3" : "";
+        --count;
     }
-    return script;
-}
-
-std::string CScript::ToText() const {
-    std::ostringstream text;
-    text << "source=" << (rateHz != 0 ? std::to_string(rateHz) : sourceWords[static_cast<std::size_t>(source)]);
-    text << ";size=" << width << 'x' << height;
-    text << (frames != 0 ? ";frames=" + std::to_string(frames) : "") << (logsCalls ? ";log=1" : "");
-    for (const CFault& fault : faults)
-        text << ';' << NameOf(fault.operation) << ':' << (fault.call == 0 ? "*" : std::to_string(fault.call)) << ':'
-             << faultWords[static_cast<std::size_t>(fault.fault)]
-             << (fault.ms != 0 ? "=" + std::to_string(fault.ms) : "");
-    return text.str();
+    return text;
 }
 
 } // namespace Fakes

@@ -44,45 +44,35 @@ struct CFault {
     EOperation operation;
     std::uint64_t call; ///< the first call is 1; 0, in a script *, is each one
     EFault fault;
-    std::uint32_t ms = 0; ///< of a stall; 0 until Release()
-
-    friend bool operator==(const CFault&, const CFault&) = default;
+    std::uint32_t ms; ///< of a stall; 0 until Release()
 };
 
-/// Who begins frames while the grabber streams.
-enum class ESource : std::uint8_t {
-    Hand,  ///< source=hand: Deliver() only
-    Queue, ///< source=queue: QueueBuffer, which completes each buffer at once
-    Free,  ///< source=free: a thread, whenever a buffer is queued; no frame is lost
-    Rate   ///< source=100: a thread, that many frames a second; lost when no buffer is queued
-};
+/// Who begins frames while the grabber streams: source=hand, only Deliver(); source=queue, QueueBuffer, which completes
+/// each buffer at once; source=free, a thread, whenever a buffer is queued, so that no frame is lost; source=100, a
+/// thread, that many frames a second, lost when no buffer is queued.
+enum class ESource : std::uint8_t { Hand, Queue, Free, Rate };
 
 /// What a scripted camera does, as one line: faults "operation:call:fault" and settings "name=value", with ";" between:
 ///   "source=free;size=64x16;QueueBuffer:3:throw-runtime;RetrieveResult:5:false;Frame:*:fail"
 struct CScript {
-    CScript() = default;
     /// @throws GenICam::InvalidArgumentException with the piece that is wrong and why.
-    CScript(const std::string& text); // implicit: a text is a script
-    CScript(const char* text) : CScript(std::string(text)) {}
+    CScript(const std::string& line = {}); // implicit: a text is a script
+    CScript(const char* line) : CScript(std::string(line)) {}
 
     /// @p count faults among the first @p lastCall calls; none blocks for ever or removes the camera. The same seed
-    /// gives the same script; say ToText() of it when a test fails.
+    /// gives the same script; say its text when a test fails.
     static CScript Random(std::uint64_t seed, unsigned count = 3, std::uint64_t lastCall = 20);
 
-    std::string ToText() const; ///< Gives an equal script when it is read again.
-
+    std::string text; ///< As it was read.
     std::vector<CFault> faults;
     ESource source = ESource::Hand;
-    std::uint32_t rateHz = 0; ///< of ESource::Rate
-    std::uint64_t frames = 0; ///< frames=…: how many are begun, in all; 0 without end
-    std::int32_t width = 64;  ///< size=…x…: pixels, Mono8
-    std::int32_t height = 16; ///< lines
-    bool logsCalls = false;   ///< log=1: each call and violation goes to the log, category "fake"
-
-    friend bool operator==(const CScript&, const CScript&) = default;
+    std::uint32_t rateHz = 0;             ///< of ESource::Rate
+    std::uint64_t frames = 0;             ///< frames=…: how many are begun, in all; 0 without end
+    std::int32_t width = 64, height = 16; ///< size=…x…: pixels, Mono8
+    bool tellsRemoval = true;             ///< mute=1: no; the device has to be asked whether it is there
 
 private:
-    void Set(std::string setting);
+    void Read(const std::string& piece);
 };
 
 } // namespace Fakes

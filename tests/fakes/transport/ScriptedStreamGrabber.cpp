@@ -11,7 +11,6 @@
 
 #include "ZelmoBase/core/ScopeGuard.h"
 #include "core/FrameRecord.h"
-#include "fakes/plugins/FakeDevice.h"
 
 namespace Fakes {
 namespace {
@@ -23,42 +22,26 @@ constexpr std::uint64_t stamp = 0xE7B1A9C3D5F70B1D; // at the begin of a queued 
 constexpr FaultSet lies = Bit(EFault::LieShort) | Bit(EFault::LieLong) | Bit(EFault::LieNegative) |
                           Bit(EFault::LieHuge) | Bit(EFault::LieStrange);
 
-void Lie(FaultSet faults, Zelmo::GrabResult& result) {
-    if (Has(faults, EFault::LieShort))
-        --result.payloadSize;
-    if (Has(faults, EFault::LieLong))
-        result.payloadSize = static_cast<std::int64_t>(result.bufferSize) + 1000;
-    if (Has(faults, EFault::LieNegative)) {
-        result.sizeX = result.sizeY = result.offsetX = result.offsetY = result.paddingX = result.paddingY = -64;
-        result.payloadSize = -64;
-    }
-    if (Has(faults, EFault::LieHuge))
-        result.sizeX = result.sizeY = std::numeric_limits<std::int32_t>::max();
-    if (Has(faults, EFault::LieStrange))
-        result.pixelType = Zelmo::PixelType_Double;
-}
-
 /// The nodes as the script wants them; their registers have the number of the operation.
 std::vector<CFeature> Features(const CScript& script) {
-    static const std::map<EFault, const char*> properties{
-        {EFault::Unreadable, "<ImposedAccessMode>WO</ImposedAccessMode>"},
-        {EFault::ReadOnly, "<ImposedAccessMode>RO</ImposedAccessMode>"},
-        {EFault::Limit, "<Max>1</Max>"},
-        {EFault::OffGrid, "<Min>3</Min><Inc>7</Inc>"}};
-    std::map<EOperation, CFeature> features;
-    for (const EOperation node : {EOperation::PayloadSize, EOperation::MaxBufferSize, EOperation::MaxNumBuffer})
-        features[node] = {"Integer", NameOf(node), static_cast<int>(node), ""};
-    features[EOperation::AnnounceAnytimeEnable] = {"Boolean", "AnnounceAnytimeEnable",
-                                                   static_cast<int>(EOperation::AnnounceAnytimeEnable), ""};
-    for (const CFault& fault : script.faults)
-        if (fault.fault == EFault::Missing)
-            features.erase(fault.operation);
-        else if (features.count(fault.operation) != 0 && properties.count(fault.fault) != 0)
-            features[fault.operation].properties += properties.at(fault.fault);
-    std::vector<CFeature> all;
-    for (const auto& feature : features)
-        all.push_back(feature.second);
-    return all;
+    static constexpr const char* properties[] = {/*Missing*/ "", "<ImposedAccessMode>WO</ImposedAccessMode>",
+                                                 "<ImposedAccessMode>RO</ImposedAccessMode>", "<Max>1</Max>",
+                                                 "<Min>3</Min><Inc>7</Inc>"};
+    std::vector<CFeature> features;
+    for (const EOperation node : {EOperation::PayloadSize, EOperation::AnnounceAnytimeEnable, EOperation::MaxBufferSize,
+                                  EOperation::MaxNumBuffer}) {
+        const bool isBoolean = node == EOperation::AnnounceAnytimeEnable;
+        CFeature feature{isBoolean ? "Boolean" : "Integer", NameOf(node), static_cast<int>(node), ""};
+        bool isMissing = false;
+        for (const CFault& fault : script.faults)
+            if (fault.operation == node && fault.fault >= EFault::Missing) {
+                feature.properties += properties[static_cast<int>(fault.fault) - static_cast<int>(EFault::Missing)];
+                isMissing = isMissing || fault.fault == EFault::Missing;
+            }
+        if (!isMissing)
+            features.push_back(feature);
+    }
+    return features;
 }
 
 } // namespace
@@ -164,32 +147,26 @@ CScriptedStreamGrabber::EFrame CScriptedStreamGrabber::BeginFrame(bool onlyWithB
     lock.lock();
     if (m_isRemoved)
         return EFrame::None;
-    std::uint64_t blockId = 0;
-    CBuffer* const buffer = TakeBuffer(Has(faults, EFault::Gap), blockId);
-    if (!buffer)
+    const bool isLost = m_queued.empty();
+    const std::uint64_t gap = Has(faults, EFault::Gap) ? 2 : 0;
+    const std::uint64_t blockId = m_account.begun + gap;
+    m_account.begun += gap + 1;
+    m_account.lost += gap + (isLost ? 1 : 0);
+    if (isLost)
         return EFrame::Lost;
+    CBuffer& buffer = *m_queued.front();
+    m_queued.pop_front();
+    buffer.state = CBuffer::EState::Away;
     const auto payload = static_cast<std::size_t>(m_imageWidth) * static_cast<std::size_t>(m_imageHeight);
     lock.unlock();
-    Unstamp(*buffer);
-    if (payload <= buffer->sizeBytes) {
-        std::memset(buffer->memory, static_cast<int>(blockId % 251), payload);
-        CamEmu::WriteFrameRecord(m_cameraNumber, blockId, {buffer->memory, payload});
+    Unstamp(buffer);
+    if (payload <= buffer.sizeBytes) {
+        std::memset(buffer.memory, static_cast<int>(blockId % 251), payload);
+        CamEmu::WriteFrameRecord(m_cameraNumber, blockId, {buffer.memory, payload});
     }
     lock.lock();
-    Complete(*buffer, blockId, faults);
+    Complete(buffer, blockId, faults);
     return EFrame::Delivered;
-}
-
-CScriptedStreamGrabber::CBuffer* CScriptedStreamGrabber::TakeBuffer(bool isAfterGap, std::uint64_t& blockId) {
-    m_account.begun += isAfterGap ? 2 : 0;
-    m_account.lost += (isAfterGap ? 2 : 0) + (m_queued.empty() ? 1 : 0);
-    blockId = m_account.begun++;
-    if (m_queued.empty())
-        return nullptr;
-    CBuffer* const buffer = m_queued.front();
-    m_queued.pop_front();
-    buffer->state = CBuffer::EState::Away;
-    return buffer;
 }
 
 Zelmo::GrabResult CScriptedStreamGrabber::ResultOf(const CBuffer& buffer, Zelmo::EGrabStatus status) {
@@ -207,17 +184,19 @@ void CScriptedStreamGrabber::Complete(CBuffer& buffer, std::uint64_t blockId, Fa
     const bool isTooSmall = static_cast<std::int64_t>(buffer.sizeBytes) < payload;
     const bool isFailed = isTooSmall || Has(faults, EFault::Fail);
     Zelmo::GrabResult result = ResultOf(buffer, isFailed ? Zelmo::GrabStatus_Failed : Zelmo::GrabStatus_Grabbed);
+    const auto lie = [faults](EFault fault, auto told, auto actual) { return Has(faults, fault) ? told : actual; };
+    constexpr std::int32_t huge = std::numeric_limits<std::int32_t>::max();
     result.payloadType = Zelmo::PayloadType_Image;
-    result.pixelType = Zelmo::PixelType_Mono8;
+    result.pixelType = lie(EFault::LieStrange, Zelmo::PixelType_Double, Zelmo::PixelType_Mono8);
     result.timeStamp = blockId * 1000;
-    result.sizeX = m_imageWidth;
-    result.sizeY = m_imageHeight;
-    result.offsetX = result.offsetY = result.paddingX = result.paddingY = 0;
-    result.payloadSize = payload;
+    result.sizeX = lie(EFault::LieHuge, huge, lie(EFault::LieNegative, -64, m_imageWidth));
+    result.sizeY = lie(EFault::LieHuge, huge, lie(EFault::LieNegative, -64, m_imageHeight));
+    result.offsetX = result.offsetY = result.paddingX = result.paddingY = lie(EFault::LieNegative, -64, 0);
+    result.payloadSize = lie(EFault::LieLong, static_cast<std::int64_t>(buffer.sizeBytes) + 1000,
+                             lie(EFault::LieShort, payload - 1, lie(EFault::LieNegative, std::int64_t{-64}, payload)));
     result.errorCode = isTooSmall ? 1 : isFailed ? 7 : 0;
     result.errorDescription = isTooSmall ? "the buffer is too small" : isFailed ? "lines are missing" : "";
     result.blockId = blockId;
-    Lie(faults, result);
     ++(isFailed ? m_account.failed : (faults & lies) != 0 ? m_account.lying : m_account.good);
     if (Has(faults, EFault::Late) && !m_late) {
         m_late = std::move(result);
@@ -274,7 +253,7 @@ Zelmo::StreamBufferHandle CScriptedStreamGrabber::RegisterBuffer(void* buffer, s
     if (Has(call.faults, EFault::False))
         return nullptr;
     if (static_cast<std::int64_t>(sizeBytes) < m_maxBufferSize)
-        m_watch.Violate("RegisterBuffer: the buffer is smaller than MaxBufferSize");
+        m_watch.Violate("RegisterBuffer: the buffer is below MaxBufferSize");
     const std::lock_guard lock(m_lock);
     auto* const handle = reinterpret_cast<Zelmo::StreamBufferHandle>(++m_lastHandle);
     m_buffers[handle] = {static_cast<std::uint8_t*>(buffer), sizeBytes, handle};
@@ -328,7 +307,7 @@ void CScriptedStreamGrabber::EndStreaming() {
 void CScriptedStreamGrabber::FinishGrab() {
     const auto call = Enter(EOperation::FinishGrab);
     if (m_away != 0 && !m_watch.IsSpoilt())
-        m_watch.Violate("FinishGrab: buffers are queued or were not retrieved");
+        m_watch.Violate("FinishGrab: buffers are queued or not retrieved");
     EndStreaming();
     DropBuffers(std::min(m_state.load(), EState::Open));
 }
@@ -440,8 +419,6 @@ std::int64_t CScriptedStreamGrabber::ReadRegister(int number) {
 
 void CScriptedStreamGrabber::WriteRegister(int number, std::int64_t value) {
     const auto node = static_cast<EOperation>(number);
-    if (m_script.logsCalls)
-        LogCall("%s %d", NameOf(node), static_cast<int>(value));
     m_watch.Strike(node);
     CheckState(node);
     (node == EOperation::MaxBufferSize ? m_maxBufferSize : m_maxNumBuffer) = value;

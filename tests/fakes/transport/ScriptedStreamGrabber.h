@@ -55,13 +55,12 @@ struct CFrameAccount {
 ///     ASSERT_TRUE(grabber.WaitForStall(Fakes::EOperation::RetrieveResult));
 ///     grabber.Release();
 ///
-///     const auto script = Fakes::CScript::Random(seed);    // SCOPED_TRACE(script.ToText())
+///     const auto script = Fakes::CScript::Random(seed);    // SCOPED_TRACE(script.text)
 ///     EXPECT_THAT(grabber.Violations(), testing::IsEmpty());                  // last line of every test
 ///
 /// A camera around it is CScriptedDevice; libzelmo_TL_scripted.so offers such cameras to CTlFactory.
 /// Threads: any.
-/// Locks:   m_lock, then that of the watch; m_lock is not held while a frame is drawn, a call stalls or a callback
-/// runs.
+/// Locks:   m_lock, then the watch's; none is held while a frame is drawn, a call stalls or a callback runs.
 class CScriptedStreamGrabber final : public Zelmo::IStreamGrabber, private IRegisters {
 public:
     /// @p onRemoved is called on the thread that begins frames when the script removes the camera.
@@ -77,9 +76,7 @@ public:
     void Acquire(std::uint64_t frames = 0); ///< The camera starts, for that many frames; 0 without end.
     void StopAcquisition() { m_isAcquiring = false; }
     void SignalWaitObject() { m_wait.Signal(); } ///< With nothing behind it, unless there is.
-    void Remove() {
-        m_isRemoved = true;
-    } ///< The camera is gone: no more frames, and nothing can be begun. @p onRemoved is not called.
+    void Remove() { m_isRemoved = true; }        ///< The camera is gone: no more frames, and nothing can be begun.
     void SetSize(std::int32_t width, std::int32_t height); ///< Of images from the next PrepareGrab on.
 
     // Meeting points; false after ten seconds.
@@ -142,7 +139,6 @@ private:
     void Run();
     bool MayBegin(bool onlyWithBuffer) const;
     EFrame BeginFrame(bool onlyWithBuffer = false);
-    CBuffer* TakeBuffer(bool isAfterGap, std::uint64_t& blockId);
     void DeliverQueued();
     static Zelmo::GrabResult ResultOf(const CBuffer& buffer, Zelmo::EGrabStatus status);
     void Complete(CBuffer& buffer, std::uint64_t blockId, FaultSet faults);

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <atomic>
-#include <cstdint>
 #include <map>
 #include <mutex>
 #include <thread>
@@ -13,27 +12,24 @@
 
 namespace Fakes {
 
-/// A camera around a stream grabber, with the integers Width, Height and PayloadSize, the enumerations PixelFormat
-/// (Mono8) and AcquisitionMode (Continuous, SingleFrame), the commands AcquisitionStart, AcquisitionStop and
-/// TriggerSoftware, which derived classes see in OnFeature.
+/// A camera with the integers Width, Height and PayloadSize, the enumerations PixelFormat (Mono8) and AcquisitionMode
+/// (Continuous, SingleFrame), the commands AcquisitionStart, AcquisitionStop and TriggerSoftware.
 class CStreamDevice : public FakeDevice, public Zelmo::IZelmoDevicePrivate, private IRegisters {
 public:
-    enum EFeature : int { Width, Height, PayloadSize, PixelFormat, AcquisitionMode, Start, Stop, Trigger, Count };
-
-    ~CStreamDevice() override {
-        if (m_removal.joinable())
-            m_removal.join();
-    }
+    ~CStreamDevice() override { AwaitRemoval(); }
 
     /// The camera is physically gone: the removal callbacks are called once, on a thread of their own.
     void Remove() {
         if (m_isRemoved.exchange(true))
             return;
         OnRemove();
+        if (!m_tellsRemoval)
+            return;
+        const std::lock_guard lock(m_lock);
         m_removal = std::thread([this] {
-            std::unique_lock lock(m_callbackLock);
+            std::unique_lock callbackLock(m_lock);
             const auto callbacks = m_callbacks;
-            lock.unlock();
+            callbackLock.unlock();
             for (const auto& callback : callbacks)
                 callback.second(this);
         });
@@ -43,41 +39,50 @@ public:
     GenApi::INodeMap* GetNodeMap() override { return m_nodes.Map(); }
     bool IsRemoved() const override { return m_isRemoved; }
     Zelmo::DeviceCallbackHandle RegisterRemovalCallback(Zelmo::DeviceRemovalCallback& callback) override {
-        const std::lock_guard lock(m_callbackLock);
+        const std::lock_guard lock(m_lock);
         m_callbacks.emplace(++m_lastHandle, callback);
         return m_lastHandle;
     }
     void DeregisterRemovalCallback(Zelmo::DeviceCallbackHandle handle) override {
-        std::unique_lock lock(m_callbackLock);
-        m_callbacks.erase(handle);
-        lock.unlock();
-        if (m_removal.joinable())
-            m_removal.join(); // waits for a callback that is just running
+        {
+            const std::lock_guard lock(m_lock);
+            m_callbacks.erase(handle);
+        }
+        AwaitRemoval();
     }
     void* GetNativeHandle() const override { return nullptr; }
     Zelmo::String_t GetChunkNodeMapDescription() const override { return {}; }
     bool IsChunkNodeMapDescriptionAvailable() const override { return false; }
 
 protected:
-    explicit CStreamDevice(const Zelmo::CDeviceInfo& info, std::int64_t width, std::int64_t height)
-        : FakeDevice(info), m_values{width, height} {}
+    enum EFeature : int { Width, Height, PayloadSize, PixelFormat, AcquisitionMode, Start, Stop, Trigger, Count };
+
+    CStreamDevice(const Zelmo::CDeviceInfo& info, std::int64_t width, std::int64_t height, bool tellsRemoval = true)
+        : FakeDevice(info), m_tellsRemoval(tellsRemoval), m_values{width, height} {}
 
     std::int64_t Value(EFeature feature) const { return m_values[feature]; }
-
-private:
     virtual void OnFeature(EFeature) {} ///< It was written.
     virtual void OnRemove() {}
 
+private:
+    void AwaitRemoval() {
+        std::unique_lock lock(m_lock);
+        std::thread removal = std::move(m_removal);
+        lock.unlock();
+        if (removal.joinable())
+            removal.join();
+    }
     std::int64_t ReadRegister(int number) override {
         return number == PayloadSize ? m_values[Width] * m_values[Height]
                : number < Start      ? m_values[number].load()
-                                     : 0; // of a command: done
+                                     : 0;
     }
     void WriteRegister(int number, std::int64_t value) override {
         m_values[number] = value;
         OnFeature(static_cast<EFeature>(number));
     }
 
+    const bool m_tellsRemoval;
     std::atomic<std::int64_t> m_values[Count];
     std::atomic<bool> m_isRemoved{false};
     CRegisterNodes m_nodes{
@@ -92,7 +97,7 @@ private:
          {"Command", "AcquisitionStop", Stop, "<CommandValue>1</CommandValue>"},
          {"Command", "TriggerSoftware", Trigger, "<CommandValue>1</CommandValue>"}},
         *this};
-    std::mutex m_callbackLock; // guards the two below
+    std::mutex m_lock; // guards all below
     Zelmo::DeviceCallbackHandle m_lastHandle = 0;
     std::map<Zelmo::DeviceCallbackHandle, Zelmo::DeviceRemovalCallback> m_callbacks;
     std::thread m_removal;
@@ -104,7 +109,8 @@ class CScriptedDevice final : public CStreamDevice {
 public:
     explicit CScriptedDevice(const CScript& script = {}, std::uint32_t cameraNumber = 0,
                              const Zelmo::CDeviceInfo& info = {})
-        : CStreamDevice(info, script.width, script.height), m_grabber(script, cameraNumber, [this] { Remove(); }) {
+        : CStreamDevice(info, script.width, script.height, script.tellsRemoval),
+          m_grabber(script, cameraNumber, [this] { Remove(); }) {
         m_grabber.StopAcquisition();
     }
 
@@ -114,7 +120,7 @@ public:
 private:
     void OnFeature(EFeature feature) override {
         if (feature == Start)
-            m_grabber.Acquire(static_cast<std::uint64_t>(Value(AcquisitionMode))); // of SingleFrame: one
+            m_grabber.Acquire(static_cast<std::uint64_t>(Value(AcquisitionMode))); // SingleFrame: one
         else if (feature == Stop)
             m_grabber.StopAcquisition();
         else if (feature == Trigger)
@@ -130,9 +136,7 @@ private:
 /// A camera with a null stream grabber, for benchmarks of the camera layer.
 class CNullDevice final : public CStreamDevice {
 public:
-    explicit CNullDevice(CNullStreamGrabber::EPace pace = CNullStreamGrabber::EPace::AtOnce,
-                         const Zelmo::CDeviceInfo& info = {})
-        : CStreamDevice(info, 64, 64), m_grabber(pace, 64, 64) {}
+    explicit CNullDevice(CNullStreamGrabber::EPace pace = {}) : CStreamDevice({}, 64, 64), m_grabber(pace) {}
 
     CNullStreamGrabber& Grabber() { return m_grabber; }
     Zelmo::IStreamGrabber* GetStreamGrabber(std::size_t) override { return &m_grabber; }
