@@ -105,6 +105,20 @@ BENCHMARK_CAPTURE(Stream_Frames, FrameCounter, "FrameCounter", "Mono8")->Arg(64)
 BENCHMARK_CAPTURE(Stream_Frames, Scene, "Off", "Mono8")->Arg(64)->Arg(2048)->UseRealTime();
 BENCHMARK_CAPTURE(Stream_Frames, SceneMono12p, "Off", "Mono12p")->Arg(2048)->UseRealTime();
 BENCHMARK_CAPTURE(Stream_Frames, SceneRgb8, "Off", "RGB8")->Arg(2048)->UseRealTime();
+BENCHMARK_CAPTURE(Stream_Frames, SceneYCbCr, "Off", "YCbCr422_8")->Arg(2048)->UseRealTime();
+BENCHMARK_CAPTURE(Stream_Frames, SceneMono12, "Off", "Mono12")->Arg(2048)->UseRealTime();
+BENCHMARK_CAPTURE(Stream_Frames, SceneBayer12, "Off", "BayerGR12")->Arg(2048)->UseRealTime();
+
+// The moving ramp in a format of each kind, beside the similar one of grey.
+void Stream_Ramp(benchmark::State& state, const char* pixelFormat) {
+    Stream_Frames(state, "GreyHorizontalRampMoving", pixelFormat);
+}
+BENCHMARK_CAPTURE(Stream_Ramp, Mono8, "Mono8")->Arg(2048)->UseRealTime();
+BENCHMARK_CAPTURE(Stream_Ramp, BayerGB8, "BayerGB8")->Arg(2048)->UseRealTime();
+BENCHMARK_CAPTURE(Stream_Ramp, Mono12, "Mono12")->Arg(2048)->UseRealTime();
+BENCHMARK_CAPTURE(Stream_Ramp, BayerGB12, "BayerGB12")->Arg(2048)->UseRealTime();
+BENCHMARK_CAPTURE(Stream_Ramp, YCbCr422, "YCbCr422_8")->Arg(2048)->UseRealTime();
+BENCHMARK_CAPTURE(Stream_Ramp, Rgb8, "RGB8")->Arg(2048)->UseRealTime();
 
 Zelmo::String_t Description() {
     Camera camera;

@@ -47,7 +47,8 @@ TEST_P(ColourFormatTest, ColourBarsHaveTheirColours) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Formats, ColourFormatTest, testing::Values("RGB8", "BGR8", "BayerRG8"));
+INSTANTIATE_TEST_SUITE_P(Formats, ColourFormatTest,
+                         testing::Values("RGB8", "BGR8", "BayerRG8", "BayerGR8", "BayerGB8", "BayerBG8"));
 
 TEST_F(GrabFormatTest, RawFileHoldsTheBufferAsItIs) {
     Prepare("Mono12p", "White");

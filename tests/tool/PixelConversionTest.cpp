@@ -78,6 +78,7 @@ const Case cases[] = {
     // Grey has both chroma values at 128; Cr 255 is the strongest red.
     {"YUYVGrey", PixelType_YUV422_YUYV_Packed, 2, 1, 0, {10, 128, 200, 128}, 3, 8, {10, 10, 10, 200, 200, 200}},
     {"YUYVRed", PixelType_YUV422_YUYV_Packed, 2, 1, 0, {76, 85, 76, 255}, 3, 8, {254, 0, 0, 254, 0, 0}},
+    {"YCbCr422", static_cast<EPixelType>(0x0210003B), 2, 1, 0, {76, 85, 29, 255}, 3, 8, {254, 0, 0, 207, 0, 0}},
     {"UYVYGrey", PixelType_YUV422Packed, 2, 1, 0, {128, 10, 128, 200}, 3, 8, {10, 10, 10, 200, 200, 200}},
     {"UYVYRed", PixelType_YUV422Packed, 2, 1, 0, {85, 76, 255, 76}, 3, 8, {254, 0, 0, 254, 0, 0}},
     {"YUYVOddWidth", PixelType_YUV422_YUYV_Packed, 1, 2, 0, {10, 128, 20, 128}, 3, 8, {10, 10, 10, 20, 20, 20}},

@@ -18,6 +18,9 @@ constexpr std::array<unsigned, 4> bgr{2, 1, 0};
 constexpr std::array<unsigned, 4> yuyv{0, 2, 1, 3};
 constexpr std::array<unsigned, 4> uyvy{1, 3, 0, 2}; // GigE Vision's order of YUV422Packed
 
+// PFNC's code of YCbCr422_8. The library has the name for the code below, but a plug-in hands on what its camera sends.
+constexpr auto ycbcr422 = static_cast<EPixelType>(0x0210003B);
+
 constexpr PixelLayout layouts[] = {
     {PixelType_Mono1Packed, Packing::BitStream, 1, 1, Colour::Mono, mono},
     {PixelType_Mono2Packed, Packing::BitStream, 2, 1, Colour::Mono, mono},
@@ -69,6 +72,7 @@ constexpr PixelLayout layouts[] = {
     {PixelType_RGB16Packed, Packing::Words, 16, 3, Colour::Direct, rgb},
     {PixelType_YUV422Packed, Packing::Bytes, 8, 2, Colour::Luma422, uyvy},
     {PixelType_YUV422_YUYV_Packed, Packing::Bytes, 8, 2, Colour::Luma422, yuyv},
+    {ycbcr422, Packing::Bytes, 8, 2, Colour::Luma422, yuyv},
 };
 
 std::uint16_t ReadBits(const std::uint8_t* data, std::size_t firstBit, unsigned count) {

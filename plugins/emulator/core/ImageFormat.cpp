@@ -50,20 +50,27 @@ std::uint16_t BayerSample(EPixelLayout layout, const CColour& c, unsigned x, uns
     return place == (red ^ 3u) ? c.blue : c.green;
 }
 
-// Shares of red, green and blue in a byte, and the byte that black has: ITU-R BT.601, full range.
+// ITU-R BT.601, full range: shares of red, green and blue in 1/65536, and what black has. Sums of bytes stay within 0
+// and 255, so that nothing has to be clipped.
 struct CWeights {
-    float red, green, blue, zero;
+    int red, green, blue, zero;
 };
-constexpr CWeights yWeights{0.299F, 0.587F, 0.114F, 0};
-constexpr CWeights cbWeights{-0.168736F, -0.331264F, 0.5F, 128};
-constexpr CWeights crWeights{0.5F, -0.418688F, -0.081312F, 128};
+constexpr int half = 1 << 15;
+constexpr CWeights yWeights{19595, 38470, 7471, half};
+constexpr CWeights cbWeights{-11059, -21709, 32768, (128 << 16) + half - 1};
+constexpr CWeights crWeights{32768, -27439, -5329, (128 << 16) + half - 1};
 
-// The nearest byte, as a sample of 16 bits. It is never negative, but the purest blue and red come to 256.
+// The byte made of the upper bytes of a colour, as a sample of 16 bits.
 std::uint16_t WeighedByte(const CWeights& weights, const CColour& c) {
-    constexpr float stepsPerByte = 257;
-    const float sum = weights.red * c.red + weights.green * c.green + weights.blue * c.blue;
-    const float byte = std::min(sum / stepsPerByte + weights.zero + 0.5F, 255.0F);
-    return static_cast<std::uint16_t>(static_cast<int>(byte) << 8);
+    const int sum = weights.red * (c.red >> 8) + weights.green * (c.green >> 8) + weights.blue * (c.blue >> 8);
+    return static_cast<std::uint16_t>((sum + weights.zero) >> 16 << 8);
+}
+
+void PutPair(const CColour& first, const CColour& second, std::uint16_t* samples) {
+    samples[0] = WeighedByte(yWeights, first);
+    samples[1] = WeighedByte(cbWeights, first);
+    samples[2] = WeighedByte(yWeights, second);
+    samples[3] = WeighedByte(crWeights, first);
 }
 
 // Four samples at a time: they fill whole bytes in streams of 10 and of 12 bits.
@@ -114,6 +121,11 @@ void PutPixel(const CPixelFormat& format, const CColour& colour, unsigned x, uns
 }
 
 void PutLine(const CPixelFormat& format, std::span<const CColour> colours, unsigned y, std::uint16_t* samples) {
+    if (format.layout == EPixelLayout::YCbCr422) { // the scene is drawn through here
+        for (std::size_t x = 0; x + 1 < colours.size(); x += 2)
+            PutPair(colours[x], colours[x + 1], samples + 2 * x);
+        return;
+    }
     for (unsigned x = 0; x < colours.size(); ++x)
         PutPixel(format, colours[x], x, y, samples + std::size_t{x} * format.SamplesPerPixel());
 }
