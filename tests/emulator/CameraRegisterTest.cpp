@@ -68,12 +68,15 @@ INSTANTIATE_TEST_SUITE_P(
                       NumberCase{Reg::testImage, 11, ok}, NumberCase{Reg::testImage, 12, invalid},
                       NumberCase{Reg::acquisitionMode, 3, invalid}, NumberCase{Reg::acquisitionFrameCount, 0, invalid},
                       NumberCase{Reg::acquisitionFrameCount, 65536, invalid},
-                      NumberCase{Reg::frameRateEnable, 2, invalid}));
+                      NumberCase{Reg::imageFileMode, 2, invalid}, NumberCase{Reg::forceFailedBufferCount, 0, invalid},
+                      NumberCase{Reg::forceFailedBufferCount, 65536, invalid}));
 
-TEST_F(CameraRegisterTest, FloatsOutsideTheirLimitsAreRefused) {
+TEST_F(CameraRegisterTest, LargeNumbersOutsideTheirLimitsAreRefused) {
     for (const std::uint32_t address : {Reg::frameRate, Reg::exposureTime, Reg::gain})
         for (const double bad : {-1.0, 1e9, std::nan(""), HUGE_VAL})
             EXPECT_EQ(Write(address, bad), EAccessResult::InvalidValue) << address << " " << bad;
+    for (const std::uint64_t bad : {999ul, 10'000'000'001ul})
+        EXPECT_EQ(Write(Reg::linkLimit, bad), EAccessResult::InvalidValue) << bad;
     EXPECT_EQ(Write(Reg::gain, 24.0), EAccessResult::Ok);
     EXPECT_EQ(Write(Reg::exposureTime, 1e6), EAccessResult::Ok);
 }

@@ -112,7 +112,7 @@ TEST_F(FeatureTest, PayloadSizeFitsEveryPixelFormat) {
     }
 }
 
-TEST_F(FeatureTest, ExposureTimeLimitsTheFrameRate) {
+TEST_F(FeatureTest, ExposureTimeAndLinkLimitTheFrameRate) {
     const auto resulting = m_camera.Get<GenApi::CFloatPtr>("ResultingFrameRate");
     m_camera.Set("AcquisitionFrameRate", "50");
     m_camera.Set("ExposureTime", "1000");
@@ -121,6 +121,12 @@ TEST_F(FeatureTest, ExposureTimeLimitsTheFrameRate) {
     EXPECT_NEAR(resulting->GetValue(), 10, 1e-9);
     m_camera.Set("AcquisitionFrameRateEnable", "0");
     EXPECT_FALSE(GenApi::IsAvailable(resulting.operator->()));
+    m_camera.Set("DeviceLinkThroughputLimitMode", "On");
+    m_camera.Set("DeviceLinkThroughputLimit", "1000");
+    EXPECT_DOUBLE_EQ(resulting->GetValue(), 1000.0 / (1024 * 1024));
+    m_camera.Set("DeviceLinkThroughputLimit", "125000000");
+    m_camera.Set("AcquisitionFrameRateEnable", "1");
+    EXPECT_NEAR(resulting->GetValue(), 10, 1e-9) << "the lowest limit counts";
 }
 
 TEST_F(FeatureTest, FrameCountIsThereInMultiFrameOnly) {

@@ -30,7 +30,7 @@ std::string SerialNumber(std::uint32_t number) {
 }
 
 // The largest register; a write is put together with what the register holds in a buffer of that size.
-using RegisterValue = std::array<std::uint8_t, Reg::textLength>;
+using RegisterValue = std::array<std::uint8_t, Reg::fileNameLength>;
 
 } // namespace
 
@@ -72,8 +72,15 @@ void CCamera::SetDefaults() {
     Set(Reg::frameRate, settings.rateHz);
     Set(Reg::exposureTime, settings.exposureUs);
     Set(Reg::gain, settings.gainDb);
+    Set(Reg::linkLimitMode, std::uint32_t{0});
+    Set(Reg::linkLimit, defaultLinkBytesPerSecond);
+    Set(Reg::forceFailedBufferCount, std::uint32_t{1});
+    Set(Reg::imageFileMode, std::uint32_t{0});
+    std::fill_n(m_bank.Bytes(Reg::imageFilename), Reg::fileNameLength, std::uint8_t{0});
     UpdateComputed();
     m_stream.StopAcquisition();
+    m_stream.DropImages();
+    m_stream.ForceFrameFailures(0);
     m_stream.Apply(settings);
 }
 
@@ -88,7 +95,7 @@ EAccessResult CCamera::Read(std::uint64_t address, void* bytes, std::size_t leng
 }
 
 EAccessResult CCamera::Write(std::uint64_t address, const void* bytes, std::size_t length) {
-    const std::lock_guard lock(m_lock);
+    std::unique_lock lock(m_lock);
     const EAccessResult result = m_bank.MayWrite(address, length, m_formatLocked);
     if (result != EAccessResult::Ok)
         return result;
@@ -99,14 +106,13 @@ EAccessResult CCamera::Write(std::uint64_t address, const void* bytes, std::size
     if (!IsValid(written, value.data()))
         return EAccessResult::InvalidValue;
     std::memcpy(m_bank.Bytes(written.address), value.data(), written.length);
-    TakeEffect(written);
+    TakeEffect(written, lock);
     return EAccessResult::Ok;
 }
 
 std::string CCamera::Text(std::uint32_t address) {
     const std::lock_guard lock(m_lock);
-    const auto* const text = reinterpret_cast<const char*>(m_bank.Bytes(address));
-    return {text, strnlen(text, Reg::textLength)};
+    return TextAt(address);
 }
 
 std::size_t CCamera::PayloadSize() {
@@ -125,6 +131,11 @@ void CCamera::UnlockFormat() {
     const std::lock_guard lock(m_lock);
     m_formatLocked = false;
     UpdateComputed();
+}
+
+std::string CCamera::TextAt(std::uint32_t address) const {
+    const auto* const text = reinterpret_cast<const char*>(m_bank.Bytes(address));
+    return {text, strnlen(text, m_bank.Find(address)->length)};
 }
 
 void CCamera::SetText(std::uint32_t address, const std::string& text) {
@@ -146,6 +157,13 @@ bool CCamera::IsValid(const CRegister& written, const void* value) const {
         return FromBytes<EAcquisitionMode>(value) <= EAcquisitionMode::SingleFrame;
     case Reg::acquisitionFrameCount:
         return IsWithin(FromBytes<std::uint32_t>(value), 1, maxFrameCount);
+    case Reg::linkLimit:
+        return FromBytes<std::uint64_t>(value) >= minLinkBytesPerSecond &&
+               FromBytes<std::uint64_t>(value) <= maxLinkBytesPerSecond;
+    case Reg::forceFailedBufferCount:
+        return IsWithin(FromBytes<std::uint32_t>(value), 1, maxForcedFailures);
+    case Reg::linkLimitMode:
+    case Reg::imageFileMode:
     case Reg::frameRateEnable:
         return FromBytes<std::uint32_t>(value) <= 1;
     case Reg::frameRate:
@@ -155,6 +173,7 @@ bool CCamera::IsValid(const CRegister& written, const void* value) const {
     case Reg::gain:
         return IsWithin(FromBytes<double>(value), 0, maxGainDb);
     case Reg::userId:
+    case Reg::imageFilename:
         return true;
     default: // commands
         return FromBytes<std::uint32_t>(value) == 1;
@@ -174,15 +193,20 @@ bool CCamera::IsValidGeometry(const CRegister& written, std::uint32_t value) con
     }
 }
 
-void CCamera::TakeEffect(const CRegister& written) {
+void CCamera::TakeEffect(const CRegister& written, std::unique_lock<std::mutex>& lock) {
     switch (written.address) {
     case Reg::deviceReset:
         return SetDefaults();
     case Reg::acquisitionStart:
-        return m_stream.StartAcquisition(FramesOfAcquisition());
+        return StartAcquisition(lock);
     case Reg::acquisitionStop:
         return m_stream.StopAcquisition();
-    case Reg::userId:
+    case Reg::forceFailedBuffer:
+        return m_stream.ForceFrameFailures(Get<std::uint32_t>(Reg::forceFailedBufferCount));
+    case Reg::userId: // what is told where it is used
+    case Reg::forceFailedBufferCount:
+    case Reg::imageFileMode:
+    case Reg::imageFilename:
         return;
     default:
         UpdateComputed();
@@ -190,10 +214,25 @@ void CCamera::TakeEffect(const CRegister& written) {
     }
 }
 
+// Files are read without the lock, which whoever lists cameras needs as well. The settings may be changed meanwhile.
+void CCamera::StartAcquisition(std::unique_lock<std::mutex>& lock) {
+    CImageReplayPtr images;
+    while (Get<std::uint32_t>(Reg::imageFileMode) != 0) {
+        const std::string path = TextAt(Reg::imageFilename);
+        const CImageFormat format = Format();
+        if (images && images->Path() == path && images->Format() == format)
+            return m_stream.StartAcquisition(FramesOfAcquisition(), images);
+        lock.unlock();
+        images = CImageReplay::Load(path, format, m_stream.Images());
+        lock.lock();
+    }
+    m_stream.StartAcquisition(FramesOfAcquisition());
+}
+
 void CCamera::UpdateComputed() {
     Set(Reg::payloadSize, std::uint64_t{Format().PayloadSize()});
     Set(Reg::formatLocked, std::uint32_t{m_formatLocked});
-    Set(Reg::resultingFrameRate, Settings().ResultingRateHz());
+    Set(Reg::resultingFrameRate, Settings().ResultingRateHz(Format().PayloadSize()));
 }
 
 CImageFormat CCamera::Format() const {
@@ -207,6 +246,8 @@ CFrameSettings CCamera::Settings() const {
     settings.gainDb = Get<double>(Reg::gain);
     settings.rateLimited = Get<std::uint32_t>(Reg::frameRateEnable) != 0;
     settings.rateHz = Get<double>(Reg::frameRate);
+    if (Get<std::uint32_t>(Reg::linkLimitMode) != 0)
+        settings.linkBytesPerSecond = Get<std::uint64_t>(Reg::linkLimit);
     settings.testImage = Get<ETestImage>(Reg::testImage);
     return settings;
 }

@@ -21,7 +21,9 @@ public:
     std::uint32_t Number() const { return m_number; }
 
     /// Byte-addressed access. Reading may span registers; writing stays within one, takes effect at once, and changes
-    /// nothing unless the answer is Ok.
+    /// nothing unless the answer is Ok. To start the acquisition reads image files, if they are to be shown.
+    /// @throws std::runtime_error, which names the file and the cause, and std::bad_alloc, when they cannot be read;
+    /// then the acquisition is as it was.
     EAccessResult Read(std::uint64_t address, void* bytes, std::size_t length);
     EAccessResult Write(std::uint64_t address, const void* bytes, std::size_t length);
 
@@ -39,7 +41,9 @@ private:
     void SetText(std::uint32_t address, const std::string& text);
     bool IsValid(const CRegister& written, const void* value) const;
     bool IsValidGeometry(const CRegister& written, std::uint32_t value) const;
-    void TakeEffect(const CRegister& written);
+    void TakeEffect(const CRegister& written, std::unique_lock<std::mutex>& lock);
+    void StartAcquisition(std::unique_lock<std::mutex>& lock);
+    std::string TextAt(std::uint32_t address) const;
     void UpdateComputed();
     CImageFormat Format() const;
     CFrameSettings Settings() const;

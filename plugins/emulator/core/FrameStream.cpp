@@ -1,7 +1,11 @@
 #include "FrameStream.h"
 
+#include "RegisterMap.h"
+
 #include <algorithm>
 #include <chrono>
+#include <cstring>
+#include <stdexcept>
 #include <utility>
 #include <vector>
 
@@ -18,8 +22,11 @@ std::chrono::steady_clock::time_point TimePoint(std::int64_t monotonicNs) {
 
 } // namespace
 
-double CFrameSettings::ResultingRateHz() const {
-    return std::min(rateHz, 1e6 / exposureUs);
+double CFrameSettings::ResultingRateHz(std::size_t payloadSize) const {
+    double rate = rateLimited ? std::min(rateHz, 1e6 / exposureUs) : maxFrameRateHz;
+    if (linkBytesPerSecond != 0)
+        rate = std::min(rate, static_cast<double>(linkBytesPerSecond) / static_cast<double>(payloadSize));
+    return rate;
 }
 
 CFrameError FrameError(EFrameStatus status) {
@@ -34,6 +41,7 @@ CFrameError FrameError(EFrameStatus status) {
 }
 
 void CFrameStream::Start(const CImageFormat& format, IFrameSink& sink) {
+    LoadImagesAgain(format);
     const std::lock_guard lock(m_lock);
     m_generator.Configure(format);
     m_format = format;
@@ -42,6 +50,17 @@ void CFrameStream::Start(const CImageFormat& format, IFrameSink& sink) {
     m_clock.Stop();
     m_sink = &sink;
     m_thread = std::thread([this] { Run(); });
+}
+
+// The images of an acquisition that was started before the format was changed.
+void CFrameStream::LoadImagesAgain(const CImageFormat& format) {
+    const CImageReplayPtr before = Images();
+    if (!before || before->Format() == format || !IsAcquiring())
+        return;
+    const CImageReplayPtr images = CImageReplay::Load(before->Path(), format, nullptr);
+    const std::lock_guard lock(m_lock);
+    if (m_images == before)
+        m_images = images;
 }
 
 void CFrameStream::Stop() noexcept {
@@ -53,6 +72,7 @@ void CFrameStream::Stop() noexcept {
     }
     m_changed.notify_all();
     m_thread.join();
+    const std::lock_guard lock(m_lock);
     m_sink = nullptr;
 }
 
@@ -62,8 +82,11 @@ void CFrameStream::Apply(const CFrameSettings& settings) {
     m_changed.notify_all();
 }
 
-void CFrameStream::StartAcquisition(std::uint64_t frames) {
+void CFrameStream::StartAcquisition(std::uint64_t frames, CImageReplayPtr images) {
     const std::lock_guard lock(m_lock);
+    if (m_sink && images && images->Format() != m_format)
+        throw std::logic_error("Images in another format than that of the stream cannot be shown.");
+    m_images.swap(images); // the old ones are freed without the lock
     m_acquiring = true;
     m_framesLeft = frames;
     m_clock.Stop();
@@ -79,6 +102,17 @@ void CFrameStream::StopAcquisition() {
 bool CFrameStream::IsAcquiring() const {
     const std::lock_guard lock(m_lock);
     return m_acquiring;
+}
+
+CImageReplayPtr CFrameStream::Images() const {
+    const std::lock_guard lock(m_lock);
+    return m_images;
+}
+
+void CFrameStream::DropImages() noexcept {
+    CImageReplayPtr dropped; // freed without the lock
+    const std::lock_guard lock(m_lock);
+    m_images.swap(dropped);
 }
 
 void CFrameStream::ForceFrameFailures(std::uint32_t frames) {
@@ -97,7 +131,7 @@ void CFrameStream::Queue(const CFrameBuffer& buffer) {
     if (m_queue.full())
         m_queue.set_capacity(m_queue.capacity() * 2 + 8);
     m_queue.push_back(buffer);
-    if (!m_settings.rateLimited && m_queue.size() == 1) // else nobody waits for it
+    if (!m_settings.IsPaced() && m_queue.size() == 1) // else nobody waits for it
         m_changed.notify_all();
 }
 
@@ -135,9 +169,10 @@ void CFrameStream::Run() noexcept {
             continue;
         m_drawing = true;
         const CFrameSettings settings = m_settings;
+        const CImageReplayPtr images = m_images;
         lock.unlock();
         if (frame.status != EFrameStatus::Forced)
-            Draw(frame, settings);
+            Draw(frame, settings, images.get());
         lock.lock();
         // before it is handed over: whoever has the last image finds all of them counted
         ++(frame.status == EFrameStatus::Complete ? m_counters.delivered : m_counters.failed);
@@ -155,7 +190,7 @@ bool CFrameStream::WaitForFrame(Lock& lock) {
     while (!m_stopping) {
         if (!m_acquiring)
             m_changed.wait(lock);
-        else if (m_settings.rateLimited ? WaitUntilDue(lock) : WaitForBuffer(lock))
+        else if (m_settings.IsPaced() ? WaitUntilDue(lock) : WaitForBuffer(lock))
             return true;
     }
     return false;
@@ -171,7 +206,7 @@ bool CFrameStream::WaitForBuffer(Lock& lock) {
 }
 
 bool CFrameStream::WaitUntilDue(Lock& lock) {
-    const double rateHz = m_settings.ResultingRateHz();
+    const double rateHz = m_settings.ResultingRateHz(m_format.PayloadSize());
     if (m_clock.IsRunning())
         m_clock.SetRate(rateHz);
     else
@@ -222,14 +257,17 @@ bool CFrameStream::TakeBuffer(CFrame& frame) {
     return true;
 }
 
-void CFrameStream::Draw(CFrame& frame, const CFrameSettings& settings) {
+void CFrameStream::Draw(CFrame& frame, const CFrameSettings& settings, const CImageReplay* images) {
     const std::size_t payload = frame.format.PayloadSize();
     if (frame.buffer.memory.size() < payload) {
         frame.status = EFrameStatus::TooSmall;
         return;
     }
-    m_generator.Render(settings.testImage, frame.blockId, SensorResponse(settings.exposureUs, settings.gainDb),
-                       frame.buffer.memory.first(payload));
+    if (images && settings.testImage == ETestImage::Off)
+        std::memcpy(frame.buffer.memory.data(), images->Image(frame.blockId).data(), payload);
+    else
+        m_generator.Render(settings.testImage, frame.blockId, SensorResponse(settings.exposureUs, settings.gainDb),
+                           frame.buffer.memory.first(payload));
     frame.status = EFrameStatus::Complete;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "AcquisitionClock.h"
+#include "ImageReplay.h"
 #include "PatternGenerator.h"
 
 #include <boost/circular_buffer.hpp>
@@ -58,10 +59,13 @@ struct CFrameSettings {
     double exposureUs = defaultExposureUs;
     double gainDb = 0;
     bool rateLimited = true;
-    double rateHz = 30; ///< wanted; a longer exposure lowers it
+    double rateHz = 30;                   ///< wanted while rateLimited; a longer exposure lowers it
+    std::uint64_t linkBytesPerSecond = 0; ///< lowers the rate further; 0: no limit
     ETestImage testImage = ETestImage::Off;
 
-    double ResultingRateHz() const;
+    bool IsPaced() const { return rateLimited || linkBytesPerSecond != 0; }
+    /// The lowest of all limits, for images of that size.
+    double ResultingRateHz(std::size_t payloadSize) const;
 };
 
 /// Frames since the stream was started: begun = delivered + failed + lost, but for the one that is being drawn.
@@ -72,8 +76,8 @@ struct CStreamCounters {
 };
 
 /// The way of the images out of the camera: takes empty buffers, draws a frame into each and hands it to the sink.
-/// Frames are made while the stream is started and the camera acquires. With the rate limit on, a frame begins whenever
-/// it is due, and is lost when no buffer is queued then; without it, a frame begins as soon as there is a buffer.
+/// Frames are made while the stream is started and the camera acquires. With a limit of the rate or of the link on, a
+/// frame begins whenever it is due, and is lost when no buffer is queued then; without, as soon as there is a buffer.
 /// Owns:    the stream thread, from Start to Stop.
 /// Borrows: the sink from Start to Stop, queued memory until it went to the sink.
 /// Threads: any; Start and Stop one at a time.
@@ -85,16 +89,20 @@ public:
     CFrameStream(const CFrameStream&) = delete;
     CFrameStream& operator=(const CFrameStream&) = delete;
 
-    /// The number of the first frame is 0. @throws std::bad_alloc, std::system_error; then nothing is started.
+    /// The number of the first frame is 0. Images of an acquisition that began in another format are read again.
+    /// @throws std::bad_alloc, std::system_error, and what CImageReplay::Load throws; then nothing is started.
     void Start(const CImageFormat& format, IFrameSink& sink);
     /// Ends the thread; a frame that is being drawn is finished first. Queued buffers stay queued.
     void Stop() noexcept;
 
     void Apply(const CFrameSettings& settings); ///< From the next frame on.
-    /// Makes that many frames, or frames without end for 0. Lost ones count too.
-    void StartAcquisition(std::uint64_t frames);
+    /// Makes that many frames, or frames without end for 0. Lost ones count too. With @p images, which must have the
+    /// format of a stream that is started, frame n shows image n where the scene would be seen.
+    void StartAcquisition(std::uint64_t frames, CImageReplayPtr images = nullptr);
     void StopAcquisition();
     bool IsAcquiring() const;
+    CImageReplayPtr Images() const; ///< Those of the last acquisition; kept after it, as the next may show them again.
+    void DropImages() noexcept;     ///< The memory is free as soon as no frame is drawn from it.
     /// The next frames that have a buffer come back as Forced, @p frames of them; replaces what is left of a call
     /// before.
     void ForceFrameFailures(std::uint32_t frames);
@@ -111,17 +119,19 @@ public:
 private:
     using Lock = std::unique_lock<std::mutex>;
 
+    void LoadImagesAgain(const CImageFormat& format);
     void Run() noexcept;
     bool WaitForFrame(Lock& lock);
     bool WaitForBuffer(Lock& lock);
     bool WaitUntilDue(Lock& lock);
     void CountFrames(std::uint64_t frames);
     bool TakeBuffer(CFrame& frame);
-    void Draw(CFrame& frame, const CFrameSettings& settings);
+    void Draw(CFrame& frame, const CFrameSettings& settings, const CImageReplay* images);
 
     mutable std::mutex m_lock; // guards all but the generator, which belongs to the thread
     std::condition_variable m_changed;
     CFrameSettings m_settings;
+    CImageReplayPtr m_images; // while acquiring and streaming, of m_format
     CImageFormat m_format;
     bool m_stopping = false;
     bool m_acquiring = false;

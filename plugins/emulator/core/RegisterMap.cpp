@@ -18,6 +18,8 @@ constexpr CRegister registers[] = {
     {Reg::deviceId, Reg::textLength, "DeviceID"},
     {Reg::userId, Reg::textLength, "DeviceUserID", readWrite},
     {Reg::deviceReset, 4, "DeviceReset", writeOnly, whileStreaming},
+    {Reg::linkLimitMode, 4, "DeviceLinkThroughputLimitMode", readWrite},
+    {Reg::linkLimit, 8, "DeviceLinkThroughputLimit", readWrite},
     {Reg::sensorWidth, 4, "SensorWidth"},
     {Reg::sensorHeight, 4, "SensorHeight"},
     {Reg::width, 4, "Width", readWrite, whileStreaming},
@@ -28,6 +30,7 @@ constexpr CRegister registers[] = {
     {Reg::testImage, 4, "TestImageSelector", readWrite},
     {Reg::payloadSize, 8, "PayloadSize"},
     {Reg::formatLocked, 4, "TLParamsLocked"},
+    {Reg::imageFileMode, 4, "ImageFileMode", readWrite},
     {Reg::acquisitionMode, 4, "AcquisitionMode", readWrite, whileStreaming},
     {Reg::acquisitionFrameCount, 4, "AcquisitionFrameCount", readWrite, whileStreaming},
     {Reg::acquisitionStart, 4, "AcquisitionStart", writeOnly},
@@ -38,6 +41,9 @@ constexpr CRegister registers[] = {
     {Reg::resultingFrameRate, 8, "ResultingFrameRate"},
     {Reg::exposureTime, 8, "ExposureTime", readWrite},
     {Reg::gain, 8, "Gain", readWrite},
+    {Reg::forceFailedBuffer, 4, "ForceFailedBuffer", writeOnly},
+    {Reg::forceFailedBufferCount, 4, "ForceFailedBufferCount", readWrite},
+    {Reg::imageFilename, Reg::fileNameLength, "ImageFilename", readWrite},
 };
 
 } // namespace
