@@ -1,6 +1,7 @@
 #include "Machine.h"
 
 #include <algorithm>
+#include <cmath>
 #include <fstream>
 #include <string>
 #include <sys/resource.h>
@@ -64,7 +65,7 @@ std::uint64_t GetAvailableMemory() {
 
 double GetQuantile(std::span<double> values, double share) {
     std::sort(values.begin(), values.end());
-    return values[static_cast<std::size_t>(share * static_cast<double>(values.size() - 1) + 0.5)];
+    return values[static_cast<std::size_t>(std::lround(share * static_cast<double>(values.size() - 1)))];
 }
 
 } // namespace camera_bench

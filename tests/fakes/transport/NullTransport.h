@@ -7,8 +7,8 @@
 #include <boost/circular_buffer.hpp>
 
 #include <atomic>
-#include <condition_variable>
 #include <mutex>
+#include <semaphore>
 #include <sys/eventfd.h>
 #include <thread>
 #include <unistd.h>
@@ -20,13 +20,14 @@ namespace Fakes {
 /// A stream grabber for benchmarks: completes buffers without drawing anything, allocates nothing for a frame or a
 /// registration, trusts its caller. Its wait object is an eventfd that is written when the first result comes and read
 /// when the last one is retrieved: a result that finds another one waiting costs no system call.
-/// Threads: as the contract of IStreamGrabber tells; Complete on any. Locks: m_lock, a leaf.
+/// Threads: as the contract of IStreamGrabber tells; Complete on any. Locks: m_lock, a leaf; nobody is woken under it,
+/// as a thread of higher priority would only run to wait for the lock.
 class CNullStreamGrabber final : public Zelmo::IStreamGrabber, private IRegisters {
 public:
     enum class EPace {
         AtOnce, ///< QueueBuffer completes the buffer on its thread
-        Told,   ///< a thread completes one buffer for each Complete(), as soon as there is one
-        Free    ///< a thread completes what is queued
+        Told,   ///< Complete and, where that came too early, QueueBuffer complete as many as were told on their thread
+        Free    ///< a thread completes what is queued, one after the other
     };
 
     /// Images are Mono8; up to @p maxQueued buffers may be queued.
@@ -38,10 +39,12 @@ public:
         close(m_eventFd);
     }
 
-    void Complete(std::uint64_t frames = 1) { ///< With EPace::Told.
-        const std::lock_guard lock(m_lock);
-        m_told += frames;
-        m_changed.notify_one();
+    void Complete(std::uint64_t frames = 1) { ///< With EPace::Told; all that are there are signaled together.
+        {
+            const std::lock_guard lock(m_lock);
+            m_told += frames;
+        }
+        CompleteQueued(frames);
     }
 
     void Open() override { m_isOpen = true; }
@@ -53,42 +56,41 @@ public:
     bool IsStreaming() const override { return m_isStreaming; }
     void StartStreaming() override {
         m_isStreaming = true;
-        if (m_pace != EPace::AtOnce)
+        if (m_pace == EPace::Free)
             m_thread = std::thread([this] { Run(); });
     }
     void StopStreaming() override {
-        {
-            const std::lock_guard lock(m_lock);
-            m_isStreaming = false;
-            m_changed.notify_one();
-        }
-        if (m_thread.joinable())
+        m_isStreaming = false;
+        if (m_thread.joinable()) {
+            m_free.release();
             m_thread.join();
+        }
+        while (m_free.try_acquire())
+            ;
     }
     void FinishGrab() override {}
     void QueueBuffer(Zelmo::StreamBufferHandle handle, void* context) override {
-        const std::lock_guard lock(m_lock);
-        m_queued.push_back({handle, context, Zelmo::GrabStatus_Grabbed});
-        if (m_pace == EPace::AtOnce)
-            CompleteOldest(Zelmo::GrabStatus_Grabbed);
+        {
+            const std::lock_guard lock(m_lock);
+            m_queued.push_back({handle, context, Zelmo::GrabStatus_Grabbed});
+        }
+        if (m_pace == EPace::Free)
+            m_free.release();
         else
-            m_changed.notify_one();
+            CompleteQueued(1);
     }
-    void FlushBuffers() override {
-        const std::lock_guard lock(m_lock);
-        while (!m_queued.empty())
-            CompleteOldest(Zelmo::GrabStatus_Canceled);
-    }
+    void FlushBuffers() override { CompleteQueued(m_queued.capacity(), Zelmo::GrabStatus_Canceled); }
     std::size_t GetNumQueuedBuffers() const override { return 0; } // not called
     bool RetrieveResult(Zelmo::GrabResult& result) override {
         const std::lock_guard lock(m_lock);
-        if (m_results.empty())
-            return false;
-        const CBuffer buffer = m_results.front();
-        m_results.pop_front();
+        const bool isFound = !m_results.empty();
+        const CBuffer buffer = isFound ? m_results.front() : CBuffer{};
+        m_results.erase_begin(isFound ? 1 : 0);
         eventfd_t ignored;
         if (m_results.empty())
             eventfd_read(m_eventFd, &ignored);
+        if (!isFound)
+            return false;
         result = {buffer.context,
                   buffer.memory,
                   buffer.memory,
@@ -124,22 +126,24 @@ private:
     }
     void WriteRegister(int number, std::int64_t value) override { m_written[number] = value; }
 
-    void CompleteOldest(Zelmo::EGrabStatus status) {
-        m_results.push_back(m_queued.front());
-        m_results.back().status = status;
-        m_queued.pop_front();
-        if (m_results.size() == 1)
+    void CompleteQueued(std::uint64_t atMost, Zelmo::EGrabStatus status = Zelmo::GrabStatus_Grabbed) {
+        const bool isTold = m_pace == EPace::Told && status == Zelmo::GrabStatus_Grabbed;
+        std::unique_lock lock(m_lock);
+        const bool wasEmpty = m_results.empty();
+        for (; atMost > 0 && !m_queued.empty() && (!isTold || m_told > 0); --atMost) {
+            m_results.push_back(m_queued.front());
+            m_results.back().status = status;
+            m_queued.pop_front();
+            m_told -= isTold ? 1 : 0;
+        }
+        const bool isFirst = wasEmpty && !m_results.empty();
+        lock.unlock();
+        if (isFirst)
             eventfd_write(m_eventFd, 1);
     }
     void Run() {
-        const auto canComplete = [this] { return !m_queued.empty() && (m_pace == EPace::Free || m_told > 0); };
-        for (std::unique_lock lock(m_lock); m_isStreaming;) {
-            m_changed.wait(lock, [&] { return !m_isStreaming || canComplete(); });
-            if (!m_isStreaming)
-                return;
-            m_told -= m_pace == EPace::Told ? 1 : 0;
-            CompleteOldest(Zelmo::GrabStatus_Grabbed);
-        }
+        for (m_free.acquire(); m_isStreaming; m_free.acquire())
+            CompleteQueued(1);
     }
 
     const EPace m_pace;
@@ -151,10 +155,10 @@ private:
         {{"Integer", "PayloadSize", 0, ""}, {"Integer", "MaxBufferSize", 1, ""}, {"Integer", "MaxNumBuffer", 2, ""}},
         *this};
     bool m_isOpen = false;
+    std::atomic<bool> m_isStreaming{false};
+    std::counting_semaphore<> m_free{0}; // queued buffers, for the thread
 
     std::mutex m_lock; // guards all below but the thread
-    std::condition_variable m_changed;
-    std::atomic<bool> m_isStreaming = false;
     std::uint64_t m_told = 0, m_nextBlockId = 0;
     boost::circular_buffer<CBuffer> m_queued, m_results;
     std::thread m_thread;
