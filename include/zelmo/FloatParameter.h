@@ -9,7 +9,7 @@
 
 namespace Zelmo {
 
-class CIntegerParameter;
+class ZELMO_API CIntegerParameter;
 
 /// What becomes of a number that may lie outside of the range. Increments play no part.
 enum EFloatValueCorrection : int {
@@ -47,7 +47,7 @@ struct ZELMO_API IFloatEx : virtual public GenApi::IFloat, virtual public IValue
     virtual void GetAlternativeIntegerRepresentation(CIntegerParameter& parameter) = 0;
 };
 
-class CFloatParameter;
+class ZELMO_API CFloatParameter;
 extern template class CTypedParameter<CFloatParameter, IFloatEx, GenApi::IFloat>;
 
 /// A floating-point feature of a camera, a transport layer or the library: a view of one node. See CParameter.

@@ -48,7 +48,7 @@ struct ZELMO_API IIntegerEx : virtual public GenApi::IInteger, virtual public IV
     virtual bool TrySetToMinimum() = 0;
 };
 
-class CIntegerParameter;
+class ZELMO_API CIntegerParameter;
 extern template class CTypedParameter<CIntegerParameter, IIntegerEx, GenApi::IInteger>;
 
 /// An integer feature of a camera, a transport layer or the library: a view of one node. See CParameter.

@@ -20,6 +20,7 @@ public:
     CTypedParameter(GenApi::INodeMap* map, const char* name);
     CTypedParameter(const CTypedParameter& other);
     CTypedParameter& operator=(const CTypedParameter& other);
+    using InterfaceEx::operator=;
 
     bool Attach(GenApi::INodeMap* map, const char* name) override;
     bool Attach(GenApi::INodeMap& map, const char* name) override;

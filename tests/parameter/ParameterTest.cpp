@@ -33,10 +33,9 @@ TEST_F(ParameterTest, AttachesToTheNodeItselfHoweverItIsGiven) {
          {CIntegerParameter(named), CIntegerParameter(Map.get(), "Width"), CIntegerParameter(Map->GetNode("Width")),
           CIntegerParameter(&Int("Width")), CIntegerParameter(&named)})
         EXPECT_TRUE(made.IsValid() && made.Equals(&Int("Width")) && made.Equals(untyped) && made.Equals(named));
-    CIntegerParameter attached;
-    EXPECT_TRUE(attached.Attach(&untyped) && *attached == 64 && attached.Attach(&attached)) << "also to itself";
-    EXPECT_TRUE(attached.Attach(*Map, "Register") && attached.Equals(Map->GetNode("Register")));
-    EXPECT_FALSE(attached.Equals(untyped) || attached.Equals(Map->GetNode("Width")) || attached.Equals(&attached));
+    EXPECT_TRUE(named.Attach(*Map, "Register") && named.Equals(Map->GetNode("Register")));
+    EXPECT_FALSE(named.Equals(untyped) || named.Equals(Map->GetNode("Width")) || named.Equals(&named));
+    EXPECT_TRUE(named.Attach(&untyped) && *named == 64 && named.Attach(&named)) << "also to itself";
     EXPECT_EQ((untyped = CParameter(*Map, "Gain")).GetNode(), Map->GetNode("Gain"));
 }
 
@@ -80,9 +79,8 @@ TEST_F(ParameterTest, StandsForItsNodeWithAllFlags) {
     CIntegerParameter parameter(*Map, "Register");
     GenApi::IInteger& node = parameter;
     node.FromString("0x10", true);
-    EXPECT_TRUE(node.ToString() == "16" && node.IsValueCacheValid());
-    const int reads = Port.Reads;
-    EXPECT_TRUE(node.ToString(false, true) == "16" && Port.Reads > reads) << "past the cache";
+    EXPECT_TRUE(node.ToString() == "16" && node.IsValueCacheValid() && Port.Reads == 0);
+    EXPECT_TRUE(node.ToString(false, true) == "16" && Port.Reads == 1) << "past the cache";
     CParameter width(*Map, "Width");
     EXPECT_THROW(width.FromString("101"), GenICam::OutOfRangeException);
     width.FromString("101", false);
@@ -156,7 +154,6 @@ TEST(ParameterOrderTest, OperationsKeepTheirPlaces) {
                 ElementsAre(0, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 20)); // behind the first, the destructor's two
     EXPECT_EQ((Fakes::Slot<bool(GenApi::INodeMap*, const char*)>(&P::Attach)), 13u);
     EXPECT_EQ(Fakes::Slot<bool(GenApi::INode*)>(&P::Attach), 15u);
-    EXPECT_EQ(Fakes::Slot<bool(const P&) const>(&P::Equals), 17u);
     using I = IIntegerEx;
     using F = IFloatEx;
     EXPECT_THAT(Slots(&I::GetValueOrDefault, &I::GetValuePercentOfRange, &I::SetValuePercentOfRange,

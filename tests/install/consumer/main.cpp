@@ -3,6 +3,8 @@
 #include <cstdlib>
 #include <iostream>
 
+class Parameter : public Zelmo::CIntegerParameter {}; // needs all of its base from the library
+
 // consumer <number of devices to find>
 int main(int argc, char** argv) {
     const int expected = argc > 1 ? std::atoi(argv[1]) : 0;
@@ -16,7 +18,7 @@ int main(int argc, char** argv) {
         std::cout << "Zelmo " << GetZelmoVersionString() << " in " << Zelmo::getZelmoFolderPath(Zelmo::FolderType_Base)
                   << ", rules in " << Zelmo::getZelmoFolderPath(Zelmo::FolderType_ConfigFileRegistry) << ", " << found
                   << " devices\n";
-        return found == expected ? 0 : 1;
+        return found == expected && !Parameter().IsValid() ? 0 : 1;
     } catch (const GenICam::GenericException& e) { // caught across the library's boundary
         std::cerr << e.what() << '\n';
         return 2;
