@@ -33,7 +33,8 @@ TEST_F(GrabTest, WritesTheImagesOfOneCameraAndSumsUp) {
     EXPECT_THAT(m_folder.List(), ElementsAre("img-000001.png", "img-000002.png", "img-000003.png"));
     EXPECT_EQ(DecodePng(m_folder / "img-000003.png").width, 1024u);
     EXPECT_THAT(result.out,
-                testing::ContainsRegex("CAMERA +FRAMES +FAILED +LOST +SECONDS +FPS +MB/S\n0815-0001 +3 +0 +[0-9]+ "));
+                testing::ContainsRegex(
+                    "CAMERA +FRAMES +FAILED +LOST +SKIPPED +SECONDS +FPS +MB/S\n0815-0001 +3 +0 +[0-9]+ +0 "));
     EXPECT_EQ(result.err, "Images of 0815-0001: img-000001.png to img-000003.png\n");
 }
 

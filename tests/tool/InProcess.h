@@ -14,8 +14,8 @@
 /// camera lives as long as its process.
 class InProcess : public testing::Test {
 protected:
-    explicit InProcess(const std::string& pluginPath = {}) {
-        setenv("ZELMO_CAMEMU", "1", 1);
+    explicit InProcess(const std::string& pluginPath = {}, const char* emulatedCameras = "1") {
+        setenv("ZELMO_CAMEMU", emulatedCameras, 1);
         unsetenv("ZELMO_TL_PATH");
         if (!pluginPath.empty()) {
             setenv("ZELMO_TL_PATH", pluginPath.c_str(), 1);
@@ -71,5 +71,7 @@ protected:
 private:
     std::ostringstream m_log;
     std::unique_ptr<tool::Output> m_silent;
+
+protected:
     std::unique_ptr<tool::Library> m_library;
 };

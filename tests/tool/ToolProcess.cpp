@@ -141,7 +141,7 @@ bool ToolProcess::ReadSome() {
 }
 
 bool ToolProcess::WaitForOutput(const std::string& text) {
-    while (m_result.out.find(text) == std::string::npos) {
+    while (m_result.out.find(text) == std::string::npos && m_result.err.find(text) == std::string::npos) {
         if (!ReadSome()) {
             return false;
         }

@@ -38,7 +38,7 @@ public:
 
     void Signal(int signal);
 
-    /// Reads until standard output holds @p text, or it has ended. @return whether it does.
+    /// Reads until standard output or error holds @p text, or both have ended. @return whether one does.
     bool WaitForOutput(const std::string& text);
 
     ToolResult Wait();

@@ -78,6 +78,7 @@ void Camera::Open(const CDeviceInfo& info) {
 }
 
 void Camera::OnRemoved(IZelmoDevice*) {
+    m_isRemoved = true;
     m_removal.Signal();
 }
 

@@ -3,6 +3,7 @@
 #include <zelmo/Device.h>
 #include <zelmo/WaitObject.h>
 
+#include <atomic>
 #include <string>
 
 namespace GenApi {
@@ -26,7 +27,7 @@ public:
     /// "device", "tl", "stream" or "event". @throws ToolError for one that this camera does not have, or not yet.
     GenApi::INodeMap& GetNodeMap(const std::string& name);
 
-    bool IsRemoved() const { return m_removal.Wait(0); }            ///< Whether it turned out to be physically gone.
+    bool IsRemoved() const noexcept { return m_isRemoved; }         ///< Whether it told that it is physically gone.
     int GetRemovalFd() const noexcept { return m_removal.GetFd(); } ///< Readable from then on; for poll().
 
 private:
@@ -35,6 +36,7 @@ private:
     void Release() noexcept;
 
     std::string m_name;
+    std::atomic<bool> m_isRemoved{false};
     Zelmo::WaitObjectEx m_removal;
     Zelmo::DeviceCallbackHandle m_removalCallback = 0;
     Zelmo::IZelmoDevice* m_device = nullptr; // goes back to the factory

@@ -1,33 +1,37 @@
 #include "CameraGrab.h"
 
 #include "Feature.h"
-#include "Output.h"
 
-#include <GenApi/GenApi.h>
+#include <zelmo/StreamGrabber.h>
 
 #include <algorithm>
-#include <poll.h>
 
 namespace tool {
 namespace {
 
 using namespace std::chrono;
 
-Json MakeFrameJson(const std::string& camera, std::uint64_t number, const Zelmo::GrabResult& result) {
-    Json json = {{"device", camera}, {"number", number}};
-    if (result.blockId != ~std::uint64_t{0}) {
-        json["block_id"] = JsonInteger(std::uint64_t{result.blockId});
-    }
-    json["timestamp_ticks"] = JsonInteger(std::uint64_t{result.timeStamp});
-    json["width"] = result.sizeX;
-    json["height"] = result.sizeY;
-    return json;
+/// Fewer than there are buffers, or the camera would wait for one instead of replacing the oldest image.
+unsigned GetQueueSize(const GrabOptions& options) {
+    constexpr unsigned usual = 5;
+    return options.queueSize.value_or(std::clamp(options.buffers - 1, 1u, usual));
+}
+
+Zelmo::CDeviceGrab::Settings MakeSettings(const GrabOptions& options) {
+    Zelmo::CDeviceGrab::Settings settings;
+    settings.strategy = options.strategy;
+    settings.maxImages = options.count.value_or(0);
+    settings.maxNumBuffer = options.buffers;
+    settings.maxNumQueuedBuffer = options.buffers;
+    settings.outputQueueSize = GetQueueSize(options);
+    return settings;
 }
 
 } // namespace
 
-CameraGrab::CameraGrab(const Zelmo::CDeviceInfo& info, const GrabOptions& options, Output& output, StopSignals& signals)
-    : m_options(options), m_output(output), m_signals(signals), m_camera(info), m_session(m_camera, options.buffers) {}
+CameraGrab::CameraGrab(const Zelmo::CDeviceInfo& info, const GrabOptions& options, StopSignals& signals)
+    : m_options(options), m_signals(signals), m_camera(info), m_session(m_camera.GetDevice()),
+      m_endObject(Zelmo::WaitObjectEx::Create()) {}
 
 CameraGrab::~CameraGrab() {
     Join();
@@ -36,22 +40,6 @@ CameraGrab::~CameraGrab() {
 void CameraGrab::Configure(const std::vector<Assignment>& settings) {
     for (const Assignment& one : settings) {
         Feature::Find(m_camera.GetNodeMap("device"), one.feature, GetName()).SetText(one.value);
-    }
-}
-
-void CameraGrab::CheckFormat() {
-    GenApi::INodeMap& nodeMap = m_camera.GetNodeMap("device");
-    auto* format = dynamic_cast<GenApi::IEnumeration*>(nodeMap.GetNode("PixelFormat"));
-    if (format == nullptr || !GenApi::IsReadable(format->GetAccessMode())) {
-        return; // the frames will tell
-    }
-    if (FindPixelLayout(static_cast<Zelmo::EPixelType>(format->GetIntValue())) == nullptr) {
-        const std::string name = format->ToString().c_str();
-        throw FeatureError(
-            "PixelFormat", "format_refused",
-            "PixelFormat: " + name + " of camera " + GetName() +
-                " cannot be written as PNG; --raw writes buffers as they are, and 'zelmo set PixelFormat=...' "
-                "chooses another format");
     }
 }
 
@@ -68,31 +56,40 @@ void CameraGrab::Join() {
 
 void CameraGrab::Run() noexcept {
     try {
-        m_session.Start();
-        GrabUntilDone();
+        StartSession();
+        while (!IsDone() && TakeNext()) {
+        }
     } catch (const ToolError& error) {
         m_error = error;
+    } catch (const GenICam::GenericException& error) {
+        m_error = FromLibrary(error, "Grabbing from camera " + GetName());
     } catch (const std::exception& error) {
         m_error = HostError("Grabbing from camera " + GetName() + " failed: " + error.what());
     }
     m_ended = Clock::now().time_since_epoch().count();
-    m_session.Stop();
-    if (m_camera.IsRemoved()) { // whatever failed first, this is the cause
+    m_session.StopGrabbing();
+    if (m_camera.IsRemoved() || m_camera.GetDevice().IsRemoved()) { // whatever failed first, this is the cause
         m_error = ToolError(ExitCode::Removed, "removed", "Camera " + GetName() + " was removed while it was grabbing");
     }
     if (m_error && m_error->GetCode() == "host") {
         m_signals.RequestStop(); // the others would fail alike
     }
     m_running = false;
+    m_endObject.Signal();
 }
 
-void CameraGrab::GrabUntilDone() {
-    m_lastFrame = Clock::now();
-    m_started = m_lastFrame.time_since_epoch().count();
-    while (!IsDone()) {
-        WaitForEvent();
-        TakeResults();
+void CameraGrab::StartSession() {
+    const Zelmo::IStreamGrabber* grabber = m_camera.GetDevice().GetStreamGrabber(0);
+    if (grabber != nullptr && grabber->IsOpen()) {
+        throw ToolError(ExitCode::Access, "in_use", "The stream of camera " + GetName() + " is in use already");
     }
+    try {
+        m_session.StartGrabbing(MakeSettings(m_options));
+    } catch (const GenICam::GenericException& error) {
+        throw FromLibrary(error, "Starting to grab from camera " + GetName() + " with " +
+                                     std::to_string(m_options.buffers) + " buffers");
+    }
+    m_started = Clock::now().time_since_epoch().count();
 }
 
 bool CameraGrab::IsDone() const {
@@ -101,73 +98,71 @@ bool CameraGrab::IsDone() const {
            (m_options.durationSeconds && GetCounts().seconds >= *m_options.durationSeconds);
 }
 
-int CameraGrab::GetWaitMs() const {
-    const auto sinceFrame = duration_cast<milliseconds>(Clock::now() - m_lastFrame).count();
-    double waitMs = static_cast<double>(m_options.timeoutMs) - static_cast<double>(sinceFrame);
-    if (m_options.durationSeconds) {
-        waitMs = std::min(waitMs, (*m_options.durationSeconds - GetCounts().seconds) * 1000 + 1);
+bool CameraGrab::TakeNext() {
+    Zelmo::CGrabResultPtr result;
+    if (WaitForResult(result)) {
+        TakeResult(*result.GetPtr());
     }
-    return static_cast<int>(std::max(waitMs, 0.0));
+    return m_session.IsGrabbing();
 }
 
-void CameraGrab::WaitForEvent() {
-    pollfd events[] = {
-        {m_signals.GetFd(), POLLIN, 0}, {m_camera.GetRemovalFd(), POLLIN, 0}, {m_session.GetFd(), POLLIN, 0}};
-    if (poll(events, std::size(events), GetWaitMs()) != 0) {
-        return;
+bool CameraGrab::WaitForResult(Zelmo::CGrabResultPtr& result) {
+    const double leftMs = m_options.durationSeconds
+                              ? std::max((*m_options.durationSeconds - GetCounts().seconds) * 1000 + 1, 0.0)
+                              : m_options.timeoutMs;
+    if (leftMs < m_options.timeoutMs) {
+        return m_session.RetrieveResult(static_cast<unsigned>(leftMs), result, Zelmo::TimeoutHandling_Return);
     }
-    if (Clock::now() - m_lastFrame >= milliseconds(m_options.timeoutMs)) {
-        throw ToolError(
-            ExitCode::Timeout, "timeout",
+    try {
+        return m_session.RetrieveResult(m_options.timeoutMs, result, Zelmo::TimeoutHandling_ThrowException);
+    } catch (const GenICam::TimeoutException&) {
+        throw TimedOut();
+    }
+}
+
+ToolError CameraGrab::TimedOut() const {
+    return {ExitCode::Timeout, "timeout",
             "No image from camera " + GetName() + " within " + std::to_string(m_options.timeoutMs) + " ms after " +
-                std::to_string(m_frames.load()) +
-                " images; --timeout sets the limit. Does it wait for a trigger, or is its frame rate lower?");
-    }
+                std::to_string(m_frames + m_failed) +
+                " images; --timeout sets the limit. Does it wait for a trigger, is its frame rate lower, or has its "
+                "AcquisitionMode ended it?"};
 }
 
-void CameraGrab::TakeResults() {
-    Zelmo::GrabResult result;
-    while (!IsDone() && m_session.Retrieve(result)) {
-        if (result.status != Zelmo::GrabStatus_Canceled) {
-            TakeFrame(result);
-        }
-        m_session.Requeue(result);
-        m_lastFrame = Clock::now(); // behind the writing, which the camera is not to blame for
-        result = {};
+void CameraGrab::TakeResult(const Zelmo::CGrabResultData& result) {
+    if (result.GetID() == 0) {
+        return; // a buffer that was called back
     }
-}
-
-void CameraGrab::TakeFrame(const Zelmo::GrabResult& result) {
-    m_lost += m_lossCounter.Add(result.blockId);
     const std::uint64_t number = m_frames + m_failed + 1;
-    Json event = m_output.IsJson() ? MakeFrameJson(GetName(), number, result) : Json();
-    if (result.status != Zelmo::GrabStatus_Grabbed) {
-        CountFailed(number, result.errorDescription.c_str(), event);
+    CountMissing(result);
+    if (!result.GrabSucceeded()) {
+        CountFailed(result, number, result.GetErrorDescription().c_str());
         return;
     }
     try {
-        if (m_writer) {
-            event["file"] = m_writer->Write(result, number);
-        }
+        m_sink->OnImage(result, number);
     } catch (const ToolError& error) {
         if (error.GetCode() != "incomplete") {
             throw;
         }
-        CountFailed(number, error.what(), event);
+        CountFailed(result, number, error.what());
         return;
     }
-    m_bytes += result.payloadSize >= 0 ? static_cast<std::uint64_t>(result.payloadSize) : result.bufferSize;
+    m_bytes += GetFilledBytes(result);
     ++m_frames;
-    event["status"] = "grabbed";
-    m_output.Event("frame", event);
 }
 
-void CameraGrab::CountFailed(std::uint64_t number, const std::string& why, Json& event) {
+void CameraGrab::CountMissing(const Zelmo::CGrabResultData& result) {
+    const auto skipped = static_cast<std::uint64_t>(result.GetNumberOfSkippedImages());
+    const std::uint64_t lost = m_lossCounter.Add(result.GetBlockID(), skipped);
+    // Between two requests for an upcoming image the camera has no buffer: that is meant.
+    const bool meant = m_options.strategy == Zelmo::GrabStrategy_UpcomingImage;
+    m_skipped += meant ? skipped + lost : skipped;
+    m_lost += meant ? 0 : lost;
+}
+
+void CameraGrab::CountFailed(const Zelmo::CGrabResultData& result, std::uint64_t number, const std::string& why) {
     ++m_failed;
-    event["status"] = "failed";
-    event["error"] = why;
-    m_output.Event("frame", event);
-    m_output.Note("Image " + std::to_string(number) + " of camera " + GetName() + " failed: " + why);
+    m_sink->OnFailed(result, number, why);
 }
 
 GrabCounts CameraGrab::GetCounts() const {
@@ -175,6 +170,7 @@ GrabCounts CameraGrab::GetCounts() const {
     counts.frames = m_frames;
     counts.failed = m_failed;
     counts.lost = m_lost;
+    counts.skipped = m_skipped;
     counts.bytes = m_bytes;
     const Clock::rep started = m_started;
     const Clock::rep ended = m_ended;

@@ -3,89 +3,90 @@
 #include "Assignments.h"
 #include "Camera.h"
 #include "Errors.h"
-#include "FrameWriter.h"
-#include "Json.h"
+#include "FrameSink.h"
 #include "LossCounter.h"
 #include "Options.h"
 #include "Signals.h"
-#include "StreamSession.h"
+
+#include <zelmo/internal/DeviceGrab.h>
 
 #include <atomic>
 #include <chrono>
 #include <memory>
 #include <optional>
 #include <thread>
+#include <vector>
 
 namespace tool {
 
-class Output;
-
 /// What became of the images of one camera.
 struct GrabCounts {
-    std::uint64_t frames = 0; ///< Delivered whole.
-    std::uint64_t failed = 0; ///< Delivered damaged or incomplete.
-    std::uint64_t lost = 0;   ///< Never delivered: gaps in the block ids.
-    std::uint64_t bytes = 0;  ///< Of the frames.
-    double seconds = 0;       ///< From the start of the camera on.
+    std::uint64_t frames = 0;  ///< Delivered whole.
+    std::uint64_t failed = 0;  ///< Delivered damaged or incomplete.
+    std::uint64_t lost = 0;    ///< Never delivered: gaps in the block ids that nothing else explains.
+    std::uint64_t skipped = 0; ///< Passed over, as the strategy asks for.
+    std::uint64_t bytes = 0;   ///< Of the frames.
+    double seconds = 0;        ///< From the start of the camera on.
 
     double GetFramesPerSecond() const { return seconds > 0 ? static_cast<double>(frames) / seconds : 0; }
     double GetMegabytesPerSecond() const { return seconds > 0 ? static_cast<double>(bytes) / 1e6 / seconds : 0; }
 };
 
-/// Grabs from one camera on a thread of its own, until the number of images, the time, a stop request or a failure ends
-/// it. Owns the camera, its stream session and its thread. Borrows output and signals. Threads: started and joined by
-/// one thread; the counts may be looked at by any.
+/// Grabs from one camera on a thread of its own, until the number of images, the time, a stop or a failure ends it.
+/// Owns the camera, its grab session, its sink and its thread. Borrows options and signals.
+/// Threads: started and joined by one thread; Stop, IsRemoved and the counts any.
 class CameraGrab {
 public:
-    /// Opens the camera. Nothing is written until WriteTo.
-    CameraGrab(const Zelmo::CDeviceInfo& info, const GrabOptions& options, Output& output, StopSignals& signals);
+    CameraGrab(const Zelmo::CDeviceInfo& info, const GrabOptions& options, StopSignals& signals); ///< Opens the camera.
     ~CameraGrab();
 
     /// Sets features of the camera, in the order given.
     /// @throws ToolError for the first one that is refused; the others stay as they are.
     void Configure(const std::vector<Assignment>& settings);
 
-    /// @throws ToolError for a pixel format that cannot be written as PNG.
-    void CheckFormat();
-
-    void WriteTo(std::unique_ptr<FrameWriter> writer) { m_writer = std::move(writer); }
+    void SendTo(std::unique_ptr<FrameSink> sink) { m_sink = std::move(sink); } ///< Before Start; there must be one.
     void Start();
+    /// Ends the session that runs. The thread is inside RetrieveResult, so whoever starts it watches over the reasons
+    /// to stop, again and again while IsRunning: a session that only just starts is not stopped yet.
+    void Stop() noexcept { m_session.StopGrabbing(); }
     void Join();
 
+    Camera& GetCamera() noexcept { return m_camera; }
     const std::string& GetName() const noexcept { return m_camera.GetName(); }
     bool IsRunning() const noexcept { return m_running; }
+    int GetEndFd() const noexcept { return m_endObject.GetFd(); } ///< Readable when it has ended; for poll().
     GrabCounts GetCounts() const;
-    const FrameWriter* GetWriter() const noexcept { return m_writer.get(); }
     const std::optional<ToolError>& GetError() const noexcept { return m_error; } ///< After Join.
 
 private:
     using Clock = std::chrono::steady_clock;
 
     void Run() noexcept;
-    void GrabUntilDone();
-    void TakeResults();
-    void TakeFrame(const Zelmo::GrabResult& result);
-    void CountFailed(std::uint64_t number, const std::string& why, Json& event);
+    void StartSession();
+    bool TakeNext();
+    bool WaitForResult(Zelmo::CGrabResultPtr& result);
+    void TakeResult(const Zelmo::CGrabResultData& result);
+    void CountMissing(const Zelmo::CGrabResultData& result);
+    void CountFailed(const Zelmo::CGrabResultData& result, std::uint64_t number, const std::string& why);
     bool IsDone() const;
-    int GetWaitMs() const;
-    void WaitForEvent();
+    ToolError TimedOut() const;
 
     const GrabOptions& m_options;
-    Output& m_output;
     StopSignals& m_signals;
     Camera m_camera;
-    StreamSession m_session;
-    std::unique_ptr<FrameWriter> m_writer;
+    Zelmo::CDeviceGrab m_session;
+    std::unique_ptr<FrameSink> m_sink;
 
     LossCounter m_lossCounter;
     std::atomic<std::uint64_t> m_frames{0};
     std::atomic<std::uint64_t> m_failed{0};
     std::atomic<std::uint64_t> m_lost{0};
+    std::atomic<std::uint64_t> m_skipped{0};
     std::atomic<std::uint64_t> m_bytes{0};
     std::atomic<Clock::rep> m_started{0}; // 0 before
     std::atomic<Clock::rep> m_ended{0};   // 0 before
-    Clock::time_point m_lastFrame;
     std::atomic<bool> m_running{false};
+    Zelmo::WaitObjectEx m_endObject;
     std::optional<ToolError> m_error;
     std::thread m_thread; // last: it touches all of the above
 };

@@ -24,7 +24,8 @@ ToolError FromLibrary(const GenICam::GenericException& error, const std::string&
     if (dynamic_cast<const GenICam::AccessException*>(&error) != nullptr) {
         return {ExitCode::Access, "access_denied", message};
     }
-    return {ExitCode::Failed, "device", message};
+    const bool host = dynamic_cast<const GenICam::BadAllocException*>(&error) != nullptr;
+    return {ExitCode::Failed, host ? "host" : "device", message};
 }
 
 } // namespace tool

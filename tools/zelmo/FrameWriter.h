@@ -6,7 +6,7 @@
 #include <string>
 
 namespace Zelmo {
-struct GrabResult;
+class CGrabResultData;
 }
 
 namespace tool {
@@ -18,7 +18,7 @@ public:
 
     /// @return the name of the file. @throws ToolError: "incomplete" for a frame that holds less than it tells,
     /// "format_refused", or that the file cannot be written.
-    std::string Write(const Zelmo::GrabResult& result, std::uint64_t number);
+    std::string Write(const Zelmo::CGrabResultData& result, std::uint64_t number);
 
     std::string GetName(std::uint64_t number) const { return m_pattern.GetName(m_camera, number); }
 

@@ -7,19 +7,6 @@
 namespace tool {
 namespace {
 
-GrabCounts Sum(const CameraGrabs& grabs) {
-    GrabCounts sum;
-    for (const auto& grab : grabs) {
-        const GrabCounts counts = grab->GetCounts();
-        sum.frames += counts.frames;
-        sum.failed += counts.failed;
-        sum.lost += counts.lost;
-        sum.bytes += counts.bytes;
-        sum.seconds = std::max(sum.seconds, counts.seconds); // they run at the same time
-    }
-    return sum;
-}
-
 std::string Bar(double share) {
     constexpr std::size_t width = 24;
     const auto full = static_cast<std::size_t>(std::clamp(share, 0.0, 1.0) * width);
@@ -30,6 +17,7 @@ Json MakeCountsJson(const GrabCounts& counts) {
     return {{"frames", JsonInteger(counts.frames)},
             {"failed", JsonInteger(counts.failed)},
             {"lost", JsonInteger(counts.lost)},
+            {"skipped", JsonInteger(counts.skipped)},
             {"bytes", JsonInteger(counts.bytes)},
             {"duration_s", JsonNumber(counts.seconds)},
             {"frames_per_s", JsonNumber(counts.GetFramesPerSecond())},
@@ -41,24 +29,27 @@ std::vector<std::string> MakeRow(const std::string& name, const GrabCounts& coun
             std::to_string(counts.frames),
             std::to_string(counts.failed),
             std::to_string(counts.lost),
+            std::to_string(counts.skipped),
             Fixed(counts.seconds, 2),
             Fixed(counts.GetFramesPerSecond(), 1),
             Fixed(counts.GetMegabytesPerSecond(), 1)};
 }
 
-void NoteFiles(const CameraGrab& grab, Output& output) {
-    const FrameWriter* writer = grab.GetWriter();
-    const GrabCounts counts = grab.GetCounts();
-    if (writer == nullptr || counts.frames == 0) {
-        return;
-    }
-    const std::string first = writer->GetName(1);
-    const std::string last = writer->GetName(counts.frames + counts.failed);
-    output.Note("Images of " + grab.GetName() + ": " + Printable(first) +
-                (first == last ? "" : " to " + Printable(last)));
-}
-
 } // namespace
+
+GrabCounts Sum(const CameraGrabs& grabs) {
+    GrabCounts sum;
+    for (const auto& grab : grabs) {
+        const GrabCounts counts = grab->GetCounts();
+        sum.frames += counts.frames;
+        sum.failed += counts.failed;
+        sum.lost += counts.lost;
+        sum.skipped += counts.skipped;
+        sum.bytes += counts.bytes;
+        sum.seconds = std::max(sum.seconds, counts.seconds);
+    }
+    return sum;
+}
 
 std::string MakeProgressLine(const CameraGrabs& grabs, const GrabOptions& options) {
     const GrabCounts sum = Sum(grabs);
@@ -73,30 +64,25 @@ std::string MakeProgressLine(const CameraGrabs& grabs, const GrabOptions& option
         text += std::to_string(delivered) + " images";
     }
     return text + "  " + Fixed(sum.GetFramesPerSecond(), 1) + " fps  " + Fixed(sum.GetMegabytesPerSecond(), 1) +
-           " MB/s  failed " + std::to_string(sum.failed) + "  lost " + std::to_string(sum.lost);
+           " MB/s  failed " + std::to_string(sum.failed) + "  lost " + std::to_string(sum.lost) + "  skipped " +
+           std::to_string(sum.skipped);
 }
 
-void PrintSummary(const CameraGrabs& grabs, Output& output) {
+GrabReport MakeReport(const CameraGrabs& grabs) {
     const GrabCounts sum = Sum(grabs);
-    Json json = MakeCountsJson(sum);
-    json["cameras"] = Json::array();
-    std::vector<std::vector<std::string>> rows{{"CAMERA", "FRAMES", "FAILED", "LOST", "SECONDS", "FPS", "MB/S"}};
+    GrabReport report{MakeCountsJson(sum),
+                      {{"CAMERA", "FRAMES", "FAILED", "LOST", "SKIPPED", "SECONDS", "FPS", "MB/S"}}};
+    report.json["cameras"] = Json::array();
     for (const auto& grab : grabs) {
         Json camera = {{"device", grab->GetName()}};
         camera.update(MakeCountsJson(grab->GetCounts()));
-        json["cameras"].push_back(camera);
-        rows.push_back(MakeRow(grab->GetName(), grab->GetCounts()));
+        report.json["cameras"].push_back(camera);
+        report.rows.push_back(MakeRow(grab->GetName(), grab->GetCounts()));
     }
     if (grabs.size() > 1) {
-        rows.push_back(MakeRow("all", sum));
+        report.rows.push_back(MakeRow("all", sum));
     }
-    for (const std::string& line : FormatTable(rows)) {
-        output.Line(line);
-    }
-    for (const auto& grab : grabs) {
-        NoteFiles(*grab, output);
-    }
-    output.Event("summary", json);
+    return report;
 }
 
 } // namespace tool

@@ -1,19 +1,25 @@
 #pragma once
 
-#include "CameraGrab.h"
+#include "GrabRun.h"
+#include "Json.h"
 
-#include <memory>
 #include <string>
 #include <vector>
 
 namespace tool {
 
-using CameraGrabs = std::vector<std::unique_ptr<CameraGrab>>;
+/// Of all cameras; the time of the one that took longest, as they run at the same time.
+GrabCounts Sum(const CameraGrabs& grabs);
 
 /// One line about all cameras: a bar when the end is known, else the count; rate and losses.
 std::string MakeProgressLine(const CameraGrabs& grabs, const GrabOptions& options);
 
-/// The summary, as the last event of a JSON stream or as a table, and where the images are.
-void PrintSummary(const CameraGrabs& grabs, Output& output);
+/// What came of all cameras: the sum, each camera under "cameras"; and a table with a header and, where there are
+/// several, the sum as its last row.
+struct GrabReport {
+    Json json;
+    std::vector<std::vector<std::string>> rows;
+};
+GrabReport MakeReport(const CameraGrabs& grabs);
 
 } // namespace tool

@@ -7,14 +7,16 @@ namespace tool {
 /// Counts images that were lost on the way from the gaps between block ids.
 class LossCounter {
 public:
-    /// @param blockId of the next image; all ones: the camera does not count. @return how many are missing before it.
-    std::uint64_t Add(std::uint64_t blockId) {
+    /// @param blockId of the next image; all ones: the camera does not count.
+    /// @param skipped images that came since the last one and are known to be passed over.
+    /// @return how many are missing before the image beyond those.
+    std::uint64_t Add(std::uint64_t blockId, std::uint64_t skipped = 0) {
         if (blockId == notCounted) {
             return 0;
         }
-        const std::uint64_t lost = m_last == notCounted ? 0 : GapTo(blockId);
+        const std::uint64_t missing = m_last == notCounted ? 0 : GapTo(blockId);
         m_last = blockId;
-        return lost;
+        return missing > skipped ? missing - skipped : 0;
     }
 
 private:

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <zelmo/GrabStrategy.h>
+
 #include <optional>
 #include <string>
 #include <vector>
@@ -42,17 +44,23 @@ struct FeaturesOptions {
     std::string visibility = "guru";
 };
 
+/// What grab and bench have in common.
 struct GrabOptions {
     std::vector<std::string> devices;
     bool all = false;
     std::vector<std::string> settings; ///< NAME=VALUE each, set before the camera starts.
     std::optional<unsigned> count;     ///< Images of each camera.
     std::optional<double> durationSeconds;
+    Zelmo::EGrabStrategy strategy = Zelmo::GrabStrategy_OneByOne;
+    unsigned buffers = 10;
+    std::optional<unsigned> queueSize; ///< Of GrabStrategy_LatestImages.
+    unsigned timeoutMs = 5000;
+    std::optional<unsigned> maxLost;
+};
+
+struct FileOptions {
     std::string output; ///< Pattern of file names; empty: nothing is written.
     bool raw = false;
-    unsigned timeoutMs = 5000;
-    unsigned buffers = 10;
-    std::optional<unsigned> maxLost;
 };
 
 } // namespace tool

@@ -39,6 +39,7 @@ public:
     virtual ExitCode Run(Library& library, Output& output) = 0;
 };
 
+std::unique_ptr<Verb> MakeBenchVerb();
 std::unique_ptr<Verb> MakeDoctorVerb();
 std::unique_ptr<Verb> MakeExecVerb();
 std::unique_ptr<Verb> MakeFeaturesVerb();

@@ -1,10 +1,14 @@
-// One camera, "S1", with no features and a scripted stream; see ScriptedGrabber.
+// One camera, "S1", with no features and a stream that plays the script of the environment variable ZELMO_TEST_SCRIPT;
+// see CScript.
 
-#include "ScriptedGrabber.h"
+#include "fakes/plugins/FakeDevice.h"
+#include "fakes/transport/ScriptedStreamGrabber.h"
 
 #include <zelmo/TransportLayer.h>
 
-#include <memory>
+#include <atomic>
+#include <cstdlib>
+#include <vector>
 
 namespace {
 
@@ -20,20 +24,19 @@ Zelmo::CDeviceInfo DeviceInfo() {
     return info.SetSerialNumber("S1");
 }
 
+Fakes::CScript Script() {
+    const char* text = std::getenv("ZELMO_TEST_SCRIPT");
+    return text != nullptr ? text : "";
+}
+
 class ScriptedDevice final : public Fakes::FakeDevice {
 public:
     ScriptedDevice() : FakeDevice(DeviceInfo()) {}
 
-    void Open(Zelmo::AccessModeSet modes) override {
-        FakeDevice::Open(modes);
-        m_grabber = std::make_unique<ScriptedGrabber>([this] {
-            for (const auto& callback : m_callbacks)
-                callback(this);
-        });
-    }
     std::size_t GetNumStreamGrabbers() const override { return 1; }
-    Zelmo::IStreamGrabber* GetStreamGrabber(std::size_t) override { return m_grabber.get(); }
-    GenApi::INodeMap* GetNodeMap() override { return m_grabber->GetNodeMap(); }
+    Zelmo::IStreamGrabber* GetStreamGrabber(std::size_t) override { return &m_grabber; }
+    GenApi::INodeMap* GetNodeMap() override { return m_grabber.GetNodeMap(); }
+    bool IsRemoved() const override { return m_isRemoved; }
     Zelmo::DeviceCallbackHandle RegisterRemovalCallback(Zelmo::DeviceRemovalCallback& callback) override {
         m_callbacks.push_back(callback);
         return m_callbacks.size();
@@ -41,8 +44,19 @@ public:
     void DeregisterRemovalCallback(Zelmo::DeviceCallbackHandle) override { m_callbacks.clear(); }
 
 private:
+    /// With ZELMO_TEST_MUTE the camera goes without telling: it has to be asked.
+    void Remove() {
+        m_isRemoved = true;
+        for (const auto& callback : m_callbacks) {
+            if (std::getenv("ZELMO_TEST_MUTE") == nullptr) {
+                callback(this);
+            }
+        }
+    }
+
+    std::atomic<bool> m_isRemoved{false};
     std::vector<Zelmo::DeviceRemovalCallback> m_callbacks;
-    std::unique_ptr<ScriptedGrabber> m_grabber;
+    Fakes::CScriptedStreamGrabber m_grabber{Script(), 0, [this] { Remove(); }};
 };
 
 class ScriptedTransportLayer final : public Zelmo::ITransportLayer {

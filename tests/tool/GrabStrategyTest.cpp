@@ -1,0 +1,107 @@
+#include "DeviceSelector.h"
+#include "GrabRun.h"
+#include "ImageSink.h"
+#include "InProcess.h"
+#include "TemporaryFolder.h"
+
+#include <gmock/gmock.h>
+
+#include <GenApi/GenApi.h>
+
+namespace {
+
+using testing::HasSubstr;
+using tool::ExitCode;
+
+struct Strategy {
+    const char* typed;
+    const char* name;
+    bool skips;
+};
+
+std::ostream& operator<<(std::ostream& stream, const Strategy& one) {
+    return stream << one.typed;
+}
+
+class GrabStrategyTest : public InProcess, public testing::WithParamInterface<Strategy> {};
+
+TEST_P(GrabStrategyTest, EveryImageOfTheCameraIsTakenOrCountedAsSkipped) {
+    const TemporaryFolder folder;
+    const ExitCode code =
+        Run({"grab", "-n", "30", "-o", folder / "%d.png", "--set", "AcquisitionFrameRateEnable=0", "--set",
+             "Height=256", "--strategy", GetParam().typed, "--buffers", "4", "--max-lost", "0"});
+    EXPECT_EQ(Events("start")[0]["strategy"], GetParam().name);
+    EXPECT_EQ(code, GetParam().skips ? ExitCode::Quality : ExitCode::Done) << m_messages.str();
+    EXPECT_EQ(Summary()["lost"], 0) << "a camera without frame rate waits for buffers";
+    EXPECT_EQ(Summary()["skipped"].get<int>() > 0, GetParam().skips);
+    EXPECT_EQ(Summary()["skipped"].get<int>() + 30, Events("frame").back()["block_id"].get<int>() + 1);
+}
+
+INSTANTIATE_TEST_SUITE_P(Spellings, GrabStrategyTest,
+                         testing::Values(Strategy{"one-by-one", "one-by-one", false},
+                                         Strategy{"LatestImageOnly", "latest-image-only", true},
+                                         Strategy{"GrabStrategy_LatestImages", "latest-images", true},
+                                         Strategy{"Upcoming_Image", "upcoming-image", false}));
+
+/// Pulls the cable as soon as the third image is there.
+class CableCutter : public tool::FrameSink {
+public:
+    explicit CableCutter(tool::Camera& camera) : m_camera(camera) {}
+    void OnImage(const Zelmo::CGrabResultData&, std::uint64_t number) override {
+        if (number == 3) {
+            GenApi::CCommandPtr(m_camera.GetNodeMap("device").GetNode("SimulateRemoval"))->Execute();
+        }
+    }
+    void OnFailed(const Zelmo::CGrabResultData&, std::uint64_t, const std::string&) override {}
+
+private:
+    tool::Camera& m_camera;
+};
+
+class GrabRunTest : public InProcess {
+protected:
+    GrabRunTest() : InProcess({}, "2") {}
+
+    tool::GrabOptions m_options;
+    tool::Output m_output{Json(), m_data, m_messages};
+
+private:
+    static tool::GlobalOptions Json() {
+        tool::GlobalOptions options;
+        options.json = true;
+        return options;
+    }
+};
+
+TEST_F(GrabRunTest, PulledCableEndsItsCameraWithNineAndNotTheOther) {
+    m_options.count = 50;
+    m_options.strategy = Zelmo::GrabStrategy_UpcomingImage; // waits inside the library
+    tool::GrabRun run(tool::SelectDevices(*m_library, {}, true), {{"AcquisitionFrameRateEnable", "0"}}, m_options,
+                      m_output);
+    for (const auto& camera : run.GetCameras()) {
+        camera->SendTo(std::make_unique<CableCutter>(camera->GetCamera()));
+    }
+    run.GetCameras()[1]->SendTo(std::make_unique<tool::ImageSink>("other", std::nullopt, m_output));
+    run.Run();
+    EXPECT_EQ(run.Conclude(), ExitCode::Removed);
+    EXPECT_EQ(run.GetCameras()[0]->GetError()->GetCode(), "removed");
+    EXPECT_EQ(run.GetCameras()[0]->GetCounts().frames, 3u);
+    EXPECT_EQ(run.GetCameras()[1]->GetCounts().frames, 50u);
+}
+
+TEST_F(GrabRunTest, UpcomingImageIsRefusedForUsbAndMipexBeforeACameraOpens) {
+    for (const auto& [deviceClass, name] : {std::pair("HarlixUsb", "USB"), std::pair("HarlixMipex", "MIPEX")}) {
+        Zelmo::CDeviceInfo info; // of no camera: to open it would fail otherwise
+        info.SetDeviceClass(deviceClass).SetFullName("x");
+        m_options.strategy = Zelmo::GrabStrategy_UpcomingImage;
+        try {
+            tool::GrabRun run({info}, {}, m_options, m_output);
+            ADD_FAILURE() << deviceClass;
+        } catch (const tool::ToolError& error) {
+            EXPECT_EQ(error.GetExitCode(), ExitCode::Feature);
+            EXPECT_THAT(error.what(), testing::AllOf(HasSubstr("upcoming-image"), HasSubstr(name)));
+        }
+    }
+}
+
+} // namespace

@@ -1,0 +1,196 @@
+#include "GrabRun.h"
+
+#include "CommonOptions.h"
+#include "DeviceSelector.h"
+#include "GrabReport.h"
+#include "Output.h"
+
+#include <algorithm>
+#include <cctype>
+#include <poll.h>
+
+namespace tool {
+namespace {
+
+constexpr int progressIntervalMs = 100;
+
+struct Strategy {
+    const char* name;
+    Zelmo::EGrabStrategy value;
+};
+
+constexpr Strategy strategies[] = {{"one-by-one", Zelmo::GrabStrategy_OneByOne},
+                                   {"latest-image-only", Zelmo::GrabStrategy_LatestImageOnly},
+                                   {"latest-images", Zelmo::GrabStrategy_LatestImages},
+                                   {"upcoming-image", Zelmo::GrabStrategy_UpcomingImage}};
+
+std::string JoinStrategies() {
+    std::string text;
+    for (const Strategy& one : strategies) {
+        text += (text.empty() ? "" : "|") + std::string(one.name);
+    }
+    return text;
+}
+
+/// One spelling for "latest-images", "LatestImages" and "GrabStrategy_LatestImages".
+std::string ReduceStrategyName(const std::string& name) {
+    const std::string prefix = "grabstrategy";
+    std::string letters;
+    for (const unsigned char c : name) {
+        if (c != '-' && c != '_') {
+            letters += static_cast<char>(std::tolower(c));
+        }
+    }
+    return letters.rfind(prefix, 0) == 0 ? letters.substr(prefix.size()) : letters;
+}
+
+void DefineStrategy(CLI::App& command, Zelmo::EGrabStrategy& strategy) {
+    const auto parse = [&strategy](const std::string& text) {
+        for (const Strategy& one : strategies) {
+            if (ReduceStrategyName(text) == ReduceStrategyName(one.name)) {
+                strategy = one.value;
+                return;
+            }
+        }
+        throw CLI::ValidationError("--strategy", "'" + text + "' is none of " + JoinStrategies());
+    };
+    command
+        .add_option_function<std::string>(
+            "--strategy", parse,
+            "What becomes of images that come faster than they are taken: all wait (default), the latest one or ones "
+            "are kept, or each image is taken only when it is asked for (not with USB and MIPEX cameras)")
+        ->type_name(JoinStrategies());
+}
+
+void CheckStrategy(const Zelmo::CDeviceInfo& info, Zelmo::EGrabStrategy strategy) {
+    const std::string deviceClass = info.GetDeviceClass().c_str();
+    if (strategy == Zelmo::GrabStrategy_UpcomingImage && (deviceClass == "HarlixUsb" || deviceClass == "HarlixMipex")) {
+        throw FeatureError("", "strategy_refused",
+                           "--strategy upcoming-image: camera " + GetCameraName(info) + " is a " +
+                               (deviceClass == "HarlixUsb" ? "USB" : "MIPEX") + " camera (" + deviceClass +
+                               "), and those do not support it; latest-image-only comes closest");
+    }
+}
+
+} // namespace
+
+void DefineGrabOptions(CLI::App& command, GrabOptions& options) {
+    command.add_option("--set", options.settings, "Set a feature before the camera starts; may be given several times")
+        ->type_name("NAME=VALUE")
+        ->allow_extra_args(false);
+    DefineSeconds(command, "--duration", options.durationSeconds,
+                  options.durationSeconds ? "Length; default " + Fixed(*options.durationSeconds, 0)
+                                          : "End after that time");
+    DefineStrategy(command, options.strategy);
+    command.add_option("--buffers", options.buffers, "Buffers for each camera; default 10")
+        ->type_name("N")
+        ->check(WholeNumber(1, 10'000));
+    command
+        .add_option("--queue-size", options.queueSize,
+                    "Images that latest-images keeps, fewer than there are buffers; default 5")
+        ->type_name("N")
+        ->check(WholeNumber(1, 9'999));
+    DefineMilliseconds(command, "--timeout", options.timeoutMs,
+                       "Longest time to wait for each image, else exit code 5");
+    command
+        .add_option("--max-lost", options.maxLost,
+                    "Exit code 6 when more images than that, of all cameras, are lost (gaps in the camera's count), "
+                    "skipped (by the strategy) or failed")
+        ->type_name("N")
+        ->check(WholeNumber(0, 4'000'000'000));
+}
+
+const char* GetStrategyName(Zelmo::EGrabStrategy strategy) {
+    return std::find_if(std::begin(strategies), std::end(strategies),
+                        [&](const Strategy& one) { return one.value == strategy; })
+        ->name;
+}
+
+std::vector<Assignment> CheckGrabOptions(const GrabOptions& options) {
+    if (options.queueSize && options.strategy != Zelmo::GrabStrategy_LatestImages) {
+        throw UsageError("--queue-size: only --strategy latest-images keeps several images");
+    }
+    if (options.queueSize && *options.queueSize >= options.buffers) {
+        throw UsageError("--queue-size " + std::to_string(*options.queueSize) + ": has to be less than --buffers (" +
+                         std::to_string(options.buffers) + "), as the camera needs one to fill");
+    }
+    return ParseAssignments(options.settings);
+}
+
+GrabRun::GrabRun(const std::vector<Zelmo::CDeviceInfo>& infos, const std::vector<Assignment>& settings,
+                 const GrabOptions& options, Output& output)
+    : m_options(options), m_output(output) {
+    for (const auto& info : infos) {
+        CheckStrategy(info, options.strategy);
+    }
+    for (const auto& info : infos) {
+        m_cameras.push_back(std::make_unique<CameraGrab>(info, options, m_signals));
+        m_cameras.back()->Configure(settings);
+    }
+}
+
+void GrabRun::Run() {
+    for (const auto& camera : m_cameras) {
+        camera->Start();
+    }
+    while (std::any_of(m_cameras.begin(), m_cameras.end(), [](const auto& one) { return one->IsRunning(); })) {
+        m_output.ShowProgress(MakeProgressLine(m_cameras, m_options));
+        WatchOver();
+    }
+    for (const auto& camera : m_cameras) {
+        camera->Join();
+    }
+    m_output.ShowProgress(MakeProgressLine(m_cameras, m_options));
+    m_output.EndProgress();
+}
+
+/// Waits for a pause between two progress lines, or less when something happens.
+void GrabRun::WatchOver() {
+    std::vector<pollfd> events; // -1 for what has happened and would end every wait
+    events.push_back({m_signals.StopRequested() ? -1 : m_signals.GetFd(), POLLIN, 0});
+    for (const auto& camera : m_cameras) {
+        const Camera& device = camera->GetCamera();
+        events.push_back({camera->IsRunning() ? camera->GetEndFd() : -1, POLLIN, 0});
+        events.push_back({device.IsRemoved() ? -1 : device.GetRemovalFd(), POLLIN, 0});
+    }
+    poll(events.data(), events.size(), progressIntervalMs);
+    for (const auto& camera : m_cameras) {
+        if (m_signals.StopRequested() || camera->GetCamera().IsRemoved()) {
+            camera->Stop();
+        }
+    }
+}
+
+ExitCode GrabRun::Conclude() {
+    std::optional<ExitCode> failure;
+    for (const auto& camera : m_cameras) {
+        if (const auto& error = camera->GetError()) {
+            m_output.Error(*error);
+            failure = failure.value_or(error->GetExitCode());
+        }
+    }
+    if (failure) {
+        return *failure;
+    }
+    const bool tooMany = TooManyMissing();
+    if (m_signals.GetExitCode() != ExitCode::Done) {
+        return m_signals.GetExitCode();
+    }
+    return tooMany ? ExitCode::Quality : ExitCode::Done;
+}
+
+bool GrabRun::TooManyMissing() {
+    const GrabCounts sum = Sum(m_cameras);
+    const std::uint64_t missing = sum.lost + sum.skipped + sum.failed;
+    if (!m_options.maxLost || missing <= *m_options.maxLost) {
+        return false;
+    }
+    m_output.Error({ExitCode::Quality, "quality",
+                    std::to_string(missing) + " images were lost (" + std::to_string(sum.lost) + "), skipped (" +
+                        std::to_string(sum.skipped) + ") or failed (" + std::to_string(sum.failed) + "), but at most " +
+                        std::to_string(*m_options.maxLost) +
+                        " were permitted (--max-lost). More --buffers, a lower frame rate or a faster disk may help"});
+    return true;
+}
+
+} // namespace tool

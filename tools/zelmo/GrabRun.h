@@ -1,0 +1,51 @@
+#pragma once
+
+#include "CameraGrab.h"
+
+namespace CLI {
+class App;
+}
+
+namespace tool {
+
+class Output;
+
+using CameraGrabs = std::vector<std::unique_ptr<CameraGrab>>;
+
+/// The options that grab and bench share, but for the choice of cameras.
+void DefineGrabOptions(CLI::App& command, GrabOptions& options);
+
+/// As it is typed: "one-by-one".
+const char* GetStrategyName(Zelmo::EGrabStrategy strategy);
+
+/// What --set tells. @throws UsageError for that, and for options that do not go together.
+std::vector<Assignment> CheckGrabOptions(const GrabOptions& options);
+
+/// What grab and bench have in common: cameras that are opened, set up, grabbed from at the same time, and closed.
+/// Borrows options and output. Threads: the main one.
+class GrabRun {
+public:
+    /// Opens the cameras; signals stop them from now on.
+    /// @throws ToolError when that, or one of @p settings, is refused, or a camera cannot grab as the options ask.
+    GrabRun(const std::vector<Zelmo::CDeviceInfo>& infos, const std::vector<Assignment>& settings,
+            const GrabOptions& options, Output& output);
+
+    const CameraGrabs& GetCameras() const noexcept { return m_cameras; }
+
+    /// Starts all cameras and returns when each has ended. Shows progress meanwhile.
+    void Run();
+
+    /// Tells what went wrong. @return the exit code for it.
+    ExitCode Conclude();
+
+private:
+    void WatchOver();
+    bool TooManyMissing();
+
+    const GrabOptions& m_options;
+    Output& m_output;
+    StopSignals m_signals;
+    CameraGrabs m_cameras;
+};
+
+} // namespace tool
