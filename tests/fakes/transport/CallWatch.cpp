@@ -58,7 +58,8 @@ FaultSet CCallWatch::Strike(EOperation operation) {
         if (fault.operation != operation || (fault.call != call && fault.call != 0))
             continue;
         struck |= Bit(fault.fault);
-        if (operation <= EOperation::FinishGrab && (fault.fault <= EFault::ThrowInt || fault.fault == EFault::False))
+        if (operation <= EOperation::FinishGrab && (fault.fault <= EFault::ThrowInt || fault.fault == EFault::False ||
+                                                    fault.fault == EFault::Stray || fault.fault == EFault::Again))
             m_isSpoilt = true;
         if (fault.fault <= EFault::ThrowInt)
             throwers[static_cast<std::size_t>(fault.fault)](NameOf(operation));

@@ -30,6 +30,8 @@ bool Fits(EOperation operation, EFault fault) {
                operation == EOperation::RegisterBuffer;
     if (fault == EFault::True)
         return operation == EOperation::IsOpen;
+    if (fault <= EFault::Again)
+        return operation == EOperation::RetrieveResult;
     return fault < EFault::Missing ? operation == EOperation::Frame : isNode;
 }
 

@@ -17,6 +17,7 @@ namespace Fakes {
 //   throw-generic, -runtime, -access, -badalloc: of the GenICam family; throw-std, throw-std-alloc, throw-int: others
 //   stall: blocks until Release(), stall=20 for 20 ms;  spurious: signals the wait object, then goes on
 //   false: does nothing and answers false, null or, of a node, 0, GetWaitObject an invalid one;  true: IsOpen says so
+//   stray: RetrieveResult gives a context that was never queued;  again: the result before, once more
 // Frames only; those that lie come as good ones, with the record in the image intact:
 //   fail: status failed, error code 7, "lines are missing";  gap: two frames are lost right before this one
 //   late: comes behind the next frame, at the latest with FlushBuffers;  remove: the camera goes instead
@@ -28,10 +29,10 @@ namespace Fakes {
     X(ThrowGeneric, "throw-generic"), X(ThrowRuntime, "throw-runtime"), X(ThrowAccess, "throw-access"),                \
         X(ThrowBadAlloc, "throw-badalloc"), X(ThrowStd, "throw-std"), X(ThrowStdAlloc, "throw-std-alloc"),             \
         X(ThrowInt, "throw-int"), X(Stall, "stall"), X(Spurious, "spurious"), X(False, "false"), X(True, "true"),      \
-        X(Fail, "fail"), X(Late, "late"), X(Gap, "gap"), X(Remove, "remove"), X(LieShort, "lie-short"),                \
-        X(LieLong, "lie-long"), X(LieNegative, "lie-negative"), X(LieHuge, "lie-huge"), X(LieStrange, "lie-strange"),  \
-        X(Missing, "missing"), X(Unreadable, "unreadable"), X(ReadOnly, "readonly"), X(Limit, "limit"),                \
-        X(OffGrid, "grid")
+        X(Stray, "stray"), X(Again, "again"), X(Fail, "fail"), X(Late, "late"), X(Gap, "gap"), X(Remove, "remove"),    \
+        X(LieShort, "lie-short"), X(LieLong, "lie-long"), X(LieNegative, "lie-negative"), X(LieHuge, "lie-huge"),      \
+        X(LieStrange, "lie-strange"), X(Missing, "missing"), X(Unreadable, "unreadable"), X(ReadOnly, "readonly"),     \
+        X(Limit, "limit"), X(OffGrid, "grid")
 
 #define FAKES_ENUMERATOR(name, ...) name
 enum class EOperation : std::uint8_t { FAKES_OPERATIONS(FAKES_ENUMERATOR), Count };

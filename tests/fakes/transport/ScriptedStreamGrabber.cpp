@@ -385,9 +385,14 @@ bool CScriptedStreamGrabber::RetrieveResult(Zelmo::GrabResult& result) {
     if (Has(call.faults, EFault::False))
         return false;
     const std::lock_guard lock(m_lock);
+    if (Has(call.faults, EFault::Again)) {
+        result = m_last;
+        return true;
+    }
     const bool isThere = !m_results.empty();
     if (isThere) {
-        result = m_results.front();
+        m_last = result = m_results.front();
+        result.context = Has(call.faults, EFault::Stray) ? this : result.context;
         m_results.pop_front();
         m_buffers.at(result.handle).state = CBuffer::EState::Idle;
         --m_away;
