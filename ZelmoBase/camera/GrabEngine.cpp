@@ -13,11 +13,15 @@
 #include <cstring>
 #include <iterator>
 #include <pthread.h>
+#include <type_traits>
 
 namespace Zelmo {
 namespace {
 
 constexpr unsigned kCancelTimeoutMs = 5000;
+
+static_assert(std::is_nothrow_move_constructible_v<CQueueEntry> && std::is_nothrow_move_assignable_v<CQueueEntry>,
+              "results on their way are never half moved");
 
 GenICam::GenericException NoException() {
     return GENERIC_EXCEPTION("No exception triggered by grab engine thread yet.");
@@ -35,6 +39,13 @@ std::uint64_t GetQueueCapacity(EGrabStrategy strategy, std::uint64_t maxBuffers,
         break;
     }
     return 1;
+}
+
+/// Two threads that signal at once leave two signals: one Reset is not enough where a failure may have been shown.
+void ResetAll(WaitObjectEx& object) {
+    while (object.Wait(0)) {
+        object.Reset();
+    }
 }
 
 } // namespace
@@ -79,7 +90,7 @@ void CGrabEngine::StartEngine(IStreamGrabber* grabber, EGrabStrategy strategy, u
         QueueFreeBuffers();
         m_bufferProvider.SetObserver(this);
     }
-    m_stopObject.Reset();
+    ResetAll(m_stopObject);
     m_thread.Start([this] { Run(); });
     stop.Dismiss();
 }
@@ -99,10 +110,7 @@ void CGrabEngine::CheckStartable(const IStreamGrabber* grabber) const {
 
 void CGrabEngine::PrepareQueue() {
     ClearOutputQueue();
-    {
-        GenICam::AutoLock lock(m_queueLock);
-        m_outputQueue.set_capacity(GetQueueCapacity(m_strategy, m_maxBuffers, m_outputQueueSize));
-    }
+    m_inGrabber.set_capacity(m_maxBuffers);
     m_queued = 0;
     m_retrieved = 0;
     m_underway = false;
@@ -110,8 +118,16 @@ void CGrabEngine::PrepareQueue() {
     m_imageWanted = false; // a request of the session before is none of this one
     m_bufferWantedObject.Reset();
     m_bufferWanted = false;
+    ForgetException();
+    GenICam::AutoLock lock(m_queueLock);
+    m_outputQueue.set_capacity(GetQueueCapacity(m_strategy, m_maxBuffers, m_outputQueueSize));
+    m_isQueueInUse = true; // last: from here on StopEngine has to undo it
+}
+
+void CGrabEngine::ForgetException() {
+    const GenICam::GenericException none = NoException();
     GenICam::AutoLock lock(m_exceptionLock);
-    m_exception = NoException();
+    m_exception = none;
     m_exceptionRaised = false;
 }
 
@@ -191,10 +207,15 @@ void CGrabEngine::StopEngine() noexcept {
                         m_grabber->Close();
                     }
                 });
+    RunStopStep("Exception caught while releasing buffers that were not retrieved, msg='%s'",
+                "Unknown exception caught while releasing buffers that were not retrieved.",
+                [this] { ReleaseKeptBuffers(); });
     RunStopStep("Exception caught while releasing item cache, msg='%s'",
                 "Unknown exception caught while releasing item cache.",
                 [this] { m_bufferProvider.Reset(0, nullptr, CReusableBufferProvider::EReset::Forced); });
     m_grabber = nullptr;
+    GenICam::AutoLock lock(m_queueLock);
+    m_isQueueInUse = false;
 }
 
 void CGrabEngine::JoinThread() {
@@ -211,12 +232,23 @@ void CGrabEngine::RetrieveCanceledBuffers() {
         CQueueEntry entry;
         found = RetrieveFromStreamGrabber(entry);
     }
-    if (m_queued != 0) {
-        // they are left to the grabber for good: it may still write into them
-        hxlog::LogTrace(CameraLogCategory(), hxlog::LogLevel_Warn,
-                        "Camera %p: The stream grabber kept %llu queued buffers", static_cast<const void*>(m_camera),
-                        static_cast<unsigned long long>(m_queued));
+}
+
+/// Those that the grabber did not give back, as it failed to. Closed, it touches them no more; else it may still write
+/// into them, and they are left to it for good.
+void CGrabEngine::ReleaseKeptBuffers() {
+    if (m_inGrabber.empty()) {
+        return;
     }
+    const bool isOpen = m_grabber->IsOpen();
+    hxlog::LogTrace(CameraLogCategory(), hxlog::LogLevel_Warn,
+                    "Camera %p: The stream grabber kept %lu queued buffers%s", static_cast<const void*>(m_camera),
+                    static_cast<unsigned long>(m_inGrabber.size()), isOpen ? ": their memory is lost" : "");
+    for (; !m_inGrabber.empty() && !isOpen; m_inGrabber.pop_front()) {
+        const std::shared_ptr<CBufferData> last = std::move(m_inGrabber.front()->selfReference);
+    }
+    m_inGrabber.clear();
+    m_queued = 0;
 }
 
 void CGrabEngine::Run() noexcept {
@@ -287,10 +319,9 @@ CGrabEngine::EWork CGrabEngine::WaitForWork(const WaitObjects& fed, const WaitOb
 
 void CGrabEngine::MoveResultToQueue() {
     CQueueEntry entry;
-    if (!RetrieveResult(entry)) {
-        return;
+    if (RetrieveResult(entry)) {
+        Append(entry);
     }
-    Append(entry);
     if (m_imageLimit != 0 && m_retrieved >= m_imageLimit) {
         m_observer.OnGrabCountReached();
     }
@@ -368,7 +399,8 @@ bool CGrabEngine::QueueOneBuffer() {
         item = std::move(buffer.selfReference);
         throw;
     }
-    ++m_queued;
+    m_inGrabber.push_back(&buffer); // has room for all buffers
+    m_queued = m_inGrabber.size();
     return true;
 }
 
@@ -385,16 +417,18 @@ bool CGrabEngine::RetrieveFromStreamGrabber(CQueueEntry& entry) {
     if (!m_grabber->RetrieveResult(entry)) {
         return false;
     }
-    auto* buffer = static_cast<CBufferData*>(entry.context);
-    if (buffer == nullptr || buffer->selfReference == nullptr) {
+    const auto found = std::find(m_inGrabber.begin(), m_inGrabber.end(), entry.context); // as a rule the first
+    if (found == m_inGrabber.end()) {
         throw RUNTIME_EXCEPTION("The stream grabber delivered a buffer that is not queued.");
     }
+    CBufferData& buffer = **found;
     m_underway = true;
-    entry.bufferReference = std::move(buffer->selfReference);
-    --m_queued;
+    entry.bufferReference = std::move(buffer.selfReference);
+    m_inGrabber.rerase(found);
+    m_queued = m_inGrabber.size();
     if (m_deregisterOnRetrieval) {
-        buffer->registrationSession = 0;
-        m_grabber->DeregisterBuffer(buffer->handle);
+        m_grabber->DeregisterBuffer(buffer.handle);
+        buffer.registrationSession = 0;
     }
     return true;
 }
@@ -466,13 +500,16 @@ void CGrabEngine::CancelUpcomingImage() {
             "Timeout while waiting for canceled buffer after timeout with strategy GrabStrategy_UpcomingImage.");
     }
     ClearOutputQueue();
+    if (m_exceptionRaised) {
+        SignalFailure();
+    }
 }
 
 void CGrabEngine::ClearOutputQueue() {
     GenICam::AutoLock lock(m_queueLock);
     m_outputQueue.clear();
     m_skipped = 0;
-    m_resultObject.Reset();
+    ResetAll(m_resultObject);
 }
 
 bool CGrabEngine::TryTake(CQueueEntry& entry, std::uint64_t& skipped) {
@@ -485,6 +522,9 @@ bool CGrabEngine::TryTake(CQueueEntry& entry, std::uint64_t& skipped) {
     skipped = std::exchange(m_skipped, 0);
     if (m_outputQueue.empty()) {
         m_resultObject.Reset();
+        if (m_exceptionRaised) { // which it must go on to show
+            m_resultObject.Signal();
+        }
     }
     return found;
 }
@@ -495,19 +535,19 @@ std::uint64_t CGrabEngine::GetNumReadyBuffers() const {
 }
 
 std::uint64_t CGrabEngine::GetNumEmptyBuffers() const {
-    CLockGuard lock(GetBufferLock());
-    return m_bufferProvider.GetMaxItems() - std::min(m_bufferProvider.GetMaxItems(), m_bufferProvider.GetOutCount());
+    return m_bufferProvider.GetAvailableCount();
 }
 
 std::uint64_t CGrabEngine::GetOutputQueueSize() const {
     GenICam::AutoLock lock(m_queueLock);
-    return IsGrabbing() ? m_outputQueue.capacity() : m_outputQueueSize;
+    return m_isQueueInUse ? m_outputQueue.capacity() : m_outputQueueSize;
 }
 
 void CGrabEngine::SetOutputQueueSize(std::uint64_t size) {
-    boost::circular_buffer<CQueueEntry> former(IsGrabbing() ? size : 0); // let go after the lock
+    boost::circular_buffer<CQueueEntry> former; // let go after the lock
     GenICam::AutoLock lock(m_queueLock);
-    if (IsGrabbing()) {
+    if (m_isQueueInUse) {
+        former.set_capacity(size);
         const std::uint64_t left = std::min<std::uint64_t>(m_outputQueue.size(), size);
         if (size < m_outputQueue.size()) {
             m_skipped += m_outputQueue.size() - size;
@@ -564,9 +604,12 @@ void CGrabEngine::StoreException(const GenICam::GenericException& exception) noe
     m_exceptionRaised = true;
 }
 
-void CGrabEngine::SignalFailure() {
-    m_stopObject.Signal();
-    m_resultObject.Signal();
+void CGrabEngine::SignalFailure() noexcept {
+    for (WaitObjectEx* const object : {&m_stopObject, &m_resultObject}) {
+        RunLogged(CameraLogCategory(), "Exception caught while signaling the failure of the grab engine, msg='%s'",
+                  "Unknown exception caught while signaling the failure of the grab engine.",
+                  [object] { object->Signal(); });
+    }
 }
 
 } // namespace Zelmo

@@ -28,7 +28,7 @@ class CInstantCamera;
 class IGrabEngineObserver {
 public:
     /// As many images as the limit says were taken off the stream grabber. Called on the engine thread, with no lock of
-    /// the engine held, again for each result that comes after that.
+    /// the engine held, again whenever the grabber wakes it after that.
     virtual void OnGrabCountReached() = 0;
 
 protected:
@@ -79,7 +79,8 @@ public:
 
     void ClearOutputQueue();
     /// Takes the oldest result. Reads and clears the count of skipped ones in any case; resets the result object when
-    /// the queue is empty then. @return false, with @p entry as it was, when there is none.
+    /// the queue is empty then and the engine has not failed. @return false, with @p entry as it was, when there is
+    /// none.
     bool TryTake(CQueueEntry& entry, std::uint64_t& skipped);
 
     const WaitObjectEx& GetStopObject() const noexcept { return m_stopObject; }     ///< Clear only while running.
@@ -99,15 +100,16 @@ public:
     /// For the next session. @p factory null: memory from the heap.
     void SetBufferFactory(std::shared_ptr<IBufferFactory> factory) { m_bufferFactory = std::move(factory); }
 
-    /// The buffer lock. Another one after each start and stop.
-    CRecursiveMutex& GetBufferLock() const noexcept { return m_bufferProvider.GetMutex(); }
-
 private:
     enum class EWork { Stop, BufferWanted, Result };
+
+    /// The buffer lock. Another one after each start and stop.
+    CRecursiveMutex& GetBufferLock() const noexcept { return m_bufferProvider.GetMutex(); }
 
     // StartEngine, step by step
     void CheckStartable(const IStreamGrabber* grabber) const;
     void PrepareQueue();
+    void ForgetException();
     std::uint64_t GetPayloadSize(std::uint64_t deviceSize) const;
     void WriteGrabberValue(const char* name, std::uint64_t value) const;
     void MakeBuffers(std::uint64_t sizeBytes);
@@ -118,6 +120,7 @@ private:
     void RunStopStep(const char* known, const char* unknown, Step&& step) const noexcept;
     void JoinThread();
     void RetrieveCanceledBuffers();
+    void ReleaseKeptBuffers();
 
     // the engine thread
     void Run() noexcept;
@@ -142,7 +145,7 @@ private:
     void StoreException(const GenICam::GenericException& exception) noexcept;
     void LogCurrentException() const noexcept;
     void StoreCurrentException(const char* known, const char* unknown) noexcept;
-    void SignalFailure();
+    void SignalFailure() noexcept;
 
     const CInstantCamera* const m_camera;
     IGrabEngineObserver& m_observer;
@@ -161,11 +164,12 @@ private:
     std::shared_ptr<IBufferFactory> m_bufferFactory;
 
     // written under the buffer lock
-    std::atomic<std::uint64_t> m_queued{0};    // buffers in the grabber
-    std::atomic<std::uint64_t> m_retrieved{0}; // results taken off the grabber in this session
-    std::atomic<bool> m_underway{false};       // a result is between grabber and queue; cleared under m_queueLock
-    unsigned m_returnGuard = 0;                // keeps OnItemAvailable from running inside itself
-    bool m_bufferWanted = false;               // what m_bufferWantedObject shows, but for GrabStrategy_UpcomingImage
+    boost::circular_buffer<CBufferData*> m_inGrabber; // the oldest first; what else comes from the grabber is not ours
+    std::atomic<std::uint64_t> m_queued{0};           // their number
+    std::atomic<std::uint64_t> m_retrieved{0};        // results taken off the grabber in this session
+    std::atomic<bool> m_underway{false}; // a result is between grabber and queue; cleared under m_queueLock
+    unsigned m_returnGuard = 0;          // keeps OnItemAvailable from running inside itself
+    bool m_bufferWanted = false;         // what m_bufferWantedObject shows, but for GrabStrategy_UpcomingImage
 
     WaitObjectEx m_bufferWantedObject;
     WaitObjectEx m_stopObject;
@@ -175,6 +179,7 @@ private:
 
     mutable GenICam::CLock m_queueLock;
     boost::circular_buffer<CQueueEntry> m_outputQueue GENICAM_GUARDED_BY(m_queueLock);
+    bool m_isQueueInUse GENICAM_GUARDED_BY(m_queueLock) = false; // a session runs
     std::uint64_t m_skipped GENICAM_GUARDED_BY(m_queueLock) = 0; // since the last retrieval
     std::uint64_t m_outputQueueSize GENICAM_GUARDED_BY(m_queueLock) = 5;
     std::uint64_t m_delivered GENICAM_GUARDED_BY(m_queueLock) = 0; // over all sessions

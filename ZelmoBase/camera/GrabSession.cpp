@@ -82,10 +82,8 @@ bool CGrabSession::Retrieve(unsigned int timeoutMs, CGrabResultPtr& result, ETim
     if (waitSet == nullptr) {
         return false;
     }
-    ScopeGuard endWait([this] {
-        GenICam::AutoLock lock(m_cameraLock);
-        m_waiterPresent = false;
-    });
+    // without the camera lock, whose holder may wait for this thread to leave
+    ScopeGuard endWait([this] { m_waiterPresent = false; });
     const EOutcome outcome = Wait(*waitSet, timeoutMs);
     if (outcome == Outcome_Stopped) {
         ForwardEngineException();
@@ -116,10 +114,9 @@ std::shared_ptr<const WaitObjects> CGrabSession::BeginWait() {
     if (!IsGrabbing()) {
         return nullptr;
     }
-    if (m_waiterPresent) {
+    if (m_waiterPresent.exchange(true)) {
         throw RUNTIME_EXCEPTION("There is already a thread waiting for a result.");
     }
-    m_waiterPresent = true;
     ScopeGuard endWait([this] { m_waiterPresent = false; });
     if (m_settings.strategy == GrabStrategy_UpcomingImage) {
         m_engine.RequestBuffer();
@@ -163,19 +160,20 @@ void CGrabSession::HandleTimeout(unsigned int timeoutMs, ETimeoutHandling handli
 }
 
 void CGrabSession::TakeResult(CGrabResultPtr& result) {
-    std::shared_ptr<CGrabResultData> record = TakeRecord();
+    result = CGrabResultPtrImpl(TakeRecord()); // before the entry, which a lack of memory must not cost
+    ScopeGuard release([&result] { result.Release(); });
     CQueueEntry entry;
     std::uint64_t skipped = 0;
     if (!m_engine.TryTake(entry, skipped)) {
         ForwardEngineException(); // a failing engine signals the result object
         return;
     }
-    CGrabResultData::CGrabResultDataImpl& data = *record->GetGrabResultDataImpl();
+    CGrabResultData::CGrabResultDataImpl& data = *result->GetGrabResultDataImpl();
     data.Fill(std::move(entry));
     data.skippedImages = static_cast<std::int64_t>(skipped);
     data.cameraContext = m_settings.cameraContext;
     data.imageNumber = ++m_imageNumber;
-    result = CGrabResultPtrImpl(std::move(record));
+    release.Dismiss();
     if (m_countLimitActive && m_imagesLeft != 0) {
         --m_imagesLeft;
     }

@@ -10,6 +10,7 @@
 
 #include <Base/GCSynch.h>
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 
@@ -31,8 +32,8 @@ struct CGrabSettings {
     long cameraContext = 0;
 };
 
-/// What a session needs of the object around it. Called with the camera lock held but for StopGrabbing after the last
-/// image of a count.
+/// What a session needs of the object around it. All but CreateGrabResultData come on the thread that retrieves, with
+/// or without the camera lock held.
 class IGrabSessionOwner : public IGrabResultDataCreator {
 public:
     virtual void OnGrabError(const char* message) = 0; ///< The engine has failed; before the session is stopped.
@@ -85,7 +86,7 @@ private:
     std::uint64_t m_imagesLeft = 0;
     bool m_countLimitActive = false;
     std::int64_t m_imageNumber = 0;
-    bool m_waiterPresent = false; // a thread is between the two halves of Retrieve
+    std::atomic<bool> m_waiterPresent{false}; // a thread is inside Retrieve; set under the camera lock, cleared without
 
     // Stop, result, timer: a set for each session, as a thread may still be on its way out of the wait of the last one.
     std::shared_ptr<const WaitObjects> m_retrieveWaitSet;

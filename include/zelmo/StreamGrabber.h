@@ -80,7 +80,8 @@ public:
     /// the grabber is closed.
     virtual void Open() = 0;
 
-    /// Gives the channel back and drops what is still registered. Called only while open, on the thread that stops.
+    /// Gives the channel back and drops what is still registered, and even queued where a step before failed: from then
+    /// on no buffer is touched. Called only while open, on the thread that stops.
     virtual void Close() = 0;
 
     /// A grabber that is open before an acquisition starts is in use elsewhere, and the start is refused.

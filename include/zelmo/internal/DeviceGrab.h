@@ -52,7 +52,7 @@ public:
     bool RetrieveResult(unsigned int timeoutMs, CGrabResultPtr& result, ETimeoutHandling handling);
 
     const WaitObject& GetGrabResultWaitObject() const; ///< Signaled while results wait, and when the engine has failed.
-    const WaitObject& GetGrabStopWaitObject() const;   ///< Signaled when no session runs or the engine has failed.
+    const WaitObject& GetGrabStopWaitObject() const;   ///< Signaled while no session runs.
 
     std::uint64_t GetNumQueuedBuffers() const; ///< In the stream grabber.
     std::uint64_t GetNumReadyBuffers() const;  ///< Waiting to be retrieved.
