@@ -51,6 +51,7 @@ TEST_P(ResourceSweep, LackOfAnyResourceIsToldAndNothingIsLeftBehind) {
     ASSERT_EQ(RunLife(m_grabber, session).images, kImages);
     session.reset();
     const ProcessResources before;
+    int lives = 0;
     for (const bool isFirstSession : {true, false}) {
         bool struck = true;
         for (unsigned long n = 1; struck; n += kSweepStep) {
@@ -63,6 +64,7 @@ TEST_P(ResourceSweep, LackOfAnyResourceIsToldAndNothingIsLeftBehind) {
             ScarceResources::Arm({call, error, n});
             const Outcome outcome = RunLife(m_grabber, session);
             struck = ScarceResources::Disarm();
+            ++lives;
             if (!struck || error == EINTR) { // interrupted calls are nobody's business
                 ASSERT_EQ(outcome.failure, "");
             }
@@ -76,6 +78,7 @@ TEST_P(ResourceSweep, LackOfAnyResourceIsToldAndNothingIsLeftBehind) {
             ASSERT_EQ(ProcessResources(), before);
         }
     }
+    RecordProperty("lives", lives);
 }
 
 INSTANTIATE_TEST_SUITE_P(Resources, ResourceSweep,

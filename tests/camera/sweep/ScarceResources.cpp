@@ -93,7 +93,13 @@ int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*
     return Call("pthread_create", &pthread_create, thread, attributes, body, argument);
 }
 int poll(pollfd* entries, nfds_t count, int timeoutMs) {
-    return Call("poll", &poll, entries, count, timeoutMs);
+    const auto system = reinterpret_cast<decltype(&poll)>(dlsym(RTLD_NEXT, "poll"));
+    if (Strikes("poll")) {
+        const int ready = system(entries, count, 0);
+        errno = g_error;
+        return ready != 0 ? ready : -1; // a kernel tells what is ready before it tells of a signal
+    }
+    return system(entries, count, timeoutMs);
 }
 ssize_t read(int fd, void* data, size_t size) {
     return Call("read", &read, fd, data, size);
