@@ -111,10 +111,7 @@ double CFloatParameter::GetValueOrDefault(double defaultValue) {
 }
 
 bool CFloatParameter::TrySetValue(double value, EFloatValueCorrection correction) {
-    if (correction == FloatValueCorrection_None) {
-        return TrySetValue(value);
-    }
-    return TryWithLimits(Node(), [&](auto& node) { SetCorrected(node, value, correction); });
+    return TryWithLimits(Node(), [&](auto&) { CFloatParameter::SetValue(value, correction); });
 }
 
 void CFloatParameter::SetValue(double value, EFloatValueCorrection correction) {

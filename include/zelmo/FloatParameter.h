@@ -18,7 +18,8 @@ enum EFloatValueCorrection : int {
 };
 
 /// What floating-point parameters offer beside the interface of a floating-point node.
-/// Try operations answer false as those of IIntegerEx, and throw as those.
+/// Try operations answer false as those of IIntegerEx, and throw as those; the one that corrects wants a node that can
+/// be read also for FloatValueCorrection_None.
 struct ZELMO_API IFloatEx : virtual public GenApi::IFloat, virtual public IValueEx {
     using GenApi::IFloat::SetValue;
     using GenApi::IFloat::operator=;
@@ -26,7 +27,6 @@ struct ZELMO_API IFloatEx : virtual public GenApi::IFloat, virtual public IValue
     virtual bool TrySetValue(double value) = 0;
     /// The value; @p defaultValue without a node, and when it cannot be read now.
     virtual double GetValueOrDefault(double defaultValue) = 0;
-    /// With FloatValueCorrection_None this is the plain TrySetValue.
     virtual bool TrySetValue(double value, EFloatValueCorrection correction) = 0;
     virtual void SetValue(double value, EFloatValueCorrection correction) = 0;
 
