@@ -56,28 +56,6 @@ TEST_F(FeatureTest, AlsoTheStreamGrabbersParametersWork) {
     EXPECT_EQ(GenApi::CIntegerPtr(nodeMap->GetNode("PayloadSize"))->GetValue(), 1024 * 1024 * 3 / 2);
 }
 
-TEST_F(FeatureTest, TheConnectionCountsItsRegisterAccessesFromOpenOnAndShowsThemWhileClosed) {
-    GenApi::INodeMap& connection = *m_camera.Device().GetTLNodeMap();
-    const auto count = [&](const char* name) { return GenApi::CIntegerPtr(connection.GetNode(name))->GetValue(); };
-    m_camera.Device().Close();
-    m_camera.Device().Open(ForStreaming());
-    for (const char* all : {"Statistic_Read_Operations_Count", "Statistic_Write_Operations_Count"})
-        EXPECT_EQ(count(all), 0);
-    m_camera.Text("AcquisitionStatus");
-    m_camera.Execute("AcquisitionStop");
-    m_camera.Execute("AcquisitionStop");
-    const auto payload = m_camera.Get<GenApi::CRegisterPtr>("PayloadSize");
-    std::uint64_t bytes = 0;
-    EXPECT_NO_THROW(payload->Get(reinterpret_cast<std::uint8_t*>(&bytes), 8));
-    EXPECT_THROW(m_camera.Get<GenApi::CPortPtr>("Device")->Write(&bytes, payload->GetAddress(), 8),
-                 GenICam::AccessException);
-    m_camera.Device().Close();
-    EXPECT_EQ(count("Statistic_Read_Operations_Count"), 2);
-    EXPECT_EQ(count("Statistic_Read_Operations_Failed_Count"), 0);
-    EXPECT_EQ(count("Statistic_Write_Operations_Count"), 3);
-    EXPECT_EQ(count("Statistic_Write_Operations_Failed_Count"), 1);
-}
-
 TEST_F(FeatureTest, SizeAndOffsetLimitEachOther) {
     for (const auto& [size, offset] : {std::pair{"Width", "OffsetX"}, std::pair{"Height", "OffsetY"}}) {
         EXPECT_EQ(m_camera.Int(size)->GetMax(), 2048);
