@@ -3,12 +3,14 @@
 #include <zelmo/internal/InterfaceBase.h>
 
 #include <atomic>
+#include <vector>
 
 #include "FakeDevice.h"
 
 namespace Fakes {
 
-/// A transport layer with two devices, "1" and "2", that logs what it is called for. It is not counted: see below.
+/// A transport layer with two devices, "1" and "2", or those of a derived class, that logs what it is called for. It is
+/// not counted: see below.
 class FakeTransportLayer : public Zelmo::ITransportLayer {
 public:
     explicit FakeTransportLayer(const Zelmo::CTlInfo& info) : m_info(info) {}
@@ -21,8 +23,8 @@ public:
         if (!addToList)
             list.clear();
         Zelmo::DeviceInfoList all;
-        all.push_back(Device("1"));
-        all.push_back(Device("2"));
+        for (const Zelmo::String_t& serial : Serials())
+            all.push_back(Device(serial));
         Zelmo::DeviceInfoList everything(1);
         return Zelmo::ApplyDeviceFilter(all, filter.empty() ? everything : filter, list);
     }
@@ -56,16 +58,19 @@ public:
     Zelmo::CTlInfo GetTlInfo() const override { return m_info; }
 
 protected:
-    Zelmo::CDeviceInfo Device(const char* serial) const {
+    Zelmo::CDeviceInfo Device(const Zelmo::String_t& serial) const {
         Zelmo::CDeviceInfo info;
         info.SetDeviceClass(m_info.GetDeviceClass()).SetSerialNumber(serial);
         return info.SetFullName(m_info.GetFullName() + "/" + serial);
     }
 
+    virtual std::vector<Zelmo::String_t> Serials() const { return {"1", "2"}; }
+    virtual FakeDevice* New(const Zelmo::CDeviceInfo& info) const { return new FakeDevice(info); }
+
 private:
-    static Zelmo::IZelmoDevice* Make(const char* operation, const Zelmo::CDeviceInfo& info) {
+    Zelmo::IZelmoDevice* Make(const char* operation, const Zelmo::CDeviceInfo& info) const {
         LogCall("%s %s", operation, info.GetSerialNumber().c_str());
-        return new FakeDevice(info);
+        return New(info);
     }
 
     Zelmo::CTlInfo m_info;

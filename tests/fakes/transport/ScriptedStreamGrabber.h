@@ -168,7 +168,7 @@ private:
     std::deque<CBuffer*> m_queued;
     std::deque<Zelmo::GrabResult> m_results;
     std::optional<Zelmo::GrabResult> m_late;
-    Zelmo::GrabResult m_last; // that was retrieved
+    Zelmo::GrabResult m_last;            // that was retrieved
     std::atomic<std::size_t> m_away = 0; // buffers that are not idle
     CFrameAccount m_account;
     std::thread m_thread;

@@ -58,7 +58,7 @@ protected:
     enum EFeature : int { Width, Height, PayloadSize, PixelFormat, AcquisitionMode, Start, Stop, Trigger, Count };
 
     CStreamDevice(const Zelmo::CDeviceInfo& info, std::int64_t width, std::int64_t height, bool tellsRemoval = true)
-        : FakeDevice(info), m_tellsRemoval(tellsRemoval), m_values{width, height} {}
+        : FakeDevice(info), m_tellsRemoval(tellsRemoval), m_values{width, height, 0, Zelmo::PixelType_Mono8} {}
 
     std::int64_t Value(EFeature feature) const { return m_values[feature]; }
     virtual void OnFeature(EFeature) {} ///< It was written.
@@ -89,7 +89,7 @@ private:
         {{"Integer", "Width", Width, "<Min>1</Min><Max>4096</Max>"},
          {"Integer", "Height", Height, "<Min>1</Min><Max>4096</Max>"},
          {"Integer", "PayloadSize", PayloadSize, "<ImposedAccessMode>RO</ImposedAccessMode>"},
-         {"Enumeration", "PixelFormat", PixelFormat, "<EnumEntry Name='Mono8'><Value>0</Value></EnumEntry>"},
+         {"Enumeration", "PixelFormat", PixelFormat, "<EnumEntry Name='Mono8'><Value>17301505</Value></EnumEntry>"},
          {"Enumeration", "AcquisitionMode", AcquisitionMode,
           "<EnumEntry Name='Continuous'><Value>0</Value></EnumEntry>"
           "<EnumEntry Name='SingleFrame'><Value>1</Value></EnumEntry>"},
