@@ -76,7 +76,7 @@ protected:
     }
 
     ScarceMemory m_memory;
-    const ProcessResources m_before;
+    const ProcessResources m_before = ProcessResources::WithThreads();
     std::unique_ptr<Owner> m_owner = std::make_unique<Owner>();
 };
 

@@ -7,9 +7,11 @@
 
 #include <Base/GCSynch.h>
 
+#include <atomic>
 #include <filesystem>
 #include <iterator>
 #include <string>
+#include <thread>
 
 /// Under a sanitizer every 17th place of failure is enough.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
@@ -92,6 +94,12 @@ struct ProcessResources {
     long threads = std::distance(std::filesystem::directory_iterator("/proc/self/task"), {});
 
     friend bool operator==(const ProcessResources&, const ProcessResources&) = default;
+
+    /// Once the process has had a second thread: sanitizers start one of their own with it.
+    static ProcessResources WithThreads() {
+        std::thread([] {}).join();
+        return {};
+    }
 };
 
 inline Zelmo::CGrabSettings SettingsFor(Zelmo::EGrabStrategy strategy, unsigned long maxNumQueuedBuffer) {
