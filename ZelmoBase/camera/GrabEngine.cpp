@@ -41,21 +41,30 @@ std::uint64_t GetQueueCapacity(EGrabStrategy strategy, std::uint64_t maxBuffers,
     return 1;
 }
 
-/// Two threads that signal at once leave two signals: one Reset is not enough where a failure may have been shown.
-void ResetAll(WaitObjectEx& object) {
-    while (object.Wait(0)) {
-        object.Reset();
-    }
+} // namespace
+
+void CGrabSignal::Signal() {
+    m_isSet = true;
+    m_object.Signal();
 }
 
-} // namespace
+void CGrabSignal::Reset() {
+    m_object.Reset();
+    m_isSet = false;
+}
+
+void CGrabSignal::ResetAll() {
+    while (m_object.Wait(0)) {
+        m_object.Reset();
+    }
+    m_isSet = false;
+}
 
 CGrabEngine::CGrabEngine(const CInstantCamera* camera, IGrabEngineObserver& observer)
     : m_camera(camera), m_observer(observer), m_outOfMemory(GENERIC_EXCEPTION("Out of memory while grabbing.")),
-      m_bufferWantedObject(WaitObjectEx::Create()), m_stopObject(WaitObjectEx::Create()),
-      m_resultObject(WaitObjectEx::Create()), m_exception(NoException()) {
-    m_cancelWaitSet.Add(m_stopObject);
-    m_cancelWaitSet.Add(m_resultObject);
+      m_bufferWantedObject(WaitObjectEx::Create()), m_exception(NoException()) {
+    m_cancelWaitSet.Add(GetStopObject());
+    m_cancelWaitSet.Add(GetResultObject());
 }
 
 CGrabEngine::~CGrabEngine() {
@@ -90,7 +99,7 @@ void CGrabEngine::StartEngine(IStreamGrabber* grabber, EGrabStrategy strategy, u
         QueueFreeBuffers();
         m_bufferProvider.SetObserver(this);
     }
-    ResetAll(m_stopObject);
+    m_stopSignal.ResetAll();
     m_thread.Start([this] { Run(); });
     stop.Dismiss();
 }
@@ -219,7 +228,7 @@ void CGrabEngine::StopEngine() noexcept {
 }
 
 void CGrabEngine::JoinThread() {
-    m_stopObject.Signal();
+    m_stopSignal.Signal();
     if (m_thread.IsJoinable()) {
         m_thread.Join();
         hxlog::LogTrace(CameraLogCategory(), hxlog::LogLevel_Notice, "Camera %p: Grab engine thread joined",
@@ -269,10 +278,10 @@ void CGrabEngine::Run() noexcept {
 void CGrabEngine::Work() {
     SetUpThread();
     WaitObjects fed; // the grabber has all that it may have
-    fed.Add(m_stopObject);
+    fed.Add(GetStopObject());
     fed.Add(m_grabber->GetWaitObject());
     WaitObjects hungry;
-    hungry.Add(m_stopObject);
+    hungry.Add(GetStopObject());
     hungry.Add(m_bufferWantedObject);
     hungry.Add(m_grabber->GetWaitObject());
     for (;;) {
@@ -359,7 +368,7 @@ void CGrabEngine::Append(CQueueEntry& entry) {
     }
     m_underway = false;
     if (wasEmpty) { // else it is signaled
-        m_resultObject.Signal();
+        m_resultSignal.Signal();
     }
 }
 
@@ -509,7 +518,7 @@ void CGrabEngine::ClearOutputQueue() {
     GenICam::AutoLock lock(m_queueLock);
     m_outputQueue.clear();
     m_skipped = 0;
-    ResetAll(m_resultObject);
+    m_resultSignal.ResetAll();
 }
 
 bool CGrabEngine::TryTake(CQueueEntry& entry, std::uint64_t& skipped) {
@@ -521,9 +530,9 @@ bool CGrabEngine::TryTake(CQueueEntry& entry, std::uint64_t& skipped) {
     }
     skipped = std::exchange(m_skipped, 0);
     if (m_outputQueue.empty()) {
-        m_resultObject.Reset();
+        m_resultSignal.Reset();
         if (m_exceptionRaised) { // which it must go on to show
-            m_resultObject.Signal();
+            m_resultSignal.Signal();
         }
     }
     return found;
@@ -605,10 +614,10 @@ void CGrabEngine::StoreException(const GenICam::GenericException& exception) noe
 }
 
 void CGrabEngine::SignalFailure() noexcept {
-    for (WaitObjectEx* const object : {&m_stopObject, &m_resultObject}) {
+    for (CGrabSignal* const signal : {&m_stopSignal, &m_resultSignal}) {
         RunLogged(CameraLogCategory(), "Exception caught while signaling the failure of the grab engine, msg='%s'",
                   "Unknown exception caught while signaling the failure of the grab engine.",
-                  [object] { object->Signal(); });
+                  [signal] { signal->Signal(); });
     }
 }
 

@@ -35,6 +35,22 @@ protected:
     ~IGrabEngineObserver() = default;
 };
 
+/// A wait object that can be looked at without a system call. The state is set before the object, so that whoever has
+/// seen the object signaled finds it set; while a reset and a signal meet, it may be clear although the object is not.
+/// Threads: any.
+class CGrabSignal {
+public:
+    void Signal();
+    void Reset();
+    void ResetAll(); ///< Also what several threads signaled at once, of which one Reset takes back but the first.
+    bool IsSet() const noexcept { return m_isSet.load(); }
+    const WaitObjectEx& GetObject() const noexcept { return m_object; }
+
+private:
+    WaitObjectEx m_object = WaitObjectEx::Create();
+    std::atomic<bool> m_isSet{false};
+};
+
 /// Takes filled buffers off a stream grabber and keeps it fed, session after session; lives as long as the camera.
 /// Owns:    the engine thread, the output queue and the buffers.
 /// Borrows: during a session, the stream grabber (the device owns it).
@@ -83,8 +99,12 @@ public:
     /// none.
     bool TryTake(CQueueEntry& entry, std::uint64_t& skipped);
 
-    const WaitObjectEx& GetStopObject() const noexcept { return m_stopObject; }     ///< Clear only while running.
-    const WaitObjectEx& GetResultObject() const noexcept { return m_resultObject; } ///< Results wait, or it failed.
+    /// Clear only while running.
+    const WaitObjectEx& GetStopObject() const noexcept { return m_stopSignal.GetObject(); }
+    bool IsStopSignaled() const noexcept { return m_stopSignal.IsSet(); }
+    /// Results wait, or it failed.
+    const WaitObjectEx& GetResultObject() const noexcept { return m_resultSignal.GetObject(); }
+    bool IsResultSignaled() const noexcept { return m_resultSignal.IsSet(); }
 
     bool IsExceptionRaised() const noexcept { return m_exceptionRaised.load(); }
     GenICam::GenericException GetException() const; ///< A copy of what made the engine fail.
@@ -172,8 +192,8 @@ private:
     bool m_bufferWanted = false;         // what m_bufferWantedObject shows, but for GrabStrategy_UpcomingImage
 
     WaitObjectEx m_bufferWantedObject;
-    WaitObjectEx m_stopObject;
-    WaitObjectEx m_resultObject;
+    CGrabSignal m_stopSignal;
+    CGrabSignal m_resultSignal;
     WaitObjects m_cancelWaitSet;            // stop, result
     std::atomic<bool> m_imageWanted{false}; // with GrabStrategy_UpcomingImage: asked for and not queued yet
 

@@ -127,15 +127,17 @@ std::shared_ptr<const WaitObjects> CGrabSession::BeginWait() {
 
 /// Without the camera lock, so that a stop can end it.
 CGrabSession::EOutcome CGrabSession::Wait(const WaitObjects& objects, unsigned int timeoutMs) {
-    unsigned index = Outcome_Timeout;
-    const bool ready = objects.WaitForAny(0, &index);
-    if (ready && index < Outcome_Timeout) { // the timer may still be signaled from an earlier wait
-        return static_cast<EOutcome>(index);
+    if (m_engine.IsStopSignaled()) {
+        return Outcome_Stopped;
+    }
+    if (m_engine.IsResultSignaled()) {
+        return Outcome_Result;
     }
     if (timeoutMs == 0) {
         return Outcome_Timeout;
     }
     m_retrieveTimer.Set(timeoutMs);
+    unsigned index = Outcome_Timeout;
     objects.WaitForAny(WaitTimeoutInfinite, &index);
     if (index != Outcome_Timeout) {
         m_retrieveTimer.Cancel();

@@ -4,8 +4,8 @@
 //   transport    takes a free buffer; writes the event counter when no frame waited in it
 //   engine       polls stop, buffer wanted and the event counter; reads the last one when no frame is left; tests
 //                and writes the result pipe when the output queue was empty
-//   application  gives the frame before back; looks once at stop, result and timer; finds it nothing, it clears and
-//                arms the timer, polls, and disarms the timer; reads the result pipe when no frame is left
+//   application  gives the frame before back; where no frame waits, it clears and arms the timer, polls stop, result
+//                and timer, and disarms the timer; reads the result pipe when no frame is left
 // The upcoming image has one hop more: the application tests and writes the pipe of the wanted buffer, the engine
 // reads it and hands a buffer to the transport. A full output queue sends a buffer back from the engine.
 
@@ -15,6 +15,7 @@
 #include <atomic>
 #include <csignal>
 #include <fcntl.h>
+#include <mutex>
 #include <poll.h>
 #include <pthread.h>
 #include <semaphore>
@@ -163,14 +164,17 @@ public:
             m_completed.Put();
         }
     }
-    std::uint64_t GetReady() const override { return m_ready.GetCount(); }
+    std::uint64_t GetReady() const override {
+        const std::lock_guard lock(m_readyLock);
+        return m_ready.GetCount();
+    }
 
 private:
     void RunTransport();
     void RunEngine();
     void MoveFrame();
     void GiveBuffers(unsigned count) { m_free.release(count); }
-    bool WaitForFrame(int timeoutMs) const;
+    void WaitForFrame();
 
     const bool m_isUpcoming;
     const unsigned m_capacity; // of the output queue
@@ -182,6 +186,7 @@ private:
     Timer m_timer;
     std::counting_semaphore<> m_free{0}; // buffers for the transport
     Waiting<EventCounter> m_completed;
+    mutable std::mutex m_readyLock; // the application looks at the count before the descriptor
     Waiting<Pipe> m_ready;
     std::thread m_engine;
     std::thread m_transport;
@@ -215,6 +220,7 @@ void BareFrames::RunEngine() {
 void BareFrames::MoveFrame() {
     m_completed.Take();
     m_moved.fetch_add(1, std::memory_order_relaxed);
+    const std::lock_guard lock(m_readyLock);
     if (m_ready.GetCount() < m_capacity) {
         m_ready.Put();
     } else if (!m_isUpcoming) {
@@ -229,22 +235,25 @@ std::uint64_t BareFrames::Take() {
     if (m_isUpcoming) {
         m_wanted.Signal();
     }
-    if (!WaitForFrame(0)) {
-        m_timer.Arm();
-        if (!WaitForFrame(-1)) {
-            throw std::runtime_error("no frame came");
-        }
-        m_timer.Disarm();
+    if (GetReady() == 0) {
+        WaitForFrame();
     }
-    m_ready.Take();
+    {
+        const std::lock_guard lock(m_readyLock);
+        m_ready.Take();
+    }
     m_holdsFrame = true;
     return m_moved.load(std::memory_order_relaxed);
 }
 
-bool BareFrames::WaitForFrame(int timeoutMs) const {
+void BareFrames::WaitForFrame() {
+    m_timer.Arm();
     pollfd entries[] = {{m_stop.GetFd(), POLLIN, 0}, {m_ready.GetFd(), POLLIN, 0}, {m_timer.GetFd(), POLLIN, 0}};
-    poll(entries, std::size(entries), timeoutMs);
-    return entries[1].revents != 0;
+    poll(entries, std::size(entries), -1);
+    if (entries[1].revents == 0) {
+        throw std::runtime_error("no frame came");
+    }
+    m_timer.Disarm();
 }
 
 } // namespace
