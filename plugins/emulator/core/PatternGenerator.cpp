@@ -175,8 +175,9 @@ void CPatternGenerator::PutRun(const CColour& colour, unsigned begin, unsigned e
     std::array<std::uint16_t, 4> samples{};
     PutPixel(*m_format.pixels, colour, 0, 0, samples.data());
     const unsigned perPixel = m_format.pixels->SamplesPerPixel();
-    for (unsigned x = begin; x < end; ++x)
-        std::copy_n(samples.begin(), perPixel, m_samples.begin() + std::ptrdiff_t{x} * perPixel);
+    for (unsigned channel = 0; channel < perPixel; ++channel)
+        for (std::size_t i = std::size_t{begin} * perPixel + channel; i < std::size_t{end} * perPixel; i += perPixel)
+            m_samples[i] = samples[channel];
 }
 
 } // namespace CamEmu
