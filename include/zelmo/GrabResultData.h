@@ -50,7 +50,10 @@ public:
 
     /// Distance from one line to the next. @return false when lines do not begin at whole bytes.
     bool GetStride(std::size_t& strideBytes) const;
-    std::size_t GetImageSize() const; ///< In bytes, by pixel type, size and padding.
+    /// In bytes, by pixel type, size and padding.
+    /// @throws GenICam::InvalidArgumentException for PixelType_Undefined and for a type that this library does not
+    /// know.
+    std::size_t GetImageSize() const;
 
     std::uint64_t GetTimeStamp() const; ///< When the image was taken, in ticks of the camera; else 0.
     std::uint64_t GetBlockID() const;   ///< The camera's own count of images; all ones when it has none.
@@ -76,7 +79,7 @@ public:
 private:
     CGrabResultDataImpl* m_impl; // owned; never moves
 
-    // One pointer per field of the record, in its order: derived classes of other builds read the same data.
+    // One pointer per field that has an accessor, in the record's order: the record may grow without this class.
     const long* m_cameraContext;
     const std::int64_t* m_id;
     const std::int64_t* m_imageNumber;

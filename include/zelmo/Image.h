@@ -18,7 +18,7 @@ class ZELMO_API IImage {
 public:
     virtual ~IImage() = default;
 
-    virtual bool IsValid() const = 0;            ///< There is an image; where not, all else gives its empty value.
+    virtual bool IsValid() const = 0; ///< There is an image; where not, all else but IsUnique gives its empty value.
     virtual EPixelType GetPixelType() const = 0; ///< PixelType_Undefined without an image.
     virtual std::uint32_t GetWidth() const = 0;  ///< Pixels in a line.
     virtual std::uint32_t GetHeight() const = 0; ///< Lines.

@@ -33,7 +33,6 @@ struct BufferStory {
     long allocated = 0;
     std::uint64_t alive = 0;
     std::function<bool()> allocate = [] { return true; }; // may throw; false: there is no memory now
-    std::function<void()> freed = [] {};
     bool failsToFree = false; // but does free
 
     std::string Told() { return std::exchange(events, {}); }
@@ -56,7 +55,6 @@ public:
         std::free(buffer);
         --m_story.alive;
         m_story.events += "free " + std::to_string(context) + " ";
-        m_story.freed();
         if (m_story.failsToFree) {
             throw RUNTIME_EXCEPTION("FreeBuffer failed");
         }
