@@ -102,13 +102,6 @@ TEST_F(SemanticsTest, ACallbackThatAlwaysWritesEndsInAnException) {
     EXPECT_EQ(Int("Y").GetValue(), calls);
 }
 
-TEST_F(SemanticsTest, FailuresNameTheNodeAndTheCallThatMetIt) {
-    Load(Value("Lock", 1) + Value("Inner", 6, "<pIsLocked>Lock</pIsLocked>") + Above("Integer", "Outer", "Inner"));
-    EXPECT_THAT(Failure([&] { Int("Outer").SetValue(7); }),
-                HasSubstr("Node is not writable. : AccessException thrown in node 'Outer' while calling "
-                          "'Outer.SetValue()'"));
-}
-
 TEST_F(SemanticsTest, RegistersHaveTheRangeOfTheirBits) {
     Load(Node("IntReg", "Signed", Place(0, 2, "<Sign>Signed</Sign>")) + Node("IntReg", "Unsigned", Place(2, 1)) +
          Node("IntReg", "Whole", Place(8, 8)));
@@ -118,15 +111,6 @@ TEST_F(SemanticsTest, RegistersHaveTheRangeOfTheirBits) {
     EXPECT_THROW(Int("Unsigned").SetValue(256), GenICam::OutOfRangeException);
     EXPECT_THROW(Int("Unsigned").SetValue(256, false), GenICam::OutOfRangeException);
     EXPECT_EQ(Port.Writes, 0);
-}
-
-TEST_F(SemanticsTest, ImposedLimitsNarrowWhatIsReportedOnly) {
-    Load(Value("X", 5, "<Min>0</Min><Max>100</Max>"));
-    Int("X").ImposeMin(10);
-    Int("X").ImposeMax(200);
-    EXPECT_EQ(Int("X").GetMin(), 10);
-    EXPECT_EQ(Int("X").GetMax(), 100);
-    EXPECT_NO_THROW(Int("X").SetValue(3));
 }
 
 TEST_F(SemanticsTest, AVariableIsReadOnceForAnEvaluation) {
