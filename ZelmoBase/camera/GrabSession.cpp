@@ -202,7 +202,7 @@ void CGrabSession::ForwardEngineException() {
     m_owner.OnGrabError(exception.GetDescription());
     RunLogged(CameraLogCategory(), "Exception caught while calling StopGrabbing, msg='%s'",
               "Unknown exception caught while calling StopGrabbing.", [this] { m_owner.StopGrabbing(); });
-    throw exception; // NOLINT(cert-err60-cpp)
+    throw exception; // NOLINT(misc-throw-by-value-catch-by-reference,cert-err60-cpp)
 }
 
 } // namespace Zelmo
