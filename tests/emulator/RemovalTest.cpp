@@ -107,13 +107,13 @@ TEST_F(RemovalTest, StreamingEndsAndEveryBufferComesBack) {
     session->FlushBuffers();
     EXPECT_EQ(session.TakeAll().size(), 4u);
     const auto begun = session.Parameter("StreamStartedFrameCount");
-    session.Queue(0); // nobody fills it
+    session.Queue(0);
+    EXPECT_FALSE(session->GetWaitObject().Wait(50)) << "nobody fills it";
     session->StopStreaming();
     EXPECT_EQ(session.Parameter("StreamDeliveredFrameCount"), begun);
     EXPECT_THROW(session->StartStreaming(), GenICam::RuntimeException);
     session->FlushBuffers();
     EXPECT_EQ(session.Take().status, Zelmo::GrabStatus_Canceled);
-    EXPECT_FALSE(session->GetWaitObject().Wait(0));
     EXPECT_NO_THROW(session->DeregisterBuffer(session.Handle(0)));
     EXPECT_NO_THROW(session->FinishGrab());
     EXPECT_THROW(session.Parameter("PayloadSize"), GenICam::RuntimeException);
