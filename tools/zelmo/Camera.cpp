@@ -45,7 +45,6 @@ GenApi::INodeMap* FindNodeMap(IZelmoDevice& device, const std::string& name) {
 
 Camera::Camera(const CDeviceInfo& info) : m_name(GetCameraName(info)) {
     try {
-        m_removal = WaitObjectEx::Create();
         m_device = CTlFactory::GetInstance().CreateDevice(info);
         m_removalCallback = RegisterRemovalCallback(m_device, *this, &Camera::OnRemoved);
         Open(info);
@@ -79,7 +78,6 @@ void Camera::Open(const CDeviceInfo& info) {
 
 void Camera::OnRemoved(IZelmoDevice*) {
     m_isRemoved = true;
-    m_removal.Signal();
 }
 
 void Camera::Release() noexcept {

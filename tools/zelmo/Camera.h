@@ -1,7 +1,6 @@
 #pragma once
 
 #include <zelmo/Device.h>
-#include <zelmo/WaitObject.h>
 
 #include <atomic>
 #include <string>
@@ -12,7 +11,7 @@ struct INodeMap;
 
 namespace tool {
 
-/// A camera, open from construction to destruction. Threads: one at a time; IsRemoved and the descriptor any.
+/// A camera, open from construction to destruction. Threads: one at a time; IsRemoved any.
 class Camera {
 public:
     /// @throws ToolError: access denied or in use when it cannot be opened for that, else what the library told.
@@ -27,8 +26,7 @@ public:
     /// "device", "tl", "stream" or "event". @throws ToolError for one that this camera does not have, or not yet.
     GenApi::INodeMap& GetNodeMap(const std::string& name);
 
-    bool IsRemoved() const noexcept { return m_isRemoved; }         ///< Whether it told that it is physically gone.
-    int GetRemovalFd() const noexcept { return m_removal.GetFd(); } ///< Readable from then on; for poll().
+    bool IsRemoved() const noexcept { return m_isRemoved; } ///< Whether it told that it is physically gone.
 
 private:
     void Open(const Zelmo::CDeviceInfo& info);
@@ -37,7 +35,6 @@ private:
 
     std::string m_name;
     std::atomic<bool> m_isRemoved{false};
-    Zelmo::WaitObjectEx m_removal;
     Zelmo::DeviceCallbackHandle m_removalCallback = 0;
     Zelmo::IZelmoDevice* m_device = nullptr; // goes back to the factory
 };

@@ -94,7 +94,7 @@ void CameraGrab::StartSession() {
 
 bool CameraGrab::IsDone() const {
     const bool counted = m_options.count && m_frames + m_failed >= *m_options.count;
-    return counted || m_signals.StopRequested() || m_camera.IsRemoved() ||
+    return counted || m_signals.StopRequested() ||
            (m_options.durationSeconds && GetCounts().seconds >= *m_options.durationSeconds);
 }
 

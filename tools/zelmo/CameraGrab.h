@@ -8,6 +8,7 @@
 #include "Options.h"
 #include "Signals.h"
 
+#include <zelmo/WaitObject.h>
 #include <zelmo/internal/DeviceGrab.h>
 
 #include <atomic>
@@ -34,7 +35,7 @@ struct GrabCounts {
 
 /// Grabs from one camera on a thread of its own, until the number of images, the time, a stop or a failure ends it.
 /// Owns the camera, its grab session, its sink and its thread. Borrows options and signals.
-/// Threads: started and joined by one thread; Stop, IsRemoved and the counts any.
+/// Threads: started and joined by one thread; Stop, IsExhausted and the counts any.
 class CameraGrab {
 public:
     CameraGrab(const Zelmo::CDeviceInfo& info, const GrabOptions& options, StopSignals& signals); ///< Opens the camera.
@@ -54,6 +55,7 @@ public:
     Camera& GetCamera() noexcept { return m_camera; }
     const std::string& GetName() const noexcept { return m_camera.GetName(); }
     bool IsRunning() const noexcept { return m_running; }
+    bool IsExhausted() const { return m_camera.IsRemoved() && m_session.GetNumReadyBuffers() == 0; } ///< No more comes.
     int GetEndFd() const noexcept { return m_endObject.GetFd(); } ///< Readable when it has ended; for poll().
     GrabCounts GetCounts() const;
     const std::optional<ToolError>& GetError() const noexcept { return m_error; } ///< After Join.

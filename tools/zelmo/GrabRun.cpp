@@ -149,13 +149,11 @@ void GrabRun::WatchOver() {
     std::vector<pollfd> events; // -1 for what has happened and would end every wait
     events.push_back({m_signals.StopRequested() ? -1 : m_signals.GetFd(), POLLIN, 0});
     for (const auto& camera : m_cameras) {
-        const Camera& device = camera->GetCamera();
         events.push_back({camera->IsRunning() ? camera->GetEndFd() : -1, POLLIN, 0});
-        events.push_back({device.IsRemoved() ? -1 : device.GetRemovalFd(), POLLIN, 0});
     }
     poll(events.data(), events.size(), progressIntervalMs);
     for (const auto& camera : m_cameras) {
-        if (m_signals.StopRequested() || camera->GetCamera().IsRemoved()) {
+        if (m_signals.StopRequested() || camera->IsExhausted()) {
             camera->Stop();
         }
     }
