@@ -62,7 +62,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Case{0, 100, 10, 39, Down, "30"}, Case{0, 100, 10, 40, Up, "40"},
                     Case{0, 100, 10, 41, IntegerValueCorrection_None, "refused 41"},
                     Case{0, 100, 10, 41, EIntegerValueCorrection(9), "40"}, Case{0, 100, 1, 37, Up, "37"},
-                    Case{3, 100, 4, 10, Down, "7"}, Case{3, 100, 4, 1, Up, "3"}, Case{-10, 10, 4, -3, Nearest, "-2"},
+                    Case{3, 100, 4, 10, Down, "7"}, Case{3, 100, 4, 1, Down, "3"}, Case{-10, 10, 4, -3, Nearest, "-2"},
                     Case{0, 95, 10, 120, Down, "refused 95"}, Case{0, 95, 10, 93, Up, "refused 100"},
                     Case{INT64_MIN, INT64_MAX, 1, 5, Up, "5"}, Case{INT64_MIN, INT64_MAX, INT64_MAX, 0, Nearest, "-1"},
                     Case{INT64_MIN, INT64_MAX, 1000, INT64_MAX, Down, "9223372036854775192"},
@@ -183,6 +183,21 @@ TEST_F(NumberParameterTest, OperationsOfTheNodeAreForwarded) {
     CFloatParameter f(*Map, "Float");
     EXPECT_TRUE(f.HasInc() && f.GetDisplayNotation() == GenApi::fnFixed && f.GetDisplayPrecision() == 3);
     ExpectForwards(f, Float("Float"), GenApi::fixedIncrement);
+}
+
+TEST_F(NumberParameterTest, DerivedSettersTakeWhatNeedsNoCorrection) {
+    struct Twofold : CFloatParameter {
+        using CFloatParameter::CFloatParameter, CFloatParameter::SetValue;
+        void SetValue(double value, bool verify) override { CFloatParameter::SetValue(2 * value, verify); }
+    } f(*Map, "FRW");
+    struct Stubborn : CIntegerParameter {
+        using CIntegerParameter::CIntegerParameter, CIntegerParameter::TrySetValue;
+        bool TrySetValue(int64_t /*value*/) override { return false; }
+    } i(*Map, "IRW");
+    f.SetValue(1, FloatValueCorrection_None);
+    EXPECT_EQ(*f, 2);
+    EXPECT_TRUE(f.TrySetValue(3, FloatValueCorrection_None) && *f == 6);
+    EXPECT_FALSE(i.TrySetValue(1, IntegerValueCorrection_None));
 }
 
 TEST_F(NumberParameterTest, AlternativeIntegerIsTheAliasOrNone) {
