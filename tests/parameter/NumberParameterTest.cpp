@@ -152,6 +152,7 @@ protected:
         EXPECT_TRUE(n.GetRepresentation() == GenApi::Logarithmic && n.GetUnit() == "px" && n.GetIncMode() == mode);
         n.SetValue(9, false);
         EXPECT_THROW(n.GetValue(true), GenICam::OutOfRangeException);
+        EXPECT_EQ(n.GetValuePercentOfRange(), 100) << "at most";
         n.ImposeMin(1);
         n.ImposeMax(6);
         EXPECT_TRUE(node.GetMin() == 1 && node.GetMax() == 6 && node.GetValue() == 9);
