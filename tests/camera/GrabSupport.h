@@ -2,6 +2,7 @@
 
 #include "ZelmoBase/camera/GrabEngine.h"
 #include "camera/Support.h"
+#include "fakes/Failure.h"
 #include "fakes/transport/ScriptedStreamGrabber.h"
 
 #include <gmock/gmock.h>
@@ -9,6 +10,7 @@
 #include <atomic>
 #include <chrono>
 #include <thread>
+#include <vector>
 
 /// Looks again and again, ten seconds at most.
 template <typename Condition>
@@ -27,11 +29,14 @@ protected:
         EXPECT_EQ(m_story.alive, 0U);
     }
     void OnGrabCountReached() override { ++m_countReached; }
+    virtual Zelmo::CGrabEngine& Engine() = 0;
 
-    auto Memory() { return ShareBufferFactory(new ApplicationMemory(m_story), Zelmo::Cleanup_Delete, nullptr); }
+    void UseApplicationMemory() {
+        Engine().SetBufferFactory(ShareBufferFactory(new ApplicationMemory(m_story), Zelmo::Cleanup_Delete, nullptr));
+    }
     /// Until @p ready results stand in the queue and @p waiting buffers are to be filled: nothing is on its way then.
-    bool Settles(const Zelmo::CGrabEngine& engine, std::size_t ready, std::size_t waiting) {
-        return Eventually([&] { return engine.GetNumReadyBuffers() == ready; }) && m_grabber.WaitForQueued(waiting);
+    bool Settles(std::size_t ready, std::size_t waiting) {
+        return Eventually([&] { return Engine().GetNumReadyBuffers() == ready; }) && m_grabber.WaitForQueued(waiting);
     }
 
     const Zelmo::CInstantCamera* const m_camera = reinterpret_cast<Zelmo::CInstantCamera*>(0xCA); // only printed
