@@ -33,7 +33,7 @@ struct BufferStory {
     long allocated = 0;
     std::uint64_t alive = 0;
     std::function<bool()> allocate = [] { return true; }; // may throw; false: there is no memory now
-    bool failsToFree = false; // but does free
+    bool failsToFree = false;                             // but does free
 
     std::string Told() { return std::exchange(events, {}); }
 };
