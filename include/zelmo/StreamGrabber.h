@@ -71,9 +71,9 @@ struct GrabResult {
 /// between QueueBuffer and the result that brings it back, and needs its memory for nothing else, deregistering
 /// included.
 ///
-/// Threads: one call at a time, but for FlushBuffers and the wait object as told there. Failures are exceptions of the
-/// GenICam family. When the device is physically removed, StopStreaming, FlushBuffers, RetrieveResult,
-/// DeregisterBuffer, FinishGrab and Close still work, and every queued buffer still comes back.
+/// Threads: one call at a time, but for FlushBuffers, the wait object and the node map, which any thread may use at any
+/// time. Failures are exceptions of the GenICam family. When the device is physically removed, StopStreaming,
+/// FlushBuffers, RetrieveResult, DeregisterBuffer, FinishGrab and Close still work, and all queued buffers come back.
 class ZELMO_API IStreamGrabber {
 public:
     /// Takes the stream channel. Called by the thread that starts grabbing, with the camera's lock held. Having thrown,
