@@ -16,7 +16,7 @@ using tool::ExitCode;
 struct Strategy {
     const char* typed;
     const char* name;
-    bool skips;
+    bool maySkip; ///< where writing is slower than the camera
 };
 
 std::ostream& operator<<(std::ostream& stream, const Strategy& one) {
@@ -31,10 +31,11 @@ TEST_P(GrabStrategyTest, EveryImageOfTheCameraIsTakenOrCountedAsSkipped) {
         Run({"grab", "-n", "30", "-o", folder / "%d.png", "--set", "AcquisitionFrameRateEnable=0", "--set",
              "Height=256", "--strategy", GetParam().typed, "--buffers", "4", "--max-lost", "0"});
     EXPECT_EQ(Events("start")[0]["strategy"], GetParam().name);
-    EXPECT_EQ(code, GetParam().skips ? ExitCode::Quality : ExitCode::Done) << m_messages.str();
+    const int skipped = Summary()["skipped"].get<int>();
+    EXPECT_EQ(code, skipped > 0 ? ExitCode::Quality : ExitCode::Done) << m_messages.str();
     EXPECT_EQ(Summary()["lost"], 0) << "a camera without frame rate waits for buffers";
-    EXPECT_EQ(Summary()["skipped"].get<int>() > 0, GetParam().skips);
-    EXPECT_EQ(Summary()["skipped"].get<int>() + 30, Events("frame").back()["block_id"].get<int>() + 1);
+    EXPECT_TRUE(skipped == 0 || GetParam().maySkip);
+    EXPECT_EQ(skipped + 30, Events("frame").back()["block_id"].get<int>() + 1);
 }
 
 INSTANTIATE_TEST_SUITE_P(Spellings, GrabStrategyTest,

@@ -62,7 +62,7 @@ protected:
         m_owner.reset();
         EXPECT_EQ(m_memory.alive, 0);
         EXPECT_EQ(CountedResult::alive, 0);
-        EXPECT_EQ(ProcessResources(), m_before);
+        EXPECT_TRUE(ProcessResources::AreBackTo(m_before));
     }
 
     static std::shared_ptr<IBufferFactory> Share(IBufferFactory& memory) {

@@ -8,6 +8,7 @@
 #include <Base/GCSynch.h>
 
 #include <atomic>
+#include <chrono>
 #include <filesystem>
 #include <iterator>
 #include <string>
@@ -90,6 +91,18 @@ private:
 
 /// Descriptors and threads of the process; the same before and after.
 struct ProcessResources {
+    /// Whether all is as it was @p before, or soon is: a thread that was joined may be listed for a moment more.
+    static bool AreBackTo(const ProcessResources& before) {
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+        while (!(ProcessResources() == before)) {
+            if (std::chrono::steady_clock::now() > deadline) {
+                return false;
+            }
+            std::this_thread::yield();
+        }
+        return true;
+    }
+
     int descriptors = Fakes::OpenDescriptors();
     long threads = std::distance(std::filesystem::directory_iterator("/proc/self/task"), {});
 
