@@ -129,14 +129,4 @@ TEST(AccessModeSetTest, PositionsAbove64AreRefusedWithTheLimit) {
     EXPECT_EQ(set, AccessModeSet(Event));
 }
 
-TEST(AccessModeSetTest, CombinesModes) {
-    EXPECT_EQ((Control | Stream).to_ulong(), 10u);
-    EXPECT_EQ(AccessModeSet(Control) | Stream, Control + Stream);
-    EXPECT_EQ(AccessModeSet(Control) + Event, AccessModeSet(18ul));
-    AccessModeSet set = Control + Stream;
-    EXPECT_TRUE(set.any() && set.test(Stream) && !set.test(Event));
-    set.reset();
-    EXPECT_TRUE(set.none() && set != AccessModeSet(Control));
-}
-
 } // namespace

@@ -379,15 +379,6 @@ TEST(FactoryTest, TextsForShowCanBeLeftOut) {
     EXPECT_EQ(bare->GetNode("I")->GetDisplayName(), "I");
 }
 
-TEST(FactoryTest, StatisticsCountWhatWasRead) {
-    CNodeMapFactory factory(
-        Description(Node("Integer", "A", "<Value>1</Value>") + Node("Integer", "B", "<pValue>A</pValue>")).c_str());
-    const NodeStatistics_t statistics = factory.GetNodeStatistics();
-    EXPECT_EQ(statistics.NumNodes, 2u);
-    EXPECT_EQ(statistics.NumLinks, 1u);
-    EXPECT_EQ(statistics.NumProperties, 2u);
-}
-
 TEST(LimitsTest, NamesAndNumbersOfThingsAreLimited) {
     EXPECT_THAT(FailureOf(Description(Node("Integer", std::string(2000, 'N'), "<Value>1</Value>"))),
                 HasSubstr("2000 characters"));

@@ -3,14 +3,13 @@
 #include <string>
 #include <vector>
 
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include <GenApi/GenApi.h>
 
 namespace {
 
 using namespace GenApi;
-using testing::ElementsAre;
 
 struct CRegisters {
     std::uint32_t Width;
@@ -136,23 +135,6 @@ TEST(PortWriteListTest, RefusesWhatItCannotCopyAndPassesOnWhatThePortRefuses) {
     const std::uint32_t value = 5;
     list.Write(&value, 100, 4);
     EXPECT_THROW(port.Replay(&list), GenICam::OutOfRangeException);
-}
-
-TEST(ContainerTest, ListsOfNodesAreVectors) {
-    INode* const a = reinterpret_cast<INode*>(0x10);
-    INode* const b = reinterpret_cast<INode*>(0x20);
-    NodeList_t list;
-    list.push_back(a);
-    list.insert(0, b);
-    list.insert(list.end(), a);
-    EXPECT_THAT(std::vector<INode*>(list.begin(), list.end()), ElementsAre(b, a, a));
-    list.erase(1);
-    EXPECT_EQ(list.size(), 2u);
-    EXPECT_EQ(list.at(1), a);
-    EXPECT_THROW(list.at(2), GenICam::OutOfRangeException);
-    EXPECT_THROW(list.erase(2), GenICam::OutOfRangeException);
-    EXPECT_THROW(list.insert(3, a), GenICam::OutOfRangeException);
-    EXPECT_THAT(NodeList_t(3), testing::Each(nullptr));
 }
 
 } // namespace

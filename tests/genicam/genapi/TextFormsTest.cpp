@@ -9,8 +9,6 @@
 
 #include <gmock/gmock.h>
 
-#include "genicam/genapi/CommaLocale.h"
-
 namespace {
 
 using namespace GenApi;
@@ -183,15 +181,6 @@ TEST(TextFormsTest, EqualIdsHaveEqualTexts) {
     EXPECT_EQ(ParseHexId("0000"), "0");
     for (const char* text : {"", "0x", "12G4", "-1"})
         EXPECT_FALSE(ParseHexId(text)) << text;
-}
-
-TEST(TextFormsTest, ADecimalCommaOfTheProcessChangesNothing) {
-    if (!tests::UseCommaLocale())
-        GTEST_SKIP() << "this machine has no locale with a decimal comma and cannot make one";
-    EXPECT_EQ(FormatFloat(1.5, fnFixed, 2, -DBL_MAX, DBL_MAX), "1.50");
-    EXPECT_EQ(ParseFloat("1.5"), 1.5);
-    EXPECT_EQ(ParseFloat("1.5e400"), infinity);
-    EXPECT_EQ(ParseFloat("1,5"), std::nullopt);
 }
 
 } // namespace
