@@ -60,6 +60,34 @@ INSTANTIATE_TEST_SUITE_P(
                     Failure{"RetrieveResult:3:throw-runtime", ExitCode::Failed, "RetrieveResult was told to fail"},
                     Failure{"Frame:7:remove", ExitCode::Removed, "was removed"}));
 
+struct Strategy {
+    const char* typed;
+    const char* name;
+    bool skips;
+};
+
+std::ostream& operator<<(std::ostream& stream, const Strategy& one) {
+    return stream << one.typed;
+}
+
+class GrabStrategyTest : public GrabScriptTest, public testing::WithParamInterface<Strategy> {};
+
+TEST_P(GrabStrategyTest, EveryImageOfTheCameraIsTakenOrCountedAsSkipped) {
+    const ExitCode code = RunScript("", {"grab", "-n", "30", "-o", m_folder / "%d.png", "--strategy", GetParam().typed,
+                                         "--buffers", "4", "--max-lost", "0"});
+    EXPECT_EQ(Events("start")[0]["strategy"], GetParam().name);
+    EXPECT_EQ(code, GetParam().skips ? ExitCode::Quality : ExitCode::Done) << m_messages.str();
+    EXPECT_EQ(Summary()["lost"], 0) << "this camera waits for buffers";
+    EXPECT_EQ(Summary()["skipped"].get<int>() > 0, GetParam().skips);
+    EXPECT_EQ(Summary()["skipped"].get<int>() + 30, Events("frame").back()["block_id"].get<int>() + 1);
+}
+
+INSTANTIATE_TEST_SUITE_P(Spellings, GrabStrategyTest,
+                         testing::Values(Strategy{"one-by-one", "one-by-one", false},
+                                         Strategy{"LatestImageOnly", "latest-image-only", true},
+                                         Strategy{"GrabStrategy_LatestImages", "latest-images", true},
+                                         Strategy{"Upcoming_Image", "upcoming-image", false}));
+
 TEST_F(GrabScriptTest, CountsWhatCameWhatFailedAndWhatIsMissing) {
     const std::string script =
         "Frame:2:fail;Frame:3:gap;Frame:4:lie-short;Frame:6:lie-huge;Frame:7:lie-long;Frame:8:lie-negative";

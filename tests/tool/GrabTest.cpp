@@ -69,7 +69,9 @@ TEST_F(GrabTest, WithoutALimitOneImageIsGrabbedAndWithoutAPatternNoneIsWritten) 
 }
 
 TEST_F(GrabTest, DurationEndsItAndTheSummaryAddsUp) {
-    const auto events = Run({"grab", "--all", "--duration", "0.3", "--json"}).Events();
+    const auto events =
+        Run({"grab", "--all", "--duration", "0.3", "--set", "Height=8", "--set", "TestImageSelector=White", "--json"})
+            .Events();
     const tool::Json& summary = events.back();
     EXPECT_GE(summary["duration_s"], 0.3);
     ASSERT_EQ(summary["cameras"].size(), 3u);

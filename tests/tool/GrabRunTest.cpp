@@ -1,8 +1,7 @@
-#include "DeviceSelector.h"
 #include "GrabRun.h"
+#include "DeviceSelector.h"
 #include "ImageSink.h"
 #include "InProcess.h"
-#include "TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 
@@ -12,37 +11,6 @@ namespace {
 
 using testing::HasSubstr;
 using tool::ExitCode;
-
-struct Strategy {
-    const char* typed;
-    const char* name;
-    bool maySkip; ///< where writing is slower than the camera
-};
-
-std::ostream& operator<<(std::ostream& stream, const Strategy& one) {
-    return stream << one.typed;
-}
-
-class GrabStrategyTest : public InProcess, public testing::WithParamInterface<Strategy> {};
-
-TEST_P(GrabStrategyTest, EveryImageOfTheCameraIsTakenOrCountedAsSkipped) {
-    const TemporaryFolder folder;
-    const ExitCode code =
-        Run({"grab", "-n", "30", "-o", folder / "%d.png", "--set", "AcquisitionFrameRateEnable=0", "--set",
-             "Height=256", "--strategy", GetParam().typed, "--buffers", "4", "--max-lost", "0"});
-    EXPECT_EQ(Events("start")[0]["strategy"], GetParam().name);
-    const int skipped = Summary()["skipped"].get<int>();
-    EXPECT_EQ(code, skipped > 0 ? ExitCode::Quality : ExitCode::Done) << m_messages.str();
-    EXPECT_EQ(Summary()["lost"], 0) << "a camera without frame rate waits for buffers";
-    EXPECT_TRUE(skipped == 0 || GetParam().maySkip);
-    EXPECT_EQ(skipped + 30, Events("frame").back()["block_id"].get<int>() + 1);
-}
-
-INSTANTIATE_TEST_SUITE_P(Spellings, GrabStrategyTest,
-                         testing::Values(Strategy{"one-by-one", "one-by-one", false},
-                                         Strategy{"LatestImageOnly", "latest-image-only", true},
-                                         Strategy{"GrabStrategy_LatestImages", "latest-images", true},
-                                         Strategy{"Upcoming_Image", "upcoming-image", false}));
 
 /// Pulls the cable as soon as the third image is there.
 class CableCutter : public tool::FrameSink {
