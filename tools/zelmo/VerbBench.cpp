@@ -74,7 +74,7 @@ public:
                "holds it, as median, 99th percentile (both to 1.6 %) and maximum; it is told of cameras that stamp by "
                "the monotonic clock of this host, as emulated ones do at the begin of the exposure, and is - (null) "
                "for all others. CPU is the time of all threads of this process, start and stop included, for each "
-               "image that came; an emulated camera draws its images in this process.";
+               "image that was taken; an emulated camera draws all its images, skipped ones too, in this process.";
     }
     std::vector<Example> GetExamples() const override {
         return {
