@@ -168,7 +168,7 @@ TEST_F(GrabResultTest, PointersShareAResultAndTheLastOneLetsItGo) {
     EXPECT_FALSE(copy.IsUnique());
     CGrabResultPtr& same = result;
     result = same; // and holds nothing then
-    EXPECT_FALSE(result || result.IsUnique());
+    EXPECT_FALSE(result || result.IsUnique() || result.GetPtr() != nullptr);
     EXPECT_EQ(m_pool->GetOutCount(), 1u); // the other's
     copy = result;
     EXPECT_EQ(m_records->GetOutCount(), 0u);

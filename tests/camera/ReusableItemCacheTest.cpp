@@ -141,7 +141,18 @@ TEST_F(ReusableItemCacheTest, ReplacedPoolCountsAnewAndItsItemsStayUsableHowever
 }
 
 TEST_F(ReusableItemCacheTest, CodeOfOthersMayUseThePoolAndMayThrow) {
+    std::vector<std::shared_ptr<CBufferData>> held;
+    m_story.allocate = [&] { // while an item is made, others of the pool come home, are taken and made
+        held.clear();
+        if (m_story.allocated < 4)
+            held = Take(2);
+        EXPECT_LT(m_story.alive, 2u); // there is room for the one being made
+        return true;
+    };
     m_pool->SetMaxItems(2);
+    m_pool->PrefillFree();
+    held = Take(2);
+    EXPECT_EQ(m_story.alive, 2u);
     m_observer.available = [&, calls = 0]() mutable {
         if (++calls < 20) {
             Take(2); // comes here again with each of them
@@ -149,19 +160,8 @@ TEST_F(ReusableItemCacheTest, CodeOfOthersMayUseThePoolAndMayThrow) {
         }
     };
     m_pool->SetObserver(&m_observer);
-    auto held = Take(1);
-    m_story.allocate = [&] { // while an item is made, others of the pool come home, are taken and made
-        if (m_story.allocated < 6) {
-            held.clear();
-            held = Take(2);
-        }
-        return true;
-    };
-    m_pool->PrefillFree();
-    held = Take(2);
-    EXPECT_LE(m_story.alive, 2u);
-    EXPECT_GT(m_log.Errors("Unknown exception"), 2u);
     held.clear();
+    EXPECT_GT(m_log.Errors("Unknown exception"), 2u);
     ExpectNoneLost();
 }
 
