@@ -27,7 +27,7 @@ double ResidentKilobytes() {
     if (!(file >> total >> resident)) {
         throw std::runtime_error("Cannot read /proc/self/statm");
     }
-    return static_cast<double>(resident * (sysconf(_SC_PAGESIZE) / 1024));
+    return static_cast<double>(resident) * static_cast<double>(sysconf(_SC_PAGESIZE)) / 1024;
 }
 
 } // namespace

@@ -13,8 +13,6 @@
 
 namespace {
 
-using ScarceResources::Fault;
-
 /// Name of the call and its error.
 using Scarce = std::pair<std::string, int>;
 
