@@ -91,10 +91,11 @@ private:
 
 /// Descriptors and threads of the process; the same before and after.
 struct ProcessResources {
-    /// Whether all is as it was @p before, or soon is: a thread that was joined may be listed for a moment more.
+    /// Whether nothing is left that was not there @p before, now or soon: a thread that was joined may be listed for a
+    /// moment more, now as well as before.
     static bool AreBackTo(const ProcessResources& before) {
         const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-        while (!(ProcessResources() == before)) {
+        for (ProcessResources now; now.descriptors != before.descriptors || now.threads > before.threads; now = {}) {
             if (std::chrono::steady_clock::now() > deadline) {
                 return false;
             }
@@ -105,8 +106,6 @@ struct ProcessResources {
 
     int descriptors = Fakes::OpenDescriptors();
     long threads = std::distance(std::filesystem::directory_iterator("/proc/self/task"), {});
-
-    friend bool operator==(const ProcessResources&, const ProcessResources&) = default;
 
     /// Once the process has had a second thread: sanitizers start one of their own with it.
     static ProcessResources WithThreads() {
