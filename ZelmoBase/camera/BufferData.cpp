@@ -1,7 +1,5 @@
 #include "ZelmoBase/camera/BufferData.h"
 
-#include "ZelmoBase/core/ScopeGuard.h"
-
 #include <Base/GCException.h>
 
 #include <new>

@@ -54,8 +54,6 @@ public:
     /// without a factory changes nothing.
     void Reset(std::uint64_t sizeBytes, std::shared_ptr<IBufferFactory> bufferFactory, EReset reset);
 
-    std::uint64_t GetBufferSize() const noexcept { return m_sizeBytes; }
-
 private:
     std::uint64_t m_sizeBytes = 0;
 };

@@ -27,7 +27,7 @@ GenICam::GenericException NoException() {
     return GENERIC_EXCEPTION("No exception triggered by grab engine thread yet.");
 }
 
-/// Places of the output queue; 0 stands for its set size.
+/// Places of the output queue.
 std::uint64_t GetQueueCapacity(EGrabStrategy strategy, std::uint64_t maxBuffers, std::uint64_t outputQueueSize) {
     switch (strategy) {
     case GrabStrategy_OneByOne:
@@ -461,7 +461,7 @@ void CGrabEngine::OnItemAvailable() {
     if (m_exceptionRaised) {
         SignalFailure();
     }
-    if (m_bufferProvider.GetOutCount() < m_bufferProvider.GetMaxItems()) {
+    if (m_bufferProvider.GetAvailableCount() > 0) {
         SetBufferWanted(true); // more buffers are free
     }
 }
