@@ -30,6 +30,8 @@ double ResidentKilobytes() {
     return static_cast<double>(resident) * static_cast<double>(sysconf(_SC_PAGESIZE)) / 1024;
 }
 
+constexpr std::size_t kMaxFitted = 500; // samples; the fit looks at all pairs
+
 } // namespace
 
 ProcessUse ProcessUse::Now(std::uint64_t frames) {
@@ -39,19 +41,22 @@ ProcessUse ProcessUse::Now(std::uint64_t frames) {
 }
 
 double GrowthPerMillion(const std::vector<ProcessUse>& samples, std::size_t index) {
-    double meanX = 0;
-    double meanY = 0;
-    for (const ProcessUse& sample : samples) {
-        meanX += sample.frames / static_cast<double>(samples.size());
-        meanY += sample.values[index] / static_cast<double>(samples.size());
+    const std::size_t step = samples.size() / kMaxFitted + 1;
+    std::vector<double> slopes;
+    for (std::size_t i = 0; i < samples.size(); i += step) {
+        for (std::size_t j = i + step; j < samples.size(); j += step) {
+            const double frames = samples[j].frames - samples[i].frames;
+            if (frames > 0) {
+                slopes.push_back((samples[j].values[index] - samples[i].values[index]) / frames * 1e6);
+            }
+        }
     }
-    double covariance = 0;
-    double variance = 0;
-    for (const ProcessUse& sample : samples) {
-        covariance += (sample.frames - meanX) * (sample.values[index] - meanY);
-        variance += (sample.frames - meanX) * (sample.frames - meanX);
+    if (slopes.empty()) {
+        return 0;
     }
-    return variance > 0 ? covariance / variance * 1e6 : 0;
+    const auto middle = slopes.begin() + static_cast<std::ptrdiff_t>(slopes.size() / 2);
+    std::nth_element(slopes.begin(), middle, slopes.end());
+    return *middle;
 }
 
 } // namespace soak
