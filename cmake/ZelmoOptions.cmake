@@ -2,6 +2,7 @@
 
 option(ZELMO_BUILD_TESTS "Build the tests" ON)
 option(ZELMO_BUILD_BENCH "Build the benchmarks" ON)
+option(ZELMO_BUILD_FUZZ "Build the fuzz targets; needs clang" OFF)
 option(ZELMO_WERROR "Treat warnings as errors" ON)
 set(ZELMO_SANITIZER "" CACHE STRING "Sanitizers of the whole build: empty, address,undefined or thread")
 option(ZELMO_COVERAGE "Instrument for gcov" OFF)
