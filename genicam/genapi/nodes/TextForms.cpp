@@ -141,11 +141,12 @@ bool IsWithin(const std::string& text, double min, double max) {
 } // namespace
 
 std::string_view TrimSpace(std::string_view text) {
-    constexpr std::string_view space = " \t\n\r\f\v";
-    const std::size_t begin = text.find_first_not_of(space);
-    if (begin == std::string_view::npos)
-        return {};
-    return text.substr(begin, text.find_last_not_of(space) - begin + 1);
+    const auto isSpace = [](char c) { return c == ' ' || (c >= '\t' && c <= '\r'); };
+    while (!text.empty() && isSpace(text.front()))
+        text.remove_prefix(1);
+    while (!text.empty() && isSpace(text.back()))
+        text.remove_suffix(1);
+    return text;
 }
 
 std::optional<std::int64_t> ParseInteger(std::string_view text) {

@@ -52,19 +52,26 @@ void CheckSchema(const DeviceInformation& device) {
     }
 }
 
+pugi::xml_parse_result Parse(pugi::xml_document& document, SourceText& source) {
+    return document.load_buffer_inplace(source.Data(), source.Size(), parseFlags, pugi::encoding_utf8);
+}
+
 pugi::xml_node ParseDocument(pugi::xml_document& document, SourceText& source) {
-    const pugi::xml_parse_result result =
-        document.load_buffer_inplace(source.Data(), source.Size(), parseFlags, pugi::encoding_utf8);
+    pugi::xml_parse_result result = Parse(document, source);
+    if (!result) {
+        source.CutAfterRoot();
+        result = Parse(document, source);
+    }
     if (!result) {
         throw RUNTIME_EXCEPTION("Cannot load the camera description: %s: %s.",
                                 source.Describe(static_cast<std::uint32_t>(result.offset)).c_str(),
                                 result.description());
     }
     const pugi::xml_node root = document.document_element();
-    if (LocalName(root) != "RegisterDescription") {
+    if (LocalName(root.name()) != "RegisterDescription") {
         throw RUNTIME_EXCEPTION("Cannot load the camera description: %s: the root element is '%.64s', "
                                 "'RegisterDescription' is needed.",
-                                source.Describe(PositionOf(root)).c_str(), root.name());
+                                source.Describe(source.TagPosition(root.name())).c_str(), root.name());
     }
     return root;
 }
@@ -75,7 +82,7 @@ void ReadNodes(const pugi::xml_node& root, NodeReader& reader) {
     pugi::xml_node element = root.first_child();
     while (element) {
         if (element.type() == pugi::node_element) {
-            const NodeKind kind = FindNodeKind(LocalName(element));
+            const NodeKind kind = FindNodeKind(LocalName(element.name()));
             if (kind == NodeKind::Group && element.first_child()) {
                 element = element.first_child();
                 continue;

@@ -6,88 +6,22 @@
 #include <Base/GCException.h>
 
 #include <cmath>
-#include <initializer_list>
 
 namespace GenApi {
 
 namespace {
 
 constexpr std::size_t maxNameBytes = 1024;
-constexpr std::size_t maxToldElements = 100;
+constexpr std::size_t maxTold = 100;
 
 bool IsSuppressible(PropertyKind kind) noexcept {
     return kind == PropertyKind::ToolTip || kind == PropertyKind::Description || kind == PropertyKind::DisplayName;
-}
-
-/// The text inside an element: usually embedded in it by the parser; split by comments and CDATA it is joined.
-std::string_view TextOf(const pugi::xml_node& element, std::string& joined) {
-    const pugi::xml_node first = element.first_child();
-    if (!first) {
-        return element.value();
-    }
-    joined = element.value();
-    for (const pugi::xml_node& part : element.children()) {
-        if (part.type() == pugi::node_pcdata || part.type() == pugi::node_cdata) {
-            joined += part.value();
-        }
-    }
-    return joined;
 }
 
 /// Of buses of the past.
 bool IsUnserved(NodeKind kind) noexcept {
     return kind == NodeKind::ConfRom || kind == NodeKind::TextDesc || kind == NodeKind::IntKey ||
            kind == NodeKind::AdvFeatureLock || kind == NodeKind::SmartFeature;
-}
-
-/// Of each group one property must be there.
-struct Requirement {
-    std::initializer_list<PropertyKind> anyOf;
-};
-
-std::initializer_list<Requirement> RequirementsOf(NodeKind kind) {
-    using P = PropertyKind;
-    static const std::initializer_list<P> value = {P::Value, P::pValue};
-    static const std::initializer_list<P> number = {P::Value, P::pValue, P::pIndex};
-    static const std::initializer_list<P> length = {P::Length, P::pLength};
-    static const std::initializer_list<P> port = {P::pPort};
-    static const std::initializer_list<Requirement> ofNumber = {{number}};
-    static const std::initializer_list<Requirement> ofValue = {{value}};
-    static const std::initializer_list<Requirement> ofCommand = {{value}, {{P::CommandValue, P::pCommandValue}}};
-    static const std::initializer_list<Requirement> ofEntry = {{{P::Value}}};
-    static const std::initializer_list<Requirement> ofRegister = {{length}, {port}};
-    static const std::initializer_list<Requirement> ofBits = {{length}, {port}, {{P::Bit, P::LSB}}, {{P::Bit, P::MSB}}};
-    static const std::initializer_list<Requirement> ofFormula = {{{P::Formula}}};
-    static const std::initializer_list<Requirement> ofConverter = {{{P::FormulaTo}}, {{P::FormulaFrom}}, {{P::pValue}}};
-    switch (kind) {
-    case NodeKind::Integer:
-    case NodeKind::Float:
-        return ofNumber;
-    case NodeKind::Boolean:
-    case NodeKind::String:
-    case NodeKind::Enumeration:
-        return ofValue;
-    case NodeKind::Command:
-        return ofCommand;
-    case NodeKind::EnumEntry:
-        return ofEntry;
-    case NodeKind::IntReg:
-    case NodeKind::FloatReg:
-    case NodeKind::StringReg:
-    case NodeKind::Register:
-        return ofRegister;
-    case NodeKind::MaskedIntReg:
-    case NodeKind::StructEntry:
-        return ofBits;
-    case NodeKind::SwissKnife:
-    case NodeKind::IntSwissKnife:
-        return ofFormula;
-    case NodeKind::Converter:
-    case NodeKind::IntConverter:
-        return ofConverter;
-    default:
-        return {};
-    }
 }
 
 Syntax SyntaxOf(PropertyKind kind, NodeKind node) noexcept {
@@ -113,18 +47,27 @@ std::optional<std::int64_t> ParseTolerantInteger(std::string_view text) {
     return static_cast<std::int64_t>(*number);
 }
 
-} // namespace
-
-std::string_view LocalName(const pugi::xml_node& element) noexcept {
-    const std::string_view name = element.name();
-    const std::size_t colon = name.find(':');
-    return colon == std::string_view::npos ? name : name.substr(colon + 1);
+/// The properties that would do, for an error: "'Length' or 'pLength'".
+std::string Alternatives(const PropertySet& properties) {
+    std::string names;
+    for (std::uint8_t i = 0; i < static_cast<std::uint8_t>(PropertyKind::Unknown); ++i) {
+        const auto kind = static_cast<PropertyKind>(i);
+        if (properties.Has(kind)) {
+            names += (names.empty() ? "'" : " or '") + std::string(TraitsOf(kind).name) + "'";
+        }
+    }
+    return names;
 }
 
-std::uint32_t PositionOf(const pugi::xml_node& element) noexcept {
-    // the parser's offset is that of the name, behind the bracket
-    const std::ptrdiff_t offset = element.offset_debug();
-    return offset > 0 ? static_cast<std::uint32_t>(offset - 1) : 0;
+std::string Quoted(NodeKind kind, std::string_view name) {
+    return std::string(NodeKindName(kind)) + " '" + std::string(name) + "'";
+}
+
+} // namespace
+
+std::string_view LocalName(std::string_view name) noexcept {
+    const std::size_t colon = name.find(':');
+    return colon == std::string_view::npos ? name : name.substr(colon + 1);
 }
 
 NodeReader::NodeReader(ModelBuilder& builder, const SourceText& source, const LoadOptions& options)
@@ -134,7 +77,7 @@ void NodeReader::Read(const pugi::xml_node& element, NodeKind kind) {
     switch (kind) {
     case NodeKind::Unknown:
     case NodeKind::StructEntry:
-        ReadIgnored(element, "the file");
+        Ignore("element", LocalName(element.name()), "the file", "is not known", m_source.TagPosition(element.name()));
         break;
     case NodeKind::Group:
         break;
@@ -142,147 +85,161 @@ void NodeReader::Read(const pugi::xml_node& element, NodeKind kind) {
         ReadStructure(element);
         break;
     default:
-        if (IsUnserved(kind)) {
-            LogLoadInfo(m_source.Describe(PositionOf(element)) + ": nodes of kind '" + std::string(NodeKindName(kind)) +
-                        "' are not served and stay not implemented.");
-        }
         m_outer.kind = kind;
         m_outer.name = NameAttribute(element, kind);
         ReadNode(element, m_outer);
-        CheckRequired(m_outer, Seen());
+        CheckRequired(m_outer, {});
         m_builder.Finish(m_outer.draft);
         break;
     }
 }
 
 void NodeReader::ReadNode(const pugi::xml_node& element, Node& node) {
-    node.position = PositionOf(element);
+    node.position = m_source.TagPosition(element.name());
+    if (IsUnserved(node.kind)) {
+        LogLoadInfo(m_source.Describe(node.position) + ": nodes of kind '" + std::string(NodeKindName(node.kind)) +
+                    "' are not served and stay not implemented.");
+    }
     node.draft.node = m_builder.AddNode(node.kind, node.name);
     if (node.draft.node == NoNode) {
         FailNode(node.name, node.position, "a node of this name stands in the file already");
     }
     node.draft.properties.clear();
     node.draft.positions.clear();
-    node.seen.reset();
+    node.seen = {};
     if (!node.entryName.empty()) {
         AddProperty(node, PropertyKind::Name, node.entryName, node.position);
     }
-    AddAttributes(element, node);
-    for (const pugi::xml_node& child : element.children()) {
-        ReadChild(child, node);
+    ReadAttributes(element, node);
+    ReadChildren(element, node);
+}
+
+void NodeReader::ReadChildren(const pugi::xml_node& element, Node& node) {
+    for (pugi::xml_node child = element.first_child(); child; child = child.next_sibling()) {
+        if (child.type() == pugi::node_element) {
+            ReadElement(child, node);
+        }
     }
 }
 
 void NodeReader::ReadStructure(const pugi::xml_node& element) {
     Node& structure = m_outer;
     structure.kind = NodeKind::StructReg;
-    structure.name = std::string("StructReg ") + element.attribute("Comment").value();
-    structure.position = PositionOf(element);
+    structure.name = element.attribute("Comment").value();
+    structure.position = m_source.TagPosition(element.name());
     structure.draft = {};
-    structure.seen.reset();
+    structure.seen = {};
     structure.entries.clear();
-    for (const pugi::xml_node& child : element.children()) {
-        if (LocalName(child) != "StructEntry") {
-            ReadChild(child, structure);
-        }
-    }
-    for (const pugi::xml_node& child : element.children()) {
-        if (LocalName(child) == "StructEntry") {
-            const std::string name = NameAttribute(child, NodeKind::StructEntry);
+    ReadChildren(element, structure);
+    for (pugi::xml_node child = element.first_child(); child; child = child.next_sibling()) {
+        if (LocalName(child.name()) == "StructEntry") {
+            const std::string_view name = NameAttribute(child, NodeKind::StructEntry);
             structure.entries.push_back(ReadInner(child, NodeKind::StructEntry, name, structure.seen));
         }
     }
     m_builder.ShareProperties(structure.draft, structure.entries);
 }
 
-NodeIndex NodeReader::ReadInner(const pugi::xml_node& element, NodeKind kind, const std::string& name,
-                                const Seen& shared) {
+NodeIndex NodeReader::ReadInner(const pugi::xml_node& element, NodeKind kind, std::string_view name,
+                                const PropertySet& shared) {
     m_inner.kind = kind;
     m_inner.name = name;
     ReadNode(element, m_inner);
     CheckRequired(m_inner, shared);
     m_builder.Finish(m_inner.draft);
-    m_inner.entryName.clear();
+    m_inner.entryName = {};
     return m_inner.draft.node;
 }
 
-void NodeReader::ReadChild(const pugi::xml_node& child, Node& node) {
-    if (child.type() != pugi::node_element) {
-        return;
-    }
-    const PropertyKind property = FindPropertyKind(LocalName(child));
-    if (property == PropertyKind::Extension || ReadNestedNode(child, node, property)) {
-        return;
-    }
-    if (property == PropertyKind::Unknown || IsAttribute(property) || IsItemAttribute(property)) {
-        ReadIgnored(child, std::string(NodeKindName(node.kind)) + " '" + node.name + "'");
-        return;
-    }
-    if (m_options.suppressStrings && IsSuppressible(property)) {
-        return;
-    }
-    std::string joined;
-    AddProperty(node, property, TextOf(child, joined), PositionOf(child));
-    AddPropertyAttributes(child, node, property);
-}
-
-bool NodeReader::ReadNestedNode(const pugi::xml_node& child, Node& node, PropertyKind property) {
-    if (&node == &m_inner) {
-        return false;
-    }
-    NodeKind kind = NodeKind::Unknown;
-    std::string name;
-    if (property == PropertyKind::EnumEntry && node.kind == NodeKind::Enumeration) {
-        kind = NodeKind::EnumEntry;
-        m_inner.entryName = NameAttribute(child, kind);
-        name = "EnumEntry_" + node.name + "_" + m_inner.entryName;
-    } else if (property == PropertyKind::IntSwissKnife &&
-               (IsRegisterKind(node.kind) || node.kind == NodeKind::StructReg || node.kind == NodeKind::ConfRom)) {
-        kind = NodeKind::IntSwissKnife;
-        name = child.attribute("Name") ? NameAttribute(child, kind) : "_IntSwissKnife_" + std::to_string(++m_anonymous);
-    } else if (node.kind == NodeKind::ConfRom && (LocalName(child) == "TextDesc" || LocalName(child) == "IntKey")) {
-        kind = FindNodeKind(LocalName(child));
-        ReadInner(child, kind, NameAttribute(child, kind), Seen());
-        return true;
-    } else {
-        return false;
-    }
-    const NodeIndex inner = ReadInner(child, kind, name, Seen());
-    Append(node, {property, Form::Node, inner}, PositionOf(child));
-    return true;
-}
-
-void NodeReader::ReadIgnored(const pugi::xml_node& element, std::string_view where) {
-    const std::string name(LocalName(element).substr(0, 64));
-    if (m_told.size() < maxToldElements && m_told.insert(name).second) {
-        LogLoadWarning(m_source.Describe(PositionOf(element)) + ": element '" + name + "' of " + std::string(where) +
-                       " is not known and ignored, here and wherever else it stands.");
+void NodeReader::ReadElement(const pugi::xml_node& element, Node& node) {
+    const std::string_view written = element.name();
+    const std::uint32_t position = m_source.TagPosition(written.data());
+    const PropertyKind property = FindPropertyKind(LocalName(written));
+    if (!AllowedElements(node.kind).Has(property) || (node.seen.Has(property) && !MayRepeat(property))) {
+        ReadOther(element, node, property, position);
+    } else if (property == PropertyKind::EnumEntry) {
+        ReadEntry(element, node, position);
+    } else if (property == PropertyKind::IntSwissKnife) {
+        ReadFormula(element, node, position);
+    } else if (property != PropertyKind::Extension && !(m_options.suppressStrings && IsSuppressible(property))) {
+        ReadProperty(element, node, property, position);
     }
 }
 
-void NodeReader::AddAttributes(const pugi::xml_node& element, Node& node) {
-    for (const pugi::xml_attribute& attribute : element.attributes()) {
+void NodeReader::ReadProperty(const pugi::xml_node& element, Node& node, PropertyKind property,
+                              std::uint32_t position) {
+    AddProperty(node, property, TextOf(element), position);
+    ReadPropertyAttributes(element, node, property, position);
+}
+
+void NodeReader::ReadEntry(const pugi::xml_node& element, Node& node, std::uint32_t position) {
+    m_inner.entryName = NameAttribute(element, NodeKind::EnumEntry);
+    m_composedName.assign("EnumEntry_").append(node.name).append("_").append(m_inner.entryName);
+    const NodeIndex entry = ReadInner(element, NodeKind::EnumEntry, m_composedName, {});
+    Append(node, {PropertyKind::EnumEntry, Form::Node, entry}, position);
+}
+
+void NodeReader::ReadFormula(const pugi::xml_node& element, Node& node, std::uint32_t position) {
+    constexpr NodeKind kind = NodeKind::IntSwissKnife;
+    m_composedName = element.attribute("Name") ? std::string(NameAttribute(element, kind))
+                                               : "_IntSwissKnife_" + std::to_string(++m_anonymous);
+    const NodeIndex formula = ReadInner(element, kind, m_composedName, {});
+    Append(node, {PropertyKind::IntSwissKnife, Form::Node, formula}, position);
+}
+
+/// A key of a configuration ROM, written inside it: a node of its own.
+void NodeReader::ReadKey(const pugi::xml_node& element, NodeKind kind, const Node& rom) {
+    m_inner.kind = kind;
+    m_inner.name = NameAttribute(element, kind);
+    ReadNode(element, m_inner);
+    AddProperty(m_inner, PropertyKind::p1212Parser, rom.name, m_inner.position);
+    AddProperty(m_inner, PropertyKind::Key, TextOf(element), m_inner.position);
+    m_builder.Finish(m_inner.draft);
+}
+
+void NodeReader::ReadAttributes(const pugi::xml_node& element, Node& node) {
+    for (pugi::xml_attribute attribute = element.first_attribute(); attribute; attribute = attribute.next_attribute()) {
         const PropertyKind kind = FindPropertyKind(attribute.name());
-        if (IsAttribute(kind)) {
+        if (IsAttribute(kind) && !node.seen.Has(kind)) {
             AddProperty(node, kind, attribute.value(), node.position);
+        } else if (kind != PropertyKind::Name) {
+            IgnoreAttribute(attribute.name(), node, node.position);
         }
     }
 }
 
-void NodeReader::AddPropertyAttributes(const pugi::xml_node& element, Node& node, PropertyKind owner) {
-    for (const pugi::xml_attribute& attribute : element.attributes()) {
+void NodeReader::ReadPropertyAttributes(const pugi::xml_node& element, Node& node, PropertyKind owner,
+                                        std::uint32_t position) {
+    PropertySet seen;
+    for (pugi::xml_attribute attribute = element.first_attribute(); attribute; attribute = attribute.next_attribute()) {
         const PropertyKind kind = FindPropertyKind(attribute.name());
-        const bool belongs = kind == PropertyKind::Name
-                                 ? owner == PropertyKind::pVariable || owner == PropertyKind::Constant ||
-                                       owner == PropertyKind::Expression
-                             : kind == PropertyKind::Offset || kind == PropertyKind::pOffset
-                                 ? owner == PropertyKind::pIndex
-                                 : kind == PropertyKind::Index &&
-                                       (owner == PropertyKind::ValueIndexed || owner == PropertyKind::pValueIndexed);
-        if (belongs) {
-            AddProperty(node, kind, attribute.value(), PositionOf(element));
+        if (MayStandAt(kind, owner) && !seen.Has(kind)) {
+            seen.Add(kind);
+            AddProperty(node, kind, attribute.value(), position);
+        } else {
+            IgnoreAttribute(attribute.name(), node, position);
         }
     }
+    for (const PropertyKind needed : {PropertyKind::Name, PropertyKind::Index}) {
+        if (MayStandAt(needed, owner) && !seen.Has(needed)) {
+            FailProperty(node, owner, position, "attribute '" + std::string(TraitsOf(needed).name) + "' is missing");
+        }
+    }
+}
+
+/// The text inside an element: usually embedded in it by the parser; split by comments and CDATA it is joined.
+std::string_view NodeReader::TextOf(const pugi::xml_node& element) {
+    pugi::xml_node part = element.first_child();
+    if (!part) {
+        return element.value();
+    }
+    m_joinedText = element.value();
+    for (; part; part = part.next_sibling()) {
+        if (part.type() == pugi::node_pcdata || part.type() == pugi::node_cdata) {
+            m_joinedText += part.value();
+        }
+    }
+    return m_joinedText;
 }
 
 void NodeReader::AddProperty(Node& node, PropertyKind kind, std::string_view text, std::uint32_t position) {
@@ -292,7 +249,7 @@ void NodeReader::AddProperty(Node& node, PropertyKind kind, std::string_view tex
 void NodeReader::Append(Node& node, const Property& property, std::uint32_t position) {
     node.draft.properties.push_back(property);
     node.draft.positions.push_back(position);
-    node.seen.set(static_cast<std::size_t>(property.kind));
+    node.seen.Add(property.kind);
 }
 
 Property NodeReader::ParseProperty(const Node& node, PropertyKind kind, std::string_view text, std::uint32_t position) {
@@ -325,48 +282,78 @@ Property NodeReader::ParseProperty(const Node& node, PropertyKind kind, std::str
         }
         break;
     }
-    FailValue(node, kind, position, trimmed);
+    FailProperty(node, kind, position, "'" + std::string(trimmed.substr(0, 64)) + "' is not a valid value");
 }
 
-void NodeReader::CheckRequired(const Node& node, const Seen& shared) const {
-    for (const Requirement& requirement : RequirementsOf(node.kind)) {
-        bool found = false;
-        std::string names;
-        for (const PropertyKind kind : requirement.anyOf) {
-            const auto bit = static_cast<std::size_t>(kind);
-            found = found || node.seen.test(bit) || shared.test(bit);
-            names += (names.empty() ? "'" : " or '") + std::string(TraitsOf(kind).name) + "'";
-        }
-        if (!found) {
-            FailNode(node.name, node.position, "property " + names + " is missing");
+void NodeReader::CheckRequired(const Node& node, const PropertySet& shared) const {
+    const PropertySet found = node.seen | shared;
+    for (const PropertySet& needed : Requirements(node.kind)) {
+        if (!found.Meets(needed)) {
+            FailNode(node.name, node.position, "property " + Alternatives(needed) + " is missing");
         }
     }
 }
 
-std::string NodeReader::NameAttribute(const pugi::xml_node& element, NodeKind kind) const {
+void NodeReader::Ignore(const char* what, std::string_view name, const std::string& where, const char* why,
+                        std::uint32_t position) {
+    const std::string shown(name.substr(0, 64));
+    if (m_told.size() < maxTold && m_told.insert(shown + why).second) {
+        LogLoadWarning(m_source.Describe(position) + ": " + what + " '" + shown + "' of " + where + " " + why +
+                       " and ignored, here and wherever else it stands.");
+    }
+}
+
+/// What is no property of the node, or not once more.
+void NodeReader::ReadOther(const pugi::xml_node& element, Node& node, PropertyKind property, std::uint32_t position) {
+    const std::string_view name = LocalName(element.name());
+    const NodeKind kind = FindNodeKind(name);
+    if (node.kind == NodeKind::StructReg && kind == NodeKind::StructEntry) {
+        return; // read once the structure's own properties are known
+    }
+    if (node.kind == NodeKind::ConfRom && (kind == NodeKind::TextDesc || kind == NodeKind::IntKey)) {
+        ReadKey(element, kind, node);
+        return;
+    }
+    const bool isKnown = property != PropertyKind::Unknown && !IsAttribute(property) && !IsItemAttribute(property);
+    const char* const why = !isKnown                                   ? "is not known"
+                            : AllowedElements(node.kind).Has(property) ? "stands there a second time"
+                                                                       : "may not stand there";
+    Ignore("element", name, Quoted(node.kind, node.name), why, position);
+}
+
+/// Attributes of other name spaces are none of ours.
+void NodeReader::IgnoreAttribute(std::string_view name, const Node& node, std::uint32_t position) {
+    if (name.find(':') == std::string_view::npos && name != "xmlns" && name != "Comment") {
+        Ignore("attribute", name, Quoted(node.kind, node.name), "is not known", position);
+    }
+}
+
+std::string_view NodeReader::NameAttribute(const pugi::xml_node& element, NodeKind kind) const {
     const std::string_view name = TrimSpace(element.attribute("Name").value());
     if (name.empty()) {
-        throw RUNTIME_EXCEPTION("Cannot load the camera description: %s: a node of kind '%s' has no property 'Name'.",
-                                m_source.Describe(PositionOf(element)).c_str(),
-                                std::string(NodeKindName(kind)).c_str());
+        Fail(m_source.TagPosition(element.name()),
+             "a node of kind '" + std::string(NodeKindName(kind)) + "' has no property 'Name'");
     }
     if (name.size() > maxNameBytes) {
-        FailNode(std::string(name.substr(0, 32)) + "...", PositionOf(element),
+        FailNode(std::string(name.substr(0, 32)) + "...", m_source.TagPosition(element.name()),
                  "property 'Name' has " + std::to_string(name.size()) + " characters, " + std::to_string(maxNameBytes) +
                      " are allowed");
     }
-    return std::string(name);
+    return name;
 }
 
-void NodeReader::FailValue(const Node& node, PropertyKind kind, std::uint32_t position, std::string_view text) const {
-    throw RUNTIME_EXCEPTION("Cannot load the camera description: " + m_source.Describe(position) + ", node '" +
-                            node.name + "', property '" + std::string(TraitsOf(kind).name) + "': '" +
-                            std::string(text.substr(0, 64)) + "' is not a valid value.");
+void NodeReader::FailProperty(const Node& node, PropertyKind kind, std::uint32_t position,
+                              const std::string& what) const {
+    Fail(position,
+         "node '" + std::string(node.name) + "', property '" + std::string(TraitsOf(kind).name) + "': " + what);
 }
 
-void NodeReader::FailNode(const std::string& name, std::uint32_t position, const std::string& what) const {
-    throw RUNTIME_EXCEPTION("Cannot load the camera description: " + m_source.Describe(position) + ", node '" + name +
-                            "': " + what + ".");
+void NodeReader::FailNode(std::string_view name, std::uint32_t position, const std::string& what) const {
+    Fail(position, "node '" + std::string(name) + "': " + what);
+}
+
+void NodeReader::Fail(std::uint32_t position, const std::string& what) const {
+    throw RUNTIME_EXCEPTION("Cannot load the camera description: " + m_source.Describe(position) + ", " + what + ".");
 }
 
 } // namespace GenApi

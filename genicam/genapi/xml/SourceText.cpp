@@ -3,7 +3,7 @@
 #include <Base/GCException.h>
 
 #include <algorithm>
-#include <cstring>
+#include <functional>
 
 namespace GenApi {
 
@@ -90,61 +90,82 @@ bool IsRootName(std::string_view name) {
     return name.substr(colon == std::string_view::npos ? 0 : colon + 1) == "RegisterDescription";
 }
 
-/// Memory of a device is often longer than the text in it: zeros follow, what erased memory reads as, or the rest of
-/// what stood there before.
-void CutPadding(std::string& text) {
-    text.resize(std::min(text.find('\0'), text.size()));
+/// Where the root element ends, outside of comments and character data; the text's size if it does not.
+std::size_t EndOfRoot(std::string_view text) {
     std::size_t end = 0;
-    for (std::size_t at = 0; (at = text.find('<', at)) != std::string::npos; at = end) {
-        const std::string_view rest = std::string_view(text).substr(at);
+    for (std::size_t at = 0; (at = text.find('<', at)) != std::string_view::npos; at = end) {
+        const std::string_view rest = text.substr(at);
         const bool isEndTag = rest.starts_with("</");
         const std::string_view closing = rest.starts_with("<!--")        ? "-->"
                                          : rest.starts_with("<![CDATA[") ? "]]>"
                                                                          : std::string_view(">");
         end = text.find(closing, at);
-        if (end == std::string::npos) {
-            return;
+        if (end == std::string_view::npos) {
+            break;
         }
         end += closing.size();
         if (isEndTag && IsRootName(rest.substr(2, end - at - 3))) {
-            text.resize(end);
-            return;
+            return end;
         }
+    }
+    return text.size();
+}
+
+/// What stands before the zeros that fill a device's memory.
+std::string PlainText(std::string_view bytes) {
+    std::string text = ToUtf8(bytes);
+    text.resize(std::min(text.find('\0'), text.size()));
+    return text;
+}
+
+void CheckSize(std::size_t bytes) {
+    if (bytes > maxSourceBytes) {
+        throw RUNTIME_EXCEPTION("Cannot load the camera description: it has %zu bytes, %zu are allowed.", bytes,
+                                maxSourceBytes);
     }
 }
 
 } // namespace
 
-SourceText::SourceText(std::string_view bytes) {
-    if (bytes.size() > maxSourceBytes) {
-        throw RUNTIME_EXCEPTION("Cannot load the camera description: it has %zu bytes, %zu are allowed.", bytes.size(),
-                                maxSourceBytes);
+SourceText::SourceText(std::string_view bytes) : m_bytes(bytes) {
+    CheckSize(bytes.size());
+    m_text = PlainText(bytes);
+    CheckSize(m_text.size());
+    if (m_text.size() <= maxTags) {
+        return; // a tag has a character at least
     }
-    m_text = ToUtf8(bytes);
-    CutPadding(m_text);
     const auto tags = static_cast<std::size_t>(std::count(m_text.begin(), m_text.end(), '<'));
     if (tags > maxTags) {
         throw RUNTIME_EXCEPTION("Cannot load the camera description: it has %zu tags, %zu are allowed.", tags, maxTags);
     }
-    NoteLines();
 }
 
-void SourceText::NoteLines() {
-    m_lines.push_back(0);
-    const char* begin = m_text.data();
-    const char* end = begin + m_text.size();
-    for (const char* at = begin; at < end; ++at) {
-        at = static_cast<const char*>(std::memchr(at, '\n', static_cast<std::size_t>(end - at)));
-        if (at == nullptr) {
-            break;
+void SourceText::CutAfterRoot() {
+    m_text = PlainText(m_bytes);
+    m_text.resize(EndOfRoot(m_text));
+}
+
+std::uint32_t SourceText::TagPosition(const char* name) const noexcept {
+    const std::less<const char*> before; // the parser's empty names are elsewhere
+    const bool isInside = before(m_text.data(), name) && before(name, m_text.data() + m_text.size());
+    return isInside ? static_cast<std::uint32_t>(name - m_text.data() - 1) : 0;
+}
+
+const std::vector<std::uint32_t>& SourceText::Lines() const {
+    if (m_lines.empty()) {
+        const std::string text = PlainText(m_bytes); // the parser has overwritten ours
+        m_lines.push_back(0);
+        for (std::size_t at = 0; (at = text.find('\n', at)) != std::string::npos;) {
+            m_lines.push_back(static_cast<std::uint32_t>(++at));
         }
-        m_lines.push_back(static_cast<std::uint32_t>(at - begin + 1));
     }
+    return m_lines;
 }
 
 std::string SourceText::Describe(std::uint32_t position) const {
-    const auto next = std::upper_bound(m_lines.begin(), m_lines.end(), position);
-    const auto line = next - m_lines.begin();
+    const std::vector<std::uint32_t>& lines = Lines();
+    const auto next = std::upper_bound(lines.begin(), lines.end(), position);
+    const auto line = next - lines.begin();
     return "line " + std::to_string(line) + ", column " + std::to_string(position - *(next - 1) + 1);
 }
 

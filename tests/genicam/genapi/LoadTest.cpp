@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -223,6 +224,23 @@ TEST_F(LoadTest, WhatIsNotKnownIsToldOnceAndIgnored) {
     EXPECT_EQ(Warnings(log, "element 'Colour'"), 1u);
     EXPECT_EQ(Warnings(log, "element 'Gadget'"), 1u);
     EXPECT_EQ(Warnings(log, "Extension"), 0u);
+}
+
+TEST_F(LoadTest, WhatMayNotStandInANodeIsToldAndIgnored) {
+    const Fakes::LogRecorder log("GenApi");
+    Load(Node("Integer", "I", "<Value>1</Value><Value>2</Value><Length>x</Length><pPort>Gone</pPort><Value>3</Value>") +
+         "<Boolean Name=\"B\" Colour=\"red\" xml:lang=\"en\"><Value>1</Value><pSelected Weight=\"1\">I</pSelected>"
+         "<Extension Any=\"1\"/><Min>0</Min></Boolean>");
+    EXPECT_EQ(Int("I").GetValue(), 1);
+    for (const char* told : {"'Length' of Integer 'I' may not", "'pPort' of Integer 'I' may not",
+                             "'Value' of Integer 'I' stands there a second time", "attribute 'Colour' of Boolean 'B'",
+                             "attribute 'Weight' of Boolean 'B'", "'Min' of Boolean 'B' may not"})
+        EXPECT_EQ(Warnings(log, told), 1u) << told;
+    EXPECT_EQ(Warnings(log, ""), 6u);
+    for (const char* element : {"<pVariable>I</pVariable>", "<Constant>1</Constant>", "<Expression>1</Expression>"})
+        EXPECT_THAT(FailureOf(Description(Node("SwissKnife", "S", element + std::string("<Formula>1</Formula>")))),
+                    HasSubstr("node 'S', property '" + std::string(element, 1, std::strcspn(element, ">") - 1) +
+                              "': attribute 'Name' is missing"));
 }
 
 TEST_F(LoadTest, ReferencesForShowAreDroppedWithAWarningIfTheyLeadNowhere) {
