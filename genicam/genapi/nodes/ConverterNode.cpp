@@ -41,13 +41,11 @@ void ConverterOf<Base, T>::CompileFormulas() {
 
 template <typename Base, typename T>
 EAccessMode ConverterOf<Base, T>::OwnMode() {
+    EAccessMode mode = m_target->Mode();
     for (auto* program : {&m_from, &m_to}) {
-        const EAccessMode variables = m_formula.Mode(*program);
-        if (!IsReadable(variables)) {
-            return variables;
-        }
+        mode = IsReadable(m_formula.Mode(*program)) ? mode : Combine(mode, NA);
     }
-    return m_target->Mode();
+    return mode;
 }
 
 template <typename Base, typename T>
@@ -60,29 +58,33 @@ void ConverterOf<Base, T>::Store(T value, bool verify) {
     NumberOf<T>::Write(*m_target, m_formula.Evaluate(m_to, value, ReadMode()), verify);
 }
 
-/// A limit that the target does not have, the converter has not either. Where the formula has no result, such as 1/TO
-/// at 0, there is no limit.
+/// A limit that the target does not have, the converter has not either; then a point some way off tells whether the
+/// formula falls. Where it has no result, such as 1/TO at 0, there is no limit.
 template <typename Base, typename T>
 T ConverterOf<Base, T>::Limit(bool wantsMin) {
     constexpr T lowest = std::numeric_limits<T>::lowest();
     constexpr T highest = std::numeric_limits<T>::max();
+    constexpr T wayOff = 65536;
     const T none = wantsMin ? lowest : highest;
-    if (m_slope == Varying) {
-        return none;
-    }
     const T low = NumberOf<T>::Min(*m_target);
     const T high = NumberOf<T>::Max(*m_target);
     const bool hasLow = low != lowest;
     const bool hasHigh = high != highest;
-    if (m_slope == Automatic && hasLow && hasHigh) {
-        const auto one = m_formula.TryEvaluate(m_from, low, ReadMode());
-        const auto other = m_formula.TryEvaluate(m_from, high, ReadMode());
-        if (one && other) {
-            return wantsMin ? std::min(*one, *other) : std::max(*one, *other);
-        }
+    if (m_slope == Varying || (!hasLow && !hasHigh)) {
         return none;
     }
-    const bool takesLow = wantsMin != (m_slope == Decreasing);
+    bool falls = m_slope == Decreasing;
+    if (m_slope == Automatic) {
+        const T first = hasLow ? low : std::max(lowest + wayOff, high) - wayOff;
+        const T last = hasHigh ? high : std::min(highest - wayOff, low) + wayOff;
+        const auto one = m_formula.TryEvaluate(m_from, first, ReadMode());
+        const auto other = m_formula.TryEvaluate(m_from, last, ReadMode());
+        if (!one || !other) {
+            return none;
+        }
+        falls = *other < *one;
+    }
+    const bool takesLow = wantsMin != falls;
     if (takesLow ? !hasLow : !hasHigh) {
         return none;
     }

@@ -21,14 +21,14 @@ protected:
     bool IsOwnModeCacheable() override { return m_target->IsModeCacheable() && m_formula.IsModeCacheable(); }
     /// The written value may read back a little different, so it is not kept.
     ECachingMode ComputeCaching() override {
-        return Combine(WriteAround, Combine(m_target->Caching(), m_formula.Caching()));
+        return Combine(WriteAround, Combine(m_target->Caching(), m_formula.Caching(m_from)));
     }
     T Evaluate(ReadMode mode) override;
     void Store(T value, bool verify) override;
     T NaturalMin() override { return Limit(true); }
     T NaturalMax() override { return Limit(false); }
     bool NaturalInc(T& inc) override;
-    bool ComputeLimitsCacheable() override { return m_target->AreLimitsKept() && m_formula.Caching() != NoCache; }
+    bool ComputeLimitsCacheable() override { return m_target->AreLimitsKept() && m_formula.Caching(m_from) != NoCache; }
     NodeBase* Origin() override { return m_target; }
 
 private:

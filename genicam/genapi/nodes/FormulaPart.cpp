@@ -223,13 +223,31 @@ bool FormulaPart<T>::IsModeCacheable() {
 }
 
 template <typename T>
-ECachingMode FormulaPart<T>::Caching() {
+ECachingMode FormulaPart<T>::CachingOf(const Slot& slot) {
+    switch (slot.part) {
+    case EVariablePart::Value:
+        return slot.node->Caching();
+    case EVariablePart::Min:
+    case EVariablePart::Max:
+    case EVariablePart::Inc:
+        return slot.node->AreLimitsKept() ? WriteThrough : NoCache;
+    case EVariablePart::AccessMode:
+        return slot.node->IsModeCacheable() ? WriteThrough : NoCache;
+    default:
+        return WriteThrough; // what changes only with a word to those who depend on it
+    }
+}
+
+template <typename T>
+ECachingMode FormulaPart<T>::Caching(Program& program) {
+    try {
+        Compile(program);
+    } catch (const GenICam::PropertyException&) {
+        return NoCache;
+    }
     ECachingMode caching = WriteThrough;
-    for (const Name& name : m_names) {
-        if (name.kind == EFormulaName::Variable) {
-            caching = Combine(caching, name.node->Caching());
-            caching = name.node->IsModeCacheable() ? caching : NoCache; // formulas may use the mode
-        }
+    for (const std::uint32_t slot : program.formula->GetUsedSlots()) {
+        caching = slot == 0 ? caching : Combine(caching, CachingOf(m_slots[slot]));
     }
     return caching;
 }

@@ -36,7 +36,8 @@ public:
 
     EAccessMode Mode(Program& program); ///< RO if all variables that the formula reads can be read, else NI or NA
     bool IsModeCacheable();
-    ECachingMode Caching(); ///< of all variables
+    /// Of what the formula reads; NoCache if it is broken.
+    ECachingMode Caching(Program& program);
 
 private:
     struct Name {
@@ -53,6 +54,7 @@ private:
     class Scope;
 
     T ReadSlot(const Slot& slot, ReadMode mode);
+    ECachingMode CachingOf(const Slot& slot);
     template <typename OnFailure>
     T Run(Program& program, T input, ReadMode mode, OnFailure&& onFailure);
     const Name* Find(std::string_view name) const noexcept;

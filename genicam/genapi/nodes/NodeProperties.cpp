@@ -262,8 +262,10 @@ void NodeBase::ImposeAccessMode(EAccessMode ImposedAccessMode) {
 }
 
 void NodeBase::ImposeVisibility(EVisibility ImposedVisibility) {
-    const GenICam::AutoLock lock(m_core.Lock());
-    m_imposedVisibility = static_cast<std::uint8_t>(ImposedVisibility);
+    m_core.Change(*this, "ImposeVisibility", [&] {
+        m_imposedVisibility = static_cast<std::uint8_t>(ImposedVisibility);
+        m_core.Invalidate(*this); // formulas may ask for it
+    });
 }
 
 INode* NodeBase::GetAlias() const {

@@ -18,7 +18,7 @@ protected:
     void BindProperty(const Property& property) override;
     EAccessMode OwnMode() override { return m_formula.Mode(m_program); }
     bool IsOwnModeCacheable() override { return m_formula.IsModeCacheable(); }
-    ECachingMode ComputeCaching() override { return m_formula.Caching(); }
+    ECachingMode ComputeCaching() override { return m_formula.Caching(m_program); }
     T Evaluate(ReadMode mode) override { return m_formula.Evaluate(m_program, T(), mode); }
     void Store(T value, bool verify) override;
 

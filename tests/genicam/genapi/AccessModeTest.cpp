@@ -204,6 +204,9 @@ TEST_F(AccessModeTest, AFormulaNeedsTheVariablesThatItReads) {
         Node("Converter", "C",
              "<pVariable Name=\"X\">V</pVariable><FormulaTo>FROM</FormulaTo>"
              "<FormulaFrom>TO * X</FormulaFrom><pValue>There</pValue>") +
+        Value("Missing", 0, "<pIsImplemented>Zero</pIsImplemented>") + Value("Zero") +
+        Above("Converter", "OverMissing", "Missing",
+              "<pVariable Name=\"X\">V</pVariable><FormulaTo>FROM</FormulaTo><FormulaFrom>TO*X</FormulaFrom>") +
         Node("IntSwissKnife", "Broken", "<Formula>1 +</Formula>"));
     EXPECT_EQ(Mode("Reads"), RO);
     EXPECT_EQ(Mode("C"), RW);
@@ -211,6 +214,7 @@ TEST_F(AccessModeTest, AFormulaNeedsTheVariablesThatItReads) {
     Int("There").SetValue(0);
     EXPECT_EQ(Mode("Reads"), NA);
     EXPECT_EQ(Mode("C"), NA);
+    EXPECT_EQ(Mode("OverMissing"), NI) << "what its value is not, it cannot be";
     EXPECT_EQ(Mode("Asks"), RO);
     EXPECT_EQ(Int("Asks").GetValue(), NA);
     EXPECT_EQ(Int("AsksToo").GetValue(), NA);

@@ -148,6 +148,21 @@ TEST_F(InvalidationTest, WhatADeviceRoundsIsReadBack) {
     EXPECT_EQ(Float("F").GetValue(), 2.0);
 }
 
+TEST_F(InvalidationTest, AFormulaIsKeptAsLongAsWhatItAsksOfItsNodes) {
+    Load(Register("Live", 0, "<Cachable>NoCache</Cachable>") + Value("Limited", 1, "<pMax>Live</pMax>") +
+         Value("Gated", 1, "<pIsAvailable>Live</pIsAvailable>") + Value("Shown", 1, "<Visibility>Expert</Visibility>") +
+         Node("IntSwissKnife", "K", "<pVariable Name=\"X\">Limited</pVariable><Formula>X.Max</Formula>") +
+         Node("IntSwissKnife", "M", "<pVariable Name=\"X\">Gated</pVariable><Formula>X.AccessMode</Formula>") +
+         Node("IntSwissKnife", "V", "<pVariable Name=\"X\">Shown</pVariable><Formula>X.Visibility</Formula>") +
+         Node("IntSwissKnife", "Plain", "<pVariable Name=\"X\">Limited</pVariable><Formula>X</Formula>"));
+    EXPECT_EQ(Int("K").GetValue() * 100 + Int("M").GetValue() * 10 + Int("V").GetValue(), NA * 10 + Expert);
+    Port.Memory[0] = 9;
+    Map->GetNode("Shown")->ImposeVisibility(Guru);
+    EXPECT_EQ(Int("K").GetValue() * 100 + Int("M").GetValue() * 10 + Int("V").GetValue(), 900 + RW * 10 + Guru);
+    EXPECT_EQ(Map->GetNode("K")->GetCachingMode(), NoCache);
+    EXPECT_EQ(Map->GetNode("Plain")->GetCachingMode(), WriteThrough) << "the value stands, whatever its limits do";
+}
+
 TEST_F(InvalidationTest, NodesOverOneRegisterAgree) {
     Load(Node("MaskedIntReg", "Low", Place(0, 4, "<LSB>0</LSB><MSB>7</MSB>")) +
          Node("MaskedIntReg", "High", Place(0, 4, "<LSB>8</LSB><MSB>15</MSB>")) + Register("Whole", 0) +

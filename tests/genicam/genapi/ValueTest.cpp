@@ -253,6 +253,9 @@ TEST_F(ValueTest, ConvertersConvertValuesAndLimits) {
          converter("Up", "Increasing", "FROM * 10", "TO / 10", "<IsLinear>Yes</IsLinear>") +
          converter("Down", "Decreasing", "1000 / FROM", "1000 / TO") +
          converter("Any", "Automatic", "100 - FROM", "100 - TO") + converter("Bent", "Varying", "FROM", "TO") +
+         Value("HalfOpen", 100, "<Min>100</Min>") +
+         Node("Converter", "Falling",
+              "<FormulaTo>1000/FROM</FormulaTo><FormulaFrom>1000/TO</FormulaFrom><pValue>HalfOpen</pValue>") +
          Node("Converter", "Open1",
               "<FormulaTo>1/FROM</FormulaTo><FormulaFrom>1/TO</FormulaFrom><pValue>Open</pValue>") +
          Node("IntConverter", "Int",
@@ -269,6 +272,8 @@ TEST_F(ValueTest, ConvertersConvertValuesAndLimits) {
     EXPECT_EQ(Float("Any").GetMax(), 90.0);
     EXPECT_EQ(Float("Bent").GetMax(), DBL_MAX);
     EXPECT_EQ(Float("Open1").GetMin(), -DBL_MAX) << "no limit below, none here";
+    EXPECT_EQ(Float("Falling").GetMax(), 10.0) << "the lower end is the upper one here";
+    EXPECT_EQ(Float("Falling").GetMin(), -DBL_MAX);
     Float("Down").SetValue(50);
     EXPECT_EQ(Int("Raw").GetValue(), 20);
     EXPECT_THROW(Float("Down").SetValue(4.9), GenICam::OutOfRangeException);
