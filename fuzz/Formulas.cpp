@@ -1,10 +1,9 @@
-// Formulas: a line is the formula, each further one a constant or an expression that it may use; both machines.
+// Formulas, compiled and evaluated by both machines.
 
 #include "Fuzz.h"
 
 #include <algorithm>
 #include <limits>
-#include <vector>
 
 #include "genicam/genapi/formula/Formula.h"
 
@@ -12,29 +11,24 @@ namespace {
 
 using namespace GenApi;
 
-/// "A" to "D" are variables, "K0", "K1"… the further lines as constants, "E0", "E1"… the same as expressions.
+/// "A" to "D" are variables, "K" is the second line as a constant, "E" the third as an expression.
 class Scope final : public IFormulaScope {
 public:
     explicit Scope(std::string_view text) {
-        for (std::size_t end = 0; end != std::string_view::npos; text.remove_prefix(end + 1)) {
-            end = text.find('\n');
-            lines.push_back(text.substr(0, end));
-            if (end == std::string_view::npos)
-                break;
+        for (std::string_view& line : lines) {
+            line = text.substr(0, text.find('\n'));
+            text.remove_prefix(std::min(line.size() + 1, text.size()));
         }
     }
     CFormulaName FindName(std::string_view name) override {
-        const CVariableName variable = SplitVariableName(name);
-        if (variable.Base.size() == 1 && variable.Base[0] >= 'A' && variable.Base[0] <= 'D')
-            return {EFormulaName::Variable, static_cast<std::uint32_t>(variable.Base[0] - 'A'), {}};
-        if (name.size() != 2 || name[1] < '0' || static_cast<std::size_t>(name[1] - '0') + 1 >= lines.size())
-            return {};
-        const std::string_view line = lines[static_cast<std::size_t>(name[1] - '0') + 1];
-        return name[0] == 'K'   ? CFormulaName{EFormulaName::Constant, 0, line}
-               : name[0] == 'E' ? CFormulaName{EFormulaName::Expression, 0, line}
-                                : CFormulaName{};
+        const char base = SplitVariableName(name).Base[0];
+        if (base >= 'A' && base <= 'D')
+            return {EFormulaName::Variable, static_cast<std::uint32_t>(base - 'A'), {}};
+        return base == 'K'   ? CFormulaName{EFormulaName::Constant, 0, lines[1]}
+               : base == 'E' ? CFormulaName{EFormulaName::Expression, 0, lines[2]}
+                             : CFormulaName{};
     }
-    std::vector<std::string_view> lines;
+    std::string_view lines[3];
 };
 
 template <typename T>

@@ -15,15 +15,22 @@
 
 namespace Fuzz {
 
-/// The input as a row of choices; when it is used up, all are zero.
-typedef FuzzedDataProvider Choices;
+typedef FuzzedDataProvider Choices; ///< The input as a row of choices; when it is used up, all are zero.
 
-template <typename Call>
-void Try(Call&& call) {
-    try {
-        std::forward<Call>(call)();
-    } catch (const GenICam::GenericException&) {
-    }
+inline int failures = 0; ///< of calls by Try; they cost most of the time
+
+/// Makes each call, whatever becomes of those before.
+template <typename... Calls>
+void Try(Calls&&... calls) {
+    (
+        [](auto& call) {
+            try {
+                call();
+            } catch (const GenICam::GenericException&) {
+                ++failures;
+            }
+        }(calls),
+        ...);
 }
 
 /// Ends the process, and thereby makes a finding of the input, unless this holds.
@@ -39,13 +46,9 @@ struct Memory {
 };
 typedef GenApi::CTestPortStruct<Memory> Device; ///< refuses whatever is outside its bytes
 
-/// Loads a description, by content text or archive. @return null for one that is refused as it should be.
-MapPtr Load(std::string_view description);
-
-/// Asks a node for all that it can answer, and writes what it answered.
-void UseNode(GenApi::INode& node);
-
-/// Does so with each node over a device, in turn, until some time has passed.
-void UseMap(GenApi::INodeMap& map);
+MapPtr Load(std::string_view description); ///< @return null for one that is refused as it should be.
+MapPtr MakeMapOfAllKinds();                ///< of corpus/descriptions/all_kinds; all share its model
+void UseNode(GenApi::INode& node);         ///< Asks for all that it can answer, and writes what it answered.
+void UseMap(GenApi::INodeMap& map); ///< Uses each node over a device, until much has failed or some time has passed.
 
 } // namespace Fuzz
