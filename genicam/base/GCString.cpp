@@ -1,7 +1,7 @@
 #include <Base/GCString.h>
 
+#include <Base/GCAllocating.h>
 #include <Base/GCException.h>
-#include <genicam/base/Allocating.h>
 
 #include <istream>
 #include <ostream>

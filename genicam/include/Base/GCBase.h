@@ -1,6 +1,8 @@
 #pragma once
 
 /// Everything of the Base module: strings, exceptions, locks, helpers.
+#include <Base/GCAllocating.h>
+#include <Base/GCArray.h>
 #include <Base/GCException.h>
 #include <Base/GCLinkage.h>
 #include <Base/GCString.h>
