@@ -1,9 +1,17 @@
 #include <Base/GCSynch.h>
 
 #include <Base/GCException.h>
+#include <Base/GCUtilities.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <thread>
+#include <unistd.h>
 
 namespace GenICam {
 
@@ -18,6 +26,37 @@ int InitRecursive(pthread_mutex_t& mutex, int protocol) noexcept {
     const int error = pthread_mutex_init(&mutex, &attributes);
     pthread_mutexattr_destroy(&attributes);
     return error;
+}
+
+constexpr std::string_view GlobalLockPrefix = "/dev/shm/genicam-";
+
+/// The file behind a global lock; the name is coded, so that two names never share one.
+std::string GlobalLockPath(const gcstring& name) {
+    std::string path(GlobalLockPrefix);
+    const gcstring coded = UrlEncode(name);
+    for (const char byte : coded.view()) {
+        if (byte == '/')
+            path += "%2F";
+        else
+            path += byte;
+    }
+    return path;
+}
+
+/// Opens or makes the file, for reading only: that is enough to lock it, and other users' files can be read.
+int OpenGlobalLock(const std::string& path) noexcept {
+    constexpr int flags = O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK; // a planted pipe must not hold us up
+    constexpr mode_t readable = 0444;
+    for (;;) { // until nobody makes or removes it between our two attempts
+        int file = open(path.c_str(), flags);
+        if (file >= 0 || errno != ENOENT)
+            return file;
+        file = open(path.c_str(), flags | O_CREAT | O_EXCL, readable);
+        if (file >= 0)
+            fchmod(file, readable); // whatever the mask of the process is
+        if (file >= 0 || errno != EEXIST)
+            return file;
+    }
 }
 
 } // namespace
@@ -44,6 +83,42 @@ bool CLock::TryLock() noexcept {
 
 void CLock::Unlock() noexcept {
     pthread_mutex_unlock(&m_mutex);
+}
+
+// Each object opens the file itself and so has a lock of its own on it; the kernel drops it with the last descriptor.
+CGlobalLock::CGlobalLock(const gcstring& name) : m_file(name.empty() ? -1 : OpenGlobalLock(GlobalLockPath(name))) {}
+
+CGlobalLock::~CGlobalLock() {
+    Unlock();
+    if (IsValid())
+        close(m_file);
+}
+
+bool CGlobalLock::Lock(unsigned int timeoutMs) noexcept {
+    using namespace std::chrono;
+    const auto end = steady_clock::now() + milliseconds(timeoutMs);
+    for (auto pause = 1ms; !TryLock(); pause = std::min(2 * pause, 10ms)) {
+        const auto now = steady_clock::now();
+        if (!IsValid() || now >= end)
+            return false;
+        std::this_thread::sleep_for(std::min<steady_clock::duration>(pause, end - now));
+    }
+    return true;
+}
+
+bool CGlobalLock::TryLock() noexcept {
+    AutoLock lock(m_lock);
+    if (m_isHeld || flock(m_file, LOCK_EX | LOCK_NB) != 0)
+        return false;
+    m_isHeld = true;
+    return true;
+}
+
+void CGlobalLock::Unlock() noexcept {
+    AutoLock lock(m_lock);
+    if (m_isHeld)
+        flock(m_file, LOCK_UN);
+    m_isHeld = false;
 }
 
 } // namespace GenICam

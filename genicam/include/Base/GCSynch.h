@@ -1,6 +1,7 @@
 #pragma once
 
 #include <Base/GCLinkage.h>
+#include <Base/GCString.h>
 #include <Base/GCThreadAnnotations.h>
 
 #include <pthread.h>
@@ -60,6 +61,52 @@ public:
 
 private:
     mutable CLock m_lock;
+};
+
+/// A lock that all processes of the machine know by its name, for files that they share. Every object keeps out all
+/// others of that name, in the same process, too. It is a semaphore of one place: any thread may give back what another
+/// one took, and taking again what this object holds waits like everybody else.
+/// The system takes the lock away from a process that ends, however it ends; what that process guarded may then be half
+/// done. A child made by fork() that runs no other program shares its parent's hold until both are gone.
+/// Threads: any, at the same time. Who waits asks again every few milliseconds; there is no queue.
+class GENICAM_API CGlobalLock {
+public:
+    /// Opens the lock without taking it: a file in /dev/shm that stays there. Names differ in case.
+    /// @throws BadAllocException. Whether it worked says IsValid().
+    explicit CGlobalLock(const gcstring& name);
+    CGlobalLock(const CGlobalLock&) = delete;
+    CGlobalLock& operator=(const CGlobalLock&) = delete;
+    ~CGlobalLock(); ///< Gives the lock back if this object holds it.
+
+    /// False for an empty name, one longer than a file name can be, and where the system gives no such file; the lock
+    /// is then never got.
+    bool IsValid() const noexcept { return m_file >= 0; }
+    bool Lock(unsigned int timeoutMs) noexcept; ///< @return whether it was got within that time.
+    bool TryLock() noexcept;                    ///< @return whether it was free and is now held.
+    void Unlock() noexcept;                     ///< Nothing happens if this object does not hold it.
+
+private:
+    CLock m_lock;
+    int m_file;
+    bool m_isHeld GENICAM_GUARDED_BY(m_lock) = false;
+};
+
+/// Gives a global lock back at the end of the scope, or earlier.
+class CGlobalLockUnlocker {
+public:
+    explicit CGlobalLockUnlocker(CGlobalLock& lock) noexcept : m_lock(&lock) {}
+    CGlobalLockUnlocker(const CGlobalLockUnlocker&) = delete;
+    CGlobalLockUnlocker& operator=(const CGlobalLockUnlocker&) = delete;
+    ~CGlobalLockUnlocker() { UnlockEarly(); }
+
+    void UnlockEarly() noexcept {
+        if (m_lock)
+            m_lock->Unlock();
+        m_lock = nullptr;
+    }
+
+private:
+    CGlobalLock* m_lock; // null when given back
 };
 
 } // namespace GenICam

@@ -2,8 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+#include <sys/wait.h>
 #include <thread>
-#include <vector>
+#include <unistd.h>
 
 using namespace GenICam;
 
@@ -42,32 +44,38 @@ TEST(CLockTest, AutoLockUnlocksWhenAnExceptionLeavesTheScope) {
     EXPECT_TRUE(AnotherThreadGets(lock));
 }
 
-class Counter : public LockableObject<Counter> {
-public:
-    void Increment() {
-        Lock guard(*this);
-        ++m_value;
-    }
-    int Value() const {
-        Lock guard(*this);
-        return m_value;
-    }
-
-private:
-    int m_value = 0;
-};
-
 TEST(LockableObjectTest, LocksOutOtherThreads) {
-    Counter counter;
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i)
-        threads.emplace_back([&] {
-            for (int n = 0; n < 5000; ++n)
-                counter.Increment();
-        });
-    for (auto& thread : threads)
-        thread.join();
-    EXPECT_EQ(counter.Value(), 20000);
+    struct Object : LockableObject<Object> {
+    } object;
+    {
+        const Object::Lock guard(object);
+        EXPECT_FALSE(AnotherThreadGets(object.GetLock()));
+    }
+    EXPECT_TRUE(AnotherThreadGets(object.GetLock()));
+}
+
+TEST(CGlobalLockTest, KeepsOutAllOthersOfItsNameUntilItsHolderGivesItBackOrEnds) {
+    const gcstring name(("zelmo test/" + std::to_string(getpid())).c_str());
+    CGlobalLock lock(name), rival(name);
+    EXPECT_TRUE(lock.TryLock() && CGlobalLock(name + 'x').TryLock());
+    rival.Unlock(); // it holds nothing
+    EXPECT_FALSE(lock.TryLock() || rival.TryLock() || rival.Lock(20)) << "its holder is kept out, too";
+    std::thread waiting([&] { EXPECT_TRUE(rival.Lock(10000)); });
+    { const CGlobalLockUnlocker unlocker(lock); }
+    waiting.join();
+    EXPECT_FALSE(lock.TryLock());
+    rival.Unlock();
+    const pid_t child = fork();
+    if (child == 0)
+        _exit((new CGlobalLock(name))->TryLock() ? 0 : 1); // it is never given back
+    int status = -1;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0) << "another process gets it as well";
+    EXPECT_TRUE(lock.Lock(10000)) << "its holder is gone";
+    for (const auto& bad : {gcstring(), gcstring(300, 'x')})
+        EXPECT_FALSE(CGlobalLock(bad).IsValid() || CGlobalLock(bad).Lock(0));
+    for (const char* end : {"", "x"})
+        EXPECT_EQ(unlink(("/dev/shm/genicam-zelmo%20test%2F" + std::to_string(getpid()) + end).c_str()), 0);
 }
 
 } // namespace

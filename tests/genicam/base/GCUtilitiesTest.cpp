@@ -75,18 +75,11 @@ TEST(FolderSettingTest, ValueSetWinsOverTheVariableUntilItIsTakenBack) {
     EXPECT_THROW(GetGenICamCacheFolder(), RuntimeException);
     setenv("GENICAM_CACHE_V3_1", "/from/environment", 1);
     EXPECT_EQ(GetGenICamCacheFolder(), "/from/environment");
+    setenv("GENICAM_CLPROTOCOL", "/protocol", 1);
     SetGenICamCacheFolder("/set");
-    EXPECT_EQ(GetGenICamCacheFolder(), "/set");
+    EXPECT_EQ(GetGenICamCacheFolder() + GetGenICamCLProtocolFolder(), "/set/protocol");
     SetGenICamCacheFolder("");
     EXPECT_EQ(GetGenICamCacheFolder(), "/from/environment");
-}
-
-TEST(FolderSettingTest, SettingsAreApart) {
-    setenv("GENICAM_LOG_CONFIG_V3_1", "/log", 1);
-    setenv("GENICAM_CLPROTOCOL", "/protocol", 1);
-    SetGenICamLogConfig("/set");
-    EXPECT_EQ(GetGenICamLogConfig(), "/set");
-    EXPECT_EQ(GetGenICamCLProtocolFolder(), "/protocol");
 }
 
 TEST(TokenizeTest, LeavesOutEmptyPartsAndReplacesTheList) {
