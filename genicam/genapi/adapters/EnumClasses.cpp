@@ -98,6 +98,17 @@ constexpr CEnumerator<EInputDirection> enumerators<EInputDirection>[] = {
 template <>
 constexpr CEnumerator<EGenApiSchemaVersion> enumerators<EGenApiSchemaVersion>[] = {
     {v1_0, "v1_0"}, {v1_1, "v1_1"}, {_Undefined, "_Undefined"}};
+template <>
+constexpr CEnumerator<ECallbackType> enumerators<ECallbackType>[] = {{cbPostInsideLock, "cbPostInsideLock"},
+                                                                     {cbPostOutsideLock, "cbPostOutsideLock"}};
+template <>
+constexpr CEnumerator<EContentType_t> enumerators<EContentType_t>[] = {
+    {ContentType_Xml, "ContentType_Xml"}, {ContentType_ZippedXml, "ContentType_ZippedXml"}};
+template <>
+constexpr CEnumerator<ECacheUsage_t> enumerators<ECacheUsage_t>[] = {{CacheUsage_Automatic, "CacheUsage_Automatic"},
+                                                                     {CacheUsage_ForceWrite, "CacheUsage_ForceWrite"},
+                                                                     {CacheUsage_ForceRead, "CacheUsage_ForceRead"},
+                                                                     {CacheUsage_Ignore, "CacheUsage_Ignore"}};
 
 } // namespace
 
@@ -135,5 +146,8 @@ template class EnumClass<ELinkType>;
 template class EnumClass<EIncMode>;
 template class EnumClass<EInputDirection>;
 template class EnumClass<EGenApiSchemaVersion>;
+template class EnumClass<ECallbackType>;
+template class EnumClass<EContentType_t>;
+template class EnumClass<ECacheUsage_t>;
 
 } // namespace GenApi

@@ -21,7 +21,13 @@ EYesNo CPortImpl::GetSwapEndianess() {
 void CPortImpl::Replay(IPortWriteList* pPortRecorder, bool Invalidate) {
     if (!pPortRecorder)
         throw INVALID_ARGUMENT_EXCEPTION("Cannot replay a null write list");
-    pPortRecorder->Replay(this);
+    try {
+        pPortRecorder->Replay(this);
+    } catch (...) {
+        if (Invalidate)
+            InvalidateNode(); // what was written before the failure holds
+        throw;
+    }
     if (Invalidate)
         InvalidateNode();
 }

@@ -33,6 +33,9 @@ typedef EnumClass<ELinkType> ELinkTypeClass;
 typedef EnumClass<EIncMode> EIncModeClass;
 typedef EnumClass<EInputDirection> EInputDirectionClass;
 typedef EnumClass<EGenApiSchemaVersion> EGenApiSchemaVersionClass;
+typedef EnumClass<ECallbackType> ECallbackTypeClass;
+typedef EnumClass<EContentType_t> EContentTypeClass;
+typedef EnumClass<ECacheUsage_t> ECacheUsageClass;
 
 extern template class GENICAM_API EnumClass<ESign>;
 extern template class GENICAM_API EnumClass<EAccessMode>;
@@ -51,5 +54,8 @@ extern template class GENICAM_API EnumClass<ELinkType>;
 extern template class GENICAM_API EnumClass<EIncMode>;
 extern template class GENICAM_API EnumClass<EInputDirection>;
 extern template class GENICAM_API EnumClass<EGenApiSchemaVersion>;
+extern template class GENICAM_API EnumClass<ECallbackType>;
+extern template class GENICAM_API EnumClass<EContentType_t>;
+extern template class GENICAM_API EnumClass<ECacheUsage_t>;
 
 } // namespace GenApi

@@ -5,6 +5,7 @@
 #include <GenApi/Autovector.h>
 #include <GenApi/Container.h>
 #include <GenApi/EnumClasses.h>
+#include <GenApi/Filestream.h>
 #include <GenApi/IBase.h>
 #include <GenApi/IBoolean.h>
 #include <GenApi/ICategory.h>
@@ -33,6 +34,7 @@
 #include <GenApi/Pointer.h>
 #include <GenApi/PortImpl.h>
 #include <GenApi/PortWriteList.h>
+#include <GenApi/Reference.h>
 #include <GenApi/StructPort.h>
 #include <GenApi/Synch.h>
 #include <GenApi/Types.h>

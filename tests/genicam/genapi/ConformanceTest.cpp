@@ -69,19 +69,6 @@ TEST_F(ConformanceTest, AnEmptyMapAnswersEverythingWithNothing) {
     const AutoLock lock(Map->GetLock());
 }
 
-TEST_F(ConformanceTest, AMapReferenceHoldsOneMap) {
-    CNodeMapRef reference("Cam");
-    EXPECT_THROW(reference._GetNode("Width"), GenICam::AccessException);
-    reference._LoadXMLFromString(tests::Description(Value("Width", 640)).c_str());
-    const CNodeMapRef copy = reference;
-    reference._Destroy();
-    EXPECT_EQ(reference._Ptr(), nullptr);
-    ASSERT_NE(copy._GetNode("Width"), nullptr);
-    EXPECT_EQ(copy._GetNode("Width")->GetDeviceName(), "Cam");
-    CNodeMapRef again = copy;
-    EXPECT_THROW(again._LoadXMLFromString("<x/>"), GenICam::RuntimeException);
-}
-
 TEST_F(ConformanceTest, APortIsConnectedByItsNameAndItsFailureStaysWhatItIs) {
     Map = tests::MakeMap(Node("IntReg", "Fill", "<Address>0</Address><Length>4</Length><pPort>QueuePort</pPort>") +
                          Node("Port", "QueuePort", ""));
