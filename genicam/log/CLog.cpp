@@ -3,6 +3,7 @@
 #include "LogConfiguration.h"
 #include "LogContext.h"
 #include "LogHierarchy.h"
+#include "LogProperties.h"
 #include "SinkAppender.h"
 
 namespace GenICam {
@@ -57,6 +58,16 @@ void CLog::ConfigureDefault() {
 bool CLog::ConfigureFromEnvironment() {
     CLogHierarchy& hierarchy = CLogHierarchy::Instance();
     return hierarchy.Configure([&] { return ConfigureLogFromEnvironment(hierarchy); });
+}
+
+bool CLog::ConfigureFromFile(const gcstring& path) {
+    CLogHierarchy& hierarchy = CLogHierarchy::Instance();
+    return hierarchy.Configure([&] { return ConfigureLogFromFile(hierarchy, path); });
+}
+
+bool CLog::ConfigureFromString(const gcstring& text) {
+    CLogHierarchy& hierarchy = CLogHierarchy::Instance();
+    return hierarchy.Configure([&] { return ConfigureLogFromProperties(hierarchy, text.view(), "Log configuration"); });
 }
 
 AppenderPtr CLog::CreateFileAppender(const gcstring& name, const gcstring& path, bool append, const gcstring& pattern) {

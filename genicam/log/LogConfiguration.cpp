@@ -1,8 +1,10 @@
 #include "LogConfiguration.h"
 
 #include "LogHierarchy.h"
+#include "LogProperties.h"
 #include "PriorityNames.h"
 #include "SinkAppender.h"
+#include "TextParts.h"
 
 #include <Base/GCUtilities.h>
 
@@ -16,13 +18,6 @@ constexpr char LevelVariable[] = "ZELMO_LOG_LEVEL";
 constexpr char FileVariable[] = "ZELMO_LOG_FILE";
 constexpr std::size_t FileLimitBytes = 10 * 1024 * 1024;
 constexpr std::size_t KeptFiles = 3;
-
-std::string_view Trimmed(std::string_view text) noexcept {
-    const auto begin = text.find_first_not_of(" \t");
-    if (begin == text.npos)
-        return {};
-    return text.substr(begin, text.find_last_not_of(" \t") - begin + 1);
-}
 
 /// Sets one level: "LEVEL" of the root, "category=LEVEL" of a category.
 void ApplyLevel(CLogHierarchy& hierarchy, std::string_view setting) {
@@ -49,6 +44,15 @@ AppenderPtr OpenFile(const gcstring& path) {
     }
 }
 
+/// What the standard's variable, or the process by SetGenICamLogConfig, names; empty without.
+gcstring PropertyFile() {
+    try {
+        return GetGenICamLogConfig();
+    } catch (const RuntimeException&) {
+        return {};
+    }
+}
+
 } // namespace
 
 void ConfigureLogByDefault(CLogHierarchy& hierarchy) {
@@ -61,10 +65,13 @@ bool ConfigureLogFromEnvironment(CLogHierarchy& hierarchy) {
     gcstring path;
     GetValueOfEnvironmentVariable(LevelVariable, levels);
     GetValueOfEnvironmentVariable(FileVariable, path);
+    const gcstring properties = PropertyFile();
+    const bool isConfigured = !properties.empty() && ConfigureLogFromFile(hierarchy, properties);
     if (levels.empty() && path.empty())
-        return false;
+        return isConfigured;
 
-    ConfigureLogByDefault(hierarchy);
+    if (!isConfigured)
+        ConfigureLogByDefault(hierarchy);
     gcstring_vector settings;
     Tokenize(levels, settings);
     for (const gcstring& setting : settings) {

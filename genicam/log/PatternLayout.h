@@ -19,12 +19,15 @@ public:
 
 private:
     struct Piece {
-        char conversion; // 0 for text that stands as it is
-        std::string text;
+        char conversion = 0; // 0 for text that stands as it is
+        std::string text;    // or the argument in braces
+        bool isLeft = false;
+        std::size_t minWidth = 0;
+        std::size_t maxWidth = std::string::npos;
     };
 
     void AddText(char byte);
-    void AddConversion(char conversion);
+    std::string_view AddConversion(std::string_view rest);
 
     std::vector<Piece> m_pieces;
 };

@@ -55,8 +55,8 @@ AppenderPtr CreateOver(const gcstring& name, CPatternLayout layout, Arguments&&.
 
 } // namespace
 
-AppenderPtr CreateErrorStreamAppender(const gcstring& name) {
-    return CreateOver<spdlog::sinks::stderr_sink_mt>(name, CPatternLayout());
+AppenderPtr CreateErrorStreamAppender(const gcstring& name, const gcstring& pattern) {
+    return CreateOver<spdlog::sinks::stderr_sink_mt>(name, CPatternLayout(pattern.view()));
 }
 
 AppenderPtr CreatePlainFileAppender(const gcstring& name, const gcstring& path, bool append, const gcstring& pattern) {

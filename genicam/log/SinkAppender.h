@@ -11,7 +11,7 @@ namespace GenICam {
 /// is lost; the first such failure of an appender is told on the standard error stream.
 /// The file forms make missing folders. @throws RuntimeException if the file cannot be opened,
 /// InvalidArgumentException for an unknown conversion in the pattern.
-AppenderPtr CreateErrorStreamAppender(const gcstring& name);
+AppenderPtr CreateErrorStreamAppender(const gcstring& name, const gcstring& pattern = gcstring());
 AppenderPtr CreatePlainFileAppender(const gcstring& name, const gcstring& path, bool append, const gcstring& pattern);
 /// Appends; beyond @p limitBytes "name.ext" becomes "name.1.ext" and so on, up to @p keptFiles old files.
 AppenderPtr CreateRotatingFileAppender(const gcstring& name, const gcstring& path, std::size_t limitBytes,

@@ -33,18 +33,36 @@ public:
     /// Drops all appenders and levels; then the root is at LogPriority_Warn and writes to the standard error stream.
     static void ConfigureDefault();
 
-    /// ConfigureDefault, then what two environment variables say. What they say wrongly is told once on the standard
+    /// The file that SetGenICamLogConfig or the environment variable GENICAM_LOG_CONFIG_V3_1 names, or else
+    /// ConfigureDefault; then what two environment variables say. What is said wrongly is told once on the standard
     /// error stream and ignored.
     /// ZELMO_LOG_LEVEL: level of the root and, behind commas, of categories: "INFO", "600", "WARN,zelmo.base=DEBUG".
     /// Names in any case: FATAL, EMERG, ALERT, CRIT, ERROR, WARN, NOTICE, INFO, DEBUG, NOTSET, and OFF for nothing.
     /// ZELMO_LOG_FILE: file to append to instead of the standard error stream. At 10 MiB it is renamed to "name.1.ext",
     /// and of these the last three are kept. One that cannot be opened leaves the standard error stream.
-    /// @return false, with nothing done, if neither is set.
+    /// @return false, with nothing done, if none of all that is set or only a file that cannot be used.
     static bool ConfigureFromEnvironment();
+
+    /// Drops all appenders and levels, then does what the lines of a file or text say:
+    ///     log4cpp.rootCategory=ERROR, Out            level and appenders of the root
+    ///     log4cpp.category.GenApi.Device=DEBUG, All  of a category; "NOTSET" or nothing for the level of its ancestor
+    ///     log4cpp.additivity.GenApi.Device=false     keep its messages from the appenders of its ancestors
+    ///     log4cpp.appender.Out=ConsoleAppender       the standard error stream
+    ///     log4cpp.appender.All=FileAppender
+    ///     log4cpp.appender.All.fileName=$(HOME)/all.log
+    ///     log4cpp.appender.All.append=false          "true" without this line
+    ///     log4cpp.appender.All.layout.ConversionPattern=%d %-5p %c: %x%m%n
+    /// Lines that begin with # or ! are comments, other keys are ignored. What cannot be done is told on the standard
+    /// error stream with its line, and the rest holds.
+    /// @return false, with nothing done, if the file cannot be read or no line configures a category.
+    static bool ConfigureFromFile(const gcstring& path);
+    static bool ConfigureFromString(const gcstring& text);
 
     /// An appender that writes lines to a file; attach it with AddAppender. @p append keeps what the file holds.
     /// In @p pattern stand for: %c category, %d local date and time with milliseconds, %m message, %n end of line, %p
-    /// priority, %t thread, %x context texts, %% a percent sign; the empty pattern is "%d %p %c: %x%m%n".
+    /// priority, %r milliseconds since 1970, %t thread, %x context texts, %% a percent sign; the empty pattern is
+    /// "%d %p %c: %x%m%n". Numbers between, as in "%-20.30c", give least and greatest width; %d{%H:%M:%S,%l} is a
+    /// format of strftime, with %l for the milliseconds.
     /// @throws RuntimeException if the file cannot be opened, InvalidArgumentException for an unknown conversion.
     static AppenderPtr CreateFileAppender(const gcstring& name, const gcstring& path, bool append = false,
                                           const gcstring& pattern = gcstring());

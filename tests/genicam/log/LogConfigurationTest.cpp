@@ -30,6 +30,7 @@ protected:
     LogConfigurationTest() {
         unsetenv("ZELMO_LOG_LEVEL");
         unsetenv("ZELMO_LOG_FILE");
+        unsetenv("GENICAM_LOG_CONFIG_V3_1");
     }
     ~LogConfigurationTest() override { Stop(); }
 
@@ -67,17 +68,6 @@ TEST_F(LogConfigurationTest, DefaultIsWarningsToTheErrorStream) {
     logger.log(LogPriority_Notice, "a notice");
     EXPECT_THAT(Stop(), MatchesRegex("[0-9]{4}-[0-9]{2}-[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2}\\.[0-9]{3} "
                                      "WARN zelmo.base: \\[ctx\\] a warning\n"));
-}
-
-TEST_F(LogConfigurationTest, ConfigureDefaultDropsWhatWasConfiguredByHand) {
-    Start();
-    logger.setPriority(LogPriority_Debug);
-    logger.setAdditivity(false);
-    CLog::GetRootLogger().setPriority(LogPriority_Error);
-    CLog::ConfigureDefault();
-    logger.log(LogPriority_Warn, "a warning");
-    logger.log(LogPriority_Notice, "a notice");
-    EXPECT_THAT(Stop(), MatchesRegex("[^\n]* a warning\n"));
 }
 
 /// Text of ZELMO_LOG_LEVEL, and the levels of the root and of "zelmo.base" that come of it.
@@ -157,25 +147,57 @@ TEST_F(LogConfigurationTest, FullDiskIsToldOnceAndDisturbsNobody) {
     EXPECT_THAT(Stop(), MatchesRegex("Cannot write to log full: [^\n]*/dev/full[^\n]*\n"));
 }
 
-TEST_F(LogConfigurationTest, FileAppenderFollowsItsPatternAndTruncatesUnlessToldToAppend) {
-    Start();
-    CLog::RemoveAllAppenders();
-    const gcstring path(InFolder("own.log").string());
-    for (const bool append : {false, false, true}) {
-        const auto file = CLog::CreateFileAppender("own", path, append, "%p|%c|%x|%m|%t%%%n");
-        CLog::AddAppender(logger, file);
-        logger.log(350, "text");
-        CLog::RemoveAppender(logger, file);
+TEST_F(LogConfigurationTest, PropertyLinesSetLevelsAppendersAndLayoutsAndBadOnesAreTold) {
+    for (const auto& [lines, expected] :
+         {std::pair<std::string, std::string>{
+              "# x\n!\n\n rootCategory = error ,O\r\nlog4cpp.category.zelmo=NOTICE\nother=1", "WARN w\n"},
+          {"rootCategory=INFO,O\ncategory.GenApi=,O", "WARN w\nINFO i\nINFO i\n"},
+          {"rootCategory=INFO,O\ncategory.GenApi=,O\nadditivity.GenApi=false", "WARN w\nINFO i\n"},
+          {"rootCategory=ERROR,O\nrootCategory=LOUD\nwhat\nadditivity.zelmo=maybe",
+           "Log configuration, line 5: 'what' is no 'key=value' and is ignored\n"
+           "Log configuration, line 4: 'LOUD' names no log level and is ignored\n"
+           "Log configuration, line 6: 'maybe' is neither 'true' nor 'false' and is ignored\n"},
+          {"rootCategory=WARN,X,Y,Z,Q,O\nappender.Y=Sys\nappender.Z=FileAppender\n"
+           "appender.Q=ConsoleAppender\nappender.Q.layout.ConversionPattern=%q",
+           "Log configuration, line 3: appender 'X' is ignored: there is no line 'appender.X'\n"
+           "Log configuration, line 3: appender 'Y' is ignored: its kind 'Sys' is unknown\n"
+           "Log configuration, line 3: appender 'Z' is ignored: there is no line 'appender.Z.fileName'\n"
+           "Log configuration, line 3: appender 'Q' is ignored: Unknown conversion %q in a log pattern\n"
+           "WARN w\n"},
+          {"rootCategory=WARN,O\nappender.O.layout.ConversionPattern=[%-6p|%6p|%.3c|%2.4m|%x]%d{x%%}%%%n",
+           "[WARN  |  WARN|zel| w|]x%%\n"}}) {
+        Start();
+        logger.setPriority(LogPriority_Fatal); // dropped with all that was set by hand
+        const std::string out = "log4cpp.appender.O=ConsoleAppender\nappender.O.layout.ConversionPattern=%p %m%n\n";
+        ASSERT_TRUE(CLog::ConfigureFromString((out + lines).c_str()));
+        logger.log(LogPriority_Warn, "w");
+        CLog::GetLogger("GenApi").log(LogPriority_Info, "i");
+        EXPECT_EQ(Stop(), expected);
     }
-    const std::string line = "350|zelmo.base||text|" + std::to_string(gettid()) + "%\n";
-    EXPECT_EQ(ContentOf(path.c_str()), line + line);
-    EXPECT_EQ(Stop(), "");
+}
+
+TEST_F(LogConfigurationTest, PropertyFileOfTheVariableHoldsUnlessTheOwnVariablesSayOtherwise) {
+    setenv("ZELMO_TEST_FOLDER", InFolder("").c_str(), 1);
+    setenv("GENICAM_LOG_CONFIG_V3_1", InFolder("log.properties").c_str(), 1);
+    for (const auto& [append, level, content] :
+         {std::tuple("false", "", "e\n"), {"true", "", "e\ne\n"}, {"false", "WARN", "e\nw\n"}}) {
+        std::ofstream(InFolder("log.properties"))
+            << "rootCategory=ERROR,F\nappender.F=FileAppender\nappender.F.fileName=$(ZELMO_TEST_FOLDER)/f.log\n"
+            << "appender.F.append=" << append << "\nappender.F.layout.ConversionPattern=%m%n\n";
+        SetLevel(level);
+        Start();
+        logger.log(LogPriority_Error, "e");
+        logger.log(LogPriority_Warn, "w");
+        EXPECT_FALSE(CLog::ConfigureFromString("additivity.x=true") || CLog::ConfigureFromFile("/no/such"));
+        EXPECT_EQ(ContentOf(InFolder("f.log")), content) << append << level;
+        EXPECT_EQ(Stop(), "Cannot read the log configuration '/no/such'\n");
+    }
 }
 
 TEST_F(LogConfigurationTest, AppenderThatCannotBeIsRefused) {
     EXPECT_THROW(CLog::CreateFileAppender("x", InFolder("").c_str()), RuntimeException);
-    EXPECT_THROW(CLog::CreateFileAppender("x", InFolder("log").c_str(), false, "%m%q"), InvalidArgumentException);
-    EXPECT_THROW(CLog::CreateFileAppender("x", InFolder("log").c_str(), false, "%m%"), InvalidArgumentException);
+    for (const char* pattern : {"%m%q", "%m%", "%-", "%1.", "%1001m", "%99999999999999999999m", "%d{%H"})
+        EXPECT_THROW(CLog::CreateFileAppender("x", InFolder("log").c_str(), false, pattern), InvalidArgumentException);
     EXPECT_FALSE(fs::exists(InFolder("log"))) << "a wrong pattern opens no file";
 }
 
