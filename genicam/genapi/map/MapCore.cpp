@@ -66,6 +66,14 @@ std::string MapCore::EntryPoint() const {
     return m_entryNode == nullptr ? std::string() : m_entryNode->NameText() + "." + m_entryMethod;
 }
 
+std::weak_ptr<const void> MapCore::Life() {
+    const GenICam::AutoLock lock(*m_lock);
+    if (m_life == nullptr) {
+        m_life = std::make_shared<char>();
+    }
+    return m_life;
+}
+
 bool MapCore::Visit(NodeBase& node) noexcept {
     const bool isNew = node.visited != m_walk;
     node.visited = m_walk;

@@ -43,6 +43,8 @@ public:
     /// A change of @p node: invalidates, collects callbacks and fires them when the lock is given back.
     template <typename Action>
     void Change(NodeBase& node, const char* method, Action&& action);
+    template <typename Action>
+    void ChangeAll(Action&& action); ///< likewise, of any nodes
     bool IsChanging() const noexcept { return m_batch != nullptr; } ///< whether callbacks are being collected
     void Invalidate(NodeBase& node);         ///< the node and its dependents; their callbacks join the call's batch
     void InvalidateAffected(NodeBase& node); ///< likewise with the terminal nodes, as if it had been written
@@ -56,14 +58,15 @@ public:
 
     void AddRegistrations(int count) noexcept { m_registrations += count; }
 
+    /// Expires with the map: for those who may live longer than it.
+    std::weak_ptr<const void> Life();
+
 private:
     friend class Call;
     friend class WriteScope;
     friend class BatchScope;
     friend class EvaluationGuard;
 
-    template <typename Action>
-    void ChangeAll(Action&& action);
     void PollNode(NodeBase& node, std::int64_t elapsedMs);
     void CreateNodes();
     void DestroyNodes() noexcept;
@@ -93,6 +96,7 @@ private:
     std::uint32_t m_walk = 0;
     std::vector<std::unique_ptr<Closure>> m_closures;
     std::size_t m_closureNodes = 0;
+    std::shared_ptr<const void> m_life; // once somebody asked for it
 };
 
 /// One public call of a node: holds the lock, and is the entry point unless an outer call is.

@@ -39,6 +39,8 @@ public:
 
     void Destroy() override { delete this; }
 
+    MapCore& Core() const noexcept { return m_core; }
+
     // IUserData
     UserData_t GetUserData() const override;
     UserData_t SetUserData(UserData_t pUserData) override;

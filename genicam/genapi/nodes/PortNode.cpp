@@ -2,9 +2,33 @@
 
 #include "genicam/genapi/nodes/NodeError.h"
 
+#include <Log/CLog.h>
+
 #include <algorithm>
+#include <cinttypes>
+#include <cstdio>
 
 namespace GenApi {
+
+namespace {
+
+/// A line for an access of the device, for those who want to see what goes over the wire.
+void LogAccess(const char* action, const NodeBase& port, std::int64_t address, const void* bytes, std::int64_t length) {
+    static GenICam::Logger& logger = GenICam::CLog::GetLogger("GenApi.Device");
+    if (!logger.isPriorityEnabled(GenICam::LogPriority_Debug)) {
+        return;
+    }
+    constexpr std::int64_t limit = 32; // the length tells of more
+    char text[3 * limit + 1] = "";
+    for (std::int64_t index = 0; index < std::min(length, limit); ++index) {
+        std::snprintf(text + 3 * index, 4, " %02x", static_cast<const std::uint8_t*>(bytes)[index]);
+    }
+    const std::string_view name = port.Name();
+    logger.log(GenICam::LogPriority_Debug, "%.*s: %s %" PRId64 " bytes at 0x%" PRIx64 ":%s",
+               static_cast<int>(name.size()), name.data(), action, length, address, text);
+}
+
+} // namespace
 
 void PortNode::BindProperty(const Property& property) {
     if (property.kind == PropertyKind::SwapEndianess) {
@@ -22,6 +46,7 @@ void PortNode::Read(void* pBuffer, int64_t Address, int64_t Length) {
     const Call call(*this, "Read");
     RequireReadable();
     m_implementation->Read(pBuffer, Address, Length);
+    LogAccess("read", *this, Address, pBuffer, Length);
 }
 
 void PortNode::Write(const void* pBuffer, int64_t Address, int64_t Length) {
@@ -34,6 +59,15 @@ void PortNode::SetPortImpl(IPort* pPort) {
     Core().Change(*this, "SetPortImpl", [&] {
         m_implementation = pPort;
         Core().Invalidate(*this);
+    });
+}
+
+void PortNode::Disconnect(const IPort* implementation) {
+    Core().Change(*this, "Disconnect", [&] {
+        if (m_implementation == implementation) {
+            m_implementation = nullptr;
+            Core().Invalidate(*this);
+        }
     });
 }
 
@@ -75,6 +109,7 @@ void PortNode::StopRecording() {
 void PortNode::ReadBytes(std::uint8_t* bytes, std::int64_t address, std::int64_t length) {
     RequireReadable();
     m_implementation->Read(bytes, address, length);
+    LogAccess("read", *this, address, bytes, length);
     if (NeedsSwap(length)) {
         std::reverse(bytes, bytes + length);
     }
@@ -119,6 +154,7 @@ void PortNode::WriteThroughPort(const void* bytes, std::int64_t address, std::in
         m_recording->Write(bytes, address, length);
     } else {
         m_implementation->Write(bytes, address, length);
+        LogAccess("wrote", *this, address, bytes, length);
     }
 }
 

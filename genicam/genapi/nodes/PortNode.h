@@ -36,6 +36,8 @@ public:
     EAccessMode GetAccessMode() const override { return NodeBase::GetAccessMode(); }
     EInterfaceType GetPrincipalInterfaceType() const override { return intfIPort; }
 
+    void Disconnect(const IPort* implementation); ///< Nothing if another one has taken its place.
+
     /// Accesses of registers, with the bytes swapped where the port asks for it; under the lock.
     void ReadBytes(std::uint8_t* bytes, std::int64_t address, std::int64_t length);
     void WriteBytes(const std::uint8_t* bytes, std::int64_t address, std::int64_t length);

@@ -3,8 +3,21 @@
 /// All of GenApi.
 
 #include <GenApi/Autovector.h>
+#include <GenApi/ChunkAdapter.h>
+#include <GenApi/ChunkAdapterDcam.h>
+#include <GenApi/ChunkAdapterGEV.h>
+#include <GenApi/ChunkAdapterGeneric.h>
+#include <GenApi/ChunkAdapterU3V.h>
+#include <GenApi/ChunkPort.h>
 #include <GenApi/Container.h>
 #include <GenApi/EnumClasses.h>
+#include <GenApi/EventAdapter.h>
+#include <GenApi/EventAdapter1394.h>
+#include <GenApi/EventAdapterCL.h>
+#include <GenApi/EventAdapterGEV.h>
+#include <GenApi/EventAdapterGeneric.h>
+#include <GenApi/EventAdapterU3V.h>
+#include <GenApi/EventPort.h>
 #include <GenApi/Filestream.h>
 #include <GenApi/IBase.h>
 #include <GenApi/IBoolean.h>

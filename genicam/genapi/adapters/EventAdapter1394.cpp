@@ -1,0 +1,9 @@
+#include <GenApi/EventAdapter1394.h>
+
+namespace GenApi {
+
+CEventAdapter1394::CEventAdapter1394(INodeMap* pNodeMap) : CEventAdapterGeneric(pNodeMap) {}
+
+CEventAdapter1394::~CEventAdapter1394() = default;
+
+} // namespace GenApi

@@ -1,0 +1,62 @@
+#include "genicam/genapi/adapters/HexId.h"
+
+#include <algorithm>
+
+namespace GenApi {
+
+namespace {
+
+constexpr std::string_view blanks = " \t\r\n";
+
+std::string_view Trim(std::string_view text) noexcept {
+    const std::size_t first = text.find_first_not_of(blanks);
+    return first == text.npos ? std::string_view() : text.substr(first, text.find_last_not_of(blanks) - first + 1);
+}
+
+int DigitOf(char sign) noexcept {
+    if (sign >= '0' && sign <= '9') {
+        return sign - '0';
+    }
+    const char lower = static_cast<char>(sign | 0x20);
+    return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
+}
+
+} // namespace
+
+std::optional<HexId> ParseHexId(std::string_view text) noexcept {
+    text = Trim(text);
+    if (text.starts_with("0x") || text.starts_with("0X")) {
+        text.remove_prefix(2);
+    }
+    HexId id;
+    bool hasDigits = false;
+    for (const char sign : text) {
+        if (sign == '-' || sign == '{' || sign == '}') {
+            continue;
+        }
+        const int digit = DigitOf(sign);
+        if (digit < 0 || (id.high >> 60) != 0) {
+            return std::nullopt;
+        }
+        id.high = (id.high << 4) | (id.low >> 60);
+        id.low = (id.low << 4) | static_cast<std::uint64_t>(digit);
+        hasDigits = true;
+    }
+    return hasDigits ? std::optional(id) : std::nullopt;
+}
+
+void HexIndex::Sort() noexcept {
+    std::sort(m_entries.begin(), m_entries.end());
+}
+
+std::span<const HexIndex::Entry> HexIndex::Find(HexId id) const noexcept {
+    const auto first = std::lower_bound(m_entries.begin(), m_entries.end(), id,
+                                        [](const Entry& entry, const HexId& wanted) { return entry.id < wanted; });
+    auto last = first;
+    while (last != m_entries.end() && last->id == id) {
+        ++last;
+    }
+    return {first, last};
+}
+
+} // namespace GenApi
