@@ -20,7 +20,7 @@ protected:
     void WriteFormatted(std::string_view text, bool verify) override;
 };
 
-/// Node, and the kinds of nodes that serve buses of the past: known by name only, those not implemented.
+/// Node: known by name, with what every node has.
 class PlainNode final : public NodeBase {
 public:
     using NodeBase::NodeBase;
@@ -28,7 +28,7 @@ public:
     EInterfaceType GetPrincipalInterfaceType() const override { return intfIBase; }
 
 protected:
-    EAccessMode OwnMode() override { return Kind() == NodeKind::Node ? RO : NI; }
+    EAccessMode OwnMode() override { return RO; }
 };
 
 } // namespace GenApi

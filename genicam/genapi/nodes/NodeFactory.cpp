@@ -10,6 +10,7 @@
 #include "genicam/genapi/nodes/RegisterNodes.h"
 #include "genicam/genapi/nodes/StringBase.h"
 #include "genicam/genapi/nodes/SwissKnifeNode.h"
+#include "genicam/genapi/nodes/UnservedNode.h"
 
 #include <new>
 
@@ -57,6 +58,15 @@ auto VisitNodeClass(NodeKind kind, Visitor&& visitor) {
         return visitor(static_cast<IntConverterNode*>(nullptr));
     case NodeKind::Port:
         return visitor(static_cast<PortNode*>(nullptr));
+    case NodeKind::IntKey:
+    case NodeKind::SmartFeature:
+        return visitor(static_cast<UnservedInteger*>(nullptr));
+    case NodeKind::AdvFeatureLock:
+        return visitor(static_cast<UnservedRegisterOf<UnservedInteger>*>(nullptr));
+    case NodeKind::TextDesc:
+        return visitor(static_cast<UnservedString*>(nullptr));
+    case NodeKind::ConfRom:
+        return visitor(static_cast<UnservedRegisterOf<UnservedBytes>*>(nullptr));
     default:
         return visitor(static_cast<PlainNode*>(nullptr));
     }

@@ -268,6 +268,9 @@ TEST_F(LoadTest, KindsOfOtherBusesAreThereButNotImplemented) {
     for (const char* name : {"Rom", "Vendor", "Id", "Smart", "Above"})
         EXPECT_EQ(Mode(name), NI) << name;
     EXPECT_THROW(Int("Above").GetValue(), GenICam::AccessException);
+    EXPECT_THROW(Int("Smart").SetValue(1, false), GenICam::AccessException);
+    EXPECT_THROW(As<IRegister>("Rom").GetLength(), GenICam::AccessException);
+    EXPECT_THROW(Text("Rom"), GenICam::AccessException);
 }
 
 TEST_F(LoadTest, TheRootElementTellsWhatTheDescriptionIsOf) {
