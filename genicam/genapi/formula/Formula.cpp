@@ -72,7 +72,7 @@ T CFormula<T>::Evaluate(std::span<const T> variables) const {
     const T result = m_depth <= usualDepth ? Run<usualDepth>(variables.data()) : Run<FormulaMaxDepth>(variables.data());
     if constexpr (std::is_same_v<T, double>)
         if (!std::isfinite(result))
-            throw RUNTIME_EXCEPTION("The result %g of the formula is not a finite number", result);
+            throw RUNTIME_EXCEPTION("The result %g of the formula is not a finite number", std::fabs(result));
     return result;
 }
 

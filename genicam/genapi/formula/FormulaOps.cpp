@@ -93,6 +93,13 @@ double RoundToDigits(double value, double digits) {
     return std::isfinite(scaled) ? std::round(scaled) / factor : value; // too large to have such digits
 }
 
+double Power(double base, double exponent) {
+    const double result = std::pow(base, exponent);
+    if (!std::isfinite(result) && std::isfinite(base) && std::isfinite(exponent))
+        throw RUNTIME_EXCEPTION("The result of %g ** %g is not a finite number", base, exponent);
+    return result;
+}
+
 double Quotient(double left, double right) {
     RefuseZeroDivisor(right == 0);
     return left / right;
@@ -212,7 +219,7 @@ double Apply(EFormulaOp op, double left, double right) {
     case EFormulaOp::Div:
         return Quotient(left, right);
     case EFormulaOp::Pow:
-        return Finite(std::pow(left, right), left);
+        return Power(left, right);
     case EFormulaOp::RoundTo:
         return RoundToDigits(left, right);
     default:
