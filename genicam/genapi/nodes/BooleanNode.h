@@ -22,16 +22,12 @@ public:
     bool ReadTruth(ReadMode mode) override;
     void WriteInteger(std::int64_t value, bool verify) override { WriteTruth(value != 0, verify); }
     void WriteFloat(double value, bool verify) override { WriteTruth(value != 0, verify); }
-    std::int64_t MinInteger() override { return 0; }
-    std::int64_t MaxInteger() override { return 1; }
-    double MinFloat() override { return 0; }
-    double MaxFloat() override { return 1; }
 
 protected:
     void BindProperty(const Property& property) override;
     EAccessMode OwnMode() override { return m_target != nullptr ? m_target->Mode() : RW; }
     bool IsOwnModeCacheable() override { return m_target == nullptr || m_target->IsModeCacheable(); }
-    ECachingMode ComputeCaching() override { return m_target != nullptr ? m_target->Caching() : WriteThrough; }
+    ECachingMode ComputeCaching() override { return CachingOver(m_target); }
     std::string FormatValue(ReadMode mode) override;
     void WriteFormatted(std::string_view text, bool verify) override;
 

@@ -48,9 +48,6 @@ void CommandNode::Start(bool verify) {
 bool CommandNode::IsDone(bool Verify) {
     bool isDone = false;
     Core().Change(*this, "IsDone", [&] {
-        if (!IsImplemented(Mode())) {
-            throw NODE_EXCEPTION(AccessException, *this)("Node is not implemented.");
-        }
         isDone = LookIfDone();
         if (Verify) {
             CheckErrorNodes();
@@ -60,6 +57,9 @@ bool CommandNode::IsDone(bool Verify) {
 }
 
 bool CommandNode::LookIfDone() {
+    if (!IsImplemented(Mode())) {
+        throw NODE_EXCEPTION(AccessException, *this)("Node is not implemented.");
+    }
     const bool canTell = m_target != nullptr && IsReadable(m_target->Mode());
     if (canTell && m_target->ReadInteger({false, true}) == CommandValue()) {
         return false;
@@ -88,7 +88,7 @@ void CommandNode::WriteFormatted(std::string_view text, bool verify) {
 }
 
 void CommandNode::OnPollingTime() {
-    if (m_isBusy) {
+    if (m_isBusy && IsImplemented(Mode())) {
         LookIfDone();
     }
 }

@@ -75,7 +75,7 @@ protected:
     void BindProperty(const Property& property) override;
     EAccessMode OwnMode() override;
     bool IsOwnModeCacheable() override;
-    ECachingMode ComputeCaching() override { return m_target != nullptr ? m_target->Caching() : WriteThrough; }
+    ECachingMode ComputeCaching() override { return CachingOver(m_target); }
     std::string FormatValue(ReadMode mode) override;
     void WriteFormatted(std::string_view text, bool verify) override;
 

@@ -113,8 +113,17 @@ std::int64_t FloatBase::MaxInteger() {
 }
 
 std::string FloatBase::FormatValue(ReadMode mode) {
+    constexpr double highest = std::numeric_limits<double>::max();
     const double value = ReadNumber(mode);
-    return FormatFloat(value, m_notation, m_precision, CheckedMin(), CheckedMax());
+    std::string text = FormatFloat(value, m_notation, m_precision, -highest, highest);
+    if (ParseFloat(text) == value) {
+        return text; // nothing was rounded, so limits need not be asked for
+    }
+    try {
+        return FormatFloat(value, m_notation, m_precision, CheckedMin(), CheckedMax());
+    } catch (const GenICam::AccessException&) {
+        return text; // limits that cannot be read now keep no value from being shown
+    }
 }
 
 void FloatBase::WriteFormatted(std::string_view text, bool verify) {

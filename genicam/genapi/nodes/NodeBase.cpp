@@ -29,6 +29,26 @@ NodeBase* NodeBase::Target(const Property& property) const noexcept {
     return property.form == Form::Node ? &m_core.NodeAt(property.payload) : nullptr;
 }
 
+template <typename Visitor>
+void NodeBase::ForEachReference(PropertyKind kind, Visitor&& visit) const {
+    const Property* const first = Description().FindProperty(m_index, kind);
+    const bool isOverridden = first != nullptr && Description().IsOwn(m_index, *first);
+    Description().ForEachProperty(m_index, [&](const Property& property) {
+        NodeBase* const target = property.kind == kind ? Target(property) : nullptr;
+        if (target != nullptr && (!isOverridden || Description().IsOwn(m_index, property))) {
+            visit(*target);
+        }
+    });
+}
+
+/// What is written through an enumeration becomes the value of an entry, so it is not kept as it was given.
+ECachingMode NodeBase::CachingOver(NodeBase* target) {
+    if (target == nullptr) {
+        return WriteThrough;
+    }
+    return Combine(target->Caching(), target->Type() == ValueType::Enumeration ? WriteAround : WriteThrough);
+}
+
 void NodeBase::Bind() {
     Description().ForEachProperty(m_index, [this](const Property& property) {
         switch (property.kind) {
@@ -104,8 +124,12 @@ EAccessMode NodeBase::ComputeMode() {
 }
 
 bool NodeBase::Predicate(NodeBase& node, bool whenUnreadable) {
-    if (IsReadable(node.Mode())) {
-        return node.ReadTruth(ReadMode());
+    try {
+        if (IsReadable(node.Mode())) {
+            return node.ReadTruth(ReadMode());
+        }
+    } catch (const GenICam::AccessException&) {   // something below it cannot be read, such as a value without entry
+    } catch (const GenICam::PropertyException&) { // a broken formula
     }
     if (!m_toldUnreadable) {
         m_toldUnreadable = true;
@@ -164,12 +188,8 @@ void NodeBase::CheckErrorNodes() {
     if (!m_hasErrorNodes) {
         return;
     }
-    Description().ForEachProperty(m_index, [this](const Property& property) {
-        NodeBase* const error = property.kind == PropertyKind::pError ? Target(property) : nullptr;
-        if (error == nullptr) {
-            return;
-        }
-        const std::string text = error->ErrorText();
+    ForEachReference(PropertyKind::pError, [this](NodeBase& error) {
+        const std::string text = error.ErrorText();
         if (!text.empty()) {
             throw NODE_EXCEPTION(RuntimeException, *this)(text);
         }
@@ -178,10 +198,8 @@ void NodeBase::CheckErrorNodes() {
 
 bool NodeBase::IsPollingBlocked() {
     bool blocked = false;
-    Description().ForEachProperty(m_index, [this, &blocked](const Property& property) {
-        NodeBase* const blocker = property.kind == PropertyKind::pBlockPolling ? Target(property) : nullptr;
-        blocked = blocked || (blocker != nullptr && Predicate(*blocker, false));
-    });
+    ForEachReference(PropertyKind::pBlockPolling,
+                     [&](NodeBase& blocker) { blocked = blocked || Predicate(blocker, false); });
     return blocked;
 }
 
@@ -278,7 +296,8 @@ void ValueNode::FromString(const gcstring& ValueStr, bool Verify) {
 
 bool ValueNode::IsValueCacheValid() const {
     const Call call(*this, "IsValueCacheValid");
-    return const_cast<ValueNode*>(this)->IsValueCached();
+    auto& self = const_cast<ValueNode&>(*this);
+    return IsReadable(self.Mode()) && self.IsValueCached();
 }
 
 void ValueNode::FailConversion(std::string_view text, const char* type) {

@@ -162,6 +162,10 @@ protected:
     virtual void BindProperty(const Property&) {}
 
     NodeBase* Target(const Property& property) const noexcept; ///< of a reference; null if it was dropped
+    /// Visits the nodes that references of this kind name; an entry's own stand in place of its structure's.
+    template <typename Visitor>
+    void ForEachReference(PropertyKind kind, Visitor&& visit) const;
+    static ECachingMode CachingOver(NodeBase* target); ///< of what another node stores, or of an own value
     bool HasCached(CacheBit bit) const noexcept { return (m_cached & bit) != 0; }
     void MarkCached(CacheBit bit) noexcept { m_cached = static_cast<std::uint8_t>(m_cached | bit); }
     void DropCached(CacheBit bit) noexcept { m_cached = static_cast<std::uint8_t>(m_cached & ~bit); }

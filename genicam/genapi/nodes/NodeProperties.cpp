@@ -1,4 +1,5 @@
 #include "genicam/genapi/nodes/NodeBase.h"
+#include "genicam/genapi/nodes/TextForms.h"
 
 #include "genicam/genapi/map/MapCore.h"
 
@@ -50,6 +51,12 @@ void AppendItem(std::string& list, const std::string& item, bool isFirst) {
         list += '\t';
     }
     list += item;
+}
+
+/// Constants are kept as written, as the formula's machine decides what numbers they may be.
+std::string DecimalConstant(PropertyKind kind, std::string text) {
+    const auto number = kind == PropertyKind::Constant ? ParseInteger(text) : std::nullopt;
+    return number ? std::to_string(*number) : text;
 }
 
 bool IsSet(const Model& model, NodeIndex node, PropertyKind kind) {
@@ -235,21 +242,23 @@ bool NodeBase::GetProperty(const gcstring& PropertyName, gcstring& ValueStr, gcs
     Description().ForEachProperty(m_index, [&](const Property& property) {
         if (IsItemAttribute(property.kind)) {
             if (isOwner) {
-                AppendItem(attributes, PropertyText(Description(), property), !hasAttribute);
+                attributes += PropertyText(Description(), property);
                 hasAttribute = true;
             }
+            isOwner = false; // one is enough
             return;
         }
         isOwner = property.kind == kind && property.form != Form::Dropped &&
                   (!isOverridden || Description().IsOwn(m_index, property));
         if (isOwner) {
-            AppendItem(values, PropertyText(Description(), property), !isFound);
+            AppendItem(values, DecimalConstant(kind, PropertyText(Description(), property)), !isFound);
+            AppendItem(attributes, {}, !isFound); // also where the item has none, so that both lists go together
             isFound = true;
         }
     });
     if (isFound) {
         ValueStr = gcstring(values);
-        AttributeStr = gcstring(attributes);
+        AttributeStr = gcstring(hasAttribute ? attributes : std::string());
     }
     return isFound;
 }

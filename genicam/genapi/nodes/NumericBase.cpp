@@ -106,15 +106,15 @@ void NumericBase<T>::BindProperty(const Property& property) {
 
 template <typename T>
 ERepresentation NumericBase<T>::Representation() {
-    if (m_representation != _UndefinedRepresentation) {
-        return static_cast<ERepresentation>(m_representation);
+    auto representation = static_cast<ERepresentation>(m_representation);
+    if (NodeBase* const origin = representation == _UndefinedRepresentation ? Origin() : nullptr) {
+        const EvaluationGuard guard(*this, EvaluationGuard::Asking);
+        representation = origin->Representation();
     }
-    NodeBase* const origin = Origin();
-    if (origin == nullptr) {
-        return PureNumber;
-    }
-    const EvaluationGuard guard(*this, EvaluationGuard::Asking);
-    return origin->Representation();
+    // the others are for whole numbers
+    const bool isForFloats = representation == Linear || representation == Logarithmic;
+    const bool isKnown = NumberOf<T>::type == ValueType::Integer && representation != _UndefinedRepresentation;
+    return isForFloats || isKnown ? representation : PureNumber;
 }
 
 template <typename T>

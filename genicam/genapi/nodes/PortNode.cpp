@@ -38,12 +38,20 @@ void PortNode::BindProperty(const Property& property) {
     }
 }
 
+/// Whatever the mode says: one that depends on itself is taken for RW.
+void PortNode::RequireConnected() {
+    if (m_implementation == nullptr) {
+        throw NODE_EXCEPTION(AccessException, *this)("The port is not connected.");
+    }
+}
+
 EAccessMode PortNode::OwnMode() {
     return m_implementation != nullptr ? m_implementation->GetAccessMode() : NA;
 }
 
 void PortNode::Read(void* pBuffer, int64_t Address, int64_t Length) {
     const Call call(*this, "Read");
+    RequireConnected();
     RequireReadable();
     m_implementation->Read(pBuffer, Address, Length);
     LogAccess("read", *this, Address, pBuffer, Length);
@@ -51,6 +59,7 @@ void PortNode::Read(void* pBuffer, int64_t Address, int64_t Length) {
 
 void PortNode::Write(const void* pBuffer, int64_t Address, int64_t Length) {
     const Call call(*this, "Write");
+    RequireConnected();
     RequireWritable();
     WriteThroughPort(pBuffer, Address, Length);
 }
@@ -107,6 +116,7 @@ void PortNode::StopRecording() {
 }
 
 void PortNode::ReadBytes(std::uint8_t* bytes, std::int64_t address, std::int64_t length) {
+    RequireConnected();
     RequireReadable();
     m_implementation->Read(bytes, address, length);
     LogAccess("read", *this, address, bytes, length);
@@ -116,6 +126,7 @@ void PortNode::ReadBytes(std::uint8_t* bytes, std::int64_t address, std::int64_t
 }
 
 void PortNode::WriteBytes(const std::uint8_t* bytes, std::int64_t address, std::int64_t length) {
+    RequireConnected();
     RequireWritable();
     if (NeedsSwap(length)) {
         std::uint8_t swapped[8];

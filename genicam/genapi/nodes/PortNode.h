@@ -58,6 +58,7 @@ private:
     bool NeedsSwap(std::int64_t length) const noexcept {
         return m_swapEndianess && (length == 2 || length == 4 || length == 8);
     }
+    void RequireConnected();
     void WriteThroughPort(const void* bytes, std::int64_t address, std::int64_t length);
 
     IPort* m_implementation = nullptr;

@@ -21,13 +21,15 @@ public:
     int64_t GetLength() override;
     int64_t GetAddress() override;
 
+    ECachingMode GetCachingMode() const override { return m_register.Caching(); } ///< as declared
     bool IsValueCached() override;
 
 protected:
     void BindProperty(const Property& property) override;
     EAccessMode OwnMode() override { return m_register.Mode(); }
     bool IsOwnModeCacheable() override { return m_register.IsModeCacheable(); }
-    ECachingMode ComputeCaching() override { return m_register.Caching(); }
+    /// For those above: what the device may move by itself must be looked for at each read.
+    ECachingMode ComputeCaching() override { return IsPlaceCacheable() ? m_register.Caching() : NoCache; }
     void DropRaw() noexcept override { m_register.DropRaw(); }
     virtual std::int64_t MinLength() const noexcept { return 0; }
     virtual std::int64_t MaxLength() const noexcept { return RegisterPart::MaxLength; }

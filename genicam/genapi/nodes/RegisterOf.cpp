@@ -36,7 +36,7 @@ void RegisterOf<Base>::WriteBytes(std::span<const std::uint8_t> bytes) {
 
 template <typename Base>
 bool RegisterOf<Base>::IsValueCached() {
-    return IsReadable(this->Mode()) && Located().IsCached();
+    return Located().IsCached();
 }
 
 template <typename Base>

@@ -54,11 +54,11 @@ void RegisterPart::BindProperty(NodeBase& owner, const Property& property) {
 EAccessMode RegisterPart::Mode() {
     for (const Term& term : m_terms) {
         if (!IsReadable(term.node->Mode()) || (term.offset != nullptr && !IsReadable(term.offset->Mode()))) {
-            return NA;
+            return Combine(m_port->Mode(), NA);
         }
     }
     if (m_lengthNode != nullptr && !IsReadable(m_lengthNode->Mode())) {
-        return NA;
+        return Combine(m_port->Mode(), NA);
     }
     return Combine(m_mode, m_port->Mode());
 }

@@ -101,10 +101,16 @@ INSTANTIATE_TEST_SUITE_P(All, PredicateTest,
 TEST_F(AccessModeTest, APredicateThatCannotBeReadIsOnTheSafeSide) {
     const Fakes::LogRecorder log("GenApi");
     Load(Register("Blind", "WO") + Value("I", 1, "<pIsImplemented>Blind</pIsImplemented>") +
-         Value("A", 1, "<pIsAvailable>Blind</pIsAvailable>") + Value("L", 1, "<pIsLocked>Blind</pIsLocked>"));
+         Value("A", 1, "<pIsAvailable>Blind</pIsAvailable>") + Value("L", 1, "<pIsLocked>Blind</pIsLocked>") +
+         Node("Enumeration", "Empty", "<EnumEntry Name=\"A\"><Value>1</Value></EnumEntry><Value>9</Value>") +
+         Node("IntSwissKnife", "Knife", "<pVariable Name=\"X\">Empty</pVariable><Formula>X</Formula>") +
+         Value("B", 1, "<pIsAvailable>Knife</pIsAvailable>") +
+         Node("IntSwissKnife", "Broken", "<Formula>1 +</Formula>") + Value("C", 1, "<pIsLocked>Broken</pIsLocked>"));
     EXPECT_EQ(Mode("I"), NI);
     EXPECT_EQ(Mode("A"), NA);
     EXPECT_EQ(Mode("L"), RO);
+    EXPECT_EQ(Mode("B"), NA) << "nor can a value without entry be read";
+    EXPECT_EQ(Mode("C"), RO) << "nor a broken formula";
     Map->InvalidateNodes();
     EXPECT_EQ(Mode("L"), RO);
     EXPECT_EQ(log.Count("GenApi", GenICam::LogPriority_Info, "'Blind', which is not readable"), 3u) << "once each";
@@ -129,6 +135,9 @@ TEST_F(AccessModeTest, WhatIsNotCachedIsAskedAtEachTime) {
     EXPECT_EQ(Mode("Top"), NA);
     Port.Memory[0] = 1;
     EXPECT_EQ(Mode("Top"), RW);
+    EXPECT_EQ(Int("Top").GetValue(), 1);
+    Port.Memory[0] = 0;
+    EXPECT_FALSE(As<IValue>("Top").IsValueCacheValid()) << "a read would fail";
     const int reads = Port.Reads;
     for (int i = 0; i < 3; ++i)
         EXPECT_EQ(Mode("ByStored"), RW);
@@ -225,10 +234,13 @@ TEST_F(AccessModeTest, AFormulaNeedsTheVariablesThatItReads) {
 
 TEST_F(AccessModeTest, ADecidingCircleIsTakenForReadWriteAndTold) {
     const Fakes::LogRecorder log("GenApi");
-    Load(Value("A", 1, "<pIsLocked>B</pIsLocked>") + Value("B", 0, "<pIsLocked>A</pIsLocked>"));
+    Load(Value("A", 1, "<pIsLocked>B</pIsLocked>") + Value("B", 0, "<pIsLocked>A</pIsLocked>") +
+         Node("Port", "Loop", "<pIsAvailable>InLoop</pIsAvailable>") +
+         Node("IntReg", "InLoop", "<Address>0</Address><Length>4</Length><pPort>Loop</pPort>"));
     EXPECT_EQ(Mode("B"), RO);
     EXPECT_EQ(log.Count("GenApi", GenICam::LogPriority_Warn, "depends on itself"), 1u);
     EXPECT_NO_THROW(Mode("A"));
+    EXPECT_EQ(Mode("InLoop"), NA) << "nor is a port taken for connected";
 }
 
 TEST_F(AccessModeTest, WhatACircleKeepsIsNotOlderThanWhatItDependsOn) {
@@ -267,6 +279,9 @@ TEST_F(AccessModeTest, RegistersWaitForTheirAddressAndLength) {
     Int("There").SetValue(0);
     for (const char* name : {"ByAddress", "ByIndex", "ByLength"})
         EXPECT_EQ(Mode(name), NA) << name;
+    Port.Mode = NI;
+    Port.InvalidateNode();
+    EXPECT_EQ(Mode("ByAddress"), NI);
 }
 
 TEST_F(AccessModeTest, LimitsNeedAvailabilityOnly) {

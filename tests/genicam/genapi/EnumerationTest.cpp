@@ -186,6 +186,7 @@ TEST_F(EnumerationTest, CommandsThatCannotTellAreDoneAtOnce) {
     EXPECT_THAT(Failure([this] { Command("Blind").Execute(); }), HasSubstr("Node is not writable."));
     Int("There").SetValue(0);
     EXPECT_THAT(Failure([this] { Command("Blind").IsDone(); }), HasSubstr("Node is not implemented."));
+    EXPECT_THROW(Text("Blind"), GenICam::AccessException);
 }
 
 } // namespace

@@ -47,7 +47,9 @@ TEST_P(KindTest, OffersTheInterfacesOfItsKind) {
     if (value != nullptr) {
         EXPECT_EQ(value->GetNode(), &node);
     }
-    EXPECT_EQ(dynamic_cast<IRegister*>(&node) != nullptr, std::string(kind.type).find("Reg") != std::string::npos);
+    const bool hasBytes = std::string("AdvFeatureLock ConfRom").find(kind.type) != std::string::npos;
+    EXPECT_EQ(dynamic_cast<IRegister*>(&node) != nullptr,
+              hasBytes || std::string(kind.type).find("Reg") != std::string::npos);
     EXPECT_EQ(dynamic_cast<IInteger*>(&node) != nullptr, kind.principal == intfIInteger);
     EXPECT_EQ(dynamic_cast<IFloat*>(&node) != nullptr, kind.principal == intfIFloat);
     EXPECT_EQ(dynamic_cast<IString*>(&node) != nullptr, kind.principal == intfIString);
@@ -79,7 +81,10 @@ INSTANTIATE_TEST_SUITE_P(
                     Kind{"EnumEntry", "<Value>1</Value>", intfIEnumEntry, "IEnumEntry"},
                     Kind{"String", "<Value/>", intfIString, "IString"}, Kind{"StringReg", "", intfIString, "IString"},
                     Kind{"Register", "", intfIRegister, "IRegister"}, Kind{"Category", "", intfICategory, "ICategory"},
-                    Kind{"Port", "", intfIPort, "IPort"}, Kind{"Node", "", intfIBase, "IBase"}),
+                    Kind{"IntKey", "", intfIInteger, "IInteger"}, Kind{"SmartFeature", "", intfIInteger, "IInteger"},
+                    Kind{"AdvFeatureLock", "", intfIInteger, "IInteger"}, Kind{"TextDesc", "", intfIString, "IString"},
+                    Kind{"ConfRom", "", intfIRegister, "IRegister"}, Kind{"Port", "", intfIPort, "IPort"},
+                    Kind{"Node", "", intfIBase, "IBase"}),
     [](const auto& each) { return std::string(each.param.type); });
 
 TEST_F(NodeTest, NodesTellWhatTheDescriptionSaysOfThem) {
@@ -120,9 +125,10 @@ TEST_F(NodeTest, PropertiesAreGivenAsTextWithTheirAttributes) {
          Node("Float", "F", "<Value>0.1</Value>") +
          Node("IntSwissKnife", "K",
               "<pVariable Name=\"X\">A</pVariable><pVariable Name=\"Y\">B</pVariable>"
+              "<Constant Name=\"C\">0x10</Constant><Constant Name=\"D\"> 0.5 </Constant>"
               "<Formula> X + Y </Formula>") +
          Node("IntReg", "R",
-              "<Address>8</Address><Address>0x10</Address><pIndex Offset=\"4\">A</pIndex>"
+              "<Address>8</Address><Address>0x10</Address><pIndex>B</pIndex><pIndex Offset=\"4\">A</pIndex>"
               "<Length>4</Length><pPort>Device</pPort><Endianess>BigEndian</Endianess>"));
     EXPECT_EQ(Property("A", "Name"), "A|");
     EXPECT_EQ(Property("A", "Value"), "16|");
@@ -132,7 +138,8 @@ TEST_F(NodeTest, PropertiesAreGivenAsTextWithTheirAttributes) {
     EXPECT_EQ(Property("K", "pVariable"), "A\tB|X\tY");
     EXPECT_EQ(Property("K", "Formula"), "X + Y|");
     EXPECT_EQ(Property("R", "Address"), "8\t16|");
-    EXPECT_EQ(Property("R", "pIndex"), "A|4");
+    EXPECT_EQ(Property("R", "pIndex"), "B\tA|\t4") << "both lists go together";
+    EXPECT_EQ(Property("K", "Constant"), "16\t0.5|C\tD");
     EXPECT_EQ(Property("R", "Endianess"), "BigEndian|");
     EXPECT_EQ(Property("R", "Sign"), "none");
     EXPECT_EQ(Property("R", "NoSuchThing"), "none");

@@ -177,9 +177,18 @@ TEST_F(RegisterTest, StructuresExpandToFieldsThatShareTheirRegister) {
     Load("<StructReg Comment=\"Status\"><ToolTip>shared</ToolTip><Visibility>Guru</Visibility><Address>8</Address>"
          "<Length>4</Length><AccessMode>RW</AccessMode><pPort>Device</pPort><Cachable>NoCache</Cachable>"
          "<Endianess>BigEndian</Endianess><pInvalidator>High</pInvalidator>"
+         "<PollingTime>0</PollingTime><pBlockPolling>One</pBlockPolling>"
          "<StructEntry Name=\"High\"><LSB>15</LSB><MSB>0</MSB></StructEntry>"
-         "<StructEntry Name=\"Flag\"><ToolTip>own</ToolTip><pInvalidator>Flag</pInvalidator><AccessMode>RO</AccessMode>"
-         "<Cachable>WriteThrough</Cachable><Bit>31</Bit></StructEntry></StructReg>");
+         "<StructEntry "
+         "Name=\"Flag\"><ToolTip>own</ToolTip><pBlockPolling>Zero</pBlockPolling><pInvalidator>Flag</"
+         "pInvalidator><AccessMode>RO</AccessMode>"
+         "<Cachable>WriteThrough</Cachable><Bit>31</Bit></StructEntry></StructReg>" +
+         Node("Integer", "One", "<Value>1</Value>") + Node("Integer", "Zero", "<Value>0</Value>"));
+    int polled = 0, blocked = 0;
+    Count("Flag", polled);
+    Count("High", blocked);
+    Map->Poll(1);
+    EXPECT_EQ(polled * 10 + blocked, 10) << "the entry asks its own blocker alone";
     Fill(8, {0x12, 0x34, 0, 1});
     EXPECT_EQ(Int("High").GetValue(), 0x1234);
     EXPECT_EQ(Int("Flag").GetValue(), 1);
@@ -239,14 +248,19 @@ TEST_F(RegisterTest, AMovedRegisterForgetsWhatItReadElsewhere) {
 
 TEST_F(RegisterTest, ARegisterThatIsMovedByTheDeviceForgetsToo) {
     Load(Node("IntReg", "Selector", Place(32, 1, "<Cachable>NoCache</Cachable>")) +
-         Node("IntReg", "Bank", "<pIndex Offset=\"4\">Selector</pIndex><Length>4</Length><pPort>Device</pPort>"));
-    Fill(0, {10, 0, 0, 0, 20, 0, 0, 0});
-    EXPECT_EQ(Int("Bank").GetValue(), 10);
-    Port.Memory[32] = 1;
-    EXPECT_EQ(Int("Bank").GetValue(), 20);
-    Port.Memory[32] = 0;
-    Port.Memory[0] = 11;
-    EXPECT_EQ(Int("Bank").GetValue(), 11);
+         Node("IntReg", "Bank", "<pIndex Offset=\"4\">Selector</pIndex><Length>4</Length><pPort>Device</pPort>") +
+         Node("Integer", "Above", "<pValue>Bank</pValue>"));
+    for (const char* name : {"Bank", "Above"}) {
+        Fill(0, {10, 0, 0, 0, 20, 0, 0, 0});
+        Port.Memory[32] = 0;
+        EXPECT_EQ(Int(name).GetValue(false, true), 10);
+        Port.Memory[32] = 1;
+        EXPECT_EQ(Int(name).GetValue(), 20);
+        Port.Memory[32] = 0;
+        Port.Memory[0] = 11;
+        EXPECT_EQ(Int(name).GetValue(), 11) << name;
+    }
+    EXPECT_EQ(Map->GetNode("Bank")->GetCachingMode(), WriteThrough) << "as declared";
 }
 
 TEST_F(RegisterTest, InvalidatingReachesTheBytesThatAnotherNodeHasRead) {

@@ -87,6 +87,7 @@ TEST_F(ValueTest, LimitsComeFromTheNodeItselfThenFromItsValue) {
     EXPECT_EQ(Int("Own").GetUnit(), "cm");
     EXPECT_EQ(Float("AsFloat").GetMin(), 2.0);
     EXPECT_FALSE(Float("AsFloat").HasInc());
+    EXPECT_EQ(Float("AsFloat").GetRepresentation(), PureNumber) << "no float is shown in hexadecimal";
     EXPECT_EQ(Int("Free").GetMax(), INT64_MAX);
     EXPECT_EQ(Int("Free").GetRepresentation(), PureNumber);
     Int("Inner").ImposeMax(50);
@@ -170,7 +171,7 @@ TEST_F(ValueTest, EnumerationsAndBooleansStandInForNumbers) {
          "</EnumEntry><Value>0</Value></Enumeration>" +
          Value("Never") + Above("Float", "F", "E") + Above("Integer", "I", "E") +
          Node("Boolean", "B", "<Value>5</Value><OnValue>9</OnValue><OffValue>5</OffValue>") +
-         Above("Integer", "OverB", "B"));
+         Above("Integer", "OverB", "B") + Above("Boolean", "OverE", "E", "<OnValue>5</OnValue>"));
     EXPECT_EQ(Float("F").GetValue(), 2.5);
     EXPECT_EQ(Int("I").GetValue(), 3);
     Float("F").SetValue(6.1);
@@ -180,9 +181,12 @@ TEST_F(ValueTest, EnumerationsAndBooleansStandInForNumbers) {
     As<IEnumeration>("E").SetIntValue(77, false);
     EXPECT_THROW(Int("I").GetValue(), GenICam::AccessException);
     EXPECT_EQ(Int("OverB").GetValue(), 0);
-    EXPECT_EQ(Int("OverB").GetMax(), 1);
-    Int("OverB").SetValue(1);
-    EXPECT_TRUE(As<IBoolean>("B").GetValue());
+    EXPECT_EQ(Int("OverB").GetMax(), INT64_MAX);
+    Int("OverB").SetValue(2);
+    EXPECT_TRUE(As<IBoolean>("B").GetValue()) << "whatever is not 0";
+    As<IBoolean>("OverE") = true;
+    EXPECT_EQ(Text("E"), "Slow");
+    EXPECT_FALSE(As<IBoolean>("OverE").GetValue()) << "no entry is the on value";
 }
 
 TEST_F(ValueTest, BooleansAreTrueAtTheirOnValueOnly) {
@@ -364,7 +368,11 @@ TEST_F(ValueTest, StringsOfNodesAndRegisters) {
 TEST_F(ValueTest, TextsFollowTheRepresentation) {
     Load(Value("Hex", 255, "<Representation>HexNumber</Representation>") +
          Value("Ip", 0x0A000001, "<Representation>IPV4Address</Representation>") +
-         FloatValue("F", "0.5", "<DisplayNotation>Fixed</DisplayNotation><DisplayPrecision>2</DisplayPrecision>"));
+         FloatValue("F", "0.5", "<DisplayNotation>Fixed</DisplayNotation><DisplayPrecision>2</DisplayPrecision>") +
+         FloatValue("Long", "2.3456789", "<pMax>Gone</pMax>") + Value("Gone", 5, "<pIsAvailable>No</pIsAvailable>") +
+         Value("No", 0) + FloatValue("Edge", "2.3456789", "<Max>2.3456789</Max>"));
+    EXPECT_EQ(Text("Long"), "2.34568") << "a limit that cannot be read hides no value";
+    EXPECT_EQ(Text("Edge"), "2.34567") << "rounded to what can be written back";
     EXPECT_EQ(Text("Hex"), "0xFF");
     EXPECT_EQ(Text("Ip"), "10.0.0.1");
     EXPECT_EQ(Text("F"), "0.50");
