@@ -39,6 +39,7 @@ public:
 
     /// "Width.SetValue": the outermost public call; empty outside of one.
     std::string EntryPoint() const;
+    bool IsEntry(const NodeBase& node) const noexcept { return m_entryNode == &node; } ///< whether it is this node's
 
     /// A change of @p node: invalidates, collects callbacks and fires them when the lock is given back.
     template <typename Action>

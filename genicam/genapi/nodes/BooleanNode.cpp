@@ -1,5 +1,6 @@
 #include "genicam/genapi/nodes/BooleanNode.h"
 
+#include "genicam/genapi/nodes/DeviceLog.h"
 #include "genicam/genapi/nodes/NodeError.h"
 #include "genicam/genapi/nodes/TextForms.h"
 
@@ -47,6 +48,7 @@ bool BooleanNode::ReadTruth(ReadMode mode) {
         m_value = value;
         MarkCached(Cached_Value);
     }
+    DeviceLog::TellRead(*this, value);
     return value;
 }
 
@@ -69,6 +71,7 @@ void BooleanNode::WriteTruth(bool value, bool verify) {
         MarkCached(Cached_Value);
         MarkCached(Cached_Protected);
     }
+    DeviceLog::TellWritten(*this, value);
     scope.Succeed();
 }
 

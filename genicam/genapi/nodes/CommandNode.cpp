@@ -1,5 +1,6 @@
 #include "genicam/genapi/nodes/CommandNode.h"
 
+#include "genicam/genapi/nodes/DeviceLog.h"
 #include "genicam/genapi/nodes/NodeError.h"
 #include "genicam/genapi/nodes/TextForms.h"
 
@@ -42,6 +43,7 @@ void CommandNode::Start(bool verify) {
     if (verify) {
         CheckErrorNodes();
     }
+    DeviceLog::TellWritten(*this, value);
     scope.Succeed();
 }
 

@@ -1,5 +1,6 @@
 #include "genicam/genapi/nodes/EnumerationNode.h"
 
+#include "genicam/genapi/nodes/DeviceLog.h"
 #include "genicam/genapi/nodes/IntegerBase.h"
 #include "genicam/genapi/nodes/NodeError.h"
 
@@ -183,6 +184,7 @@ std::int64_t EnumerationNode::ReadIntValue(ReadMode mode) {
         m_value = value;
         MarkCached(Cached_Value);
     }
+    DeviceLog::TellRead(*this, value);
     return value;
 }
 
@@ -216,6 +218,7 @@ void EnumerationNode::WriteIntValue(std::int64_t value, bool verify) {
         MarkCached(Cached_Value);
         MarkCached(Cached_Protected);
     }
+    DeviceLog::TellWritten(*this, value);
     scope.Succeed();
 }
 

@@ -1,5 +1,6 @@
 #include "genicam/genapi/nodes/NumericBase.h"
 
+#include "genicam/genapi/nodes/DeviceLog.h"
 #include "genicam/genapi/nodes/NodeError.h"
 #include "genicam/genapi/nodes/TextForms.h"
 
@@ -146,6 +147,7 @@ T NumericBase<T>::ReadNumber(ReadMode mode) {
         m_value = value;
         MarkCached(Cached_Value);
     }
+    DeviceLog::TellRead(*this, value);
     return value;
 }
 
@@ -167,6 +169,7 @@ void NumericBase<T>::WriteNumber(T value, bool verify) {
         MarkCached(Cached_Value);
         MarkCached(Cached_Protected);
     }
+    DeviceLog::TellWritten(*this, value);
     scope.Succeed();
 }
 

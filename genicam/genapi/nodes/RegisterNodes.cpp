@@ -1,5 +1,6 @@
 #include "genicam/genapi/nodes/RegisterNodes.h"
 
+#include "genicam/genapi/nodes/DeviceLog.h"
 #include "genicam/genapi/nodes/NodeError.h"
 #include "genicam/genapi/nodes/TextForms.h"
 
@@ -209,6 +210,7 @@ std::string RegisterNode::FormatValue(ReadMode mode) {
     RequireReadable();
     const EvaluationGuard guard(*this, EvaluationGuard::Reading);
     std::string text = FormatBytes(Located().Read(mode));
+    DeviceLog::TellRead(*this, text);
     if (mode.verify) {
         CheckErrorNodes();
     }
@@ -232,6 +234,7 @@ void RegisterNode::WriteFormatted(std::string_view text, bool verify) {
     if (verify) {
         CheckErrorNodes();
     }
+    DeviceLog::TellWritten(*this, std::span<const std::uint8_t>(*bytes));
     scope.Succeed();
 }
 

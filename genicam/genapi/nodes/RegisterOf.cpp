@@ -1,5 +1,6 @@
 #include "genicam/genapi/nodes/RegisterNodes.h"
 
+#include "genicam/genapi/nodes/DeviceLog.h"
 #include "genicam/genapi/nodes/NodeError.h"
 #include "genicam/genapi/nodes/TextForms.h"
 
@@ -61,6 +62,7 @@ void RegisterOf<Base>::SetBytes(const std::uint8_t* bytes, std::int64_t length, 
     if (verify) {
         this->CheckErrorNodes();
     }
+    DeviceLog::TellWritten(*this, std::span<const std::uint8_t>(padded));
     scope.Succeed();
 }
 
@@ -75,6 +77,7 @@ void RegisterOf<Base>::Get(uint8_t* pBuffer, int64_t Length, bool Verify, bool I
     }
     const EvaluationGuard guard(*this, EvaluationGuard::Reading);
     const auto bytes = m_register.Read({Verify, IgnoreCache});
+    DeviceLog::TellRead(*this, bytes);
     std::copy_n(bytes.begin(), std::min(static_cast<std::size_t>(Length), bytes.size()), pBuffer);
     if (Verify) {
         this->CheckErrorNodes();

@@ -1,3 +1,4 @@
+#include "genicam/genapi/nodes/DeviceLog.h"
 #include "genicam/genapi/nodes/NodeError.h"
 #include "genicam/genapi/nodes/StringBase.h"
 
@@ -37,6 +38,7 @@ std::string StringBase::ReadText(ReadMode mode) {
         m_value = value;
         MarkCached(Cached_Value);
     }
+    DeviceLog::TellRead(*this, value);
     return value;
 }
 
@@ -55,6 +57,7 @@ void StringBase::WriteText(const std::string& value, bool verify) {
         MarkCached(Cached_Value);
         MarkCached(Cached_Protected);
     }
+    DeviceLog::TellWritten(*this, value);
     scope.Succeed();
 }
 

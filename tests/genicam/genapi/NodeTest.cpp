@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 
+#include "fakes/LogRecorder.h"
 #include "genicam/genapi/MapFixture.h"
 
 // What every node tells about itself, and ports as nodes.
@@ -181,6 +182,30 @@ TEST_F(NodeTest, APortNodeHandsOnAndKeepsCachesTrue) {
     EXPECT_THROW(port.Read(back, 1, 2), GenICam::AccessException);
     EXPECT_THROW(port.Write(bytes, 0, 4), GenICam::AccessException);
     EXPECT_THROW(Int("R").GetValue(), GenICam::AccessException);
+}
+
+TEST_F(NodeTest, TheLogTellsWhatCallersReadAndWriteAndNoNodeBelow) {
+    const Fakes::LogRecorder log("GenApi.Device");
+    Load(Node("IntReg", "R", Place(0, 1)) + Node("Integer", "Top", "<pValue>R</pValue>") +
+         Node("Register", "Bytes", Place(8, 2)) + Node("Boolean", "B", "<pValue>R</pValue>") +
+         Node("Float", "F", "<Value>0.5</Value>") + Node("StringReg", "S", Place(16, 4)) +
+         Node("Command", "Go", "<pValue>R</pValue><CommandValue>3</CommandValue>"));
+    Int("Top").SetValue(5);
+    Int("Top").GetValue();
+    Int("Top").GetValue(false, true);
+    As<IBoolean>("B").GetValue();
+    As<IValue>("Bytes").FromString("0x01ff");
+    As<IValue>("F").FromString("0.1");
+    As<IString>("S").SetValue("ab");
+    As<ICommand>("Go").Execute();
+    EXPECT_THROW(Int("R").SetValue(256), GenICam::OutOfRangeException);
+    std::vector<std::string> told;
+    for (const Fakes::LogLine& line : log.Lines())
+        if (!line.message.starts_with("Device: ")) // what the port passes on
+            told.push_back((line.priority == GenICam::LogPriority_Info ? "w " : "r ") + line.message);
+    EXPECT_THAT(told, ElementsAre("w Top.SetValue(5)", "r Top.GetValue() = 5", "r B.GetValue() = false",
+                                  "w Bytes.FromString(0x01ff)", "w F.FromString(0.1)", "w S.SetValue('ab')",
+                                  "w Go.Execute(3)"));
 }
 
 TEST_F(NodeTest, WritesCanBeRecordedAndReplayed) {
