@@ -4,6 +4,7 @@
 
 #include <gmock/gmock.h>
 
+#include "fakes/LogRecorder.h"
 #include "genicam/genapi/MapFixture.h"
 #include "genicam/genapi/nodes/RawCache.h"
 
@@ -374,6 +375,16 @@ TEST(RawCacheTest, AWriteMakesVoidExactlyWhatItOverlaps) {
                 << written.address << "+" << written.length << " over " << range.address << "+" << range.length;
         }
     }
+}
+
+TEST_F(RegisterTest, AccessesOfTheDeviceCanBeLogged) {
+    Load(Node("IntReg", "R", Place(16, 2)));
+    const Fakes::LogRecorder log("GenApi.Device");
+    Int("R") = 0x1234;
+    Port.Memory[16] = 0;
+    Int("R").GetValue(false, true);
+    EXPECT_EQ(log.Count("GenApi.Device", GenICam::LogPriority_Debug, "Device: wrote 2 bytes at 0x10: 34 12"), 1u);
+    EXPECT_EQ(log.Count("GenApi.Device", GenICam::LogPriority_Debug, "Device: read 2 bytes at 0x10: 00 12"), 1u);
 }
 
 TEST(RawCacheTest, EntriesOfMovingRegistersDoNotPileUp) {
