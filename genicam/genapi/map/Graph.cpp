@@ -8,61 +8,57 @@ namespace {
 
 constexpr std::size_t maxEdges = std::size_t(32) << 20;
 
-/// Gathers the references of all nodes by what they mean.
-class EdgeCollector {
-public:
-    explicit EdgeCollector(const Model& model) : m_model(model) {}
-
-    void Collect() {
-        for (NodeIndex node = 0; node < m_model.NodeCount(); ++node) {
-            m_model.ForEachProperty(node, [&](const Property& property) {
-                if (property.form == Form::Node) {
-                    AddReference(node, property);
-                }
-            });
-            if (m_read.size() + m_write.size() + m_invalidate.size() > maxEdges) {
-                throw RUNTIME_EXCEPTION("The camera description holds more than %zu references.", maxEdges);
+/// Tells @p visit (list, from, to) of every edge of the graph, in the order of nodes and properties.
+template <typename Visitor>
+void ForEachEdge(const Model& model, Graph& graph, Visitor&& visit) {
+    for (NodeIndex node = 0; node < model.NodeCount(); ++node) {
+        model.ForEachProperty(node, [&](const Property& property) {
+            if (property.form != Form::Node) {
+                return;
             }
-        }
+            const std::uint8_t edges = TraitsOf(property.kind).edges;
+            const NodeIndex target = property.payload;
+            if (edges & Edge_Read) {
+                visit(graph.reading, node, target);
+            }
+            if (edges & Edge_Write) {
+                visit(graph.writing, node, target);
+            }
+            if (edges & Edge_Invalidate) {
+                visit(graph.invalidating, node, target);
+                visit(graph.parents, target, node);
+            }
+            if (property.kind == PropertyKind::pSelected) {
+                // what is selected shows another value when its selector moves
+                visit(graph.selecting, target, node);
+                visit(graph.invalidating, target, node);
+                visit(graph.parents, node, target);
+            }
+        });
     }
+}
 
-    void Store(Graph& graph) const {
-        const std::size_t nodes = m_model.NodeCount();
-        graph.reading.Build(nodes, m_read);
-        graph.writing.Build(nodes, m_write);
-        graph.invalidating.Build(nodes, m_invalidate);
-        graph.selecting.Build(nodes, m_select);
-        std::vector<EdgeLists::Pair> inverse;
-        inverse.reserve(m_invalidate.size());
-        for (const EdgeLists::Pair& pair : m_invalidate) {
-            inverse.push_back({pair.to, pair.from});
-        }
-        graph.parents.Build(nodes, inverse);
+/// Counts first, so that each list is allocated once.
+void CollectEdges(const Model& model, Graph& graph) {
+    EdgeLists* const lists[] = {&graph.reading, &graph.writing, &graph.invalidating, &graph.parents, &graph.selecting};
+    for (EdgeLists* list : lists) {
+        list->Open(model.NodeCount());
     }
-
-private:
-    void AddReference(NodeIndex node, const Property& property) {
-        const std::uint8_t edges = TraitsOf(property.kind).edges;
-        const NodeIndex target = property.payload;
-        if (edges & Edge_Read) {
-            m_read.push_back({node, target});
+    std::size_t edges = 0;
+    ForEachEdge(model, graph, [&edges](EdgeLists& list, NodeIndex from, NodeIndex) {
+        list.Expect(from);
+        if (++edges > maxEdges) {
+            throw RUNTIME_EXCEPTION("The camera description holds more than %zu references.", maxEdges);
         }
-        if (edges & Edge_Write) {
-            m_write.push_back({node, target});
-        }
-        if (edges & Edge_Invalidate) {
-            m_invalidate.push_back({node, target});
-        }
-        if (property.kind == PropertyKind::pSelected) {
-            // what is selected shows another value when its selector moves
-            m_select.push_back({target, node});
-            m_invalidate.push_back({target, node});
-        }
+    });
+    for (EdgeLists* list : lists) {
+        list->Allocate();
     }
-
-    const Model& m_model;
-    std::vector<EdgeLists::Pair> m_read, m_write, m_invalidate, m_select;
-};
+    ForEachEdge(model, graph, [](EdgeLists& list, NodeIndex from, NodeIndex to) { list.Add(from, to); });
+    for (EdgeLists* list : lists) {
+        list->Close();
+    }
+}
 
 void MarkFeatures(const Model& model, std::vector<bool>& isFeature) {
     isFeature.assign(model.NodeCount(), false);
@@ -88,9 +84,7 @@ void MarkFeatures(const Model& model, std::vector<bool>& isFeature) {
 } // namespace
 
 void Model::BuildGraph() {
-    EdgeCollector edges(*this);
-    edges.Collect();
-    edges.Store(m_graph);
+    CollectEdges(*this, m_graph);
     MarkFeatures(*this, m_graph.isFeature);
 }
 

@@ -27,7 +27,7 @@ constexpr std::array<PropertyTraits, static_cast<std::size_t>(PropertyKind::Unkn
 class WordTable {
 public:
     void Add(std::string_view word, std::uint8_t number) noexcept {
-        std::size_t slot = HashName(word) % m_slots.size();
+        std::size_t slot = HashName(word, {}) % m_slots.size();
         while (!m_slots[slot].word.empty()) {
             slot = (slot + 1) % m_slots.size();
         }
@@ -35,7 +35,7 @@ public:
     }
 
     std::uint8_t Find(std::string_view word, std::uint8_t missing) const noexcept {
-        std::size_t slot = HashName(word) % m_slots.size();
+        std::size_t slot = HashName(word, {}) % m_slots.size();
         while (!m_slots[slot].word.empty()) {
             if (m_slots[slot].word == word) {
                 return m_slots[slot].number;

@@ -6,12 +6,15 @@
 
 #include <algorithm>
 #include <cstring>
+#include <numeric>
 
 namespace GenApi {
 
 namespace {
 
 constexpr std::size_t maxTextBytes = std::size_t(512) << 20;
+constexpr std::string_view entryPrefix = "EnumEntry_";
+constexpr std::size_t maxEntryNameBytes = 3000; // its enumeration's and its own
 
 } // namespace
 
@@ -20,12 +23,13 @@ std::uint32_t StringArena::Add(std::string_view text) {
         throw RUNTIME_EXCEPTION("The camera description holds more than %zu bytes of text.", maxTextBytes);
     }
     const auto length = static_cast<std::uint32_t>(text.size());
-    const auto* lengthBytes = reinterpret_cast<const char*>(&length);
-    m_bytes.insert(m_bytes.end(), lengthBytes, lengthBytes + sizeof(length));
-    const auto offset = static_cast<std::uint32_t>(m_bytes.size());
-    m_bytes.insert(m_bytes.end(), text.begin(), text.end());
-    m_bytes.push_back('\0');
-    return offset;
+    const std::size_t begin = m_bytes.size();
+    m_bytes.resize(begin + sizeof(length) + text.size() + 1); // a NUL stays behind the text
+    std::memcpy(m_bytes.data() + begin, &length, sizeof(length));
+    if (!text.empty()) {
+        std::memcpy(m_bytes.data() + begin + sizeof(length), text.data(), text.size());
+    }
+    return static_cast<std::uint32_t>(begin + sizeof(length));
 }
 
 std::string_view StringArena::At(std::uint32_t offset) const noexcept {
@@ -48,14 +52,14 @@ std::uint32_t SymbolTable::Find(const StringArena& texts, std::string_view name)
     if (m_slots.empty()) {
         return Missing;
     }
-    return m_slots[SlotOf(texts, name, HashName(name))].symbol;
+    return m_slots[SlotOf(texts, name, HashName(name, m_key))].symbol;
 }
 
 std::uint32_t SymbolTable::Intern(StringArena& texts, std::string_view name) {
     if (m_symbols.size() * 2 >= m_slots.size()) {
         Grow();
     }
-    const std::uint64_t hash = HashName(name);
+    const std::uint64_t hash = HashName(name, m_key);
     Slot& slot = m_slots[SlotOf(texts, name, hash)];
     if (slot.symbol == Missing) {
         m_symbols.push_back({texts.Add(name), NoNode});
@@ -77,24 +81,25 @@ void SymbolTable::Grow() {
     m_slots.swap(slots);
 }
 
-void EdgeLists::Build(std::size_t nodes, const std::vector<Pair>& pairs) {
-    m_begin.assign(nodes + 1, 0);
-    for (const Pair& pair : pairs) {
-        ++m_begin[pair.from + 1];
-    }
-    for (std::size_t i = 1; i <= nodes; ++i) {
-        m_begin[i] += m_begin[i - 1];
-    }
-    m_targets.resize(pairs.size());
-    std::vector<std::uint32_t> next(m_begin.begin(), m_begin.end() - 1);
-    for (const Pair& pair : pairs) {
-        m_targets[next[pair.from]++] = pair.to;
-    }
+void SymbolTable::Close() {
+    m_hashes = {};
+    m_symbols.shrink_to_fit();
+}
+
+void EdgeLists::Allocate() {
+    std::partial_sum(m_begin.begin(), m_begin.end(), m_begin.begin());
+    m_targets.resize(m_begin.back());
+}
+
+/// Adding has moved each beginning to the end of its list, where the next one begins.
+void EdgeLists::Close() {
+    std::copy_backward(m_begin.begin(), m_begin.end() - 1, m_begin.end());
+    m_begin.front() = 0;
 }
 
 NodeIndex Model::Find(std::string_view name) const noexcept {
     const std::uint32_t symbol = m_symbols.Find(m_texts, name);
-    if (symbol != SymbolTable::Missing) {
+    if (symbol != SymbolTable::Missing && m_symbols.At(symbol).node != NoNode) {
         return m_symbols.At(symbol).node;
     }
     // a qualified name, as INode::GetName gives it
@@ -104,7 +109,23 @@ NodeIndex Model::Find(std::string_view name) const noexcept {
             return plain == SymbolTable::Missing ? NoNode : m_symbols.At(plain).node;
         }
     }
-    return NoNode;
+    return FindEntry(name);
+}
+
+NodeIndex Model::FindEntry(std::string_view name) const noexcept {
+    char whole[entryPrefix.size() + maxEntryNameBytes];
+    if (name.size() > maxEntryNameBytes) {
+        return NoNode;
+    }
+    std::memcpy(whole, entryPrefix.data(), entryPrefix.size());
+    std::memcpy(whole + entryPrefix.size(), name.data(), name.size());
+    const std::uint32_t symbol = m_symbols.Find(m_texts, {whole, entryPrefix.size() + name.size()});
+    const NodeIndex node = symbol == SymbolTable::Missing ? NoNode : m_symbols.At(symbol).node;
+    return node != NoNode && m_nodes[node].kind == NodeKind::EnumEntry ? node : NoNode;
+}
+
+std::string_view Model::TargetName(const Property& reference) const noexcept {
+    return reference.form == Form::Node ? NameOf(reference.payload) : SymbolName(reference.payload);
 }
 
 const Property* Model::FindProperty(NodeIndex node, PropertyKind kind) const noexcept {

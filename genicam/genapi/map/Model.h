@@ -1,6 +1,7 @@
 #pragma once
 
 #include "genicam/genapi/map/Kinds.h"
+#include "genicam/genapi/map/NameHash.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -68,6 +69,7 @@ public:
     Symbol& At(std::uint32_t symbol) noexcept { return m_symbols[symbol]; }
     const Symbol& At(std::uint32_t symbol) const noexcept { return m_symbols[symbol]; }
     std::size_t Size() const noexcept { return m_symbols.size(); }
+    void Close(); ///< Gives back what only Intern needs, which must not be called any more.
 
 private:
     struct Slot {
@@ -77,6 +79,7 @@ private:
     void Grow();
     std::size_t SlotOf(const StringArena& texts, std::string_view name, std::uint64_t hash) const noexcept;
 
+    const HashKey m_key = SecretHashKey(); // no file is made of names that collide
     std::vector<Symbol> m_symbols;
     std::vector<std::uint64_t> m_hashes; // of the symbols
     std::vector<Slot> m_slots;           // a power of two, at most half full
@@ -92,10 +95,13 @@ struct DeviceInformation {
 /// Lists of nodes, one for each node, in two flat arrays.
 class EdgeLists {
 public:
-    struct Pair {
-        NodeIndex from, to;
-    };
-    void Build(std::size_t nodes, const std::vector<Pair>& pairs); ///< Keeps the order of the pairs of a node.
+    // made in this order: all edges are expected before the first is added
+    void Open(std::size_t nodes) { m_begin.assign(nodes + 1, 0); }
+    void Expect(NodeIndex from) noexcept { ++m_begin[from + 1]; }
+    void Allocate();
+    void Add(NodeIndex from, NodeIndex to) noexcept { m_targets[m_begin[from]++] = to; }
+    void Close();
+
     std::span<const NodeIndex> Of(NodeIndex node) const noexcept {
         return {m_targets.data() + m_begin[node], m_begin[node + 1] - m_begin[node]};
     }
@@ -122,7 +128,8 @@ public:
     std::size_t NodeCount() const noexcept { return m_nodes.size(); }
     const NodeRecord& Record(NodeIndex node) const noexcept { return m_nodes[node]; }
     std::string_view NameOf(NodeIndex node) const noexcept { return TextOf(m_symbols.At(m_nodes[node].name).text); }
-    NodeIndex Find(std::string_view name) const noexcept; ///< NoNode if there is none.
+    /// Finds a node by its name; an entry also as <Enumeration>_<Entry>. @return NoNode if there is none.
+    NodeIndex Find(std::string_view name) const noexcept;
 
     /// A structure's properties first, so that what an entry says itself comes last and counts.
     template <typename Visitor>
@@ -143,6 +150,9 @@ public:
         return place - m_nodes[node].first < m_nodes[node].count;
     }
 
+    const Property& PropertyAt(std::uint32_t place) const noexcept { return m_properties[place]; }
+    std::string_view SymbolName(std::uint32_t symbol) const noexcept { return TextOf(m_symbols.At(symbol).text); }
+    std::string_view TargetName(const Property& reference) const noexcept; ///< resolved, dropped or still a name
     std::string_view TextOf(std::uint32_t offset) const noexcept { return m_texts.At(offset); }
     std::int64_t IntegerOf(const Property& property) const noexcept { return m_integers[property.payload]; }
     double FloatOf(const Property& property) const noexcept { return m_floats[property.payload]; }
@@ -157,6 +167,7 @@ public:
 private:
     friend class ModelBuilder;
     void BuildGraph();
+    NodeIndex FindEntry(std::string_view name) const noexcept;
 
     std::vector<NodeRecord> m_nodes;
     std::vector<Property> m_properties;

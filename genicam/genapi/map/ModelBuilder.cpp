@@ -11,7 +11,6 @@ namespace {
 constexpr std::size_t maxNodes = 1000000;
 constexpr std::size_t maxProperties = std::size_t(32) << 20;
 constexpr std::size_t maxToldReferences = 100;
-constexpr std::string_view entryPrefix = "EnumEntry_";
 
 } // namespace
 
@@ -76,7 +75,6 @@ void ModelBuilder::ShareProperties(const Draft& structure, const std::vector<Nod
 }
 
 ModelPtr ModelBuilder::Build(const Describer& describe) {
-    AddEntryAliases();
     for (NodeIndex node = 0; node < m_model->m_nodes.size(); ++node) {
         const NodeRecord record = m_model->m_nodes[node];
         ResolveRange(node, record.sharedFirst, record.sharedCount, describe);
@@ -86,24 +84,16 @@ ModelPtr ModelBuilder::Build(const Describer& describe) {
         LogLoadWarning(std::to_string(m_dropped - maxToldReferences) + " more references are dropped.");
     }
     m_model->BuildGraph();
+    m_model->m_symbols.Close();
+    return std::move(m_model);
+}
+
+ModelPtr ModelBuilder::BuildPart() {
     return std::move(m_model);
 }
 
 ModelPtr EmptyModel() {
     return ModelBuilder(0).Build([](std::uint32_t) { return std::string(); });
-}
-
-/// An entry is found as EnumEntry_<Enumeration>_<Entry> and, unless another node is called so, without the prefix.
-void ModelBuilder::AddEntryAliases() {
-    for (NodeIndex node = 0; node < m_model->m_nodes.size(); ++node) {
-        const std::string name(m_model->NameOf(node));
-        if (m_model->m_nodes[node].kind == NodeKind::EnumEntry && name.starts_with(entryPrefix)) {
-            Symbol& alias = m_model->m_symbols.At(Symbolize(std::string_view(name).substr(entryPrefix.size())));
-            if (alias.node == NoNode) {
-                alias.node = node;
-            }
-        }
-    }
 }
 
 void ModelBuilder::ResolveRange(NodeIndex node, std::uint32_t first, std::uint32_t count, const Describer& describe) {
@@ -118,12 +108,14 @@ void ModelBuilder::ResolveReference(NodeIndex node, Property& property, std::uin
                                     const Describer& describe) {
     const PropertyTraits& traits = TraitsOf(property.kind);
     const Symbol& symbol = m_model->m_symbols.At(property.payload);
+    const std::string_view name = m_model->TextOf(symbol.text);
+    const NodeIndex found = symbol.node != NoNode ? symbol.node : m_model->Find(name);
     const NodeKind kind = m_model->m_nodes[node].kind;
     const Target target =
         property.kind == PropertyKind::pValue && kind == NodeKind::String ? Target::Text : traits.target;
-    if (symbol.node != NoNode && Accepts(target, m_model->m_nodes[symbol.node].kind)) {
+    if (found != NoNode && Accepts(target, m_model->m_nodes[found].kind)) {
         property.form = Form::Node;
-        property.payload = symbol.node;
+        property.payload = found;
         return;
     }
     if ((traits.edges & Edge_Optional) && m_dropped >= maxToldReferences) {
@@ -132,11 +124,9 @@ void ModelBuilder::ResolveReference(NodeIndex node, Property& property, std::uin
         return;
     }
     std::string text = describe(position) + ", node '" + std::string(m_model->NameOf(node)) + "', property '" +
-                       std::string(traits.name) + "': refers to node '" + std::string(m_model->TextOf(symbol.text)) +
-                       "'";
-    if (symbol.node != NoNode) {
-        text +=
-            " of kind '" + std::string(NodeKindName(m_model->m_nodes[symbol.node].kind)) + "', which cannot stand here";
+                       std::string(traits.name) + "': refers to node '" + std::string(name) + "'";
+    if (found != NoNode) {
+        text += " of kind '" + std::string(NodeKindName(m_model->m_nodes[found].kind)) + "', which cannot stand here";
     } else {
         text += ", which does not exist";
     }

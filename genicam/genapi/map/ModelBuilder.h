@@ -39,11 +39,11 @@ public:
     /// Resolves all references and computes the graph. @throws GenICam::RuntimeException for a reference to nothing, or
     /// to a node of a kind that cannot stand there.
     ModelPtr Build(const Describer& describe);
+    ModelPtr BuildPart(); ///< The nodes with references by name, and without the graph; see MergeModels.
 
 private:
     void ResolveReference(NodeIndex node, Property& property, std::uint32_t position, const Describer& describe);
     void ResolveRange(NodeIndex node, std::uint32_t first, std::uint32_t count, const Describer& describe);
-    void AddEntryAliases();
     static void CheckProperties(std::size_t count);
     std::uint32_t StoreProperties(const Draft& draft);
 

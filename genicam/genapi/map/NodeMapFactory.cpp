@@ -1,49 +1,21 @@
 #include <GenApi/NodeMapFactory.h>
 
+#include "genicam/genapi/map/ModelMerge.h"
 #include "genicam/genapi/map/NodeMap.h"
 #include "genicam/genapi/xml/Loader.h"
+#include "genicam/genapi/xml/ReadFile.h"
+#include "genicam/genapi/xml/XmlWriter.h"
 
 #include <Base/GCException.h>
 
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
+#include <algorithm>
 #include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace GenApi {
-
-namespace {
-
-constexpr std::size_t maxFileBytes = std::size_t(64) << 20;
-
-struct FileCloser {
-    void operator()(std::FILE* file) const noexcept { std::fclose(file); }
-};
-
-std::string ReadFile(const std::string& path) {
-    const std::unique_ptr<std::FILE, FileCloser> file(std::fopen(path.c_str(), "rb"));
-    if (!file) {
-        throw RUNTIME_EXCEPTION("Cannot open the camera description '%s': %s.", path.c_str(), std::strerror(errno));
-    }
-    std::string text;
-    char block[65536];
-    for (std::size_t count; (count = std::fread(block, 1, sizeof(block), file.get())) != 0;) {
-        if (text.size() + count > maxFileBytes) {
-            throw RUNTIME_EXCEPTION("Cannot load the camera description '%s': it has more than %zu bytes.",
-                                    path.c_str(), maxFileBytes);
-        }
-        text.append(block, count);
-    }
-    if (std::ferror(file.get()) != 0) {
-        throw RUNTIME_EXCEPTION("Cannot read the camera description '%s'.", path.c_str());
-    }
-    return text;
-}
-
-} // namespace
 
 /// The body that copies of a factory share: the source until it is released, and the model once it is loaded.
 /// Threads: any; its mutex guards all.
@@ -58,10 +30,14 @@ public:
         m_options.suppressStrings = suppressStrings;
     }
 
+    explicit CNodeMapFactoryImpl(ModelPtr model) : m_model(std::move(model)) {}
+
     ModelPtr Load() {
         const std::lock_guard<std::mutex> guard(m_mutex);
         if (!m_model) {
             m_model = LoadOnce();
+            m_injections.clear();
+            m_part.reset();
         }
         return m_model;
     }
@@ -74,8 +50,8 @@ public:
         if (m_source == Source::None) {
             return;
         }
-        if (!m_model) {
-            m_model = LoadOnce(); // later maps need it
+        if (!m_model && !m_part) {
+            m_part = ReadSource(LoadPart); // later maps need it
         }
         std::string().swap(m_text);
         m_memory = {};
@@ -85,24 +61,82 @@ public:
         const std::lock_guard<std::mutex> guard(m_mutex);
         return m_isReleased;
     }
-    bool IsEmpty() const noexcept { return m_source == Source::None; }
+    bool IsEmpty() const {
+        const std::lock_guard<std::mutex> guard(m_mutex);
+        return m_source == Source::None && !m_model && m_injections.empty();
+    }
+
+    static void Inject(CNodeMapFactoryImpl& target, const std::shared_ptr<CNodeMapFactoryImpl>& injection) {
+        static std::mutex mutex; // two factories that inject each other at the same time
+        const std::lock_guard<std::mutex> guard(mutex);
+        if (injection->Reaches(target)) {
+            throw INVALID_ARGUMENT_EXCEPTION("Cannot merge a camera description into itself.");
+        }
+        const std::lock_guard<std::mutex> targetGuard(target.m_mutex);
+        if (target.m_model) {
+            throw LOGICAL_ERROR_EXCEPTION("Cannot merge into a camera description that is loaded already.");
+        }
+        target.m_injections.push_back(injection);
+    }
 
 private:
+    using Loader = ModelPtr (*)(std::string_view, const LoadOptions&);
+
+    bool Reaches(const CNodeMapFactoryImpl& other) const {
+        const std::lock_guard<std::mutex> guard(m_mutex);
+        return this == &other || std::any_of(m_injections.begin(), m_injections.end(),
+                                             [&other](const auto& injection) { return injection->Reaches(other); });
+    }
+
+    /// Own part first, then those of the injections, each with its own.
+    void CollectParts(std::vector<ModelPtr>& parts) const {
+        if (m_model || m_part) {
+            parts.push_back(m_model ? m_model : m_part);
+        } else if (m_source != Source::None) {
+            parts.push_back(ReadSource(LoadPart));
+        }
+        for (const auto& injection : m_injections) {
+            const std::lock_guard<std::mutex> guard(injection->m_mutex);
+            injection->CollectParts(parts);
+        }
+    }
+
     ModelPtr LoadOnce() const {
+        if (m_injections.empty() && !m_part) {
+            return ReadSource(LoadModel);
+        }
+        std::vector<ModelPtr> parts;
+        CollectParts(parts);
+        if (parts.empty()) {
+            throw RUNTIME_EXCEPTION("Cannot create a node map without a camera description.");
+        }
+        return MergeModels(parts);
+    }
+
+    ModelPtr ReadSource(Loader load) const {
         if (m_cacheUsage == CacheUsage_ForceRead) {
             throw RUNTIME_EXCEPTION("Cannot read the camera description from a cache: there is none.");
         }
         switch (m_source) {
         case Source::File:
-            return LoadModel(ReadFile(m_text), m_options);
+            return ReadFileSource(load);
         case Source::Memory:
-            return LoadModel(m_memory, m_options);
+            return load(m_memory, m_options);
         case Source::Text:
-            return LoadModel(m_text, m_options);
+            return load(m_text, m_options);
         case Source::None:
             break;
         }
         throw RUNTIME_EXCEPTION("Cannot create a node map without a camera description.");
+    }
+
+    ModelPtr ReadFileSource(Loader load) const {
+        const std::string bytes = ReadFile(m_text);
+        try {
+            return load(bytes, m_options);
+        } catch (const GenICam::RuntimeException& failure) {
+            throw RUNTIME_EXCEPTION("In file '" + m_text + "': " + failure.GetDescription());
+        }
     }
 
     mutable std::mutex m_mutex;
@@ -111,10 +145,13 @@ private:
     std::string_view m_memory; // the caller's
     const ECacheUsage_t m_cacheUsage = CacheUsage_Automatic;
     LoadOptions m_options;
+    std::vector<std::shared_ptr<CNodeMapFactoryImpl>> m_injections; // until it is loaded; never in a circle
+    ModelPtr m_part;                                                // what the source said, if it is released earlier
     ModelPtr m_model;
     bool m_isReleased = false;
 };
 
+CNodeMapFactory::CNodeMapFactory(std::shared_ptr<CNodeMapFactoryImpl> impl) : m_impl(std::move(impl)) {}
 CNodeMapFactory::CNodeMapFactory() : m_impl(std::make_shared<CNodeMapFactoryImpl>()) {}
 
 // What a description is packed in is told by its first bytes, whatever the caller says.
@@ -162,8 +199,8 @@ INodeMap* CNodeMapFactory::CreateEmptyNodeMap() {
     return new NodeMap(EmptyModel(), nullptr, "Device");
 }
 
-void CNodeMapFactory::AddInjectionData(CNodeMapFactory&) {
-    throw RUNTIME_EXCEPTION("Merging camera descriptions is not supported yet.");
+void CNodeMapFactory::AddInjectionData(CNodeMapFactory& Injection) {
+    CNodeMapFactoryImpl::Inject(*m_impl, Injection.m_impl);
 }
 
 void CNodeMapFactory::LoadAndInject() {
@@ -190,8 +227,14 @@ bool CNodeMapFactory::IsCameraDescriptionFileDataReleased() const {
     return m_impl->IsReleased();
 }
 
-CNodeMapFactory CNodeMapFactory::ExtractSubtree(const gcstring&, bool) {
-    throw RUNTIME_EXCEPTION("Extracting a part of a camera description is not supported yet.");
+CNodeMapFactory CNodeMapFactory::ExtractSubtree(const gcstring& SubTreeRootNodeName, bool RenameToRoot) {
+    const ModelPtr model = m_impl->Load();
+    const NodeIndex root = model->Find(SubTreeRootNodeName.view());
+    if (root == NoNode) {
+        throw INVALID_ARGUMENT_EXCEPTION("Cannot extract node '" + std::string(SubTreeRootNodeName.view()) +
+                                         "' of the camera description: there is none of this name.");
+    }
+    return CNodeMapFactory(std::make_shared<CNodeMapFactoryImpl>(ExtractModel(*model, root, RenameToRoot)));
 }
 
 bool CNodeMapFactory::IsEmpty() const {
@@ -199,12 +242,15 @@ bool CNodeMapFactory::IsEmpty() const {
 }
 
 gcstring CNodeMapFactory::ToString() {
-    const DeviceInformation& device = m_impl->Load()->Device();
-    return gcstring(device.vendorName + " " + device.modelName);
+    const ModelPtr model = m_impl->Load();
+    const DeviceInformation& device = model->Device();
+    return gcstring(device.vendorName + " " + device.modelName + " " + std::to_string(device.major) + "." +
+                    std::to_string(device.minor) + "." + std::to_string(device.subMinor) + ", " +
+                    std::to_string(model->NodeCount()) + " nodes");
 }
 
 gcstring CNodeMapFactory::ToXml() {
-    throw RUNTIME_EXCEPTION("Writing a camera description is not supported yet.");
+    return gcstring(WriteXml(*m_impl->Load()));
 }
 
 NodeStatistics_t CNodeMapFactory::GetNodeStatistics() {

@@ -2,11 +2,11 @@
 #include "genicam/genapi/nodes/TextForms.h"
 
 #include "genicam/genapi/map/MapCore.h"
+#include "genicam/genapi/map/PropertyText.h"
 
 #include <Base/GCException.h>
 
 #include <algorithm>
-#include <charconv>
 #include <unordered_set>
 #include <utility>
 
@@ -17,33 +17,6 @@ namespace {
 
 gcstring ToGcString(std::string_view text) {
     return gcstring(text.data(), text.size());
-}
-
-std::string NumberText(std::int64_t value) {
-    return std::to_string(value);
-}
-
-std::string NumberText(double value) {
-    char text[32];
-    const auto result = std::to_chars(text, text + sizeof(text), value);
-    return std::string(text, result.ptr);
-}
-
-std::string PropertyText(const Model& model, const Property& property) {
-    switch (property.form) {
-    case Form::Text:
-        return std::string(model.TextOf(property.payload));
-    case Form::Integer:
-        return NumberText(model.IntegerOf(property));
-    case Form::Float:
-        return NumberText(model.FloatOf(property));
-    case Form::Enumerator:
-        return std::string(EnumeratorName(TraitsOf(property.kind).syntax, property.payload));
-    case Form::Node:
-        return std::string(model.NameOf(property.payload));
-    default:
-        return {};
-    }
 }
 
 void AppendItem(std::string& list, const std::string& item, bool isFirst) {

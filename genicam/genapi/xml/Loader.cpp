@@ -96,12 +96,12 @@ void ReadNodes(const pugi::xml_node& root, NodeReader& reader) {
     }
 }
 
-} // namespace
-
-ModelPtr LoadModel(std::string_view bytes, const LoadOptions& options) {
+/// Reads all nodes and lets @p finish make the model of them.
+template <typename Finish>
+ModelPtr Read(std::string_view bytes, const LoadOptions& options, Finish&& finish) {
     std::string unpacked;
     if (IsZip(bytes)) {
-        unpacked = UnzipFirstEntry(bytes);
+        unpacked = UnzipDescription(bytes);
         bytes = unpacked;
     }
     SourceText source(bytes);
@@ -112,7 +112,19 @@ ModelPtr LoadModel(std::string_view bytes, const LoadOptions& options) {
     CheckSchema(builder.Device());
     NodeReader reader(builder, source, options);
     ReadNodes(root, reader);
-    return builder.Build([&source](std::uint32_t position) { return source.Describe(position); });
+    return finish(builder, source);
+}
+
+} // namespace
+
+ModelPtr LoadModel(std::string_view bytes, const LoadOptions& options) {
+    return Read(bytes, options, [](ModelBuilder& builder, const SourceText& source) {
+        return builder.Build([&source](std::uint32_t position) { return source.Describe(position); });
+    });
+}
+
+ModelPtr LoadPart(std::string_view bytes, const LoadOptions& options) {
+    return Read(bytes, options, [](ModelBuilder& builder, const SourceText&) { return builder.BuildPart(); });
 }
 
 } // namespace GenApi

@@ -16,4 +16,7 @@ struct LoadOptions {
 /// nowhere.
 ModelPtr LoadModel(std::string_view bytes, const LoadOptions& options);
 
+/// The same without following references, which may lead to nodes of another part; see MergeModels.
+ModelPtr LoadPart(std::string_view bytes, const LoadOptions& options);
+
 } // namespace GenApi

@@ -220,10 +220,9 @@ void NodeReader::ReadPropertyAttributes(const pugi::xml_node& element, Node& nod
             IgnoreAttribute(attribute.name(), node, position);
         }
     }
-    for (const PropertyKind needed : {PropertyKind::Name, PropertyKind::Index}) {
-        if (MayStandAt(needed, owner) && !seen.Has(needed)) {
-            FailProperty(node, owner, position, "attribute '" + std::string(TraitsOf(needed).name) + "' is missing");
-        }
+    const PropertyKind needed = NeededAttribute(owner);
+    if (needed != PropertyKind::Unknown && !seen.Has(needed)) {
+        FailProperty(node, owner, position, "attribute '" + std::string(TraitsOf(needed).name) + "' is missing");
     }
 }
 

@@ -149,18 +149,23 @@ bool MayRepeat(PropertyKind kind) noexcept {
     return repeated.Has(kind);
 }
 
-bool MayStandAt(PropertyKind attribute, PropertyKind element) noexcept {
-    switch (attribute) {
-    case P::Name:
-        return element == P::pVariable || element == P::Constant || element == P::Expression;
-    case P::Offset:
-    case P::pOffset:
-        return element == P::pIndex;
-    case P::Index:
-        return element == P::ValueIndexed || element == P::pValueIndexed;
+PropertyKind NeededAttribute(PropertyKind element) noexcept {
+    switch (element) {
+    case P::pVariable:
+    case P::Constant:
+    case P::Expression:
+        return P::Name;
+    case P::ValueIndexed:
+    case P::pValueIndexed:
+        return P::Index;
     default:
-        return false;
+        return P::Unknown;
     }
+}
+
+bool MayStandAt(PropertyKind attribute, PropertyKind element) noexcept {
+    const bool isOffset = attribute == P::Offset || attribute == P::pOffset;
+    return isOffset ? element == P::pIndex : attribute != P::Unknown && attribute == NeededAttribute(element);
 }
 
 } // namespace GenApi

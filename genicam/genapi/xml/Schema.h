@@ -48,5 +48,6 @@ std::span<const PropertySet> Requirements(NodeKind kind) noexcept;
 
 bool MayRepeat(PropertyKind kind) noexcept;                             ///< whether one node may hold several
 bool MayStandAt(PropertyKind attribute, PropertyKind element) noexcept; ///< such as Offset at pIndex
+PropertyKind NeededAttribute(PropertyKind element) noexcept;            ///< Unknown if there is none.
 
 } // namespace GenApi

@@ -4,6 +4,7 @@
 
 #include <zip.h>
 
+#include <algorithm>
 #include <memory>
 
 namespace GenApi {
@@ -11,6 +12,14 @@ namespace GenApi {
 namespace {
 
 constexpr std::size_t maxUnpackedBytes = std::size_t(64) << 20;
+constexpr std::size_t maxArchiveBytes = maxUnpackedBytes;
+constexpr zip_int64_t maxEntries = 64;
+constexpr std::size_t maxRatio = 200; // descriptions shrink to a tenth, their most uniform passages to a hundredth
+constexpr std::size_t ratioFloorBytes = std::size_t(1) << 20; // what is smaller does no harm
+
+[[noreturn]] void Fail(const std::string& reason) {
+    throw RUNTIME_EXCEPTION("Cannot unpack the camera description: " + reason + ".");
+}
 
 struct ArchiveCloser {
     void operator()(zip_t* archive) const noexcept { zip_discard(archive); }
@@ -31,7 +40,7 @@ std::unique_ptr<zip_t, ArchiveCloser> OpenArchive(std::string_view bytes) {
     zip_t* archive = source != nullptr ? zip_open_from_source(source, ZIP_RDONLY, &error.error) : nullptr;
     if (archive == nullptr) {
         zip_source_free(source); // the archive owns it only once it is open
-        throw RUNTIME_EXCEPTION("Cannot unpack the camera description: %s.", zip_error_strerror(&error.error));
+        Fail(zip_error_strerror(&error.error));
     }
     return std::unique_ptr<zip_t, ArchiveCloser>(archive);
 }
@@ -48,35 +57,76 @@ std::string_view WithoutPadding(std::string_view bytes) noexcept {
     return bytes.substr(0, end + recordBytes + low + (static_cast<std::size_t>(high) << 8));
 }
 
+bool IsXml(std::string_view name) noexcept {
+    constexpr std::string_view extension = ".xml";
+    return name.size() >= extension.size() &&
+           std::equal(extension.begin(), extension.end(), name.end() - extension.size(),
+                      [](char a, char b) { return a == (b >= 'A' && b <= 'Z' ? b + 32 : b); });
+}
+
+std::string_view EntryName(zip_t& archive, zip_int64_t entry) {
+    const char* const name = zip_get_name(&archive, static_cast<zip_uint64_t>(entry), ZIP_FL_ENC_RAW);
+    return name != nullptr ? name : "";
+}
+
+zip_uint64_t FindDescription(zip_t& archive) {
+    const zip_int64_t count = zip_get_num_entries(&archive, 0);
+    if (count > maxEntries) {
+        Fail("the archive has " + std::to_string(count) + " entries, " + std::to_string(maxEntries) + " are allowed");
+    }
+    zip_int64_t found = count == 1 ? 0 : -1;
+    for (zip_int64_t entry = 0; entry < count && count > 1; ++entry) {
+        if (!IsXml(EntryName(archive, entry))) {
+            continue;
+        }
+        if (found >= 0) {
+            Fail("the archive holds '" + std::string(EntryName(archive, found)) + "' and '" +
+                 std::string(EntryName(archive, entry)) + "', one description is needed");
+        }
+        found = entry;
+    }
+    if (found < 0) {
+        Fail("the archive has no entry that is a description");
+    }
+    return static_cast<zip_uint64_t>(found);
+}
+
+/// What the archive says of the size is not trusted: a few bytes can unpack to gigabytes.
+std::string Unpack(zip_file_t& file, std::size_t archiveBytes) {
+    std::string text;
+    char block[65536];
+    for (zip_int64_t count; (count = zip_fread(&file, block, sizeof(block))) != 0;) {
+        if (count < 0) {
+            Fail(zip_file_strerror(&file));
+        }
+        text.append(block, static_cast<std::size_t>(count));
+        if (text.size() > maxUnpackedBytes) {
+            Fail("it has more than " + std::to_string(maxUnpackedBytes) + " bytes");
+        }
+        if (text.size() > ratioFloorBytes && text.size() / maxRatio > archiveBytes) {
+            Fail("it has more than " + std::to_string(maxRatio) + " times the bytes of the archive");
+        }
+    }
+    return text;
+}
+
 } // namespace
 
 bool IsZip(std::string_view bytes) noexcept {
     return bytes.starts_with("PK\x03\x04");
 }
 
-std::string UnzipFirstEntry(std::string_view bytes) {
-    const auto archive = OpenArchive(WithoutPadding(bytes));
-    if (zip_get_num_entries(archive.get(), 0) < 1) {
-        throw RUNTIME_EXCEPTION("Cannot unpack the camera description: the archive has no entry.");
+std::string UnzipDescription(std::string_view bytes) {
+    if (bytes.size() > maxArchiveBytes) {
+        Fail("the archive has more than " + std::to_string(maxArchiveBytes) + " bytes");
     }
-    const std::unique_ptr<zip_file_t, FileCloser> file(zip_fopen_index(archive.get(), 0, 0));
+    bytes = WithoutPadding(bytes);
+    const auto archive = OpenArchive(bytes);
+    const std::unique_ptr<zip_file_t, FileCloser> file(zip_fopen_index(archive.get(), FindDescription(*archive), 0));
     if (!file) {
-        throw RUNTIME_EXCEPTION("Cannot unpack the camera description: %s.", zip_strerror(archive.get()));
+        Fail(zip_strerror(archive.get()));
     }
-    // what the archive says of the size is not trusted: a few bytes can unpack to gigabytes
-    std::string text;
-    char block[65536];
-    for (zip_int64_t count; (count = zip_fread(file.get(), block, sizeof(block))) != 0;) {
-        if (count < 0) {
-            throw RUNTIME_EXCEPTION("Cannot unpack the camera description: %s.", zip_file_strerror(file.get()));
-        }
-        if (text.size() + static_cast<std::size_t>(count) > maxUnpackedBytes) {
-            throw RUNTIME_EXCEPTION("Cannot unpack the camera description: it has more than %zu bytes.",
-                                    maxUnpackedBytes);
-        }
-        text.append(block, static_cast<std::size_t>(count));
-    }
-    return text;
+    return Unpack(*file, bytes.size());
 }
 
 } // namespace GenApi

@@ -7,8 +7,9 @@ namespace GenApi {
 
 bool IsZip(std::string_view bytes) noexcept; ///< By content, whatever the file is called.
 
-/// The first entry of a ZIP archive in memory. @throws GenICam::RuntimeException for a broken or empty archive, and for
-/// an entry of more than 64 MiB.
-std::string UnzipFirstEntry(std::string_view bytes);
+/// The description in a ZIP archive in memory: its only entry, or the only one called *.xml. @throws
+/// GenICam::RuntimeException for a broken archive, for none or several descriptions, more than 64 entries, more than
+/// 64 MiB, and for what is packed as tightly as only a bomb is.
+std::string UnzipDescription(std::string_view bytes);
 
 } // namespace GenApi

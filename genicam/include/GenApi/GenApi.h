@@ -10,6 +10,7 @@
 #include <GenApi/ChunkAdapterU3V.h>
 #include <GenApi/ChunkPort.h>
 #include <GenApi/Container.h>
+#include <GenApi/DescriptionUrl.h>
 #include <GenApi/EnumClasses.h>
 #include <GenApi/EventAdapter.h>
 #include <GenApi/EventAdapter1394.h>

@@ -25,7 +25,9 @@ class CNodeMapFactoryImpl;
 /// all maps, so that a second one is cheap. A value: copies share one body.
 /// Threads: any, at the same time. Maps outlive the factory.
 /// A description that cannot be loaded raises GenICam::RuntimeException, which names the place, the node and the
-/// property.
+/// property, and the file if the factory was made of one.
+/// No cache is kept on disk: CacheUsage_ForceRead raises GenICam::RuntimeException, the other values make no
+/// difference.
 class GENICAM_API CNodeMapFactory {
 public:
     CNodeMapFactory(); ///< Without a description; see AddInjectionData().
@@ -50,30 +52,40 @@ public:
     /// Makes a map without any node.
     static INodeMap* CreateEmptyNodeMap();
 
-    /// Merges another description into this one when it is loaded. Of two nodes of one name that with the higher
-    /// MergePriority stays; the feature lists of categories are united.
-    /// @throws GenICam::RuntimeException always: descriptions cannot be merged yet.
+    /// Merges another description into this one when it is loaded; several come in the order of the calls, each with
+    /// its own injections. Of nodes of one name that with the higher MergePriority stays, of equal ones the first; the
+    /// feature lists of categories are united. References may lead from one description to the other.
+    /// @throws GenICam::LogicalErrorException    when this one is loaded already
+    /// @throws GenICam::InvalidArgumentException for a circle
     void AddInjectionData(CNodeMapFactory& Injection);
+
+    /// Read the description, merge what is to be injected and resolve all references, now instead of with the first
+    /// map. All this is one pass: what is loaded is preprocessed.
     void LoadAndInject();
+    void Preprocess();
     bool IsLoaded() const;
-    void Preprocess(); ///< Brings the description into its final form now instead of with the first map.
     bool IsPreprocessed() const;
-    void ReleaseCameraDescriptionFileData();
+    void ReleaseCameraDescriptionFileData(); ///< Borrowed data may go then; what later maps need is kept.
     bool IsCameraDescriptionFileDataReleased() const;
 
-    /// A factory for the nodes that can be reached from one.
+    /// A factory for the nodes that can be reached over references from one, loaded at once.
     /// @param RenameToRoot whether that node is called "Root" there
-    /// @throws GenICam::RuntimeException always: a part cannot be extracted yet.
+    /// @throws GenICam::InvalidArgumentException if there is no such node
+    /// @throws GenICam::RuntimeException         if another node that is reached is called "Root"
     CNodeMapFactory ExtractSubtree(const gcstring& SubTreeRootNodeName, bool RenameToRoot = false);
 
     bool IsEmpty() const;
-    gcstring ToString();
-    gcstring ToXml(); ///< @throws GenICam::RuntimeException always: a description cannot be written yet.
+    gcstring ToString(); ///< Vendor, model and version of the device, and the number of nodes.
+    /// A description that loads again to the same nodes with the same properties; groups, comments and what loading
+    /// ignored are gone.
+    gcstring ToXml();
     NodeStatistics_t GetNodeStatistics();
     static void GetSupportedSchemaVersions(gcstring_vector& SchemaVersions);
     static void ClearCache(); ///< Nothing is cached on disk.
 
 private:
+    explicit CNodeMapFactory(std::shared_ptr<CNodeMapFactoryImpl> impl);
+
     std::shared_ptr<CNodeMapFactoryImpl> m_impl;
 };
 

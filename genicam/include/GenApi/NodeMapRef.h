@@ -78,7 +78,9 @@ public:
     void _InvalidateNodes() const { m_holder.Checked().InvalidateNodes(); }
     void _Poll(int64_t ElapsedTime) { m_holder.Checked().Poll(ElapsedTime); }
     gcstring _GetDeviceName() const { return m_holder.GetDeviceName(); }
-    void _Destroy() { m_holder.Reset(); } ///< Lets go of the map; nothing happens without one.
+    /// Lets go of the map; nothing happens without one. The features that the camera class fetched from it lead nowhere
+    /// then, until the next description is loaded.
+    void _Destroy() { m_holder.Reset(); }
 
 private:
     void Load(CNodeMapFactory factory) { TCameraParams::_Initialize(m_holder.Create(factory)); }

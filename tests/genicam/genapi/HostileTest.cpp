@@ -44,15 +44,6 @@ protected:
     RestlessPort Restless;
 };
 
-TEST_F(HostileTest, AttributesThatStandAsElementsAreNotKnown) {
-    const Fakes::LogRecorder log("GenApi");
-    Load(Node("IntReg", "R", "<Offset>4</Offset><pOffset>R</pOffset>" + Place(0, 4)) +
-         Node("Float", "F", "<Index>1</Index><Name>x</Name><Value>1</Value>"));
-    EXPECT_EQ(As<IRegister>("R").GetAddress(), 0);
-    for (const char* element : {"'Offset'", "'pOffset'", "'Index'", "'Name'"})
-        EXPECT_EQ(log.Count("GenApi", GenICam::LogPriority_Warn, element), 1u) << element;
-}
-
 // Each level is reached over two ways, and nothing may be cached: without a limit this takes for ever.
 TEST_F(HostileTest, LaddersOfReferencesEndInTime) {
     constexpr int levels = 60;

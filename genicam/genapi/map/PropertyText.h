@@ -1,0 +1,13 @@
+#pragma once
+
+#include "genicam/genapi/map/Model.h"
+
+#include <string>
+
+namespace GenApi {
+
+/// A property as text, normalised: numbers decimal and with full precision, references by the node's name; read again
+/// it gives the same property.
+std::string PropertyText(const Model& model, const Property& property);
+
+} // namespace GenApi
