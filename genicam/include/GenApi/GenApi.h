@@ -45,10 +45,12 @@
 #include <GenApi/NodeCallback.h>
 #include <GenApi/NodeMapFactory.h>
 #include <GenApi/NodeMapRef.h>
+#include <GenApi/Persistence.h>
 #include <GenApi/Pointer.h>
 #include <GenApi/PortImpl.h>
 #include <GenApi/PortWriteList.h>
 #include <GenApi/Reference.h>
+#include <GenApi/SelectorSet.h>
 #include <GenApi/StructPort.h>
 #include <GenApi/Synch.h>
 #include <GenApi/Types.h>

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include <GenApi/IValue.h>
+
+namespace GenApi {
+
+/// The value as text that sets exactly this value again: as the node shows it where that tells all of a number, else
+/// with as many digits as it takes.
+std::string ExactText(IValue& feature);
+
+/// Whether @p text stands for the value that the feature has now. Floating-point numbers are the same when their text
+/// form, with the notation and precision of the node, cannot tell them apart, since devices round.
+bool HasValue(IValue& feature, std::string_view text);
+
+} // namespace GenApi
