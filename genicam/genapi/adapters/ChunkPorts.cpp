@@ -31,7 +31,7 @@ IValue* FindIdNode(INodeMap& map, INode& node) {
 std::optional<HexId> IdOf(IValue& idNode) noexcept {
     try {
         return IsReadable(idNode.GetAccessMode()) ? ParseHexId(idNode.ToString().view()) : std::nullopt;
-    } catch (const std::exception&) {
+    } catch (...) {
         return std::nullopt; // as if it were not readable
     }
 }
@@ -41,8 +41,8 @@ std::optional<HexId> IdOf(IValue& idNode) noexcept {
 ChunkPorts::~ChunkPorts() {
     try {
         Disconnect();
-    } catch (const std::exception& failure) {
-        LogLoadWarning(std::string("A chunk adapter ends while a callback fails: ") + failure.what());
+    } catch (...) {
+        LogLateFailure("A chunk adapter ends while a callback fails");
     }
 }
 

@@ -12,8 +12,8 @@ namespace GenApi {
 EventNodes::~EventNodes() {
     try {
         Disconnect();
-    } catch (const std::exception& failure) {
-        LogLoadWarning(std::string("An event adapter ends while a callback fails: ") + failure.what());
+    } catch (...) {
+        LogLateFailure("An event adapter ends while a callback fails");
     }
 }
 

@@ -46,7 +46,9 @@ std::optional<HexId> ParseHexId(std::string_view text) noexcept {
 }
 
 void HexIndex::Sort() noexcept {
-    std::sort(m_entries.begin(), m_entries.end());
+    std::sort(m_entries.begin(), m_entries.end(), [](const Entry& left, const Entry& right) {
+        return left.id == right.id ? left.place < right.place : left.id < right.id;
+    });
 }
 
 std::span<const HexIndex::Entry> HexIndex::Find(HexId id) const noexcept {

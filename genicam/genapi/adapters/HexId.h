@@ -1,6 +1,5 @@
 #pragma once
 
-#include <compare>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -13,7 +12,10 @@ namespace GenApi {
 /// The id of a chunk or an event, as a number of up to 16 bytes.
 struct HexId {
     std::uint64_t high = 0, low = 0;
-    friend constexpr auto operator<=>(const HexId&, const HexId&) = default;
+    friend constexpr bool operator==(const HexId&, const HexId&) = default;
+    friend constexpr bool operator<(const HexId& left, const HexId& right) noexcept {
+        return left.high != right.high ? left.high < right.high : left.low < right.low;
+    }
 };
 
 /// Reads hexadecimal digits: "0x" may stand in front, braces and hyphens of a GUID between. Leading zeros and letter
@@ -26,7 +28,6 @@ public:
     struct Entry {
         HexId id;
         std::uint32_t place;
-        friend constexpr auto operator<=>(const Entry&, const Entry&) = default;
     };
 
     void Reserve(std::size_t count) { m_entries.reserve(count); }

@@ -3,6 +3,10 @@
 #include "genicam/genapi/map/NodeMap.h"
 #include "genicam/genapi/nodes/PortNode.h"
 
+#include <Log/CLog.h>
+
+#include <exception>
+
 namespace GenApi {
 
 MapLink::MapLink(INodeMap& map) : m_map(&map) {
@@ -23,6 +27,17 @@ void MapLink::Disconnect(INode& portNode, IPort& implementation) {
         static_cast<PortNode&>(portNode).Disconnect(&implementation);
     } else {
         dynamic_cast<IPortConstruct&>(portNode).SetPortImpl(nullptr);
+    }
+}
+
+void LogLateFailure(const char* occasion) noexcept {
+    static auto& logger = GenICam::CLog::GetLogger("GenApi");
+    try {
+        throw;
+    } catch (const std::exception& failure) {
+        GenICam::CLog::Log(logger, GenICam::LogPriority_Error, "%s: %s", occasion, failure.what());
+    } catch (...) {
+        GenICam::CLog::Log(logger, GenICam::LogPriority_Error, "%s: unknown exception", occasion);
     }
 }
 

@@ -43,6 +43,9 @@ private:
     std::weak_ptr<const void> m_life;
 };
 
+/// Logs the exception in flight, for what ends an adapter and cannot throw.
+void LogLateFailure(const char* occasion) noexcept;
+
 template <class Step>
 void MapLink::Change(Step&& step) {
     if (m_core != nullptr) {

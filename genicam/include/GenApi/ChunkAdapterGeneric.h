@@ -22,9 +22,9 @@ struct SingleChunkDataStr_t {
     size_t ChunkLength;
 };
 
-/// Chunks whose places the caller knows and lists. A list that begins with a negative number of chunks, or one of which
-/// lies before the buffer or beyond any, is a broken layout; an id that is no hexadecimal number an
-/// InvalidArgumentException.
+/// Chunks whose places the caller knows and lists. A negative number of chunks, or a chunk that does not lie in the
+/// buffer, is a broken layout; an id that is no hexadecimal number is an InvalidArgumentException. Neither changes
+/// anything.
 class GENICAM_API CChunkAdapterGeneric : public CChunkAdapter {
 public:
     explicit CChunkAdapterGeneric(INodeMap* pNodeMap = nullptr, int64_t MaxChunkCacheSize = -1);
