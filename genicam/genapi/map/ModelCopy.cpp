@@ -88,20 +88,31 @@ NodeIndex ModelCopier::CopyNode(NodeIndex node, const std::vector<std::string>* 
     return draft.node;
 }
 
-/// The entries stand one after the other. Those that are left out keep the others in place.
 void ModelCopier::CopyStructure(NodeIndex first) {
     const NodeRecord shared = m_model.Record(first);
     ModelBuilder::Draft structure;
     CopyProperties(shared.sharedFirst, shared.sharedCount, structure);
     structure.positions.resize(structure.properties.size());
     std::vector<NodeIndex> entries;
-    for (NodeIndex node = 0; node < m_model.NodeCount(); ++node) {
-        if (m_model.Record(node).sharedFirst == shared.sharedFirst && m_model.Record(node).sharedCount != 0 &&
-            !m_isLeft[node]) {
+    for (NodeIndex node = FirstOfStructure(first); IsInStructure(node, shared.sharedFirst); ++node) {
+        if (!m_isLeft[node]) {
             entries.push_back(CopyNode(node, nullptr));
         }
     }
     m_builder.ShareProperties(structure, entries);
+}
+
+/// The entries of a structure stand one after the other.
+bool ModelCopier::IsInStructure(NodeIndex node, std::uint32_t sharedFirst) const noexcept {
+    return node < m_model.NodeCount() && m_model.Record(node).sharedCount != 0 &&
+           m_model.Record(node).sharedFirst == sharedFirst;
+}
+
+NodeIndex ModelCopier::FirstOfStructure(NodeIndex entry) const noexcept {
+    while (entry > 0 && IsInStructure(entry - 1, m_model.Record(entry).sharedFirst)) {
+        --entry;
+    }
+    return entry;
 }
 
 void ModelCopier::CopyProperties(std::uint32_t first, std::uint32_t count, ModelBuilder::Draft& draft) {

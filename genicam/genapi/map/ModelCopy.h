@@ -35,6 +35,8 @@ private:
     NodeIndex Add(NodeIndex node);
     NodeIndex CopyNode(NodeIndex node, const std::vector<std::string>* features);
     void CopyStructure(NodeIndex first);
+    NodeIndex FirstOfStructure(NodeIndex entry) const noexcept;
+    bool IsInStructure(NodeIndex node, std::uint32_t sharedFirst) const noexcept;
     void CopyProperties(std::uint32_t first, std::uint32_t count, ModelBuilder::Draft& draft);
     Property CopyProperty(const Property& property);
 

@@ -96,7 +96,7 @@ void NodeReader::Read(const pugi::xml_node& element, NodeKind kind) {
 
 void NodeReader::ReadNode(const pugi::xml_node& element, Node& node) {
     node.position = m_source.TagPosition(element.name());
-    if (IsUnserved(node.kind)) {
+    if (IsUnserved(node.kind) && m_told.emplace(NodeKindName(node.kind)).second) {
         LogLoadInfo(m_source.Describe(node.position) + ": nodes of kind '" + std::string(NodeKindName(node.kind)) +
                     "' are not served and stay not implemented.");
     }

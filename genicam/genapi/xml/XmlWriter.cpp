@@ -70,20 +70,16 @@ private:
         m_xml += ">\n";
     }
 
-    /// The entries of a structure stand one after the other, with what they own between them.
-    /// @return the node behind the last
+    /// The entries of a structure stand one after the other. @return the node behind the last
     NodeIndex WriteStructure(NodeIndex first) {
         const NodeRecord shared = m_model.Record(first);
         m_xml += "  <StructReg Comment=\"\">\n";
         WriteProperties(shared.sharedFirst, shared.sharedCount, 2);
         NodeIndex node = first;
-        for (; node < m_model.NodeCount(); ++node) {
-            const NodeRecord& record = m_model.Record(node);
-            if (record.sharedCount != 0 && record.sharedFirst == shared.sharedFirst) {
-                WriteNode(node, 2);
-            } else if (m_owners[node] == NoNode) {
-                break;
-            }
+        for (; node < m_model.NodeCount() && m_model.Record(node).sharedCount != 0 &&
+               m_model.Record(node).sharedFirst == shared.sharedFirst;
+             ++node) {
+            WriteNode(node, 2);
         }
         m_xml += "  </StructReg>\n";
         return node;
