@@ -75,6 +75,8 @@ public:
     /// it may turn out not to need some of them.
     const std::vector<std::uint32_t>& GetUsedSlots() const { return m_slots; }
 
+    std::size_t GetLength() const { return m_code.size(); } ///< in instructions
+
 private:
     template <std::size_t StackSize>
     T Run(const T* variables) const;

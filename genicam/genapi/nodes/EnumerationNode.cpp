@@ -68,6 +68,7 @@ void EnumerationNode::BindProperty(const Property& property) {
 }
 
 EAccessMode EnumerationNode::OwnMode() {
+    EvaluationGuard::Spend(*this, m_entries.size() / 8);
     EAccessMode best = NI;
     for (EnumEntryNode* entry : m_entries) {
         const EAccessMode mode = entry->Mode();
@@ -224,6 +225,7 @@ void EnumerationNode::WriteIntValue(std::int64_t value, bool verify) {
 
 EnumEntryNode& EnumerationNode::CurrentEntry(ReadMode mode) {
     const std::int64_t value = ReadIntValue(mode);
+    EvaluationGuard::Spend(*this, m_entries.size() / 8);
     EnumEntryNode* const entry = FindValue(value);
     if (entry == nullptr) {
         throw NODE_EXCEPTION(AccessException, *this)("Enumeration '%s' has no entry for its value %" PRId64 ".",

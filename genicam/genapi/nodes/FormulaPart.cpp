@@ -122,6 +122,7 @@ void FormulaPart<T>::Compile(Program& program) {
     if (program.formula) {
         return;
     }
+    EvaluationGuard::Spend(m_owner, program.text.size()); // a broken one is compiled each time
     Scope scope(*this, program.input);
     try {
         if (m_names.size() > maxNames) {
@@ -165,6 +166,7 @@ T FormulaPart<T>::Run(Program& program, T input, ReadMode mode, OnFailure&& onFa
     if (m_slots.size() > few.size()) {
         many.resize(m_slots.size());
     }
+    EvaluationGuard::Spend(m_owner, program.formula->GetLength() / 8);
     T* const values = many.empty() ? few.data() : many.data();
     for (const std::uint32_t slot : program.formula->GetUsedSlots()) {
         values[slot] = slot == 0 ? input : ReadSlot(m_slots[slot], mode);
@@ -200,6 +202,7 @@ EAccessMode FormulaPart<T>::Mode(Program& program) {
     } catch (const GenICam::PropertyException&) {
         return RO; // a read tells what is wrong
     }
+    EvaluationGuard::Spend(m_owner, program.formula->GetUsedSlots().size() / 8);
     EAccessMode mode = RO;
     for (const std::uint32_t slot : program.formula->GetUsedSlots()) {
         if (slot == 0 || !NeedsValue(m_slots[slot].part)) {

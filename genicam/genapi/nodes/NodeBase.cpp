@@ -86,6 +86,7 @@ EAccessMode NodeBase::NaturalMode() {
         return static_cast<EAccessMode>(m_mode);
     }
     if (m_isComputingMode) {
+        EvaluationGuard::Spend(*this, 1);
         if (!m_toldCycle) {
             m_toldCycle = true;
             LogLoadWarning("The access mode of node '" + NameText() + "' depends on itself; it is taken for RW.");
@@ -264,16 +265,21 @@ EvaluationGuard::EvaluationGuard(NodeBase& node, Purpose purpose) : m_node(node)
         throw NODE_EXCEPTION(RuntimeException, node)("The evaluation of node '%s' is nested more than %d levels deep.",
                                                      node.NameText().c_str(), maxEvaluationDepth);
     }
-    std::uint32_t& steps = node.m_core.m_evaluationSteps;
-    steps = node.m_core.m_evaluationDepth == 0 ? 0 : steps;
-    if (++steps > maxEvaluationSteps) {
-        throw NODE_EXCEPTION(RuntimeException, node)("The evaluation of node '%s' takes more than %u steps.",
-                                                     node.NameText().c_str(), maxEvaluationSteps);
-    }
+    Spend(node, 1);
     ++node.m_core.m_evaluationDepth;
     if (busy != nullptr) {
         *busy = true;
     }
+}
+
+void EvaluationGuard::Spend(const NodeBase& node, std::size_t steps) {
+    std::uint32_t& spent = node.m_core.m_evaluationSteps;
+    spent = node.m_core.m_evaluationDepth == 0 ? 0 : spent;
+    if (steps > maxEvaluationSteps - spent) {
+        throw NODE_EXCEPTION(RuntimeException, node)("The evaluation of node '%s' takes more than %u steps.",
+                                                     node.NameText().c_str(), maxEvaluationSteps);
+    }
+    spent += static_cast<std::uint32_t>(steps);
 }
 
 EvaluationGuard::~EvaluationGuard() {

@@ -219,6 +219,9 @@ public:
     EvaluationGuard& operator=(const EvaluationGuard&) = delete;
     ~EvaluationGuard();
 
+    /// Counts as steps what is done for a node beyond visiting it: entries looked at, instructions of its formula.
+    static void Spend(const NodeBase& node, std::size_t steps);
+
 private:
     NodeBase& m_node;
     const Purpose m_purpose;

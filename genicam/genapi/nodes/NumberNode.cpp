@@ -66,6 +66,7 @@ typename NumberNode<Base, T>::Slot* NumberNode<Base, T>::FindSelected(ReadMode m
         return &m_value;
     }
     const std::int64_t index = m_index->ReadInteger({false, mode.ignoreCache});
+    EvaluationGuard::Spend(*this, m_indexed.size() / 8);
     for (Indexed& indexed : m_indexed) {
         if (indexed.index == index) {
             return &indexed.slot;
@@ -115,6 +116,7 @@ EAccessMode NumberNode<Base, T>::OwnMode() {
         return NA;
     }
     EAccessMode mode = slot->node != nullptr ? slot->node->Mode() : RW;
+    EvaluationGuard::Spend(*this, (m_copiesBefore.size() + m_copiesAfter.size()) / 8);
     for (const auto* copies : {&m_copiesBefore, &m_copiesAfter}) {
         for (NodeBase* copy : *copies) {
             if (IsWritable(mode) && !IsWritable(copy->Mode())) {

@@ -52,6 +52,7 @@ void RegisterPart::BindProperty(NodeBase& owner, const Property& property) {
 }
 
 EAccessMode RegisterPart::Mode() {
+    EvaluationGuard::Spend(*m_port, m_terms.size() / 8);
     for (const Term& term : m_terms) {
         if (!IsReadable(term.node->Mode()) || (term.offset != nullptr && !IsReadable(term.offset->Mode()))) {
             return Combine(m_port->Mode(), NA);
@@ -92,6 +93,7 @@ void RegisterPart::Locate(NodeBase& owner, bool isKnown, std::int64_t minLength,
                                                       length, minLength, maxLength);
     }
     auto address = static_cast<std::uint64_t>(m_fixedAddress);
+    EvaluationGuard::Spend(owner, m_terms.size() / 8);
     for (const Term& term : m_terms) {
         auto part = static_cast<std::uint64_t>(term.node->ReadInteger(ReadMode()));
         if (term.isIndex) {

@@ -72,6 +72,30 @@ TEST_F(HostileTest, LaddersOfReferencesEndInTime) {
     EXPECT_EQ(Int("Knife8").GetValue(), 256) << "each call has its own account";
 }
 
+// Nor does it help to have few nodes that do much each.
+TEST_F(HostileTest, LongFormulasAndListsCountAsSteps) {
+    std::string formula = "X", values;
+    for (int i = 0; i < 20000; ++i) {
+        formula += "+X";
+        values += "<ValueIndexed Index=\"" + std::to_string(i + 1) + "\">1</ValueIndexed>";
+    }
+    for (const std::string& bottom :
+         {Node("IntSwissKnife", "Knife0", "<pVariable Name=\"X\">Live</pVariable><Formula>" + formula + "</Formula>"),
+          Node("Integer", "Knife0", "<pIndex>Live</pIndex>" + values + "<ValueDefault>0</ValueDefault>")}) {
+        std::string nodes = Node("IntReg", "Live", Place(0, 4, "<Cachable>NoCache</Cachable>")) + bottom;
+        for (int i = 1; i < 60; ++i)
+            nodes +=
+                Above("Side" + std::to_string(i), Numbered("Knife", i - 1)) +
+                Node("IntSwissKnife", Numbered("Knife", i),
+                     "<pVariable Name=\"A\">" + Numbered("Knife", i - 1) + "</pVariable><pVariable Name=\"B\">Side" +
+                         std::to_string(i) + "</pVariable><Formula>A + B</Formula>");
+        Load(nodes);
+        Port.Reads = 0;
+        EXPECT_THAT(Failure([&] { Int("Knife59").GetValue(); }), HasSubstr("steps"));
+        EXPECT_LT(Port.Reads, 2000) << "one for each time that the lowest one is evaluated";
+    }
+}
+
 TEST_F(HostileTest, ChainsEndBeforeTheStackDoes) {
     std::string nodes = Value("N0", 5);
     for (int i = 1; i < 1200; ++i)
