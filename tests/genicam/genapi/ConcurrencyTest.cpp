@@ -1,6 +1,9 @@
 #include <atomic>
 #include <thread>
 
+#include <GenApi/ChunkAdapterGEV.h>
+#include <GenApi/EventAdapterGeneric.h>
+
 #include "genicam/genapi/MapFixture.h"
 
 // Many threads at one node map; meant to run under the thread sanitizer as well.
@@ -17,7 +20,13 @@ protected:
         Load(Node("Integer", "Lock", "<Value>0</Value>") +
              Node("IntReg", "X", Place(0, 4, "<Endianess>LittleEndian</Endianess><pIsLocked>Lock</pIsLocked>")) +
              Node("Integer", "Above", "<pValue>X</pValue>") +
-             Node("IntSwissKnife", "Double", "<pVariable Name=\"X\">Above</pVariable><Formula>X*2</Formula>"));
+             Node("IntSwissKnife", "Double", "<pVariable Name=\"X\">Above</pVariable><Formula>X*2</Formula>") +
+             Node("Port", "ChunkPort", "<ChunkID>1</ChunkID>") + Node("Port", "EventPort", "<EventID>9001</EventID>") +
+             Node("IntReg", "Chunk", "<Address>0</Address><Length>4</Length><pPort>ChunkPort</pPort>") +
+             Node("IntReg", "Event", "<Address>0</Address><Length>4</Length><pPort>EventPort</pPort>") +
+             Node("IntSwissKnife", "Sum",
+                  "<pVariable Name=\"C\">Chunk</pVariable><pVariable Name=\"E\">Event</pVariable>"
+                  "<pVariable Name=\"X\">X</pVariable><Formula>C+E+X</Formula>"));
     }
     /// Runs each of these @p rounds times in a thread of its own, all at once.
     static void RunTogether(int rounds, const std::vector<std::function<void(int)>>& bodies) {
@@ -77,15 +86,45 @@ TEST_F(ConcurrencyTest, CallbacksComeAndGoWhileTheyFire) {
     EXPECT_EQ(calls, after) << "no registration was left behind";
 }
 
+// All numbers are of four equal bytes, whoever brings them.
+TEST_F(ConcurrencyTest, ChunksAndEventsComeWhileOthersWriteReadPollAndRegister) {
+    std::vector<uint8_t> buffers[] = {{1, 1, 1, 1, 0, 0, 0, 1, 0, 0, 0, 4}, {2, 2, 2, 2, 0, 0, 0, 1, 0, 0, 0, 4}};
+    CChunkAdapterGEV chunks(Map.get());
+    CEventAdapterGeneric events(Map.get());
+    std::atomic<int> torn = 0, calls = 0;
+    const auto look = [&](INode*) {
+        const AutoLock lock(Map->GetLock());
+        ++calls;
+        for (const char* name : {"Chunk", "Event", "Sum"})
+            torn += IsReadable(Map->GetNode(name)) && Int(name).GetValue() % 0x01010101 != 0;
+    };
+    Register(Map->GetNode("Sum"), look, cbPostInsideLock);
+    Register(Map->GetNode("Sum"), look, cbPostOutsideLock);
+    const auto attach = [&](int i) {
+        i % 3 == 2 ? chunks.DetachBuffer() : chunks.AttachBuffer(buffers[i % 3].data(), 12);
+    };
+    const auto deliver = [&](int i) {
+        const std::vector<uint8_t> message(4, static_cast<uint8_t>(i % 50));
+        events.DeliverMessage(message.data(), 4, uint64_t(0x9001));
+    };
+    RunTogether(rounds / 4,
+                {attach, deliver, [&](int i) { Int("X").SetValue(i % 50 * 0x01010101); }, [&](int) { look(nullptr); },
+                 [&](int) { Deregister(Register(Map->GetNode("Event"), look)); }, [&](int) { Map->Poll(1); }});
+    EXPECT_EQ(torn, 0);
+    EXPECT_GE(calls, 3 * 2 * (rounds / 4));
+}
+
 TEST_F(ConcurrencyTest, MapsOfOneFactoryAreMadeAndUsedAtOnce) {
     CNodeMapFactory factory(GenICam::gcstring(
         tests::Description(Node("Integer", "W", "<Value>5</Value>") +
                            Node("IntSwissKnife", "K", "<pVariable Name=\"W\">W</pVariable><Formula>W+1</Formula>"))
             .c_str()));
     std::atomic<int> wrong = 0;
-    const auto body = [&](int) {
+    const auto body = [&](int i) {
         const tests::MapPtr map(factory.CreateNodeMap());
         wrong += CIntegerPtr(map->GetNode("K"))->GetValue() != 6;
+        CIntegerPtr(map->GetNode("W"))->SetValue(i);
+        wrong += CIntegerPtr(map->GetNode("K"))->GetValue() != i + 1;
     };
     RunTogether(100, {body, body, body, body});
     EXPECT_EQ(wrong, 0);
