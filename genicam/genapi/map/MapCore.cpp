@@ -202,24 +202,50 @@ void MapCore::InvalidateAll() {
 /// A node that fails keeps no other from its turn.
 void MapCore::Poll(std::int64_t elapsedMs) {
     ChangeAll([&](CallbackBatch& batch) {
+        Closure due;
         for (NodeBase* node : m_polled) {
-            batch.Run([&] { PollNode(*node, elapsedMs); });
+            batch.Run([&] {
+                if (IsDue(*node, elapsedMs)) {
+                    due.nodes.push_back(node);
+                }
+            });
+        }
+        AddDependents(due); // in one walk, as many nodes may have the same dependents
+        for (NodeBase* node : due.nodes) {
+            node->DropCaches(false);
+        }
+        Collect(due);
+        for (std::size_t i = 0; i < due.roots; ++i) {
+            batch.Run([&] {
+                const Call call(*due.nodes[i], "Poll");
+                due.nodes[i]->OnPollingTime();
+            });
         }
     });
 }
 
-void MapCore::PollNode(NodeBase& node, std::int64_t elapsedMs) {
+bool MapCore::IsDue(NodeBase& node, std::int64_t elapsedMs) {
     const Call call(node, "Poll");
     if (node.IsPollingBlocked()) {
-        return;
+        return false;
     }
     if (elapsedMs < node.PollingTime() - node.pollElapsedMs) {
         node.pollElapsedMs += std::max<std::int64_t>(elapsedMs, 0);
-        return;
+        return false;
     }
     node.pollElapsedMs = 0;
-    Invalidate(node);
-    node.OnPollingTime();
+    return true;
+}
+
+void Call::TraceBegin(const NodeBase& node, const char* method) noexcept {
+    const std::string_view name = node.Name();
+    GenICam::CLog::LogPush(TraceLog(), GenICam::LogPriority_Debug, "%.*s.%s", static_cast<int>(name.size()),
+                           name.data(), method);
+    m_isTraced = true;
+}
+
+void Call::TraceEnd() noexcept {
+    GenICam::CLog::LogPop(TraceLog(), GenICam::LogPriority_Debug, "done");
 }
 
 WriteScope::WriteScope(NodeBase& node) : m_core(node.Core()), m_guard(node, EvaluationGuard::Writing) {

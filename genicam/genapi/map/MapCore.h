@@ -5,6 +5,7 @@
 #include "genicam/genapi/nodes/NodeBase.h"
 
 #include <GenApi/INodeMap.h>
+#include <Log/CLog.h>
 
 #include <memory>
 #include <string>
@@ -45,7 +46,7 @@ public:
     template <typename Action>
     void Change(NodeBase& node, const char* method, Action&& action);
     template <typename Action>
-    void ChangeAll(Action&& action); ///< likewise, of any nodes
+    void ChangeAll(Action&& action);                                ///< likewise, of any nodes
     bool IsChanging() const noexcept { return m_batch != nullptr; } ///< whether callbacks are being collected
     void Invalidate(NodeBase& node);         ///< the node and its dependents; their callbacks join the call's batch
     void InvalidateAffected(NodeBase& node); ///< likewise with the terminal nodes, as if it had been written
@@ -68,7 +69,7 @@ private:
     friend class BatchScope;
     friend class EvaluationGuard;
 
-    void PollNode(NodeBase& node, std::int64_t elapsedMs);
+    bool IsDue(NodeBase& node, std::int64_t elapsedMs); ///< counts the time for a polled node
     void CreateNodes();
     void DestroyNodes() noexcept;
     void Collect(const Closure& closure);
@@ -100,13 +101,17 @@ private:
     std::shared_ptr<const void> m_life; // once somebody asked for it
 };
 
-/// One public call of a node: holds the lock, and is the entry point unless an outer call is.
+/// One public call of a node: holds the lock, and is the entry point unless an outer call is. At DEBUG, category GenApi
+/// tells its begin and end, indented for what is called inside.
 class Call {
 public:
     Call(const NodeBase& node, const char* method) noexcept : Call(node.Core(), node, method) {}
     Call(const Call&) = delete;
     Call& operator=(const Call&) = delete;
     ~Call() {
+        if (m_isTraced) {
+            TraceEnd();
+        }
         if (m_isEntry) {
             m_core.m_entryNode = nullptr;
         }
@@ -120,11 +125,21 @@ private:
             core.m_entryNode = &node;
             core.m_entryMethod = method;
         }
+        if (TraceLog().isPriorityEnabled(GenICam::LogPriority_Debug)) {
+            TraceBegin(node, method);
+        }
     }
+    static GenICam::Logger& TraceLog() {
+        static GenICam::Logger& logger = GenICam::CLog::GetLogger("GenApi");
+        return logger;
+    }
+    void TraceBegin(const NodeBase& node, const char* method) noexcept;
+    void TraceEnd() noexcept;
 
     MapCore& m_core;
     const GenICam::AutoLock m_lock;
     bool m_isEntry;
+    bool m_isTraced = false;
 };
 
 /// The write itself, after all checks. The outermost one invalidates what the node affects, before and after.

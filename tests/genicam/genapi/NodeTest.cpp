@@ -208,6 +208,17 @@ TEST_F(NodeTest, TheLogTellsWhatCallersReadAndWriteAndNoNodeBelow) {
                                   "w Go.Execute(3)"));
 }
 
+TEST_F(NodeTest, TheLogTracesCallsAtDebug) {
+    Load(Node("Integer", "I", "<Value>1</Value>"));
+    const Fakes::LogRecorder log("GenApi");
+    Int("I").GetMax();
+    Int("I").SetValue(2);
+    std::string told;
+    for (const Fakes::LogLine& line : log.Lines())
+        told += line.category == "GenApi" ? line.message + " " : "";
+    EXPECT_EQ(told, "I.GetMax done I.SetValue done ");
+}
+
 TEST_F(NodeTest, WritesCanBeRecordedAndReplayed) {
     Load(Node("IntReg", "A", Place(0, 2)) + Node("IntReg", "B", Place(2, 2)) +
          Node("Integer", "Top", "<pValue>A</pValue>"));
