@@ -59,15 +59,23 @@ void CheckRange(NodeBase& node, std::int64_t value, std::int64_t min, std::int64
     }
 }
 
+/// As printf's %f, but in any locale, and whole.
+std::string Fixed(double value) {
+    constexpr double any = std::numeric_limits<double>::infinity();
+    return FormatFloat(value, fnFixed, -1, -any, any);
+}
+
 void CheckRange(NodeBase& node, double value, double min, double max) {
     if (std::isnan(value)) {
         throw NODE_EXCEPTION(OutOfRangeException, node)("Value is not a number.");
     }
     if (value < min) {
-        throw NODE_EXCEPTION(OutOfRangeException, node)("Value %f must be greater than or equal %f.", value, min);
+        throw NODE_EXCEPTION(OutOfRangeException,
+                             node)("Value " + Fixed(value) + " must be greater than or equal " + Fixed(min) + ".");
     }
     if (value > max) {
-        throw NODE_EXCEPTION(OutOfRangeException, node)("Value %f must be smaller than or equal %f.", value, max);
+        throw NODE_EXCEPTION(OutOfRangeException,
+                             node)("Value " + Fixed(value) + " must be smaller than or equal " + Fixed(max) + ".");
     }
 }
 
@@ -186,8 +194,13 @@ void NumericBase<T>::CheckLimits(T value) {
 template <typename T>
 void NumericBase<T>::CheckListed(T value) {
     if (!m_validValues.empty() && !std::binary_search(m_validValues.begin(), m_validValues.end(), value)) {
-        throw NODE_EXCEPTION(OutOfRangeException, *this)("Value = %s is not in the list of valid values.",
-                                                         std::to_string(value).c_str());
+        std::string text;
+        if constexpr (NumberOf<T>::type == ValueType::Float) {
+            text = Fixed(value);
+        } else {
+            text = std::to_string(value);
+        }
+        throw NODE_EXCEPTION(OutOfRangeException, *this)("Value = " + text + " is not in the list of valid values.");
     }
 }
 

@@ -1,3 +1,4 @@
+#include <cmath>
 #include <future>
 #include <mutex>
 #include <thread>
@@ -235,6 +236,7 @@ TEST_F(ConformanceTest, TextsOfEveryTypeCanBeWrittenBackUnderACommaLocale) {
         }
     }
     EXPECT_THROW(As<IValue>("StringReg").FromString("abcde"), GenICam::OutOfRangeException);
+    EXPECT_THAT(Failure([this] { As<IFloat>("FloatReg").SetValue(HUGE_VAL); }), testing::HasSubstr("8368.000000. : "));
 }
 
 TEST_F(ConformanceTest, AnOutsideCallbackMayTakeALockWhoseHolderReadsNodes) {
