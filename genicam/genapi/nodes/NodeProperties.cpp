@@ -197,6 +197,11 @@ void NodeBase::GetPropertyNames(gcstring_vector& PropertyNames) const {
 }
 
 bool NodeBase::GetProperty(const gcstring& PropertyName, gcstring& ValueStr, gcstring& AttributeStr) {
+    if (PropertyName == "Element") { // no property of the file's vocabulary has this name
+        ValueStr = ToGcString(NodeKindName(Description().Record(m_index).kind));
+        AttributeStr = "";
+        return true;
+    }
     const PropertyKind kind = FindPropertyKind(PropertyName.view());
     if (kind == PropertyKind::Name) {
         ValueStr = ToGcString(Name());

@@ -37,6 +37,7 @@ struct GENICAM_API INode : virtual public IBase {
     virtual bool IsStreamable() const = 0;
     virtual void GetPropertyNames(gcstring_vector& PropertyNames) const = 0;
     /// What the description says of this node under an element's name. Lists are separated by tabs.
+    /// "Element", which GetPropertyNames does not list, asks for the name of the node's own element, such as "IntReg".
     /// @return false when the node has no such property.
     virtual bool GetProperty(const gcstring& PropertyName, gcstring& ValueStr, gcstring& AttributeStr) = 0;
     virtual void ImposeAccessMode(EAccessMode ImposedAccessMode) = 0; ///< Narrows the access mode further.

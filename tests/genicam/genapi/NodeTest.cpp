@@ -39,6 +39,7 @@ TEST_P(KindTest, OffersTheInterfacesOfItsKind) {
         elements = Place(0, 4) + elements;
     Load(Node("Integer", "Other", "<Value>1</Value>") + Node(kind.type, "X", elements));
     INode& node = *Map->GetNode("X");
+    EXPECT_EQ(Property("X", "Element"), std::string(kind.type) + "|");
     EXPECT_EQ(node.GetPrincipalInterfaceType(), kind.principal);
     EXPECT_EQ(GetInterfaceName(&node), kind.interfaceName);
     EXPECT_EQ(node.GetNodeMap(), Map.get());
