@@ -14,35 +14,43 @@ constexpr std::size_t maxBytes = std::size_t(256) << 20;
 } // namespace
 
 RawCache::Entry& RawCache::At(std::int64_t address, std::int64_t length) {
-    const auto found = m_entries.find({address, length});
-    if (found != m_entries.end()) {
+    Lane& lane = LaneOf(length);
+    const auto found = lane.entries.find({address, length});
+    if (found != lane.entries.end()) {
         return found->second;
     }
-    if (m_entries.size() >= maxEntries || m_bytes + static_cast<std::size_t>(length) > maxBytes) {
-        m_entries.clear();
+    if (m_short.entries.size() + m_long.entries.size() >= maxEntries ||
+        m_bytes + static_cast<std::size_t>(length) > maxBytes) {
+        m_short = {};
+        m_long = {};
         m_bytes = 0;
-        m_longest = 0;
         ++m_generation;
     }
-    Entry& entry = m_entries[{address, length}];
+    Entry& entry = lane.entries[{address, length}];
     m_bytes += static_cast<std::size_t>(length); // as it will have
-    m_longest = std::max(m_longest, length);
+    lane.longest = std::max(lane.longest, length);
     return entry;
 }
 
 void RawCache::Drop(std::int64_t address, std::int64_t length) noexcept {
-    const auto found = m_entries.find({address, length});
-    if (found != m_entries.end()) {
+    Lane& lane = LaneOf(length);
+    const auto found = lane.entries.find({address, length});
+    if (found != lane.entries.end()) {
         found->second.isValid = false;
     }
 }
 
 void RawCache::DropOverlapping(std::int64_t address, std::int64_t length) noexcept {
+    m_short.DropOverlapping(address, length);
+    m_long.DropOverlapping(address, length);
+}
+
+void RawCache::Lane::DropOverlapping(std::int64_t address, std::int64_t length) noexcept {
     // no entry that begins earlier than the longest one is long can reach the place
     const std::int64_t lowest = std::numeric_limits<std::int64_t>::min();
-    const std::int64_t first = address < lowest + m_longest ? lowest : address - m_longest;
+    const std::int64_t first = address < lowest + longest ? lowest : address - longest;
     const auto distance = static_cast<std::uint64_t>(length);
-    for (auto entry = m_entries.lower_bound({first, 0}); entry != m_entries.end(); ++entry) {
+    for (auto entry = entries.lower_bound({first, 0}); entry != entries.end(); ++entry) {
         const std::uint64_t ahead =
             static_cast<std::uint64_t>(entry->first.first) - static_cast<std::uint64_t>(address);
         if (entry->first.first >= address) {
@@ -57,8 +65,10 @@ void RawCache::DropOverlapping(std::int64_t address, std::int64_t length) noexce
 }
 
 void RawCache::DropAll() noexcept {
-    for (auto& entry : m_entries) {
-        entry.second.isValid = false;
+    for (Lane* lane : {&m_short, &m_long}) {
+        for (auto& entry : lane->entries) {
+            entry.second.isValid = false;
+        }
     }
 }
 

@@ -27,8 +27,19 @@ public:
 private:
     using Key = std::pair<std::int64_t, std::int64_t>; // address, length
 
-    std::map<Key, Entry> m_entries;
-    std::int64_t m_longest = 0; // of all entries
+    /// Entries of about one length: a write looks as far ahead of its place as the longest one reaches.
+    struct Lane {
+        std::map<Key, Entry> entries;
+        std::int64_t longest = 0;
+
+        void DropOverlapping(std::int64_t address, std::int64_t length) noexcept;
+    };
+    Lane& LaneOf(std::int64_t length) noexcept { return length <= shortLength ? m_short : m_long; }
+
+    static constexpr std::int64_t shortLength = 16; // of numbers; texts and tables reach further
+
+    Lane m_short;
+    Lane m_long;
     std::size_t m_bytes = 0;
     std::uint32_t m_generation = 1;
 };
