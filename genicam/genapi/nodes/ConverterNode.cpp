@@ -27,7 +27,6 @@ void ConverterOf<Base, T>::BindProperty(const Property& property) {
         m_isLinear = property.payload == Yes;
         break;
     default:
-        m_formula.BindProperty(property);
         Base::BindProperty(property);
         break;
     }

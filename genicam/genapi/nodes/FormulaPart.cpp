@@ -3,6 +3,7 @@
 #include "genicam/genapi/nodes/EnumerationNode.h"
 #include "genicam/genapi/nodes/NodeError.h"
 
+#include <algorithm>
 #include <array>
 
 namespace GenApi {
@@ -29,20 +30,26 @@ double IncOf(NodeBase& node, double) {
 
 } // namespace
 
-/// What a formula asks for its names while it is compiled.
+/// What a formula asks for its names while it is compiled; they stand in the model until then.
 template <typename T>
 class FormulaPart<T>::Scope final : public IFormulaScope {
 public:
-    Scope(FormulaPart& part, std::string_view input) : m_part(part), m_input(input) {}
+    Scope(FormulaPart& part, std::string_view input) : m_part(part), m_input(input) {
+        const NodeBase& owner = part.m_owner;
+        owner.Description().ForEachProperty(owner.Index(), [this](const Property& property) { Add(property); });
+        if (m_names.size() > maxNames) {
+            throw PROPERTY_EXCEPTION("It has %zu names, %zu are allowed", m_names.size(), maxNames);
+        }
+    }
 
     CFormulaName FindName(std::string_view name) override {
         if (name == m_input) {
             return {EFormulaName::Variable, 0, {}};
         }
-        const Name* found = m_part.Find(name);
+        const Name* found = Find(name);
         CVariableName variable = SplitVariableName(name);
         if (found == nullptr) {
-            found = m_part.Find(variable.Base);
+            found = Find(variable.Base);
             if (found == nullptr || found->kind != EFormulaName::Variable || variable.Part == EVariablePart::Unknown) {
                 return {};
             }
@@ -57,42 +64,44 @@ public:
     }
 
 private:
+    struct Name {
+        std::string_view name;
+        EFormulaName kind;
+        NodeBase* node; // of a variable
+        std::string_view text;
+    };
+
+    void Add(const Property& property) {
+        const Model& model = m_part.m_owner.Description();
+        switch (property.kind) {
+        case PropertyKind::pVariable:
+            m_names.push_back({{}, EFormulaName::Variable, &m_part.m_owner.Core().NodeAt(property.payload), {}});
+            break;
+        case PropertyKind::Constant:
+            m_names.push_back({{}, EFormulaName::Constant, nullptr, model.TextOf(property.payload)});
+            break;
+        case PropertyKind::Expression:
+            m_names.push_back({{}, EFormulaName::Expression, nullptr, model.TextOf(property.payload)});
+            break;
+        case PropertyKind::Name:
+            if (!m_names.empty()) {
+                m_names.back().name = model.TextOf(property.payload);
+            }
+            break;
+        default:
+            break;
+        }
+    }
+    const Name* Find(std::string_view name) const noexcept {
+        const auto found =
+            std::find_if(m_names.begin(), m_names.end(), [name](const Name& each) { return each.name == name; });
+        return found != m_names.end() ? &*found : nullptr;
+    }
+
     FormulaPart& m_part;
     const std::string_view m_input;
+    std::vector<Name> m_names;
 };
-
-template <typename T>
-void FormulaPart<T>::BindProperty(const Property& property) {
-    const Model& model = m_owner.Description();
-    switch (property.kind) {
-    case PropertyKind::pVariable:
-        m_names.push_back({{}, EFormulaName::Variable, &m_owner.Core().NodeAt(property.payload), {}});
-        break;
-    case PropertyKind::Constant:
-        m_names.push_back({{}, EFormulaName::Constant, nullptr, model.TextOf(property.payload)});
-        break;
-    case PropertyKind::Expression:
-        m_names.push_back({{}, EFormulaName::Expression, nullptr, model.TextOf(property.payload)});
-        break;
-    case PropertyKind::Name:
-        if (!m_names.empty()) {
-            m_names.back().name = model.TextOf(property.payload);
-        }
-        break;
-    default:
-        break;
-    }
-}
-
-template <typename T>
-const typename FormulaPart<T>::Name* FormulaPart<T>::Find(std::string_view name) const noexcept {
-    for (const Name& each : m_names) {
-        if (each.name == name) {
-            return &each;
-        }
-    }
-    return nullptr;
-}
 
 template <typename T>
 std::uint32_t FormulaPart<T>::SlotFor(NodeBase* node, const CVariableName& variable) {
@@ -123,11 +132,11 @@ void FormulaPart<T>::Compile(Program& program) {
         return;
     }
     EvaluationGuard::Spend(m_owner, program.text.size()); // a broken one is compiled each time
-    Scope scope(*this, program.input);
+    if (m_slots.empty()) {
+        m_slots.push_back({nullptr, EVariablePart::Value, 0}); // the input
+    }
     try {
-        if (m_names.size() > maxNames) {
-            throw PROPERTY_EXCEPTION("It has %zu names, %zu are allowed", m_names.size(), maxNames);
-        }
+        Scope scope(*this, program.input);
         program.formula.emplace(program.text, scope);
     } catch (const GenICam::GenericException& failure) {
         throw NODE_EXCEPTION(PropertyException, m_owner)(std::string("Node '") + m_owner.NameText() + "', property '" +
@@ -219,9 +228,11 @@ EAccessMode FormulaPart<T>::Mode(Program& program) {
 template <typename T>
 bool FormulaPart<T>::IsModeCacheable() {
     bool cacheable = true;
-    for (const Name& name : m_names) {
-        cacheable = cacheable && (name.kind != EFormulaName::Variable || name.node->IsModeCacheable());
-    }
+    m_owner.Description().ForEachProperty(m_owner.Index(), [&](const Property& property) {
+        if (property.kind == PropertyKind::pVariable) {
+            cacheable = cacheable && m_owner.Core().NodeAt(property.payload).IsModeCacheable();
+        }
+    });
     return cacheable;
 }
 

@@ -25,8 +25,6 @@ public:
         std::optional<CFormula<T>> formula; ///< once compiled
     };
 
-    void BindProperty(const Property& property);
-
     /// @throws GenICam::PropertyException if the formula is broken.
     void Compile(Program& program);
     /// Reads the variables that the formula uses and runs it. @throws GenICam::RuntimeException as CFormula::Evaluate.
@@ -40,12 +38,6 @@ public:
     ECachingMode Caching(Program& program);
 
 private:
-    struct Name {
-        std::string_view name;
-        EFormulaName kind;
-        NodeBase* node; ///< of a variable
-        std::string_view text;
-    };
     struct Slot {
         NodeBase* node;
         EVariablePart part;
@@ -57,12 +49,10 @@ private:
     ECachingMode CachingOf(const Slot& slot);
     template <typename OnFailure>
     T Run(Program& program, T input, ReadMode mode, OnFailure&& onFailure);
-    const Name* Find(std::string_view name) const noexcept;
     std::uint32_t SlotFor(NodeBase* node, const CVariableName& variable);
 
     NodeBase& m_owner;
-    std::vector<Name> m_names;
-    std::vector<Slot> m_slots{{nullptr, EVariablePart::Value, 0}}; // the first is the input
+    std::vector<Slot> m_slots; // of all compiled formulas; the first is the input
 };
 
 extern template class FormulaPart<std::int64_t>;

@@ -9,7 +9,6 @@ void SwissKnifeOf<Base, T>::BindProperty(const Property& property) {
     if (property.kind == PropertyKind::Formula) {
         m_program.text = this->Description().TextOf(property.payload);
     } else {
-        m_formula.BindProperty(property);
         Base::BindProperty(property);
     }
 }
