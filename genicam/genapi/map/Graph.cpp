@@ -26,13 +26,13 @@ void ForEachEdge(const Model& model, Graph& graph, Visitor&& visit) {
             }
             if (edges & Edge_Invalidate) {
                 visit(graph.invalidating, node, target);
-                visit(graph.parents, target, node);
+                visit(edges & Edge_Write ? graph.valueParents : graph.otherParents, target, node);
             }
             if (property.kind == PropertyKind::pSelected) {
                 // what is selected shows another value when its selector moves
                 visit(graph.selecting, target, node);
                 visit(graph.invalidating, target, node);
-                visit(graph.parents, node, target);
+                visit(graph.otherParents, node, target);
             }
         });
     }
@@ -40,7 +40,8 @@ void ForEachEdge(const Model& model, Graph& graph, Visitor&& visit) {
 
 /// Counts first, so that each list is allocated once.
 void CollectEdges(const Model& model, Graph& graph) {
-    EdgeLists* const lists[] = {&graph.reading, &graph.writing, &graph.invalidating, &graph.parents, &graph.selecting};
+    EdgeLists* const lists[] = {&graph.reading,      &graph.writing,      &graph.invalidating,
+                                &graph.valueParents, &graph.otherParents, &graph.selecting};
     for (EdgeLists* list : lists) {
         list->Open(model.NodeCount());
     }

@@ -24,7 +24,7 @@ MapCore::MapCore(ModelPtr model, CLock* userLock, const gcstring& deviceName, IN
 }
 
 MapCore::~MapCore() {
-    {
+    if (m_registrations != 0) {
         const GenICam::AutoLock lock(*m_lock);
         for (NodeBase* node : m_nodes) {
             node->DestroyRegistrations();
@@ -80,6 +80,14 @@ bool MapCore::Visit(NodeBase& node) noexcept {
     return isNew;
 }
 
+void MapCore::AddUnvisited(std::span<const NodeIndex> nodes, std::vector<NodeBase*>& list) {
+    for (const NodeIndex index : nodes) {
+        if (Visit(NodeAt(index))) {
+            list.push_back(&NodeAt(index));
+        }
+    }
+}
+
 /// The leaves of what the node writes; the node itself if it writes no other.
 void MapCore::CollectTerminals(NodeBase& node, std::vector<NodeBase*>& terminals) {
     ++m_walk;
@@ -114,11 +122,35 @@ void MapCore::AddDependents(Closure& closure) {
     }
     closure.roots = closure.nodes.size();
     for (std::size_t i = 0; i < closure.nodes.size(); ++i) {
-        for (const NodeIndex parent : m_model->Edges().parents.Of(closure.nodes[i]->Index())) {
-            if (Visit(NodeAt(parent))) {
-                closure.nodes.push_back(&NodeAt(parent));
-            }
+        const NodeIndex node = closure.nodes[i]->Index();
+        for (const EdgeLists* edges : {&m_model->Edges().valueParents, &m_model->Edges().otherParents}) {
+            AddUnvisited(edges->Of(node), closure.nodes);
         }
+    }
+}
+
+/// A written value changes the values that are taken from it, and nothing else of their nodes. Whoever depends on one
+/// of these in another way is void as a whole, and so are all that depend on such a node.
+void MapCore::MarkOnlyValue(Closure& closure) {
+    const Graph& graph = m_model->Edges();
+    std::vector<NodeBase*> changed(closure.nodes.begin(),
+                                   closure.nodes.begin() + static_cast<std::ptrdiff_t>(closure.roots));
+    ++m_walk;
+    for (std::size_t i = 0; i < changed.size(); ++i) {
+        AddUnvisited(graph.valueParents.Of(changed[i]->Index()), changed);
+    }
+    std::vector<NodeBase*> whole;
+    ++m_walk;
+    for (NodeBase* node : changed) {
+        AddUnvisited(graph.otherParents.Of(node->Index()), whole);
+    }
+    for (std::size_t i = 0; i < whole.size(); ++i) {
+        AddUnvisited(graph.valueParents.Of(whole[i]->Index()), whole);
+        AddUnvisited(graph.otherParents.Of(whole[i]->Index()), whole);
+    }
+    closure.onlyValue.reserve(closure.nodes.size());
+    for (const NodeBase* node : closure.nodes) {
+        closure.onlyValue.push_back(node->visited != m_walk ? 1 : 0);
     }
 }
 
@@ -145,6 +177,7 @@ const Closure& MapCore::AffectedBy(NodeBase& node, std::unique_ptr<Closure>& spa
         closure->nodes.pop_back(); // it is its own terminal node
     }
     AddDependents(*closure);
+    MarkOnlyValue(*closure);
     return Keep(std::move(closure), node.affected, spare);
 }
 
@@ -237,23 +270,21 @@ bool MapCore::IsDue(NodeBase& node, std::int64_t elapsedMs) {
     return true;
 }
 
-void Call::TraceBegin(const NodeBase& node, const char* method) noexcept {
+void EntryScope::TraceBegin(const NodeBase& node, const char* method) noexcept {
     const std::string_view name = node.Name();
     GenICam::CLog::LogPush(TraceLog(), GenICam::LogPriority_Debug, "%.*s.%s", static_cast<int>(name.size()),
                            name.data(), method);
     m_isTraced = true;
 }
 
-void Call::TraceEnd() noexcept {
+void EntryScope::TraceEnd() noexcept {
     GenICam::CLog::LogPop(TraceLog(), GenICam::LogPriority_Debug, "done");
 }
 
 WriteScope::WriteScope(NodeBase& node) : m_core(node.Core()), m_guard(node, EvaluationGuard::Writing) {
     if (m_core.m_writeDepth == 0) {
         m_affected = &m_core.AffectedBy(node, m_spare);
-        for (std::size_t i = m_affected->roots; i < m_affected->nodes.size(); ++i) {
-            m_affected->nodes[i]->DropCaches(false);
-        }
+        Drop(m_affected->roots, false);
     }
     ++m_core.m_writeDepth;
 }
@@ -271,13 +302,19 @@ void WriteScope::Succeed() {
     }
 }
 
+void WriteScope::Drop(std::size_t from, bool keepProtected) noexcept {
+    const std::span nodes(m_affected->nodes); // not looked at anew for each node
+    const std::span onlyValue(m_affected->onlyValue);
+    for (std::size_t i = from; i < nodes.size(); ++i) {
+        nodes[i]->DropCaches(keepProtected, onlyValue[i] != 0);
+    }
+}
+
 void WriteScope::Leave(bool keepProtected) noexcept {
     m_isOpen = false;
     --m_core.m_writeDepth;
     if (m_affected != nullptr) {
-        for (NodeBase* node : m_affected->nodes) {
-            node->DropCaches(keepProtected);
-        }
+        Drop(0, keepProtected);
     }
 }
 

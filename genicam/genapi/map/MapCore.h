@@ -8,6 +8,7 @@
 #include <Log/CLog.h>
 
 #include <memory>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -19,6 +20,7 @@ class PortNode;
 struct Closure {
     std::vector<NodeBase*> nodes;
     std::size_t roots = 0;
+    std::vector<std::uint8_t> onlyValue; ///< of each: not 0 if a write leaves its mode and limits; of AffectedBy only
 };
 
 /// What the nodes of one map share: the lock, the nodes, who depends on whom, the call in progress.
@@ -64,7 +66,7 @@ public:
     std::weak_ptr<const void> Life();
 
 private:
-    friend class Call;
+    friend class EntryScope;
     friend class WriteScope;
     friend class BatchScope;
     friend class EvaluationGuard;
@@ -75,8 +77,10 @@ private:
     void Collect(const Closure& closure);
     const Closure& Keep(std::unique_ptr<Closure> made, const Closure*& kept, std::unique_ptr<Closure>& spare);
     void AddDependents(Closure& closure);
+    void MarkOnlyValue(Closure& closure);
     void CollectTerminals(NodeBase& node, std::vector<NodeBase*>& terminals);
     bool Visit(NodeBase& node) noexcept;
+    void AddUnvisited(std::span<const NodeIndex> nodes, std::vector<NodeBase*>& list);
 
     const ModelPtr m_model;
     CLock m_ownLock;
@@ -101,14 +105,23 @@ private:
     std::shared_ptr<const void> m_life; // once somebody asked for it
 };
 
-/// One public call of a node: holds the lock, and is the entry point unless an outer call is. At DEBUG, category GenApi
-/// tells its begin and end, indented for what is called inside.
-class Call {
+/// Makes a public call the entry point unless an outer one is. Under the lock. At DEBUG, category GenApi tells the
+/// call's begin and end, indented for what is called inside.
+class EntryScope {
 public:
-    Call(const NodeBase& node, const char* method) noexcept : Call(node.Core(), node, method) {}
-    Call(const Call&) = delete;
-    Call& operator=(const Call&) = delete;
-    ~Call() {
+    EntryScope(const NodeBase& node, const char* method) noexcept
+        : m_core(node.Core()), m_isEntry(m_core.m_entryNode == nullptr) {
+        if (m_isEntry) {
+            m_core.m_entryNode = &node;
+            m_core.m_entryMethod = method;
+        }
+        if (TraceLog().isPriorityEnabled(GenICam::LogPriority_Debug)) {
+            TraceBegin(node, method);
+        }
+    }
+    EntryScope(const EntryScope&) = delete;
+    EntryScope& operator=(const EntryScope&) = delete;
+    ~EntryScope() {
         if (m_isTraced) {
             TraceEnd();
         }
@@ -118,17 +131,6 @@ public:
     }
 
 private:
-    friend class MapCore;
-    Call(MapCore& core, const NodeBase& node, const char* method) noexcept : m_core(core), m_lock(core.Lock()) {
-        m_isEntry = core.m_entryNode == nullptr;
-        if (m_isEntry) {
-            core.m_entryNode = &node;
-            core.m_entryMethod = method;
-        }
-        if (TraceLog().isPriorityEnabled(GenICam::LogPriority_Debug)) {
-            TraceBegin(node, method);
-        }
-    }
     static GenICam::Logger& TraceLog() {
         static GenICam::Logger& logger = GenICam::CLog::GetLogger("GenApi");
         return logger;
@@ -137,9 +139,60 @@ private:
     void TraceEnd() noexcept;
 
     MapCore& m_core;
-    const GenICam::AutoLock m_lock;
-    bool m_isEntry;
+    const bool m_isEntry;
     bool m_isTraced = false;
+};
+
+/// One public call of a node that changes nothing: holds the lock.
+class Call {
+public:
+    Call(const NodeBase& node, const char* method) noexcept : m_lock(node.Core().Lock()), m_entry(node, method) {}
+
+private:
+    const GenICam::AutoLock m_lock;
+    const EntryScope m_entry;
+};
+
+/// Marks a node as being read or written; bounds recursion.
+class EvaluationGuard {
+public:
+    enum Purpose { Reading, Writing, Asking }; ///< asking, e.g. for limits, may come back to the node
+    /// @throws GenICam::RuntimeException on a cycle, beyond 1000 levels or 1000000 steps
+    EvaluationGuard(NodeBase& node, Purpose purpose)
+        : m_core(node.Core()), m_busy(purpose == Reading   ? &node.m_isEvaluating
+                                      : purpose == Writing ? &node.m_isWriting
+                                                           : nullptr) {
+        const bool isCycle = m_busy != nullptr && *m_busy;
+        std::uint32_t& steps = m_core.m_evaluationSteps;
+        steps = m_core.m_evaluationDepth == 0 ? 1 : steps + 1;
+        if (isCycle || m_core.m_evaluationDepth >= maxDepth || steps > maxSteps) {
+            Fail(node, isCycle, m_core.m_evaluationDepth);
+        }
+        ++m_core.m_evaluationDepth;
+        if (m_busy != nullptr) {
+            *m_busy = true;
+        }
+    }
+    EvaluationGuard(const EvaluationGuard&) = delete;
+    EvaluationGuard& operator=(const EvaluationGuard&) = delete;
+    ~EvaluationGuard() {
+        --m_core.m_evaluationDepth;
+        if (m_busy != nullptr) {
+            *m_busy = false;
+        }
+    }
+
+    /// Counts as steps what is done for a node beyond visiting it: entries looked at, instructions of its formula.
+    static void Spend(const NodeBase& node, std::size_t steps);
+
+private:
+    static constexpr int maxDepth = 1000;
+    static constexpr std::uint32_t maxSteps = 1000000; // ways through a graph can be many more than its nodes
+
+    [[noreturn]] static void Fail(const NodeBase& node, bool isCycle, int depth);
+
+    MapCore& m_core;
+    bool* const m_busy; // of the node; null when asking
 };
 
 /// The write itself, after all checks. The outermost one invalidates what the node affects, before and after.
@@ -153,6 +206,7 @@ public:
     void Succeed();
 
 private:
+    void Drop(std::size_t from, bool keepProtected) noexcept;
     void Leave(bool keepProtected) noexcept;
 
     MapCore& m_core;
@@ -207,7 +261,7 @@ void MapCore::ChangeAll(Action&& action) {
 template <typename Action>
 void MapCore::Change(NodeBase& node, const char* method, Action&& action) {
     ChangeAll([&](CallbackBatch&) {
-        const Call call(node, method);
+        const EntryScope entry(node, method);
         action();
     });
 }

@@ -145,6 +145,12 @@ const Property* Model::FindProperty(NodeIndex node, PropertyKind kind) const noe
     return nullptr;
 }
 
+std::size_t Model::CountProperties(NodeIndex node, PropertyKind kind) const noexcept {
+    std::size_t count = 0;
+    ForEachProperty(node, [&](const Property& property) { count += property.kind == kind ? 1 : 0; });
+    return count;
+}
+
 std::string_view Model::TextOr(NodeIndex node, PropertyKind kind, std::string_view missing) const noexcept {
     const Property* property = FindProperty(node, kind);
     return property != nullptr && property->form == Form::Text ? TextOf(property->payload) : missing;

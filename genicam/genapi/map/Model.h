@@ -116,7 +116,8 @@ struct Graph {
     EdgeLists reading;      ///< node → what it reads
     EdgeLists writing;      ///< node → what it writes
     EdgeLists invalidating; ///< node → whose change makes it void
-    EdgeLists parents;      ///< the inverse of invalidating
+    EdgeLists valueParents; ///< the inverse of invalidating: nodes that take no more than their value from the node
+    EdgeLists otherParents; ///< and all others
     EdgeLists selecting;    ///< node → its selectors
     std::vector<bool> isFeature;
 };
@@ -143,6 +144,7 @@ public:
         }
     }
     const Property* FindProperty(NodeIndex node, PropertyKind kind) const noexcept; ///< the node's own first; or null
+    std::size_t CountProperties(NodeIndex node, PropertyKind kind) const noexcept;
 
     /// Whether a property of the node is its own and not that of its structure.
     bool IsOwn(NodeIndex node, const Property& property) const noexcept {

@@ -9,13 +9,6 @@
 
 namespace GenApi {
 
-namespace {
-
-constexpr int maxEvaluationDepth = 1000;
-constexpr std::uint32_t maxEvaluationSteps = 1000000; // ways through a graph can be many more than its nodes
-
-} // namespace
-
 NodeBase::NodeBase(MapCore& core, NodeIndex index)
     : m_core(core), m_index(index), m_kind(core.Description().Record(index).kind) {}
 
@@ -70,6 +63,25 @@ void NodeBase::Bind() {
         case PropertyKind::pError:
             m_hasErrorNodes = true;
             break;
+        case PropertyKind::Extension: // found in the model when somebody asks
+        case PropertyKind::ToolTip:
+        case PropertyKind::Description:
+        case PropertyKind::DisplayName:
+        case PropertyKind::Visibility:
+        case PropertyKind::DocuURL:
+        case PropertyKind::IsDeprecated:
+        case PropertyKind::EventID:
+        case PropertyKind::pBlockPolling:
+        case PropertyKind::pAlias:
+        case PropertyKind::pCastAlias:
+        case PropertyKind::pInvalidator:
+        case PropertyKind::Streamable:
+        case PropertyKind::pSelected:
+        case PropertyKind::pFeature:
+        case PropertyKind::NameSpace:
+        case PropertyKind::MergePriority:
+        case PropertyKind::ExposeStatic:
+            break;
         default:
             BindProperty(property);
             break;
@@ -77,27 +89,21 @@ void NodeBase::Bind() {
     });
 }
 
-EAccessMode NodeBase::Mode() {
-    return Combine(NaturalMode(), static_cast<EAccessMode>(m_imposedMode));
-}
-
-EAccessMode NodeBase::NaturalMode() {
-    if (HasCached(Cached_Mode)) {
-        return static_cast<EAccessMode>(m_mode);
-    }
+EAccessMode NodeBase::FindMode() {
+    const auto imposed = static_cast<EAccessMode>(m_imposedMode);
     if (m_isComputingMode) {
         EvaluationGuard::Spend(*this, 1);
         if (!m_toldCycle) {
             m_toldCycle = true;
             LogLoadWarning("The access mode of node '" + NameText() + "' depends on itself; it is taken for RW.");
         }
-        return RW;
+        return imposed;
     }
     const EvaluationGuard guard(*this, EvaluationGuard::Asking);
     m_isComputingMode = true;
     EAccessMode mode;
     try {
-        mode = ComputeMode();
+        mode = Combine(ComputeMode(), imposed);
         m_isComputingMode = false;
     } catch (...) {
         m_isComputingMode = false;
@@ -167,28 +173,11 @@ ECachingMode NodeBase::Caching() {
     return static_cast<ECachingMode>(m_caching);
 }
 
-void NodeBase::RequireReadable() {
-    if (!IsReadable(Mode())) {
-        throw NODE_EXCEPTION(AccessException, *this)("Node is not readable.");
-    }
+void NodeBase::FailAccess(const char* what) {
+    throw NODE_EXCEPTION(AccessException, *this)("Node is not %s.", what);
 }
 
-void NodeBase::RequireWritable() {
-    if (!IsWritable(Mode())) {
-        throw NODE_EXCEPTION(AccessException, *this)("Node is not writable.");
-    }
-}
-
-void NodeBase::RequireAvailable() {
-    if (!IsAvailable(Mode())) {
-        throw NODE_EXCEPTION(AccessException, *this)("Node is not available.");
-    }
-}
-
-void NodeBase::CheckErrorNodes() {
-    if (!m_hasErrorNodes) {
-        return;
-    }
+void NodeBase::ReadErrorNodes() {
     ForEachReference(PropertyKind::pError, [this](NodeBase& error) {
         const std::string text = error.ErrorText();
         if (!text.empty()) {
@@ -255,40 +244,26 @@ std::int64_t NodeBase::MaxTextLength() {
     return std::numeric_limits<std::int64_t>::max();
 }
 
-EvaluationGuard::EvaluationGuard(NodeBase& node, Purpose purpose) : m_node(node), m_purpose(purpose) {
-    bool* const busy = purpose == Reading ? &node.m_isEvaluating : purpose == Writing ? &node.m_isWriting : nullptr;
-    if (busy != nullptr && *busy) {
-        throw NODE_EXCEPTION(RuntimeException, node)("The value of node '%s' depends on itself.",
-                                                     node.NameText().c_str());
+void EvaluationGuard::Fail(const NodeBase& node, bool isCycle, int depth) {
+    const std::string name = node.NameText();
+    if (isCycle) {
+        throw NODE_EXCEPTION(RuntimeException, node)("The value of node '%s' depends on itself.", name.c_str());
     }
-    if (node.m_core.m_evaluationDepth >= maxEvaluationDepth) {
+    if (depth >= maxDepth) {
         throw NODE_EXCEPTION(RuntimeException, node)("The evaluation of node '%s' is nested more than %d levels deep.",
-                                                     node.NameText().c_str(), maxEvaluationDepth);
+                                                     name.c_str(), maxDepth);
     }
-    Spend(node, 1);
-    ++node.m_core.m_evaluationDepth;
-    if (busy != nullptr) {
-        *busy = true;
-    }
+    throw NODE_EXCEPTION(RuntimeException, node)("The evaluation of node '%s' takes more than %u steps.", name.c_str(),
+                                                 maxSteps);
 }
 
 void EvaluationGuard::Spend(const NodeBase& node, std::size_t steps) {
-    std::uint32_t& spent = node.m_core.m_evaluationSteps;
-    spent = node.m_core.m_evaluationDepth == 0 ? 0 : spent;
-    if (steps > maxEvaluationSteps - spent) {
-        throw NODE_EXCEPTION(RuntimeException, node)("The evaluation of node '%s' takes more than %u steps.",
-                                                     node.NameText().c_str(), maxEvaluationSteps);
+    std::uint32_t& spent = node.Core().m_evaluationSteps;
+    spent = node.Core().m_evaluationDepth == 0 ? 0 : spent;
+    if (steps > maxSteps - spent) {
+        Fail(node, false, 0);
     }
     spent += static_cast<std::uint32_t>(steps);
-}
-
-EvaluationGuard::~EvaluationGuard() {
-    --m_node.m_core.m_evaluationDepth;
-    if (m_purpose == Reading) {
-        m_node.m_isEvaluating = false;
-    } else if (m_purpose == Writing) {
-        m_node.m_isWriting = false;
-    }
 }
 
 gcstring ValueNode::ToString(bool Verify, bool IgnoreCache) {

@@ -101,14 +101,32 @@ public:
 
     void Bind(); ///< Takes over what the description says; called once when all nodes exist.
 
-    EAccessMode Mode();     ///< natural and imposed
+    /// Natural and imposed.
+    EAccessMode Mode() { return HasCached(Cached_Mode) ? static_cast<EAccessMode>(m_mode) : FindMode(); }
     ECachingMode Caching(); ///< of the value
     bool IsModeCacheable(); ///< whether the natural mode may be kept until something it depends on is invalidated
     bool HasErrorNodes() const noexcept { return m_hasErrorNodes; }
-    void RequireReadable();  ///< @throws GenICam::AccessException
-    void RequireWritable();  ///< @throws GenICam::AccessException
-    void RequireAvailable(); ///< @throws GenICam::AccessException
-    void CheckErrorNodes();  ///< after a verified access. @throws GenICam::RuntimeException
+    /// @throws GenICam::AccessException
+    void RequireReadable() {
+        if (!IsReadable(Mode())) {
+            FailAccess("readable");
+        }
+    }
+    void RequireWritable() { ///< likewise
+        if (!IsWritable(Mode())) {
+            FailAccess("writable");
+        }
+    }
+    void RequireAvailable() { ///< likewise
+        if (!IsAvailable(Mode())) {
+            FailAccess("available");
+        }
+    }
+    void CheckErrorNodes() { ///< after a verified access. @throws GenICam::RuntimeException
+        if (m_hasErrorNodes) {
+            ReadErrorNodes();
+        }
+    }
 
     /// Values as others see them through a reference. The types that a node is not of raise RuntimeException.
     virtual std::int64_t ReadInteger(ReadMode mode);
@@ -132,13 +150,15 @@ public:
     virtual std::string Unit() { return {}; }
     virtual bool IsValueCached() { return HasCached(Cached_Value); }
 
-    /// Forgets what is cached. @p keepProtected spares the value that the call in progress has written.
-    void DropCaches(bool keepProtected) noexcept {
-        const bool spare = keepProtected && (m_cached & Cached_Protected) != 0;
+    /// Forgets what is cached. @p keepProtected spares the value that the call in progress has written, @p onlyValue
+    /// all but the value.
+    void DropCaches(bool keepProtected, bool onlyValue = false) noexcept {
+        const bool spare = keepProtected && HasCached(Cached_Protected);
         if (m_hasRaw && !spare) {
             DropRaw();
         }
-        m_cached = spare ? static_cast<std::uint8_t>(m_cached & Cached_Value) : std::uint8_t(0);
+        const int kept = (onlyValue ? ~(Cached_Value | Cached_Protected) : 0) | (spare ? Cached_Value : 0);
+        m_cached = static_cast<std::uint8_t>(m_cached & kept);
     }
     bool HasRegistrations() const noexcept { return !m_registrations.empty(); }
     const std::vector<RegistrationPtr>& Registrations() const noexcept { return m_registrations; }
@@ -177,17 +197,19 @@ protected:
 private:
     friend class EvaluationGuard;
 
-    EAccessMode NaturalMode();
+    EAccessMode FindMode();
     EAccessMode ComputeMode();
+    void ReadErrorNodes();
     bool ComputeModeCacheable();
     bool Predicate(NodeBase& node, bool whenUnreadable);
     [[noreturn]] void FailKind(const char* what);
+    [[noreturn]] void FailAccess(const char* what);
 
     MapCore& m_core;
     const NodeIndex m_index;
     const NodeKind m_kind;
     std::uint8_t m_cached = 0;
-    std::uint8_t m_mode = RW;        // EAccessMode, while cached
+    std::uint8_t m_mode = RW;        // EAccessMode with what is imposed, while cached
     std::uint8_t m_imposedMode = RW; // by ImposeAccessMode
     std::uint8_t m_givenMode = RW;   // element ImposedAccessMode
     std::uint8_t m_imposedVisibility = Beginner;
@@ -206,25 +228,6 @@ private:
     std::int64_t m_pollingTimeMs = -1;
     UserData_t m_userData = nullptr;
     std::vector<RegistrationPtr> m_registrations;
-};
-
-/// Marks a node as being read or written; bounds recursion.
-class EvaluationGuard {
-public:
-    enum Purpose { Reading, Writing, Asking }; ///< asking, e.g. for limits, may come back to the node
-    EvaluationGuard(
-        NodeBase& node,
-        Purpose purpose); ///< @throws GenICam::RuntimeException on a cycle, beyond 1000 levels or 1000000 steps
-    EvaluationGuard(const EvaluationGuard&) = delete;
-    EvaluationGuard& operator=(const EvaluationGuard&) = delete;
-    ~EvaluationGuard();
-
-    /// Counts as steps what is done for a node beyond visiting it: entries looked at, instructions of its formula.
-    static void Spend(const NodeBase& node, std::size_t steps);
-
-private:
-    NodeBase& m_node;
-    const Purpose m_purpose;
 };
 
 /// Base of all nodes with a value: text in and out.

@@ -114,7 +114,8 @@ void NodeBase::GetChildren(NodeList_t& Children, ELinkType LinkType) const {
     std::unique_ptr<Closure> spare;
     switch (LinkType) {
     case ctParentNodes:
-        take(graph.parents.Of(m_index));
+        take(graph.valueParents.Of(m_index));
+        take(graph.otherParents.Of(m_index));
         break;
     case ctReadingChildren:
         take(graph.reading.Of(m_index));
