@@ -24,16 +24,16 @@ void EnumEntryNode::BindProperty(const Property& property) {
     case PropertyKind::IsSelfClearing:
         m_isSelfClearing = property.payload == Yes;
         break;
+    case PropertyKind::Name:
+        m_symbolic = m_symbolic.empty() ? Description().TextOf(property.payload) : m_symbolic;
+        break;
     default:
         break;
-    }
-    if (m_symbolic.empty()) {
-        m_symbolic = Description().TextOr(Index(), PropertyKind::Name, Name());
     }
 }
 
 gcstring EnumEntryNode::GetDisplayName() const {
-    return gcstring(Description().TextOr(Index(), PropertyKind::DisplayName, m_symbolic));
+    return gcstring(Description().TextOr(Index(), PropertyKind::DisplayName, Symbolic()));
 }
 
 std::int64_t EnumEntryNode::NumericInteger() {
@@ -52,6 +52,9 @@ void EnumerationNode::BindProperty(const Property& property) {
     switch (property.kind) {
     case PropertyKind::EnumEntry:
     case PropertyKind::pEnumEntry:
+        if (m_entries.empty()) {
+            m_entries.reserve(Description().CountProperties(Index(), property.kind));
+        }
         if (NodeBase* const entry = Target(property)) {
             m_entries.push_back(static_cast<EnumEntryNode*>(entry));
         }
@@ -190,8 +193,11 @@ std::int64_t EnumerationNode::ReadIntValue(ReadMode mode) {
 }
 
 void EnumerationNode::WriteIntValue(std::int64_t value, bool verify) {
+    WriteEntry(FindValue(value), value, verify);
+}
+
+void EnumerationNode::WriteEntry(EnumEntryNode* entry, std::int64_t value, bool verify) {
     DropCached(Cached_Value);
-    EnumEntryNode* const entry = FindValue(value);
     if (verify) {
         RequireWritable();
         if (entry == nullptr) {
@@ -258,7 +264,7 @@ void EnumerationNode::WriteFloat(double value, bool verify) {
     if (nearest == nullptr) {
         throw NODE_EXCEPTION(AccessException, *this)("Enumeration '%s' has no available entry.", NameText().c_str());
     }
-    WriteIntValue(nearest->Value(), verify);
+    WriteEntry(nearest, nearest->Value(), verify);
 }
 
 std::string EnumerationNode::FormatValue(ReadMode mode) {
@@ -276,7 +282,7 @@ void EnumerationNode::WriteFormatted(std::string_view text, bool verify) {
     if (entry == nullptr) {
         FailConversion(text, "enum");
     }
-    WriteIntValue(entry->Value(), verify);
+    WriteEntry(entry, entry->Value(), verify);
 }
 
 std::string EnumerationNode::ErrorText() {

@@ -13,13 +13,13 @@ public:
     using ValueNode::ValueNode;
 
     int64_t GetValue() override { return m_value; }
-    gcstring GetSymbolic() const override { return gcstring(m_symbolic.data(), m_symbolic.size()); }
+    gcstring GetSymbolic() const override { return gcstring(Symbolic()); }
     double GetNumericValue() override { return m_hasNumeric ? m_numeric : static_cast<double>(m_value); }
     bool IsSelfClearing() override { return m_isSelfClearing; }
     gcstring GetDisplayName() const override;
     EInterfaceType GetPrincipalInterfaceType() const override { return intfIEnumEntry; }
 
-    std::string_view Symbolic() const noexcept { return m_symbolic; }
+    std::string_view Symbolic() const noexcept { return m_symbolic.empty() ? Name() : m_symbolic; }
     std::int64_t Value() const noexcept { return m_value; }
     std::int64_t NumericInteger(); ///< rounded. @throws GenICam::RuntimeException beyond 64 bits
 
@@ -30,7 +30,7 @@ public:
 protected:
     void BindProperty(const Property& property) override;
     EAccessMode OwnMode() override { return RO; }
-    std::string FormatValue(ReadMode) override { return std::string(m_symbolic); }
+    std::string FormatValue(ReadMode) override { return std::string(Symbolic()); }
     void WriteFormatted(std::string_view text, bool verify) override;
 
 private:
@@ -38,7 +38,7 @@ private:
     double m_numeric = 0;
     bool m_hasNumeric = false;
     bool m_isSelfClearing = false;
-    std::string_view m_symbolic; // in the model
+    std::string_view m_symbolic; // in the model; empty if neither it nor the name inside the enumeration is given
 };
 
 /// Enumeration: an integer, of its own or of another node, whose values have names.
@@ -84,6 +84,7 @@ private:
     auto ReadPublic(const char* method, Read&& read);
     std::int64_t ReadIntValue(ReadMode mode);
     void WriteIntValue(std::int64_t value, bool verify);
+    void WriteEntry(EnumEntryNode* entry, std::int64_t value, bool verify); ///< null: the value has none
     EnumEntryNode& CurrentEntry(ReadMode mode); ///< @throws GenICam::AccessException for a value without entry
 
     std::vector<EnumEntryNode*> m_entries;
