@@ -142,8 +142,14 @@ std::string NumericBase<T>::Unit() {
 template <typename T>
 T NumericBase<T>::ReadNumber(ReadMode mode) {
     RequireReadable();
-    if (HasCached(Cached_Value) && mode.MayUseCache()) {
-        return m_value;
+    if (mode.MayUseCache()) {
+        T kept{};
+        if (HasCached(Cached_Value)) {
+            return m_value;
+        }
+        if (ReadKept(kept)) {
+            return kept;
+        }
     }
     const EvaluationGuard guard(*this, EvaluationGuard::Reading);
     const T value = Evaluate(mode);

@@ -40,6 +40,7 @@ protected:
 
     virtual T Evaluate(ReadMode mode) = 0;
     virtual void Store(T value, bool verify) = 0;
+    virtual bool ReadKept(T&) { return false; }   ///< of a register: what its port keeps, if it does
     virtual bool KeepsOwnValue() { return true; } ///< registers decode anew from the bytes that their port keeps
     virtual T NaturalMin() { return std::numeric_limits<T>::lowest(); }
     virtual T NaturalMax() { return std::numeric_limits<T>::max(); }

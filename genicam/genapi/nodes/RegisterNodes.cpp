@@ -61,8 +61,14 @@ IntegerRegisterNode::Bits IntegerRegisterNode::BitsOf(std::int64_t length) {
 
 std::uint64_t IntegerRegisterNode::Decode(std::span<const std::uint8_t> bytes) const noexcept {
     std::uint64_t raw = 0;
-    for (std::size_t i = 0; i < bytes.size(); ++i) {
-        raw = (raw << 8) | bytes[m_endianess == BigEndian ? i : bytes.size() - 1 - i];
+    if (m_endianess == BigEndian) {
+        for (std::size_t i = 0; i < bytes.size(); ++i) {
+            raw = (raw << 8) | bytes[i];
+        }
+    } else {
+        for (std::size_t i = bytes.size(); i > 0; --i) {
+            raw = (raw << 8) | bytes[i - 1];
+        }
     }
     return raw;
 }
@@ -81,12 +87,26 @@ constexpr std::uint64_t LowMask(unsigned int bits) noexcept {
 
 } // namespace
 
-std::int64_t IntegerRegisterNode::Evaluate(ReadMode mode) {
-    RegisterPart& place = Located();
-    const Bits bits = BitsOf(place.Length());
-    const std::uint64_t raw = (Decode(place.Read(mode)) >> bits.low) & LowMask(bits.count);
+std::int64_t IntegerRegisterNode::ValueOf(std::span<const std::uint8_t> bytes) {
+    const Bits bits = BitsOf(static_cast<std::int64_t>(bytes.size()));
+    const std::uint64_t raw = (Decode(bytes) >> bits.low) & LowMask(bits.count);
     const bool isNegative = m_sign == Signed && ((raw >> (bits.count - 1)) & 1) != 0;
     return static_cast<std::int64_t>(isNegative ? raw | ~LowMask(bits.count) : raw);
+}
+
+std::int64_t IntegerRegisterNode::Evaluate(ReadMode mode) {
+    RegisterPart& place = Located();
+    BitsOf(place.Length()); // nothing is read where they do not lie inside
+    return ValueOf(place.Read(mode));
+}
+
+bool IntegerRegisterNode::ReadKept(std::int64_t& value) {
+    const auto bytes = KeptBytes();
+    if (bytes.empty()) {
+        return false;
+    }
+    value = ValueOf(bytes);
+    return true;
 }
 
 bool IntegerRegisterNode::Fits(std::int64_t value, unsigned int bits) const noexcept {
@@ -143,8 +163,7 @@ RegisterPart& FloatRegisterNode::LocatedFloat() {
     return place;
 }
 
-double FloatRegisterNode::Evaluate(ReadMode mode) {
-    const auto raw = LocatedFloat().Read(mode);
+double FloatRegisterNode::ValueOf(std::span<const std::uint8_t> raw) const noexcept {
     std::uint8_t bytes[8];
     const bool swap = m_endianess == BigEndian;
     for (std::size_t i = 0; i < raw.size(); ++i) {
@@ -158,6 +177,19 @@ double FloatRegisterNode::Evaluate(ReadMode mode) {
     double value;
     std::memcpy(&value, bytes, sizeof(value));
     return value;
+}
+
+double FloatRegisterNode::Evaluate(ReadMode mode) {
+    return ValueOf(LocatedFloat().Read(mode));
+}
+
+bool FloatRegisterNode::ReadKept(double& value) {
+    const auto bytes = KeptBytes();
+    if (bytes.size() != 4 && bytes.size() != 8) {
+        return false;
+    }
+    value = ValueOf(bytes);
+    return true;
 }
 
 void FloatRegisterNode::Store(double value, bool) {

@@ -35,6 +35,10 @@ protected:
     virtual std::int64_t MaxLength() const noexcept { return RegisterPart::MaxLength; }
 
     RegisterPart& Located(); ///< with address and length found
+    /// The bytes, if a read may have them without more ado; else none.
+    std::span<const std::uint8_t> KeptBytes() const noexcept {
+        return this->HasCached(Cached_Place) ? m_register.Kept() : std::span<const std::uint8_t>();
+    }
     bool IsPlaceCacheable() { return m_register.IsPlaceCacheable(); }
     void WriteBytes(std::span<const std::uint8_t> bytes); ///< where it was located last
 
@@ -52,6 +56,7 @@ public:
 protected:
     void BindProperty(const Property& property) override;
     std::int64_t Evaluate(ReadMode mode) override;
+    bool ReadKept(std::int64_t& value) override;
     void Store(std::int64_t value, bool verify) override;
     bool KeepsOwnValue() override { return false; }
     std::int64_t NaturalMin() override;
@@ -67,6 +72,7 @@ private:
     };
     Bits BitsOf(std::int64_t length); ///< counted from the least significant bit
     std::uint64_t Decode(std::span<const std::uint8_t> bytes) const noexcept;
+    std::int64_t ValueOf(std::span<const std::uint8_t> bytes);
     void Encode(std::uint64_t raw, std::span<std::uint8_t> bytes) const noexcept;
     bool Fits(std::int64_t value, unsigned int bits) const noexcept;
 
@@ -84,6 +90,7 @@ public:
 protected:
     void BindProperty(const Property& property) override;
     double Evaluate(ReadMode mode) override;
+    bool ReadKept(double& value) override;
     void Store(double value, bool verify) override;
     bool KeepsOwnValue() override { return false; }
     double NaturalMin() override;
@@ -93,6 +100,7 @@ protected:
     std::int64_t MaxLength() const noexcept override { return 8; }
 
 private:
+    double ValueOf(std::span<const std::uint8_t> bytes) const noexcept;
     RegisterPart& LocatedFloat(); ///< @throws GenICam::RuntimeException unless 4 or 8 bytes long
 
     EEndianess m_endianess = LittleEndian;

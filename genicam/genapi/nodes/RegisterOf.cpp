@@ -19,10 +19,11 @@ void RegisterOf<Base>::BindProperty(const Property& property) {
 
 template <typename Base>
 RegisterPart& RegisterOf<Base>::Located() {
-    const bool isKnown = this->HasCached(Cached_Place);
-    m_register.Locate(*this, isKnown, MinLength(), MaxLength());
-    if (!isKnown && m_register.IsPlaceCacheable()) {
-        this->MarkCached(Cached_Place);
+    if (!this->HasCached(Cached_Place)) {
+        m_register.Locate(*this, MinLength(), MaxLength());
+        if (m_register.IsPlaceCacheable()) {
+            this->MarkCached(Cached_Place);
+        }
     }
     return m_register;
 }

@@ -82,10 +82,7 @@ bool RegisterPart::IsPlaceCacheable() {
     return cacheable;
 }
 
-void RegisterPart::Locate(NodeBase& owner, bool isKnown, std::int64_t minLength, std::int64_t maxLength) {
-    if (isKnown) {
-        return;
-    }
+void RegisterPart::Locate(NodeBase& owner, std::int64_t minLength, std::int64_t maxLength) {
     const std::int64_t length = m_lengthNode != nullptr ? m_lengthNode->ReadInteger(ReadMode()) : m_fixedLength;
     if (length < minLength || length > maxLength) {
         throw NODE_EXCEPTION(RuntimeException, owner)("The register has a length of %" PRId64 " bytes, %" PRId64

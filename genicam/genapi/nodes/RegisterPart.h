@@ -21,8 +21,7 @@ public:
     ECachingMode Caching() const noexcept { return m_caching; }
     bool IsPlaceCacheable(); ///< whether address and length may be kept until a contributor is invalidated
 
-    /// Address and length; evaluated anew unless @p isKnown says that those found last still hold.
-    void Locate(NodeBase& owner, bool isKnown, std::int64_t minLength, std::int64_t maxLength);
+    void Locate(NodeBase& owner, std::int64_t minLength, std::int64_t maxLength); ///< evaluates address and length anew
     std::int64_t Address() const noexcept { return m_address; }
     std::int64_t Length() const noexcept { return m_length; }
 
@@ -30,6 +29,11 @@ public:
     std::span<const std::uint8_t> Read(ReadMode mode);
     void Write(std::span<const std::uint8_t> bytes);
     bool IsCached();
+    /// The bytes of the place located last, if they are cached.
+    std::span<const std::uint8_t> Kept() const noexcept {
+        const bool isKept = m_entry != nullptr && m_generation == m_port->Raw().Generation() && m_entry->isValid;
+        return isKept ? std::span<const std::uint8_t>(m_entry->bytes) : std::span<const std::uint8_t>();
+    }
     void DropRaw() noexcept;
     PortNode& Port() const noexcept { return *m_port; }
 
