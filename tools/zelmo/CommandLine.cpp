@@ -16,6 +16,9 @@ CommandLine::CommandLine() : m_app(std::make_unique<CLI::App>("Find, configure a
     m_verbs.push_back(MakeGetVerb());
     m_verbs.push_back(MakeSetVerb());
     m_verbs.push_back(MakeExecVerb());
+    m_verbs.push_back(MakeSaveVerb());
+    m_verbs.push_back(MakeLoadVerb());
+    m_verbs.push_back(MakeDiffVerb());
     m_verbs.push_back(MakeGrabVerb());
     m_verbs.push_back(MakeBenchVerb());
     m_verbs.push_back(MakeDoctorVerb());

@@ -40,6 +40,7 @@ public:
 };
 
 std::unique_ptr<Verb> MakeBenchVerb();
+std::unique_ptr<Verb> MakeDiffVerb();
 std::unique_ptr<Verb> MakeDoctorVerb();
 std::unique_ptr<Verb> MakeExecVerb();
 std::unique_ptr<Verb> MakeFeaturesVerb();
@@ -47,6 +48,8 @@ std::unique_ptr<Verb> MakeGetVerb();
 std::unique_ptr<Verb> MakeGrabVerb();
 std::unique_ptr<Verb> MakeInfoVerb();
 std::unique_ptr<Verb> MakeListVerb();
+std::unique_ptr<Verb> MakeLoadVerb();
+std::unique_ptr<Verb> MakeSaveVerb();
 std::unique_ptr<Verb> MakeSetVerb();
 
 } // namespace tool
