@@ -132,7 +132,8 @@ protected:
 };
 
 /// An optional second base of devices, reached by a cross cast: the GenICam description as the device delivers it.
-/// Works while the device is open, also when no node map could be made of the description.
+/// Needs no node map, so that a description of which none can be made can be looked at: works while the device is open
+/// and, as the failed opening leaves it closed, while it is closed too; then the device is reached just for the call.
 class ZELMO_API IDescriptionSource {
 public:
     /// Sets @p url to where the description comes from, as the device names it, and @p bytes to its content, zipped or

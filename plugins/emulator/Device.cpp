@@ -92,9 +92,9 @@ void CDevice::DeregisterRemovalCallback(Zelmo::DeviceCallbackHandle handle) {
 }
 
 void CDevice::GetDescription(Zelmo::String_t& url, Zelmo::String_t& bytes) {
-    if (!m_isOpen || IsRemoved())
-        throw RUNTIME_EXCEPTION("Cannot read the description of device '%s': it %s.", m_info.GetFullName().c_str(),
-                                m_isOpen ? "was removed" : "is closed");
+    if (m_isOpen ? IsRemoved() : m_camera.link.IsPulled())
+        throw RUNTIME_EXCEPTION("Cannot read the description of device '%s': it was removed.",
+                                m_info.GetFullName().c_str());
     AtBoundary("read the description", [&] {
         const std::string_view text = DescriptionText(cameraDescription);
         Zelmo::String_t document(text.data(), text.size());

@@ -78,6 +78,9 @@ TEST_F(RemovalTest, TheCameraIsGoneUntilNobodyHasItOpenAndSomebodyLooks) {
     Pull();
     EXPECT_THROW(m_camera->Execute("AcquisitionStop"), GenICam::RuntimeException);
     EXPECT_THROW(m_camera->Text("AcquisitionStatus"), GenICam::RuntimeException);
+    Zelmo::String_t url, bytes;
+    EXPECT_THROW(dynamic_cast<Zelmo::IDescriptionSource&>(Device()).GetDescription(url, bytes),
+                 GenICam::RuntimeException);
     Device().Close();
     EXPECT_EQ(show("DeviceAccessStatus"), "NoAccess");
     EXPECT_EQ(show("Statistic_Write_Operations_Count"), "3");
