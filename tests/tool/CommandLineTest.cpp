@@ -43,7 +43,8 @@ void ExpectColumns(const std::string& text, std::size_t columns) {
     }
 }
 
-const char* const verbs[] = {"list", "info", "features", "get", "set", "exec", "grab", "bench", "doctor"};
+const char* const verbs[] = {"list", "info", "features", "describe", "get",   "set",
+                             "exec", "xml",  "nodemap",  "grab",     "bench", "doctor"};
 
 TEST(CommandLineTest, HelpOfTheToolFitsOneScreenAndNamesEveryVerb) {
     const std::string help = HelpOf({"--help"});

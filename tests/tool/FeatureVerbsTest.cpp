@@ -109,6 +109,32 @@ TEST(GetTest, OtherNodeMapsCanBeAskedAndMissingOnesAreNamed) {
     }
 }
 
+TEST(DescribeTest, TellsRelationsRegistersAndAvailabilityAndGoesOnAfterAMistake) {
+    const ToolResult result = RunTool(On0({"describe", "Width", "Hieght", "AcquisitionStatusSelector", "--json"}));
+    EXPECT_EQ(result.exitCode, 7);
+    EXPECT_THAT(result.Error()["message"].get<std::string>(), HasSubstr("'Height'"));
+    const tool::Json width = FeatureNamed(result.Document(), "Width");
+    EXPECT_EQ(width["kind"], "Integer");
+    EXPECT_EQ(width["step"], 4);
+    EXPECT_EQ(width["categories"], tool::Json({"ImageFormatControl"}));
+    EXPECT_EQ(width["locked_by"].dump(), R"([{"name":"TLParamsLocked","of":"Width","holds":false}])");
+    EXPECT_EQ(width["registers"].dump(), R"([{"name":"WidthReg","address":"0x308","length_bytes":4}])");
+    const tool::Json selector = FeatureNamed(result.Document(), "AcquisitionStatusSelector");
+    EXPECT_EQ(selector["selects"], tool::Json({"AcquisitionStatus"}));
+    EXPECT_EQ(selector["entries"][0]["available"], true);
+    EXPECT_THAT(RunTool(On0({"describe", "Width"})).out,
+                testing::ContainsRegex("\n +locked if +TLParamsLocked: does not hold now\n"));
+}
+
+TEST(XmlTest, DeliversTheDescriptionByteByByte) {
+    const ToolResult text = RunTool({"xml", "0815-0000"});
+    const tool::Json json = RunTool({"xml", "0815-0000", "--json"}).Document();
+    EXPECT_EQ(json["description"], text.out);
+    EXPECT_EQ(json["size_bytes"], text.out.size());
+    EXPECT_THAT(text.out, testing::AllOf(HasSubstr("<RegisterDescription"), HasSubstr("Name=\"WidthReg\"")));
+    EXPECT_EQ(RunTool({"xml", "0815-0000", "--out", "/nowhere/a.xml"}).exitCode, 1);
+}
+
 TEST(SetTest, ReportsEachInOrderAsItThenReads) {
     const ToolResult text = RunTool(On0({"set", "Width=0x40", "DeviceUserID=my cam", "Width=128"}));
     EXPECT_EQ(text.exitCode, 0);

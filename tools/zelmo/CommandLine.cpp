@@ -13,12 +13,15 @@ CommandLine::CommandLine() : m_app(std::make_unique<CLI::App>("Find, configure a
     m_verbs.push_back(MakeListVerb());
     m_verbs.push_back(MakeInfoVerb());
     m_verbs.push_back(MakeFeaturesVerb());
+    m_verbs.push_back(MakeDescribeVerb());
     m_verbs.push_back(MakeGetVerb());
     m_verbs.push_back(MakeSetVerb());
     m_verbs.push_back(MakeExecVerb());
     m_verbs.push_back(MakeSaveVerb());
     m_verbs.push_back(MakeLoadVerb());
     m_verbs.push_back(MakeDiffVerb());
+    m_verbs.push_back(MakeXmlVerb());
+    m_verbs.push_back(MakeNodemapVerb());
     m_verbs.push_back(MakeGrabVerb());
     m_verbs.push_back(MakeBenchVerb());
     m_verbs.push_back(MakeDoctorVerb());
@@ -124,7 +127,8 @@ Verb& CommandLine::GetVerb() {
 
 std::string CommandLine::GetHelp() const {
     const std::size_t verb = FindVerb();
-    return verb < m_verbs.size() ? MakeVerbHelp(*m_verbs[verb], *m_commands[verb]) : MakeToolHelp(*m_app, m_verbs);
+    return verb < m_verbs.size() ? MakeVerbHelp(*m_app, *m_verbs[verb], *m_commands[verb])
+                                 : MakeToolHelp(*m_app, m_verbs);
 }
 
 std::string CommandLine::GetManualPage() const {

@@ -170,27 +170,31 @@ std::vector<std::string> GetOptionNames(const CLI::App& app) {
 
 std::string MakeToolHelp(const CLI::App& app, const Verbs& verbs) {
     constexpr std::size_t verbIndent = 12;
-    constexpr std::size_t optionIndent = 32;
     std::string help = app.get_description() + "\nUsage: zelmo VERB [OPTIONS] [ARGUMENTS]\n\nVerbs:\n";
     for (const auto& verb : verbs) {
         help += Wrap("  " + verb->GetName(), verb->GetSummary(), verbIndent);
     }
-    help += "Options of all verbs:\n";
+    std::string options; // by name only: all of it has to fit one screen
     for (const OptionText& option : DescribeOptions(app)) {
-        help += Wrap("  " + JoinNames(option), option.description, optionIndent);
+        options += (options.empty() ? "" : "; ") + JoinNames(option);
     }
-    return help;
+    return help + Wrap("", "Options of all verbs, which the help of each verb explains: " + options, 0);
 }
 
-std::string MakeVerbHelp(const Verb& verb, const CLI::App& command) {
+std::string MakeVerbHelp(const CLI::App& app, const Verb& verb, const CLI::App& command) {
     constexpr std::size_t indent = 24;
+    constexpr std::size_t commonIndent = 32;
     std::string help = Wrap("", verb.GetSummary(), 0) + MakeUsage(verb, command);
     if (!verb.GetDetails().empty()) {
         help += "\n" + Wrap("", verb.GetDetails(), 0);
     }
-    help += "\nOptions ('zelmo --help' tells those of all verbs):\n";
+    help += "\nOptions:\n";
     for (const OptionText& option : DescribeOptions(command)) {
         help += Wrap("  " + JoinNames(option), option.description, indent);
+    }
+    help += "\nOptions of all verbs:\n";
+    for (const OptionText& option : DescribeOptions(app)) {
+        help += Wrap("  " + JoinNames(option), option.description, commonIndent);
     }
     help += "\nExamples:\n";
     for (const Example& example : verb.GetExamples()) {

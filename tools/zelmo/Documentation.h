@@ -10,7 +10,7 @@ namespace tool {
 
 std::string MakeToolHelp(const CLI::App& app,
                          const std::vector<std::unique_ptr<Verb>>& verbs); ///< One screen of 24 lines.
-std::string MakeVerbHelp(const Verb& verb, const CLI::App& command);
+std::string MakeVerbHelp(const CLI::App& app, const Verb& verb, const CLI::App& command);
 
 /// Source of a manual page in man's macros.
 std::string MakeManualPage(const CLI::App& app, const std::vector<std::unique_ptr<Verb>>& verbs,

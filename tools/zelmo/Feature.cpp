@@ -1,6 +1,7 @@
 #include "Feature.h"
 
 #include "Errors.h"
+#include "NodeFields.h"
 #include "Output.h"
 #include "Suggestions.h"
 
@@ -129,7 +130,7 @@ void CollectNames(INodeMap& nodeMap, std::vector<std::string>& names) {
 
 Feature::Feature(INode& node, std::string camera) : m_node(&node), m_camera(std::move(camera)) {}
 
-Feature Feature::Find(INodeMap& nodeMap, const std::string& name, const std::string& camera) {
+Feature Feature::FindAny(INodeMap& nodeMap, const std::string& name, const std::string& camera) {
     INode* node = nodeMap.GetNode(name.c_str());
     if (node == nullptr) {
         std::vector<std::string> names;
@@ -138,12 +139,17 @@ Feature Feature::Find(INodeMap& nodeMap, const std::string& name, const std::str
                            name + ": camera " + camera + " has no such feature" + DidYouMean(name, names) +
                                "; 'zelmo features' lists all");
     }
-    if (dynamic_cast<IValue*>(node) == nullptr || node->GetPrincipalInterfaceType() == intfICategory) {
-        throw FeatureError(name, "no_value",
-                           name + " on camera " + camera + " has no value of its own; it is a " +
-                               Feature(*node, camera).GetType());
-    }
     return {*node, camera};
+}
+
+Feature Feature::Find(INodeMap& nodeMap, const std::string& name, const std::string& camera) {
+    const Feature feature = FindAny(nodeMap, name, camera);
+    INode& node = feature.GetNode();
+    if (dynamic_cast<IValue*>(&node) == nullptr || node.GetPrincipalInterfaceType() == intfICategory) {
+        throw FeatureError(name, "no_value",
+                           name + " on camera " + camera + " has no value of its own; it is a " + feature.GetType());
+    }
+    return feature;
 }
 
 std::string Feature::GetName() const {
@@ -253,20 +259,13 @@ Json Feature::GetValue() const {
 }
 
 void Feature::AddLimits(Json& json) const {
-    if (auto* integer = dynamic_cast<IInteger*>(m_node)) {
-        json["min"] = JsonInteger(std::int64_t{integer->GetMin()});
-        json["max"] = JsonInteger(std::int64_t{integer->GetMax()});
-        json["step"] = JsonInteger(std::int64_t{integer->GetInc()});
-    } else if (auto* number = dynamic_cast<IFloat*>(m_node)) {
-        json["min"] = JsonNumber(number->GetMin());
-        json["max"] = JsonNumber(number->GetMax());
-        if (number->HasInc()) {
-            json["step"] = JsonNumber(number->GetInc());
+    ForEachLimit(*m_node, [&](const char* name, const auto& read) {
+        if (Json value = read(); !value.is_null()) {
+            json[name] = std::move(value);
         }
-    } else if (auto* enumeration = dynamic_cast<IEnumeration*>(m_node)) {
+    });
+    if (auto* enumeration = dynamic_cast<IEnumeration*>(m_node)) {
         json["entries"] = AvailableEntries(*enumeration);
-    } else if (auto* text = dynamic_cast<IString*>(m_node)) {
-        json["max_length"] = JsonInteger(std::int64_t{text->GetMaxLength()});
     }
 }
 

@@ -23,7 +23,10 @@ class Feature {
 public:
     Feature(GenApi::INode& node, std::string camera);
 
-    /// @throws ToolError with near matches for a name that no feature has.
+    /// Any node, also one without a value. @throws ToolError with near matches for a name that no node has.
+    static Feature FindAny(GenApi::INodeMap& nodeMap, const std::string& name, const std::string& camera);
+
+    /// One that has a value, or is a command. @throws ToolError for others too.
     static Feature Find(GenApi::INodeMap& nodeMap, const std::string& name, const std::string& camera);
 
     GenApi::INode& GetNode() const noexcept { return *m_node; }

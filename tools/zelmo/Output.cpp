@@ -4,6 +4,8 @@
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
+#include <iostream>
+#include <limits>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -28,25 +30,49 @@ bool WantsProgress(const GlobalOptions& options) {
     return IsTerminal() && !options.quiet && !options.json;
 }
 
-std::size_t TerminalColumns() {
+std::size_t TerminalColumns(int terminal, std::size_t unknown) {
     winsize size{};
-    const bool known = ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
-    return known ? size.ws_col : 80;
+    const bool known = ioctl(terminal, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+    return known ? size.ws_col : unknown;
+}
+
+std::size_t DataColumns(const std::ostream& data) {
+    constexpr std::size_t unlimited = std::numeric_limits<std::size_t>::max();
+    return &data == &std::cout ? TerminalColumns(STDOUT_FILENO, unlimited) : unlimited;
+}
+
+/// Whether a byte goes on with the character before it.
+bool IsContinuation(char byte) {
+    return (static_cast<unsigned char>(byte) & 0xC0) == 0x80;
+}
+
+std::size_t CountColumns(const std::string& text) {
+    return text.size() - static_cast<std::size_t>(std::count_if(text.begin(), text.end(), IsContinuation));
 }
 
 } // namespace
 
 Output::Output(const GlobalOptions& options, std::ostream& data, std::ostream& messages)
     : m_data(data), m_messages(messages), m_json(options.json), m_quiet(options.quiet), m_colour(WantsColour()),
-      m_progress(WantsProgress(options)) {}
+      m_dataColumns(DataColumns(data)), m_progress(WantsProgress(options)) {}
 
 void Output::Line(const std::string& text) {
+    Bytes(text + '\n');
+}
+
+void Output::Bytes(const std::string& bytes) {
     if (m_json) {
         return;
     }
     std::lock_guard lock(m_mutex);
     WipeProgress();
-    m_data << text << '\n';
+    m_data << bytes;
+}
+
+void Output::Table(const std::vector<std::vector<std::string>>& rows, const std::vector<std::size_t>& widest) {
+    for (const std::string& line : FormatTable(rows, widest)) {
+        Line(Cut(line, m_dataColumns));
+    }
 }
 
 void Output::Document(Json document) {
@@ -123,7 +149,7 @@ void Output::ShowProgress(const std::string& text) {
         return;
     }
     std::lock_guard lock(m_mutex);
-    m_messages << '\r' << text.substr(0, TerminalColumns() - 1) << "\033[K" << std::flush;
+    m_messages << '\r' << text.substr(0, TerminalColumns(STDERR_FILENO, 80) - 1) << "\033[K" << std::flush;
     m_progressStands = true;
 }
 
@@ -154,24 +180,44 @@ void Output::Flush() {
     }
 }
 
-std::vector<std::string> FormatTable(const std::vector<std::vector<std::string>>& rows) {
+std::vector<std::string> FormatTable(const std::vector<std::vector<std::string>>& rows,
+                                     const std::vector<std::size_t>& widest) {
     std::vector<std::size_t> widths;
     for (const auto& row : rows) {
         widths.resize(std::max(widths.size(), row.size()));
         for (std::size_t i = 0; i < row.size(); ++i) {
-            widths[i] = std::max(widths[i], row[i].size());
+            const std::size_t width = CountColumns(row[i]);
+            widths[i] = i < widest.size() && width > widest[i] ? widths[i] : std::max(widths[i], width);
         }
     }
     std::vector<std::string> lines;
     for (const auto& row : rows) {
         std::string line;
+        std::size_t end = 0; // where the next column begins
         for (std::size_t i = 0; i < row.size(); ++i) {
-            line += row[i] + std::string(widths[i] - row[i].size() + 2, ' ');
+            end += widths[i] + 2;
+            const std::size_t columns = CountColumns(line += row[i]);
+            line.append(columns + 2 > end ? 2 : end - columns, ' ');
         }
         line.erase(line.find_last_not_of(' ') + 1);
         lines.push_back(line);
     }
     return lines;
+}
+
+std::string Cut(const std::string& text, std::size_t columns) {
+    if (CountColumns(text) <= columns) {
+        return text;
+    }
+    constexpr std::size_t dots = 3;
+    std::size_t end = 0;
+    for (std::size_t shown = 0; end < text.size(); ++end) {
+        shown += IsContinuation(text[end]) ? 0 : 1;
+        if (shown + dots > columns) {
+            break;
+        }
+    }
+    return text.substr(0, end) + "...";
 }
 
 std::string QuotedList(const std::vector<std::string>& words, const std::string& lastWord) {

@@ -20,8 +20,13 @@ public:
 
     bool IsJson() const noexcept { return m_json; }
 
-    void Line(const std::string& text); ///< One line of data; nothing with --json.
-    void Document(Json document);       ///< The one document of a verb, "schema" in front; nothing without --json.
+    void Line(const std::string& text);   ///< One line of data; nothing with --json.
+    void Bytes(const std::string& bytes); ///< Data as it is; nothing with --json.
+
+    /// Rows of data as FormatTable() makes them; nothing with --json. On a terminal they end at its edge.
+    void Table(const std::vector<std::vector<std::string>>& rows, const std::vector<std::size_t>& widest = {});
+
+    void Document(Json document); ///< The one document of a verb, "schema" in front; nothing without --json.
     void
     Event(const std::string& type,
           Json fields); ///< One line of a stream with "type" and "t" (s since start) in front; nothing without --json.
@@ -48,14 +53,20 @@ private:
     const bool m_json;
     const bool m_quiet;
     const bool m_colour;
+    const std::size_t m_dataColumns; // the terminal's; without limit where data goes elsewhere
     bool m_progress;
     bool m_progressStands = false;
     const std::chrono::steady_clock::time_point m_start = std::chrono::steady_clock::now();
     mutable std::mutex m_mutex;
 };
 
-/// Columns as wide as their widest cell, two blanks between, no blanks at the end of a line.
-std::vector<std::string> FormatTable(const std::vector<std::vector<std::string>>& rows);
+/// Columns as wide as their widest cell, two blanks between, no blanks at the end of a line. Cells wider than what
+/// @p widest says of their column do not widen it: they push what follows them aside.
+std::vector<std::string> FormatTable(const std::vector<std::vector<std::string>>& rows,
+                                     const std::vector<std::size_t>& widest = {});
+
+/// The text, or its beginning with three dots where it has more than @p columns characters of UTF-8.
+std::string Cut(const std::string& text, std::size_t columns);
 
 /// "a, b and c" with quotes around each.
 std::string QuotedList(const std::vector<std::string>& words, const std::string& lastWord = "and");

@@ -40,6 +40,7 @@ public:
 };
 
 std::unique_ptr<Verb> MakeBenchVerb();
+std::unique_ptr<Verb> MakeDescribeVerb();
 std::unique_ptr<Verb> MakeDiffVerb();
 std::unique_ptr<Verb> MakeDoctorVerb();
 std::unique_ptr<Verb> MakeExecVerb();
@@ -49,7 +50,9 @@ std::unique_ptr<Verb> MakeGrabVerb();
 std::unique_ptr<Verb> MakeInfoVerb();
 std::unique_ptr<Verb> MakeListVerb();
 std::unique_ptr<Verb> MakeLoadVerb();
+std::unique_ptr<Verb> MakeNodemapVerb();
 std::unique_ptr<Verb> MakeSaveVerb();
 std::unique_ptr<Verb> MakeSetVerb();
+std::unique_ptr<Verb> MakeXmlVerb();
 
 } // namespace tool
