@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <random>
 #include <set>
+#include <tuple>
 
 #include <gmock/gmock.h>
 
@@ -319,15 +320,17 @@ TEST_F(InvalidationTest, AFailureWhilePollingKeepsNoOtherNodeFromItsTurn) {
     EXPECT_THAT(FiredBy({"Guarded"}, [this] { Map->Poll(10); }), UnorderedElementsAre("Guarded"));
 }
 
-// Against a model that knows no caches: whatever is written in whatever order, every node shows what follows from the
-// values as they are, although most reads are served from caches.
+// Against a model that knows no caches: whatever is written in whatever order, through whatever node, every node shows
+// the value, the maximum and the mode that follow from the values as they are, although most are served from caches.
 TEST_F(InvalidationTest, NothingIsEverStale) {
     std::mt19937 random(20240607);
     const auto any = [&random](int limit) { return static_cast<int>(random() % static_cast<unsigned>(limit)); };
     constexpr int leaves = 12;
     constexpr int knives = 120;
     std::string nodes;
-    std::vector<std::function<int64_t()>> expected;
+    std::vector<std::function<int64_t()>> expected, maxima;
+    std::vector<std::function<bool()>> writable;
+    std::vector<int> written; // the leaf that the node writes; -1 for a formula
     std::vector<int64_t> values(leaves, 0);
     for (int i = 0; i < leaves; ++i) {
         const char* const cachable[] = {"NoCache", "WriteThrough", "WriteAround"};
@@ -335,17 +338,30 @@ TEST_F(InvalidationTest, NothingIsEverStale) {
                      ? Value(Numbered("N", i))
                      : Register(Numbered("N", i), 4 * i, std::string("<Cachable>") + cachable[any(3)] + "</Cachable>");
         expected.push_back([&values, i] { return values[static_cast<size_t>(i)]; });
+        maxima.push_back([i] { return i % 2 == 0 ? INT64_MAX : UINT32_MAX; });
+        writable.push_back([] { return true; });
+        written.push_back(i);
     }
     for (int i = leaves; i < leaves + knives; ++i) {
-        const int a = any(i), b = any(i), kind = any(3);
+        const int a = any(i), b = any(i), c = any(i), kind = any(4);
         const std::string name = Numbered("N", i);
         const std::string names = "<pVariable Name=\"A\">" + Numbered("N", a) + "</pVariable><pVariable Name=\"B\">" +
                                   Numbered("N", b) + "</pVariable>";
         const auto left = expected[static_cast<size_t>(a)], right = expected[static_cast<size_t>(b)];
-        if (kind == 0) {
-            nodes += Above(name, Numbered("N", a));
+        const auto lock = expected[static_cast<size_t>(c)];
+        const auto isOpen = writable[static_cast<size_t>(a)];
+        const bool isFormula = kind > 1;
+        written.push_back(isFormula ? -1 : written[static_cast<size_t>(a)]);
+        maxima.push_back(isFormula ? [] { return INT64_MAX; } : kind == 1 ? right : maxima[static_cast<size_t>(a)]);
+        writable.push_back([=] { return !isFormula && isOpen() && lock() % 1000 == 0; });
+        if (!isFormula) {
+            nodes += Above(name, Numbered("N", a),
+                           (kind == 1 ? "<pMax>" + Numbered("N", b) + "</pMax>" : "") + "<pIsLocked>L" +
+                               std::to_string(i) + "</pIsLocked>") +
+                     Node("IntSwissKnife", Numbered("L", i),
+                          "<pVariable Name=\"C\">" + Numbered("N", c) + "</pVariable><Formula>C % 1000</Formula>");
             expected.push_back(left);
-        } else if (kind == 1) {
+        } else if (kind == 2) {
             nodes += Node("IntSwissKnife", name, names + "<Formula>(A + B) &amp; 0xFFFF</Formula>");
             expected.push_back([=] { return (left() + right()) & 0xFFFF; });
         } else {
@@ -355,12 +371,17 @@ TEST_F(InvalidationTest, NothingIsEverStale) {
     }
     Load(nodes);
     for (int round = 0; round < 400; ++round) {
-        const int leaf = any(leaves);
-        values[static_cast<size_t>(leaf)] = any(1000);
-        Int(Numbered("N", leaf).c_str()).SetValue(values[static_cast<size_t>(leaf)]);
+        const int target = any(2) == 0 ? any(leaves) : any(leaves + knives);
+        const int leaf = written[static_cast<size_t>(target)];
+        if (leaf < 0)
+            continue;
+        values[static_cast<size_t>(leaf)] = 100 * any(30);
+        Int(Numbered("N", target).c_str()).SetValue(values[static_cast<size_t>(leaf)], false);
         for (int look = 0; look < 10; ++look) {
-            const int node = any(leaves + knives);
-            ASSERT_EQ(Int(Numbered("N", node).c_str()).GetValue(), expected[static_cast<size_t>(node)]())
+            const auto node = static_cast<size_t>(any(leaves + knives));
+            IInteger& shown = Int(Numbered("N", static_cast<int>(node)).c_str());
+            ASSERT_EQ(std::tuple(shown.GetValue(), shown.GetMax(), IsWritable(shown.GetAccessMode())),
+                      std::tuple(expected[node](), maxima[node](), writable[node]()))
                 << "node N" << node << " in round " << round;
         }
     }
