@@ -164,4 +164,32 @@ BagEntries ParseEntries(BagLines& lines) {
     return entries;
 }
 
+std::vector<NamedBag> ParseBags(BagLines& lines) {
+    if (lines.Peek().find(baggerId) == std::string::npos) {
+        std::vector<NamedBag> single{{"All", ParseBag(lines)}};
+        RequireEnd(lines);
+        return single;
+    }
+    lines.Take();
+    std::vector<NamedBag> bags;
+    while (!lines.IsAtEnd()) {
+        const std::size_t number = lines.Number();
+        const std::string line = lines.Take();
+        gcstring name;
+        if (IsBagHeader(line, name)) {
+            bags.push_back({name, ParseBag(lines)});
+        } else if (!line.empty() && line[0] != '#') {
+            FailLine(number, line, "does not begin a bag, as \"[<name>]\" does");
+        }
+    }
+    return bags;
+}
+
+void RequireEnd(const BagLines& lines) {
+    if (!lines.IsAtEnd()) {
+        throw RUNTIME_EXCEPTION("Line " + std::to_string(lines.Number()) +
+                                " begins another feature bag in what is to be one");
+    }
+}
+
 } // namespace GenApi

@@ -52,4 +52,15 @@ bool IsBagHeader(std::string_view line, gcstring& name);
 BagEntries ParseBag(BagLines& lines);
 BagEntries ParseEntries(BagLines& lines); ///< The same, from behind the identifier.
 
+/// @throws RuntimeException for lines left, which begin another bag.
+void RequireEnd(const BagLines& lines);
+
+struct NamedBag {
+    gcstring name;
+    BagEntries entries;
+};
+
+/// Takes all bags of a text; a text of a single one has the bag "All". @throws RuntimeException that names the line.
+std::vector<NamedBag> ParseBags(BagLines& lines);
+
 } // namespace GenApi

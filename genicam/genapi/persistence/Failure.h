@@ -3,10 +3,17 @@
 #include <new>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include <Base/GCException.h>
+#include <Base/GCStringVector.h>
 
 namespace GenApi {
+
+struct INodeMap;
+
+/// @throws InvalidArgumentException on null.
+INodeMap& RequireNodeMap(INodeMap* nodeMap);
 
 /// Runs @p action. @return what went wrong, nothing when all went well; a lack of memory passes through.
 template <class Action>
@@ -24,5 +31,9 @@ std::optional<std::string> FailureOf(Action action) {
         return std::string(failure.what());
     }
 }
+
+/// Appends failures to the caller's list, or without one raises them all in one: "Not all features could be
+/// <attempted>: ...". @return whether there were none.
+bool ReportFailures(const std::vector<std::string>& failures, GenICam::gcstring_vector* list, const char* attempted);
 
 } // namespace GenApi

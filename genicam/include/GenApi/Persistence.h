@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <iosfwd>
 #include <vector>
 
@@ -70,8 +71,7 @@ public:
     /// Invalidates all nodes at last.
     /// @param Verify     read and compare all values afterwards; floating-point numbers as far as their text form shows
     /// @param pErrorList receives "<name>: <reason>", behind what it holds, for each line that could not be set or
-    /// reads
-    ///                   differently
+    ///                   reads differently
     /// @return whether there was no error.
     /// @throws GenICam::InvalidArgumentException on null,
     /// @throws GenICam::RuntimeException         when there were errors, without an error list.
@@ -108,6 +108,56 @@ private:
     std::vector<CEntry> m_entries;
     gcstring m_info;
     gcstring m_bagName;
+};
+
+/// Several feature bags in one text: the settings as they are now, under the name "All", and those that the device
+/// keeps in sets of its own, under names like "UserSetSelector=UserSet1" and "SequencerSetSelector=3".
+/// As text: a first line with an identifier of its own, remarks, then for each bag a line "[<name>]" and the whole text
+/// of the bag. Threads: as for CFeatureBag.
+class GENICAM_API CFeatureBagger {
+public:
+    typedef std::vector<CFeatureBag>::const_iterator const_iterator;
+
+    /// Replaces the bags by what the device has. Sets that the node map has no features for (UserSetSelector,
+    /// UserSetLoad and UserSetSave, likewise with Sequencer) are passed over, and so are single ones that the device
+    /// does not let save, as those of the factory: there would be no way back. Sequencer sets come before user sets.
+    /// Each set is selected, loaded and stored, sequencer sets with SequencerConfigurationMode "On", where the device
+    /// has that. All this changes the device: at last the selector, the mode and then all streamable features are set
+    /// to what they were. Other features stay as the last set leaves them.
+    /// @param MaxEntries at most so many lines in each bag; -1: no limit
+    /// @param pErrorList receives "<bag>: <reason>", behind what it holds, for all that could not be stored or put
+    ///                   back; without it that raises, and the bags are as before
+    /// @return the number of bags.
+    /// @throws GenICam::InvalidArgumentException on null,
+    /// @throws GenICam::RuntimeException         when something failed, without an error list.
+    int64_t Bag(INodeMap* pNodeMap, bool BagDefault = true, bool BagUserSets = false, bool BagSequencerSets = false,
+                int MaxEntries = -1, gcstring_vector* pErrorList = nullptr);
+
+    /// Loads the bags of sets, the user sets first, and saves each as that set; then puts the settings back as Bag()
+    /// does, and loads the bag "All" at last, so that it stands. A set of which a line fails is not saved: the device
+    /// keeps the old one. Bags of other names are reported and not loaded.
+    /// @param Verify     read and compare all values, before a set is saved
+    /// @param pErrorList receives "<bag>: <reason>" for what failed; without it that raises when all is through
+    /// @return whether there was no error. @throws as Bag().
+    bool UnBag(INodeMap* pNodeMap, bool Verify = true, gcstring_vector* pErrorList = nullptr) const;
+
+    const_iterator begin() const noexcept { return m_bags.begin(); }
+    const_iterator end() const noexcept { return m_bags.end(); }
+    std::size_t size() const noexcept { return m_bags.size(); }
+    const CFeatureBag& at(std::size_t Index) const; ///< @throws GenICam::OutOfRangeException
+
+    void SetInfo(const gcstring& Info) { m_info = Info; } ///< A remark for people.
+
+    /// Replaces the bags by those of a text up to its end; the text of a single bag gives one of the name "All".
+    /// @throws as CFeatureBag does; the bags are then as before.
+    GENICAM_API friend std::istream& operator>>(std::istream& stream, CFeatureBagger& bagger);
+    GENICAM_API friend std::ostream& operator<<(std::ostream& stream, const CFeatureBagger& bagger);
+
+private:
+    void Read(std::istream& stream);
+
+    std::vector<CFeatureBag> m_bags;
+    gcstring m_info;
 };
 
 } // namespace GenApi

@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <regex>
 #include <sstream>
 
 namespace {
@@ -14,6 +15,7 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 
 const std::string guid = "# {05D8C294-F295-4dfb-9D01-096BD04049F4}\n";
+const std::string severalGuid = "# {4709CB3C-7322-4460-84C3-DA11DDA09939}\n";
 const std::string streamable = "<Streamable>Yes</Streamable>";
 
 /// A register of four bytes at @p address, a further one for each number of the selectors.
@@ -33,17 +35,15 @@ std::string Banks() {
 class PersistenceTest : public MapTest {
 protected:
     /// @p features stand in the category Root.
-    void LoadMap(const std::vector<std::string>& features, const std::string& nodes) {
-        std::string root;
-        for (const std::string& feature : features)
-            root += "<pFeature>" + feature + "</pFeature>";
-        Load(Node("Category", "Root", root) + nodes);
+    void LoadMap(const std::string& features, const std::string& nodes) {
+        const std::regex word("\\w+");
+        Load(Node("Category", "Root", std::regex_replace(features, word, "<pFeature>$&</pFeature>")) + nodes);
     }
-    std::vector<std::string> Walk(const char* feature) {
+    std::string Walk(const char* feature) {
         CSelectorSet set(Map->GetNode(feature));
-        std::vector<std::string> positions;
+        std::string positions;
         for (bool on = set.SetFirst(); on; on = set.SetNext())
-            positions.emplace_back(set.ToString().c_str());
+            positions += set.ToString() + ";";
         set.Restore();
         return positions;
     }
@@ -65,50 +65,34 @@ protected:
     }
 };
 
-struct Digit {
-    const char* name;
-    std::string selector;
-    std::vector<std::string> positions;
-};
-
-void PrintTo(const Digit& digit, std::ostream* stream) {
-    *stream << digit.name;
-}
-
-class DigitTest : public PersistenceTest, public testing::WithParamInterface<Digit> {};
-
-TEST_P(DigitTest, WalksItsPositionsAndGoesBack) {
-    Load(Value("F") + GetParam().selector + Value("Off") + Value("S2", 9, "<Max>9</Max><Min>9</Min>"));
-    const std::string before = Text("S");
-    EXPECT_EQ(Walk("F"), GetParam().positions);
-    EXPECT_EQ(Text("S"), before);
-}
-
-const std::string entries =
-    "<EnumEntry Name=\"A\"><Value>0</Value></EnumEntry><EnumEntry Name=\"B\"><pIsAvailable>Off"
-    "</pIsAvailable><Value>1</Value></EnumEntry><EnumEntry Name=\"C\"><Value>2</Value></EnumEntry>"
-    "<EnumEntry Name=\"Again\"><Value>2</Value></EnumEntry>";
 const std::string selectsF = "<pSelected>F</pSelected>";
-INSTANTIATE_TEST_SUITE_P(
-    Kinds, DigitTest,
-    testing::Values(
-        Digit{"none", Value("S"), {""}},
-        Digit{"entries", Node("Enumeration", "S", entries + "<Value>2</Value>" + selectsF), {"S=A", "S=C"}},
-        Digit{"grid", Value("S", 7, "<Min>-1</Min><Max>8</Max><Inc>4</Inc>" + selectsF), {"S=-1", "S=3", "S=7"}},
-        Digit{"list",
-              Node("Integer", "S", "<Value>5</Value><ValidValueSet>5;9</ValidValueSet>" + selectsF),
-              {"S=5", "S=9"}},
-        Digit{"boolean", Node("Boolean", "S", "<Value>true</Value>" + selectsF), {"S=0", "S=1"}},
-        Digit{"locked",
-              Value("S", 1, "<Min>0</Min><Max>3</Max><ImposedAccessMode>RO</ImposedAccessMode>" + selectsF),
-              {"S=1"}},
-        Digit{"single", Value("S", 4, "<Min>4</Min><Max>4</Max>" + selectsF), {"S=4"}},
-        Digit{"float", Node("Float", "S", "<Value>1</Value>" + selectsF), {"S=1"}},
-        Digit{"circle",
-              Value("S", 1, "<Min>0</Min><Max>1</Max><pSelected>T</pSelected>") +
-                  Value("T", 0, "<Min>0</Min><Max>1</Max><pSelected>S</pSelected>" + selectsF),
-              {"S=0,T=0", "S=0,T=1", "S=1,T=0", "S=1,T=1"}}),
-    [](const auto& one) { return one.param.name; });
+const std::string two = "<Min>0</Min><Max>1</Max>";
+
+std::string Entry(const std::string& name, int value, const std::string& rest = "") {
+    return "<EnumEntry Name=\"" + name + "\">" + rest + "<Value>" + std::to_string(value) + "</Value></EnumEntry>";
+}
+const std::string entries =
+    Entry("A", 0) + Entry("B", 1, "<pIsAvailable>Off</pIsAvailable>") + Entry("C", 2) + Entry("Again", 2);
+
+TEST_F(PersistenceTest, SelectorsOfAllKindsWalkTheirPositionsAndGoBack) {
+    const std::vector<std::pair<std::string, const char*>> kinds{
+        {Value("S"), ";"},
+        {Node("Enumeration", "S", entries + "<Value>2</Value>" + selectsF), "S=A;S=C;"},
+        {Value("S", 7, "<Min>-1</Min><Max>8</Max><Inc>4</Inc>" + selectsF), "S=-1;S=3;S=7;"},
+        {Value("S", 5, "<ValidValueSet>5;9</ValidValueSet>" + selectsF), "S=5;S=9;"},
+        {Node("Boolean", "S", "<Value>true</Value>" + selectsF), "S=0;S=1;"},
+        {Value("S", 1, two + "<ImposedAccessMode>RO</ImposedAccessMode>" + selectsF), "S=1;"},
+        {Value("S", 4, "<Min>4</Min><Max>4</Max>" + selectsF), "S=4;"},
+        {Node("Float", "S", "<Value>1</Value>" + selectsF), "S=1;"},
+        {Value("S", 1, two + "<pSelected>T</pSelected>") + Value("T", 0, two + "<pSelected>S</pSelected>" + selectsF),
+         "S=0,T=0;S=0,T=1;S=1,T=0;S=1,T=1;"}};
+    for (const auto& [selector, positions] : kinds) {
+        Load(Value("F") + selector + Value("Off"));
+        const std::string before = Text("S");
+        EXPECT_EQ(Walk("F"), positions) << selector;
+        EXPECT_EQ(Text("S"), before) << selector;
+    }
+}
 
 TEST_F(PersistenceTest, WhatCannotBeWalkedInFiniteTimeIsRefusedByName) {
     const std::string all = "<Min>-9223372036854775808</Min><Max>9223372036854775807</Max>";
@@ -122,7 +106,7 @@ TEST_F(PersistenceTest, WhatCannotBeWalkedInFiniteTimeIsRefusedByName) {
 }
 
 TEST_F(PersistenceTest, SelectedValuesAreStoredForEachPositionAndSelectorsLast) {
-    LoadMap({"Bank", "Line", "Level"}, Banks());
+    LoadMap("Bank Line Level", Banks());
     for (size_t i = 0; i < 40; i += 4)
         Port.Memory[i] = static_cast<uint8_t>(i < 12 ? 1 : i);
     Port.Memory[8] = 2; // the line of bank 1
@@ -151,17 +135,8 @@ TEST_F(PersistenceTest, SelectedValuesAreStoredForEachPositionAndSelectorsLast) 
     EXPECT_EQ(Port.Memory, before);
 }
 
-TEST_F(PersistenceTest, OnlyWhatIsStreamableAFeatureAndAccessibleIsStored) {
-    LoadMap({"No", "RO", "Cmd", "A", "Root2"},
-            Value("Hidden", 1, streamable) + Value("No", 1) + Node("Category", "Root2", "<pFeature>B</pFeature>") +
-                Value("RO", 1, streamable + "<ImposedAccessMode>RO</ImposedAccessMode>") + Value("B", 2, streamable) +
-                Node("Command", "Cmd", streamable + "<Value>0</Value><CommandValue>1</CommandValue>") +
-                Value("A", 1, streamable));
-    EXPECT_EQ(Stored(), "B\t2\nA\t1\n");
-}
-
 TEST_F(PersistenceTest, LinesThatDependOnLaterOnesAreTriedAgain) {
-    LoadMap({"Width", "Offset"},
+    LoadMap("Width Offset",
             Node("IntSwissKnife", "Room", "<pVariable Name=\"O\">Offset</pVariable><Formula>10-O</Formula>") +
                 Node("Integer", "Width", streamable + "<Value>1</Value><pMax>Room</pMax>") +
                 Value("Offset", 9, streamable));
@@ -178,7 +153,7 @@ TEST_F(PersistenceTest, LinesThatDependOnLaterOnesAreTriedAgain) {
 }
 
 TEST_F(PersistenceTest, NothingIsWrittenWhereTheSelectorCouldNotBeSet) {
-    LoadMap({"Bank", "Line", "Level"}, Banks());
+    LoadMap("Bank Line Level", Banks());
     EXPECT_THAT(Errors("Bank\t7\nLine\t0\nLevel\t5\nBank\t1\nLine\t1\nLevel\t6\n"),
                 ElementsAre("Bank: Value = 7 must be equal or smaller than Max = 1.",
                             HasSubstr("Line: Its selector 'Bank'"),
@@ -187,10 +162,10 @@ TEST_F(PersistenceTest, NothingIsWrittenWhereTheSelectorCouldNotBeSet) {
 }
 
 TEST_F(PersistenceTest, VerifyTellsWhatTheDeviceMadeOfIt) {
-    LoadMap({"Low", "Exact"}, Register("Wide", 0, "") +
-                                  Node("MaskedIntReg", "Low",
-                                       Place(0, 4, "<LSB>0</LSB><MSB>3</MSB><Endianess>LittleEndian</Endianess>")) +
-                                  Node("FloatReg", "Real", Place(8, 4)) + Above("Float", "Exact", "Real", streamable));
+    LoadMap("Low Exact", Register("Wide", 0, "") +
+                             Node("MaskedIntReg", "Low",
+                                  Place(0, 4, "<LSB>0</LSB><MSB>3</MSB><Endianess>LittleEndian</Endianess>")) +
+                             Node("FloatReg", "Real", Place(8, 4)) + Above("Float", "Exact", "Real", streamable));
     EXPECT_THAT(Errors("Low\t3\nWide\t0x10\nExact\t0.1\n"), ElementsAre("Low: It reads '0' instead of '3'."));
     EXPECT_THAT(Errors("Low\t3\nWide\t16\n", false), ElementsAre());
     EXPECT_EQ(Stored(), "Exact\t0.10000000149011612\n") << "what six digits would lose";
@@ -198,17 +173,20 @@ TEST_F(PersistenceTest, VerifyTellsWhatTheDeviceMadeOfIt) {
     EXPECT_EQ(Bag("Exact\t0.1001\nWide\t0x11\n").Compare(Map.get()).size(), 2u);
 }
 
-TEST_F(PersistenceTest, TheDeviceIsToldOfBeginAndEndAlsoWhenItFails) {
-    std::string nodes = Register("R", 0, "<Cachable>NoCache</Cachable>") + Value("V", 0, "<Max>3</Max>");
-    int told[4] = {};
+TEST_F(PersistenceTest, StreamableFeaturesAreStoredAndTheDeviceIsToldOfBeginAndEndAlsoWhenItFails) {
     const char* names[] = {"DeviceFeaturePersistenceStart", "DeviceFeaturePersistenceEnd",
                            "DeviceRegistersStreamingStart", "DeviceRegistersStreamingEnd"};
+    std::string nodes = Register("R", 0, "<Cachable>NoCache</Cachable>") + Value("V", 0, "<Max>3</Max>") +
+                        Value("Hidden", 1, streamable) + Node("Category", "Root2", "<pFeature>B</pFeature>") +
+                        Value("RO", 1, streamable + "<ImposedAccessMode>RO</ImposedAccessMode>") +
+                        Value("B", 2, streamable);
     for (const char* name : names)
-        nodes += Node("Command", name, "<Value>0</Value><CommandValue>1</CommandValue>");
-    LoadMap({"R"}, nodes);
+        nodes += Node("Command", name, streamable + "<Value>0</Value><CommandValue>1</CommandValue>");
+    LoadMap("V RO DeviceRegistersStreamingEnd Root2 R", nodes);
+    int told[4] = {};
     for (int i = 0; i < 4; ++i)
         Count(names[i], told[i]);
-    EXPECT_EQ(Stored(), "R\t0\n");
+    EXPECT_EQ(Stored(), "R\t0\nB\t2\n") << "in the order of the file";
     EXPECT_THAT(Errors("V\t9\n"), ElementsAre()) << "the device checks the limits then";
     Port.TimesOut = true;
     EXPECT_THAT(Failure([&] { Stored(); }), HasSubstr("R: The device is asleep"));
@@ -219,8 +197,8 @@ TEST_F(PersistenceTest, TheDeviceIsToldOfBeginAndEndAlsoWhenItFails) {
 
 TEST_F(PersistenceTest, EveryTextComesBackAsItWasInAnyLocale) {
     UseCommaLocale();
-    LoadMap({"Text", "Real"}, Node("String", "Text", streamable + "<Value></Value>") +
-                                  Node("Float", "Real", streamable + "<Value>1234567.5</Value>"));
+    LoadMap("Text Real", Node("String", "Text", streamable + "<Value></Value>") +
+                             Node("Float", "Real", streamable + "<Value>1234567.5</Value>"));
     for (const std::string text :
          {"", " \tblanks and a tab\t ", "#escaped", "back\\nslash", "two\nlines\\n\r", "cr\r", "[x]", "\\"}) {
         As<IString>("Text").SetValue(gcstring(text.c_str()));
@@ -239,26 +217,89 @@ TEST_F(PersistenceTest, EveryTextComesBackAsItWasInAnyLocale) {
               (std::vector<CFeatureBag::CEntry>{{"A", "b\\n"}, {"B", "b\n"}, {"C", "\\n"}}));
 }
 
+/// Keeps its first four bytes in user sets, four to a set, from 64 on, and in sequencer sets from 128 on.
+struct SetDevice : MemoryPort {
+    void Write(const void* pBuffer, int64_t Address, int64_t Length) override {
+        const auto set = Memory.begin() + (Address % 8 ? 128 + 4 * Memory[36] : 64 + 4 * Memory[32]);
+        if (Address == 40 || Address == 44)
+            std::copy_n(set, 4, Memory.begin());
+        else if (Address == 48 || Address == 52)
+            std::copy_n(Memory.begin(), 4, set);
+        else
+            MemoryPort::Write(pBuffer, Address, Length);
+    }
+};
+
+/// A command of the device's sets, which cannot be executed while @p lock is not 0.
+std::string SetCommand(const std::string& name, int address, const std::string& lock) {
+    return Node("IntReg", name + "Reg", Place(address, 4)) +
+           Above("Command", name, name + "Reg", "<CommandValue>1</CommandValue><pIsLocked>" + lock + "</pIsLocked>");
+}
+
+TEST_F(PersistenceTest, SetsOfTheDeviceAreBaggedAndSavedAgain) {
+    SetDevice device;
+    LoadMap("A", Register("A", 0, "") + Register("User", 32, "") + Register("Seq", 36, "") + Value("Busy") +
+                     Value("NotOn", 1) + Value("Off", 1) + Above("Enumeration", "UserSetSelector", "User", entries) +
+                     Node("IntSwissKnife", "Fixed", "<pVariable Name=\"S\">User</pVariable><Formula>S=0</Formula>") +
+                     SetCommand("UserSetLoad", 40, "Busy") + SetCommand("UserSetSave", 48, "Fixed") +
+                     Above("Enumeration", "SequencerConfigurationMode", "NotOn", Entry("On", 0) + Entry("Off", 1)) +
+                     Above("Integer", "SequencerSetSelector", "Seq", two) +
+                     SetCommand("SequencerSetLoad", 44, "NotOn") + SetCommand("SequencerSetSave", 52, "NotOn"));
+    Map->Connect(&device);
+    const int values[][2] = {{0, 7}, {32, 2}, {36, 1}, {68, 11}, {72, 12}, {128, 20}, {132, 21}};
+    for (const auto& [address, value] : values)
+        device.Memory.at(size_t(address)) = uint8_t(value);
+    const auto before = device.Memory;
+    const auto isAsBefore = [&] { return device.Memory == before && Text("SequencerConfigurationMode") == "Off"; };
+    CFeatureBagger bagger, read;
+    EXPECT_TRUE(bagger.Bag(Map.get(), true, true, true) == 5 && isAsBefore());
+    std::stringstream stream;
+    stream << bagger;
+    const std::string a = guid + "A\t", user = "\n[UserSetSelector=", sequencer = "\n[SequencerSetSelector=";
+    EXPECT_EQ(stream.str(), severalGuid + "[All]\n" + a + "7" + sequencer + "0]\n" + a + "20" + sequencer + "1]\n" + a +
+                                "21" + user + "B]\n" + a + "11" + user + "C]\n" + a + "12\n")
+        << "A cannot be saved";
+    device.Memory[0] = 1;
+    std::fill(device.Memory.begin() + 64, device.Memory.end(), uint8_t{0});
+    Map->InvalidateNodes();
+    stream >> read;
+    EXPECT_TRUE(read.UnBag(Map.get()) && isAsBefore());
+    std::istringstream(severalGuid + user + "B]\n" + a + "5\nNope\t1\n[Odd]\n" + guid) >> read;
+    EXPECT_THAT(Failure([&] { read.UnBag(Map.get()); }),
+                HasSubstr("UserSetSelector=B: Nope: There is no such feature.; UserSetSelector=B: The set was not "
+                          "saved.; Odd: The bag is neither"));
+    Int("Busy").SetValue(1);
+    EXPECT_THAT(Failure([&] { bagger.Bag(Map.get(), false, true); }), HasSubstr("UserSetSelector=A: Node"));
+    EXPECT_TRUE(bagger.size() == 5 && isAsBefore());
+    Load(Value("A"));
+    EXPECT_EQ(bagger.Bag(Map.get(), true, true, true), 1);
+    EXPECT_THAT(Failure([&] { read.UnBag(Map.get()); }), HasSubstr("UserSetSelector: The device has no such sets"));
+    std::istringstream(guid + "A\t1\n") >> read;
+    EXPECT_EQ(read.at(0).GetBagName(), "All");
+    EXPECT_THROW(read.at(1), GenICam::OutOfRangeException);
+}
+
 TEST(BagTextTest, DamagedTextsAreRefusedByLineAndLeaveTheBagAsItWas) {
+    const auto refuses = [](auto&& bag, const std::string& text, const char* message) {
+        std::istringstream(guid + "A\t1\n") >> bag;
+        std::istringstream stream(text);
+        EXPECT_THAT([&] { stream >> bag; }, testing::ThrowsMessage<GenICam::RuntimeException>(HasSubstr(message)));
+        std::ostringstream left;
+        EXPECT_THAT((left << bag, left.str()), HasSubstr("A\t1\n")) << text;
+    };
     for (const auto& [text, message] : std::vector<std::pair<std::string, const char*>>{
              {"", "at its end"},
              {"Width\t1\n", "Line 1 of the feature bag, 'Width\t1', does not hold the identifier"},
-             {"# {4709CB3C-7322-4460-84C3-DA11DDA09939}\n[All]\n" + guid, "several feature bags"},
              {guid + "A\t1\nWid", "Line 3 of the feature bag, 'Wid', has no tab"},
              {guid + "\t1\n", "Line 2 of the feature bag, '\t1', has no name"},
              {guid + "[B]\n", "Line 2 begins another"},
              {guid + "#escaped\nA\tx\\\n", "stands for nothing"}}) {
-        CFeatureBag bag;
-        std::istringstream(guid + "A\t1\n") >> bag;
-        std::istringstream stream(text);
-        try {
-            stream >> bag;
-            ADD_FAILURE() << text;
-        } catch (const GenICam::RuntimeException& failure) {
-            EXPECT_THAT(failure.GetDescription(), HasSubstr(message));
-        }
-        EXPECT_EQ(bag.GetEntries().size(), 1u);
+        refuses(CFeatureBag(), text, message);
+        refuses(CFeatureBagger(), text, message);
     }
+    refuses(CFeatureBag(), severalGuid + "[All]\n" + guid, "several feature bags");
+    refuses(CFeatureBagger(), severalGuid + "# remark\nA\t1\n", "Line 3 of the feature bag, 'A\t1', does not begin");
+    refuses(CFeatureBagger(), severalGuid + "[All]\n" + guid + "[B]\n", "at its end");
 }
 
 } // namespace

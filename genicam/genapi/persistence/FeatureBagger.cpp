@@ -1,0 +1,266 @@
+#include <GenApi/Persistence.h>
+
+#include "genicam/genapi/map/LoadLog.h"
+#include "genicam/genapi/persistence/BagText.h"
+#include "genicam/genapi/persistence/DeviceSets.h"
+#include "genicam/genapi/persistence/Failure.h"
+
+#include <Base/GCException.h>
+#include <Base/GCStringVector.h>
+
+#include <algorithm>
+#include <functional>
+#include <optional>
+#include <ostream>
+#include <string>
+
+namespace GenApi {
+
+namespace {
+
+typedef std::vector<std::string> Errors; // "<bag>: <reason>"
+
+constexpr const char* allName = "All";
+
+std::string NameOf(const CFeatureBag& bag) {
+    return std::string(bag.GetBagName().view());
+}
+
+/// What follows "<selector>=" in the name of a bag, nothing when it begins otherwise.
+std::optional<std::string> SetOf(const CFeatureBag& bag, const SetFeatures& features) {
+    const std::string name = NameOf(bag);
+    const std::string begin = features.selector + std::string("=");
+    return name.compare(0, begin.size(), begin) == 0 ? std::optional(name.substr(begin.size())) : std::nullopt;
+}
+
+/// Runs a step for a bag and keeps what goes wrong, also what the step itself collects.
+void Try(Errors& errors, const std::string& bag, const std::function<void(gcstring_vector&)>& step) {
+    gcstring_vector reasons;
+    if (const auto failure = FailureOf([&] { step(reasons); })) {
+        reasons.push_back(gcstring(std::string_view(*failure)));
+    }
+    for (const gcstring& reason : reasons) {
+        errors.push_back(bag + ": " + reason.c_str());
+    }
+}
+
+/// Keeps the settings while sets are loaded, and puts them back.
+class SettingsKeeper {
+public:
+    explicit SettingsKeeper(INodeMap& nodeMap) : m_nodeMap(nodeMap) {}
+    ~SettingsKeeper() {
+        Errors errors;
+        if (const auto failure = FailureOf([&] { PutBack(errors); })) {
+            errors.push_back(*failure);
+        }
+        for (const std::string& error : errors) {
+            LogLoadWarning(error);
+        }
+    }
+    SettingsKeeper(const SettingsKeeper&) = delete;
+    SettingsKeeper& operator=(const SettingsKeeper&) = delete;
+
+    /// What cannot be read cannot be put back either, and is reported. @throws what ends the storing.
+    void Keep(Errors& errors) {
+        gcstring_vector reasons;
+        m_found.StoreToBag(&m_nodeMap, -1, nullptr, &reasons);
+        m_isDue = true;
+        for (const gcstring& reason : reasons) {
+            errors.push_back(std::string("Keeping the settings: ") + reason.c_str());
+        }
+    }
+
+    void PutBack(Errors& errors) {
+        if (m_isDue) {
+            m_isDue = false;
+            Try(errors, "Putting back the settings",
+                [this](gcstring_vector& reasons) { m_found.LoadFromBag(&m_nodeMap, false, &reasons); });
+        }
+    }
+
+private:
+    INodeMap& m_nodeMap;
+    CFeatureBag m_found;
+    bool m_isDue = false;
+};
+
+/// Does something with the sets of one kind, and puts back what that changes.
+void WithSets(INodeMap& nodeMap, const SetFeatures& features, Errors& errors,
+              const std::function<void(DeviceSets&)>& action) {
+    SettingsKeeper keeper(nodeMap);
+    DeviceSets sets(nodeMap, features);
+    keeper.Keep(errors);
+    Try(errors, features.selector, [&](gcstring_vector&) {
+        sets.Open();
+        action(sets);
+    });
+    Try(errors, features.selector, [&](gcstring_vector&) { sets.Restore(); });
+    keeper.PutBack(errors);
+}
+
+/// Stores what the device now is.
+class BagWriter {
+public:
+    BagWriter(INodeMap& nodeMap, int maxEntries) : m_nodeMap(nodeMap), m_maxEntries(maxEntries) {}
+
+    void StoreAll() {
+        Try(errors, allName, [&](gcstring_vector& reasons) { Store(allName, reasons); });
+    }
+
+    void StoreSets(const SetFeatures& features) {
+        if (DeviceSets(m_nodeMap, features).IsPresent()) {
+            WithSets(m_nodeMap, features, errors, [&](DeviceSets& sets) {
+                for (const std::string& set : sets.List()) {
+                    StoreSet(sets, set, features.selector + ("=" + set));
+                }
+            });
+        }
+    }
+
+    std::vector<CFeatureBag> bags;
+    Errors errors;
+
+private:
+    void StoreSet(DeviceSets& sets, const std::string& set, const std::string& name) {
+        Try(errors, name, [&](gcstring_vector& reasons) {
+            if (name.find_first_of("\t\r\n") != std::string::npos) {
+                throw INVALID_ARGUMENT_EXCEPTION("The name of the set cannot stand in a line");
+            }
+            sets.Select(set);
+            if (!sets.IsFixed()) {
+                sets.Load();
+                Store(name, reasons);
+            }
+        });
+    }
+
+    void Store(const std::string& name, gcstring_vector& reasons) {
+        CFeatureBag bag;
+        bag.SetBagName(name.c_str());
+        bag.StoreToBag(&m_nodeMap, m_maxEntries, nullptr, &reasons);
+        bags.push_back(std::move(bag));
+    }
+
+    INodeMap& m_nodeMap;
+    int m_maxEntries;
+};
+
+/// Sets the device up as bags say.
+class BagReader {
+public:
+    BagReader(INodeMap& nodeMap, const std::vector<CFeatureBag>& bags, bool verify)
+        : m_nodeMap(nodeMap), m_bags(bags), m_verify(verify) {}
+
+    void LoadSets(const SetFeatures& features) {
+        const auto isOne = [&](const CFeatureBag& bag) { return SetOf(bag, features).has_value(); };
+        if (std::none_of(m_bags.begin(), m_bags.end(), isOne)) {
+            return;
+        }
+        if (!DeviceSets(m_nodeMap, features).IsPresent()) {
+            errors.push_back(std::string(features.selector) + ": The device has no such sets.");
+            return;
+        }
+        WithSets(m_nodeMap, features, errors, [&](DeviceSets& sets) {
+            for (const CFeatureBag& bag : m_bags) {
+                if (const auto set = SetOf(bag, features)) {
+                    Try(errors, NameOf(bag), [&](gcstring_vector& reasons) { LoadSet(sets, *set, bag, reasons); });
+                }
+            }
+        });
+    }
+
+    void LoadOthers() {
+        for (const CFeatureBag& bag : m_bags) {
+            if (bag.GetBagName() == allName) {
+                Try(errors, allName, [&](gcstring_vector& reasons) { Load(bag, reasons); });
+            } else if (!SetOf(bag, userSets) && !SetOf(bag, sequencerSets)) {
+                errors.push_back(NameOf(bag) + ": The bag is neither '" + allName + "' nor of a set of the device.");
+            }
+        }
+    }
+
+    Errors errors;
+
+private:
+    bool Load(const CFeatureBag& bag, gcstring_vector& reasons) {
+        return bag.LoadFromBag(&m_nodeMap, m_verify, &reasons);
+    }
+
+    void LoadSet(DeviceSets& sets, const std::string& set, const CFeatureBag& bag, gcstring_vector& reasons) {
+        if (Load(bag, reasons)) {
+            sets.Select(set);
+            sets.Save();
+        } else {
+            reasons.push_back("The set was not saved.");
+        }
+    }
+
+    INodeMap& m_nodeMap;
+    const std::vector<CFeatureBag>& m_bags;
+    bool m_verify;
+};
+
+} // namespace
+
+int64_t CFeatureBagger::Bag(INodeMap* pNodeMap, bool BagDefault, bool BagUserSets, bool BagSequencerSets,
+                            int MaxEntries, gcstring_vector* pErrorList) {
+    INodeMap& nodeMap = RequireNodeMap(pNodeMap);
+    const AutoLock lock(nodeMap.GetLock());
+    BagWriter writer(nodeMap, MaxEntries);
+    if (BagDefault) {
+        writer.StoreAll();
+    }
+    if (BagSequencerSets) {
+        writer.StoreSets(sequencerSets); // before a user set may load others
+    }
+    if (BagUserSets) {
+        writer.StoreSets(userSets);
+    }
+    ReportFailures(writer.errors, pErrorList, "stored");
+    m_bags = std::move(writer.bags);
+    return static_cast<int64_t>(m_bags.size());
+}
+
+bool CFeatureBagger::UnBag(INodeMap* pNodeMap, bool Verify, gcstring_vector* pErrorList) const {
+    INodeMap& nodeMap = RequireNodeMap(pNodeMap);
+    const AutoLock lock(nodeMap.GetLock());
+    BagReader reader(nodeMap, m_bags, Verify);
+    reader.LoadSets(userSets);
+    reader.LoadSets(sequencerSets);
+    reader.LoadOthers();
+    return ReportFailures(reader.errors, pErrorList, "loaded");
+}
+
+const CFeatureBag& CFeatureBagger::at(std::size_t Index) const {
+    if (Index >= m_bags.size()) {
+        throw OUT_OF_RANGE_EXCEPTION("There is no feature bag %zu: the bagger has %zu.", Index, m_bags.size());
+    }
+    return m_bags[Index];
+}
+
+void CFeatureBagger::Read(std::istream& stream) {
+    BagLines lines(stream);
+    std::vector<CFeatureBag> bags;
+    for (NamedBag& one : ParseBags(lines)) {
+        CFeatureBag& bag = bags.emplace_back();
+        bag.SetBagName(one.name);
+        bag.m_entries = std::move(one.entries);
+    }
+    m_bags = std::move(bags);
+}
+
+std::istream& operator>>(std::istream& stream, CFeatureBagger& bagger) {
+    bagger.Read(stream);
+    return stream;
+}
+
+std::ostream& operator<<(std::ostream& stream, const CFeatureBagger& bagger) {
+    std::string text = FormatRemarks(baggerId, bagger.m_info);
+    for (const CFeatureBag& bag : bagger) {
+        text += "[" + NameOf(bag) + "]\n";
+        text += bag.ToString().view();
+    }
+    return stream.write(text.data(), static_cast<std::streamsize>(text.size()));
+}
+
+} // namespace GenApi
