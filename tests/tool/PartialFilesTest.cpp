@@ -4,11 +4,15 @@
 #include "TemporaryFolder.h"
 
 #include <gmock/gmock.h>
-#include <sys/resource.h>
 
+#include <fcntl.h>
+#include <filesystem>
 #include <fstream>
 #include <memory>
+#include <sys/resource.h>
+#include <sys/stat.h>
 #include <thread>
+#include <unistd.h>
 
 namespace {
 
@@ -46,6 +50,22 @@ TEST_F(PartialFilesTest, WholeFileStandsUnderItsNameAlone) {
     Write(m_folder / "a", "second");
     EXPECT_EQ(Content(m_folder / "a"), "second");
     EXPECT_THAT(m_folder.List(), ElementsAre("a"));
+}
+
+TEST_F(PartialFilesTest, LinksArePassedAndPipesAreWrittenToButNeverReplaced) {
+    std::ofstream(m_folder / "a") << "old";
+    std::filesystem::create_symlink("a", m_folder / "link");
+    Write(m_folder / "link", "new");
+    EXPECT_EQ(Content(m_folder / "a"), "new");
+    EXPECT_TRUE(std::filesystem::is_symlink(m_folder / "link"));
+    ASSERT_EQ(mkfifo((m_folder / "pipe").c_str(), 0600), 0);
+    const int reader = open((m_folder / "pipe").c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    Write(m_folder / "pipe", "text");
+    char text[8] = {};
+    EXPECT_EQ(read(reader, text, sizeof(text)), 4);
+    close(reader);
+    EXPECT_STREQ(text, "text");
+    EXPECT_TRUE(std::filesystem::is_fifo(m_folder / "pipe"));
 }
 
 TEST_F(PartialFilesTest, FullDiskLeavesTheOlderFileAndNoPartialOne) {

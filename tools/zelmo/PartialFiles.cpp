@@ -47,7 +47,8 @@ std::string TemporaryNameFor(const std::string& path) {
 /// Owns a descriptor; Close tells what the kernel only finds out then (network file systems, quotas).
 class File {
 public:
-    explicit File(const std::string& path) : m_fd(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666)) {}
+    explicit File(const std::string& path, int flags = O_CREAT | O_EXCL)
+        : m_fd(open(path.c_str(), O_WRONLY | O_CLOEXEC | flags, 0666)) {}
     ~File() { Close(); }
     File(const File&) = delete;
     File& operator=(const File&) = delete;
@@ -79,9 +80,31 @@ private:
 ToolError CannotWrite(const std::string& path, int error) {
     std::string message = "Cannot write '" + path + "': " + std::strerror(error);
     if (error == ENOSPC || error == EDQUOT) {
-        message += ". Make room, or choose another folder with -o";
+        message += ". Make room, or choose another folder";
     }
     return HostError(message);
+}
+
+/// Where a link leads: renaming to the link's own name would replace the link.
+std::string TargetOf(const std::string& path) {
+    std::error_code error;
+    const bool isLink = std::filesystem::is_symlink(path, error);
+    const auto target = isLink ? std::filesystem::canonical(path, error).string() : path;
+    return error ? path : target;
+}
+
+/// Whether a device or a pipe has this name; that takes the bytes as they come and must not be replaced.
+bool IsSpecial(const std::string& path) {
+    std::error_code error;
+    const auto status = std::filesystem::status(path, error);
+    return std::filesystem::exists(status) && std::filesystem::is_other(status);
+}
+
+void WriteSpecial(const std::string& path, const std::uint8_t* data, std::size_t size) {
+    File file(path, 0);
+    if (!file.IsOpen() || !file.Write(data, size) || !file.Close()) {
+        throw CannotWrite(path, errno);
+    }
 }
 
 } // namespace
@@ -108,10 +131,14 @@ void PartialFiles::RemoveAllFromSignalHandler() noexcept {
 }
 
 void WriteFileWhole(const std::string& path, const std::uint8_t* data, std::size_t size) {
-    const std::string temporary = TemporaryNameFor(path);
+    const std::string target = TargetOf(path);
+    if (IsSpecial(target)) {
+        return WriteSpecial(path, data, size);
+    }
+    const std::string temporary = TemporaryNameFor(target);
     PartialFiles::Entry partial(temporary);
     File file(temporary);
-    if (!file.IsOpen() || !file.Write(data, size) || !file.Close() || rename(temporary.c_str(), path.c_str()) != 0) {
+    if (!file.IsOpen() || !file.Write(data, size) || !file.Close() || rename(temporary.c_str(), target.c_str()) != 0) {
         throw CannotWrite(path, errno);
     }
     partial.Release();

@@ -1,13 +1,12 @@
 #include "Settings.h"
 
 #include "Camera.h"
+#include "InputFile.h"
 #include "Output.h"
 
 #include <Base/GCException.h>
 
-#include <cerrno>
-#include <cstring>
-#include <fstream>
+#include <sstream>
 
 namespace tool {
 
@@ -23,17 +22,15 @@ std::vector<SettingFailure> ToFailures(const GenApi::gcstring_vector& errors) {
 }
 
 GenApi::CFeatureBag ReadSettings(const std::string& path) {
-    std::ifstream text(path, std::ios::binary);
-    if (!text) {
-        throw HostError("Cannot read '" + path + "': " + std::strerror(errno));
-    }
+    constexpr std::size_t mostBytes = 64 << 20;
+    std::istringstream text(ReadInputFile(path, mostBytes));
     try {
         GenApi::CFeatureBag bag;
         text >> bag;
         return bag;
     } catch (const GenICam::GenericException& error) {
         throw ToolError(ExitCode::Failed, "bad_file",
-                        "Reading settings from '" + path + "' failed: " + error.GetDescription() +
+                        "Reading settings from '" + path + "' failed: " + Printable(error.GetDescription()) +
                             "; 'zelmo save' writes such files");
     }
 }
