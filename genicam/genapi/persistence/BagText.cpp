@@ -5,6 +5,8 @@
 
 #include <Base/GCException.h>
 
+#include <algorithm>
+
 namespace GenApi {
 
 namespace {
@@ -26,9 +28,11 @@ std::string Escape(std::string_view value) {
 }
 
 [[noreturn]] void FailLine(std::size_t number, std::string_view line, const char* why) {
-    constexpr std::size_t shown = 80;
-    throw RUNTIME_EXCEPTION("Line " + std::to_string(number) + " of the feature bag, '" +
-                            std::string(line.substr(0, shown)) + (line.size() > shown ? "...', " : "', ") + why);
+    constexpr std::size_t most = 80;
+    std::string shown(line.substr(0, most));
+    std::replace(shown.begin(), shown.end(), '\0', '?'); // which would end the message
+    throw RUNTIME_EXCEPTION("Line " + std::to_string(number) + " of the feature bag, '" + shown +
+                            (line.size() > most ? "...', " : "', ") + why);
 }
 
 std::string Unescape(std::string_view text, std::size_t number) {

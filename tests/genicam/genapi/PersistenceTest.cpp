@@ -23,15 +23,6 @@ std::string Register(const std::string& name, int address, const std::string& re
     return Node("IntReg", name, streamable + Place(address, 4, rest + "<Endianess>LittleEndian</Endianess>"));
 }
 
-/// A selector of Bank 0 and 1, one of Line 0 to 2 that each bank keeps for itself, and a level for each of the six.
-std::string Banks() {
-    return Above("Integer", "Bank", "BankReg", "<Min>0</Min><Max>1</Max><pSelected>Line</pSelected>") +
-           Register("BankReg", 0, "") +
-           Above("Integer", "Line", "LineReg", streamable + "<Min>0</Min><Max>2</Max><pSelected>Level</pSelected>") +
-           Register("LineReg", 4, "<pIndex Offset=\"4\">Bank</pIndex>") +
-           Register("Level", 16, "<pIndex Offset=\"12\">Bank</pIndex><pIndex Offset=\"4\">Line</pIndex>");
-}
-
 class PersistenceTest : public MapTest {
 protected:
     /// @p features stand in the category Root.
@@ -106,7 +97,14 @@ TEST_F(PersistenceTest, WhatCannotBeWalkedInFiniteTimeIsRefusedByName) {
 }
 
 TEST_F(PersistenceTest, SelectedValuesAreStoredForEachPositionAndSelectorsLast) {
-    LoadMap("Bank Line Level", Banks());
+    // line and level of a bank are its own, and each of its lines has a level
+    LoadMap(
+        "Bank Line Level",
+        Above("Integer", "Bank", "BankReg", "<Min>0</Min><Max>1</Max><pSelected>Line</pSelected>") +
+            Register("BankReg", 0, "") +
+            Above("Integer", "Line", "LineReg", streamable + "<Min>0</Min><Max>2</Max><pSelected>Level</pSelected>") +
+            Register("LineReg", 4, "<pIndex Offset=\"4\">Bank</pIndex>") +
+            Register("Level", 16, "<pIndex Offset=\"12\">Bank</pIndex><pIndex Offset=\"4\">Line</pIndex>"));
     for (uint8_t i = 16; i < 40; i += 4)
         Port.Memory[i] = i;
     Port.Memory[0] = Port.Memory[4] = 1;
@@ -286,7 +284,7 @@ TEST(BagTextTest, DamagedTextsAreRefusedByLineAndLeaveTheBagAsItWas) {
     for (const auto& [text, message] : std::vector<std::pair<std::string, const char*>>{
              {"", "at its end"},
              {"Width\t1\n", "Line 1 of the feature bag, 'Width\t1', does not hold the identifier"},
-             {guid + "A\t1\nWid", "Line 3 of the feature bag, 'Wid', has no tab"},
+             {guid + "A\t1\nWi" + '\0', "Line 3 of the feature bag, 'Wi?', has no tab"},
              {guid + "\t1\n", "Line 2 of the feature bag, '\t1', has no name"},
              {guid + "[B]\n", "Line 2 begins another"},
              {guid + "#escaped\nA\tx\\\n", "stands for nothing"}}) {
