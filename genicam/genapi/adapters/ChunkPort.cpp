@@ -17,7 +17,7 @@ EAccessMode CChunkPort::GetAccessMode() const {
 }
 
 uint8_t* CChunkPort::Data() noexcept {
-    return m_state == State_Copied ? m_copy.data() : m_baseAddress + m_offset;
+    return IsCopied() ? m_copy.data() : m_baseAddress + m_offset;
 }
 
 uint8_t* CChunkPort::Locate(int64_t address, int64_t length) {
@@ -63,7 +63,8 @@ void CChunkPort::ReserveCopy(int64_t Length) {
 }
 
 void CChunkPort::UpdateBuffer(uint8_t* pBaseAddress) noexcept {
-    m_baseAddress = pBaseAddress;
+    if (m_state == State_InBuffer)
+        m_baseAddress = pBaseAddress;
 }
 
 void CChunkPort::DetachChunk() noexcept {
@@ -73,7 +74,7 @@ void CChunkPort::DetachChunk() noexcept {
 }
 
 void CChunkPort::ClearCache() noexcept {
-    if (m_state == State_Copied)
+    if (IsCopied())
         DetachChunk();
     std::vector<uint8_t>().swap(m_copy);
 }

@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <limits>
 #include <string>
+#include <utility>
 
 namespace GenApi {
 
@@ -85,36 +86,37 @@ void ChunkPorts::Connect(INodeMap& map) {
     HexIndex index;
     index.Reserve(slots.size());
     MapLink link(map);
-    Disconnect();
-    m_slots = std::move(slots);
+    ForgetDeadMap();
+    m_hasBuffer = false;
+    m_slots.swap(slots);
     m_index = std::move(index);
-    m_link = std::move(link);
+    std::swap(m_link, link);
     m_hasIdNodes =
         std::any_of(m_slots.begin(), m_slots.end(), [](const auto& slot) { return slot->idNode != nullptr; });
     BuildIndex();
-    m_link.Reconnect([this](CallbackBatch& batch) {
-        for (const auto& slot : m_slots) {
-            batch.Run([&] { m_link.Connect(slot->node, slot->port); });
-        }
-    });
+    CallbackBatch batch; // of failures alone: callbacks of the map before keep nobody from the new one
+    batch.Run([&] { link.Disconnect(); });
+    batch.Run([this] { m_link.Connect(LinksOf(m_slots)); });
+    batch.Rethrow();
 }
 
 void ChunkPorts::Disconnect() {
     ForgetDeadMap();
     m_hasBuffer = false;
     // callbacks find nothing attached any more; the ports live until they are done
-    const Slots slots = std::move(m_slots);
-    MapLink link = std::move(m_link);
-    m_slots.clear();
-    m_link = MapLink();
+    const Slots slots = std::exchange(m_slots, {});
+    MapLink link = std::exchange(m_link, {});
     m_index.Clear();
-    if (link.IsAlive()) {
-        link.Reconnect([&](CallbackBatch& batch) {
-            for (const auto& slot : slots) {
-                batch.Run([&] { link.Disconnect(slot->node, slot->port); });
-            }
-        });
+    link.Disconnect();
+}
+
+PortLinks ChunkPorts::LinksOf(const Slots& slots) {
+    PortLinks links;
+    links.reserve(slots.size());
+    for (const auto& slot : slots) {
+        links.push_back({&slot->node, &slot->port});
     }
+    return links;
 }
 
 void ChunkPorts::ForgetDeadMap() noexcept {
@@ -188,19 +190,25 @@ void ChunkPorts::Show(Slot& slot, std::uint8_t* buffer) noexcept {
     }
 }
 
-template <class Condition, class Step>
-void ChunkPorts::ChangeEach(Condition condition, Step step) {
-    if (!m_link.IsAlive()) {
-        return;
-    }
-    m_link.Change([&](const auto& invalidate) {
-        for (const auto& slot : m_slots) {
-            if (condition(*slot)) {
-                step(*slot);
-                invalidate(slot->node);
-            }
+template <class Condition, class Select>
+void ChunkPorts::SelectWhere(Condition condition, const Select& select) {
+    for (const auto& slot : m_slots) {
+        if (condition(*slot)) {
+            select(slot->node);
         }
-    });
+    }
+}
+
+template <class Condition, class Step>
+void ChunkPorts::ChangeEach(Condition differs, Step step) {
+    if (m_link.IsAlive()) {
+        m_link.Change([&](const auto& select) { SelectWhere(differs, select); },
+                      [&] {
+                          for (const auto& slot : m_slots) {
+                              step(slot->port);
+                          }
+                      });
+    }
 }
 
 void ChunkPorts::ReserveCopies() {
@@ -212,30 +220,33 @@ void ChunkPorts::ReserveCopies() {
 }
 
 void ChunkPorts::Attach(std::uint8_t* buffer, AttachStatistics_t* statistics) {
-    const auto attach = [&](const auto& invalidate) {
-        ReserveCopies(); // may throw: nothing has changed yet
+    const auto accept = [&] {
         m_hasBuffer = true;
         if (statistics != nullptr) {
             *statistics = {Counted(static_cast<std::int64_t>(m_slots.size())), Counted(m_offered), Counted(m_taken)};
         }
-        for (const auto& slot : m_slots) {
-            if (slot->round == m_round || slot->port.IsAttached()) {
-                Show(*slot, buffer);
-                invalidate(slot->node);
-            }
-        }
     };
-    if (m_link.IsAlive()) {
-        m_link.Change(attach);
-    } else {
-        attach([](INode&) {}); // without a map there are no ports
+    if (!m_link.IsAlive()) {
+        accept(); // without a map there are no ports
+        return;
     }
+    m_link.Change(
+        [&](const auto& select) {
+            ReserveCopies();
+            SelectWhere([this](const Slot& slot) { return slot.round == m_round || slot.port.IsAttached(); }, select);
+        },
+        [&] {
+            accept();
+            for (const auto& slot : m_slots) {
+                Show(*slot, buffer);
+            }
+        });
 }
 
 void ChunkPorts::Detach() {
     ForgetDeadMap();
     m_hasBuffer = false;
-    ChangeEach([](const Slot& slot) { return slot.port.IsAttached(); }, [](Slot& slot) { slot.port.DetachChunk(); });
+    ChangeEach([](const Slot& slot) { return slot.port.IsAttached(); }, [](CChunkPort& port) { port.DetachChunk(); });
 }
 
 void ChunkPorts::MoveTo(std::uint8_t* buffer) {
@@ -244,12 +255,12 @@ void ChunkPorts::MoveTo(std::uint8_t* buffer) {
         throw LOGICAL_ERROR_EXCEPTION("Cannot update the buffer of a chunk adapter: none is attached");
     }
     ChangeEach([](const Slot& slot) { return slot.port.IsAttached(); },
-               [buffer](Slot& slot) { slot.port.UpdateBuffer(buffer); });
+               [buffer](CChunkPort& port) { port.UpdateBuffer(buffer); });
 }
 
 void ChunkPorts::ClearCopies() {
     ForgetDeadMap();
-    ChangeEach([](const Slot& slot) { return slot.isCopied; }, [](Slot& slot) { slot.port.ClearCache(); });
+    ChangeEach([](const Slot& slot) { return slot.port.IsCopied(); }, [](CChunkPort& port) { port.ClearCache(); });
 }
 
 } // namespace GenApi

@@ -52,9 +52,13 @@ private:
     void RefreshIds() noexcept;
     void BuildIndex() noexcept;
     void ForgetDeadMap() noexcept;
-    /// Has @p step change the ports that satisfy @p condition, all at once.
+    static PortLinks LinksOf(const Slots& slots);
+    /// Hands the nodes on whose ports satisfy @p condition.
+    template <class Condition, class Select>
+    void SelectWhere(Condition condition, const Select& select);
+    /// Runs @p step with all ports, at once; it makes a difference to those for which @p differs says so.
     template <class Condition, class Step>
-    void ChangeEach(Condition condition, Step step);
+    void ChangeEach(Condition differs, Step step);
 
     const std::int64_t m_maxCopyBytes; // -1 without limit
     MapLink m_link;

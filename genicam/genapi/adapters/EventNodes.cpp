@@ -6,6 +6,7 @@
 #include <GenApi/INodeMap.h>
 
 #include <string>
+#include <utility>
 
 namespace GenApi {
 
@@ -44,36 +45,33 @@ void EventNodes::Connect(INodeMap& map) {
     HexIndex index;
     FindNodes(map, slots, index);
     MapLink link(map);
-    Disconnect();
-    m_slots = std::move(slots);
+    ForgetDeadMap();
+    m_slots.swap(slots);
     m_index = std::move(index);
-    m_link = std::move(link);
-    m_link.Reconnect([this](CallbackBatch& batch) {
-        for (const Slot& slot : m_slots) {
-            if (slot.port != nullptr) {
-                batch.Run([&] { m_link.Connect(slot.node, *slot.port); });
-            }
-        }
-    });
+    std::swap(m_link, link);
+    CallbackBatch batch; // of failures alone: callbacks of the map before keep nobody from the new one
+    batch.Run([&] { link.Disconnect(); });
+    batch.Run([this] { m_link.Connect(LinksOf(m_slots)); });
+    batch.Rethrow();
 }
 
 void EventNodes::Disconnect() {
     ForgetDeadMap();
     // callbacks find nothing attached any more; the ports live until they are done
-    const std::vector<Slot> slots = std::move(m_slots);
-    MapLink link = std::move(m_link);
-    m_slots.clear();
-    m_link = MapLink();
+    const std::vector<Slot> slots = std::exchange(m_slots, {});
+    MapLink link = std::exchange(m_link, {});
     m_index.Clear();
-    if (link.IsAlive()) {
-        link.Reconnect([&](CallbackBatch& batch) {
-            for (const Slot& slot : slots) {
-                if (slot.port != nullptr) {
-                    batch.Run([&] { link.Disconnect(slot.node, *slot.port); });
-                }
-            }
-        });
+    link.Disconnect();
+}
+
+PortLinks EventNodes::LinksOf(const std::vector<Slot>& slots) {
+    PortLinks links;
+    for (const Slot& slot : slots) {
+        if (slot.port != nullptr) {
+            links.push_back({&slot.node, slot.port.get()});
+        }
     }
+    return links;
 }
 
 void EventNodes::ForgetDeadMap() noexcept {
@@ -89,20 +87,23 @@ void EventNodes::Deliver(HexId id, const std::uint8_t* event, std::size_t length
     if (entries.empty()) {
         return;
     }
-    m_link.Change([&](const auto& invalidate) {
-        for (const HexIndex::Entry& entry : entries) {
-            if (const auto& port = m_slots[entry.place].port) {
-                port->ReserveEvent(length); // may throw: nothing has changed yet
+    m_link.Change(
+        [&](const auto& select) {
+            for (const HexIndex::Entry& entry : entries) {
+                const Slot& slot = m_slots[entry.place];
+                if (slot.port != nullptr) {
+                    slot.port->ReserveEvent(length);
+                }
+                select(slot.node);
             }
-        }
-        for (const HexIndex::Entry& entry : entries) {
-            const Slot& slot = m_slots[entry.place];
-            if (slot.port != nullptr) {
-                slot.port->AttachEvent(event, length);
+        },
+        [&] {
+            for (const HexIndex::Entry& entry : entries) {
+                if (const auto& port = m_slots[entry.place].port) {
+                    port->AttachEvent(event, length);
+                }
             }
-            invalidate(slot.node);
-        }
-    });
+        });
 }
 
 } // namespace GenApi

@@ -33,6 +33,7 @@ private:
     };
 
     static void FindNodes(INodeMap& map, std::vector<Slot>& slots, HexIndex& index);
+    static PortLinks LinksOf(const std::vector<Slot>& slots);
     void ForgetDeadMap() noexcept;
 
     MapLink m_link;

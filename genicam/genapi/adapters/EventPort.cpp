@@ -39,9 +39,4 @@ void CEventPort::AttachEvent(const uint8_t* pEvent, size_t Length) noexcept {
     m_hasEvent = true;
 }
 
-void CEventPort::DetachEvent() noexcept {
-    m_event.clear();
-    m_hasEvent = false;
-}
-
 } // namespace GenApi

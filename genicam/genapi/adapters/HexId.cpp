@@ -1,6 +1,7 @@
 #include "genicam/genapi/adapters/HexId.h"
 
 #include <algorithm>
+#include <functional>
 
 namespace GenApi {
 
@@ -52,13 +53,8 @@ void HexIndex::Sort() noexcept {
 }
 
 std::span<const HexIndex::Entry> HexIndex::Find(HexId id) const noexcept {
-    const auto first = std::lower_bound(m_entries.begin(), m_entries.end(), id,
-                                        [](const Entry& entry, const HexId& wanted) { return entry.id < wanted; });
-    auto last = first;
-    while (last != m_entries.end() && last->id == id) {
-        ++last;
-    }
-    return {first, last};
+    const auto found = std::ranges::equal_range(m_entries, id, std::less<HexId>(), &Entry::id);
+    return {found.begin(), found.end()};
 }
 
 } // namespace GenApi

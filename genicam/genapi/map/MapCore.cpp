@@ -120,13 +120,14 @@ void MapCore::AddDependents(Closure& closure) {
     for (NodeBase* root : closure.nodes) {
         Visit(*root);
     }
-    closure.roots = closure.nodes.size();
+    const std::size_t roots = closure.nodes.size();
     for (std::size_t i = 0; i < closure.nodes.size(); ++i) {
         const NodeIndex node = closure.nodes[i]->Index();
         for (const EdgeLists* edges : {&m_model->Edges().valueParents, &m_model->Edges().otherParents}) {
             AddUnvisited(edges->Of(node), closure.nodes);
         }
     }
+    closure.roots = roots; // last: a closure that has some has all
 }
 
 /// A written value changes the values that are taken from it, and nothing else of their nodes. Whoever depends on one
@@ -205,22 +206,28 @@ void MapCore::Collect(const Closure& closure) {
     }
 }
 
-void MapCore::Invalidate(NodeBase& node) {
-    std::unique_ptr<Closure> spare;
-    const Closure& closure = DependentsOf(node, spare);
-    for (NodeBase* each : closure.nodes) {
-        each->DropCaches(false);
+void MapCore::DropAll(const Closure& closure) {
+    for (NodeBase* node : closure.nodes) {
+        node->DropCaches(false);
     }
     Collect(closure);
 }
 
+void MapCore::Invalidate(NodeBase& node) {
+    std::unique_ptr<Closure> spare;
+    DropAll(DependentsOf(node, spare));
+}
+
+void MapCore::Invalidate(Closure& closure) {
+    if (closure.roots == 0) {
+        AddDependents(closure);
+    }
+    DropAll(closure);
+}
+
 void MapCore::InvalidateAffected(NodeBase& node) {
     std::unique_ptr<Closure> spare;
-    const Closure& closure = AffectedBy(node, spare);
-    for (NodeBase* each : closure.nodes) {
-        each->DropCaches(false);
-    }
-    Collect(closure);
+    DropAll(AffectedBy(node, spare));
 }
 
 void MapCore::InvalidateAll() {
@@ -243,11 +250,7 @@ void MapCore::Poll(std::int64_t elapsedMs) {
                 }
             });
         }
-        AddDependents(due); // in one walk, as many nodes may have the same dependents
-        for (NodeBase* node : due.nodes) {
-            node->DropCaches(false);
-        }
-        Collect(due);
+        Invalidate(due);
         for (std::size_t i = 0; i < due.roots; ++i) {
             batch.Run([&] {
                 const Call call(*due.nodes[i], "Poll");

@@ -52,6 +52,9 @@ public:
     bool IsChanging() const noexcept { return m_batch != nullptr; } ///< whether callbacks are being collected
     void Invalidate(NodeBase& node);         ///< the node and its dependents; their callbacks join the call's batch
     void InvalidateAffected(NodeBase& node); ///< likewise with the terminal nodes, as if it had been written
+    /// Likewise several at once, in one walk, as many may have the same dependents. @p closure holds them, each once,
+    /// and gets their dependents; with those it may be given again.
+    void Invalidate(Closure& closure);
     void InvalidateAll();
     void Poll(std::int64_t elapsedMs);
 
@@ -74,6 +77,7 @@ private:
     bool IsDue(NodeBase& node, std::int64_t elapsedMs); ///< counts the time for a polled node
     void CreateNodes();
     void DestroyNodes() noexcept;
+    void DropAll(const Closure& closure);
     void Collect(const Closure& closure);
     const Closure& Keep(std::unique_ptr<Closure> made, const Closure*& kept, std::unique_ptr<Closure>& spare);
     void AddDependents(Closure& closure);

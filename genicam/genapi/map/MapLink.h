@@ -10,6 +10,13 @@
 
 namespace GenApi {
 
+/// A port node and what is to stand behind it.
+struct PortLink {
+    INode* node;
+    IPortConstruct* implementation;
+};
+using PortLinks = std::vector<PortLink>;
+
 /// The link of an adapter to a node map: changes what is behind many ports as one, and knows when the map is gone.
 /// A map of another make is served through its public interface: its nodes are invalidated one by one after the lock
 /// was given back, and it must outlive the link. Threads: one at a time. Each operation takes the map's lock.
@@ -20,58 +27,55 @@ public:
 
     /// Whether the map is there; not safe against another thread that is just destroying it.
     bool IsAlive() const noexcept { return m_map != nullptr && (m_core == nullptr || !m_life.expired()); }
-    INodeMap& Map() const noexcept { return *m_map; }
 
-    /// Runs @p step under the lock; it calls its argument with each INode that it has changed, which makes void what
-    /// depends on it. All callbacks fire once, first inside the lock, then outside. @p step must not throw once it has
-    /// changed something. @throws what callbacks throw, when all is done.
-    template <class Step>
-    void Change(Step&& step);
+    /// Under the lock, @p select calls its argument with each INode that is going to change, each once, which makes
+    /// void what depends on them; then @p step changes them, and does not throw. All callbacks fire once, first inside
+    /// the lock, then outside. Allocates nothing where the same nodes change again.
+    /// @throws what @p select throws, with nothing changed; what callbacks throw, when all is done.
+    template <class Select, class Step>
+    void Change(Select&& select, Step&& step);
 
-    /// Runs @p step, which connects and disconnects ports by the operations below; all callbacks fire once. It is given
-    /// the batch, so that a port which fails keeps no other from its turn.
-    template <class Step>
-    void Reconnect(Step&& step);
-
-    /// Connects a port node; takes a connection back, unless somebody has connected another one since.
-    void Connect(INode& portNode, IPortConstruct& implementation);
-    void Disconnect(INode& portNode, IPort& implementation);
+    /// Connects port nodes, in one change. @throws what callbacks throw, when all is done.
+    void Connect(PortLinks links);
+    /// Takes all that back, but where somebody has connected another one since; nothing if the map is gone.
+    /// @throws as Connect; the implementations are not used any more in any case.
+    void Disconnect();
 
 private:
+    void InvalidateSelected();
+
     INodeMap* m_map = nullptr;
     MapCore* m_core = nullptr; // null for a map of another make
     std::weak_ptr<const void> m_life;
+    PortLinks m_ports;                 // connected
+    std::vector<NodeBase*> m_selected; // of the change in progress; under the map's lock
+    Closure m_closure;                 // of the nodes that were selected last; likewise
 };
 
 /// Logs the exception in flight, for what ends an adapter and cannot throw.
 void LogLateFailure(const char* occasion) noexcept;
 
-template <class Step>
-void MapLink::Change(Step&& step) {
+template <class Select, class Step>
+void MapLink::Change(Select&& select, Step&& step) {
     if (m_core != nullptr) {
-        m_core->ChangeAll([core = m_core, &step](CallbackBatch&) {
-            step([core](INode& node) { core->Invalidate(static_cast<NodeBase&>(node)); });
+        m_core->ChangeAll([&](CallbackBatch&) {
+            m_selected.clear();
+            select([this](INode& node) { m_selected.push_back(static_cast<NodeBase*>(&node)); });
+            InvalidateSelected();
+            step();
         });
         return;
     }
-    std::vector<INode*> touched;
+    std::vector<INode*> selected;
     {
         const GenICam::AutoLock lock(m_map->GetLock());
-        step([&touched](INode& node) { touched.push_back(&node); });
-    }
-    for (INode* node : touched) {
-        node->InvalidateNode();
-    }
-}
-
-template <class Step>
-void MapLink::Reconnect(Step&& step) {
-    if (m_core != nullptr) {
-        m_core->ChangeAll(step);
-        return;
+        select([&selected](INode& node) { selected.push_back(&node); });
+        step();
     }
     CallbackBatch batch; // of failures alone: the map fires its callbacks itself
-    step(batch);
+    for (INode* node : selected) {
+        batch.Run([node] { node->InvalidateNode(); });
+    }
     batch.Rethrow();
 }
 

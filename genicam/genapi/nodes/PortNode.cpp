@@ -71,15 +71,6 @@ void PortNode::SetPortImpl(IPort* pPort) {
     });
 }
 
-void PortNode::Disconnect(const IPort* implementation) {
-    Core().Change(*this, "Disconnect", [&] {
-        if (m_implementation == implementation) {
-            m_implementation = nullptr;
-            Core().Invalidate(*this);
-        }
-    });
-}
-
 gcstring PortNode::GetChunkID() const {
     const Call call(*this, "GetChunkID");
     if (m_chunkId != nullptr) {

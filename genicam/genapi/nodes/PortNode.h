@@ -36,7 +36,8 @@ public:
     EAccessMode GetAccessMode() const override { return NodeBase::GetAccessMode(); }
     EInterfaceType GetPrincipalInterfaceType() const override { return intfIPort; }
 
-    void Disconnect(const IPort* implementation); ///< Nothing if another one has taken its place.
+    /// The implementation, for whoever connects many ports as one change and invalidates them himself; under the lock.
+    IPort*& Implementation() noexcept { return m_implementation; }
 
     /// Accesses of registers, with the bytes swapped where the port asks for it; under the lock.
     void ReadBytes(std::uint8_t* bytes, std::int64_t address, std::int64_t length);

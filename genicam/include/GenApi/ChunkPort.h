@@ -29,6 +29,7 @@ public:
     void DetachChunk() noexcept;
     void ClearCache() noexcept; ///< Frees the copy; a chunk that is read from it is detached.
     bool IsAttached() const noexcept { return m_state != State_Detached; }
+    bool IsCopied() const noexcept { return m_state == State_Copied; } ///< Whether a copy is read.
 
 private:
     enum EState { State_Detached, State_InBuffer, State_Copied };

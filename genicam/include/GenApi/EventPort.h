@@ -23,7 +23,6 @@ public:
     void ReserveEvent(size_t Length); ///< @throws std::bad_alloc, with nothing changed.
     /// Takes a copy, for which ReserveEvent has made room, in place of the event before.
     void AttachEvent(const uint8_t* pEvent, size_t Length) noexcept;
-    void DetachEvent() noexcept; ///< As before the first event.
 
 private:
     bool m_hasEvent = false;

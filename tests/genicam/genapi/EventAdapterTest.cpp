@@ -1,5 +1,3 @@
-#include <map>
-
 #include "genicam/genapi/MapFixture.h"
 
 // Event messages as hexadecimal text; one that ends with a point is followed by zeros up to 576 bytes.
@@ -65,25 +63,25 @@ TEST_F(EventAdapterTest, MessagesAreDeliveredAsFarAsTheirHeadersSayOrNotAtAll) {
              {"420000C00010000100009C42000100020000000300000004", "+"},
              {"420000C00010000100009C99000100020000000300000004", ""}})
         EXPECT_EQ(Deliver(gev, message), seen) << message;
-    for (const std::string& bad :
-         {"430000C000100001" + p, "420000C100100001" + p, std::string("420000C0001000"),
-          std::string("420000C000100001"), "420000C000000001" + p, "420000C0000F0001" + p, "420000C000200001" + p,
-          "420000C000200001" + p + q.substr(2), "421000C000180001" + p, "420000C200140001000F" + sized.substr(4),
-          "420000C2001400010015" + sized.substr(4), "420000C200280001" + sized + sizedQ.substr(2),
-          "420000C200280001" + sized, std::string()})
-        EXPECT_EQ(Deliver(gev, bad), "!") << bad;
     EXPECT_THROW(gev.DeliverMessage(nullptr, 576), GenICam::RuntimeException);
     CEventAdapterU3V u3v(Map.get()); // the ports belong to the last adapter
     for (const std::string& good : {"553356450000000C0E000100" + little + ".", "553356450000000CFFFF0100" + little})
         EXPECT_EQ(Deliver(u3v, good), "P" + little) << good;
     EXPECT_EQ(Deliver(u3v, "553356450000000C0C000100" + little), "P" + little.substr(0, 24));
-    for (const std::string& bad : {"553356440000000C0E000100" + little, "553356450000010C0E000100" + little,
-                                   "553356450000000C0B000100" + little, "553356450000000C0E000100" + little.substr(6)})
-        EXPECT_EQ(Deliver(u3v, bad), "!") << bad;
     CEventAdapterCL cl(Map.get());
     EXPECT_EQ(Deliver(cl, "010000000000000000000C00000E0001" + big + "."), "P" + big);
-    for (const std::string& bad : {"010100000000000000000C00000E0001" + big, "010000000000000000000C01000E0001" + big})
-        EXPECT_EQ(Deliver(cl, bad), "!") << bad;
+    const auto refuse = [&](CEventAdapter& adapter, const std::vector<std::string>& messages) {
+        for (const std::string& bad : messages)
+            EXPECT_EQ(Deliver(adapter, bad), "!") << bad;
+    };
+    refuse(gev, {"", "430000C000100001" + p, "420000C100100001" + p, "420000C0001000", "420000C000100001",
+                 "420000C000000001" + p, "420000C0000F0001" + p, "420000C000200001" + p,
+                 "420000C000200001" + p + q.substr(2), "421000C000180001" + p, "420000C200140001000F" + sized.substr(4),
+                 "420000C2001400010015" + sized.substr(4), "420000C200280001" + sized + sizedQ.substr(2),
+                 "420000C200280001" + sized});
+    refuse(u3v, {"553356440000000C0E000100" + little, "553356450000010C0E000100" + little,
+                 "553356450000000C0B000100" + little, "553356450000000C0E000100" + little.substr(6)});
+    refuse(cl, {"010100000000000000000C00000E0001" + big, "010000000000000000000C01000E0001" + big});
 }
 
 TEST_F(EventAdapterTest, PortsKeepTheirLastEventUntilTheNext) {
@@ -105,6 +103,8 @@ TEST_F(EventAdapterTest, PortsKeepTheirLastEventUntilTheNext) {
     Register(Map->GetNode("P"), [](INode*) { throw RUNTIME_EXCEPTION("from a callback"); });
     EXPECT_EQ(Deliver(gev, "420000C000200001" + p + q), "P" + p + "Q" + q + "!") << "no event loses its turn";
     EXPECT_EQ(Event("P"), p);
+    EXPECT_THROW(gev.AttachNodeMap(Map.get()), GenICam::RuntimeException);
+    EXPECT_EQ(Deliver(gev, "420000C000100001" + p), "P" + p + "!") << "attached all the same";
     Map.reset();
     EXPECT_EQ(Deliver(gev, "420000C000100001" + p), "");
 }
