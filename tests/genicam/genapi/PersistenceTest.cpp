@@ -65,7 +65,7 @@ std::string Entry(const std::string& name, int value, const std::string& rest = 
 const std::string entries =
     Entry("A", 0) + Entry("B", 1, "<pIsAvailable>Off</pIsAvailable>") + Entry("C", 2) + Entry("Again", 2);
 
-TEST_F(PersistenceTest, SelectorsOfAllKindsWalkTheirPositionsAndGoBack) {
+TEST_F(PersistenceTest, SelectorsWalkTheirPositionsAndGoBackOrAreRefusedByName) {
     const std::vector<std::pair<std::string, const char*>> kinds{
         {Value("S"), ";"},
         {Node("Enumeration", "S", entries + "<Value>2</Value>" + selectsF), "S=A;S=C;"},
@@ -83,9 +83,6 @@ TEST_F(PersistenceTest, SelectorsOfAllKindsWalkTheirPositionsAndGoBack) {
         EXPECT_EQ(Walk("F"), positions) << selector;
         EXPECT_EQ(Text("S"), before) << selector;
     }
-}
-
-TEST_F(PersistenceTest, WhatCannotBeWalkedInFiniteTimeIsRefusedByName) {
     const std::string all = "<Min>-9223372036854775808</Min><Max>9223372036854775807</Max>";
     std::string chain;
     for (int i = 0; i < 66; ++i)
@@ -140,11 +137,18 @@ TEST_F(PersistenceTest, SelectedValuesAreStoredForEachPositionAndSelectorsLast) 
     EXPECT_EQ(Port.Memory, before) << "nothing is written where the selector could not be set";
 }
 
-TEST_F(PersistenceTest, LinesThatDependOnLaterOnesAreTriedAgain) {
-    LoadMap("Width Offset",
+TEST_F(PersistenceTest, LinesThatDependOnLaterOnesAreTriedAgainAndVerifyTellsWhatTheDeviceMadeOfThem) {
+    const std::string lowBits = "<LSB>0</LSB><MSB>3</MSB><Endianess>LittleEndian</Endianess>";
+    LoadMap("Width Offset Low Exact",
             Node("IntSwissKnife", "Room", "<pVariable Name=\"O\">Offset</pVariable><Formula>10-O</Formula>") +
-                Node("Integer", "Width", streamable + "<Value>1</Value><pMax>Room</pMax>") +
-                Value("Offset", 9, streamable));
+                Node("Integer", "Width", "<Value>1</Value><pMax>Room</pMax>") + Value("Offset", 9) +
+                Register("Wide", 0, "") + Node("MaskedIntReg", "Low", Place(0, 4, lowBits)) +
+                Node("FloatReg", "Real", Place(8, 4)) + Above("Float", "Exact", "Real", streamable));
+    EXPECT_THAT(Errors("Low\t3\nWide\t0x10\nExact\t0.1\n"), ElementsAre("Low: It reads '0' instead of '3'."));
+    EXPECT_THAT(Errors("Low\t3\nWide\t16\n", false), ElementsAre());
+    EXPECT_EQ(Stored(), "Exact\t0.10000000149011612\n") << "what six digits would lose";
+    EXPECT_TRUE(Bag("Exact\t0.1\nWide\t0x10\n").Compare(Map.get()).empty());
+    EXPECT_EQ(Bag("Exact\t0.1001\nWide\t0x11\n").Compare(Map.get()).size(), 2u);
     EXPECT_THAT(Errors("Width\t8\nOffset\t2\n"), ElementsAre());
     EXPECT_EQ(Text("Width"), "8");
     EXPECT_THAT(Errors("Width\t9\nNope\t1\nRoot\t1\nWidth\tx\nOffset\t2\n"),
@@ -155,18 +159,6 @@ TEST_F(PersistenceTest, LinesThatDependOnLaterOnesAreTriedAgain) {
                 HasSubstr("Nope: There is no such"));
     EXPECT_EQ(Text("Offset"), "3") << "raised when all is through";
     EXPECT_THROW(CFeatureBag().LoadFromBag(nullptr), GenICam::InvalidArgumentException);
-}
-
-TEST_F(PersistenceTest, VerifyTellsWhatTheDeviceMadeOfIt) {
-    LoadMap("Low Exact", Register("Wide", 0, "") +
-                             Node("MaskedIntReg", "Low",
-                                  Place(0, 4, "<LSB>0</LSB><MSB>3</MSB><Endianess>LittleEndian</Endianess>")) +
-                             Node("FloatReg", "Real", Place(8, 4)) + Above("Float", "Exact", "Real", streamable));
-    EXPECT_THAT(Errors("Low\t3\nWide\t0x10\nExact\t0.1\n"), ElementsAre("Low: It reads '0' instead of '3'."));
-    EXPECT_THAT(Errors("Low\t3\nWide\t16\n", false), ElementsAre());
-    EXPECT_EQ(Stored(), "Exact\t0.10000000149011612\n") << "what six digits would lose";
-    EXPECT_TRUE(Bag("Exact\t0.1\nWide\t0x10\n").Compare(Map.get()).empty());
-    EXPECT_EQ(Bag("Exact\t0.1001\nWide\t0x11\n").Compare(Map.get()).size(), 2u);
 }
 
 TEST_F(PersistenceTest, StreamableFeaturesAreStoredAndTheDeviceIsToldOfBeginAndEndAlsoWhenItFails) {
