@@ -79,8 +79,20 @@ void DeviceSets::Select(std::string_view set) {
     }
 }
 
+void DeviceSets::Run(ICommand& command) {
+    if (m_isStuck) {
+        throw TIMEOUT_EXCEPTION("Not tried, as the device did not answer in time before.");
+    }
+    try {
+        RunToEnd(command, timeout);
+    } catch (const GenICam::TimeoutException&) {
+        m_isStuck = true;
+        throw;
+    }
+}
+
 void DeviceSets::Load() {
-    RunToEnd(*m_load, timeout);
+    Run(*m_load);
     m_nodeMap.InvalidateNodes(); // descriptions seldom tell all that this changes
 }
 
@@ -89,7 +101,7 @@ bool DeviceSets::IsFixed() const {
 }
 
 void DeviceSets::Save() {
-    RunToEnd(*m_save, timeout);
+    Run(*m_save);
 }
 
 void DeviceSets::Restore() {

@@ -46,6 +46,8 @@ public:
     void Restore();
 
 private:
+    void Run(ICommand& command);
+
     INodeMap& m_nodeMap;
     IValue* m_selector;
     ICommand* m_load;
@@ -53,6 +55,7 @@ private:
     IValue* m_mode;
     std::optional<std::string> m_selectorFound; // empty until it may have moved
     std::optional<std::string> m_modeFound;
+    bool m_isStuck = false; // after a time-out, since hundreds of sets would add up to hours
 };
 
 } // namespace GenApi
