@@ -165,20 +165,6 @@ TEST_P(ChunkAdapterTest, AdaptersComeAndGoInAnyOrder) {
     EXPECT_THROW(Adapter->AttachNodeMap(nullptr), GenICam::InvalidArgumentException);
 }
 
-TEST_P(ChunkAdapterTest, NodesAreReadWhileBuffersComeAndGo) {
-    std::atomic<int> odd = 0, rounds = 1000;
-    std::thread reader([&] {
-        while (rounds > 0) {
-            const AutoLock lock(Map->GetLock());
-            odd += IsReadable(Map->GetNode("Sum")) && Int("Sum").GetValue() != 2 * Int("A").GetValue();
-        }
-    });
-    for (; rounds > 0; --rounds, Adapter->DetachBuffer()) // a buffer is gone before the next one comes
-        With(Five = Pack({{0xA1, uint8_t(rounds)}, {0xB2, uint8_t(rounds)}}));
-    reader.join();
-    EXPECT_EQ(odd, 0);
-}
-
 INSTANTIATE_TEST_SUITE_P(GevU3vDcam, ChunkAdapterTest, testing::Values('G', 'U', 'D'));
 
 TEST(ChunkListTest, ListedChunksAreCheckedAgainstTheBuffer) {

@@ -22,6 +22,8 @@ protected:
              Node("Integer", "Above", "<pValue>X</pValue>") +
              Node("IntSwissKnife", "Double", "<pVariable Name=\"X\">Above</pVariable><Formula>X*2</Formula>") +
              Node("Port", "ChunkPort", "<ChunkID>1</ChunkID>") + Node("Port", "EventPort", "<EventID>9001</EventID>") +
+             Node("Port", "SameChunkPort", "<ChunkID>1</ChunkID>") +
+             Node("IntReg", "Same", "<Address>0</Address><Length>4</Length><pPort>SameChunkPort</pPort>") +
              Node("IntReg", "Chunk", "<Address>0</Address><Length>4</Length><pPort>ChunkPort</pPort>") +
              Node("IntReg", "Event", "<Address>0</Address><Length>4</Length><pPort>EventPort</pPort>") +
              Node("IntSwissKnife", "Sum",
@@ -97,6 +99,7 @@ TEST_F(ConcurrencyTest, ChunksAndEventsComeWhileOthersWriteReadPollAndRegister) 
         ++calls;
         for (const char* name : {"Chunk", "Event", "Sum"})
             torn += IsReadable(Map->GetNode(name)) && Int(name).GetValue() % 0x01010101 != 0;
+        torn += IsReadable(Map->GetNode("Chunk")) && Int("Chunk").GetValue() != Int("Same").GetValue();
     };
     Register(Map->GetNode("Sum"), look, cbPostInsideLock);
     Register(Map->GetNode("Sum"), look, cbPostOutsideLock);
