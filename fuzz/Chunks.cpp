@@ -14,19 +14,25 @@ using namespace GenApi;
 
 namespace {
 
-void AttachListed(CChunkAdapterGeneric& adapter, std::vector<std::uint8_t>& bytes, Fuzz::Choices& choices) {
+bool AttachListed(CChunkAdapterGeneric& adapter, std::vector<std::uint8_t>& bytes, Fuzz::Choices& choices) {
+    bool isAttached = false;
     SingleChunkData_t chunks[3];
     for (SingleChunkData_t& chunk : chunks)
         chunk = {choices.ConsumeIntegralInRange<uint64_t>(0, 3), choices.ConsumeIntegral<int8_t>(),
                  choices.ConsumeIntegral<uint8_t>()};
-    Fuzz::Try([&] { adapter.AttachBuffer(bytes.data(), static_cast<int64_t>(bytes.size()), chunks, 3); });
+    Fuzz::Try([&] {
+        adapter.AttachBuffer(bytes.data(), static_cast<int64_t>(bytes.size()), chunks, 3);
+        isAttached = true;
+    });
+    return isAttached;
 }
 
-void Attach(CChunkAdapter& adapter, std::vector<std::uint8_t>& bytes) {
+bool Attach(CChunkAdapter& adapter, std::vector<std::uint8_t>& bytes) {
     const auto size = static_cast<int64_t>(bytes.size());
     bool isAttached = false;
     Fuzz::Try([&] { adapter.AttachBuffer(bytes.data(), size), isAttached = true; });
     Fuzz::Require(adapter.CheckBufferLayout(bytes.data(), size) == isAttached, "a sound layout is attached");
+    return isAttached;
 }
 
 } // namespace
@@ -35,6 +41,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Fuzz::Choices choices(data, size);
     const Fuzz::MapPtr map = Fuzz::MakeMapOfAllKinds();
     std::vector<std::vector<std::uint8_t>> buffers; // stay until the adapters go
+    std::size_t attached = 0;                       // bytes of the one attached last; a refused one leaves it there
     const int64_t cache = choices.ConsumeIntegralInRange(-1, 8);
     CChunkAdapterGEV gev(nullptr, cache);
     CChunkAdapterU3V u3v(nullptr, cache);
@@ -47,7 +54,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         const auto length = choices.ConsumeIntegralInRange<std::size_t>(1, 255);
         const std::vector<std::uint8_t> bytes = choices.ConsumeBytes<std::uint8_t>(length);
         buffers.emplace_back(bytes.begin(), bytes.end()); // without room behind its end
-        &adapter == &generic ? AttachListed(generic, buffers.back(), choices) : Attach(adapter, buffers.back());
+        const bool isTaken =
+            &adapter == &generic ? AttachListed(generic, buffers.back(), choices) : Attach(adapter, buffers.back());
+        attached = isTaken ? bytes.size() : attached;
         for (const char* name : {"ChunkInt", "ChunkText", "ChunkBytes"})
             Fuzz::UseNode(*map->GetNode(name));
         const int next = choices.ConsumeIntegralInRange(0, 3);
@@ -55,7 +64,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             adapter.DetachBuffer();
         if (next == 2)
             adapter.ClearCaches();
-        if (next == 3 && buffers.front().size() >= bytes.size())
+        if (next == 3 && buffers.front().size() >= attached)
             Fuzz::Try([&] { adapter.UpdateBuffer(buffers.front().data()); });
         Fuzz::UseNode(*map->GetNode("ChunkBytes"));
     }
