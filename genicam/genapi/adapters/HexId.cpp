@@ -1,7 +1,6 @@
 #include "genicam/genapi/adapters/HexId.h"
 
 #include <algorithm>
-#include <functional>
 
 namespace GenApi {
 
@@ -21,6 +20,11 @@ int DigitOf(char sign) noexcept {
     const char lower = static_cast<char>(sign | 0x20);
     return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
 }
+
+struct ById {
+    bool operator()(const HexIndex::Entry& entry, HexId id) const noexcept { return entry.id < id; }
+    bool operator()(HexId id, const HexIndex::Entry& entry) const noexcept { return id < entry.id; }
+};
 
 } // namespace
 
@@ -53,8 +57,8 @@ void HexIndex::Sort() noexcept {
 }
 
 std::span<const HexIndex::Entry> HexIndex::Find(HexId id) const noexcept {
-    const auto found = std::ranges::equal_range(m_entries, id, std::less<HexId>(), &Entry::id);
-    return {found.begin(), found.end()};
+    const auto [first, last] = std::equal_range(m_entries.begin(), m_entries.end(), id, ById());
+    return {first, last};
 }
 
 } // namespace GenApi
