@@ -10,7 +10,6 @@
 
 namespace {
 
-using testing::HasSubstr;
 using tool::Json;
 
 constexpr const char* description =

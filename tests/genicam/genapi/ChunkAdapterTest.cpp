@@ -134,7 +134,13 @@ TEST_P(ChunkAdapterTest, CopiesOutliveTheContentOfTheBuffer) {
 
 TEST_P(ChunkAdapterTest, CallbacksFireOnceAndOutsideOfTheLock) {
     std::string fired;
-    const auto tryLock = [&] { fired += Map->GetLock().TryLock() ? (Map->GetLock().Unlock(), "free,") : "held,"; };
+    const auto tryLock = [&] {
+        CLock& lock = Map->GetLock();
+        const bool isFree = lock.TryLock();
+        fired += isFree ? "free," : "held,";
+        if (isFree)
+            lock.Unlock();
+    };
     Register(Map->GetNode("Sum"), [&](INode* sum) { fired += IsReadable(sum) ? Text("Sum") + " " : "- "; });
     Register(
         Map->GetNode("Sum"), [&](INode*) { std::thread(tryLock).join(); }, cbPostOutsideLock);
