@@ -16,7 +16,8 @@ using namespace GenApi;
 
 /// Without texts and lists that are empty.
 Json UnlessEmpty(Json value) {
-    return value.empty() || value == "" ? Json() : value;
+    const bool isEmptyText = value.is_string() && value.get_ref<const std::string&>().empty();
+    return value.empty() || isEmptyText ? Json() : value;
 }
 
 Json Text(const gcstring& text) {
