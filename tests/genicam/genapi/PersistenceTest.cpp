@@ -4,7 +4,6 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
-#include <regex>
 #include <sstream>
 
 namespace {
@@ -27,8 +26,11 @@ class PersistenceTest : public MapTest {
 protected:
     /// @p features stand in the category Root.
     void LoadMap(const std::string& features, const std::string& nodes) {
-        const std::regex word("\\w+");
-        Load(Node("Category", "Root", std::regex_replace(features, word, "<pFeature>$&</pFeature>")) + nodes);
+        std::istringstream words(features);
+        std::string list;
+        for (std::string word; words >> word;)
+            list += "<pFeature>" + word + "</pFeature>";
+        Load(Node("Category", "Root", list) + nodes);
     }
     std::string Walk(const char* feature) {
         CSelectorSet set(Map->GetNode(feature));
