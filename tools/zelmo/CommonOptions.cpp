@@ -39,6 +39,15 @@ void DefineDeviceOptions(CLI::App& command, DeviceOptions& options) {
                  "Node map to work on; default device");
 }
 
+void DefineDeviceArgument(CLI::App& command, std::string& device) {
+    command
+        .add_option(
+            "DEVICE", device,
+            "Serial number, user-defined name, full name, KEY=VALUE[,KEY=VALUE...] or index of 'list'; the only "
+            "camera when left out")
+        ->type_name("");
+}
+
 CLI::Option* DefineMilliseconds(CLI::App& command, const std::string& name, unsigned& valueMs,
                                 const std::string& text) {
     constexpr unsigned hourMs = 3600 * 1000;

@@ -9,6 +9,9 @@ namespace tool {
 /// -d and --nodemap of the feature verbs.
 void DefineDeviceOptions(CLI::App& command, DeviceOptions& options);
 
+/// The device as the argument of a verb.
+void DefineDeviceArgument(CLI::App& command, std::string& device);
+
 /// A check for whole numbers from @p lowest to @p highest.
 CLI::Validator WholeNumber(unsigned lowest, unsigned highest);
 

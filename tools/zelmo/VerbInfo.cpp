@@ -39,14 +39,7 @@ public:
         };
     }
 
-    void Define(CLI::App& command) override {
-        command
-            .add_option(
-                "DEVICE", m_device,
-                "Serial number, user-defined name, full name, KEY=VALUE[,KEY=VALUE...] or index of 'list'; the only "
-                "camera when left out")
-            ->type_name("");
-    }
+    void Define(CLI::App& command) override { DefineDeviceArgument(command, m_device); }
 
     ExitCode Run(Library& library, Output& output) override {
         const Zelmo::CDeviceInfo info = SelectDevice(library, m_device);

@@ -1,3 +1,4 @@
+#include "CommonOptions.h"
 #include "DeviceSelector.h"
 #include "Output.h"
 #include "PartialFiles.h"
@@ -66,12 +67,7 @@ public:
     }
 
     void Define(CLI::App& command) override {
-        command
-            .add_option(
-                "DEVICE", m_device,
-                "Serial number, user-defined name, full name, KEY=VALUE[,KEY=VALUE...] or index of 'list'; the only "
-                "camera when left out")
-            ->type_name("");
+        DefineDeviceArgument(command, m_device);
         command.add_option("-o,--out", m_file, "Write to this file instead of standard output")->type_name("FILE");
     }
 
