@@ -32,11 +32,16 @@ RawCache::Entry& RawCache::At(std::int64_t address, std::int64_t length) {
     return entry;
 }
 
+void RawCache::Keep(Entry& entry, std::span<const std::uint8_t> bytes) {
+    entry.bytes.assign(bytes.begin(), bytes.end());
+    entry.stamp = ++m_lastStamp;
+}
+
 void RawCache::Drop(std::int64_t address, std::int64_t length) noexcept {
     Lane& lane = LaneOf(length);
     const auto found = lane.entries.find({address, length});
     if (found != lane.entries.end()) {
-        found->second.isValid = false;
+        found->second.Drop();
     }
 }
 
@@ -57,9 +62,9 @@ void RawCache::Lane::DropOverlapping(std::int64_t address, std::int64_t length) 
             if (ahead >= distance) {
                 break;
             }
-            entry->second.isValid = false;
+            entry->second.Drop();
         } else if (static_cast<std::uint64_t>(entry->first.second) > std::uint64_t(0) - ahead) {
-            entry->second.isValid = false;
+            entry->second.Drop();
         }
     }
 }
@@ -67,7 +72,7 @@ void RawCache::Lane::DropOverlapping(std::int64_t address, std::int64_t length) 
 void RawCache::DropAll() noexcept {
     for (Lane* lane : {&m_short, &m_long}) {
         for (auto& entry : lane->entries) {
-            entry.second.isValid = false;
+            entry.second.Drop();
         }
     }
 }

@@ -15,10 +15,14 @@ class RawCache {
 public:
     struct Entry {
         std::vector<std::uint8_t> bytes;
-        bool isValid = false;
+        std::uint64_t stamp = 0; ///< of these bytes and no others; 0: void
+
+        bool IsValid() const noexcept { return stamp != 0; }
+        void Drop() noexcept { stamp = 0; }
     };
 
     Entry& At(std::int64_t address, std::int64_t length); ///< made if it is not there; may start a new generation
+    void Keep(Entry& entry, std::span<const std::uint8_t> bytes);
     std::uint32_t Generation() const noexcept { return m_generation; }
     void Drop(std::int64_t address, std::int64_t length) noexcept; ///< the entry of exactly this place, if there is one
     void DropOverlapping(std::int64_t address, std::int64_t length) noexcept;
@@ -42,6 +46,7 @@ private:
     Lane m_long;
     std::size_t m_bytes = 0;
     std::uint32_t m_generation = 1;
+    std::uint64_t m_lastStamp = 0;
 };
 
 } // namespace GenApi

@@ -101,11 +101,15 @@ std::int64_t IntegerRegisterNode::Evaluate(ReadMode mode) {
 }
 
 bool IntegerRegisterNode::ReadKept(std::int64_t& value) {
-    const auto bytes = KeptBytes();
-    if (bytes.empty()) {
+    const RawCache::Entry* const kept = Kept();
+    if (kept == nullptr) {
         return false;
     }
-    value = ValueOf(bytes);
+    if (m_decodedStamp != kept->stamp) {
+        m_decoded = ValueOf(kept->bytes);
+        m_decodedStamp = kept->stamp;
+    }
+    value = m_decoded;
     return true;
 }
 
@@ -184,11 +188,11 @@ double FloatRegisterNode::Evaluate(ReadMode mode) {
 }
 
 bool FloatRegisterNode::ReadKept(double& value) {
-    const auto bytes = KeptBytes();
-    if (bytes.size() != 4 && bytes.size() != 8) {
+    const RawCache::Entry* const kept = Kept();
+    if (kept == nullptr || (kept->bytes.size() != 4 && kept->bytes.size() != 8)) {
         return false;
     }
-    value = ValueOf(bytes);
+    value = ValueOf(kept->bytes);
     return true;
 }
 

@@ -10,7 +10,7 @@
 namespace GenApi {
 
 /// Makes a node of one value type a register: adds IRegister and the rules of place, mode and caching.
-/// The bytes are what is cached; values are decoded from them at each read.
+/// The bytes are what is cached; values are decoded from them.
 template <typename Base>
 class RegisterOf : public Base, public IRegister {
 public:
@@ -35,10 +35,8 @@ protected:
     virtual std::int64_t MaxLength() const noexcept { return RegisterPart::MaxLength; }
 
     RegisterPart& Located(); ///< with address and length found
-    /// The bytes, if a read may have them without more ado; else none.
-    std::span<const std::uint8_t> KeptBytes() const noexcept {
-        return this->HasCached(Cached_Place) ? m_register.Kept() : std::span<const std::uint8_t>();
-    }
+    /// The bytes, if a read may have them without more ado; else null.
+    const RawCache::Entry* Kept() const noexcept { return this->HasCached(Cached_Place) ? m_register.Kept() : nullptr; }
     bool IsPlaceCacheable() { return m_register.IsPlaceCacheable(); }
     void WriteBytes(std::span<const std::uint8_t> bytes); ///< where it was located last
 
@@ -80,6 +78,8 @@ private:
     ESign m_sign = Unsigned;
     std::int64_t m_lsb = -1; // as in the file; -1: the whole register
     std::int64_t m_msb = -1;
+    std::uint64_t m_decodedStamp = 0; // of the bytes whose value is in m_decoded
+    std::int64_t m_decoded = 0;
 };
 
 /// FloatReg.

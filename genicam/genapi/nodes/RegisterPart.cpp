@@ -120,10 +120,10 @@ RawCache::Entry& RegisterPart::Entry() {
 std::span<const std::uint8_t> RegisterPart::Read(ReadMode mode) {
     if (m_caching != NoCache) {
         RawCache::Entry& entry = Entry();
-        if (entry.isValid && mode.MayUseCache()) {
+        if (entry.IsValid() && mode.MayUseCache()) {
             return entry.bytes;
         }
-        entry.isValid = false; // until all bytes are there
+        entry.Drop(); // until all bytes are there
     }
     const std::int64_t address = m_address;
     const std::int64_t length = m_length;
@@ -146,18 +146,16 @@ void RegisterPart::Keep(std::span<const std::uint8_t> bytes, std::int64_t addres
     if (m_caching == NoCache || address != m_address || bytes.size() != static_cast<std::size_t>(m_length)) {
         return;
     }
-    RawCache::Entry& entry = Entry();
-    entry.bytes.assign(bytes.begin(), bytes.end());
-    entry.isValid = true;
+    m_port->Raw().Keep(Entry(), bytes);
 }
 
 bool RegisterPart::IsCached() {
-    return m_caching != NoCache && Entry().isValid;
+    return m_caching != NoCache && Entry().IsValid();
 }
 
 void RegisterPart::DropRaw() noexcept {
     if (m_entry != nullptr && m_generation == m_port->Raw().Generation()) {
-        m_entry->isValid = false;
+        m_entry->Drop();
     } else {
         m_port->Raw().Drop(m_address, m_length); // another register may have read the same place
     }

@@ -29,10 +29,10 @@ public:
     std::span<const std::uint8_t> Read(ReadMode mode);
     void Write(std::span<const std::uint8_t> bytes);
     bool IsCached();
-    /// The bytes of the place located last, if they are cached.
-    std::span<const std::uint8_t> Kept() const noexcept {
-        const bool isKept = m_entry != nullptr && m_generation == m_port->Raw().Generation() && m_entry->isValid;
-        return isKept ? std::span<const std::uint8_t>(m_entry->bytes) : std::span<const std::uint8_t>();
+    /// The bytes of the place located last, if they are cached; else null.
+    const RawCache::Entry* Kept() const noexcept {
+        return m_entry != nullptr && m_generation == m_port->Raw().Generation() && m_entry->IsValid() ? m_entry
+                                                                                                      : nullptr;
     }
     void DropRaw() noexcept;
     PortNode& Port() const noexcept { return *m_port; }

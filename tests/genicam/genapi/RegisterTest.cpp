@@ -365,13 +365,13 @@ TEST(RawCacheTest, AWriteMakesVoidExactlyWhatItOverlaps) {
     for (const Range& written : ranges) {
         RawCache cache;
         for (const Range& range : ranges)
-            cache.At(range.address, range.length).isValid = true;
+            cache.At(range.address, range.length).stamp = 1;
         cache.DropOverlapping(written.address, written.length);
         for (const Range& range : ranges) {
             const auto begin = std::max<long double>(written.address, range.address);
             const auto end = std::min<long double>(static_cast<long double>(written.address) + written.length,
                                                    static_cast<long double>(range.address) + range.length);
-            EXPECT_EQ(cache.At(range.address, range.length).isValid, begin >= end)
+            EXPECT_EQ(cache.At(range.address, range.length).IsValid(), begin >= end)
                 << written.address << "+" << written.length << " over " << range.address << "+" << range.length;
         }
     }
@@ -390,11 +390,11 @@ TEST_F(RegisterTest, AccessesOfTheDeviceCanBeLogged) {
 TEST(RawCacheTest, EntriesOfMovingRegistersDoNotPileUp) {
     RawCache cache;
     const uint32_t first = cache.Generation();
-    cache.At(0, 4).isValid = true;
+    cache.At(0, 4).stamp = 1;
     for (int64_t address = 1; address < 200000; ++address)
         cache.At(address * 8, 8);
     EXPECT_NE(cache.Generation(), first);
-    EXPECT_FALSE(cache.At(0, 4).isValid);
+    EXPECT_FALSE(cache.At(0, 4).IsValid());
     for (int64_t address = 0; address < 10; ++address)
         cache.At(address, 60 << 20);
     EXPECT_NE(cache.Generation(), first + 1) << "nor do their bytes";
