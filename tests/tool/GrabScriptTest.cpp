@@ -73,13 +73,19 @@ std::ostream& operator<<(std::ostream& stream, const Strategy& one) {
 class GrabStrategyTest : public GrabScriptTest, public testing::WithParamInterface<Strategy> {};
 
 TEST_P(GrabStrategyTest, EveryImageOfTheCameraIsTakenOrCountedAsSkipped) {
-    const ExitCode code = RunScript("", {"grab", "-n", "30", "-o", m_folder / "%d.png", "--strategy", GetParam().typed,
-                                         "--buffers", "4", "--max-lost", "0"});
-    EXPECT_EQ(Events("start")[0]["strategy"], GetParam().name);
-    EXPECT_EQ(code, GetParam().skips ? ExitCode::Quality : ExitCode::Done) << m_messages.str();
-    EXPECT_EQ(Summary()["lost"], 0) << "this camera waits for buffers";
-    EXPECT_EQ(Summary()["skipped"].get<int>() > 0, GetParam().skips);
-    EXPECT_EQ(Summary()["skipped"].get<int>() + 30, Events("frame").back()["block_id"].get<int>() + 1);
+    int images = 30;
+    int skipped = 0;
+    do { // a writer that happened to keep up has nothing skipped: then it gets more to do
+        images *= 2;
+        const ExitCode code = RunScript("", {"grab", "-n", std::to_string(images), "-o", m_folder / "%d.png",
+                                             "--strategy", GetParam().typed, "--buffers", "4", "--max-lost", "0"});
+        skipped = Summary()["skipped"].get<int>();
+        EXPECT_EQ(Events("start")[0]["strategy"], GetParam().name);
+        EXPECT_EQ(code, skipped > 0 ? ExitCode::Quality : ExitCode::Done) << m_messages.str();
+        EXPECT_EQ(Summary()["lost"], 0) << "this camera waits for buffers";
+        EXPECT_EQ(skipped + images, Events("frame").back()["block_id"].get<int>() + 1);
+    } while (GetParam().skips && skipped == 0 && images < 10000);
+    EXPECT_EQ(skipped > 0, GetParam().skips);
 }
 
 INSTANTIATE_TEST_SUITE_P(Spellings, GrabStrategyTest,

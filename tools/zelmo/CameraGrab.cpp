@@ -11,10 +11,10 @@ namespace {
 
 using namespace std::chrono;
 
-/// Fewer than there are buffers, or the camera would wait for one instead of replacing the oldest image.
+/// One buffer is being written out and the camera needs one to fill, or it would wait instead of replacing an image.
 unsigned GetQueueSize(const GrabOptions& options) {
     constexpr unsigned usual = 5;
-    return options.queueSize.value_or(std::clamp(options.buffers - 1, 1u, usual));
+    return options.queueSize.value_or(std::clamp(options.buffers, 3u, usual + 2) - 2);
 }
 
 Zelmo::CDeviceGrab::Settings MakeSettings(const GrabOptions& options) {

@@ -87,7 +87,8 @@ void DefineGrabOptions(CLI::App& command, GrabOptions& options) {
         ->check(WholeNumber(1, 10'000));
     command
         .add_option("--queue-size", options.queueSize,
-                    "Images that latest-images keeps, fewer than there are buffers; default 5")
+                    "Images that latest-images keeps, fewer than there are buffers; default 5, or two fewer than there "
+                    "are buffers")
         ->type_name("N")
         ->check(WholeNumber(1, 9'999));
     DefineMilliseconds(command, "--timeout", options.timeoutMs,
