@@ -207,18 +207,13 @@ std::vector<std::string> BagReplay::Load(bool verify) {
     std::vector<std::string> errors;
     const InvalidateGuard invalidate(m_nodeMap);
     StreamingPhase phase(m_nodeMap, "DeviceRegistersStreaming");
-    const auto tell = [&](const char* command, void (StreamingPhase::*step)()) {
-        if (const auto failure = FailureOf([&] { (phase.*step)(); })) {
-            errors.push_back(std::string(command) + ": " + *failure);
-        }
-    };
-    tell("DeviceRegistersStreamingStart", &StreamingPhase::Start);
+    phase.Start(errors);
     m_nodesCheck = !phase.IsOpen();
     const Failures failures = WriteAll();
     for (const Failure& failure : failures) {
         errors.push_back(m_entries[failure.line].Name.c_str() + (": " + failure.reason));
     }
-    tell("DeviceRegistersStreamingEnd", &StreamingPhase::End);
+    phase.End(errors);
     if (!m_nodesCheck) {
         CheckRegisters(errors);
     }

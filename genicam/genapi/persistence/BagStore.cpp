@@ -49,10 +49,10 @@ bool HasState(const INode& node) {
 
 void BagStore::Run() {
     StreamingPhase phase(m_nodeMap, "DeviceFeaturePersistence");
-    phase.Start();
+    phase.Start(m_errors);
     StoreFeatures();
     StoreSelectors();
-    phase.End();
+    phase.End(m_errors);
 }
 
 void BagStore::StoreFeatures() {

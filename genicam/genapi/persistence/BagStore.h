@@ -22,7 +22,7 @@ public:
     std::int64_t maxEntries = -1;
     const gcstring_vector* filter = nullptr; ///< Names of the only features to store; null: all.
 
-    void Run(); ///< @throws what the commands raise that surround the storing; other failures are collected.
+    void Run(); ///< Collects failures.
     BagEntries TakeEntries() noexcept { return std::move(m_entries); }
     const std::vector<std::string>& GetErrors() const noexcept { return m_errors; } ///< "<name>: <reason>".
 

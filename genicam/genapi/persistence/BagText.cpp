@@ -77,7 +77,12 @@ std::string BagLines::Take() {
 
 void BagLines::Read() {
     m_next.clear();
-    m_hasNext = static_cast<bool>(std::getline(m_stream, m_next));
+    // looks first: to read at the end would leave the stream failed behind a good text
+    m_hasNext =
+        m_stream.good() && m_stream.peek() != std::istream::traits_type::eof() && std::getline(m_stream, m_next);
+    if (m_stream.bad()) {
+        throw RUNTIME_EXCEPTION("Reading the feature bag failed behind its line %zu.", m_number);
+    }
     m_number += 1;
     if (!m_next.empty() && m_next.back() == '\r') {
         m_next.pop_back();

@@ -27,9 +27,9 @@ double LastDigit(const IFloat& number, double size) {
 
 bool HasFloat(IFloat& number, std::string_view text) {
     const auto wanted = ParseFloat(text);
-    const double value = number.GetValue();
+    const double value = number.GetValue(false, true);
     if (!wanted || !std::isfinite(*wanted) || !std::isfinite(value) || *wanted == value) {
-        return wanted == value;
+        return wanted == value || (wanted && std::isnan(*wanted) && std::isnan(value));
     }
     return std::abs(*wanted - value) < LastDigit(number, std::max(std::abs(*wanted), std::abs(value)));
 }
@@ -57,14 +57,14 @@ bool HasValue(IValue& feature, std::string_view text) {
         return HasFloat(dynamic_cast<IFloat&>(feature), text);
     case intfIInteger: {
         auto& integer = dynamic_cast<IInteger&>(feature);
-        return ParseInteger(text, integer.GetRepresentation()) == integer.GetValue();
+        return ParseInteger(text, integer.GetRepresentation()) == integer.GetValue(false, true);
     }
     case intfIBoolean:
-        return ParseBoolean(text) == dynamic_cast<IBoolean&>(feature).GetValue();
+        return ParseBoolean(text) == dynamic_cast<IBoolean&>(feature).GetValue(false, true);
     case intfIRegister:
-        return ParseBytes(text) == ParseBytes(feature.ToString().view());
+        return ParseBytes(text) == ParseBytes(feature.ToString(false, true).view());
     default:
-        return feature.ToString().view() == text;
+        return feature.ToString(false, true).view() == text;
     }
 }
 

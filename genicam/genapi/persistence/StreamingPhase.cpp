@@ -1,11 +1,10 @@
 #include "genicam/genapi/persistence/StreamingPhase.h"
 
 #include "genicam/genapi/map/LoadLog.h"
+#include "genicam/genapi/persistence/Failure.h"
 #include "genicam/genapi/persistence/RunToEnd.h"
 
 #include <GenApi/ICommand.h>
-
-#include <string>
 
 namespace GenApi {
 
@@ -17,32 +16,41 @@ ICommand* FindCommand(const INodeMap& nodeMap, const std::string& name) {
     return dynamic_cast<ICommand*>(nodeMap.GetNode(gcstring(name)));
 }
 
+void Tell(ICommand& command, const std::string& name, std::vector<std::string>& errors) {
+    if (const auto failure = FailureOf([&] { RunToEnd(command, timeout); })) {
+        errors.push_back(name + ": " + *failure);
+    }
+}
+
 } // namespace
 
 StreamingPhase::StreamingPhase(INodeMap& nodeMap, const char* name)
-    : m_start(FindCommand(nodeMap, std::string(name) + "Start")),
-      m_end(FindCommand(nodeMap, std::string(name) + "End")) {}
+    : m_name(name), m_start(FindCommand(nodeMap, m_name + "Start")), m_end(FindCommand(nodeMap, m_name + "End")) {}
 
 StreamingPhase::~StreamingPhase() {
     try {
-        End();
+        std::vector<std::string> errors;
+        End(errors);
+        for (const std::string& error : errors) {
+            LogLoadWarning(error);
+        }
     } catch (const std::exception& failure) {
-        LogLoadWarning(std::string("The streaming of settings could not be ended: ") + failure.what());
+        LogLoadWarning(m_name + "End: " + failure.what());
     }
 }
 
-void StreamingPhase::Start() {
+void StreamingPhase::Start(std::vector<std::string>& errors) {
     if (IsWritable(m_start)) {
         m_isOpen = true; // from here on End is due, also when Start fails halfway
-        RunToEnd(*m_start, timeout);
+        Tell(*m_start, m_name + "Start", errors);
     }
 }
 
-void StreamingPhase::End() {
+void StreamingPhase::End(std::vector<std::string>& errors) {
     const bool isDue = m_isOpen;
     m_isOpen = false;
     if (isDue && IsWritable(m_end)) {
-        RunToEnd(*m_end, timeout);
+        Tell(*m_end, m_name + "End", errors);
     }
 }
 

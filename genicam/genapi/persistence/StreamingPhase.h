@@ -2,6 +2,9 @@
 
 #include <GenApi/INodeMap.h>
 
+#include <string>
+#include <vector>
+
 namespace GenApi {
 
 struct ICommand;
@@ -17,11 +20,12 @@ public:
 
     bool IsOpen() const noexcept { return m_isOpen; }
 
-    /// Each waits up to five seconds until the device is done. @throws TimeoutException, and what the command raises.
-    void Start();
-    void End();
+    /// Each waits up to five seconds until the device is done, and appends "<command>: <reason>" for what goes wrong.
+    void Start(std::vector<std::string>& errors);
+    void End(std::vector<std::string>& errors);
 
 private:
+    std::string m_name;
     ICommand* m_start;
     ICommand* m_end;
     bool m_isOpen = false;

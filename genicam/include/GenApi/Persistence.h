@@ -57,7 +57,7 @@ public:
     /// @param MaxEntries     at most so many lines; -1: no limit
     /// @param pFeatureFilter names of the only features to store (and their selectors); null: all
     /// @param pErrorList     receives "<name>: <reason>", behind what it holds, for each feature that could not be
-    ///                       stored; without it that raises, and the content is as before
+    ///                       stored and each of the commands that failed; without it that raises, and the content is as before
     /// @return the number of lines.
     /// @throws GenICam::InvalidArgumentException on null,
     /// @throws GenICam::RuntimeException         when features could not be stored, without an error list.
@@ -69,7 +69,8 @@ public:
     /// the device has them, DeviceRegistersStreamingStart and -End are executed before and after, the latter also after
     /// a failure; the nodes then check access but no limits, as the device checks them all together at the end.
     /// Invalidates all nodes at last.
-    /// @param Verify     read and compare all values afterwards; floating-point numbers as far as their text form shows
+    /// @param Verify     read all values back from the device afterwards, past caches, and compare; floating-point
+    ///                   numbers as far as their text form shows
     /// @param pErrorList receives "<name>: <reason>", behind what it holds, for each line that could not be set or
     ///                   reads differently
     /// @return whether there was no error.
@@ -96,9 +97,10 @@ public:
     gcstring GetBagName() const { return m_bagName; }
     void SetBagName(const gcstring& BagName) { m_bagName = BagName; }
 
-    /// Replaces the entries by those of a text up to its end; remarks are passed over.
+    /// Replaces the entries by those of a text up to its end; remarks are passed over. The stream is good then, but at
+    /// its end.
     /// @throws GenICam::RuntimeException that names the line for a text without the identifier, of several bags, at its
-    /// end or damaged; the bag is then as before.
+    /// end, damaged or one that the stream fails to deliver; the bag is then as before.
     GENICAM_API friend std::istream& operator>>(std::istream& stream, CFeatureBag& bag);
     GENICAM_API friend std::ostream& operator<<(std::ostream& stream, const CFeatureBag& bag);
 

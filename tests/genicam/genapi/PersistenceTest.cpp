@@ -139,6 +139,14 @@ TEST_F(PersistenceTest, SelectedValuesAreStoredForEachPositionAndSelectorsLast) 
     EXPECT_EQ(Port.Memory, before) << "nothing is written where the selector could not be set";
 }
 
+/// Makes half of what it is told.
+struct HalvingDevice : MemoryPort {
+    void Write(const void* pBuffer, int64_t Address, int64_t Length) override {
+        MemoryPort::Write(pBuffer, Address, Length);
+        Memory.at(size_t(Address)) /= 2;
+    }
+};
+
 TEST_F(PersistenceTest, LinesThatDependOnLaterOnesAreTriedAgainAndVerifyTellsWhatTheDeviceMadeOfThem) {
     const std::string lowBits = "<LSB>0</LSB><MSB>3</MSB><Endianess>LittleEndian</Endianess>";
     LoadMap("Width Offset Low Exact",
@@ -161,6 +169,11 @@ TEST_F(PersistenceTest, LinesThatDependOnLaterOnesAreTriedAgainAndVerifyTellsWha
                 HasSubstr("Nope: There is no such"));
     EXPECT_EQ(Text("Offset"), "3") << "raised when all is through";
     EXPECT_THROW(CFeatureBag().LoadFromBag(nullptr), GenICam::InvalidArgumentException);
+    LoadMap("A Odd", Register("A", 0, "") + Node("Float", "Odd", streamable + "<Value>NaN</Value>"));
+    HalvingDevice device;
+    Map->Connect(&device);
+    EXPECT_THAT(Errors("A\t6\n"), ElementsAre("A: It reads '3' instead of '6'.")) << "not what the cache keeps";
+    EXPECT_TRUE(Bag(Stored()).Compare(Map.get()).empty()) << "NaN is what it was";
 }
 
 TEST_F(PersistenceTest, StreamableFeaturesAreStoredAndTheDeviceIsToldOfBeginAndEndAlsoWhenItFails) {
@@ -183,6 +196,12 @@ TEST_F(PersistenceTest, StreamableFeaturesAreStoredAndTheDeviceIsToldOfBeginAndE
     EXPECT_THAT(Errors("R\t1\n", false), ElementsAre("R: The device is asleep"));
     EXPECT_THAT(told, testing::Each(testing::Ge(2)));
     EXPECT_EQ(told[0], told[1]);
+    LoadMap("B", Value("B", 2, streamable) + Register("R", 0, "") +
+                     Above("Command", names[0], "R", "<CommandValue>1</CommandValue>"));
+    gcstring_vector errors;
+    CFeatureBag bag;
+    EXPECT_EQ(bag.StoreToBag(Map.get(), -1, nullptr, &errors), 1);
+    EXPECT_THAT(errors, ElementsAre("DeviceFeaturePersistenceStart: The device is asleep"));
 }
 
 TEST_F(PersistenceTest, EveryTextComesBackAsItWasInAnyLocale) {
@@ -198,8 +217,7 @@ TEST_F(PersistenceTest, EveryTextComesBackAsItWasInAnyLocale) {
         As<IString>("Text").SetValue("other");
         std::stringstream stream;
         stream << bag;
-        stream >> read;
-        EXPECT_TRUE(read == bag && read.LoadFromBag(Map.get())) << stream.str();
+        EXPECT_TRUE(stream >> read && read == bag && read.LoadFromBag(Map.get())) << stream.str();
         EXPECT_EQ(Text("Text"), text);
         EXPECT_THAT(stream.str(), HasSubstr("Real\t1234567.5\n"));
     }
@@ -285,6 +303,12 @@ TEST(BagTextTest, DamagedTextsAreRefusedByLineAndLeaveTheBagAsItWas) {
         refuses(bag, text, message);
         refuses(bagger, text, message);
     }
+    struct : std::stringbuf {
+        int_type underflow() override { throw 0; } // as a disk that fails
+    } broken;
+    std::istream fails(&broken);
+    EXPECT_THAT([&] { fails >> bag; },
+                testing::ThrowsMessage<GenICam::RuntimeException>(HasSubstr("behind its line 0")));
     refuses(bag, severalGuid + "[All]\n" + guid, "several feature bags");
     refuses(bagger, severalGuid + "# remark\nA\t1\n", "Line 3 of the feature bag, 'A\t1', does not begin");
     refuses(bagger, severalGuid + "[All]\n" + guid + "[B]\n", "at its end");
