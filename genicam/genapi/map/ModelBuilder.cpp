@@ -118,7 +118,8 @@ void ModelBuilder::ResolveReference(NodeIndex node, Property& property, std::uin
         property.payload = found;
         return;
     }
-    if ((traits.edges & Edge_Optional) && m_dropped >= maxToldReferences) {
+    const bool mayBeDropped = found == NoNode && (traits.edges & Edge_Optional);
+    if (mayBeDropped && m_dropped >= maxToldReferences) {
         ++m_dropped;
         property.form = Form::Dropped;
         return;
@@ -130,7 +131,7 @@ void ModelBuilder::ResolveReference(NodeIndex node, Property& property, std::uin
     } else {
         text += ", which does not exist";
     }
-    if (!(traits.edges & Edge_Optional)) {
+    if (!mayBeDropped) {
         throw RUNTIME_EXCEPTION("Cannot load the camera description: " + text + ".");
     }
     LogLoadWarning(text + "; the reference is dropped.");

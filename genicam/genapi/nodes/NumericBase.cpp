@@ -29,19 +29,15 @@ bool ParseListed(std::string_view text, double& value) {
     return parsed.has_value() && !std::isnan(value); // no order would hold
 }
 
-/// Numbers separated by ';', ',' or blanks, sorted; what is no number is left out.
+/// Sorted.
 template <typename T>
 std::vector<T> ParseValidValues(std::string_view text) {
-    constexpr std::string_view separators = ";, \t\r\n";
     std::vector<T> values;
-    std::size_t begin = text.find_first_not_of(separators);
-    while (begin != std::string_view::npos) {
-        const std::size_t end = std::min(text.find_first_of(separators, begin), text.size());
+    for (const std::string_view item : SplitList(text)) {
         T value;
-        if (ParseListed(text.substr(begin, end - begin), value)) {
+        if (ParseListed(item, value)) {
             values.push_back(value);
         }
-        begin = text.find_first_not_of(separators, end);
     }
     std::sort(values.begin(), values.end());
     return values;

@@ -149,6 +149,18 @@ std::string_view TrimSpace(std::string_view text) {
     return text;
 }
 
+std::vector<std::string_view> SplitList(std::string_view text) {
+    constexpr std::string_view separators = ";, \t\r\n";
+    std::vector<std::string_view> items;
+    std::size_t begin = text.find_first_not_of(separators);
+    while (begin != std::string_view::npos) {
+        const std::size_t end = std::min(text.find_first_of(separators, begin), text.size());
+        items.push_back(text.substr(begin, end - begin));
+        begin = text.find_first_not_of(separators, end);
+    }
+    return items;
+}
+
 std::optional<std::int64_t> ParseInteger(std::string_view text) {
     text = TrimSpace(text);
     std::optional<std::uint64_t> value;
@@ -181,27 +193,6 @@ std::optional<double> ParseFloat(std::string_view text) {
     if (error == std::errc::result_out_of_range)
         return ParseOutOfRange(whole);
     return negative ? -value : value;
-}
-
-std::optional<bool> ParseYesNo(std::string_view text) {
-    text = TrimSpace(text);
-    if (text == "Yes" || text == "true" || text == "1")
-        return true;
-    if (text == "No" || text == "false" || text == "0")
-        return false;
-    return std::nullopt;
-}
-
-std::optional<std::string> ParseHexId(std::string_view text) {
-    text = TrimSpace(text);
-    if (HasHexPrefix(text))
-        text.remove_prefix(2);
-    if (text.empty() || text.find_first_not_of("0123456789abcdefABCDEF") != std::string_view::npos)
-        return std::nullopt;
-    text.remove_prefix(std::min(text.find_first_not_of('0'), text.size() - 1));
-    std::string id(text);
-    std::transform(id.begin(), id.end(), id.begin(), [](char c) { return c >= 'a' ? char(c - 'a' + 'A') : c; });
-    return id;
 }
 
 std::string FormatInteger(std::int64_t value, ERepresentation representation) {

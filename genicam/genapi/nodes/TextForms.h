@@ -21,15 +21,11 @@ std::optional<std::int64_t> ParseInteger(std::string_view text);
 /// A floating-point number: decimal with or without exponent, INF, -INF, NaN in any case, or hexadecimal behind 0x.
 std::optional<double> ParseFloat(std::string_view text);
 
-/// Yes or No, in this spelling; descriptions also write true, false, 1 and 0.
-std::optional<bool> ParseYesNo(std::string_view text);
-
-/// Pairs of hexadecimal digits, for example the id of an event: 0x is tolerated and so is an odd number of digits.
-/// @return the id without leading zeros in upper case, so that equal ids have equal texts; "0" for zero
-std::optional<std::string> ParseHexId(std::string_view text);
-
 /// The text without the white space at its ends.
 std::string_view TrimSpace(std::string_view text);
+
+/// The items of a list, which ';', ',' and white space separate; none of them is empty.
+std::vector<std::string_view> SplitList(std::string_view text);
 
 /// An integer as its representation shows it: decimal, 0x and upper-case digits, a dotted quad, or a hardware address.
 std::string FormatInteger(std::int64_t value, ERepresentation representation);

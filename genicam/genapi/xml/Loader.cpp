@@ -2,6 +2,7 @@
 
 #include "genicam/genapi/map/LoadLog.h"
 #include "genicam/genapi/map/ModelBuilder.h"
+#include "genicam/genapi/nodes/TextForms.h"
 #include "genicam/genapi/xml/NodeReader.h"
 #include "genicam/genapi/xml/SourceText.h"
 #include "genicam/genapi/xml/Unzip.h"
@@ -10,7 +11,9 @@
 
 #include <pugixml.hpp>
 
-#include <cstdlib>
+#include <algorithm>
+#include <cstring>
+#include <limits>
 
 namespace GenApi {
 
@@ -18,33 +21,50 @@ namespace {
 
 constexpr unsigned int parseFlags = pugi::parse_cdata | pugi::parse_escapes | pugi::parse_eol |
                                     pugi::parse_wconv_attribute | pugi::parse_ws_pcdata_single |
-                                    pugi::parse_embed_pcdata;
+                                    pugi::parse_embed_pcdata | pugi::parse_doctype;
 
-std::uint16_t VersionAttribute(const pugi::xml_node& root, const char* name, std::uint16_t missing) {
-    const pugi::xml_attribute attribute = root.attribute(name);
-    return attribute ? static_cast<std::uint16_t>(attribute.as_uint()) : missing;
+[[noreturn]] void Fail(const std::string& place, const std::string& what) {
+    throw RUNTIME_EXCEPTION("Cannot load the camera description: " + place + ": " + what + ".");
 }
 
-void ReadDeviceInformation(const pugi::xml_node& root, DeviceInformation& device) {
+[[noreturn]] void FailAt(const pugi::xml_node& element, const SourceText& source, const std::string& what) {
+    Fail(source.Describe(source.TagPosition(element.name())), what);
+}
+
+/// What is too large for a version, such as a date, becomes the highest one.
+std::uint16_t VersionAttribute(const pugi::xml_node& root, const SourceText& source, const char* name,
+                               std::uint16_t missing) {
+    constexpr std::int64_t highest = std::numeric_limits<std::uint16_t>::max();
+    const pugi::xml_attribute attribute = root.attribute(name);
+    const auto number = attribute ? ParseInteger(attribute.value()) : missing;
+    if (!number) {
+        FailAt(root, source,
+               "attribute '" + std::string(name) + "' is '" + std::string(attribute.value()).substr(0, 64) +
+                   "', a number is needed");
+    }
+    return static_cast<std::uint16_t>(std::clamp<std::int64_t>(*number, 0, highest));
+}
+
+void ReadDeviceInformation(const pugi::xml_node& root, const SourceText& source, DeviceInformation& device) {
     device.modelName = root.attribute("ModelName").value();
     device.vendorName = root.attribute("VendorName").value();
     device.toolTip = root.attribute("ToolTip").value();
     device.standardNameSpace = root.attribute("StandardNameSpace").as_string("None");
     device.productGuid = root.attribute("ProductGuid").value();
     device.versionGuid = root.attribute("VersionGuid").value();
-    device.schemaMajor = VersionAttribute(root, "SchemaMajorVersion", 1);
-    device.schemaMinor = VersionAttribute(root, "SchemaMinorVersion", 0);
-    device.schemaSubMinor = VersionAttribute(root, "SchemaSubMinorVersion", 0);
-    device.major = VersionAttribute(root, "MajorVersion", 0);
-    device.minor = VersionAttribute(root, "MinorVersion", 0);
-    device.subMinor = VersionAttribute(root, "SubMinorVersion", 0);
+    device.schemaMajor = VersionAttribute(root, source, "SchemaMajorVersion", 1);
+    device.schemaMinor = VersionAttribute(root, source, "SchemaMinorVersion", 0);
+    device.schemaSubMinor = VersionAttribute(root, source, "SchemaSubMinorVersion", 0);
+    device.major = VersionAttribute(root, source, "MajorVersion", 0);
+    device.minor = VersionAttribute(root, source, "MinorVersion", 0);
+    device.subMinor = VersionAttribute(root, source, "SubMinorVersion", 0);
 }
 
-void CheckSchema(const DeviceInformation& device) {
+void CheckSchema(const pugi::xml_node& root, const SourceText& source, const DeviceInformation& device) {
     if (device.schemaMajor != 1) {
-        throw RUNTIME_EXCEPTION(
-            "Cannot load the camera description: its schema version is %u.%u, 1.0 and 1.1 are known.",
-            device.schemaMajor, device.schemaMinor);
+        FailAt(root, source,
+               "the schema version is " + std::to_string(device.schemaMajor) + "." +
+                   std::to_string(device.schemaMinor) + ", 1.0 and 1.1 are known");
     }
     if (device.schemaMinor > 1) {
         LogLoadWarning("The camera description has schema version 1." + std::to_string(device.schemaMinor) +
@@ -56,6 +76,16 @@ pugi::xml_parse_result Parse(pugi::xml_document& document, SourceText& source) {
     return document.load_buffer_inplace(source.Data(), source.Size(), parseFlags, pugi::encoding_utf8);
 }
 
+/// Entities are never expanded. A file that has its own would load with other texts than were meant.
+void CheckNoEntities(const pugi::xml_document& document, const SourceText& source) {
+    for (const pugi::xml_node& node : document.children()) {
+        if (node.type() == pugi::node_doctype && std::strstr(node.value(), "<!ENTITY") != nullptr) {
+            Fail(source.Describe(source.TagPosition(node.value())),
+                 "the document type declares entities, which are not expanded");
+        }
+    }
+}
+
 pugi::xml_node ParseDocument(pugi::xml_document& document, SourceText& source) {
     pugi::xml_parse_result result = Parse(document, source);
     if (!result) {
@@ -63,15 +93,13 @@ pugi::xml_node ParseDocument(pugi::xml_document& document, SourceText& source) {
         result = Parse(document, source);
     }
     if (!result) {
-        throw RUNTIME_EXCEPTION("Cannot load the camera description: %s: %s.",
-                                source.Describe(static_cast<std::uint32_t>(result.offset)).c_str(),
-                                result.description());
+        Fail(source.Describe(static_cast<std::uint32_t>(result.offset)), result.description());
     }
+    CheckNoEntities(document, source);
     const pugi::xml_node root = document.document_element();
     if (LocalName(root.name()) != "RegisterDescription") {
-        throw RUNTIME_EXCEPTION("Cannot load the camera description: %s: the root element is '%.64s', "
-                                "'RegisterDescription' is needed.",
-                                source.Describe(source.TagPosition(root.name())).c_str(), root.name());
+        FailAt(root, source,
+               "the root element is '" + std::string(root.name()).substr(0, 64) + "', 'RegisterDescription' is needed");
     }
     return root;
 }
@@ -108,8 +136,8 @@ ModelPtr Read(std::string_view bytes, const LoadOptions& options, Finish&& finis
     pugi::xml_document document;
     const pugi::xml_node root = ParseDocument(document, source);
     ModelBuilder builder(source.Size());
-    ReadDeviceInformation(root, builder.Device());
-    CheckSchema(builder.Device());
+    ReadDeviceInformation(root, source, builder.Device());
+    CheckSchema(root, source, builder.Device());
     NodeReader reader(builder, source, options);
     ReadNodes(root, reader);
     return finish(builder, source);

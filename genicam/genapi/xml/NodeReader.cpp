@@ -5,7 +5,9 @@
 
 #include <Base/GCException.h>
 
+#include <algorithm>
 #include <cmath>
+#include <vector>
 
 namespace GenApi {
 
@@ -45,6 +47,13 @@ std::optional<std::int64_t> ParseTolerantInteger(std::string_view text) {
         return std::nullopt;
     }
     return static_cast<std::int64_t>(*number);
+}
+
+bool IsNumberList(std::string_view text, NodeKind node) {
+    const std::vector<std::string_view> items = SplitList(text);
+    return std::all_of(items.begin(), items.end(), [node](std::string_view item) {
+        return IsFloatSyntax(node) ? ParseFloat(item).has_value() : ParseInteger(item).has_value();
+    });
 }
 
 /// The properties that would do, for an error: "'Length' or 'pLength'".
@@ -256,6 +265,9 @@ Property NodeReader::ParseProperty(const Node& node, PropertyKind kind, std::str
     const std::string_view trimmed = TrimSpace(text);
     switch (syntax) {
     case Syntax::Text:
+        if (kind == PropertyKind::ValidValueSet && !IsNumberList(trimmed, node.kind)) {
+            break;
+        }
         return {kind, Form::Text, m_builder.KeepText(kind == PropertyKind::Value ? text : trimmed)};
     case Syntax::Reference:
         if (!trimmed.empty() && trimmed.size() <= maxNameBytes) {

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <vector>
 
 namespace GenApi {
 
@@ -69,26 +70,34 @@ std::string_view EntryName(zip_t& archive, zip_int64_t entry) {
     return name != nullptr ? name : "";
 }
 
-zip_uint64_t FindDescription(zip_t& archive) {
+/// What the archive holds; folders are entries of it too.
+std::vector<zip_int64_t> FilesOf(zip_t& archive) {
     const zip_int64_t count = zip_get_num_entries(&archive, 0);
     if (count > maxEntries) {
         Fail("the archive has " + std::to_string(count) + " entries, " + std::to_string(maxEntries) + " are allowed");
     }
-    zip_int64_t found = count == 1 ? 0 : -1;
-    for (zip_int64_t entry = 0; entry < count && count > 1; ++entry) {
-        if (!IsXml(EntryName(archive, entry))) {
-            continue;
+    std::vector<zip_int64_t> files;
+    for (zip_int64_t entry = 0; entry < count; ++entry) {
+        if (!EntryName(archive, entry).ends_with('/')) {
+            files.push_back(entry);
         }
-        if (found >= 0) {
-            Fail("the archive holds '" + std::string(EntryName(archive, found)) + "' and '" +
-                 std::string(EntryName(archive, entry)) + "', one description is needed");
-        }
-        found = entry;
     }
-    if (found < 0) {
+    return files;
+}
+
+zip_uint64_t FindDescription(zip_t& archive) {
+    std::vector<zip_int64_t> files = FilesOf(archive);
+    if (files.size() > 1) {
+        std::erase_if(files, [&archive](zip_int64_t entry) { return !IsXml(EntryName(archive, entry)); });
+    }
+    if (files.size() > 1) {
+        Fail("the archive holds '" + std::string(EntryName(archive, files[0])) + "' and '" +
+             std::string(EntryName(archive, files[1])) + "', one description is needed");
+    }
+    if (files.empty()) {
         Fail("the archive has no entry that is a description");
     }
-    return static_cast<zip_uint64_t>(found);
+    return static_cast<zip_uint64_t>(files.front());
 }
 
 /// What the archive says of the size is not trusted: a few bytes can unpack to gigabytes.
@@ -113,7 +122,7 @@ std::string Unpack(zip_file_t& file, std::size_t archiveBytes) {
 } // namespace
 
 bool IsZip(std::string_view bytes) noexcept {
-    return bytes.starts_with("PK\x03\x04");
+    return bytes.starts_with("PK\x03\x04") || bytes.starts_with("PK\x05\x06"); // the latter is an empty one
 }
 
 std::string UnzipDescription(std::string_view bytes) {

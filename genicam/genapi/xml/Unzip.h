@@ -7,7 +7,7 @@ namespace GenApi {
 
 bool IsZip(std::string_view bytes) noexcept; ///< By content, whatever the file is called.
 
-/// The description in a ZIP archive in memory: its only entry, or the only one called *.xml. @throws
+/// The description in a ZIP archive in memory: its only file, or the only one called *.xml. @throws
 /// GenICam::RuntimeException for a broken archive, for none or several descriptions, more than 64 entries, more than
 /// 64 MiB, and for what is packed as tightly as only a bomb is.
 std::string UnzipDescription(std::string_view bytes);

@@ -60,7 +60,9 @@ const BrokenFile brokenFiles[] = {
     {"truncated", {"line 3"}},
     {"mismatched_tag", {"line 4"}},
     {"wrong_root", {"line 2, column 1", "'html'", "'RegisterDescription' is needed"}},
-    {"unknown_schema", {"2.0", "1.0 and 1.1"}},
+    {"unknown_schema", {"line 1, column 1", "2.0", "1.0 and 1.1"}},
+    {"wrapped_schema", {"line 1, column 1", "65535.1", "1.0 and 1.1"}},
+    {"bad_version", {"line 2, column 2", "'SchemaMinorVersion' is 'one'"}},
     {"duplicate_node", {"line 3, column 20", "node 'Twice'"}},
     {"duplicate_entry", {"line 4, column 1", "'EnumEntry_E_On'"}},
     {"missing_name", {"line 3, column 3", "'Integer'", "'Name'"}},
@@ -81,18 +83,22 @@ const BrokenFile brokenFiles[] = {
     {"dangling_variable", {"node 'S'", "'pVariable'", "'Nowhere'"}},
     {"wrong_kind_of_port", {"line 3", "node 'R'", "'pPort'", "'I' of kind 'Integer'"}},
     {"wrong_kind_of_value", {"node 'I'", "'pValue'", "'Root' of kind 'Category'"}},
+    {"wrong_kind_of_error", {"node 'J'", "'pError'", "'I' of kind 'Integer'"}},
     {"wrong_kind_of_text", {"node 'S'", "'pValue'", "'I' of kind 'Integer'"}},
     {"wrong_kind_of_address", {"node 'R'", "'pAddress'", "'S' of kind 'StringReg'"}},
     {"bad_integer", {"line 2, column 19", "node 'I'", "'Value'", "'12 apples'"}},
     {"bad_hexadecimal", {"node 'R'", "'Address'", "'0xZZ'"}},
     {"too_large_integer", {"node 'I'", "'Max'", "'99999999999999999999999'"}},
+    {"bad_value_list", {"line 3, column 1", "node 'I'", "'ValidValueSet'", "'1;two;3'"}},
     {"bad_float", {"node 'F'", "'Value'", "'1,5'"}},
     {"bad_access_mode", {"line 3", "node 'R'", "'AccessMode'", "'ReadOnly'"}},
     {"bad_visibility", {"node 'I'", "'Visibility'", "'Everybody'"}},
     {"bad_endianess", {"node 'R'", "'Endianess'", "'MiddleEndian'"}},
     {"empty_reference", {"node 'I'", "'pValue'", "''"}},
-    {"entity_bomb", {"line 4", "node 'Bomb'", "'&c;'"}},
-    {"external_entity", {"line 4", "node 'Leak'", "'&file;'"}},
+    {"entity_bomb", {"line 2", "declares entities"}},
+    {"entity_in_tool_tip", {"line 1", "declares entities"}},
+    {"undeclared_entity", {"line 2", "node 'I'", "'Value'", "'&one;'"}},
+    {"external_entity", {"line 2", "declares entities"}},
 };
 
 class BrokenFileTest : public testing::TestWithParam<BrokenFile> {};
@@ -345,6 +351,8 @@ TEST(ZipTest, TheOnlyDescriptionIsTakenWhateverTheCallerCallsIt) {
         const MapPtr map(CNodeMapFactory(type, archive.data(), archive.size()).CreateNodeMap());
         EXPECT_NE(map->GetNode("I"), nullptr);
     }
+    EXPECT_EQ(MapOf(Zipped({{"folder/", ""}, {"folder/description", text}}))->GetNumNodes(), 1u)
+        << "folders do not count";
     for (const char padding : {'\0', '\xFF'})
         EXPECT_EQ(MapOf(archive + std::string(200000, padding))->GetNumNodes(), 1u) << "device memory is longer";
     EXPECT_EQ(MapOf(Zipped({{"description", text}}))->GetNumNodes(), 1u) << "the only entry, without a telling name";
@@ -368,6 +376,8 @@ TEST(ZipTest, BrokenArchivesAndBombsAreRefused) {
         {Zipped({{"a.xml", noise}}), "more than 67108864 bytes"},
         {Zipped({{"a.xml", "x"}, {"b.xml", "x"}}), "'a.xml' and 'b.xml'"},
         {Zipped({{"a.txt", "x"}, {"b.txt", "x"}}), "no entry that is a description"},
+        {Zipped({{"a.xml/", ""}}), "no entry that is a description"},
+        {std::string("PK\x05\x06", 4) + std::string(18, '\0'), "no entry that is a description"},
         {Zipped(many), "65 entries"}};
     for (const auto& [archive, told] : cases)
         EXPECT_THAT(FailureOf(archive),

@@ -157,9 +157,6 @@ TEST(TextFormsTest, WordsForTrueAndFalse) {
         EXPECT_EQ(ParseBoolean(text), false) << text;
     for (const char* text : {"", "TRUE", "2", "yes", "1 0"})
         EXPECT_EQ(ParseBoolean(text), std::nullopt) << text;
-    EXPECT_EQ(ParseYesNo(" Yes"), true);
-    EXPECT_EQ(ParseYesNo("No"), false);
-    EXPECT_EQ(ParseYesNo("On"), std::nullopt);
     EXPECT_EQ(ParseBoolean(FormatBoolean(true)), true);
     EXPECT_EQ(ParseBoolean(FormatBoolean(false)), false);
 }
@@ -172,15 +169,6 @@ TEST(TextFormsTest, BytesStandInAddressOrder) {
     EXPECT_EQ(ParseBytes("0x")->size(), 0u);
     for (const char* text : {"0xabc", "0xgg", "ab cd", "-1", "+1"})
         EXPECT_FALSE(ParseBytes(text)) << text;
-}
-
-TEST(TextFormsTest, EqualIdsHaveEqualTexts) {
-    EXPECT_EQ(ParseHexId("0x00ab"), "AB");
-    EXPECT_EQ(ParseHexId("aB"), "AB");
-    EXPECT_EQ(ParseHexId("0AB"), "AB");
-    EXPECT_EQ(ParseHexId("0000"), "0");
-    for (const char* text : {"", "0x", "12G4", "-1"})
-        EXPECT_FALSE(ParseHexId(text)) << text;
 }
 
 } // namespace
