@@ -131,7 +131,8 @@ void FormulaPart<T>::Compile(Program& program) {
     if (program.formula) {
         return;
     }
-    EvaluationGuard::Spend(m_owner, program.text.size()); // a broken one is compiled each time
+    // a broken one is compiled each time; one that is too long is refused unread
+    EvaluationGuard::Spend(m_owner, std::min(program.text.size(), FormulaMaxLength));
     if (m_slots.empty()) {
         m_slots.push_back({nullptr, EVariablePart::Value, 0}); // the input
     }

@@ -100,6 +100,11 @@ void RegisterPart::Locate(NodeBase& owner, std::int64_t minLength, std::int64_t 
         }
         address += part;
     }
+    if (address > std::uint64_t(0) - static_cast<std::uint64_t>(length) && length > 0) {
+        throw NODE_EXCEPTION(RuntimeException, owner)("The register of %" PRId64 " bytes at address 0x%" PRIx64
+                                                      " reaches beyond the last address.",
+                                                      length, address);
+    }
     if (m_address != static_cast<std::int64_t>(address) || m_length != length) {
         DropRaw();
         m_entry = nullptr;

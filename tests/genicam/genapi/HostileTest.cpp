@@ -138,12 +138,15 @@ TEST_F(HostileTest, WarningsOfOneFileAreLimited) {
     EXPECT_EQ(log.Count("GenApi", GenICam::LogPriority_Warn, "4900 more references"), 1u);
 }
 
-TEST_F(HostileTest, AFormulaOfTooManyNamesIsBroken) {
+TEST_F(HostileTest, AFormulaOfTooManyNamesOrParenthesesIsBroken) {
     std::string names;
     for (int i = 0; i < 5000; ++i)
         names += "<Constant Name=\"" + Numbered("C", i) + "\">1</Constant>";
-    Load(Node("IntSwissKnife", "K", names + "<Formula>C1</Formula>"));
+    Load(Node("IntSwissKnife", "K", names + "<Formula>C1</Formula>") +
+         Node("IntSwissKnife", "P", "<Formula>" + std::string(1000000, '(') + "</Formula>"));
     EXPECT_THAT(Failure([this] { Int("K").GetValue(); }), HasSubstr("5000 names"));
+    EXPECT_THAT(Failure([this] { Int("P").GetValue(); }), HasSubstr("Node 'P', property 'Formula': "));
+    EXPECT_EQ(Mode("P"), RO) << "only a read tells";
 }
 
 // The device says another length each time it is asked.

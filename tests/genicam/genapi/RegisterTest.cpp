@@ -164,13 +164,17 @@ TEST_F(RegisterTest, FieldsOutsideTheirRegisterFailWhenUsed) {
     Load(Node("MaskedIntReg", "F", Place(0, 2, "<LSB>8</LSB><MSB>16</MSB>")) +
          Node("MaskedIntReg", "Negative", Place(0, 2, "<Bit>-3</Bit>")) + Node("IntReg", "Long", Place(0, 9)) +
          Node("IntReg", "Empty", Place(0, 0)) + Node("FloatReg", "Odd", Place(0, 6)) +
-         Node("Register", "Huge", Place(0, 0x7FFFFFFF)));
+         Node("Register", "Huge", Place(0, 0x7FFFFFFF)) + Node("IntReg", "Wraps", Place(-3, 4)) +
+         Node("IntReg", "Last", Place(-4, 4)));
     EXPECT_THROW(Int("F").GetValue(), GenICam::RuntimeException);
     EXPECT_THROW(Int("Negative").SetValue(0), GenICam::RuntimeException);
     EXPECT_THROW(Int("Long").GetValue(), GenICam::RuntimeException);
     EXPECT_THROW(Int("Empty").GetMax(), GenICam::RuntimeException);
     EXPECT_THROW(Float("Odd").GetValue(), GenICam::RuntimeException);
     EXPECT_THROW(As<IRegister>("Huge").GetLength(), GenICam::RuntimeException) << "64 MiB at most";
+    EXPECT_THAT(Failure([this] { Int("Wraps").SetValue(1, false); }),
+                testing::HasSubstr("0xfffffffffffffffd reaches beyond"));
+    EXPECT_EQ(As<IRegister>("Last").GetAddress(), -4);
     EXPECT_EQ(Port.Reads + Port.Writes, 0);
 }
 
