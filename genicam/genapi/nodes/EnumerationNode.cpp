@@ -92,8 +92,12 @@ bool EnumerationNode::IsOwnModeCacheable() {
 }
 
 EnumEntryNode* EnumerationNode::FindSymbolic(std::string_view symbolic) const noexcept {
+    if (symbolic.empty()) {
+        return nullptr;
+    }
     for (EnumEntryNode* entry : m_entries) {
-        if (entry->Symbolic() == symbolic) {
+        const std::string_view own = entry->Symbolic(); // most differ in length or at their end: Mono8, Mono12
+        if (own.size() == symbolic.size() && own.back() == symbolic.back() && own == symbolic) {
             return entry;
         }
     }
