@@ -10,7 +10,7 @@ namespace GenApi {
 namespace {
 
 constexpr std::size_t maxSourceBytes = std::size_t(64) << 20;
-constexpr std::size_t maxTags = std::size_t(16) << 20; // opening and closing ones: bounds what the parser allocates
+constexpr std::size_t maxTags = std::size_t(4) << 20; // opening and closing ones: bounds what the parser allocates
 
 void AppendUtf8(std::string& text, std::uint32_t code) {
     if (code < 0x80) {
@@ -64,10 +64,11 @@ std::string FromLatin1(std::string_view bytes) {
 }
 
 bool DeclaresLatin1(std::string_view bytes) {
-    std::string declaration(bytes.substr(0, bytes.substr(0, 256).find("?>")));
+    const std::string_view head = bytes.substr(0, 256);
+    std::string declaration(head.substr(0, head.find("?>")));
     std::transform(declaration.begin(), declaration.end(), declaration.begin(),
                    [](unsigned char c) { return static_cast<char>(c >= 'A' && c <= 'Z' ? c + 32 : c); });
-    return declaration.starts_with("<?xml") && declaration.find("iso-8859-1") < 256;
+    return declaration.starts_with("<?xml") && declaration.find("iso-8859-1") != std::string::npos;
 }
 
 std::string ToUtf8(std::string_view bytes) {
@@ -78,7 +79,7 @@ std::string ToUtf8(std::string_view bytes) {
         return FromUtf16(bytes, true);
     }
     if (bytes.starts_with("\xEF\xBB\xBF")) {
-        bytes.remove_prefix(3);
+        return std::string(bytes.substr(3)); // whatever it declares
     }
     return DeclaresLatin1(bytes) ? FromLatin1(bytes) : std::string(bytes);
 }

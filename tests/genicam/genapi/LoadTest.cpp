@@ -311,7 +311,8 @@ TEST(EncodingTest, TextsOfOtherEncodingsAreTaken) {
         utf16le += {static_cast<char>(unit & 0xFF), static_cast<char>(unit >> 8)};
         utf16be += {static_cast<char>(unit >> 8), static_cast<char>(unit & 0xFF)};
     }
-    for (const std::string& text : {utf8, "\xEF\xBB\xBF" + utf8, utf16le, utf16be}) {
+    const std::string misnamed = head + "ISO-8859-1" + body + "\xC3\xA9\xF0\x9F\x98\x80" + tail;
+    for (const std::string& text : {utf8, "\xEF\xBB\xBF" + utf8, "\xEF\xBB\xBF" + misnamed, utf16le, utf16be}) {
         const MapPtr map = MapOf(text);
         EXPECT_EQ(dynamic_cast<IString&>(*map->GetNode("S")).GetValue(), "\xC3\xA9\xF0\x9F\x98\x80");
     }
