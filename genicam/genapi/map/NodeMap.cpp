@@ -30,8 +30,10 @@ bool NodeMap::Connect(IPort* pPort, const gcstring& PortName) const {
     if (portNode == nullptr) {
         return false;
     }
-    // the implementation learns of its node first, as callbacks of the connection may use it
-    if (auto* const implementation = dynamic_cast<IPortConstruct*>(pPort)) {
+    // the implementation learns of its node first, as callbacks of the connection may use it; but the port node of
+    // another map keeps the device that it leads to
+    auto* const implementation = dynamic_cast<IPortConstruct*>(pPort);
+    if (implementation != nullptr && dynamic_cast<INode*>(pPort) == nullptr) {
         implementation->SetPortImpl(portNode);
     }
     portNode->SetPortImpl(pPort);

@@ -49,8 +49,10 @@ EAccessMode PortNode::OwnMode() {
     return m_implementation != nullptr ? m_implementation->GetAccessMode() : NA;
 }
 
+// A port node may be the port of another map; the guards end a circle of such maps.
 void PortNode::Read(void* pBuffer, int64_t Address, int64_t Length) {
     const Call call(*this, "Read");
+    const EvaluationGuard guard(*this, EvaluationGuard::Reading);
     RequireConnected();
     RequireReadable();
     m_implementation->Read(pBuffer, Address, Length);
@@ -59,6 +61,7 @@ void PortNode::Read(void* pBuffer, int64_t Address, int64_t Length) {
 
 void PortNode::Write(const void* pBuffer, int64_t Address, int64_t Length) {
     const Call call(*this, "Write");
+    const EvaluationGuard guard(*this, EvaluationGuard::Writing);
     RequireConnected();
     RequireWritable();
     WriteThroughPort(pBuffer, Address, Length);

@@ -86,6 +86,19 @@ TEST_F(ConformanceTest, APortIsConnectedByItsNameAndItsFailureStaysWhatItIs) {
     }
 }
 
+TEST_F(ConformanceTest, APortNodeCanBeThePortOfAnotherMapUnlessTheyGoInACircle) {
+    const std::string nodes = Node("IntReg", "R", Place(0, 4, "<Cachable>NoCache</Cachable>"));
+    Load(nodes);
+    const tests::MapPtr upper = tests::MakeMap(nodes + Node("Port", "Device", ""));
+    ASSERT_TRUE(upper->Connect(&As<IPort>("Device")));
+    dynamic_cast<IInteger&>(*upper->GetNode("R")).SetValue(7);
+    EXPECT_EQ(Port.Memory[0], 7);
+    EXPECT_EQ(Int("R").GetValue(), 7) << "the lower map keeps its device";
+    ASSERT_TRUE(Map->Connect(dynamic_cast<IPort*>(upper->GetNode("Device"))));
+    EXPECT_THAT(Failure([this] { Int("R").GetValue(); }), testing::HasSubstr("depends on itself"));
+    EXPECT_THAT(Failure([this] { Int("R").SetValue(1, false); }), testing::HasSubstr("depends on itself"));
+}
+
 TEST_F(ConformanceTest, LimitsFollowTheirNodesAndTellTheListener) {
     Load(Value("Low", 2) + Value("High", 10) + Value("Width", 5, "<pMin>Low</pMin><pMax>High</pMax>"));
     int calls = 0;
