@@ -43,8 +43,8 @@ void ExpectColumns(const std::string& text, std::size_t columns) {
     }
 }
 
-const char* const verbs[] = {"list", "info", "features", "describe", "get",   "set",
-                             "exec", "xml",  "nodemap",  "grab",     "bench", "doctor"};
+const char* const verbs[] = {"list", "info", "features", "describe", "get",  "set",   "exec",  "save",
+                             "load", "diff", "xml",      "nodemap",  "grab", "bench", "doctor"};
 
 TEST(CommandLineTest, HelpOfTheToolFitsOneScreenAndNamesEveryVerb) {
     const std::string help = HelpOf({"--help"});
@@ -135,7 +135,13 @@ INSTANTIATE_TEST_SUITE_P(
         Wrong{{"bench", "--cameras", "2"}, "--cameras"}, Wrong{{"bench", "-n", "2"}, "-n"},
         Wrong{{"list", "--watch", "--tls"}, "--tls"}, Wrong{{"list", "--count", "2"}, "--watch"},
         Wrong{{"list", "--progress", "sometimes"}, "sometimes"},
-        Wrong{{"features", "--visibility", "wizard"}, "wizard"}, Wrong{{"get", "A", "--nodemap", "x"}, "x"}));
+        Wrong{{"features", "--visibility", "wizard"}, "wizard"}, Wrong{{"get", "A", "--nodemap", "x"}, "x"},
+        Wrong{{"load", "a", "-d", ""}, "--device: the text is empty"}, Wrong{{"info", ""}, "DEVICE: the text"},
+        Wrong{{"grab", "-d", ""}, "--device: the text"}, Wrong{{"bench", ""}, "DEVICE: the text"},
+        Wrong{{"bench", "-d", ""}, "--device: the text"}, Wrong{{"grab", "-n", "1", "-o", ""}, "--output: the text"},
+        Wrong{{"xml", "--out", ""}, "--out: the text"}, Wrong{{"nodemap", "a", "--memory="}, "--memory"},
+        Wrong{{"nodemap", "a", "--memory", ""}, "--memory: the text"},
+        Wrong{{"list", "--log-file", ""}, "--log-file: the text"}));
 
 TEST(CommandLineTest, ManualPageAndCompletionKnowEveryVerbAndOption) {
     CommandLine line;

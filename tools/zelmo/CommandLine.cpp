@@ -48,7 +48,9 @@ void CommandLine::DefineGlobalOptions() {
     m_app->add_option("--log", m_global.logLevels, "Log level, such as zelmo.base=debug")
         ->type_name("CATEGORY=LEVEL")
         ->allow_extra_args(false);
-    m_app->add_option("--log-file", m_global.logFile, "Append the log to this file")->type_name("FILE");
+    m_app->add_option("--log-file", m_global.logFile, "Append the log to this file")
+        ->type_name("FILE")
+        ->check(NotEmpty());
     m_app->add_flag("--version", m_version, "Print the versions of library and plug-ins");
 }
 

@@ -24,6 +24,10 @@ std::string CheckNumber(const std::string& text, Number lowest, Number highest, 
 
 } // namespace
 
+CLI::Validator NotEmpty() {
+    return {[](std::string& text) { return text.empty() ? "the text is empty" : std::string(); }, ""};
+}
+
 CLI::Validator WholeNumber(unsigned lowest, unsigned highest) {
     return {[=](std::string& text) { return CheckNumber(text, lowest, highest, "whole number"); }, ""};
 }
@@ -34,7 +38,8 @@ void DefineDeviceOptions(CLI::App& command, DeviceOptions& options) {
             "-d,--device", options.device,
             "Camera, by serial number, user-defined name, full name, KEY=VALUE[,KEY=VALUE...] or index of 'list'; "
             "the only one when left out")
-        ->type_name("DEVICE");
+        ->type_name("DEVICE")
+        ->check(NotEmpty());
     DefineChoice(command, "--nodemap", options.nodeMap, {"device", "tl", "stream", "event", "camera", "chunk"},
                  "Node map to work on; default device");
 }
@@ -45,7 +50,8 @@ void DefineDeviceArgument(CLI::App& command, std::string& device) {
             "DEVICE", device,
             "Serial number, user-defined name, full name, KEY=VALUE[,KEY=VALUE...] or index of 'list'; the only "
             "camera when left out")
-        ->type_name("");
+        ->type_name("")
+        ->check(NotEmpty());
 }
 
 CLI::Option* DefineMilliseconds(CLI::App& command, const std::string& name, unsigned& valueMs,

@@ -12,6 +12,10 @@ void DefineDeviceOptions(CLI::App& command, DeviceOptions& options);
 /// The device as the argument of a verb.
 void DefineDeviceArgument(CLI::App& command, std::string& device);
 
+/// A check that refuses an empty text, as a variable that is not set leaves it behind: it must not pass for an option
+/// that was left out.
+CLI::Validator NotEmpty();
+
 /// A check for whole numbers from @p lowest to @p highest.
 CLI::Validator WholeNumber(unsigned lowest, unsigned highest);
 

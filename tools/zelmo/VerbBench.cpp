@@ -92,10 +92,12 @@ public:
                 .add_option("DEVICE", m_options.devices,
                             "Serial number, user-defined name, full name, KEY=VALUE[,KEY=VALUE...] or index of "
                             "'list'; may be given several times; the only camera when left out")
-                ->type_name("");
+                ->type_name("")
+                ->check(NotEmpty());
         auto* more = command.add_option("-d,--device", m_named, "The same as an option")
                          ->type_name("DEVICE")
-                         ->allow_extra_args(false);
+                         ->allow_extra_args(false)
+                         ->check(NotEmpty());
         command.add_flag("--all", m_options.all, "All cameras")->excludes(device)->excludes(more);
         DefineChoice(command, "--cameras", m_cameras, {"all"}, "The same")->excludes(device)->excludes(more);
         DefineGrabOptions(command, m_options);

@@ -40,14 +40,16 @@ public:
                 .add_option("-d,--device", m_options.devices,
                             "Camera, as for the other verbs; may be given several times; the only one when left out")
                 ->type_name("DEVICE")
-                ->allow_extra_args(false);
+                ->allow_extra_args(false)
+                ->check(NotEmpty());
         command.add_flag("--all", m_options.all, "All cameras")->excludes(device);
         command.add_option("-n,--count", m_options.count, "End after N images of each camera")
             ->type_name("N")
             ->check(WholeNumber(1, 4'000'000'000));
         auto* output =
             command.add_option("-o,--output", m_files.output, "Name of the files; nothing is written without it")
-                ->type_name("PATTERN");
+                ->type_name("PATTERN")
+                ->check(NotEmpty());
         command.add_flag("--raw", m_files.raw, "Write buffers as they are, of any pixel format")->needs(output);
         DefineGrabOptions(command, m_options);
     }

@@ -1,3 +1,4 @@
+#include "CommonOptions.h"
 #include "InputFile.h"
 #include "MemoryImage.h"
 #include "NodeFields.h"
@@ -140,7 +141,9 @@ public:
 
     void Define(CLI::App& command) override {
         command.add_option("FILE", m_file, "Description, plain or zipped")->type_name("")->required();
-        command.add_option("--memory", m_image, "Content of the registers; all zero when left out")->type_name("IMAGE");
+        command.add_option("--memory", m_image, "Content of the registers; all zero when left out")
+            ->type_name("IMAGE")
+            ->check(NotEmpty());
     }
 
     ExitCode Run(Library&, Output& output) override {

@@ -68,7 +68,9 @@ public:
 
     void Define(CLI::App& command) override {
         DefineDeviceArgument(command, m_device);
-        command.add_option("-o,--out", m_file, "Write to this file instead of standard output")->type_name("FILE");
+        command.add_option("-o,--out", m_file, "Write to this file instead of standard output")
+            ->type_name("FILE")
+            ->check(NotEmpty());
     }
 
     ExitCode Run(Library& library, Output& output) override {
