@@ -74,8 +74,8 @@ TEST_F(OutputTest, QuietSilencesNotesButNotErrors) {
     m_options.quiet = true;
     Output output = Make();
     output.Note("note");
-    output.Error(UsageError("bad"));
-    EXPECT_EQ(m_messages.str(), "zelmo: error: bad\n");
+    output.Error(UsageError("bad \x1b[31m,\nas told"));
+    EXPECT_EQ(m_messages.str(), "zelmo: error: bad ?[31m,\nas told\n") << "control characters reach no terminal";
 }
 
 TEST_F(OutputTest, ProgressIsOneLineThatMessagesReplace) {

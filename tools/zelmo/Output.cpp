@@ -106,7 +106,7 @@ void Output::Note(const std::string& text) {
     if (m_json) {
         m_messages << ToLine({{"type", "note"}, {"message", text}}) << std::endl;
     } else {
-        m_messages << text << std::endl;
+        m_messages << Printable(text, "\n") << std::endl;
     }
 }
 
@@ -136,7 +136,9 @@ void Output::LogLine(const std::string& level, const std::string& category, cons
     }
 }
 
-void Output::WriteMessage(const char* label, const char* colour, const std::string& text) {
+// Devices, files and users have a part in messages: nothing of it but line ends steers the terminal.
+void Output::WriteMessage(const char* label, const char* colour, const std::string& message) {
+    const std::string text = Printable(message, "\n");
     if (m_colour) {
         m_messages << "zelmo: " << colour << label << "\033[0m: " << text << std::endl;
     } else {
@@ -231,10 +233,12 @@ std::string QuotedList(const std::vector<std::string>& words, const std::string&
     return text;
 }
 
-std::string Printable(const std::string& text) {
+std::string Printable(const std::string& text, std::string_view allowed) {
+    const auto isControl = [allowed](char c) {
+        return (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) && allowed.find(c) == std::string_view::npos;
+    };
     std::string result = text;
-    std::replace_if(
-        result.begin(), result.end(), [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; }, '?');
+    std::replace_if(result.begin(), result.end(), isControl, '?');
     return result;
 }
 

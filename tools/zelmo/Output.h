@@ -8,6 +8,7 @@
 #include <mutex>
 #include <ostream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace tool {
@@ -46,7 +47,7 @@ public:
 
 private:
     void WipeProgress();
-    void WriteMessage(const char* label, const char* colour, const std::string& text);
+    void WriteMessage(const char* label, const char* colour, const std::string& message);
 
     std::ostream& m_data;
     std::ostream& m_messages;
@@ -71,8 +72,9 @@ std::string Cut(const std::string& text, std::size_t columns);
 /// "a, b and c" with quotes around each.
 std::string QuotedList(const std::vector<std::string>& words, const std::string& lastWord = "and");
 
-/// Text from a device or a user as it may be shown on a terminal: control characters are replaced by '?'.
-std::string Printable(const std::string& text);
+/// Text from a device or a user as it may be shown on a terminal: control characters but those @p allowed are replaced
+/// by '?'.
+std::string Printable(const std::string& text, std::string_view allowed = {});
 
 /// printf's %.<decimals>f, whatever the locale.
 std::string Fixed(double value, int decimals);
