@@ -91,11 +91,20 @@ void PortNode::Replay(IPortWriteList* pPortRecorder, bool Invalidate) {
     if (pPortRecorder == nullptr) {
         throw INVALID_ARGUMENT_EXCEPTION("Cannot replay a null list at port '%s'.", NameText().c_str());
     }
-    Core().Change(*this, "Replay", [&] {
+    const auto invalidate = [&] {
         if (Invalidate) {
-            Core().Invalidate(*this); // first, as a replay may fail half way; nobody else reads meanwhile
+            Core().Invalidate(*this);
         }
-        pPortRecorder->Replay(this);
+    };
+    Core().Change(*this, "Replay", [&] {
+        invalidate();
+        try {
+            pPortRecorder->Replay(this);
+        } catch (...) {
+            invalidate(); // what was written before holds
+            throw;
+        }
+        invalidate(); // the port may have read in the middle of it
     });
 }
 

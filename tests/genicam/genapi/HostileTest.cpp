@@ -184,6 +184,23 @@ TEST_F(HostileTest, WhatIsReadInTheMiddleOfAWriteToTheSameBytesDoesNotStay) {
     EXPECT_EQ(Int("Byte").GetValue(), 10);
 }
 
+TEST_F(HostileTest, WhatIsReadInTheMiddleOfAReplayDoesNotStay) {
+    Load(Node("IntReg", "A", Place(0, 1)) + Node("IntReg", "B", Place(1, 1)) +
+         Node("IntSwissKnife", "Next", "<pVariable Name=\"B\">B</pVariable><Formula>B + 1</Formula>"));
+    Map->Connect(&Restless);
+    CPortWriteList list;
+    list.Write("\x03", 0, 1);
+    list.Write("\x05", 1, 1);
+    Restless.OnWrite = [this] { EXPECT_EQ(Int("Next").GetValue(), 1); };
+    As<IPortRecorder>("Device").Replay(&list);
+    EXPECT_EQ(Int("A").GetValue() + Int("Next").GetValue(), 3 + 6);
+    list.Write("\x06", 999, 1);
+    Restless.OnWrite = [this] { Int("Next").GetValue(); };
+    Restless.Memory[1] = 7;
+    EXPECT_ANY_THROW(As<IPortRecorder>("Device").Replay(&list)) << "the last write is beyond the memory";
+    EXPECT_EQ(Int("Next").GetValue(), 6);
+}
+
 TEST_F(HostileTest, AllNodesInvalidatedByAPortBelongToTheChangeThatGoesOn) {
     Load(Node("IntReg", "R", Place(0, 4)) + Above("A", "R") + Value("Other", 0));
     Map->Connect(&Restless);
