@@ -49,7 +49,7 @@ void CollectEdges(const Model& model, Graph& graph) {
     ForEachEdge(model, graph, [&edges](EdgeLists& list, NodeIndex from, NodeIndex) {
         list.Expect(from);
         if (++edges > maxEdges) {
-            throw RUNTIME_EXCEPTION("The camera description holds more than %zu references.", maxEdges);
+            throw RUNTIME_EXCEPTION("Cannot load the camera description: it holds more than %zu references.", maxEdges);
         }
     });
     for (EdgeLists* list : lists) {

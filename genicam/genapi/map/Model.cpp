@@ -20,7 +20,8 @@ constexpr std::size_t maxEntryNameBytes = 3000; // its enumeration's and its own
 
 std::uint32_t StringArena::Add(std::string_view text) {
     if (text.size() + sizeof(std::uint32_t) + 1 > maxTextBytes - m_bytes.size()) {
-        throw RUNTIME_EXCEPTION("The camera description holds more than %zu bytes of text.", maxTextBytes);
+        throw RUNTIME_EXCEPTION("Cannot load the camera description: it holds more than %zu bytes of text.",
+                                maxTextBytes);
     }
     const auto length = static_cast<std::uint32_t>(text.size());
     const std::size_t begin = m_bytes.size();

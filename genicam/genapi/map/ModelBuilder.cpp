@@ -22,7 +22,7 @@ ModelBuilder::ModelBuilder(std::size_t sourceBytes) : m_model(std::make_shared<M
 
 NodeIndex ModelBuilder::AddNode(NodeKind kind, std::string_view name) {
     if (m_model->m_nodes.size() >= maxNodes) {
-        throw RUNTIME_EXCEPTION("The camera description holds more than %zu nodes.", maxNodes);
+        throw RUNTIME_EXCEPTION("Cannot load the camera description: it holds more than %zu nodes.", maxNodes);
     }
     const std::uint32_t symbol = Symbolize(name);
     if (m_model->m_symbols.At(symbol).node != NoNode) {
@@ -46,7 +46,8 @@ std::uint32_t ModelBuilder::KeepFloat(double value) {
 
 void ModelBuilder::CheckProperties(std::size_t count) {
     if (count > maxProperties) {
-        throw RUNTIME_EXCEPTION("The camera description holds more than %zu properties.", maxProperties);
+        throw RUNTIME_EXCEPTION("Cannot load the camera description: it holds more than %zu properties.",
+                                maxProperties);
     }
 }
 
