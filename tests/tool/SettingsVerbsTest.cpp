@@ -44,4 +44,11 @@ TEST_F(SettingsTest, FailuresAreToldByNameAndLeaveNoFileBehind) {
     EXPECT_EQ(m_folder.List(), std::vector<std::string>{"settings.txt"});
 }
 
+TEST_F(SettingsTest, RemovedCameraExplainsAllThatFails) {
+    std::ofstream(m_file) << "# {05D8C294-F295-4dfb-9D01-096BD04049F4}\nSimulateRemoval\t1\nWidth\t64\n";
+    EXPECT_EQ(Run({"load", m_file}), ExitCode::Removed);
+    EXPECT_EQ(Document()["failed"].size(), 1u);
+    EXPECT_THAT(m_messages.str(), HasSubstr("Camera 0815-0000 was removed meanwhile"));
+}
+
 } // namespace

@@ -26,7 +26,8 @@ public:
     /// "device", "tl", "stream" or "event". @throws ToolError for one that this camera does not have, or not yet.
     GenApi::INodeMap& GetNodeMap(const std::string& name);
 
-    bool IsRemoved() const noexcept { return m_isRemoved; } ///< Whether it told that it is physically gone.
+    /// Whether it is physically gone. Asks, too: what it tells comes on another thread, behind the failures.
+    bool IsRemoved() const { return m_isRemoved || m_device->IsRemoved(); }
 
 private:
     void Open(const Zelmo::CDeviceInfo& info);

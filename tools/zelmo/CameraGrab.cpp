@@ -68,7 +68,7 @@ void CameraGrab::Run() noexcept {
     }
     m_ended = Clock::now().time_since_epoch().count();
     m_session.StopGrabbing();
-    if (m_camera.IsRemoved() || m_camera.GetDevice().IsRemoved()) { // whatever failed first, this is the cause
+    if (m_camera.IsRemoved()) { // whatever failed first, this is the cause
         m_error = ToolError(ExitCode::Removed, "removed", "Camera " + GetName() + " was removed while it was grabbing");
     }
     if (m_error && m_error->GetCode() == "host") {

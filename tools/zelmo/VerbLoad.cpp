@@ -43,6 +43,9 @@ public:
                          {"lines", lines},
                          {"verified", m_verify},
                          {"failed", ToJson(failures)}});
+        if (result == ExitCode::Removed) {
+            return result;
+        }
         output.Note(failures.empty() ? "All " + std::to_string(lines) + " lines of '" + m_file + "' are set"
                                      : "The other lines are set; 'zelmo diff " + m_file +
                                            "' shows what differs, 'zelmo features NAME --values' what is permitted");

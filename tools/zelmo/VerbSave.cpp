@@ -16,7 +16,7 @@ public:
     std::string GetDetails() const override {
         return "Saves all features that the camera's description marks as streamable and that can be read and written; "
                "what selectors select, for each of their positions. FILE is replaced. A feature that fails is told, "
-               "the others are saved all the same, and the exit code is 7.";
+               "the others are saved all the same, and the exit code is 7. Nothing is written when the camera is gone.";
     }
     std::vector<Example> GetExamples() const override {
         return {
@@ -38,6 +38,10 @@ public:
         const std::int64_t lines = bag.StoreToBag(&camera.GetNodeMap(m_device.nodeMap), -1, nullptr, &errors);
         const auto failures = ToFailures(errors);
         const ExitCode result = ReportFailures(failures, "saved", camera, output);
+        if (result == ExitCode::Removed || (lines == 0 && !failures.empty())) {
+            output.Note("'" + m_file + "' was not written"); // part of the settings must not replace all of them
+            return result;
+        }
         if (lines == 0) {
             throw FeatureError("", "nothing_to_save",
                                "Camera " + camera.GetName() + " has no settings to save: no feature of its node map '" +
