@@ -70,7 +70,13 @@ std::string_view EntryName(zip_t& archive, zip_int64_t entry) {
     return name != nullptr ? name : "";
 }
 
-/// What the archive holds; folders are entries of it too.
+/// Folders are entries, too, and some archivers add a file with attributes, "._Camera.xml", for each file.
+bool IsFile(std::string_view entry) noexcept {
+    const std::string_view name = entry.substr(entry.rfind('/') + 1);
+    return !name.empty() && !name.starts_with("._");
+}
+
+/// What the archive holds.
 std::vector<zip_int64_t> FilesOf(zip_t& archive) {
     const zip_int64_t count = zip_get_num_entries(&archive, 0);
     if (count > maxEntries) {
@@ -78,7 +84,7 @@ std::vector<zip_int64_t> FilesOf(zip_t& archive) {
     }
     std::vector<zip_int64_t> files;
     for (zip_int64_t entry = 0; entry < count; ++entry) {
-        if (!EntryName(archive, entry).ends_with('/')) {
+        if (IsFile(EntryName(archive, entry))) {
             files.push_back(entry);
         }
     }

@@ -347,7 +347,7 @@ std::string Zipped(const std::vector<std::pair<std::string, std::string>>& entri
 TEST(ZipTest, TheOnlyDescriptionIsTakenWhateverTheCallerCallsIt) {
     const std::string text = Description(Node("Integer", "I", "<Value>5</Value>"));
     const std::string archive =
-        Zipped({{"readme.txt", "not looked at"}, {"Camera.XML", text}, {"logo.png", "nor this"}});
+        Zipped({{"readme.txt", "not looked at"}, {"Camera.XML", text}, {"__MACOSX/._Camera.XML", "nor this"}});
     for (const EContentType_t type : {ContentType_Xml, ContentType_ZippedXml}) {
         const MapPtr map(CNodeMapFactory(type, archive.data(), archive.size()).CreateNodeMap());
         EXPECT_NE(map->GetNode("I"), nullptr);
