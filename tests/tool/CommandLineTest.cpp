@@ -136,6 +136,7 @@ INSTANTIATE_TEST_SUITE_P(
         Wrong{{"list", "--watch", "--tls"}, "--tls"}, Wrong{{"list", "--count", "2"}, "--watch"},
         Wrong{{"list", "--progress", "sometimes"}, "sometimes"},
         Wrong{{"features", "--visibility", "wizard"}, "wizard"}, Wrong{{"get", "A", "--nodemap", "x"}, "x"},
+        Wrong{{"nodemap", "--", "a", "-q"}, "'-q' is one argument too many"},
         Wrong{{"load", "a", "-d", ""}, "--device: the text is empty"}, Wrong{{"info", ""}, "DEVICE: the text"},
         Wrong{{"grab", "-d", ""}, "--device: the text"}, Wrong{{"bench", ""}, "DEVICE: the text"},
         Wrong{{"bench", "-d", ""}, "--device: the text"}, Wrong{{"grab", "-n", "1", "-o", ""}, "--output: the text"},

@@ -16,7 +16,8 @@ std::vector<int> Bytes(const MemoryImage& image, std::uint64_t address, std::siz
 
 TEST(MemoryImageTest, HoldsWhatItsLinesSayAndZerosElsewhere) {
     MemoryImage image;
-    image.Parse("# registers\r\n\n0x10 0102 03\t0X04 # four\r\n3e AABBCCDD\n12 ff\nFFFFFFFFFFFFFFFE 8899", "image");
+    image.Parse("\xEF\xBB\xBF# registers\r\n\n0x10 0102 03\t0X04 # four\r\n3e AABBCCDD\n12 ff\nFFFFFFFFFFFFFFFE 8899",
+                "image");
     EXPECT_EQ(Bytes(image, 0xE, 8), (std::vector<int>{0, 0, 1, 2, 0xFF, 4, 0, 0})) << "the later line counts";
     EXPECT_EQ(Bytes(image, 0x3D, 6), (std::vector<int>{0, 0xAA, 0xBB, 0xCC, 0xDD, 0})) << "over a page's end";
     EXPECT_EQ(Bytes(image, ~std::uint64_t{0} - 2, 5), (std::vector<int>{0, 0x88, 0x99, 0, 0}));

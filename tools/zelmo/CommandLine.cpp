@@ -5,6 +5,8 @@
 #include "Errors.h"
 #include "Suggestions.h"
 
+#include <algorithm>
+
 namespace tool {
 
 CommandLine::CommandLine() : m_app(std::make_unique<CLI::App>("Find, configure and grab from cameras", "zelmo")) {
@@ -96,19 +98,20 @@ std::string CommandLine::ExplainUnexpected() const {
     const auto extras = m_app->remaining(true);
     const std::string word = extras.empty() ? "" : extras.front();
     const std::size_t verb = FindVerb();
-    std::vector<std::string> known;
-    if (word.rfind("-", 0) == 0) {
-        known = GetOptionNames(*m_app);
-        if (verb < m_verbs.size()) {
-            const auto own = GetOptionNames(*m_commands[verb]);
-            known.insert(known.end(), own.begin(), own.end());
-        }
+    std::vector<std::string> known = GetOptionNames(*m_app);
+    if (verb < m_verbs.size()) {
+        const auto own = GetOptionNames(*m_commands[verb]);
+        known.insert(known.end(), own.begin(), own.end());
+    }
+    const bool isArgument = std::find(known.begin(), known.end(), word) != known.end(); // it stands behind "--"
+    if (word.rfind("-", 0) == 0 && !isArgument) {
         const std::string help = verb < m_verbs.size() ? "zelmo " + m_verbs[verb]->GetName() : "zelmo";
         return "There is no option '" + word + "'" + DidYouMean(word, known) + "; '" + help + " --help' lists them";
     }
     if (verb < m_verbs.size()) {
         return "'" + word + "' is one argument too many; 'zelmo " + m_verbs[verb]->GetName() + " --help' explains them";
     }
+    known.clear();
     for (const auto& one : m_verbs) {
         known.push_back(one->GetName());
     }

@@ -89,6 +89,8 @@ private:
 } // namespace
 
 void MemoryImage::Parse(std::string_view text, const std::string& name) {
+    constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF"; // which some editors put in front
+    text.remove_prefix(text.starts_with(byteOrderMark) ? byteOrderMark.size() : 0);
     std::size_t number = 0;
     while (!text.empty()) {
         ++number;
