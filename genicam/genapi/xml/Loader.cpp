@@ -31,18 +31,25 @@ constexpr unsigned int parseFlags = pugi::parse_cdata | pugi::parse_escapes | pu
     Fail(source.Describe(source.TagPosition(element.name())), what);
 }
 
+/// A camera is not refused for its own version; that of the schema says how to read the rest.
+enum class Version : std::uint8_t { OfSchema, OfDevice };
+
 /// What is too large for a version, such as a date, becomes the highest one.
-std::uint16_t VersionAttribute(const pugi::xml_node& root, const SourceText& source, const char* name,
-                               std::uint16_t missing) {
+std::uint16_t ReadVersion(const pugi::xml_node& root, const SourceText& source, Version kind, const char* name,
+                          std::uint16_t missing) {
     constexpr std::int64_t highest = std::numeric_limits<std::uint16_t>::max();
     const pugi::xml_attribute attribute = root.attribute(name);
     const auto number = attribute ? ParseInteger(attribute.value()) : missing;
-    if (!number) {
-        FailAt(root, source,
-               "attribute '" + std::string(name) + "' is '" + std::string(attribute.value()).substr(0, 64) +
-                   "', a number is needed");
+    if (number) {
+        return static_cast<std::uint16_t>(std::clamp<std::int64_t>(*number, 0, highest));
     }
-    return static_cast<std::uint16_t>(std::clamp<std::int64_t>(*number, 0, highest));
+    const std::string fault = "attribute '" + std::string(name) + "' is '" +
+                              std::string(attribute.value()).substr(0, 64) + "', a number is needed";
+    if (kind == Version::OfSchema) {
+        FailAt(root, source, fault);
+    }
+    LogLoadWarning("Root element: " + fault + "; it counts as " + std::to_string(missing) + ".");
+    return missing;
 }
 
 void ReadDeviceInformation(const pugi::xml_node& root, const SourceText& source, DeviceInformation& device) {
@@ -52,12 +59,12 @@ void ReadDeviceInformation(const pugi::xml_node& root, const SourceText& source,
     device.standardNameSpace = root.attribute("StandardNameSpace").as_string("None");
     device.productGuid = root.attribute("ProductGuid").value();
     device.versionGuid = root.attribute("VersionGuid").value();
-    device.schemaMajor = VersionAttribute(root, source, "SchemaMajorVersion", 1);
-    device.schemaMinor = VersionAttribute(root, source, "SchemaMinorVersion", 0);
-    device.schemaSubMinor = VersionAttribute(root, source, "SchemaSubMinorVersion", 0);
-    device.major = VersionAttribute(root, source, "MajorVersion", 0);
-    device.minor = VersionAttribute(root, source, "MinorVersion", 0);
-    device.subMinor = VersionAttribute(root, source, "SubMinorVersion", 0);
+    device.schemaMajor = ReadVersion(root, source, Version::OfSchema, "SchemaMajorVersion", 1);
+    device.schemaMinor = ReadVersion(root, source, Version::OfSchema, "SchemaMinorVersion", 0);
+    device.schemaSubMinor = ReadVersion(root, source, Version::OfSchema, "SchemaSubMinorVersion", 0);
+    device.major = ReadVersion(root, source, Version::OfDevice, "MajorVersion", 0);
+    device.minor = ReadVersion(root, source, Version::OfDevice, "MinorVersion", 0);
+    device.subMinor = ReadVersion(root, source, Version::OfDevice, "SubMinorVersion", 0);
 }
 
 void CheckSchema(const pugi::xml_node& root, const SourceText& source, const DeviceInformation& device) {

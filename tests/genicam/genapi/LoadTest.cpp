@@ -213,12 +213,18 @@ TEST_F(LoadTest, NumbersAreReadInAllTheirForms) {
     EXPECT_EQ(Text("Word"), "1");
 }
 
-TEST_F(LoadTest, PrefixesAndForeignAttributesDoNotMatter) {
+TEST_F(LoadTest, PrefixesForeignAttributesAndOddVersionsDoNotMatter) {
+    const Fakes::LogRecorder log("GenApi");
     const std::string text = R"(<g:RegisterDescription xmlns:g="http://www.genicam.org/GenApi/Version_1_0"
-  xmlns:xsi="x" xsi:schemaLocation="y" SchemaMajorVersion="1" SchemaMinorVersion="0">
+  xmlns:xsi="x" xsi:schemaLocation="y" SchemaMajorVersion="1" SchemaMinorVersion="0" MajorVersion="two" MinorVersion="20261121">
 <g:Integer Name="I" Color="red"><g:Value>3</g:Value></g:Integer></g:RegisterDescription>)";
     Map = MapOf(text);
     EXPECT_EQ(Int("I").GetValue(), 3);
+    GenICam::Version_t version;
+    dynamic_cast<IDeviceInfo&>(*Map).GetDeviceVersion(version);
+    EXPECT_EQ(version.Major, 0) << "a camera is not refused for its own version";
+    EXPECT_EQ(version.Minor, 65535);
+    EXPECT_EQ(Warnings(log, "'MajorVersion' is 'two'"), 1u);
 }
 
 TEST_F(LoadTest, WhatIsNotKnownIsToldOnceAndIgnored) {
