@@ -169,14 +169,14 @@ void TakeTexts(INode& node, FieldCollector& fields) {
     fields.Take("streamable", [&] { return Json(node.IsStreamable()); });
 }
 
-void TakeValue(const Feature& feature, FieldCollector& fields) {
+void TakeValue(const Feature& feature, EAccessMode mode, FieldCollector& fields) {
     INode& node = feature.GetNode();
     const bool hasValue = dynamic_cast<IValue*>(&node) != nullptr && node.GetPrincipalInterfaceType() != intfICommand &&
                           node.GetPrincipalInterfaceType() != intfICategory;
-    fields.Take("value", [&] { return hasValue && feature.IsReadable() ? feature.GetValue() : Json(); });
+    fields.Take("value", [&] { return hasValue && IsReadable(mode) ? feature.GetValue() : Json(); });
     fields.Take("unit", [&] { return UnlessEmpty(feature.GetUnit()); });
     fields.Take("representation", [&] { return RepresentationOf(node); });
-    if (IsAvailable(node.GetAccessMode())) {
+    if (IsAvailable(mode)) {
         ForEachLimit(node, [&](const char* name, const auto& read) { fields.Take(name, read); });
     }
     fields.Take("entries", [&] { return EntriesOf(node); });
@@ -212,9 +212,13 @@ Json DescribeFeature(const Feature& feature) {
     INode& node = feature.GetNode();
     FieldCollector fields(node);
     fields.Take("type", [&] { return Json(feature.GetType()); });
-    fields.Take("access", [&] { return Json(feature.GetAccess()); });
+    EAccessMode mode = NI;
+    fields.Take("access", [&] {
+        mode = node.GetAccessMode();
+        return Json(EAccessModeClass::ToString(mode).c_str());
+    });
     TakeTexts(node, fields);
-    TakeValue(feature, fields);
+    TakeValue(feature, mode, fields);
     TakeRelations(node, fields);
     return fields.Finish();
 }
