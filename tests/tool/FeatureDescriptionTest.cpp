@@ -26,10 +26,13 @@ TEST(FeatureDescriptionTest, WhatTheDeviceDoesNotAnswerStandsUnderErrorsAndStops
     map._LoadXMLFromString(text);
     SleepingPort port;
     map._Connect(&port);
-    const Json json = tool::DescribeFeature(tool::Feature::FindAny(*map._Ptr(), "F", "camera"));
+    const tool::Feature feature = tool::Feature::FindAny(*map._Ptr(), "F", "camera");
+    const Json json = tool::DescribeFeature(feature);
     EXPECT_EQ(json["tooltip"], "Tip");
     EXPECT_EQ(json["locked_by"][0]["name"], "Lock");
     EXPECT_EQ(json["errors"]["access"], "The device is asleep");
+    EXPECT_THAT([&] { feature.GetText(); },
+                testing::ThrowsMessage<tool::ToolError>(testing::StartsWith("F: reading the access")));
 }
 
 } // namespace

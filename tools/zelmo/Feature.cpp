@@ -183,8 +183,12 @@ std::string Feature::GetType() const {
     }
 }
 
+EAccessMode Feature::GetMode() const {
+    return OnFeature(GetName(), "reading the access", m_camera, [this] { return m_node->GetAccessMode(); });
+}
+
 std::string Feature::GetAccess() const {
-    return EAccessModeClass::ToString(m_node->GetAccessMode()).c_str();
+    return EAccessModeClass::ToString(GetMode()).c_str();
 }
 
 std::string Feature::GetUnit() const {
@@ -219,7 +223,7 @@ std::string Feature::GetLimits() const {
 }
 
 bool Feature::IsReadable() const {
-    return GenApi::IsReadable(m_node->GetAccessMode());
+    return GenApi::IsReadable(GetMode());
 }
 
 IValue& Feature::Value() const {
@@ -277,7 +281,7 @@ Json Feature::GetDescription(bool withValues) const {
     if (const std::string unit = GetUnit(); !unit.empty()) {
         json["unit"] = unit;
     }
-    if (GenApi::IsAvailable(m_node->GetAccessMode())) {
+    if (GenApi::IsAvailable(GetMode())) {
         OnFeature(GetName(), "reading the limits", m_camera, [&] { AddLimits(json); });
     }
     if (IsReadable() && m_node->GetPrincipalInterfaceType() != intfICommand) {
@@ -289,7 +293,7 @@ Json Feature::GetDescription(bool withValues) const {
 ToolError Feature::NotAccessible(const std::string& how) const {
     return FeatureError(GetName(), "not_available",
                         GetName() + ": it cannot be " + how + " on camera " + m_camera + ": " +
-                            ExplainAccessMode(m_node->GetAccessMode()));
+                            ExplainAccessMode(GetMode()));
 }
 
 ToolError Feature::Refuse(const std::string& why, const std::string& permitted) const {
@@ -299,7 +303,7 @@ ToolError Feature::Refuse(const std::string& why, const std::string& permitted) 
 }
 
 void Feature::RequireWritable() const {
-    if (!IsWritable(m_node->GetAccessMode())) {
+    if (!IsWritable(GetMode())) {
         throw NotAccessible("written");
     }
 }

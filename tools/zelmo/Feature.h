@@ -47,6 +47,7 @@ public:
     void Execute(std::chrono::milliseconds timeout);
 
 private:
+    GenApi::EAccessMode GetMode() const;
     GenApi::IValue& Value() const;
     void RequireWritable() const;
     void CheckInteger(const std::string& text) const;

@@ -75,11 +75,13 @@ private:
 
     void Add(GenApi::INode& node, std::size_t depth) {
         const Feature feature(node, m_camera);
-        if (node.GetVisibility() > m_visibility || !Matches(feature.GetName()) ||
-            !GenApi::IsImplemented(node.GetAccessMode())) {
+        if (node.GetVisibility() > m_visibility || !Matches(feature.GetName())) {
             return;
         }
         Json json = Describe(feature);
+        if (json.value("access", "") == "NI") {
+            return;
+        }
         json["category"] = m_category;
         m_features.push_back(json);
         m_rows.push_back(MakeRow(feature, json, depth));
@@ -91,25 +93,26 @@ private:
 
     /// One feature that cannot be read must not hide all others.
     Json Describe(const Feature& feature) const {
+        Json json = {{"name", feature.GetName()}, {"type", feature.GetType()}};
         try {
-            return feature.GetDescription(m_options.values);
+            json = feature.GetDescription(false);
+            json = feature.GetDescription(m_options.values);
         } catch (const ToolError& error) {
-            Json json = feature.GetDescription(false);
             json["error"] = error.what();
-            return json;
         }
+        return json;
     }
 
     std::vector<std::string> MakeRow(const Feature& feature, const Json& json, std::size_t depth) const {
-        std::vector<std::string> row{Indent(depth) + feature.GetName(), json["access"], json["type"]};
+        const std::string access = json.value("access", "?");
+        std::vector<std::string> row{Indent(depth) + feature.GetName(), access, json["type"]};
         if (!m_options.values) {
             return row;
         }
         const bool value = json.contains("value");
         const std::string unit = json.value("unit", "");
         row.push_back(value ? Printable(feature.GetText()) + (unit.empty() ? "" : " " + unit) : "-");
-        const bool limited =
-            GenApi::IsWritable(feature.GetNode().GetAccessMode()) && (json.contains("min") || json.contains("entries"));
+        const bool limited = (access == "RW" || access == "WO") && (json.contains("min") || json.contains("entries"));
         row.push_back(limited ? "(" + feature.GetLimits() + ")" : json.value("error", ""));
         return row;
     }
