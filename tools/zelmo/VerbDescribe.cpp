@@ -1,10 +1,7 @@
-#include "Camera.h"
-#include "CommonOptions.h"
-#include "DeviceSelector.h"
 #include "Feature.h"
 #include "FeatureDescription.h"
+#include "FeatureListVerb.h"
 #include "Output.h"
-#include "Verb.h"
 
 namespace tool {
 namespace {
@@ -97,7 +94,7 @@ Rows MakeRows(const Json& json) {
     return rows;
 }
 
-class DescribeVerb : public Verb {
+class DescribeVerb : public FeatureListVerb {
 public:
     std::string GetName() const override { return "describe"; }
     std::string GetSummary() const override { return "Tell all that the description says of features"; }
@@ -113,27 +110,11 @@ public:
         };
     }
 
-    void Define(CLI::App& command) override {
-        command.add_option("FEATURE", m_features, "Names of features")->type_name("")->required();
-        DefineDeviceOptions(command, m_device);
-    }
-
-    ExitCode Run(Library& library, Output& output) override {
-        Camera camera(SelectDevice(library, m_device.device));
-        GenApi::INodeMap& nodeMap = camera.GetNodeMap(m_device.nodeMap);
-        Json list = Json::array();
-        ExitCode result = ExitCode::Done;
-        for (const std::string& name : m_features) {
-            try {
-                list.push_back(DescribeFeature(Feature::FindAny(nodeMap, name, camera.GetName())));
-                Print(list.back(), output);
-            } catch (const ToolError& error) { // the others are told all the same
-                output.Error(error);
-                result = result == ExitCode::Done ? error.GetExitCode() : result;
-            }
-        }
-        output.Document({{"device", camera.GetName()}, {"features", list}});
-        return result;
+protected:
+    Json Tell(GenApi::INodeMap& nodeMap, const std::string& name, const std::string& camera, Output& output) override {
+        Json json = DescribeFeature(Feature::FindAny(nodeMap, name, camera));
+        Print(json, output);
+        return json;
     }
 
 private:
@@ -143,9 +124,6 @@ private:
             output.Line(line);
         }
     }
-
-    DeviceOptions m_device;
-    std::vector<std::string> m_features;
 };
 
 } // namespace

@@ -1,14 +1,11 @@
-#include "Camera.h"
-#include "CommonOptions.h"
-#include "DeviceSelector.h"
 #include "Feature.h"
+#include "FeatureListVerb.h"
 #include "Output.h"
-#include "Verb.h"
 
 namespace tool {
 namespace {
 
-class GetVerb : public Verb {
+class GetVerb : public FeatureListVerb {
 public:
     std::string GetName() const override { return "get"; }
     std::string GetSummary() const override { return "Print features as NAME=VALUE, as 'set' takes them"; }
@@ -19,34 +16,14 @@ public:
         };
     }
 
-    void Define(CLI::App& command) override {
-        command.add_option("FEATURE", m_features, "Names of features")->type_name("")->required();
-        DefineDeviceOptions(command, m_device);
+protected:
+    Json Tell(GenApi::INodeMap& nodeMap, const std::string& name, const std::string& camera, Output& output) override {
+        const Feature feature = Feature::Find(nodeMap, name, camera);
+        const std::string text = feature.GetText();
+        Json json = feature.GetDescription(true);
+        output.Line(name + "=" + text);
+        return json;
     }
-
-    ExitCode Run(Library& library, Output& output) override {
-        Camera camera(SelectDevice(library, m_device.device));
-        GenApi::INodeMap& nodeMap = camera.GetNodeMap(m_device.nodeMap);
-        Json list = Json::array();
-        ExitCode result = ExitCode::Done;
-        for (const std::string& name : m_features) {
-            try {
-                const Feature feature = Feature::Find(nodeMap, name, camera.GetName());
-                const std::string text = feature.GetText();
-                list.push_back(feature.GetDescription(true));
-                output.Line(name + "=" + text);
-            } catch (const ToolError& error) { // the others are told all the same
-                output.Error(error);
-                result = result == ExitCode::Done ? error.GetExitCode() : result;
-            }
-        }
-        output.Document({{"device", camera.GetName()}, {"features", list}});
-        return result;
-    }
-
-private:
-    DeviceOptions m_device;
-    std::vector<std::string> m_features;
 };
 
 } // namespace
