@@ -121,6 +121,9 @@ void PortNode::StopRecording() {
 void PortNode::ReadBytes(std::uint8_t* bytes, std::int64_t address, std::int64_t length) {
     RequireConnected();
     RequireReadable();
+    if (length == 0) {
+        return; // no port has to bear a read of nothing
+    }
     m_implementation->Read(bytes, address, length);
     LogAccess("read", *this, address, bytes, length);
     if (NeedsSwap(length)) {
@@ -131,6 +134,9 @@ void PortNode::ReadBytes(std::uint8_t* bytes, std::int64_t address, std::int64_t
 void PortNode::WriteBytes(const std::uint8_t* bytes, std::int64_t address, std::int64_t length) {
     RequireConnected();
     RequireWritable();
+    if (length == 0) {
+        return;
+    }
     if (NeedsSwap(length)) {
         std::uint8_t swapped[8];
         std::reverse_copy(bytes, bytes + length, swapped);

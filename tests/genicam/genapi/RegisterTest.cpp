@@ -178,6 +178,14 @@ TEST_F(RegisterTest, FieldsOutsideTheirRegisterFailWhenUsed) {
     EXPECT_EQ(Port.Reads + Port.Writes, 0);
 }
 
+TEST_F(RegisterTest, NoPortIsAskedForNoBytes) {
+    Load(Node("Register", "Empty", Place(0, 0)) + Node("StringReg", "NoText", Place(0, 0)));
+    EXPECT_EQ(Text("Empty") + Text("NoText"), "0x");
+    As<IRegister>("Empty").Set(nullptr, 0);
+    As<IRegister>("Empty").Get(nullptr, 0);
+    EXPECT_EQ(Port.Reads + Port.Writes, 0) << "with a null pointer";
+}
+
 TEST_F(RegisterTest, StructuresExpandToFieldsThatShareTheirRegister) {
     Load("<StructReg Comment=\"Status\"><ToolTip>shared</ToolTip><Visibility>Guru</Visibility><Address>8</Address>"
          "<Length>4</Length><AccessMode>RW</AccessMode><pPort>Device</pPort><Cachable>NoCache</Cachable>"
