@@ -178,7 +178,8 @@ bool ConfigureLogFromProperties(CLogHierarchy& hierarchy, std::string_view text,
 bool ConfigureLogFromFile(CLogHierarchy& hierarchy, const gcstring& path) {
     std::ifstream file(path.c_str());
     std::ostringstream text;
-    if (!file || !(text << file.rdbuf())) {
+    const bool isEmpty = file.peek() == std::ifstream::traits_type::eof(); // of which << would make a failure
+    if (!file || file.bad() || (!isEmpty && !(text << file.rdbuf()))) {
         std::fprintf(stderr, "Cannot read the log configuration '%s'\n", path.c_str());
         return false;
     }

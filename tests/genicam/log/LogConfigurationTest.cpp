@@ -188,9 +188,10 @@ TEST_F(LogConfigurationTest, PropertyFileOfTheVariableHoldsUnlessTheOwnVariables
         Start();
         logger.log(LogPriority_Error, "e");
         logger.log(LogPriority_Warn, "w");
-        EXPECT_FALSE(CLog::ConfigureFromString("additivity.x=true") || CLog::ConfigureFromFile("/no/such"));
+        EXPECT_FALSE(CLog::ConfigureFromString("additivity.x=true") || CLog::ConfigureFromFile("/dev/null"));
+        EXPECT_FALSE(CLog::ConfigureFromFile("/no/such") || CLog::ConfigureFromFile("/proc"));
         EXPECT_EQ(ContentOf(InFolder("f.log")), content) << append << level;
-        EXPECT_EQ(Stop(), "Cannot read the log configuration '/no/such'\n");
+        EXPECT_EQ(Stop(), "Cannot read the log configuration '/no/such'\nCannot read the log configuration '/proc'\n");
     }
 }
 
