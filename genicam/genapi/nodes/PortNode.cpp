@@ -49,7 +49,7 @@ EAccessMode PortNode::OwnMode() {
     return m_implementation != nullptr ? m_implementation->GetAccessMode() : NA;
 }
 
-// A port node may be the port of another map; the guards end a circle of such maps.
+// A port node may be the port of another map; the guards end accesses that come back through ports in between.
 void PortNode::Read(void* pBuffer, int64_t Address, int64_t Length) {
     const Call call(*this, "Read");
     const EvaluationGuard guard(*this, EvaluationGuard::Reading);
@@ -67,7 +67,21 @@ void PortNode::Write(const void* pBuffer, int64_t Address, int64_t Length) {
     WriteThroughPort(pBuffer, Address, Length);
 }
 
+/// @throws GenICam::InvalidArgumentException if @p port leads back to this node
+void PortNode::RefuseCircle(IPort* port) {
+    constexpr int maxMaps = 1000; // as other threads may be connecting them meanwhile
+    auto* below = dynamic_cast<PortNode*>(port);
+    for (int maps = 0; below != nullptr && maps < maxMaps; ++maps) {
+        if (below == this) {
+            throw NODE_EXCEPTION(InvalidArgumentException, *this)("A port cannot be connected to itself.");
+        }
+        const GenICam::AutoLock lock(below->Core().Lock());
+        below = dynamic_cast<PortNode*>(below->m_implementation);
+    }
+}
+
 void PortNode::SetPortImpl(IPort* pPort) {
+    RefuseCircle(pPort);
     Core().Change(*this, "SetPortImpl", [&] {
         m_implementation = pPort;
         Core().Invalidate(*this);

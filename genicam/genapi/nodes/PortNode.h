@@ -60,6 +60,7 @@ private:
         return m_swapEndianess && (length == 2 || length == 4 || length == 8);
     }
     void RequireConnected();
+    void RefuseCircle(IPort* port);
     void WriteThroughPort(const void* bytes, std::int64_t address, std::int64_t length);
 
     IPort* m_implementation = nullptr;

@@ -16,7 +16,9 @@ struct GENICAM_API INodeMap {
     virtual INode* GetNode(const gcstring& Name) const = 0; ///< Null when there is no such node.
     virtual void InvalidateNodes() const = 0;               ///< Drops all that is cached and fires all callbacks.
     /// Connects a port node with @p pPort (borrowed, null disconnects), in place of what was connected before.
+    /// It may be a port node of another map, whose device then serves both.
     /// @return false when there is no such port node.
+    /// @throws GenICam::InvalidArgumentException for a port node that leads back to this one
     virtual bool Connect(IPort* pPort, const gcstring& PortName) const = 0;
     virtual bool Connect(IPort* pPort) const = 0; ///< The same for the port node "Device".
     virtual gcstring GetDeviceName() = 0;

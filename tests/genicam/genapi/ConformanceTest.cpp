@@ -94,9 +94,24 @@ TEST_F(ConformanceTest, APortNodeCanBeThePortOfAnotherMapUnlessTheyGoInACircle) 
     dynamic_cast<IInteger&>(*upper->GetNode("R")).SetValue(7);
     EXPECT_EQ(Port.Memory[0], 7);
     EXPECT_EQ(Int("R").GetValue(), 7) << "the lower map keeps its device";
-    ASSERT_TRUE(Map->Connect(dynamic_cast<IPort*>(upper->GetNode("Device"))));
+    for (INodeMap* map : {Map.get(), upper.get()})
+        EXPECT_THROW(Map->Connect(dynamic_cast<IPort*>(map->GetNode("Device"))), GenICam::InvalidArgumentException);
+    EXPECT_EQ(Int("R").GetValue(), 7);
+}
+
+TEST_F(ConformanceTest, AnAccessThatComesBackToItsPortNodeFails) {
+    struct Loop : CPortImpl {
+        IPort* node = nullptr;
+        EAccessMode GetAccessMode() const override { return RW; }
+        void Read(void* bytes, int64_t address, int64_t length) override { node->Read(bytes, address, length); }
+        void Write(const void* bytes, int64_t address, int64_t length) override { node->Write(bytes, address, length); }
+    } loop;
+    Load(Node("IntReg", "R", Place(0, 4)));
+    loop.node = &As<IPort>("Device");
+    ASSERT_TRUE(Map->Connect(&loop));
     EXPECT_THAT(Failure([this] { Int("R").GetValue(); }), testing::HasSubstr("depends on itself"));
     EXPECT_THAT(Failure([this] { Int("R").SetValue(1, false); }), testing::HasSubstr("depends on itself"));
+    Map->Connect(nullptr);
 }
 
 TEST_F(ConformanceTest, LimitsFollowTheirNodesAndTellTheListener) {
