@@ -2,7 +2,9 @@
 
 #include "ZelmoBase/camera/Acquisition.h"
 #include "ZelmoBase/camera/BufferFactoryDeallocator.h"
+#include "ZelmoBase/camera/CameraLog.h"
 #include "ZelmoBase/camera/GrabSession.h"
+#include "ZelmoBase/core/Guarded.h"
 #include "ZelmoBase/core/ScopeGuard.h"
 
 #include <zelmo/Device.h>
@@ -49,7 +51,7 @@ public:
 
 private:
     CGrabResultData* CreateGrabResultData() override { return new CGrabResultData; }
-    void OnGrabError(const char*) override {}
+    void OnGrabError(const char*) noexcept override {}
     void OnGrabCountReached() override;
 
     IZelmoDevice& m_device;
@@ -79,7 +81,7 @@ void CDeviceGrab::Impl::Start(const Settings& settings) {
         m_session.GetEngine().SetOutputQueueSize(settings.outputQueueSize);
     }
     m_session.Start(grabber, session);
-    ScopeGuard stop([this] { m_session.Stop(); });
+    ScopeGuard stop([this] { StopGrabbing(); });
     if (settings.acquisitionStartStopExecutionEnable) {
         m_acquisition.Start(m_device);
     }
@@ -95,7 +97,8 @@ void CDeviceGrab::Impl::StopGrabbing() noexcept {
     m_acquisition.Stop(m_device, "Exception caught while executing acquisition stop, msg='%s'",
                        "Unknown exception caught while executing acquisition stop.");
     m_session.Stop();
-    m_stopObject.Signal();
+    RunLogged(CameraLogCategory(), "Exception caught while signaling the end of grabbing, msg='%s'",
+              "Unknown exception caught while signaling the end of grabbing.", [this] { m_stopObject.Signal(); });
 }
 
 void CDeviceGrab::Impl::OnGrabCountReached() {

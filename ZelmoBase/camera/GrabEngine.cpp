@@ -100,6 +100,9 @@ void CGrabEngine::StartEngine(IStreamGrabber* grabber, EGrabStrategy strategy, u
         m_bufferProvider.SetObserver(this);
     }
     m_stopSignal.ResetAll();
+    if (m_exceptionRaised) { // a buffer could not be queued since the observer is set
+        SignalFailure();
+    }
     m_thread.Start([this] { Run(); });
     stop.Dismiss();
 }
@@ -210,15 +213,17 @@ void CGrabEngine::StopEngine() noexcept {
                 "Unknown exception caught while retrieving cancelled buffers.", [this] { RetrieveCanceledBuffers(); });
     RunStopStep("Exception caught while finishing grab, msg='%s'", "Unknown exception caught while finishing grab.",
                 [this] { m_grabber->FinishGrab(); });
+    bool isClosed = false;
     RunStopStep("Exception caught while closing stream grabber, msg='%s'",
-                "Unknown exception caught while closing stream grabber.", [this] {
+                "Unknown exception caught while closing stream grabber.", [&] {
                     if (m_grabber->IsOpen()) {
                         m_grabber->Close();
                     }
+                    isClosed = true;
                 });
     RunStopStep("Exception caught while releasing buffers that were not retrieved, msg='%s'",
                 "Unknown exception caught while releasing buffers that were not retrieved.",
-                [this] { ReleaseKeptBuffers(); });
+                [&] { ReleaseKeptBuffers(isClosed); });
     RunStopStep("Exception caught while releasing item cache, msg='%s'",
                 "Unknown exception caught while releasing item cache.",
                 [this] { m_bufferProvider.Reset(0, nullptr, CReusableBufferProvider::EReset::Forced); });
@@ -245,15 +250,14 @@ void CGrabEngine::RetrieveCanceledBuffers() {
 
 /// Those that the grabber did not give back, as it failed to. Closed, it touches them no more; else it may still write
 /// into them, and they are left to it for good.
-void CGrabEngine::ReleaseKeptBuffers() {
+void CGrabEngine::ReleaseKeptBuffers(bool isClosed) {
     if (m_inGrabber.empty()) {
         return;
     }
-    const bool isOpen = m_grabber->IsOpen();
     hxlog::LogTrace(CameraLogCategory(), hxlog::LogLevel_Warn,
                     "Camera %p: The stream grabber kept %lu queued buffers%s", static_cast<const void*>(m_camera),
-                    static_cast<unsigned long>(m_inGrabber.size()), isOpen ? ": their memory is lost" : "");
-    for (; !m_inGrabber.empty() && !isOpen; m_inGrabber.pop_front()) {
+                    static_cast<unsigned long>(m_inGrabber.size()), isClosed ? "" : ": their memory is lost");
+    for (; !m_inGrabber.empty() && isClosed; m_inGrabber.pop_front()) {
         const std::shared_ptr<CBufferData> last = std::move(m_inGrabber.front()->selfReference);
     }
     m_inGrabber.clear();

@@ -54,8 +54,9 @@ private:
 /// Takes filled buffers off a stream grabber and keeps it fed, session after session; lives as long as the camera.
 /// Owns:    the engine thread, the output queue and the buffers.
 /// Borrows: during a session, the stream grabber (the device owns it).
-/// Threads: StartEngine, StopEngine, CancelUpcomingImage and IsGrabbing under the camera lock, which the engine itself
-///          never takes; the rest from any. Run is the engine thread; OnItem… run on any thread that drops a result.
+/// Threads: StartEngine, StopEngine, RequestBuffer, CancelUpcomingImage, SetBufferFactory and IsGrabbing under the
+///          camera lock, which the engine itself never takes; the rest from any. Run is the engine thread; OnItem… run
+///          on any thread that drops a result.
 /// Locks:   m_queueLock, then the buffer pool's mutex (the buffer lock), then m_exceptionLock; never the other way
 /// round.
 ///
@@ -86,7 +87,6 @@ public:
     void StopEngine() noexcept; ///< Ends the session, if there is one. Queued results are lost, held ones stay valid.
 
     bool IsGrabbing() const noexcept { return m_grabber != nullptr; }
-    EGrabStrategy GetStrategy() const noexcept { return m_strategy; }
 
     /// With GrabStrategy_UpcomingImage: the buffer that was asked for comes back, and whatever stood in the queue is
     /// dropped. Else nothing. @throws GenICam::RuntimeException when the buffer does not come back within 5 s.
@@ -140,7 +140,7 @@ private:
     void RunStopStep(const char* known, const char* unknown, Step&& step) const noexcept;
     void JoinThread();
     void RetrieveCanceledBuffers();
-    void ReleaseKeptBuffers();
+    void ReleaseKeptBuffers(bool isClosed);
 
     // the engine thread
     void Run() noexcept;

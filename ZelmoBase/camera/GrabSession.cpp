@@ -89,7 +89,7 @@ bool CGrabSession::Retrieve(unsigned int timeoutMs, CGrabResultPtr& result, ETim
         ForwardEngineException();
         return false;
     }
-    bool countReached = false;
+    bool isCounted = false;
     {
         GenICam::AutoLock lock(m_cameraLock);
         if (!IsGrabbing()) {
@@ -100,12 +100,20 @@ bool CGrabSession::Retrieve(unsigned int timeoutMs, CGrabResultPtr& result, ETim
             return false;
         }
         TakeResult(result);
-        countReached = IsCountReached();
+        isCounted = m_countLimitActive;
     }
-    if (countReached) {
-        m_owner.StopGrabbing();
+    if (isCounted) {
+        StopAtCount();
     }
     return result.IsValid();
+}
+
+/// Looks anew, with the lock held until the session has ended: another one that was started meanwhile goes on.
+void CGrabSession::StopAtCount() {
+    GenICam::AutoLock lock(m_cameraLock);
+    if (IsGrabbing() && m_countLimitActive && m_imagesLeft == 0) {
+        m_owner.StopGrabbing();
+    }
 }
 
 /// @return what to wait for; null when no session runs.

@@ -36,8 +36,8 @@ struct CGrabSettings {
 /// or without the camera lock held.
 class IGrabSessionOwner : public IGrabResultDataCreator {
 public:
-    virtual void OnGrabError(const char* message) = 0; ///< The engine has failed; before the session is stopped.
-    virtual void StopGrabbing() = 0;                   ///< Ends the session and what the owner started around it.
+    virtual void OnGrabError(const char* message) noexcept = 0; ///< The engine has failed; the session is stopped next.
+    virtual void StopGrabbing() = 0; ///< Ends the session and what the owner started around it.
 
 protected:
     ~IGrabSessionOwner() = default;
@@ -77,7 +77,7 @@ private:
     void TakeResult(CGrabResultPtr& result);
     std::shared_ptr<CGrabResultData> TakeRecord();
     void ForwardEngineException();
-    bool IsCountReached() const { return m_countLimitActive && m_imagesLeft == 0; }
+    void StopAtCount();
 
     const CInstantCamera* const m_camera;
     GenICam::CLock& m_cameraLock; // guards all that follows, but for what the wait uses

@@ -59,7 +59,7 @@ private:
     void Hold(const Zelmo::CGrabResultPtr& result);
 
     Zelmo::CGrabResultData* CreateGrabResultData() override { return new Zelmo::CGrabResultData; }
-    void OnGrabError(const char*) override {}
+    void OnGrabError(const char*) noexcept override {}
     void StopGrabbing() override { m_session.Stop(); }
     void OnGrabCountReached() override {}
 

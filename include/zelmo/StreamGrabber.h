@@ -61,10 +61,11 @@ struct GrabResult {
 /// object serves one acquisition after the other.
 ///
 /// The calls of one acquisition, in this order: IsOpen, Open, the node "PayloadSize" is read, "MaxBufferSize" and
-/// "MaxNumBuffer" are written, PrepareGrab, RegisterBuffer for each buffer, StartStreaming, QueueBuffer again and again
-/// with RetrieveResult on each signal of the wait object; then StopStreaming, FlushBuffers, RetrieveResult until
-/// nothing is left, DeregisterBuffer, FinishGrab, Close; buffers may also be left registered. After a step that failed,
-/// be it Open, all follow from StopStreaming on, Close only while open: they do nothing where there is nothing to undo.
+/// "MaxNumBuffer" are written, PrepareGrab, StartStreaming, QueueBuffer again and again with RetrieveResult on each
+/// signal of the wait object; then StopStreaming, FlushBuffers, RetrieveResult until nothing is left, FinishGrab,
+/// Close. RegisterBuffer comes before a buffer is queued for the first time, for some devices before StartStreaming
+/// already; DeregisterBuffer after a result, or never: buffers may be left registered. After a step that failed, be it
+/// Open, all follow from StopStreaming on, Close only while open: they do nothing where there is nothing to undo.
 ///
 /// Buffers belong to the caller. A registered buffer that is not queued may be registered, queued and deregistered at
 /// any time of a session, and its memory may be freed before FinishGrab or Close: the plug-in touches a buffer only
@@ -101,9 +102,9 @@ public:
     /// Whether buffers are being filled: true between StartStreaming and StopStreaming. Not called by this library.
     virtual bool IsStreaming() const = 0;
 
-    /// Begins to fill queued buffers. Called after PrepareGrab and registration, before the first QueueBuffer; the
-    /// camera is started after that. Images that come while no buffer is queued are lost and leave a gap in the block
-    /// ids.
+    /// Begins to fill queued buffers. Called after PrepareGrab, before the first QueueBuffer and, but for devices whose
+    /// buffers are all announced first, before the first RegisterBuffer; the camera is started after that. Images that
+    /// come while no buffer is queued are lost and leave a gap in the block ids.
     virtual void StartStreaming() = 0;
 
     /// Stops filling buffers; those that are queued stay so. Harmless when nothing streams, and on a closed grabber.

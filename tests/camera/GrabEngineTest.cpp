@@ -178,6 +178,11 @@ TEST_F(GrabEngineTest, StopLogsAFailedStepAndGoesOn) {
             if (m_grabber.IsOpen())
                 m_grabber.Close();
         }
+    m_grabber.SetScript("FlushBuffers:1:throw-runtime;IsOpen:3:throw-runtime"); // closed is closed
+    Start({.buffers = 3});
+    m_engine.StopEngine();
+    EXPECT_EQ(m_story.alive, 0U);
+    RunPlainSession();
     m_grabber.SetScript("RetrieveResult:2:again"); // what the first one has freed
     Start({.buffers = 3, .queued = 2});
     m_story.failsToFree = true;
@@ -216,6 +221,19 @@ TEST_F(GrabEngineTest, FailureIsStoredAndShownUntilTheStop) {
         m_engine.StopEngine();
         RunPlainSession();
     }
+}
+
+TEST_F(GrabEngineTest, FailureBetweenTheFirstBuffersAndTheThreadIsShown) {
+    UseApplicationMemory();
+    int calls = 0;
+    m_story.allocate = [&calls] { // one buffer, then none, then worse
+        if (++calls > 3)
+            throw RUNTIME_EXCEPTION("no memory left");
+        return calls == 1;
+    };
+    Start({.buffers = 3});
+    EXPECT_TRUE(m_engine.GetStopObject().Wait(0) && m_engine.GetResultObject().Wait(0));
+    EXPECT_EQ(Stored(), "no memory left");
 }
 
 TEST_F(GrabEngineTest, NumbersAndResultsMayBeTakenWhileSessionsComeAndGo) {

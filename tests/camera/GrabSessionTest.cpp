@@ -44,7 +44,7 @@ protected:
     }
 
     CGrabResultData* CreateGrabResultData() override { return new CGrabResultData; }
-    void OnGrabError(const char* message) override { m_events += message; }
+    void OnGrabError(const char* message) noexcept override { m_events += message; }
     void StopGrabbing() override {
         m_events += " stop";
         m_session->Stop();

@@ -47,7 +47,7 @@ public:
 class Owner final : public IGrabSessionOwner, public IGrabEngineObserver {
 public:
     CGrabResultData* CreateGrabResultData() override { return new CountedResult; }
-    void OnGrabError(const char*) override {}
+    void OnGrabError(const char*) noexcept override {}
     void StopGrabbing() override { session.Stop(); }
     void OnGrabCountReached() override {}
 

@@ -79,7 +79,7 @@ public:
 
 private:
     Zelmo::CGrabResultData* CreateGrabResultData() override { return new Zelmo::CGrabResultData; }
-    void OnGrabError(const char*) override {}
+    void OnGrabError(const char*) noexcept override {}
     void StopGrabbing() override { m_session.Stop(); }
     void OnGrabCountReached() override {}
 
