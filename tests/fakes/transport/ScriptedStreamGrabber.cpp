@@ -101,8 +101,21 @@ std::uint64_t CScriptedStreamGrabber::Deliver(std::uint64_t frames) {
     return delivered;
 }
 
+/// One thread at a time, or two would claim the same buffer; who queues meanwhile leaves it to that one, which looks
+/// again before it ends.
 void CScriptedStreamGrabber::DeliverQueued() {
-    while (m_script.source == ESource::Queue && BeginFrame(true) != EFrame::None) {
+    Lock lock(m_lock);
+    if (m_script.source != ESource::Queue || std::exchange(m_isDelivering, true))
+        return;
+    const Zelmo::ScopeGuard end([&] {
+        if (!lock.owns_lock())
+            lock.lock();
+        m_isDelivering = false;
+    });
+    while (MayBegin(true)) {
+        lock.unlock();
+        BeginFrame(true);
+        lock.lock();
     }
 }
 

@@ -160,6 +160,7 @@ private:
     std::uint64_t m_framesLeft = 0;                                    // of the acquisition; 0: no end
     std::uint64_t m_claimed = 0;                                       // frames since the script was set
     std::size_t m_underWay = 0;                                        // frames that are claimed and not complete
+    bool m_isDelivering = false;                                       // a thread is completing what is queued
     std::int32_t m_width = 0, m_height = 0;                            // as set
     std::int32_t m_imageWidth = 0, m_imageHeight = 0;                  // since PrepareGrab
     std::atomic<std::int64_t> m_maxBufferSize = 0, m_maxNumBuffer = 0; // 0 until they are written
