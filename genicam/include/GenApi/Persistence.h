@@ -57,7 +57,8 @@ public:
     /// @param MaxEntries     at most so many lines; -1: no limit
     /// @param pFeatureFilter names of the only features to store (and their selectors); null: all
     /// @param pErrorList     receives "<name>: <reason>", behind what it holds, for each feature that could not be
-    ///                       stored and each of the commands that failed; without it that raises, and the content is as before
+    ///                       stored and each of the commands that failed; without it that raises, and the content is as
+    ///                       before
     /// @return the number of lines.
     /// @throws GenICam::InvalidArgumentException on null,
     /// @throws GenICam::RuntimeException         when features could not be stored, without an error list.
