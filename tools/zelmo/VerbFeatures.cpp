@@ -96,7 +96,9 @@ private:
         Json json = {{"name", feature.GetName()}, {"type", feature.GetType()}};
         try {
             json = feature.GetDescription(false);
-            json = feature.GetDescription(m_options.values);
+            if (m_options.values) {
+                json = feature.GetDescription(true);
+            }
         } catch (const ToolError& error) {
             json["error"] = error.what();
         }
