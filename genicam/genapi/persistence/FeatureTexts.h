@@ -12,8 +12,8 @@ namespace GenApi {
 std::string ExactText(IValue& feature);
 
 /// Whether @p text stands for the value that the feature has now, as the device tells: what a cache keeps may be what
-/// was written, not what the device made of it. Floating-point numbers are the same when their text
-/// form, with the notation and precision of the node, cannot tell them apart, since devices round.
+/// was written, not what the device made of it. Floating-point numbers are the same when their text form, with the
+/// notation and precision of the node, cannot tell them apart, since devices round.
 bool HasValue(IValue& feature, std::string_view text);
 
 } // namespace GenApi
