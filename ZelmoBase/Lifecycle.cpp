@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <zelmo/Lifecycle.h>
 
 #include "ZelmoBase/core/GenICamCache.h"
@@ -31,8 +32,8 @@ CRecursiveMutex g_flagsLock;
 std::int64_t g_flags ZELMO_GUARDED_BY(g_flagsLock) = 0;
 
 unsigned long catId() {
-    static const unsigned long id = hxlog::LogGetCatID("zelmo.base");
-    return id;
+    static const unsigned long kId = hxlog::LogGetCatID("zelmo.base");
+    return kId;
 }
 
 bool HasInternalFlag(long mask) {

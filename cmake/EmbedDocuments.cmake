@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: Apache-2.0
+
 # Embeds text files into a library.
 #
 # zelmo_embed_documents(<header> FILES …)

@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: Apache-2.0
+
 # What is installed: libraries, headers, and how outside programs find them (CMake packages and pkg-config files). Plug-ins
 # install themselves beside the library (zelmo_plugin), the tool with its manual where it is made. All of it may be moved
 # to another prefix afterwards.

@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: Apache-2.0
+
 # Compiler settings that hold for every target, and the switches that the presets set.
 
 option(ZELMO_BUILD_TESTS "Build the tests" ON)

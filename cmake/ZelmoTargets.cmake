@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: Apache-2.0
+
 # The few shapes that targets come in here.
 
 # zelmo_layer(<name> SOURCES … [LINK …])

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Opens the first camera and sets its exposure through its node map.
 #include <GenApi/GenApi.h>
 #include <zelmo/zelmo.h>

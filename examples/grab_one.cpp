@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Opens the first camera and takes a few images by driving its stream grabber, step by step.
 #include <zelmo/zelmo.h>
 

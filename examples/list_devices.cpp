@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Lists the cameras that can be reached now. Try it without a camera: ZELMO_CAMEMU=2 list_devices
 #include <zelmo/zelmo.h>
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Walks the categories of the first camera and prints each feature that can be read, with its value.
 #include <zelmo/zelmo.h>
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Waits for several things at once: a worker's results and its end. No camera needed.
 #include <zelmo/zelmo.h>
 

@@ -1,14 +1,15 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Chunk buffers in all layouts. The input's end chooses the layout and the lengths of the buffers, which its start
 // holds.
 
 #include "Fuzz.h"
-
-#include <vector>
-
 #include <GenApi/ChunkAdapterDcam.h>
 #include <GenApi/ChunkAdapterGEV.h>
 #include <GenApi/ChunkAdapterGeneric.h>
 #include <GenApi/ChunkAdapterU3V.h>
+
+#include <vector>
 
 using namespace GenApi;
 

@@ -1,11 +1,12 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Descriptions: text, an archive, or made up node by node by an input that begins with '!'. Loads them, uses every
 // node.
 
 #include "Fuzz.h"
+#include "genicam/genapi/map/Kinds.h"
 
 #include <string>
-
-#include "genicam/genapi/map/Kinds.h"
 
 namespace {
 

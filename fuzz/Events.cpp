@@ -1,14 +1,15 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Event messages in all layouts. The input's end chooses the layout and the lengths of the messages, which its start
 // holds.
 
 #include "Fuzz.h"
-
-#include <vector>
-
 #include <GenApi/EventAdapter1394.h>
 #include <GenApi/EventAdapterCL.h>
 #include <GenApi/EventAdapterGEV.h>
 #include <GenApi/EventAdapterU3V.h>
+
+#include <vector>
 
 using namespace GenApi;
 

@@ -1,11 +1,12 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Formulas, compiled and evaluated by both machines.
 
 #include "Fuzz.h"
+#include "genicam/genapi/formula/Formula.h"
 
 #include <algorithm>
 #include <limits>
-
-#include "genicam/genapi/formula/Formula.h"
 
 namespace {
 

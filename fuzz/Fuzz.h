@@ -1,17 +1,18 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // What the fuzz targets share. A target may end any call with an exception of the standard's kinds; whatever else
 // happens (a crash, another exception, a limit of time or memory) is a finding.
+
+#include <GenApi/GenApi.h>
+
+#include <fuzzer/FuzzedDataProvider.h>
 
 #include <array>
 #include <cstdint>
 #include <memory>
 #include <string_view>
 #include <utility>
-
-#include <fuzzer/FuzzedDataProvider.h>
-
-#include <GenApi/GenApi.h>
 
 namespace Fuzz {
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Operations on a loaded map: a row of calls on nodes of all kinds, also from callbacks and in the middle of an access.
 
 #include "Fuzz.h"

@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: Apache-2.0
+
 # Shared by the scripts beside it; sourced, never run.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."

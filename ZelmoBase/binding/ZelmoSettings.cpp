@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <zelmo/ZelmoSettings.h>
 
 #include "XMLWrapperLib/WrapXml.h"
@@ -28,8 +29,8 @@ SettingsStore& Store() {
 }
 
 unsigned long CatId() {
-    static const unsigned long id = hxlog::LogGetCatID("zelmo.base");
-    return id;
+    static const unsigned long kId = hxlog::LogGetCatID("zelmo.base");
+    return kId;
 }
 
 // Answers the file beside the library or else the one above, empty if there is none.

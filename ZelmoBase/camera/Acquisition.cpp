@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "ZelmoBase/camera/Acquisition.h"
 
 #include "ZelmoBase/camera/CameraLog.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <zelmo/internal/DeviceGrab.h>
 
 #include "ZelmoBase/camera/Acquisition.h"

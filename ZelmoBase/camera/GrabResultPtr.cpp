@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <zelmo/GrabResultPtr.h>
 
 #include "ZelmoBase/camera/GrabResultDataImpl.h"

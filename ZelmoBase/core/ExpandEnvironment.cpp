@@ -1,8 +1,9 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "ZelmoBase/core/ExpandEnvironment.h"
 
-#include <string_view>
-
 #include <zelmo/Utilities.h>
+
+#include <string_view>
 
 namespace Zelmo {
 namespace {
@@ -14,12 +15,13 @@ public:
 
     int Run() {
         while (!m_rest.empty()) {
-            if (m_rest.front() == '$')
+            if (m_rest.front() == '$') {
                 TakeDollar();
-            else if (m_rest.front() == '%')
+            } else if (m_rest.front() == '%') {
                 TakePercent();
-            else
+            } else {
                 Take(1, m_rest.substr(0, 1));
+            }
         }
         return m_count;
     }
@@ -40,21 +42,25 @@ private:
     }
 
     void TakeDollar() {
-        if (m_rest.starts_with("$$"))
+        if (m_rest.starts_with("$$")) {
             return Take(2, "$");
+        }
         const std::size_t end = m_rest.find(')');
-        if (m_rest.starts_with("$(") && end != std::string_view::npos && end > 2)
+        if (m_rest.starts_with("$(") && end != std::string_view::npos && end > 2) {
             return TakeVariable(end + 1, m_rest.substr(2, end - 2));
+        }
         Take(1, "$");
     }
 
     void TakePercent() {
         const bool doubling = m_dialect == ExpandDialect_LibraryPath;
         const std::size_t end = m_rest.find('%', 1);
-        if (end == 1)
+        if (end == 1) {
             return Take(2, doubling ? "%%" : "%");
-        if (end != std::string_view::npos)
+        }
+        if (end != std::string_view::npos) {
             return TakeVariable(end + 1, m_rest.substr(1, end - 1));
+        }
         Take(1, doubling ? "%%" : "%");
     }
 
@@ -66,11 +72,13 @@ private:
 
 /// Texts of one or two bytes: a single percent sign is doubled, and that counts.
 int DoubleLonePercent(std::string& text) {
-    if (text == "%%")
+    if (text == "%%") {
         return 0;
+    }
     const std::size_t percent = text.find('%');
-    if (percent == std::string::npos)
+    if (percent == std::string::npos) {
         return 0;
+    }
     text.insert(percent, 1, '%');
     return 1;
 }
@@ -79,10 +87,12 @@ int DoubleLonePercent(std::string& text) {
 
 int ExpandEnvironment(std::string& text, EExpandDialect dialect) noexcept {
     try {
-        if (text.find_first_of("$%") == std::string::npos)
+        if (text.find_first_of("$%") == std::string::npos) {
             return 0;
-        if (text.size() < 3)
+        }
+        if (text.size() < 3) {
             return dialect == ExpandDialect_LibraryPath ? DoubleLonePercent(text) : 0;
+        }
         Expander expander(text, dialect);
         const int count = expander.Run();
         text.swap(expander.Result());

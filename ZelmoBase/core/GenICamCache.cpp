@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "ZelmoBase/core/GenICamCache.h"
 
 #include <zelmo/Log.h>
@@ -17,8 +18,8 @@ namespace {
 constexpr char kVariable[] = "GENICAM_CACHE_V3_1";
 
 unsigned long catId() {
-    static const unsigned long id = hxlog::LogGetCatID("zelmo.base");
-    return id;
+    static const unsigned long kId = hxlog::LogGetCatID("zelmo.base");
+    return kId;
 }
 
 std::string HomeFolder() {

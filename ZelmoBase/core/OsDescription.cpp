@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "ZelmoBase/core/OsDescription.h"
 
 #include "ZelmoBase/core/ScopeGuard.h"

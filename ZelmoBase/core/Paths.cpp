@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "ZelmoBase/core/Paths.h"
 
 #include <zelmo/Utilities.h>
@@ -50,11 +51,11 @@ private:
 };
 
 /// Any address inside this library; unlike that of an exported function it is never one of the program.
-const char g_anchor = 0;
+const char kGAnchor = 0;
 
 std::string FindBaseFolder() {
     Dl_info info;
-    if (dladdr(&g_anchor, &info) == 0) {
+    if (dladdr(&kGAnchor, &info) == 0) {
         throw RUNTIME_EXCEPTION("Failed to determine the directory of zelmo base.");
     }
     return boost::filesystem::path(info.dli_fname).parent_path().string();
@@ -94,18 +95,18 @@ const char* getZelmoFolderPath(eFolderType type) {
     static CCachedPath configFileRegistry;
     static CCachedPath transportLayers;
     // both kinds of folder report the transport layers' words
-    static const char tlPathTooLong[] = "ZelmoTL path too long";
+    static const char kTlPathTooLong[] = "ZelmoTL path too long";
     switch (type) {
     case FolderType_Base:
         return base.Get("Zelmo base directory path too long", FindBaseFolder);
     case FolderType_CameraDescriptions:
-        return cameraDescriptions.Get(tlPathTooLong, [] { return FindByEnvironment("ZELMO_DEFAULT_CDF_DIR"); });
+        return cameraDescriptions.Get(kTlPathTooLong, [] { return FindByEnvironment("ZELMO_DEFAULT_CDF_DIR"); });
     case FolderType_BaseAlias:
         return getZelmoFolderPath(FolderType_Base);
     case FolderType_ConfigFileRegistry:
         return configFileRegistry.Get("ZelmoConfigFileRegistry path too long", FindConfigFileRegistry);
     case FolderType_TransportLayers:
-        return transportLayers.Get(tlPathTooLong, [] { return FindByEnvironment("ZELMO_TL_PATH"); });
+        return transportLayers.Get(kTlPathTooLong, [] { return FindByEnvironment("ZELMO_TL_PATH"); });
     case FolderType_SecondBaseAlias:
         return getZelmoFolderPath(FolderType_BaseAlias);
     }

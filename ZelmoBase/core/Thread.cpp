@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "ZelmoBase/core/Thread.h"
 
 #include <zelmo/Log.h>
@@ -10,8 +11,8 @@ namespace Zelmo {
 namespace {
 
 unsigned long catId() {
-    static const unsigned long id = hxlog::LogGetCatID("zelmo.base");
-    return id;
+    static const unsigned long kId = hxlog::LogGetCatID("zelmo.base");
+    return kId;
 }
 
 } // namespace

@@ -1,11 +1,12 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <zelmo/FloatParameter.h>
-#include <zelmo/IntegerParameter.h>
-
-#include <cmath>
 
 #include "ZelmoBase/parameter/NodeAccess.h"
 #include "ZelmoBase/parameter/NumberAccess.h"
 #include "ZelmoBase/parameter/TypedParameterBody.h"
+#include <zelmo/IntegerParameter.h>
+
+#include <cmath>
 
 namespace Zelmo {
 

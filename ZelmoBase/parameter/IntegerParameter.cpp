@@ -1,11 +1,12 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <zelmo/IntegerParameter.h>
-
-#include <cmath>
-#include <limits>
 
 #include "ZelmoBase/parameter/NodeAccess.h"
 #include "ZelmoBase/parameter/NumberAccess.h"
 #include "ZelmoBase/parameter/TypedParameterBody.h"
+
+#include <cmath>
+#include <limits>
 
 namespace Zelmo {
 
@@ -13,7 +14,7 @@ template class CTypedParameter<CIntegerParameter, IIntegerEx, GenApi::IInteger>;
 
 namespace {
 
-constexpr int64_t MaxInteger = std::numeric_limits<int64_t>::max();
+constexpr int64_t kMaxInteger = std::numeric_limits<int64_t>::max();
 
 struct Range {
     int64_t min;
@@ -27,7 +28,7 @@ Range RangeOf(GenApi::IInteger& node) {
 
 // Above the largest integer there is none; that one is off the increments then, and the node refuses it.
 int64_t NextAbove(int64_t onGrid, int64_t inc) {
-    return onGrid > MaxInteger - inc ? MaxInteger : onGrid + inc;
+    return onGrid > kMaxInteger - inc ? kMaxInteger : onGrid + inc;
 }
 
 int64_t Corrected(int64_t value, const Range& range, EIntegerValueCorrection correction) {
@@ -60,7 +61,7 @@ void SetCorrected(GenApi::IInteger& node, int64_t value, EIntegerValueCorrection
 int64_t Rounded(double value) {
     const double whole = std::round(value);
     if (whole >= 0x1p63) {
-        return MaxInteger;
+        return kMaxInteger;
     }
     return whole < -0x1p63 ? std::numeric_limits<int64_t>::min() : static_cast<int64_t>(whole);
 }

@@ -1,7 +1,8 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <zelmo/PixelType.h>
-#include <zelmo/internal/PixelTypePrivate.h>
 
 #include <Base/GCException.h>
+#include <zelmo/internal/PixelTypePrivate.h>
 
 #include <algorithm>
 #include <iterator>
@@ -16,10 +17,10 @@ struct PixelTypeRow {
     std::uint32_t planes;
 };
 
-constexpr std::uint32_t noSamples = 0; // no whole number of samples makes up a pixel
+constexpr std::uint32_t kNoSamples = 0; // no whole number of samples makes up a pixel
 
 // All valid types, by rising value.
-constexpr PixelTypeRow pixelTypes[] = {
+constexpr PixelTypeRow kPixelTypes[] = {
     {PixelType_Mono8, 8, 1, 1},
     {PixelType_Mono8signed, 8, 1, 1},
     {PixelType_BayerGR8, 8, 1, 1},
@@ -57,11 +58,11 @@ constexpr PixelTypeRow pixelTypes[] = {
     {PixelType_BayerRG16, 16, 1, 1},
     {PixelType_BayerGB16, 16, 1, 1},
     {PixelType_BayerBG16, 16, 1, 1},
-    {PixelType_YUV411Packed, 8, noSamples, 1},
-    {PixelType_YCbCr420_8_YY_CbCr_Semiplanar, 8, noSamples, 1},
+    {PixelType_YUV411Packed, 8, kNoSamples, 1},
+    {PixelType_YCbCr420_8_YY_CbCr_Semiplanar, 8, kNoSamples, 1},
     {PixelType_YUV422Packed, 8, 2, 1},
     {PixelType_YUV422_YUYV_Packed, 8, 2, 1},
-    {PixelType_YCbCr422_8_YY_CbCr_Semiplanar, 8, noSamples, 1},
+    {PixelType_YCbCr422_8_YY_CbCr_Semiplanar, 8, kNoSamples, 1},
     {PixelType_RGB8Packed, 8, 3, 1},
     {PixelType_BGR8Packed, 8, 3, 1},
     {PixelType_YUV444Packed, 8, 3, 1},
@@ -83,21 +84,21 @@ constexpr PixelTypeRow pixelTypes[] = {
     {PixelType_Mono2Packed, 2, 1, 1},
     {PixelType_Mono4Packed, 4, 1, 1},
     {PixelType_Double, 64, 1, 1},
-    {PixelType_YUV420Planar, 8, noSamples, 3},
-    {PixelType_YUV422Planar, 8, noSamples, 3},
+    {PixelType_YUV420Planar, 8, kNoSamples, 3},
+    {PixelType_YUV422Planar, 8, kNoSamples, 3},
     {PixelType_YUV444Planar, 8, 3, 3},
 };
 
 constexpr bool IsLess(const PixelTypeRow& a, const PixelTypeRow& b) {
     return a.pixelType < b.pixelType;
 }
-static_assert(std::is_sorted(std::begin(pixelTypes), std::end(pixelTypes), IsLess), "FindRow searches by value");
+static_assert(std::is_sorted(std::begin(kPixelTypes), std::end(kPixelTypes), IsLess), "FindRow searches by value");
 
 // Null for an invalid type.
 const PixelTypeRow* FindRow(EPixelType pixelType) {
     const PixelTypeRow wanted{pixelType, 0, 0, 0};
-    const auto* row = std::lower_bound(std::begin(pixelTypes), std::end(pixelTypes), wanted, IsLess);
-    return row != std::end(pixelTypes) && row->pixelType == pixelType ? row : nullptr;
+    const auto* row = std::lower_bound(std::begin(kPixelTypes), std::end(kPixelTypes), wanted, IsLess);
+    return row != std::end(kPixelTypes) && row->pixelType == pixelType ? row : nullptr;
 }
 
 // The planes differ in size, so that no single line length exists.
@@ -143,7 +144,7 @@ std::uint32_t BitDepth(EPixelType pixelType) {
 
 std::uint32_t SamplesPerPixel(EPixelType pixelType) {
     const PixelTypeRow* row = FindRow(pixelType);
-    if (row == nullptr || row->samplesPerPixel == noSamples) {
+    if (row == nullptr || row->samplesPerPixel == kNoSamples) {
         throw INVALID_ARGUMENT_EXCEPTION("Invalid pixel type. Samples per pixel not defined for pixel type %d.",
                                          static_cast<int>(pixelType));
     }

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "ZelmoBase/sync/TimerRecords.h"
 
 #include <zelmo/WaitableTimer.h>
@@ -23,7 +24,7 @@ void WaitForHandlers(const TimerRecord& record) noexcept {
 /// @return whether this handler is the one to signal; the timer is then unarmed.
 bool ClaimIfDue(TimerRecord& record) noexcept {
     std::int64_t deadlineNs = record.deadlineNs.load();
-    return deadlineNs <= MonotonicNs() && record.deadlineNs.compare_exchange_strong(deadlineNs, TimerRecord::never);
+    return deadlineNs <= MonotonicNs() && record.deadlineNs.compare_exchange_strong(deadlineNs, TimerRecord::kNever);
 }
 
 } // namespace
@@ -46,7 +47,7 @@ TimerRecord* AcquireTimerRecord(CWaitableTimer* timer) {
 }
 
 void DisarmTimerRecord(TimerRecord& record) noexcept {
-    record.deadlineNs.store(TimerRecord::never);
+    record.deadlineNs.store(TimerRecord::kNever);
     WaitForHandlers(record);
 }
 

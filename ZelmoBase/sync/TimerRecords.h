@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <atomic>
@@ -14,13 +15,14 @@ class CWaitableTimer;
 /// and then waits for the count to be 0: from then on no handler touches the timer or signals for the old deadline.
 /// Sequentially consistent throughout, as either side writes one thing and then reads the other's.
 struct TimerRecord {
-    static constexpr std::int64_t never = INT64_MAX;
+    static constexpr std::int64_t kNever = INT64_MAX;
 
     std::atomic<bool> taken{false};              ///< By a timer, from acquiring to the end of releasing.
     std::atomic<CWaitableTimer*> timer{nullptr}; ///< Null while nobody may be signaled.
-    std::atomic<std::int64_t> deadlineNs{never}; ///< CLOCK_MONOTONIC; when the timer is armed, from when it may signal.
-    std::atomic<int> handlers{0};                ///< Running in this link just now.
-    TimerRecord* next = nullptr;                 ///< Constant once the link is in the list.
+    std::atomic<std::int64_t> deadlineNs{
+        kNever};                  ///< CLOCK_MONOTONIC; when the timer is armed, from when it may signal.
+    std::atomic<int> handlers{0}; ///< Running in this link just now.
+    TimerRecord* next = nullptr;  ///< Constant once the link is in the list.
 };
 
 /// Takes a link for a timer. Not for signal handlers. @throws std::bad_alloc

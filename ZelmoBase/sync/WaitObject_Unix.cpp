@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <zelmo/WaitObject.h>
 
 #include "ZelmoBase/core/ScopeGuard.h"
@@ -25,8 +26,8 @@ constexpr char kOpenFilesHint[] = ". Reached open files limit: To change the lim
                                   "edit /etc/security/limits.conf";
 
 unsigned long catId() {
-    static const unsigned long id = hxlog::LogGetCatID("zelmo.base.waitobject");
-    return id;
+    static const unsigned long kId = hxlog::LogGetCatID("zelmo.base.waitobject");
+    return kId;
 }
 
 /// What a failure to get descriptors adds to its message; also logged, since those who look for the cause of a camera

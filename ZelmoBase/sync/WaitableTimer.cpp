@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <zelmo/WaitableTimer.h>
 
 #include "ZelmoBase/core/Guarded.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <zelmo/DefaultInterface.h>
 
 #include <Base/GCException.h>
@@ -12,8 +13,9 @@ CDefaultInterface::CDefaultInterface(ITransportLayer* transportLayer, const CInt
 CDefaultInterface::~CDefaultInterface() {
     {
         CLockGuard lock(*m_lock);
-        if (IsOpen())
+        if (IsOpen()) {
             Close();
+        }
     }
     delete m_lock;
 }
@@ -68,8 +70,9 @@ const CInterfaceInfo& CDefaultInterface::InternalGetInterfaceInfo() const {
 }
 
 GenApi::INodeMap* CDefaultInterface::InternalGetNodeMap() {
-    if (!InternalIsOpen())
+    if (!InternalIsOpen()) {
         throw LOGICAL_ERROR_EXCEPTION("Cannot access nodemap of closed interface.");
+    }
     return nullptr;
 }
 

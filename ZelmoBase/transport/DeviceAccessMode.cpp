@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <zelmo/AccessMode.h>
 
 #include <Base/GCException.h>
@@ -5,13 +6,14 @@
 namespace Zelmo {
 namespace {
 
-constexpr std::size_t maxPosition = 64;
+constexpr std::size_t kMaxPosition = 64;
 
 /// 1 shifted left in a signed 32-bit integer, of whose count only five bits matter, and widened with its sign.
 std::uint64_t MaskOf(std::size_t pos) {
-    if (pos > maxPosition)
+    if (pos > kMaxPosition) {
         throw OUT_OF_RANGE_EXCEPTION("Parameter pos exceeds maximum size. Max size is %lu",
-                                     static_cast<unsigned long>(maxPosition));
+                                     static_cast<unsigned long>(kMaxPosition));
+    }
     const auto mask = static_cast<std::int32_t>(std::uint32_t{1} << (pos & 31));
     return static_cast<std::uint64_t>(std::int64_t{mask});
 }

@@ -1,15 +1,15 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <zelmo/DeviceFilter.h>
+
+#include "ZelmoBase/transport/GlobalDeviceFilter.h"
+#include "ZelmoBase/transport/TlFactoryLog.h"
+#include <zelmo/Utilities.h>
+#include <zelmo/internal/InterfaceBase.h>
 
 #include <algorithm>
 #include <atomic>
 #include <string>
 #include <string_view>
-
-#include <zelmo/Utilities.h>
-#include <zelmo/internal/InterfaceBase.h>
-
-#include "ZelmoBase/transport/GlobalDeviceFilter.h"
-#include "ZelmoBase/transport/TlFactoryLog.h"
 
 namespace Zelmo {
 namespace {
@@ -17,8 +17,8 @@ namespace {
 std::atomic<const DeviceInfoList*> globalFilter{nullptr}; // owned; set by the factory
 
 unsigned long InterfaceCatId() {
-    static const unsigned long id = hxlog::LogGetCatID("zelmo.base.interface");
-    return id;
+    static const unsigned long kId = hxlog::LogGetCatID("zelmo.base.interface");
+    return kId;
 }
 
 /// Cuts the text up to @p separator, or all of it, off @p rest; the separator goes too.
@@ -37,13 +37,16 @@ int ParsePattern(std::string_view text, CDeviceInfo& pattern) {
     String_t value;
     while (!text.empty()) {
         std::string condition(CutPiece(text, "&"));
-        if (condition.empty())
+        if (condition.empty()) {
             continue;
+        }
         condition += '&'; // a list of this one condition: a text of one byte would not count as a list
-        if (!getKeyAndValueFromString(condition.c_str(), "&&", 0, &key, &value))
+        if (!getKeyAndValueFromString(condition.c_str(), "&&", 0, &key, &value)) {
             break; // what cannot be read hides what follows it
-        if (key.empty() || value.empty())
+        }
+        if (key.empty() || value.empty()) {
             continue;
+        }
         pattern.SetPropertyValue(key, value);
         ++conditions;
     }

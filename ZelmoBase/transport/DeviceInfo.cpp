@@ -1,13 +1,13 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <zelmo/DeviceInfo.h>
+
+#include "ZelmoBase/transport/GigEPropertyValueComparer.h"
+#include <Base/GCException.h>
 
 #include <charconv>
 #include <cstdint>
 #include <cstdlib>
 #include <optional>
-
-#include <Base/GCException.h>
-
-#include "ZelmoBase/transport/GigEPropertyValueComparer.h"
 
 namespace Zelmo {
 namespace {
@@ -17,13 +17,14 @@ enum EIpConfigBit { IpConfig_PersistentIp = 8, IpConfig_Dhcp = 9, IpConfig_AutoI
 
 bool TestIpConfig(const CDeviceInfo& info, const char* key, EIpConfigBit bit) {
     String_t value;
-    if (!info.GetPropertyValue(key, value))
+    if (!info.GetPropertyValue(key, value)) {
         throw INVALID_ARGUMENT_EXCEPTION("Device info object doesn't contain information about the IP configuration");
+    }
     return (static_cast<unsigned int>(std::atoi(value.c_str())) >> bit & 1u) != 0;
 }
 
-constexpr char currentIpConfig[] = "_PortableIpConfigCurrent";
-constexpr char ipConfigOptions[] = "_PortableIpConfigOptions";
+constexpr char kCurrentIpConfig[] = "_PortableIpConfigCurrent";
+constexpr char kIpConfigOptions[] = "_PortableIpConfigOptions";
 
 /// The value of a serial number that is made of digits only and fits 64 bits.
 std::optional<std::int64_t> NumericSerial(const String_t& serial) {
@@ -37,46 +38,49 @@ std::optional<std::int64_t> NumericSerial(const String_t& serial) {
 } // namespace
 
 bool CDeviceInfo::IsSubset(const IProperties& other) const {
-    static const GigEPropertyValueComparer comparer;
-    return CInfoBase::IsSubset(other, &comparer);
+    static const GigEPropertyValueComparer kComparer;
+    return CInfoBase::IsSubset(other, &kComparer);
 }
 
 bool CDeviceInfo::operator<(const CDeviceInfo& other) const {
-    if (Property("DeviceClass") != other.Property("DeviceClass"))
+    if (Property("DeviceClass") != other.Property("DeviceClass")) {
         return CInfoBase::operator<(other);
+    }
     const String_t& serial = Property("SerialNumber");
     const String_t& otherSerial = other.Property("SerialNumber");
     const auto number = NumericSerial(serial);
     const auto otherNumber = NumericSerial(otherSerial);
-    if (number && otherNumber)
+    if (number && otherNumber) {
         return *number < *otherNumber;
-    if (!number && !otherNumber)
+    }
+    if (!number && !otherNumber) {
         return serial < otherSerial;
+    }
     return number.has_value();
 }
 
 bool CDeviceInfo::IsPersistentIpActive() const {
-    return TestIpConfig(*this, currentIpConfig, IpConfig_PersistentIp);
+    return TestIpConfig(*this, kCurrentIpConfig, IpConfig_PersistentIp);
 }
 
 bool CDeviceInfo::IsDhcpActive() const {
-    return TestIpConfig(*this, currentIpConfig, IpConfig_Dhcp);
+    return TestIpConfig(*this, kCurrentIpConfig, IpConfig_Dhcp);
 }
 
 bool CDeviceInfo::IsAutoIpActive() const {
-    return TestIpConfig(*this, currentIpConfig, IpConfig_AutoIp);
+    return TestIpConfig(*this, kCurrentIpConfig, IpConfig_AutoIp);
 }
 
 bool CDeviceInfo::IsPersistentIpSupported() const {
-    return TestIpConfig(*this, ipConfigOptions, IpConfig_PersistentIp);
+    return TestIpConfig(*this, kIpConfigOptions, IpConfig_PersistentIp);
 }
 
 bool CDeviceInfo::IsDhcpSupported() const {
-    return TestIpConfig(*this, ipConfigOptions, IpConfig_Dhcp);
+    return TestIpConfig(*this, kIpConfigOptions, IpConfig_Dhcp);
 }
 
 bool CDeviceInfo::IsAutoIpSupported() const {
-    return TestIpConfig(*this, ipConfigOptions, IpConfig_AutoIp);
+    return TestIpConfig(*this, kIpConfigOptions, IpConfig_AutoIp);
 }
 
 CHarlixCamEmuDeviceInfo::CHarlixCamEmuDeviceInfo() {

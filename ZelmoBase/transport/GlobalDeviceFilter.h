@@ -1,8 +1,9 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <memory>
-
 #include <zelmo/DeviceInfo.h>
+
+#include <memory>
 
 namespace Zelmo {
 

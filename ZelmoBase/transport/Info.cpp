@@ -1,4 +1,7 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <zelmo/Info.h>
+
+#include "ZelmoBase/transport/PropertyBag.h"
 
 #include <algorithm>
 #include <iterator>
@@ -6,13 +9,11 @@
 #include <string_view>
 #include <utility>
 
-#include "ZelmoBase/transport/PropertyBag.h"
-
 namespace Zelmo {
 namespace {
 
 /// Kinds of transport in the order in which lists show them.
-constexpr std::string_view deviceClasses[] = {
+constexpr std::string_view kDeviceClasses[] = {
     "HarlixUsb",
     "HarlixGigE",
     "HarlixCameraLink",
@@ -23,34 +24,37 @@ constexpr std::string_view deviceClasses[] = {
     "HarlixMipex",
     "HarlixIPCam",
 };
-constexpr std::string_view emulatorClass = "HarlixCamEmu";
+constexpr std::string_view kEmulatorClass = "HarlixCamEmu";
 
 /// Higher ranks come first; classes that are not in the table have rank 0, and emulated cameras come after everything.
 int DeviceClassRank(std::string_view deviceClass) {
-    if (deviceClass == emulatorClass)
+    if (deviceClass == kEmulatorClass) {
         return std::numeric_limits<int>::min();
-    const auto found = std::find(std::begin(deviceClasses), std::end(deviceClasses), deviceClass);
-    if (found == std::end(deviceClasses))
+    }
+    const auto found = std::find(std::begin(kDeviceClasses), std::end(kDeviceClasses), deviceClass);
+    if (found == std::end(kDeviceClasses)) {
         return 0;
-    return std::numeric_limits<int>::max() - static_cast<int>(found - std::begin(deviceClasses));
+    }
+    return std::numeric_limits<int>::max() - static_cast<int>(found - std::begin(kDeviceClasses));
 }
 
 const String_t& NotAvailable() {
-    static const String_t text("N/A");
-    return text;
+    static const String_t kText("N/A");
+    return kText;
 }
 
 } // namespace
 
 CInfoImpl& CInfoBase::Impl() {
-    if (!m_impl)
+    if (!m_impl) {
         m_impl = new CInfoImpl;
+    }
     return *m_impl;
 }
 
 const CInfoImpl& CInfoBase::Impl() const {
-    static const CInfoImpl empty;
-    return m_impl ? *m_impl : empty;
+    static const CInfoImpl kEmpty;
+    return m_impl ? *m_impl : kEmpty;
 }
 
 CInfoBase::CInfoBase() : m_impl(new CInfoImpl) {}
@@ -60,8 +64,9 @@ CInfoBase::CInfoBase(const CInfoBase& other) : IProperties(), m_impl(new CInfoIm
 CInfoBase::CInfoBase(CInfoBase&& other) noexcept : m_impl(std::exchange(other.m_impl, nullptr)) {}
 
 CInfoBase& CInfoBase::operator=(const CInfoBase& other) {
-    if (this != &other)
+    if (this != &other) {
         Impl() = other.Impl();
+    }
     return *this;
 }
 
@@ -126,16 +131,18 @@ bool CInfoBase::operator==(const CInfoBase& other) const {
 bool CInfoBase::operator<(const CInfoBase& other) const {
     const String_t& deviceClass = Property("DeviceClass");
     const String_t& otherClass = other.Property("DeviceClass");
-    if (deviceClass == otherClass)
+    if (deviceClass == otherClass) {
         return false;
+    }
     const int rank = DeviceClassRank(deviceClass.view());
     const int otherRank = DeviceClassRank(otherClass.view());
     return rank == 0 && otherRank == 0 ? deviceClass < otherClass : rank > otherRank;
 }
 
 bool CInterfaceInfo::operator<(const CInterfaceInfo& other) const {
-    if (Property("DeviceClass") == other.Property("DeviceClass"))
+    if (Property("DeviceClass") == other.Property("DeviceClass")) {
         return Property("InterfaceID") < other.Property("InterfaceID");
+    }
     return CInfoBase::operator<(other);
 }
 

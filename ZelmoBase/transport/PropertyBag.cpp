@@ -1,26 +1,30 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "ZelmoBase/transport/PropertyBag.h"
-
-#include <algorithm>
 
 #include <Base/GCException.h>
 #include <Base/GCUtilities.h>
+
+#include <algorithm>
 
 namespace Zelmo {
 
 int CPropertyBag::GetPropertyNames(StringList_t& names) const {
     for (const auto& [name, value] : m_properties) {
-        if (!IsHiddenProperty(name.view()))
+        if (!IsHiddenProperty(name.view())) {
             names.push_back(name);
+        }
     }
-    if (names.size() >= 0x80000000u)
+    if (names.size() >= 0x80000000u) {
         throw OUT_OF_RANGE_EXCEPTION("Property Name list too long");
+    }
     return static_cast<int>(names.size());
 }
 
 bool CPropertyBag::GetPropertyValue(const String_t& name, String_t& value) const {
     const String_t* const found = Find(name.view());
-    if (found)
+    if (found) {
         value = *found;
+    }
     return found != nullptr;
 }
 
@@ -35,8 +39,9 @@ bool CPropertyBag::IsSubset(const IProperties& other, const IPropertyValueCompar
     other.GetPropertyNames(names);
     return std::all_of(names.begin(), names.end(), [&](const String_t& name) {
         const String_t* const value = Find(name.view());
-        if (!value)
+        if (!value) {
             return false;
+        }
         String_t otherValue;
         other.GetPropertyValue(name, otherValue);
         return comparer ? comparer->AreEqual(name, *value, otherValue) : *value == otherValue;

@@ -1,10 +1,11 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
+
+#include <zelmo/Info.h>
 
 #include <functional>
 #include <map>
 #include <string_view>
-
-#include <zelmo/Info.h>
 
 namespace Zelmo {
 

@@ -1,11 +1,12 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <zelmo/TList.h>
+
+#include <zelmo/DeviceInfo.h>
 
 #include <limits>
 #include <new>
 #include <utility>
 #include <vector>
-
-#include <zelmo/DeviceInfo.h>
 
 namespace Zelmo {
 
@@ -18,15 +19,16 @@ struct TList<T>::Storage {
 
 template <class T>
 typename TList<T>::Storage& TList<T>::Data() {
-    if (!m_storage)
+    if (!m_storage) {
         m_storage = new Storage;
+    }
     return *m_storage;
 }
 
 template <class T>
 const typename TList<T>::Storage& TList<T>::Data() const {
-    static const Storage empty;
-    return m_storage ? *m_storage : empty;
+    static const Storage kEmpty;
+    return m_storage ? *m_storage : kEmpty;
 }
 
 template <class T>
@@ -43,8 +45,9 @@ TList<T>::TList(TList&& other) noexcept : m_storage(std::exchange(other.m_storag
 
 template <class T>
 TList<T>& TList<T>::operator=(const TList& other) {
-    if (this != &other)
+    if (this != &other) {
         *this = TList(other);
+    }
     return *this;
 }
 

@@ -1,10 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <zelmo/TlFactory.h>
-
-#include <algorithm>
-#include <memory>
-#include <utility>
-
-#include <Base/GCException.h>
 
 #include "ZelmoBase/core/Guarded.h"
 #include "ZelmoBase/core/Mutex.h"
@@ -15,6 +10,11 @@
 #include "ZelmoBase/transport/TlFactoryLog.h"
 #include "ZelmoBase/transport/TlLibraries.h"
 #include "ZelmoBase/transport/TlMap.h"
+#include <Base/GCException.h>
+
+#include <algorithm>
+#include <memory>
+#include <utility>
 
 namespace Zelmo {
 namespace {
@@ -34,11 +34,13 @@ bool IsAdmitted(const String_t& deviceClass) {
     bool admitted = true;
     if (const DeviceInfoList* const filter = GetGlobalDeviceFilterInstance()) {
         for (const CDeviceInfo& pattern : *filter) {
-            if (!pattern.IsDeviceClassAvailable())
+            if (!pattern.IsDeviceClassAvailable()) {
                 continue;
+            }
             admitted = pattern.GetDeviceClass() == deviceClass;
-            if (admitted)
+            if (admitted) {
                 break;
+            }
         }
     }
     return admitted;
@@ -49,8 +51,9 @@ String_t DeviceClassOf(ITransportLayer* tl, const CTlInfo& info) {
     String_t deviceClass = info.GetDeviceClass();
     RunGuarded(
         [&] {
-            if (tl)
+            if (tl) {
                 deviceClass = tl->GetTlInfo().GetDeviceClass();
+            }
         },
         [](const char*) {});
     return deviceClass;
@@ -91,8 +94,9 @@ private:
 
 CTlFactory& CTlFactory::GetInstance() {
     CTlFactory* const factory = theFactory;
-    if (!factory)
+    if (!factory) {
         throw RUNTIME_EXCEPTION("TLFactory not instanciated, you must call ZelmoInitialize()");
+    }
     return *factory;
 }
 
@@ -100,8 +104,9 @@ CTlFactory::CTlFactory()
     : m_tlMap(new CTlMap), m_implicitTlRefs(new ImplicitTlRefs), m_libraries(new CTlLibraries),
       m_lock(new CRecursiveMutex) {
     auto filter = std::make_unique<DeviceInfoList>();
-    if (ParseDeviceFilter(*filter) > 0)
+    if (ParseDeviceFilter(*filter) > 0) {
         SetGlobalDeviceFilter(std::move(filter));
+    }
 }
 
 CTlFactory::~CTlFactory() {
@@ -109,8 +114,9 @@ CTlFactory::~CTlFactory() {
 }
 
 void CTlFactory::Terminate() {
-    if (!m_lock)
+    if (!m_lock) {
         return;
+    }
     {
         CLockGuard lock(*m_lock);
         SetGlobalDeviceFilter(nullptr);
@@ -125,15 +131,17 @@ void CTlFactory::Terminate() {
 }
 
 void CTlFactory::checkInitialized() const {
-    if (!m_tlMap)
+    if (!m_tlMap) {
         throw LOGICAL_ERROR_EXCEPTION("Do not use any zelmo object after Zelmo::ZelmoTerminate() has been called.");
+    }
 }
 
 int CTlFactory::InternalEnumerateTls(TlInfoList& list) {
     std::vector<CTlEntry> entries;
     m_libraries->Search(entries);
-    for (CTlEntry& entry : entries)
+    for (CTlEntry& entry : entries) {
         list.push_back(std::move(entry.info));
+    }
     return Count(list.size());
 }
 
@@ -148,10 +156,11 @@ void CTlFactory::LoadLibraries() {
 /// that was loaded first stays first, and makes the transport layer.
 void CTlFactory::ReadEntries(std::vector<CTlEntry>& entries) {
     CLockGuard lock(*m_lock);
-    if (m_libraries->NeedsSearch())
+    if (m_libraries->NeedsSearch()) {
         m_libraries->Search(entries);
-    else
+    } else {
         m_libraries->ReadEntries(entries);
+    }
     std::stable_sort(entries.begin(), entries.end(),
                      [](const CTlEntry& a, const CTlEntry& b) { return a.info < b.info; });
 }
@@ -162,23 +171,26 @@ int CTlFactory::EnumerateTls(TlInfoList& list) {
     std::vector<CTlEntry> entries;
     ReadEntries(entries);
     list.reserve(entries.size());
-    for (CTlEntry& entry : entries)
+    for (CTlEntry& entry : entries) {
         list.push_back(std::move(entry.info));
+    }
     return Count(list.size());
 }
 
 ITransportLayer* CTlFactory::AddRefLiveTl(const String_t& fullName) {
     ITransportLayer* const tl = m_tlMap.load()->FindByFullName(fullName);
-    if (auto* const counted = Counted(tl))
+    if (auto* const counted = Counted(tl)) {
         counted->AddRef();
+    }
     return tl;
 }
 
 ITransportLayer* CTlFactory::CreateTl(const CTlInfo& info) {
     checkInitialized();
     CLockGuard lock(*m_lock);
-    if (ITransportLayer* const tl = AddRefLiveTl(info.GetFullName()))
+    if (ITransportLayer* const tl = AddRefLiveTl(info.GetFullName())) {
         return tl;
+    }
     LoadLibraries();
     CTlLibHelper* const library = m_libraries->FindLibrary(info);
     return library ? CreateNewTl(info, *library) : nullptr;
@@ -204,21 +216,25 @@ ITransportLayer* CTlFactory::CreateNewTl(const CTlInfo& info, CTlLibHelper& libr
     CTlMap& tlMap = *m_tlMap;
     try {
         ITransportLayer* const tl = library.CreateTl(info);
-        if (!tl)
+        if (!tl) {
             return nullptr;
+        }
         // What could not be added is nobody's, unless the plug-in gave the same object out twice.
         ScopeGuard destroy([&] {
-            if (!tlMap.GetLib(tl))
+            if (!tlMap.GetLib(tl)) {
                 RunGuarded([&] { library.DestroyTl(tl); }, [](const char*) {});
+            }
         });
         tlMap.Add(tl, &library);
         destroy.Dismiss();
         auto* const counted = Counted(tl);
-        if (counted)
+        if (counted) {
             counted->AddRef();
+        }
         const unsigned char admitted = 1;
-        if (counted && IsAdmitted(info.GetDeviceClass()))
+        if (counted && IsAdmitted(info.GetDeviceClass())) {
             counted->SetPrivateProperty(ITransportLayerPrivate::AdmittedPropertyId, &admitted, sizeof admitted);
+        }
         return tl;
     } catch (const GenICam::GenericException& e) {
         hxlog::LogTrace(TlFactoryCatId(), hxlog::LogLevel_Notice, "Trying to create TL '%s' - %s",
@@ -228,26 +244,31 @@ ITransportLayer* CTlFactory::CreateNewTl(const CTlInfo& info, CTlLibHelper& libr
 }
 
 void CTlFactory::ReleaseTl(const ITransportLayer* released) {
-    if (!released)
+    if (!released) {
         return;
+    }
     checkInitialized();
     CLockGuard lock(*m_lock);
     auto* const tl = const_cast<ITransportLayer*>(released);
     auto* const counted = Counted(tl);
-    if (counted && counted->Release() != 0)
+    if (counted && counted->Release() != 0) {
         return;
-    if (CTlLibHelper* const library = m_tlMap.load()->GetLib(tl))
+    }
+    if (CTlLibHelper* const library = m_tlMap.load()->GetLib(tl)) {
         library->DestroyTl(tl);
+    }
     m_tlMap.load()->Remove(tl);
-    if (m_implicitTlRefs)
+    if (m_implicitTlRefs) {
         m_implicitTlRefs->Forget(tl);
+    }
 }
 
 /// Holds a transport layer until the library terminates.
 void CTlFactory::KeepAlive(ITransportLayer* tl) {
     CLockGuard lock(*m_lock);
-    if (m_implicitTlRefs) // else a transport layer that ends with the factory came back: it cannot be kept
+    if (m_implicitTlRefs) { // else a transport layer that ends with the factory came back: it cannot be kept
         m_implicitTlRefs->Add(tl);
+    }
 }
 
 int CTlFactory::EnumerateDevices(DeviceInfoList& list, bool addToList) {
@@ -256,12 +277,14 @@ int CTlFactory::EnumerateDevices(DeviceInfoList& list, bool addToList) {
 
 int CTlFactory::EnumerateDevices(DeviceInfoList& list, const DeviceInfoList& filter, bool addToList) {
     checkInitialized();
-    if (!addToList)
+    if (!addToList) {
         list.clear();
+    }
     std::vector<CTlEntry> entries;
     ReadEntries(entries);
-    for (const CTlEntry& entry : entries)
+    for (const CTlEntry& entry : entries) {
         EnumerateDevicesOf(entry, list, filter);
+    }
     return Count(list.size());
 }
 
@@ -270,8 +293,9 @@ void CTlFactory::EnumerateDevicesOf(const CTlEntry& entry, DeviceInfoList& list,
     ITransportLayer* tl = nullptr;
     try {
         tl = CreateTl(entry);
-        if (tl)
+        if (tl) {
             tl->EnumerateDevices(list, filter, true);
+        }
     } catch (const GenICam::GenericException& e) {
         hxlog::LogTrace(TlFactoryCatId(), hxlog::LogLevel_Warn, "Exception while enumerating %s devices. Error: '%s'",
                         DeviceClassOf(tl, entry.info).c_str(), e.GetDescription());
@@ -279,8 +303,9 @@ void CTlFactory::EnumerateDevicesOf(const CTlEntry& entry, DeviceInfoList& list,
         hxlog::LogTrace(TlFactoryCatId(), hxlog::LogLevel_Notice, "Unknown error while enumerating %s devices.",
                         DeviceClassOf(tl, entry.info).c_str());
     }
-    if (!tl)
+    if (!tl) {
         return;
+    }
     const auto keepAndRelease = [&] {
         KeepAlive(tl);
         ReleaseTl(tl);
@@ -335,8 +360,9 @@ CTlFactory::CTlReference CTlFactory::RequireTl(const String_t& deviceClass) {
 
 IZelmoDevice* CTlFactory::InternalCreateDevice(const CDeviceInfo& info, const StringList_t& strings, bool firstFound) {
     checkInitialized();
-    if (!info.IsDeviceClassAvailable())
+    if (!info.IsDeviceClassAvailable()) {
         return CreateDevice(FindDevice(info, firstFound)); // without the strings: they were meant for one known layer
+    }
     CTlReference tl = RequireTl(info.GetDeviceClass());
     IZelmoDevice* const device = firstFound ? tl->CreateFirstDevice(info, strings) : tl->CreateDevice(info, strings);
     tl.KeepAlive();
@@ -352,8 +378,9 @@ IZelmoDevice* CTlFactory::CreateDevice(const String_t& fullName) {
     EnumerateDevices(all, false);
     IZelmoDevice* device = nullptr;
     for (const CDeviceInfo& info : all) {
-        if (info.GetFullName() != fullName)
+        if (info.GetFullName() != fullName) {
             continue;
+        }
         CTlReference tl(*this, CreateTl(info.GetDeviceClass()));
         if (tl) {
             device = tl->CreateDevice(fullName);
@@ -366,8 +393,9 @@ IZelmoDevice* CTlFactory::CreateDevice(const String_t& fullName) {
 bool CTlFactory::IsDeviceAccessible(const CDeviceInfo& info, AccessModeSet modes,
                                     EDeviceAccessiblityInfo* accessibilityInfo) {
     checkInitialized();
-    if (!info.IsDeviceClassAvailable())
+    if (!info.IsDeviceClassAvailable()) {
         return IsDeviceAccessible(FindDevice(info, false), modes, accessibilityInfo);
+    }
     CTlReference tl = RequireTl(info.GetDeviceClass());
     const bool accessible = tl->IsDeviceAccessible(info, modes, accessibilityInfo);
     tl.KeepAlive();
@@ -376,11 +404,13 @@ bool CTlFactory::IsDeviceAccessible(const CDeviceInfo& info, AccessModeSet modes
 
 void CTlFactory::DestroyDevice(IZelmoDevice* device) {
     checkInitialized();
-    if (!device)
+    if (!device) {
         return;
+    }
     CTlReference tl(*this, CreateTl(device->GetDeviceInfo().GetDeviceClass()));
-    if (!tl)
+    if (!tl) {
         return;
+    }
     tl->DestroyDevice(device);
     tl.KeepAlive();
 }

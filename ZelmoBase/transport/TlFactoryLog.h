@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <zelmo/Log.h>
@@ -6,8 +7,8 @@ namespace Zelmo {
 
 /// The log category of the factory, plug-in loading and the device filter.
 inline unsigned long TlFactoryCatId() {
-    static const unsigned long id = hxlog::LogGetCatID("zelmo.base.TlFactory");
-    return id;
+    static const unsigned long kId = hxlog::LogGetCatID("zelmo.base.TlFactory");
+    return kId;
 }
 
 } // namespace Zelmo

@@ -1,12 +1,12 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "ZelmoBase/transport/TlLibHelper.h"
-
-#include <dlfcn.h>
-
-#include <Base/GCException.h>
 
 #include "ZelmoBase/core/ExpandEnvironment.h"
 #include "ZelmoBase/core/Guarded.h"
 #include "ZelmoBase/transport/TlFactoryLog.h"
+#include <Base/GCException.h>
+
+#include <dlfcn.h>
 
 namespace Zelmo {
 namespace {
@@ -32,16 +32,18 @@ void CSharedLibrary::Open(std::string path) {
 }
 
 bool CSharedLibrary::Close() {
-    if (!m_handle)
+    if (!m_handle) {
         return false;
+    }
     dlclose(m_handle);
     m_handle = nullptr;
     return true;
 }
 
 void* CSharedLibrary::GetSymbol(const char* name) {
-    if (!m_handle)
+    if (!m_handle) {
         return nullptr;
+    }
     dlerror(); // an old error must not be taken for one of this look-up
     void* const symbol = dlsym(m_handle, name);
     m_lastError = TakeDlError();
@@ -60,8 +62,9 @@ bool CTlLibHelper::Load(const String_t& path) {
     m_getTlInfoListFunction = reinterpret_cast<GetTlInfoListFunction>(m_library.GetSymbol("GetTLInfoList"));
     m_createFunction = reinterpret_cast<CreateTlFunction>(m_library.GetSymbol("Create"));
     m_destroyFunction = reinterpret_cast<DestroyTlFunction>(m_library.GetSymbol("Destroy"));
-    if (m_getTlInfoListFunction && m_createFunction && m_destroyFunction)
+    if (m_getTlInfoListFunction && m_createFunction && m_destroyFunction) {
         return true;
+    }
     m_library.Close();
     hxlog::LogTrace(TlFactoryCatId(), hxlog::LogLevel_Warn,
                     "Could not find required exports in TL lib '%s'. Lib won't be used.", path.c_str());
@@ -69,20 +72,23 @@ bool CTlLibHelper::Load(const String_t& path) {
 }
 
 void CTlLibHelper::GetTlInfoList(TlInfoList& list, bool flag) {
-    if (!m_getTlInfoListFunction)
+    if (!m_getTlInfoListFunction) {
         throw LOGICAL_ERROR_EXCEPTION("Incomplete Transportlayer: missing Info function");
+    }
     m_getTlInfoListFunction(list, flag);
 }
 
 ITransportLayer* CTlLibHelper::CreateTl(const CTlInfo& info) {
-    if (!m_createFunction)
+    if (!m_createFunction) {
         throw LOGICAL_ERROR_EXCEPTION("Incomplete Transportlayer: missing Create function");
+    }
     return m_createFunction(info);
 }
 
 void CTlLibHelper::DestroyTl(ITransportLayer* tl) {
-    if (!m_destroyFunction)
+    if (!m_destroyFunction) {
         throw LOGICAL_ERROR_EXCEPTION("Incomplete Transportlayer: missing Destroy function");
+    }
     try {
         m_destroyFunction(tl);
     } catch (...) {

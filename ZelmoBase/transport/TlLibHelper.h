@@ -1,8 +1,9 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <string>
-
 #include <zelmo/TransportLayer.h>
+
+#include <string>
 
 namespace Zelmo {
 

@@ -1,14 +1,14 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "ZelmoBase/transport/TlLibraries.h"
-
-#include <algorithm>
-#include <utility>
-
-#include <zelmo/Utilities.h>
 
 #include "ZelmoBase/core/Guarded.h"
 #include "ZelmoBase/core/ScopeGuard.h"
 #include "ZelmoBase/transport/TlFactoryLog.h"
 #include "ZelmoBase/transport/TlSearch.h"
+#include <zelmo/Utilities.h>
+
+#include <algorithm>
+#include <utility>
 
 namespace Zelmo {
 namespace {
@@ -25,8 +25,9 @@ TlInfoList ReadInfos(CTlLibHelper& library) {
 
 void AppendEntries(CTlLibHelper& library, std::vector<CTlEntry>& entries) {
     TlInfoList infos = ReadInfos(library);
-    for (CTlInfo& info : infos)
+    for (CTlInfo& info : infos) {
         entries.push_back({std::move(info), &library});
+    }
 }
 
 } // namespace
@@ -36,23 +37,26 @@ void CTlLibraries::Search(std::vector<CTlEntry>& entries) {
     ScopeGuard found([this] { m_isSearching = false; });
     for (const std::string& path : FindTlLibraries(getZelmoFolderPath(FolderType_TransportLayers))) {
         auto library = std::make_unique<CTlLibHelper>();
-        if (!library->Load(path.c_str()))
+        if (!library->Load(path.c_str())) {
             continue;
+        }
         AppendEntries(*library, entries);
         m_libraries.push_back(std::move(library));
     }
 }
 
 void CTlLibraries::ReadEntries(std::vector<CTlEntry>& entries) {
-    for (const auto& library : m_libraries)
+    for (const auto& library : m_libraries) {
         AppendEntries(*library, entries);
+    }
 }
 
 CTlLibHelper* CTlLibraries::FindLibrary(const CTlInfo& info) {
     for (const auto& library : m_libraries) {
         const TlInfoList infos = ReadInfos(*library);
-        if (std::find(infos.begin(), infos.end(), info) != infos.end())
+        if (std::find(infos.begin(), infos.end(), info) != infos.end()) {
             return library.get();
+        }
     }
     return nullptr;
 }

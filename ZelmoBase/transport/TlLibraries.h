@@ -1,9 +1,10 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
+
+#include "ZelmoBase/transport/TlLibHelper.h"
 
 #include <memory>
 #include <vector>
-
-#include "ZelmoBase/transport/TlLibHelper.h"
 
 namespace Zelmo {
 

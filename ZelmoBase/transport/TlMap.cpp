@@ -1,11 +1,11 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "ZelmoBase/transport/TlMap.h"
-
-#include <utility>
-
-#include <Base/GCException.h>
 
 #include "ZelmoBase/transport/TlFactoryLog.h"
 #include "ZelmoBase/transport/TlLibHelper.h"
+#include <Base/GCException.h>
+
+#include <utility>
 
 namespace Zelmo {
 
@@ -19,20 +19,24 @@ CTlMap::~CTlMap() {
     while (!m_entries.empty()) { // a plug-in may release further transport layers meanwhile
         ITransportLayer* const tl = m_entries.begin()->first;
         CTlLibHelper* const library = m_entries.begin()->second.library;
-        if (auto* const counted = dynamic_cast<ITransportLayerPrivate*>(tl))
+        if (auto* const counted = dynamic_cast<ITransportLayerPrivate*>(tl)) {
             counted->AddRef(); // whatever it gets and releases on its way out must not end it twice
-        if (library)
+        }
+        if (library) {
             library->DestroyTl(tl);
+        }
         Remove(tl);
     }
 }
 
 void CTlMap::Add(ITransportLayer* tl, CTlLibHelper* library) {
-    if (!tl)
+    if (!tl) {
         return;
+    }
     String_t fullName = tl->GetTlInfo().GetFullName();
-    if (FindByFullName(fullName))
+    if (FindByFullName(fullName)) {
         throw LOGICAL_ERROR_EXCEPTION("Tried to add the same transport layer twice");
+    }
     Remove(tl); // the same address under another name
     m_byFullName[fullName] = tl;
     m_entries[tl] = {library, std::move(fullName)};
@@ -40,8 +44,9 @@ void CTlMap::Add(ITransportLayer* tl, CTlLibHelper* library) {
 
 void CTlMap::Remove(ITransportLayer* tl) {
     const auto it = m_entries.find(tl);
-    if (it == m_entries.end())
+    if (it == m_entries.end()) {
         return;
+    }
     m_byFullName.erase(it->second.fullName);
     m_entries.erase(it);
 }

@@ -1,9 +1,10 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
+
+#include <zelmo/TransportLayer.h>
 
 #include <map>
 #include <unordered_map>
-
-#include <zelmo/TransportLayer.h>
 
 namespace Zelmo {
 

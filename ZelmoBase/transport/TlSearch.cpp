@@ -1,16 +1,16 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "ZelmoBase/transport/TlSearch.h"
 
-#include <glob.h>
+#include <zelmo/Utilities.h>
+
+#include <boost/tokenizer.hpp>
 
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <glob.h>
 #include <memory>
-
-#include <boost/tokenizer.hpp>
-
-#include <zelmo/Utilities.h>
 
 namespace Zelmo {
 namespace {
@@ -29,8 +29,9 @@ public:
     ~Glob() { globfree(&m_glob); }
 
     void Add(const std::string& pattern) {
-        if (glob(pattern.c_str(), m_flags, ReportUnreadableFolder, &m_glob) != 0)
+        if (glob(pattern.c_str(), m_flags, ReportUnreadableFolder, &m_glob) != 0) {
             std::fputs("globbing failed\n", stderr);
+        }
         m_flags = GLOB_APPEND;
     }
 
@@ -52,8 +53,9 @@ std::string CanonicalPath(const char* path) {
 std::vector<std::string> FindTlLibraries(const std::string& folderList) {
     const boost::escaped_list_separator<char> separator("\\", getZelmoPathListDelimiter(), "");
     Glob matches;
-    for (const std::string& folder : boost::tokenizer<boost::escaped_list_separator<char>>(folderList, separator))
+    for (const std::string& folder : boost::tokenizer<boost::escaped_list_separator<char>>(folderList, separator)) {
         matches.Add(folder + getZelmoPathSeperator() + "libzelmo_TL_*.so");
+    }
 
     std::vector<std::string> paths;
     std::transform(matches.begin(), matches.end(), std::back_inserter(paths), CanonicalPath);

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <zelmo/TransportLayerParams.h>
 
 #include <GenApi/IDestroy.h>
@@ -11,8 +12,9 @@ namespace Zelmo {
 
 GenApi::INodeMap* CreateDefaultTransportLayerParamsNodeMap() {
     std::string_view document;
-    if (!FindBuiltinDocument("DefaultTransportLayerParams", document))
+    if (!FindBuiltinDocument("DefaultTransportLayerParams", document)) {
         return nullptr;
+    }
     try {
         GenApi::CNodeMapFactory factory(GenApi::ContentType_Xml, document.data(), document.size());
         return factory.CreateNodeMap("Device");
@@ -22,8 +24,9 @@ GenApi::INodeMap* CreateDefaultTransportLayerParamsNodeMap() {
 }
 
 void DestroyNodeMap(GenApi::INodeMap* nodeMap) {
-    if (nodeMap)
+    if (nodeMap) {
         dynamic_cast<GenApi::IDestroy&>(*nodeMap).Destroy();
+    }
 }
 
 } // namespace Zelmo

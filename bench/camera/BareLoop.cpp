@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // What the system alone costs: the hops of a frame without any of our code.
 //
 // transport ─ event counter ─► engine ─ pipe ─► application, each hop with the system calls that ours makes:

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "CallCounter.h"
 
 #include "Machine.h"
@@ -75,27 +76,27 @@ using namespace camera_bench;
 extern "C" {
 
 INTERPOSED int poll(pollfd* entries, nfds_t count, int timeoutMs) {
-    static auto* const next = FindNext<int(pollfd*, nfds_t, int)>("poll");
+    static auto* const kNext = FindNext<int(pollfd*, nfds_t, int)>("poll");
     Count(Call_Poll);
     if (timeoutMs == 0) {
-        return next(entries, count, timeoutMs);
+        return kNext(entries, count, timeoutMs);
     }
     g_waiting.fetch_add(1, std::memory_order_relaxed);
-    const int ready = next(entries, count, timeoutMs);
+    const int ready = kNext(entries, count, timeoutMs);
     g_waiting.fetch_sub(1, std::memory_order_relaxed);
     return ready;
 }
 
 INTERPOSED ssize_t read(int fd, void* bytes, size_t count) {
-    static auto* const next = FindNext<ssize_t(int, void*, size_t)>("read");
+    static auto* const kNext = FindNext<ssize_t(int, void*, size_t)>("read");
     Count(Call_Read);
-    return next(fd, bytes, count);
+    return kNext(fd, bytes, count);
 }
 
 INTERPOSED ssize_t write(int fd, const void* bytes, size_t count) {
-    static auto* const next = FindNext<ssize_t(int, const void*, size_t)>("write");
+    static auto* const kNext = FindNext<ssize_t(int, const void*, size_t)>("write");
     Count(Call_Write);
-    return next(fd, bytes, count);
+    return kNext(fd, bytes, count);
 }
 
 // the C library's own makes its call without coming through here
@@ -109,9 +110,9 @@ INTERPOSED int eventfd_write(int fd, eventfd_t value) {
 }
 
 INTERPOSED int timer_settime(timer_t timer, int flags, const itimerspec* setting, itimerspec* before) noexcept {
-    static auto* const next = FindNext<int(timer_t, int, const itimerspec*, itimerspec*)>("timer_settime");
+    static auto* const kNext = FindNext<int(timer_t, int, const itimerspec*, itimerspec*)>("timer_settime");
     Count(Call_Timer);
-    return next(timer, flags, setting, before);
+    return kNext(timer, flags, setting, before);
 }
 
 } // extern "C"

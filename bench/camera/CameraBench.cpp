@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The road of a frame over the null transport: what it costs beside a bare loop, what it asks of the system, how long
 // it takes. Arguments are those of Google Benchmark.
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Ours beside the bare loop, in turn: CPU time and frames a second, medians of seven runs.
 // With one buffer each hop waits for the one before; with ten the transport runs ahead as far as there are buffers.
 // Only the latest image, of ten, is no fair race: frames that are replaced on the way cost less, and who replaces more

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Exact numbers of calls a frame.
 
 #include "CallCounter.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // From the transport's signal to the result in hand, while everybody waits: a camera of 5,000 frames a second.
 
 #include "CallCounter.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Start and stop of a session whose buffers are large; nobody touches their memory but where they are cleared.
 
 #include "Frames.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // What an image of the emulator costs, from the queue of empty buffers to the result in hand.
 
 #include <GenApi/GenApi.h>
@@ -58,18 +60,21 @@ public:
         m_grabber.PrepareGrab();
         m_buffers.assign(8, std::vector<std::uint8_t>(size));
         m_grabber.StartStreaming();
-        for (auto& buffer : m_buffers)
+        for (auto& buffer : m_buffers) {
             m_grabber.QueueBuffer(m_grabber.RegisterBuffer(buffer.data(), size), nullptr);
+        }
         GenApi::CCommandPtr(camera.Node("AcquisitionStart"))->Execute();
     }
     ~Stream() { m_grabber.Close(); }
 
     void TakeOneAndQueueAgain() {
         Zelmo::GrabResult result;
-        while (!m_grabber.RetrieveResult(result))
+        while (!m_grabber.RetrieveResult(result)) {
             m_grabber.GetWaitObject().Wait(Zelmo::WaitTimeoutInfinite);
-        if (result.status != Zelmo::GrabStatus_Grabbed)
+        }
+        if (result.status != Zelmo::GrabStatus_Grabbed) {
             throw std::runtime_error("a frame failed");
+        }
         m_grabber.QueueBuffer(result.handle, nullptr);
     }
 
@@ -88,11 +93,13 @@ void Stream_Frames(benchmark::State& state, const char* testImage, const char* p
     camera.Set("TestImageSelector", testImage);
     camera.Set("AcquisitionFrameRateEnable", "0");
     Stream stream(camera);
-    for (int i = 0; i < 16; ++i)
+    for (int i = 0; i < 16; ++i) {
         stream.TakeOneAndQueueAgain();
+    }
     const double before = ProcessCpuSeconds();
-    for (auto _ : state)
+    for (auto _ : state) {
         stream.TakeOneAndQueueAgain();
+    }
     state.counters["cpu_us/frame"] = 1e6 * (ProcessCpuSeconds() - before) / static_cast<double>(state.iterations());
     state.SetItemsProcessed(state.iterations());
 }

@@ -1,9 +1,10 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "Allocations.h"
 #include "Descriptions.h"
 
-#include <array>
-
 #include <benchmark/benchmark.h>
+
+#include <array>
 
 // What chunks add to each image: a buffer with an image and ten chunks of 8 bytes, over a map with a feature for each.
 
@@ -12,7 +13,7 @@ namespace {
 using namespace GenApi;
 using namespace genicam_bench;
 
-constexpr unsigned chunkCount = 10;
+constexpr unsigned kChunkCount = 10;
 
 std::string Feature(unsigned number) {
     const std::string n = std::to_string(number);
@@ -28,14 +29,16 @@ std::string ChunkDescription() {
         "<RegisterDescription ModelName=\"Bench\" VendorName=\"Bench\" StandardNameSpace=\"None\" "
         "SchemaMajorVersion=\"1\" SchemaMinorVersion=\"1\" SchemaSubMinorVersion=\"0\" "
         "MajorVersion=\"1\" MinorVersion=\"0\" SubMinorVersion=\"0\" ProductGuid=\"a\" VersionGuid=\"b\">";
-    for (unsigned i = 0; i < chunkCount; ++i)
+    for (unsigned i = 0; i < kChunkCount; ++i) {
         text += Feature(i);
+    }
     return text + "</RegisterDescription>";
 }
 
 void AppendBigEndian(std::vector<std::uint8_t>& bytes, std::uint32_t number) {
-    for (int shift = 24; shift >= 0; shift -= 8)
+    for (int shift = 24; shift >= 0; shift -= 8) {
         bytes.push_back(static_cast<std::uint8_t>(number >> shift));
+    }
 }
 
 void AppendTrailer(std::vector<std::uint8_t>& bytes, std::uint32_t id, std::uint32_t length) {
@@ -47,7 +50,7 @@ void AppendTrailer(std::vector<std::uint8_t>& bytes, std::uint32_t id, std::uint
 std::vector<std::uint8_t> Buffer() {
     std::vector<std::uint8_t> bytes(64 * 1024);
     AppendTrailer(bytes, 1, 64 * 1024);
-    for (std::uint32_t i = 0; i < chunkCount; ++i) {
+    for (std::uint32_t i = 0; i < kChunkCount; ++i) {
         bytes.resize(bytes.size() + 8, static_cast<std::uint8_t>(i));
         AppendTrailer(bytes, 0x5000 + i, 8);
     }
@@ -61,12 +64,14 @@ public:
         m_map.reset(MakeFactory(chunks).CreateNodeMap());
         m_adapter.AttachNodeMap(m_map.get());
         m_buffers = {Buffer(), Buffer()};
-        for (unsigned i = 0; i < chunkCount; ++i)
+        for (unsigned i = 0; i < kChunkCount; ++i) {
             m_values[i] = dynamic_cast<IInteger*>(m_map->GetNode(("Chunk" + std::to_string(i)).c_str()));
+        }
         AttachStatistics_t found = {};
         Attach(0, &found);
-        if (found.NumAttachedChunks != chunkCount)
+        if (found.NumAttachedChunks != kChunkCount) {
             state.SkipWithError("not all chunks were found");
+        }
         ReadAll();
     }
     void TearDown(benchmark::State&) override { m_map.reset(); }
@@ -78,16 +83,18 @@ protected:
     }
     std::int64_t ReadAll() {
         std::int64_t sum = 0;
-        for (IInteger* value : m_values)
+        for (IInteger* value : m_values) {
             sum += value->GetValue();
+        }
         return sum;
     }
     template <class Image>
     void Run(benchmark::State& state, Image image) {
         image(1);
         const std::uint64_t before = CountAllocations().count;
-        for (unsigned number = 0; auto _ : state)
+        for (unsigned number = 0; auto _ : state) {
             image(number++);
+        }
         state.counters["allocations"] = benchmark::Counter(static_cast<double>(CountAllocations().count - before),
                                                            benchmark::Counter::kAvgIterations);
     }
@@ -95,7 +102,7 @@ protected:
     MapPtr m_map;
     CChunkAdapterGEV m_adapter;
     std::array<std::vector<std::uint8_t>, 2> m_buffers;
-    std::array<IInteger*, chunkCount> m_values = {};
+    std::array<IInteger*, kChunkCount> m_values = {};
 };
 
 BENCHMARK_F(ChunkBench, AttachTenChunks)(benchmark::State& state) {
@@ -115,8 +122,9 @@ BENCHMARK_F(ChunkBench, AttachAndReadTenChunks)(benchmark::State& state) {
 }
 BENCHMARK_F(ChunkBench, CheckLayoutOfTenChunks)(benchmark::State& state) {
     std::vector<std::uint8_t>& buffer = m_buffers[0];
-    for (auto _ : state)
+    for (auto _ : state) {
         benchmark::DoNotOptimize(m_adapter.CheckBufferLayout(buffer.data(), static_cast<std::int64_t>(buffer.size())));
+    }
 }
 
 } // namespace

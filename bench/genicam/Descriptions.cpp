@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "Descriptions.h"
 
 #include <algorithm>
@@ -74,7 +75,7 @@ std::string Singles() {
            KnifeOverRegisters("KnifeUncached", 32, "NoCache") + KnifeOverRegisters("KnifeCached", 48, "WriteThrough");
 }
 
-constexpr unsigned int singleNodes = 2 + 4 + 1 + 10 + 8; // the port and the root first
+constexpr unsigned int kSingleNodes = 2 + 4 + 1 + 10 + 8; // the port and the root first
 
 } // namespace
 
@@ -91,7 +92,7 @@ GenApi::CNodeMapFactory MakeFactory(const Description& description) {
 }
 
 Description GenerateCamera(unsigned int nodes) {
-    const unsigned int features = (nodes - singleNodes) / 3;
+    const unsigned int features = (nodes - kSingleNodes) / 3;
     std::string text = "<Category Name=\"Root\">";
     for (unsigned int i = 0; i < features; ++i) {
         text += "<pFeature>Feature" + Number(i) + "</pFeature>";

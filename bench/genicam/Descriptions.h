@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <GenApi/GenApi.h>
@@ -17,10 +18,10 @@ public:
     void Write(const void* buffer, int64_t address, int64_t length) override;
 
 private:
-    static constexpr std::size_t size = 1 << 20;
-    std::uint8_t* At(std::int64_t address) { return &m_memory[static_cast<std::uint64_t>(address) % (size / 2)]; }
+    static constexpr std::size_t kSize = 1 << 20;
+    std::uint8_t* At(std::int64_t address) { return &m_memory[static_cast<std::uint64_t>(address) % (kSize / 2)]; }
 
-    std::vector<std::uint8_t> m_memory = std::vector<std::uint8_t>(size);
+    std::vector<std::uint8_t> m_memory = std::vector<std::uint8_t>(kSize);
 };
 
 struct DestroyMap {

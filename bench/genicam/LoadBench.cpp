@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "Allocations.h"
 #include "Descriptions.h"
 
@@ -123,7 +124,7 @@ void RegisterMemory(const std::string& name, const std::vector<Description>& des
     benchmark::RegisterBenchmark(("BytesPerNode/" + name).c_str(), measure)->Iterations(1);
 }
 
-const bool g_areRegistered = [] {
+const bool kGAreRegistered = [] {
     const std::vector<Description> real = ReadRealDescriptions();
     for (const Description& description : real) {
         Register(description);

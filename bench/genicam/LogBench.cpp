@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <Log/CLog.h>
 
 #include <benchmark/benchmark.h>
@@ -20,16 +21,18 @@ public:
 class LogBench : public benchmark::Fixture {
 public:
     void SetUp(const benchmark::State& state) override {
-        if (state.thread_index() != 0)
+        if (state.thread_index() != 0) {
             return;
+        }
         CLog::Initialize();
         CLog::RemoveAllAppenders();
         CLog::AddAppender(CLog::GetRootLogger(), std::make_shared<NullAppender>());
         CLog::SetPriorityInfo(CLog::GetRootLogger());
     }
     void TearDown(const benchmark::State& state) override {
-        if (state.thread_index() == 0)
+        if (state.thread_index() == 0) {
             CLog::ShutDown();
+        }
     }
 
 protected:
@@ -37,21 +40,24 @@ protected:
 };
 
 BENCHMARK_DEFINE_F(LogBench, Disabled)(benchmark::State& state) {
-    for (auto _ : state)
+    for (auto _ : state) {
         m_logger.log(LogPriority_Debug, "Camera %p: %s", static_cast<void*>(this), "a message");
+    }
 }
 BENCHMARK_REGISTER_F(LogBench, Disabled)->ThreadRange(1, 2);
 
 BENCHMARK_DEFINE_F(LogBench, Enabled)(benchmark::State& state) {
-    for (auto _ : state)
+    for (auto _ : state) {
         m_logger.log(LogPriority_Info, "Camera %p: %s", static_cast<void*>(this), "a message");
+    }
 }
 BENCHMARK_REGISTER_F(LogBench, Enabled)->ThreadRange(1, 2);
 
 BENCHMARK_DEFINE_F(LogBench, EnabledLongMessage)(benchmark::State& state) {
     const std::string text(4000, 'x');
-    for (auto _ : state)
+    for (auto _ : state) {
         m_logger.log(LogPriority_Info, "%s", text.c_str());
+    }
 }
 BENCHMARK_REGISTER_F(LogBench, EnabledLongMessage);
 
@@ -67,8 +73,9 @@ BENCHMARK(BareFormatting);
 
 BENCHMARK_DEFINE_F(LogBench, GetLogger)(benchmark::State& state) {
     const gcstring name = m_logger.getName();
-    for (auto _ : state)
+    for (auto _ : state) {
         benchmark::DoNotOptimize(&CLog::GetLogger(name));
+    }
 }
 BENCHMARK_REGISTER_F(LogBench, GetLogger);
 

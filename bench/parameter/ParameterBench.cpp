@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Parameters, each operation beside the node's own.
 
 #include <zelmo/IntegerParameter.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <array>
@@ -8,7 +9,7 @@ namespace soak {
 
 /// What the process uses at one moment.
 struct ProcessUse {
-    static constexpr std::array<const char*, 4> names{"resident kB", "descriptors", "threads", "mappings"};
+    static constexpr std::array<const char*, 4> kNames{"resident kB", "descriptors", "threads", "mappings"};
 
     double frames = 0;              // taken so far
     std::array<double, 4> values{}; // in the order of the names

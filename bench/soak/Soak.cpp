@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Grabs for a long time with two engines in one process and looks for what only time shows: images lost, doubled or
 // torn, and memory, descriptors, threads or mappings that grow.
 
@@ -61,10 +63,10 @@ bool ReportGrowth(std::vector<ProcessUse> samples) {
     samples.erase(samples.begin(), samples.begin() + static_cast<std::ptrdiff_t>(samples.size() / 5)); // warming up
     const double millions = (samples.back().frames - samples.front().frames) / 1e6;
     bool flat = true;
-    for (std::size_t i = 0; i < ProcessUse::names.size(); ++i) {
+    for (std::size_t i = 0; i < ProcessUse::kNames.size(); ++i) {
         const double growth = GrowthPerMillion(samples, i);
         const bool isFlat = growth * millions <= kAllowedGrowth[i];
-        std::printf("%-12s first %8.0f  last %8.0f  slope %+9.3f per million frames%s\n", ProcessUse::names[i],
+        std::printf("%-12s first %8.0f  last %8.0f  slope %+9.3f per million frames%s\n", ProcessUse::kNames[i],
                     samples.front().values[i], samples.back().values[i], growth, isFlat ? "" : "  GROWS");
         flat = flat && isFlat;
     }

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Wait objects and sets of them, each beside the same system calls without them.
 
 #include <zelmo/WaitObject.h>

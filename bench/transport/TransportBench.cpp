@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // What it costs to list cameras and to make one, with a plug-in whose own part is next to nothing; and the work on the
 // lists themselves.
 
@@ -16,9 +18,9 @@ using namespace Zelmo;
 namespace {
 
 CTlFactory& Factory() {
-    static const bool path = setenv("ZELMO_TL_PATH", MINIMAL_PLUGIN_FOLDER, 1) == 0;
-    static const ZelmoScope library;
-    static_cast<void>(path);
+    static const bool kPath = setenv("ZELMO_TL_PATH", MINIMAL_PLUGIN_FOLDER, 1) == 0;
+    static const ZelmoScope kLibrary;
+    static_cast<void>(kPath);
     return CTlFactory::GetInstance();
 }
 
@@ -35,23 +37,27 @@ DeviceInfoList Cameras(std::int64_t count) {
 
 void EnumerateTransportLayers(benchmark::State& state) {
     TlInfoList tls;
-    for (auto _ : state)
+    for (auto _ : state) {
         benchmark::DoNotOptimize(Factory().EnumerateTls(tls));
+    }
 }
 BENCHMARK(EnumerateTransportLayers);
 
 void EnumerateDevices(benchmark::State& state) {
     DeviceInfoList devices;
-    for (auto _ : state)
+    for (auto _ : state) {
         benchmark::DoNotOptimize(Factory().EnumerateDevices(devices));
-    if (devices.size() != 1)
+    }
+    if (devices.size() != 1) {
         state.SkipWithError("the plug-in was not found");
+    }
 }
 BENCHMARK(EnumerateDevices);
 
 void CreateDeviceBy(benchmark::State& state, const CDeviceInfo& info) {
-    for (auto _ : state)
+    for (auto _ : state) {
         Factory().DestroyDevice(Factory().CreateDevice(info));
+    }
 }
 
 void CreateDeviceByClass(benchmark::State& state) {

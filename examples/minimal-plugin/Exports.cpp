@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "MinimalTransportLayer.h"
 
 ZELMO_PLUGIN_EXPORT void GetTLInfoList(Zelmo::TlInfoList& list, bool) {

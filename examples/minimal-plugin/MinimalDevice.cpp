@@ -1,9 +1,10 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "MinimalDevice.h"
 
 namespace Minimal {
 namespace {
 
-constexpr char description[] = R"(<?xml version="1.0" encoding="utf-8"?>
+constexpr char kDescription[] = R"(<?xml version="1.0" encoding="utf-8"?>
 <RegisterDescription ModelName="Minimal" VendorName="Example" StandardNameSpace="None"
     SchemaMajorVersion="1" SchemaMinorVersion="1" SchemaSubMinorVersion="0"
     MajorVersion="1" MinorVersion="0" SubMinorVersion="0"
@@ -30,9 +31,10 @@ constexpr char description[] = R"(<?xml version="1.0" encoding="utf-8"?>
 } // namespace
 
 void MinimalDevice::Open(Zelmo::AccessModeSet modes) {
-    if (IsOpen())
+    if (IsOpen()) {
         throw LOGICAL_ERROR_EXCEPTION("Cannot open camera %s: it is open already.", m_info.GetSerialNumber().c_str());
-    NodeMapPtr nodeMap = MakeNodeMap(description);
+    }
+    NodeMapPtr nodeMap = MakeNodeMap(kDescription);
     m_tlNodeMap.reset(Zelmo::CreateDefaultTransportLayerParamsNodeMap());
     m_nodeMap = std::move(nodeMap); // from here on nothing fails: the device is open
     m_modes = modes;
@@ -47,7 +49,7 @@ void MinimalDevice::Close() {
 
 void MinimalDevice::GetDescription(Zelmo::String_t& url, Zelmo::String_t& bytes) {
     url = "Local:minimal.xml";
-    bytes = description;
+    bytes = kDescription;
 }
 
 } // namespace Minimal

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "MinimalStreamGrabber.h"
 
 #include <Base/GCException.h>
@@ -26,7 +27,7 @@ std::string StreamDescription() {
   <Integer Name="PayloadSize">
     <ImposedAccessMode>RO</ImposedAccessMode>
     <Value>)" +
-           std::to_string(MinimalStreamGrabber::PayloadSizeBytes) + R"(</Value>
+           std::to_string(MinimalStreamGrabber::kPayloadSizeBytes) + R"(</Value>
   </Integer>
   <Integer Name="MaxBufferSize"><Value>0</Value><Min>0</Min></Integer>
   <Integer Name="MaxNumBuffer"><Value>16</Value><Min>1</Min></Integer>
@@ -42,8 +43,9 @@ MinimalStreamGrabber::~MinimalStreamGrabber() {
 }
 
 void MinimalStreamGrabber::Open() {
-    if (IsOpen())
+    if (IsOpen()) {
         throw LOGICAL_ERROR_EXCEPTION("Cannot open the stream grabber: it is open already.");
+    }
     m_isOpen = true; // a real one takes the channel here
 }
 
@@ -67,9 +69,10 @@ void MinimalStreamGrabber::FinishGrab() {
 }
 
 Zelmo::StreamBufferHandle MinimalStreamGrabber::RegisterBuffer(void* buffer, std::size_t sizeBytes) {
-    if (!buffer || sizeBytes < PayloadSizeBytes)
+    if (!buffer || sizeBytes < kPayloadSizeBytes) {
         throw INVALID_ARGUMENT_EXCEPTION("Cannot register a buffer of %zu bytes: an image takes %d.", sizeBytes,
-                                         PayloadSizeBytes);
+                                         kPayloadSizeBytes);
+    }
     std::lock_guard lock(m_mutex);
     m_registered[buffer] = {buffer, sizeBytes}; // the address makes a good handle here
     return buffer;
@@ -89,8 +92,9 @@ void MinimalStreamGrabber::StartStreaming() {
 }
 
 void MinimalStreamGrabber::StopStreaming() {
-    if (!m_thread.joinable())
+    if (!m_thread.joinable()) {
         return;
+    }
     {
         std::lock_guard lock(m_mutex);
         m_stop = true;
@@ -102,8 +106,9 @@ void MinimalStreamGrabber::StopStreaming() {
 void MinimalStreamGrabber::QueueBuffer(Zelmo::StreamBufferHandle handle, void* context) {
     std::lock_guard lock(m_mutex);
     const auto found = m_registered.find(handle);
-    if (found == m_registered.end())
+    if (found == m_registered.end()) {
         throw INVALID_ARGUMENT_EXCEPTION("Cannot queue a buffer that is not registered.");
+    }
     m_queued.push_back({handle, found->second, context});
 }
 
@@ -114,40 +119,46 @@ std::size_t MinimalStreamGrabber::GetNumQueuedBuffers() const {
 
 void MinimalStreamGrabber::FlushBuffers() {
     std::lock_guard lock(m_mutex);
-    for (const QueuedBuffer& queued : m_queued)
+    for (const QueuedBuffer& queued : m_queued) {
         Deliver(ResultOf(queued, Zelmo::GrabStatus_Canceled));
+    }
     m_queued.clear();
 }
 
 bool MinimalStreamGrabber::RetrieveResult(Zelmo::GrabResult& result) {
     std::lock_guard lock(m_mutex);
-    if (m_results.empty())
+    if (m_results.empty()) {
         return false;
+    }
     result = m_results.front();
     m_results.pop_front();
-    if (m_results.empty())
+    if (m_results.empty()) {
         m_resultsPending.Reset();
+    }
     return true;
 }
 
 /// The camera's clock: by points in time, not by pauses, so that nothing drifts.
 void MinimalStreamGrabber::Run() {
     std::unique_lock lock(m_mutex);
-    for (auto due = Clock::now() + FramePeriod; !m_stopped.wait_until(lock, due, [this] { return m_stop; });
-         due += FramePeriod)
+    for (auto due = Clock::now() + kFramePeriod; !m_stopped.wait_until(lock, due, [this] { return m_stop; });
+         due += kFramePeriod) {
         Expose();
+    }
 }
 
 /// One image into the oldest queued buffer; without one it is lost, which the gap in the block ids tells.
 void MinimalStreamGrabber::Expose() {
     const std::uint64_t blockId = m_nextBlockId++;
-    if (m_queued.empty())
+    if (m_queued.empty()) {
         return;
+    }
     Zelmo::GrabResult result = ResultOf(m_queued.front(), Zelmo::GrabStatus_Grabbed);
     m_queued.pop_front();
     auto* const pixels = static_cast<std::uint8_t*>(result.buffer);
-    for (int i = 0; i < PayloadSizeBytes; ++i)
-        pixels[i] = static_cast<std::uint8_t>(blockId + static_cast<unsigned int>(i % Width));
+    for (int i = 0; i < kPayloadSizeBytes; ++i) {
+        pixels[i] = static_cast<std::uint8_t>(blockId + static_cast<unsigned int>(i % kWidth));
+    }
     result.blockId = blockId;
     result.timeStamp = static_cast<std::uint64_t>(
         std::chrono::duration_cast<std::chrono::nanoseconds>(Clock::now().time_since_epoch()).count());
@@ -163,11 +174,11 @@ Zelmo::GrabResult MinimalStreamGrabber::ResultOf(const QueuedBuffer& queued, Zel
     result.status = status;
     result.payloadType = Zelmo::PayloadType_Image;
     result.pixelType = Zelmo::PixelType_Mono8;
-    result.sizeX = Width;
-    result.sizeY = Height;
+    result.sizeX = kWidth;
+    result.sizeY = kHeight;
     result.offsetX = result.offsetY = 0;
     result.paddingX = result.paddingY = 0;
-    result.payloadSize = PayloadSizeBytes;
+    result.payloadSize = kPayloadSizeBytes;
     return result;
 }
 

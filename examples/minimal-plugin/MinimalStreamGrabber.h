@@ -1,5 +1,7 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "NodeMaps.h"
 #include <zelmo/PixelType.h>
 #include <zelmo/StreamGrabber.h>
 #include <zelmo/WaitObject.h>
@@ -11,18 +13,16 @@
 #include <mutex>
 #include <thread>
 
-#include "NodeMaps.h"
-
 namespace Minimal {
 
 /// Fills queued buffers with a picture that moves by one grey step a frame, a hundred times a second.
 /// Threads: the application's, and while streaming one of its own; m_mutex guards what both touch.
 class MinimalStreamGrabber final : public Zelmo::IStreamGrabber {
 public:
-    static constexpr int Width = 64;
-    static constexpr int Height = 48;
-    static constexpr int PayloadSizeBytes = Width * Height; // Mono8
-    static constexpr std::chrono::milliseconds FramePeriod{10};
+    static constexpr int kWidth = 64;
+    static constexpr int kHeight = 48;
+    static constexpr int kPayloadSizeBytes = kWidth * kHeight; // Mono8
+    static constexpr std::chrono::milliseconds kFramePeriod{10};
 
     MinimalStreamGrabber();
     ~MinimalStreamGrabber();

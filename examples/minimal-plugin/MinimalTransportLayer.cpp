@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "MinimalTransportLayer.h"
 
 #include "MinimalDevice.h"
@@ -5,11 +6,11 @@
 namespace Minimal {
 namespace {
 
-constexpr char deviceClass[] = "ExampleMinimal";
+constexpr char kDeviceClass[] = "ExampleMinimal";
 
 Zelmo::CDeviceInfo TheCamera() {
     Zelmo::CDeviceInfo info;
-    info.SetDeviceClass(deviceClass).SetFullName("ExampleMinimal#0001").SetSerialNumber("0001");
+    info.SetDeviceClass(kDeviceClass).SetFullName("ExampleMinimal#0001").SetSerialNumber("0001");
     info.SetVendorName("Example").SetModelName("Minimal").SetFriendlyName("Minimal (0001)");
     info.ClearUserProvidedFlag();
     return info;
@@ -20,19 +21,20 @@ Zelmo::CDeviceInfo TheCamera() {
 Zelmo::CTlInfo MinimalTransportLayer::Info() {
     Zelmo::CTlInfo info;
     info.SetModelName("Minimal transport layer").SetVersion("1.0");
-    info.SetDeviceClass(deviceClass).SetFullName("Example/Minimal").SetTLType("Custom");
+    info.SetDeviceClass(kDeviceClass).SetFullName("Example/Minimal").SetTLType("Custom");
     return info;
 }
 
 MinimalTransportLayer::MinimalTransportLayer() {
     Zelmo::CInterfaceInfo info;
-    info.SetInterfaceID("default").SetDeviceClass(deviceClass);
+    info.SetInterfaceID("default").SetDeviceClass(kDeviceClass);
     m_interface.reset(new Zelmo::CDefaultInterface(this, info));
 }
 
 int MinimalTransportLayer::EnumerateDevices(Zelmo::DeviceInfoList& list, bool addToList) {
-    if (!addToList)
+    if (!addToList) {
         list.clear();
+    }
     list.push_back(TheCamera()); // a real one asks its driver here
     return 1;
 }
@@ -43,9 +45,10 @@ int MinimalTransportLayer::EnumerateDevices(Zelmo::DeviceInfoList& list, const Z
 }
 
 Zelmo::IZelmoDevice* MinimalTransportLayer::CreateDevice(const Zelmo::CDeviceInfo& info) {
-    if (!TheCamera().IsSubset(info))
+    if (!TheCamera().IsSubset(info)) {
         throw RUNTIME_EXCEPTION("Cannot create a device: the only camera here is %s.",
                                 TheCamera().GetFullName().c_str());
+    }
     return new MinimalDevice(*this, TheCamera());
 }
 
@@ -77,8 +80,9 @@ void MinimalTransportLayer::DestroyDevice(Zelmo::IZelmoDevice* device) {
 bool MinimalTransportLayer::IsDeviceAccessible(const Zelmo::CDeviceInfo& info, Zelmo::AccessModeSet,
                                                Zelmo::EDeviceAccessiblityInfo* accessibilityInfo) {
     const bool known = TheCamera().IsSubset(info);
-    if (accessibilityInfo)
+    if (accessibilityInfo) {
         *accessibilityInfo = known ? Zelmo::DeviceAccessibility_Ok : Zelmo::DeviceAccessibility_NotReachable;
+    }
     return known;
 }
 

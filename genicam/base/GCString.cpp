@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <Base/GCString.h>
 
 #include <Base/GCAllocating.h>
@@ -99,8 +100,9 @@ std::size_t gcstring::find_last_not_of(const gcstring& bytes, std::size_t offset
 }
 
 gcstring gcstring::substr(std::size_t offset, std::size_t count) const {
-    if (offset > size())
+    if (offset > size()) {
         throw OUT_OF_RANGE_EXCEPTION("Cannot take a part from position %zu of a text of %zu bytes", offset, size());
+    }
     return gcstring(view().substr(offset, count));
 }
 
@@ -113,8 +115,9 @@ void gcstring::reserve(std::size_t count) {
 }
 
 gcstring& gcstring::erase(std::size_t position, std::size_t count) {
-    if (position > size())
+    if (position > size()) {
         throw OUT_OF_RANGE_EXCEPTION("Cannot erase from position %zu of a text of %zu bytes", position, size());
+    }
     m_text.erase(position, count);
     return *this;
 }

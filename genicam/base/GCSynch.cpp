@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <Base/GCSynch.h>
 
 #include <Base/GCException.h>
@@ -19,8 +20,9 @@ namespace {
 
 int InitRecursive(pthread_mutex_t& mutex, int protocol) noexcept {
     pthread_mutexattr_t attributes;
-    if (const int error = pthread_mutexattr_init(&attributes))
+    if (const int error = pthread_mutexattr_init(&attributes)) {
         return error;
+    }
     pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_RECURSIVE);
     pthread_mutexattr_setprotocol(&attributes, protocol);
     const int error = pthread_mutex_init(&mutex, &attributes);
@@ -28,17 +30,18 @@ int InitRecursive(pthread_mutex_t& mutex, int protocol) noexcept {
     return error;
 }
 
-constexpr std::string_view GlobalLockPrefix = "/dev/shm/genicam-";
+constexpr std::string_view kGlobalLockPrefix = "/dev/shm/genicam-";
 
 /// The file behind a global lock; the name is coded, so that two names never share one.
 std::string GlobalLockPath(const gcstring& name) {
-    std::string path(GlobalLockPrefix);
+    std::string path(kGlobalLockPrefix);
     const gcstring coded = UrlEncode(name);
     for (const char byte : coded.view()) {
-        if (byte == '/')
+        if (byte == '/') {
             path += "%2F";
-        else
+        } else {
             path += byte;
+        }
     }
     return path;
 }
@@ -49,13 +52,16 @@ int OpenGlobalLock(const std::string& path) noexcept {
     constexpr mode_t readable = 0444;
     for (;;) { // until nobody makes or removes it between our two attempts
         int file = open(path.c_str(), flags);
-        if (file >= 0 || errno != ENOENT)
+        if (file >= 0 || errno != ENOENT) {
             return file;
+        }
         file = open(path.c_str(), flags | O_CREAT | O_EXCL, readable);
-        if (file >= 0)
+        if (file >= 0) {
             fchmod(file, readable); // whatever the mask of the process is
-        if (file >= 0 || errno != EEXIST)
+        }
+        if (file >= 0 || errno != EEXIST) {
             return file;
+        }
     }
 }
 
@@ -63,10 +69,12 @@ int OpenGlobalLock(const std::string& path) noexcept {
 
 CLock::CLock() {
     int error = InitRecursive(m_mutex, PTHREAD_PRIO_INHERIT);
-    if (error == ENOTSUP) // kernels without priority-inheriting futexes
+    if (error == ENOTSUP) { // kernels without priority-inheriting futexes
         error = InitRecursive(m_mutex, PTHREAD_PRIO_NONE);
-    if (error)
+    }
+    if (error) {
         throw RUNTIME_EXCEPTION("Cannot create a lock: %s", std::strerror(error));
+    }
 }
 
 CLock::~CLock() {
@@ -90,8 +98,9 @@ CGlobalLock::CGlobalLock(const gcstring& name) : m_file(name.empty() ? -1 : Open
 
 CGlobalLock::~CGlobalLock() {
     Unlock();
-    if (IsValid())
+    if (IsValid()) {
         close(m_file);
+    }
 }
 
 bool CGlobalLock::Lock(unsigned int timeoutMs) noexcept {
@@ -99,8 +108,9 @@ bool CGlobalLock::Lock(unsigned int timeoutMs) noexcept {
     const auto end = steady_clock::now() + milliseconds(timeoutMs);
     for (auto pause = 1ms; !TryLock(); pause = std::min(2 * pause, 10ms)) {
         const auto now = steady_clock::now();
-        if (!IsValid() || now >= end)
+        if (!IsValid() || now >= end) {
             return false;
+        }
         std::this_thread::sleep_for(std::min<steady_clock::duration>(pause, end - now));
     }
     return true;
@@ -108,16 +118,18 @@ bool CGlobalLock::Lock(unsigned int timeoutMs) noexcept {
 
 bool CGlobalLock::TryLock() noexcept {
     AutoLock lock(m_lock);
-    if (m_isHeld || flock(m_file, LOCK_EX | LOCK_NB) != 0)
+    if (m_isHeld || flock(m_file, LOCK_EX | LOCK_NB) != 0) {
         return false;
+    }
     m_isHeld = true;
     return true;
 }
 
 void CGlobalLock::Unlock() noexcept {
     AutoLock lock(m_lock);
-    if (m_isHeld)
+    if (m_isHeld) {
         flock(m_file, LOCK_UN);
+    }
     m_isHeld = false;
 }
 

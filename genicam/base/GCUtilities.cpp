@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <Base/GCUtilities.h>
 
 #include <Base/GCSynch.h>
@@ -11,24 +12,28 @@ namespace GenICam {
 
 namespace {
 
-constexpr std::string_view UrlUnreserved = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~/:";
-constexpr std::string_view HexDigits = "0123456789ABCDEF";
+constexpr std::string_view kUrlUnreserved = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~/:";
+constexpr std::string_view kHexDigits = "0123456789ABCDEF";
 
 /// The value of a hexadecimal digit, -1 for any other byte.
 int HexValue(char digit) noexcept {
-    if (digit >= '0' && digit <= '9')
+    if (digit >= '0' && digit <= '9') {
         return digit - '0';
-    if (digit >= 'A' && digit <= 'F')
+    }
+    if (digit >= 'A' && digit <= 'F') {
         return digit - 'A' + 10;
-    if (digit >= 'a' && digit <= 'f')
+    }
+    if (digit >= 'a' && digit <= 'f') {
         return digit - 'a' + 10;
+    }
     return -1;
 }
 
 /// The byte that "%xy" at @p position stands for, -1 if there is no such thing.
 int DecodedByteAt(std::string_view text, std::size_t position) noexcept {
-    if (text[position] != '%' || position + 2 >= text.size())
+    if (text[position] != '%' || position + 2 >= text.size()) {
         return -1;
+    }
     const int high = HexValue(text[position + 1]);
     const int low = HexValue(text[position + 2]);
     return high < 0 || low < 0 ? -1 : high * 16 + low;
@@ -39,8 +44,9 @@ std::string ExpandVariables(std::string_view text) {
     for (;;) {
         const auto begin = text.find("$(");
         const auto end = begin == text.npos ? text.npos : text.find(')', begin);
-        if (end == text.npos)
+        if (end == text.npos) {
             return result.append(text);
+        }
         const gcstring name(text.substr(begin + 2, end - begin - 2));
         result.append(text.substr(0, begin)).append(GetValueOfEnvironmentVariable(name).view());
         text.remove_prefix(end + 1);
@@ -95,15 +101,17 @@ struct GlobResult : glob_t {
 
 bool GetValueOfEnvironmentVariable(const gcstring& name, gcstring& value) {
     const char* text = std::getenv(name.c_str());
-    if (text)
+    if (text) {
         value = text;
+    }
     return text != nullptr;
 }
 
 gcstring GetValueOfEnvironmentVariable(const gcstring& name) {
     gcstring value;
-    if (!GetValueOfEnvironmentVariable(name, value))
+    if (!GetValueOfEnvironmentVariable(name, value)) {
         throw RUNTIME_EXCEPTION("Environment variable '%s' is not set", name.c_str());
+    }
     return value;
 }
 
@@ -114,8 +122,9 @@ bool DoesEnvironmentVariableExist(const gcstring& name) {
 void ReplaceEnvironmentVariables(gcstring& buffer, bool replaceBlankBy20) {
     std::string text = ExpandVariables(buffer.view());
     if (replaceBlankBy20) {
-        for (auto blank = text.find(' '); blank != text.npos; blank = text.find(' ', blank))
+        for (auto blank = text.find(' '); blank != text.npos; blank = text.find(' ', blank)) {
             text.replace(blank, 1, "%20");
+        }
     }
     buffer = gcstring(std::move(text));
 }
@@ -123,11 +132,11 @@ void ReplaceEnvironmentVariables(gcstring& buffer, bool replaceBlankBy20) {
 gcstring UrlEncode(const gcstring& text) {
     std::string result;
     for (const char byte : text.view()) {
-        if (UrlUnreserved.find(byte) != UrlUnreserved.npos) {
+        if (kUrlUnreserved.find(byte) != kUrlUnreserved.npos) {
             result += byte;
         } else {
             const auto value = static_cast<unsigned char>(byte);
-            result += {'%', HexDigits[value >> 4], HexDigits[value & 15]};
+            result += {'%', kHexDigits[value >> 4], kHexDigits[value & 15]};
         }
     }
     return gcstring(std::move(result));
@@ -138,8 +147,9 @@ gcstring UrlDecode(const gcstring& text) {
     for (std::size_t position = 0; position < text.size(); ++position) {
         const int byte = DecodedByteAt(text.view(), position);
         result += byte < 0 ? text[position] : static_cast<char>(byte);
-        if (byte >= 0)
+        if (byte >= 0) {
             position += 2;
+        }
     }
     return gcstring(std::move(result));
 }
@@ -185,8 +195,9 @@ void GetFiles(const gcstring& pattern, gcstring_vector& files, bool sort) {
     // on failure the list of what was found so far is as good as empty: unreadable folders hold no files for us
     if (glob(pattern.c_str(), sort ? 0 : GLOB_NOSORT, nullptr, &found) == 0) {
         for (std::size_t index = 0; index < found.gl_pathc; ++index) {
-            if (DoesFileExist(found.gl_pathv[index]))
+            if (DoesFileExist(found.gl_pathv[index])) {
                 result.push_back(found.gl_pathv[index]);
+            }
         }
     }
     files = std::move(result);
@@ -199,8 +210,9 @@ bool DoesFileExist(const gcstring& path) {
 
 gcstring GetModulePathFromFunction(const void* function) {
     Dl_info info;
-    if (dladdr(function, &info) == 0 || !info.dli_fname)
+    if (dladdr(function, &info) == 0 || !info.dli_fname) {
         throw RUNTIME_EXCEPTION("No program or library holds the function at %p", function);
+    }
     const std::unique_ptr<char, decltype(&std::free)> path(realpath(info.dli_fname, nullptr), &std::free);
     return path ? path.get() : info.dli_fname;
 }

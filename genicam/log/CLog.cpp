@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <Log/CLog.h>
 
 #include "LogConfiguration.h"
@@ -10,7 +11,7 @@ namespace GenICam {
 
 namespace {
 
-constexpr std::string_view Indentation = "  ";
+constexpr std::string_view kIndentation = "  ";
 
 /// A context text that finds no memory is left out: logging must not disturb the caller.
 void PushOrDrop(std::string_view text) noexcept {
@@ -25,8 +26,9 @@ void PushOrDrop(std::string_view text) noexcept {
 void CLog::Initialize() {
     CLogHierarchy& hierarchy = CLogHierarchy::Instance();
     hierarchy.Start([&] {
-        if (!ConfigureLogFromEnvironment(hierarchy))
+        if (!ConfigureLogFromEnvironment(hierarchy)) {
             ConfigureLogByDefault(hierarchy);
+        }
     });
 }
 
@@ -94,7 +96,7 @@ void CLog::LogPush(Logger& logger, int priority, const char* format, ...) noexce
     va_start(arguments, format);
     logger.logva(priority, format, arguments);
     va_end(arguments);
-    PushOrDrop(Indentation);
+    PushOrDrop(kIndentation);
 }
 
 void CLog::LogPop(Logger& logger, int priority, const char* format, ...) noexcept {

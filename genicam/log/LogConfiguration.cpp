@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "LogConfiguration.h"
 
 #include "LogHierarchy.h"
@@ -14,10 +15,10 @@ namespace GenICam {
 
 namespace {
 
-constexpr char LevelVariable[] = "ZELMO_LOG_LEVEL";
-constexpr char FileVariable[] = "ZELMO_LOG_FILE";
-constexpr std::size_t FileLimitBytes = 10 * 1024 * 1024;
-constexpr std::size_t KeptFiles = 3;
+constexpr char kLevelVariable[] = "ZELMO_LOG_LEVEL";
+constexpr char kFileVariable[] = "ZELMO_LOG_FILE";
+constexpr std::size_t kFileLimitBytes = 10 * 1024 * 1024;
+constexpr std::size_t kKeptFiles = 3;
 
 /// Sets one level: "LEVEL" of the root, "category=LEVEL" of a category.
 void ApplyLevel(CLogHierarchy& hierarchy, std::string_view setting) {
@@ -25,7 +26,7 @@ void ApplyLevel(CLogHierarchy& hierarchy, std::string_view setting) {
     const bool forRoot = equals == setting.npos;
     int level = 0;
     if (!ParsePriority(Trimmed(forRoot ? setting : setting.substr(equals + 1)), level)) {
-        std::fprintf(stderr, "%s: '%s' names no log level and is ignored\n", LevelVariable,
+        std::fprintf(stderr, "%s: '%s' names no log level and is ignored\n", kLevelVariable,
                      std::string(setting).c_str());
         return;
     }
@@ -36,9 +37,9 @@ void ApplyLevel(CLogHierarchy& hierarchy, std::string_view setting) {
 /// An appender for the file, null with a line on the standard error stream if there is none to be had.
 AppenderPtr OpenFile(const gcstring& path) {
     try {
-        return CreateRotatingFileAppender("file", path, FileLimitBytes, KeptFiles);
+        return CreateRotatingFileAppender("file", path, kFileLimitBytes, kKeptFiles);
     } catch (const RuntimeException& failure) {
-        std::fprintf(stderr, "%s: %s; logging to the standard error stream instead\n", FileVariable,
+        std::fprintf(stderr, "%s: %s; logging to the standard error stream instead\n", kFileVariable,
                      failure.GetDescription());
         return nullptr;
     }
@@ -63,20 +64,23 @@ void ConfigureLogByDefault(CLogHierarchy& hierarchy) {
 bool ConfigureLogFromEnvironment(CLogHierarchy& hierarchy) {
     gcstring levels;
     gcstring path;
-    GetValueOfEnvironmentVariable(LevelVariable, levels);
-    GetValueOfEnvironmentVariable(FileVariable, path);
+    GetValueOfEnvironmentVariable(kLevelVariable, levels);
+    GetValueOfEnvironmentVariable(kFileVariable, path);
     const gcstring properties = PropertyFile();
     const bool isConfigured = !properties.empty() && ConfigureLogFromFile(hierarchy, properties);
-    if (levels.empty() && path.empty())
+    if (levels.empty() && path.empty()) {
         return isConfigured;
+    }
 
-    if (!isConfigured)
+    if (!isConfigured) {
         ConfigureLogByDefault(hierarchy);
+    }
     gcstring_vector settings;
     Tokenize(levels, settings);
     for (const gcstring& setting : settings) {
-        if (const auto trimmed = Trimmed(setting.view()); !trimmed.empty())
+        if (const auto trimmed = Trimmed(setting.view()); !trimmed.empty()) {
             ApplyLevel(hierarchy, trimmed);
+        }
     }
     if (const AppenderPtr file = path.empty() ? nullptr : OpenFile(path)) {
         hierarchy.Root().removeAllAppenders();

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "LogContext.h"
 
 #include <memory>
@@ -38,8 +39,9 @@ std::string_view Joined() noexcept {
 }
 
 void Push(std::string_view text) {
-    if (t_ended)
+    if (t_ended) {
         return;
+    }
     Texts& texts = t_texts ? *t_texts : Create();
     texts.starts.push_back(texts.joined.size());
     try {
@@ -51,8 +53,9 @@ void Push(std::string_view text) {
 }
 
 void Pop() noexcept {
-    if (!t_texts || t_texts->starts.empty())
+    if (!t_texts || t_texts->starts.empty()) {
         return;
+    }
     t_texts->joined.resize(t_texts->starts.back());
     t_texts->starts.pop_back();
 }

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "LogHierarchy.h"
 
 #include <climits>
@@ -5,8 +6,8 @@
 namespace GenICam {
 
 CLogHierarchy& CLogHierarchy::Instance() {
-    static auto* const instance = new CLogHierarchy;
-    return *instance;
+    static auto* const kInstance = new CLogHierarchy;
+    return *kInstance;
 }
 
 CLogHierarchy::CLogHierarchy() {
@@ -17,8 +18,9 @@ CLogHierarchy::CLogHierarchy() {
 
 void CLogHierarchy::Stop() {
     AutoLock start(m_startLock);
-    if (m_startCount == 0 || --m_startCount > 0)
+    if (m_startCount == 0 || --m_startCount > 0) {
         return;
+    }
     SetUp(false);
     Reset();
 }
@@ -29,11 +31,13 @@ void CLogHierarchy::SetUp(bool up) {
 
 Logger& CLogHierarchy::Get(std::string_view name) {
     AutoLock lock(m_lock);
-    if (const auto found = m_loggers.find(name); found != m_loggers.end())
+    if (const auto found = m_loggers.find(name); found != m_loggers.end()) {
         return *found->second;
+    }
     Logger* ancestor = m_root;
-    for (auto dot = name.find('.'); dot != name.npos; dot = name.find('.', dot + 1))
+    for (auto dot = name.find('.'); dot != name.npos; dot = name.find('.', dot + 1)) {
         ancestor = &Add(name.substr(0, dot), ancestor);
+    }
     return Add(name, ancestor);
 }
 
@@ -43,8 +47,9 @@ bool CLogHierarchy::Exists(std::string_view name) const {
 }
 
 Logger& CLogHierarchy::Add(std::string_view name, Logger* parent) {
-    if (const auto found = m_loggers.find(name); found != m_loggers.end())
+    if (const auto found = m_loggers.find(name); found != m_loggers.end()) {
         return *found->second;
+    }
     std::unique_ptr<Logger> logger(new Logger(*this, parent, gcstring(name)));
     Refresh(*logger);
     return *m_loggers.emplace(std::string(name), std::move(logger)).first->second;
@@ -52,8 +57,9 @@ Logger& CLogHierarchy::Add(std::string_view name, Logger* parent) {
 
 void CLogHierarchy::RemoveAllAppenders() {
     Change([this]() GENICAM_NO_THREAD_SAFETY_ANALYSIS {
-        for (auto& [name, logger] : m_loggers)
+        for (auto& [name, logger] : m_loggers) {
             logger->m_appenders.clear(); // the routes still hold them
+        }
     });
 }
 
@@ -70,8 +76,9 @@ void CLogHierarchy::Reset() {
 
 int CLogHierarchy::ChainedPriority(const Logger& logger) noexcept {
     const Logger* level = &logger;
-    while (level->m_priority == LogPriority_NotSet && level->m_parent)
+    while (level->m_priority == LogPriority_NotSet && level->m_parent) {
         level = level->m_parent;
+    }
     return level->m_priority;
 }
 
@@ -89,8 +96,9 @@ void CLogHierarchy::Refresh(Logger& logger) {
         logger.m_route = logger.m_parent->m_route;
     } else {
         auto route = std::make_shared<Route>(logger.m_appenders);
-        if (inherits)
+        if (inherits) {
             route->insert(route->end(), logger.m_parent->m_route->begin(), logger.m_parent->m_route->end());
+        }
         logger.m_route = std::move(route);
     }
     logger.m_threshold.store(m_up ? ChainedPriority(logger) : INT_MIN, std::memory_order_relaxed);

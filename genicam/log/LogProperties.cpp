@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "LogProperties.h"
 
 #include "LogHierarchy.h"
@@ -30,8 +31,9 @@ struct Property {
 class CProperties {
 public:
     CProperties(std::string_view text, std::string_view origin) : m_origin(origin) {
-        for (int line = 1; !text.empty(); ++line)
+        for (int line = 1; !text.empty(); ++line) {
             AddLine(TakePart(text, '\n'), line);
+        }
     }
 
     const std::vector<Property>& Lines() const noexcept { return m_lines; }
@@ -49,14 +51,17 @@ public:
 
 private:
     void AddLine(std::string_view text, int line) {
-        if (text.empty() || text.front() == '#' || text.front() == '!')
+        if (text.empty() || text.front() == '#' || text.front() == '!') {
             return;
-        if (text.find('=') == text.npos)
+        }
+        if (text.find('=') == text.npos) {
             return Tell(line, "'" + std::string(text) + "' is no 'key=value' and is ignored");
+        }
         std::string_view key = TakePart(text, '=');
         constexpr std::string_view prefix = "log4cpp.";
-        if (key.starts_with(prefix))
+        if (key.starts_with(prefix)) {
             key.remove_prefix(prefix.size());
+        }
         m_lines.push_back({key, Trimmed(text), line});
     }
 
@@ -77,12 +82,13 @@ public:
     void Apply(const Property& property) {
         constexpr std::string_view category = "category.";
         constexpr std::string_view additivity = "additivity.";
-        if (property.key == "rootCategory")
+        if (property.key == "rootCategory") {
             SetCategory(m_hierarchy.Root(), property);
-        else if (property.key.starts_with(category))
+        } else if (property.key.starts_with(category)) {
             SetCategory(m_hierarchy.Get(property.key.substr(category.size())), property);
-        else if (property.key.starts_with(additivity))
+        } else if (property.key.starts_with(additivity)) {
             SetAdditivity(m_hierarchy.Get(property.key.substr(additivity.size())), property);
+        }
     }
 
 private:
@@ -91,18 +97,21 @@ private:
         std::string_view rest = property.value;
         const auto name = TakePart(rest, ',');
         int level = LogPriority_NotSet;
-        if (!name.empty() && !ParsePriority(name, level))
+        if (!name.empty() && !ParsePriority(name, level)) {
             m_properties.Tell(property.line, Quoted(name) + " names no log level and is ignored");
-        else if (!name.empty())
+        } else if (!name.empty()) {
             logger.setPriority(level);
-        while (!rest.empty())
+        }
+        while (!rest.empty()) {
             logger.addAppender(FindAppender(std::string(TakePart(rest, ',')), property));
+        }
     }
 
     void SetAdditivity(Logger& logger, const Property& property) {
         bool additivity = true;
-        if (ParseFlag(property, additivity))
+        if (ParseFlag(property, additivity)) {
             logger.setAdditivity(additivity);
+        }
     }
 
     bool ParseFlag(const Property& property, bool& flag) const {
@@ -116,8 +125,9 @@ private:
 
     /// Null for one that cannot be made, which is told at each of its users.
     AppenderPtr FindAppender(const std::string& name, const Property& user) {
-        if (const auto found = m_appenders.find(name); found != m_appenders.end())
+        if (const auto found = m_appenders.find(name); found != m_appenders.end()) {
             return found->second;
+        }
         try {
             return m_appenders[name] = CreateAppender(name);
         } catch (const GenericException& failure) {
@@ -130,22 +140,26 @@ private:
         const std::string key = "appender." + name;
         const std::string_view kind = ValueOf(key);
         const gcstring pattern(ValueOf(key + ".layout.ConversionPattern"));
-        if (kind == "ConsoleAppender")
+        if (kind == "ConsoleAppender") {
             return CreateErrorStreamAppender(gcstring(name), pattern);
-        if (kind != "FileAppender")
+        }
+        if (kind != "FileAppender") {
             throw INVALID_ARGUMENT_EXCEPTION(kind.empty() ? "there is no line " + Quoted(key)
                                                           : "its kind " + Quoted(kind) + " is unknown");
+        }
         return CreateFile(name, key, pattern);
     }
 
     AppenderPtr CreateFile(const std::string& name, const std::string& key, const gcstring& pattern) const {
         gcstring path(ValueOf(key + ".fileName"));
-        if (path.empty())
+        if (path.empty()) {
             throw INVALID_ARGUMENT_EXCEPTION("there is no line " + Quoted(key + ".fileName"));
+        }
         ReplaceEnvironmentVariables(path);
         bool append = true;
-        if (const Property* const property = m_properties.Find(key + ".append"))
+        if (const Property* const property = m_properties.Find(key + ".append")) {
             ParseFlag(*property, append);
+        }
         return CreatePlainFileAppender(gcstring(name), path, append, pattern);
     }
 
@@ -166,12 +180,14 @@ bool ConfigureLogFromProperties(CLogHierarchy& hierarchy, std::string_view text,
     const bool isConfiguration = std::ranges::any_of(properties.Lines(), [](const Property& property) {
         return property.key == "rootCategory" || property.key.starts_with("category.");
     });
-    if (!isConfiguration)
+    if (!isConfiguration) {
         return false;
+    }
     hierarchy.Reset();
     CPropertyConfiguration configuration(hierarchy, properties);
-    for (const Property& property : properties.Lines())
+    for (const Property& property : properties.Lines()) {
         configuration.Apply(property);
+    }
     return true;
 }
 

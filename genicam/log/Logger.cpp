@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <Log/Logger.h>
 
 #include "LogContext.h"
@@ -19,10 +20,11 @@ public:
         va_list again;
         va_copy(again, arguments);
         const int length = std::vsnprintf(m_buffer, sizeof m_buffer, format, arguments);
-        if (length >= static_cast<int>(sizeof m_buffer))
+        if (length >= static_cast<int>(sizeof m_buffer)) {
             m_text = FormatLong(static_cast<std::size_t>(length), format, again);
-        else if (length >= 0)
+        } else if (length >= 0) {
             m_text = std::string_view(m_buffer, static_cast<std::size_t>(length));
+        }
         // else the format is broken, and stands for itself
         va_end(again);
     }
@@ -57,8 +59,9 @@ Logger::Logger(CLogHierarchy& hierarchy, Logger* parent, const gcstring& name)
     : m_hierarchy(hierarchy), m_parent(parent), m_name(name), m_threshold(INT_MIN) {}
 
 void Logger::log(int priority, const char* format, ...) noexcept {
-    if (!isPriorityEnabled(priority))
+    if (!isPriorityEnabled(priority)) {
         return;
+    }
     va_list arguments;
     va_start(arguments, format);
     logva(priority, format, arguments);
@@ -66,8 +69,9 @@ void Logger::log(int priority, const char* format, ...) noexcept {
 }
 
 void Logger::logva(int priority, const char* format, va_list arguments) noexcept {
-    if (!isPriorityEnabled(priority) || !format)
+    if (!isPriorityEnabled(priority) || !format) {
         return;
+    }
     const int callersErrno = errno;
     try {
         Dispatch(priority, format, arguments);
@@ -79,13 +83,15 @@ void Logger::logva(int priority, const char* format, va_list arguments) noexcept
 
 void Logger::Dispatch(int priority, const char* format, va_list arguments) {
     const auto route = m_hierarchy.Look([this] { return m_route; });
-    if (route->empty())
+    if (route->empty()) {
         return;
+    }
     const CFormattedText text(format, arguments);
     const LogRecord record{m_name.view(), priority, LogContext::Joined(), text.View(),
                            std::chrono::system_clock::now()};
-    for (const AppenderPtr& appender : *route)
+    for (const AppenderPtr& appender : *route) {
         Deliver(*appender, record);
+    }
 }
 
 void Logger::setPriority(int priority) {
@@ -102,8 +108,9 @@ int Logger::getChainedPriority() const {
 
 void Logger::addAppender(const AppenderPtr& appender) {
     m_hierarchy.Change([&] {
-        if (appender && std::ranges::find(m_appenders, appender) == m_appenders.end())
+        if (appender && std::ranges::find(m_appenders, appender) == m_appenders.end()) {
             m_appenders.push_back(appender);
+        }
     });
 }
 

@@ -1,16 +1,17 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "SinkAppender.h"
 
 #include "PatternLayout.h"
-
 #include <Base/GCException.h>
 
-#include <atomic>
-#include <cstdio>
 #include <spdlog/details/log_msg.h>
 #include <spdlog/pattern_formatter.h>
 #include <spdlog/sinks/basic_file_sink.h>
 #include <spdlog/sinks/rotating_file_sink.h>
 #include <spdlog/sinks/stdout_sinks.h>
+
+#include <atomic>
+#include <cstdio>
 
 namespace GenICam {
 
@@ -32,8 +33,9 @@ public:
             m_sink->log(spdlog::details::log_msg(spdlog::string_view_t(), spdlog::level::info, line));
             m_sink->flush();
         } catch (const spdlog::spdlog_ex& failure) {
-            if (!m_failureTold.exchange(true))
+            if (!m_failureTold.exchange(true)) {
                 std::fprintf(stderr, "Cannot write to log %s: %s\n", getName().c_str(), failure.what());
+            }
         }
     }
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <string_view>
@@ -9,8 +10,9 @@ namespace GenICam {
 inline std::string_view Trimmed(std::string_view text) noexcept {
     constexpr std::string_view blanks = " \t\r";
     const auto begin = text.find_first_not_of(blanks);
-    if (begin == text.npos)
+    if (begin == text.npos) {
         return {};
+    }
     return text.substr(begin, text.find_last_not_of(blanks) - begin + 1);
 }
 

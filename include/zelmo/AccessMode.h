@@ -1,9 +1,10 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
+
+#include <zelmo/Export.h>
 
 #include <cstddef>
 #include <cstdint>
-
-#include <zelmo/Export.h>
 
 namespace Zelmo {
 

@@ -1,8 +1,9 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <cstddef>
-
 #include <zelmo/Export.h>
+
+#include <cstddef>
 
 namespace Zelmo {
 

@@ -1,8 +1,9 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <utility>
-
 #include <zelmo/Export.h>
+
+#include <utility>
 
 namespace Zelmo {
 
@@ -22,8 +23,9 @@ public:
     Member_CallbackBody(Client& client, Member member) : m_client(&client), m_member(member) {}
 
     void operator()(Argument argument) override {
-        if (m_member)
+        if (m_member) {
             (m_client->*m_member)(argument);
+        }
     }
     Member_CallbackBody* clone() const override { return new Member_CallbackBody(*this); }
 
@@ -47,8 +49,9 @@ public:
     ~Callback1() { delete m_body; }
 
     void operator()(Argument argument) const {
-        if (m_body)
+        if (m_body) {
             (*m_body)(argument);
+        }
     }
 
 private:

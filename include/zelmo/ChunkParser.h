@@ -1,8 +1,9 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <cstdint>
-
 #include <zelmo/Export.h>
+
+#include <cstdint>
 
 namespace GenApi {
 struct AttachStatistics_t;

@@ -1,13 +1,14 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
-
-#include <cstddef>
-#include <cstdint>
 
 #include <Base/GCException.h>
 #include <zelmo/AccessMode.h>
 #include <zelmo/Callback.h>
 #include <zelmo/DeviceInfo.h>
 #include <zelmo/Export.h>
+
+#include <cstddef>
+#include <cstdint>
 
 namespace GenApi {
 struct INodeMap;
@@ -150,8 +151,9 @@ protected:
 /// @throws GenICam::RuntimeException for a null device.
 template <class Client, class Member>
 DeviceCallbackHandle RegisterRemovalCallback(IZelmoDevice* device, Client& client, Member member) {
-    if (!device)
+    if (!device) {
         throw RUNTIME_EXCEPTION("Failed to register removal callback, invalid device object.");
+    }
     DeviceRemovalCallback callback(new Member_CallbackBody<Client, Member, IZelmoDevice*>(client, member));
     return device->RegisterRemovalCallback(callback);
 }

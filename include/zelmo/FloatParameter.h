@@ -1,11 +1,11 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <cstdint>
-
+#include <GenApi/IFloat.h>
 #include <zelmo/Export.h>
 #include <zelmo/TypedParameter.h>
 
-#include <GenApi/IFloat.h>
+#include <cstdint>
 
 namespace Zelmo {
 

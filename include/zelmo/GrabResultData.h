@@ -1,12 +1,13 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
-
-#include <cstddef>
-#include <cstdint>
 
 #include <zelmo/Export.h>
 #include <zelmo/PixelType.h>
 #include <zelmo/StreamGrabber.h>
 #include <zelmo/Types.h>
+
+#include <cstddef>
+#include <cstdint>
 
 namespace GenApi {
 struct INodeMap;

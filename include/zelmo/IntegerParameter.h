@@ -1,11 +1,11 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <cstdint>
-
+#include <GenApi/IInteger.h>
 #include <zelmo/Export.h>
 #include <zelmo/TypedParameter.h>
 
-#include <GenApi/IInteger.h>
+#include <cstdint>
 
 namespace Zelmo {
 

@@ -1,10 +1,11 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
-
-#include <cstddef>
-#include <cstdint>
 
 #include <zelmo/Export.h>
 #include <zelmo/Types.h>
+
+#include <cstddef>
+#include <cstdint>
 
 namespace GenApi {
 struct INodeMap;

@@ -1,10 +1,11 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
+
+#include <zelmo/Export.h>
 
 #include <cstddef>
 #include <iterator>
 #include <type_traits>
-
-#include <zelmo/Export.h>
 
 namespace Zelmo {
 

@@ -1,11 +1,12 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
-
-#include <atomic>
-#include <vector>
 
 #include <zelmo/DeviceFilter.h>
 #include <zelmo/Export.h>
 #include <zelmo/TransportLayer.h>
+
+#include <atomic>
+#include <vector>
 
 namespace Zelmo {
 

@@ -1,12 +1,13 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
-
-#include <cstddef>
 
 #include <zelmo/AccessMode.h>
 #include <zelmo/Device.h>
 #include <zelmo/DeviceInfo.h>
 #include <zelmo/Export.h>
 #include <zelmo/Types.h>
+
+#include <cstddef>
 
 namespace Zelmo {
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "CameraLink.h"
 
 #include "RemovalWatch.h"
@@ -19,9 +20,11 @@ bool Exclude(Zelmo::AccessModeSet a, Zelmo::AccessModeSet b) {
 std::string NamesOf(Zelmo::AccessModeSet modes) {
     std::string names;
     for (const auto& [mode, name] : {std::pair{Zelmo::Exclusive, "Exclusive"}, std::pair{Zelmo::Control, "Control"},
-                                     std::pair{Zelmo::Stream, "Stream"}, std::pair{Zelmo::Event, "Event"}})
-        if (modes.test(mode))
+                                     std::pair{Zelmo::Stream, "Stream"}, std::pair{Zelmo::Event, "Event"}}) {
+        if (modes.test(mode)) {
             names += (names.empty() ? "" : "|") + std::string(name);
+        }
+    }
     return names.empty() ? "nothing but reading" : names;
 }
 
@@ -30,12 +33,14 @@ std::string NamesOf(Zelmo::AccessModeSet modes) {
 void CCameraLink::Admit(const CHolder& holder) {
     const std::lock_guard lock(m_lock);
     const Zelmo::String_t name = holder.device->GetDeviceInfo().GetFullName();
-    if (m_isPulled)
+    if (m_isPulled) {
         throw RUNTIME_EXCEPTION("Cannot open device '%s': it was removed, and is not back yet.", name.c_str());
-    if (const CHolder* const other = FindObstacle(holder.modes))
+    }
+    if (const CHolder* const other = FindObstacle(holder.modes)) {
         throw ACCESS_EXCEPTION("Cannot open device '%s' for %s: device object %p of this process has it open for %s.",
                                name.c_str(), NamesOf(holder.modes).c_str(), static_cast<const void*>(other->device),
                                NamesOf(other->modes).c_str());
+    }
     m_holders.push_back(holder);
 }
 
@@ -46,21 +51,25 @@ void CCameraLink::Leave(const Zelmo::IZelmoDevice& device) noexcept {
 
 Zelmo::EDeviceAccessiblityInfo CCameraLink::LookUp(Zelmo::AccessModeSet modes) const {
     const std::lock_guard lock(m_lock);
-    if (m_isPulled)
+    if (m_isPulled) {
         return Zelmo::DeviceAccessibility_NotReachable;
+    }
     return FindObstacle(modes) ? Zelmo::DeviceAccessibility_InUse : Zelmo::DeviceAccessibility_Ok;
 }
 
 EAccessStatus CCameraLink::StatusFor(const Zelmo::IZelmoDevice& device) const {
     const std::lock_guard lock(m_lock);
-    if (m_isPulled)
+    if (m_isPulled) {
         return EAccessStatus::NoAccess;
+    }
     const auto own = std::find_if(m_holders.begin(), m_holders.end(),
                                   [&](const CHolder& holder) { return holder.device == &device; });
-    if (own != m_holders.end())
+    if (own != m_holders.end()) {
         return own->modes.test(Zelmo::Control) ? EAccessStatus::OpenReadWrite : EAccessStatus::OpenReadOnly;
-    if (!FindObstacle(Zelmo::Control))
+    }
+    if (!FindObstacle(Zelmo::Control)) {
         return EAccessStatus::ReadWrite;
+    }
     return FindObstacle({}) ? EAccessStatus::Busy : EAccessStatus::ReadOnly;
 }
 
@@ -68,14 +77,16 @@ void CCameraLink::Pull() {
     const std::lock_guard lock(m_lock);
     m_isPulled = true;
     m_camera.Stream().StopAcquisition();
-    for (const CHolder& holder : m_holders)
+    for (const CHolder& holder : m_holders) {
         holder.watch->LinkLost();
+    }
 }
 
 bool CCameraLink::Restore() {
     const std::lock_guard lock(m_lock);
-    if (m_holders.empty())
+    if (m_holders.empty()) {
         m_isPulled = false;
+    }
     return !m_isPulled;
 }
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include "core/Camera.h"
@@ -53,8 +54,9 @@ public:
     template <class Operation>
     bool Access(Operation operation) {
         const std::lock_guard lock(m_lock);
-        if (m_isPulled)
+        if (m_isPulled) {
             return false;
+        }
         operation(m_camera);
         return true;
     }

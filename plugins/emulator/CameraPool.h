@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include "CameraLink.h"
@@ -18,7 +19,7 @@ struct CPoolCamera {
     std::atomic<bool> isStreaming = false; ///< some stream grabber is open
 };
 
-inline constexpr std::size_t maxCameras = 256;
+inline constexpr std::size_t kMaxCameras = 256;
 
 /// The camera of that number, below maxCameras. Made at first need and alive until the process ends, as a camera on
 /// the wall goes on while programs come and go: its user-defined name outlives the library's termination.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "Descriptions.h"
 
 #include "DescriptionTable.h"
@@ -17,37 +18,41 @@ GenApi::CNodeMapFactory MakeFactory(std::string_view name) {
 
 NodeMapPtr MakeNodeMap(GenApi::CNodeMapFactory& factory, GenApi::IPort& port) {
     NodeMapPtr nodeMap(factory.CreateNodeMap("Device"));
-    if (!nodeMap->Connect(&port, "Device"))
+    if (!nodeMap->Connect(&port, "Device")) {
         throw RUNTIME_EXCEPTION("The description of the emulated camera has no port 'Device'.");
+    }
     return nodeMap;
 }
 
 } // namespace
 
 std::string_view DescriptionText(std::string_view name) {
-    for (const Zelmo::BuiltinDocument& document : Zelmo::builtinDocuments)
-        if (document.name == name)
+    for (const Zelmo::BuiltinDocument& document : Zelmo::builtinDocuments) {
+        if (document.name == name) {
             return document.text;
+        }
+    }
     return {};
 }
 
 void CNodeMapDeleter::operator()(GenApi::INodeMap* nodeMap) const {
-    if (auto* const destroyable = dynamic_cast<GenApi::IDestroy*>(nodeMap))
+    if (auto* const destroyable = dynamic_cast<GenApi::IDestroy*>(nodeMap)) {
         destroyable->Destroy();
+    }
 }
 
 NodeMapPtr MakeCameraNodeMap(GenApi::IPort& port) {
-    static GenApi::CNodeMapFactory factory = MakeFactory(cameraDescription);
+    static GenApi::CNodeMapFactory factory = MakeFactory(kCameraDescription);
     return MakeNodeMap(factory, port);
 }
 
 NodeMapPtr MakeStreamNodeMap(GenApi::IPort& port) {
-    static GenApi::CNodeMapFactory factory = MakeFactory(streamDescription);
+    static GenApi::CNodeMapFactory factory = MakeFactory(kStreamDescription);
     return MakeNodeMap(factory, port);
 }
 
 NodeMapPtr MakeConnectionNodeMap(GenApi::IPort& port) {
-    static GenApi::CNodeMapFactory factory = MakeFactory(connectionDescription);
+    static GenApi::CNodeMapFactory factory = MakeFactory(kConnectionDescription);
     return MakeNodeMap(factory, port);
 }
 

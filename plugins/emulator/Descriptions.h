@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <GenApi/INodeMap.h>
@@ -8,9 +9,9 @@
 namespace CamEmu {
 
 /// The names of the descriptions: the camera's features, the stream grabber's parameters, those of the connection.
-inline constexpr std::string_view cameraDescription = "CamEmu";
-inline constexpr std::string_view streamDescription = "CamEmuStream";
-inline constexpr std::string_view connectionDescription = "CamEmuConnection";
+inline constexpr std::string_view kCameraDescription = "CamEmu";
+inline constexpr std::string_view kStreamDescription = "CamEmuStream";
+inline constexpr std::string_view kConnectionDescription = "CamEmuConnection";
 
 /// The XML text of a description, as it was built in.
 std::string_view DescriptionText(std::string_view name);

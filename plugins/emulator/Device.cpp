@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "Device.h"
 
 #include "Boundary.h"
@@ -10,21 +11,21 @@
 namespace CamEmu {
 
 Zelmo::CDeviceInfo DescribeCamera(CCamera& camera) {
-    const std::string serial = camera.Text(Reg::serialNumber);
-    const std::string userName = camera.Text(Reg::userId);
-    const std::string model = camera.Text(Reg::modelName);
+    const std::string serial = camera.Text(Reg::kSerialNumber);
+    const std::string userName = camera.Text(Reg::kUserId);
+    const std::string model = camera.Text(Reg::kModelName);
     const std::string friendly = (userName.empty() ? model : userName) + " (" + serial + ")";
     Zelmo::CHarlixCamEmuDeviceInfo info;
-    info.SetFullName((std::string(deviceClass) + " " + serial).c_str())
+    info.SetFullName((std::string(kDeviceClass) + " " + serial).c_str())
         .SetFriendlyName(friendly.c_str())
-        .SetVendorName(camera.Text(Reg::vendorName).c_str())
+        .SetVendorName(camera.Text(Reg::kVendorName).c_str())
         .SetTLType("CamEmu");
     info.SetModelName(model.c_str())
         .SetSerialNumber(serial.c_str())
         .SetUserDefinedName(userName.c_str())
-        .SetDeviceVersion(camera.Text(Reg::deviceVersion).c_str())
-        .SetManufacturerInfo(camera.Text(Reg::manufacturerInfo).c_str())
-        .SetDeviceID(camera.Text(Reg::deviceId).c_str())
+        .SetDeviceVersion(camera.Text(Reg::kDeviceVersion).c_str())
+        .SetManufacturerInfo(camera.Text(Reg::kManufacturerInfo).c_str())
+        .SetDeviceID(camera.Text(Reg::kDeviceId).c_str())
         .SetDeviceFactory("CamEmu")
         .SetDeviceIdx(std::to_string(camera.Number()).c_str())
         .SetXMLSource(CRegisterPort::DescriptionUrl().c_str());
@@ -42,10 +43,12 @@ CDevice::~CDevice() {
 }
 
 void CDevice::Open(Zelmo::AccessModeSet modes) {
-    if (m_isOpen)
+    if (m_isOpen) {
         throw LOGICAL_ERROR_EXCEPTION("Cannot open device '%s': it is open already.", m_info.GetFullName().c_str());
-    if (modes.test(Zelmo::Exclusive))
+    }
+    if (modes.test(Zelmo::Exclusive)) {
         modes.set(Zelmo::Control);
+    }
     try {
         AtBoundary("open the device", [&] { Connect(modes); });
     } catch (...) {
@@ -66,12 +69,14 @@ void CDevice::Connect(Zelmo::AccessModeSet modes) {
 }
 
 void CDevice::Close() {
-    if (!m_isOpen)
+    if (!m_isOpen) {
         return;
+    }
     m_grabber.Close();
     m_grabber.Permit(false);
-    if (HasControl())
+    if (HasControl()) {
         m_camera.camera.Stream().StopAcquisition();
+    }
     m_nodeMap.reset();
     m_camera.link.Leave(*this);
     m_watch.Stop();
@@ -92,11 +97,12 @@ void CDevice::DeregisterRemovalCallback(Zelmo::DeviceCallbackHandle handle) {
 }
 
 void CDevice::GetDescription(Zelmo::String_t& url, Zelmo::String_t& bytes) {
-    if (m_isOpen ? IsRemoved() : m_camera.link.IsPulled())
+    if (m_isOpen ? IsRemoved() : m_camera.link.IsPulled()) {
         throw RUNTIME_EXCEPTION("Cannot read the description of device '%s': it was removed.",
                                 m_info.GetFullName().c_str());
+    }
     AtBoundary("read the description", [&] {
-        const std::string_view text = DescriptionText(cameraDescription);
+        const std::string_view text = DescriptionText(kCameraDescription);
         Zelmo::String_t document(text.data(), text.size());
         url = CRegisterPort::DescriptionUrl().c_str();
         bytes = std::move(document);

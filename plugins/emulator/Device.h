@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include "CameraPool.h"
@@ -14,7 +15,7 @@
 namespace CamEmu {
 
 /// The name of the device class.
-inline constexpr const char* deviceClass = "HarlixCamEmu";
+inline constexpr const char* kDeviceClass = "HarlixCamEmu";
 
 /// What enumeration tells of a camera.
 Zelmo::CDeviceInfo DescribeCamera(CCamera& camera);

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <zelmo/Log.h>
@@ -8,8 +9,8 @@ namespace CamEmu {
 
 /// The log category of the plug-in.
 inline unsigned long LogCategory() {
-    static const unsigned long id = hxlog::LogGetCatID("zelmo.camemu");
-    return id;
+    static const unsigned long kId = hxlog::LogGetCatID("zelmo.camemu");
+    return kId;
 }
 
 /// Runs code of the application where nobody could take its exceptions; they are logged. @p where names it.

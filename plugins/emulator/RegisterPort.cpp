@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "RegisterPort.h"
 
 #include "Boundary.h"
@@ -12,8 +13,8 @@ namespace CamEmu {
 
 namespace {
 
-constexpr std::int64_t descriptionAddress = 0x100000;
-constexpr std::int64_t removalAddress = 0x200000; // SimulateRemoval in CamEmu.xml
+constexpr std::int64_t kDescriptionAddress = 0x100000;
+constexpr std::int64_t kRemovalAddress = 0x200000; // SimulateRemoval in CamEmu.xml
 
 template <class Operation>
 void Counted(CRegisterPort::CCount& count, Operation operation) {
@@ -48,14 +49,15 @@ void Check(EAccessResult result, const char* attempt, std::int64_t address, std:
 }
 
 bool IsInDescription(std::int64_t address, std::int64_t length, std::size_t size) {
-    return address >= descriptionAddress && length >= 0 && length <= static_cast<std::int64_t>(size) &&
-           address - descriptionAddress <= static_cast<std::int64_t>(size) - length;
+    return address >= kDescriptionAddress && length >= 0 && length <= static_cast<std::int64_t>(size) &&
+           address - kDescriptionAddress <= static_cast<std::int64_t>(size) - length;
 }
 
 bool IsOne(const void* bytes, std::int64_t length) {
     std::uint32_t value = 0;
-    if (length != sizeof value)
+    if (length != sizeof value) {
         return false;
+    }
     std::memcpy(&value, bytes, sizeof value);
     return value == 1;
 }
@@ -64,9 +66,10 @@ bool IsOne(const void* bytes, std::int64_t length) {
 template <class Operation>
 void Access(CCameraLink& link, const char* attempt, std::int64_t address, std::int64_t length, Operation operation) {
     EAccessResult result = EAccessResult::Ok;
-    if (!link.Access([&](CCamera& camera) { result = operation(camera); }))
+    if (!link.Access([&](CCamera& camera) { result = operation(camera); })) {
         throw RUNTIME_EXCEPTION("Cannot %s %lld bytes at 0x%llX: the camera was removed.", attempt,
                                 static_cast<long long>(length), static_cast<unsigned long long>(address));
+    }
     Check(result, attempt, address, length);
 }
 
@@ -74,16 +77,17 @@ void Access(CCameraLink& link, const char* attempt, std::int64_t address, std::i
 
 void CRegisterPort::Open(GenApi::EAccessMode mode) {
     m_accessMode = mode;
-    for (CCount* const count : {&m_reads, &m_writes})
+    for (CCount* const count : {&m_reads, &m_writes}) {
         count->all = count->failed = 0;
+    }
 }
 
 void CRegisterPort::Read(void* bytes, std::int64_t address, std::int64_t length) {
     Counted(m_reads, [&] {
         Access(m_link, "read", address, length, [&](CCamera& camera) {
-            const std::string_view text = DescriptionText(cameraDescription);
+            const std::string_view text = DescriptionText(kCameraDescription);
             if (IsInDescription(address, length, text.size())) {
-                std::memcpy(bytes, text.data() + (address - descriptionAddress), static_cast<std::size_t>(length));
+                std::memcpy(bytes, text.data() + (address - kDescriptionAddress), static_cast<std::size_t>(length));
                 return EAccessResult::Ok;
             }
             // a negative length or address is beyond all registers
@@ -94,26 +98,29 @@ void CRegisterPort::Read(void* bytes, std::int64_t address, std::int64_t length)
 
 void CRegisterPort::Write(const void* bytes, std::int64_t address, std::int64_t length) {
     Counted(m_writes, [&] {
-        if (m_accessMode != GenApi::RW)
+        if (m_accessMode != GenApi::RW) {
             throw ACCESS_EXCEPTION("Cannot write %lld bytes at 0x%llX: the device was opened without control.",
                                    static_cast<long long>(length), static_cast<unsigned long long>(address));
+        }
         Access(m_link, "write", address, length, [&](CCamera& camera) {
-            if (address == removalAddress)
+            if (address == kRemovalAddress) {
                 return IsOne(bytes, length) ? EAccessResult::Ok : EAccessResult::InvalidValue;
+            }
             // only AcquisitionStart throws: image files that it is to show may be missing or broken
             return AtBoundary("start the acquisition", [&] {
                 return camera.Write(static_cast<std::uint64_t>(address), bytes, static_cast<std::size_t>(length));
             });
         });
-        if (address == removalAddress)
+        if (address == kRemovalAddress) {
             m_link.Pull();
+        }
     });
 }
 
 std::string CRegisterPort::DescriptionUrl() {
     char url[64];
-    std::snprintf(url, sizeof url, "Local:CamEmu.xml;%llX;%zX", static_cast<unsigned long long>(descriptionAddress),
-                  DescriptionText(cameraDescription).size());
+    std::snprintf(url, sizeof url, "Local:CamEmu.xml;%llX;%zX", static_cast<unsigned long long>(kDescriptionAddress),
+                  DescriptionText(kCameraDescription).size());
     return url;
 }
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "RemovalWatch.h"
 
 #include "PluginLog.h"
@@ -22,9 +23,11 @@ using ClientPtr = std::shared_ptr<CClient>;
 
 struct CRemovalWatch::CState {
     ClientPtr NextToTell() const {
-        for (const auto& [handle, client] : clients)
-            if (isLost && !client->isTold && client->runner == std::thread::id())
+        for (const auto& [handle, client] : clients) {
+            if (isLost && !client->isTold && client->runner == std::thread::id()) {
                 return client;
+            }
+        }
         return nullptr;
     }
 
@@ -59,8 +62,9 @@ void CRemovalWatch::Remove(Zelmo::DeviceCallbackHandle handle) {
     ClientPtr client;
     std::unique_lock lock(m_state->lock);
     const auto found = m_state->clients.find(handle);
-    if (found == m_state->clients.end())
+    if (found == m_state->clients.end()) {
         return;
+    }
     client = std::move(found->second);
     m_state->clients.erase(found);
     m_state->changed.wait(
@@ -72,22 +76,25 @@ void CRemovalWatch::Start() {
     m_thread = std::thread([state = m_state, session = m_state->session + 1] { Run(state, session); });
     ++m_state->session;
     m_state->isLost = false;
-    for (const auto& [handle, client] : m_state->clients)
+    for (const auto& [handle, client] : m_state->clients) {
         client->isTold = false;
+    }
 }
 
 void CRemovalWatch::Stop() noexcept {
-    if (!m_thread.joinable())
+    if (!m_thread.joinable()) {
         return;
+    }
     {
         const std::lock_guard lock(m_state->lock);
         ++m_state->session;
         m_state->changed.notify_all();
     }
-    if (m_thread.get_id() == std::this_thread::get_id())
+    if (m_thread.get_id() == std::this_thread::get_id()) {
         m_thread.detach(); // closed in a callback: it ends right after
-    else
+    } else {
         m_thread.join();
+    }
 }
 
 void CRemovalWatch::LinkLost() noexcept {
@@ -107,8 +114,9 @@ void CRemovalWatch::Run(const std::shared_ptr<CState>& state, std::uint64_t sess
         ClientPtr client;
         state->changed.wait(lock,
                             [&] { return state->session != session || (client = state->NextToTell()) != nullptr; });
-        if (state->session != session)
+        if (state->session != session) {
             return;
+        }
         client->isTold = true;
         client->runner = std::this_thread::get_id();
         lock.unlock();

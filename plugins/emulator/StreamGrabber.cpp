@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "StreamGrabber.h"
 
 #include "Boundary.h"
@@ -57,22 +58,26 @@ CStreamGrabber::~CStreamGrabber() {
 }
 
 void CStreamGrabber::Open() {
-    if (State() != EState::Closed)
+    if (State() != EState::Closed) {
         throw LOGICAL_ERROR_EXCEPTION("Cannot open the stream grabber: it is open already.");
-    if (!m_isPermitted)
+    }
+    if (!m_isPermitted) {
         throw LOGICAL_ERROR_EXCEPTION("Cannot open the stream grabber: the device was not opened for streaming.");
+    }
     RequireReachable("open the stream grabber");
-    if (m_camera.isStreaming.exchange(true))
+    if (m_camera.isStreaming.exchange(true)) {
         throw RUNTIME_EXCEPTION("Cannot open the stream grabber: the images of camera %s go to another one.",
-                                m_camera.camera.Text(Reg::serialNumber).c_str());
+                                m_camera.camera.Text(Reg::kSerialNumber).c_str());
+    }
     const std::lock_guard lock(m_lock);
     m_state = EState::Open;
 }
 
 // Cleans up whatever was left undone; the caller may drop everything and just close.
 void CStreamGrabber::Close() {
-    if (State() == EState::Closed)
+    if (State() == EState::Closed) {
         return;
+    }
     StopStreaming();
     m_camera.camera.Stream().DropQueued();
     ReleaseFormat();
@@ -93,22 +98,27 @@ bool CStreamGrabber::IsOpen() const {
 
 Zelmo::StreamBufferHandle CStreamGrabber::RegisterBuffer(void* buffer, std::size_t sizeBytes) {
     const std::lock_guard lock(m_lock);
-    if (m_state != EState::Prepared && m_state != EState::Streaming)
+    if (m_state != EState::Prepared && m_state != EState::Streaming) {
         throw LOGICAL_ERROR_EXCEPTION("Cannot register a buffer: PrepareGrab was not called.");
-    if (!buffer)
+    }
+    if (!buffer) {
         throw INVALID_ARGUMENT_EXCEPTION("Cannot register a buffer: the pointer is null.");
-    if (sizeBytes < m_maxBufferSize)
+    }
+    if (sizeBytes < m_maxBufferSize) {
         throw INVALID_ARGUMENT_EXCEPTION("Cannot register a buffer of %zu bytes: MaxBufferSize promises %zu.",
                                          sizeBytes, m_maxBufferSize);
-    if (m_buffers.size() >= m_maxBuffers)
+    }
+    if (m_buffers.size() >= m_maxBuffers) {
         throw LOGICAL_ERROR_EXCEPTION("Cannot register a buffer: MaxNumBuffer promises %zu, and as many are "
                                       "registered.",
                                       m_maxBuffers);
+    }
     auto* const handle = reinterpret_cast<Zelmo::StreamBufferHandle>(++m_lastHandle);
     CBuffer& registered = AtBoundary("register a buffer", [&]() -> CBuffer& {
         m_camera.camera.Stream().Reserve(m_buffers.size() + 1);
-        if (m_results.capacity() <= m_buffers.size())
+        if (m_results.capacity() <= m_buffers.size()) {
             m_results.set_capacity(m_buffers.size() * 2 + 8);
+        }
         return m_buffers[handle];
     });
     registered.handle = handle;
@@ -126,8 +136,9 @@ void* CStreamGrabber::DeregisterBuffer(Zelmo::StreamBufferHandle handle) {
 void CStreamGrabber::PrepareGrab() {
     const std::size_t promised = Promise("MaxBufferSize");
     const std::size_t maxBuffers = Promise("MaxNumBuffer");
-    if (State() != EState::Open)
+    if (State() != EState::Open) {
         throw LOGICAL_ERROR_EXCEPTION("Cannot prepare the grab: the stream grabber is closed, or prepared already.");
+    }
     RequireReachable("prepare the grab");
     const CImageFormat format = m_camera.camera.LockFormat();
     if (promised < format.PayloadSize()) {
@@ -155,8 +166,9 @@ void CStreamGrabber::StartStreaming() {
     CImageFormat format;
     {
         const std::lock_guard lock(m_lock);
-        if (m_state != EState::Prepared)
+        if (m_state != EState::Prepared) {
             throw LOGICAL_ERROR_EXCEPTION("Cannot start streaming: PrepareGrab was not called, or streaming goes on.");
+        }
         format = m_format;
     }
     AtBoundary("start streaming", [&] { m_camera.camera.Stream().Start(format, *this); });
@@ -165,8 +177,9 @@ void CStreamGrabber::StartStreaming() {
 }
 
 void CStreamGrabber::StopStreaming() {
-    if (State() != EState::Streaming)
+    if (State() != EState::Streaming) {
         return;
+    }
     m_camera.camera.Stream().Stop();
     const std::lock_guard lock(m_lock);
     m_counters = m_camera.camera.Stream().Counters();
@@ -177,11 +190,13 @@ void CStreamGrabber::StopStreaming() {
 void CStreamGrabber::FinishGrab() {
     {
         const std::lock_guard lock(m_lock);
-        if (m_state == EState::Streaming)
+        if (m_state == EState::Streaming) {
             throw LOGICAL_ERROR_EXCEPTION("Cannot finish the grab: streaming was not stopped.");
-        if (m_away > 0)
+        }
+        if (m_away > 0) {
             throw LOGICAL_ERROR_EXCEPTION("Cannot finish the grab: %zu buffers are queued or were not retrieved.",
                                           m_away);
+        }
         m_buffers.clear();
     }
     ReleaseFormat();
@@ -197,8 +212,9 @@ void CStreamGrabber::QueueBuffer(Zelmo::StreamBufferHandle handle, void* context
 }
 
 void CStreamGrabber::FlushBuffers() {
-    if (State() != EState::Closed)
+    if (State() != EState::Closed) {
         AtBoundary("flush the buffers", [this] { m_camera.camera.Stream().CancelQueued(*this); });
+    }
 }
 
 std::size_t CStreamGrabber::GetNumQueuedBuffers() const {
@@ -208,12 +224,14 @@ std::size_t CStreamGrabber::GetNumQueuedBuffers() const {
 
 bool CStreamGrabber::RetrieveResult(Zelmo::GrabResult& result) {
     const std::lock_guard lock(m_lock);
-    if (m_results.empty())
+    if (m_results.empty()) {
         return false;
+    }
     const CFrame frame = m_results.front();
     m_results.pop_front();
-    if (m_results.empty())
+    if (m_results.empty()) {
         m_wait.Reset();
+    }
     auto& buffer = *static_cast<CBuffer*>(frame.buffer.context);
     buffer.state = CBuffer::EState::Idle;
     --m_away;
@@ -224,8 +242,9 @@ bool CStreamGrabber::RetrieveResult(Zelmo::GrabResult& result) {
     result.buffer = buffer.memory.data();
     result.bufferSize = buffer.memory.size();
     FillStatus(frame, result);
-    if (frame.status != EFrameStatus::Cancelled)
+    if (frame.status != EFrameStatus::Cancelled) {
         FillImage(frame, result);
+    }
     return true;
 }
 
@@ -241,8 +260,9 @@ void CStreamGrabber::OnFrame(const CFrame& frame) noexcept {
     const std::lock_guard lock(m_lock);
     static_cast<CBuffer*>(frame.buffer.context)->state = CBuffer::EState::Ready;
     m_results.push_back(frame);
-    if (m_results.size() == 1)
+    if (m_results.size() == 1) {
         m_wait.Signal();
+    }
 }
 
 CStreamGrabber::EState CStreamGrabber::State() const {
@@ -251,9 +271,10 @@ CStreamGrabber::EState CStreamGrabber::State() const {
 }
 
 void CStreamGrabber::RequireReachable(const char* attempt) const {
-    if (m_camera.link.IsPulled())
+    if (m_camera.link.IsPulled()) {
         throw RUNTIME_EXCEPTION("Cannot %s: camera %s was removed.", attempt,
-                                m_camera.camera.Text(Reg::serialNumber).c_str());
+                                m_camera.camera.Text(Reg::kSerialNumber).c_str());
+    }
 }
 
 std::size_t CStreamGrabber::Promise(const char* parameter) const {
@@ -263,8 +284,9 @@ std::size_t CStreamGrabber::Promise(const char* parameter) const {
 void CStreamGrabber::ReleaseFormat() {
     {
         const std::lock_guard lock(m_lock);
-        if (m_state != EState::Prepared)
+        if (m_state != EState::Prepared) {
             return;
+        }
         m_state = EState::Open;
     }
     m_camera.camera.UnlockFormat();
@@ -273,26 +295,31 @@ void CStreamGrabber::ReleaseFormat() {
 
 CStreamGrabber::CBuffer& CStreamGrabber::IdleBuffer(Zelmo::StreamBufferHandle handle, const char* attempt) {
     const auto found = m_buffers.find(handle);
-    if (found == m_buffers.end())
+    if (found == m_buffers.end()) {
         throw LOGICAL_ERROR_EXCEPTION("Cannot %s a buffer: the handle %p is not registered.", attempt, handle);
-    if (found->second.state == CBuffer::EState::Queued)
+    }
+    if (found->second.state == CBuffer::EState::Queued) {
         throw LOGICAL_ERROR_EXCEPTION("Cannot %s buffer %p: it is queued.", attempt, handle);
-    if (found->second.state == CBuffer::EState::Ready)
+    }
+    if (found->second.state == CBuffer::EState::Ready) {
         throw LOGICAL_ERROR_EXCEPTION("Cannot %s buffer %p: its result was not retrieved.", attempt, handle);
+    }
     return found->second;
 }
 
 std::uint64_t CStreamGrabber::ImageSize() const {
     std::uint64_t size = 0;
-    if (!m_camera.link.Access([&](CCamera& camera) { size = camera.PayloadSize(); }))
+    if (!m_camera.link.Access([&](CCamera& camera) { size = camera.PayloadSize(); })) {
         throw RUNTIME_EXCEPTION("Cannot read PayloadSize: the camera was removed.");
+    }
     return size;
 }
 
 // The addresses are those of CamEmuStream.xml.
 std::uint64_t CStreamGrabber::RegisterValue(std::int64_t address) const {
-    if (address == 0x00)
+    if (address == 0x00) {
         return ImageSize();
+    }
     const std::lock_guard lock(m_lock);
     switch (address) {
     case 0x08:

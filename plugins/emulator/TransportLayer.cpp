@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "TransportLayer.h"
 
 #include "Boundary.h"
@@ -15,29 +16,30 @@ namespace CamEmu {
 
 namespace {
 
-constexpr const char* noDevice = "No device is available or no device contains the provided device info properties.";
-constexpr const char* ambiguous =
+constexpr const char* kNoDevice = "No device is available or no device contains the provided device info properties.";
+constexpr const char* kAmbiguous =
     "Ambiguous device info properties. %i devices match the provided device info properties.";
 
 Zelmo::CInterfaceInfo DescribeInterface() {
     Zelmo::CInterfaceInfo info;
-    info.SetInterfaceID("CamEmu").SetFriendlyName("Camera Emulator").SetFullName("CamEmu").SetDeviceClass(deviceClass);
+    info.SetInterfaceID("CamEmu").SetFriendlyName("Camera Emulator").SetFullName("CamEmu").SetDeviceClass(kDeviceClass);
     return info;
 }
 
 // The file from which this plug-in was loaded; empty when the loader does not tell.
 Zelmo::String_t OwnFile() {
-    static const char anchor = 0;
+    static const char kAnchor = 0;
     Dl_info info{};
-    return dladdr(&anchor, &info) != 0 && info.dli_fname ? info.dli_fname : "";
+    return dladdr(&kAnchor, &info) != 0 && info.dli_fname ? info.dli_fname : "";
 }
 
 // A pattern that names the camera was enumerated before, and the user may have renamed the camera since.
 bool Matches(const Zelmo::CDeviceInfo& candidate, Zelmo::CDeviceInfo pattern) {
     if (pattern.IsFullNameAvailable() && pattern.IsUserDefinedNameAvailable()) {
         pattern.SetUserDefinedName(candidate.GetUserDefinedName());
-        if (pattern.IsFriendlyNameAvailable())
+        if (pattern.IsFriendlyNameAvailable()) {
             pattern.SetFriendlyName(candidate.GetFriendlyName());
+        }
     }
     return candidate.IsSubset(pattern);
 }
@@ -46,7 +48,7 @@ bool Matches(const Zelmo::CDeviceInfo& candidate, Zelmo::CDeviceInfo pattern) {
 
 Zelmo::CTlInfo DescribeTransportLayer() {
     Zelmo::CTlInfo info;
-    info.SetFriendlyName("Camera Emulator").SetFullName("CamEmu").SetVendorName("Harlix").SetDeviceClass(deviceClass);
+    info.SetFriendlyName("Camera Emulator").SetFullName("CamEmu").SetVendorName("Harlix").SetDeviceClass(kDeviceClass);
     info.SetTLType("CamEmu");
     info.SetModelName("Camera Emulator").SetInfoID("CamEmu").SetVersion("1.0").SetFileName(OwnFile());
     return info;
@@ -54,18 +56,21 @@ Zelmo::CTlInfo DescribeTransportLayer() {
 
 CTransportLayer::CTransportLayer() : m_interface(new Zelmo::CDefaultInterface(this, DescribeInterface())) {
     const std::size_t count = WantedCameras();
-    for (std::size_t number = 0; number < count; ++number)
+    for (std::size_t number = 0; number < count; ++number) {
         m_cameras.push_back(&PoolCamera(number));
+    }
 }
 
 // The plain list; the default interface calls it and adds filter and order.
 int CTransportLayer::EnumerateDevices(Zelmo::DeviceInfoList& list, bool addToList) {
-    if (!addToList)
+    if (!addToList) {
         list.clear();
+    }
     return AtBoundary("enumerate the emulated cameras", [&] {
         const Cameras present = LookForCameras();
-        for (CPoolCamera* const camera : present)
+        for (CPoolCamera* const camera : present) {
             list.push_back(DescribeCamera(camera->camera));
+        }
         return static_cast<int>(present.size());
     });
 }
@@ -83,8 +88,9 @@ Zelmo::IZelmoDevice* CTransportLayer::CreateDevice(const Zelmo::CDeviceInfo& inf
 Zelmo::IZelmoDevice* CTransportLayer::CreateFirstDevice(const Zelmo::CDeviceInfo& info) {
     return AtBoundary("create the device", [&] {
         const Cameras found = Matching(LookForCameras(), info);
-        if (found.empty())
-            throw RUNTIME_EXCEPTION("%s", noDevice);
+        if (found.empty()) {
+            throw RUNTIME_EXCEPTION("%s", kNoDevice);
+        }
         return new CDevice(*found.front(), *this);
     });
 }
@@ -114,39 +120,47 @@ bool CTransportLayer::IsDeviceAccessible(const Zelmo::CDeviceInfo& info, Zelmo::
     return AtBoundary("tell whether the device is accessible", [&] {
         const CPoolCamera& camera = TheOne(KnownCameras(), info);
         Zelmo::EDeviceAccessiblityInfo found = camera.link.LookUp(modes);
-        if (found == Zelmo::DeviceAccessibility_Ok && modes.test(Zelmo::Stream) && camera.isStreaming)
+        if (found == Zelmo::DeviceAccessibility_Ok && modes.test(Zelmo::Stream) && camera.isStreaming) {
             found = Zelmo::DeviceAccessibility_InUse;
-        if (accessibilityInfo)
+        }
+        if (accessibilityInfo) {
             *accessibilityInfo = found;
+        }
         return found == Zelmo::DeviceAccessibility_Ok;
     });
 }
 
 std::size_t CTransportLayer::GetPrivateProperty(int id, void* data, std::size_t sizeBytes) const {
-    if (id != AdmittedPropertyId)
+    if (id != AdmittedPropertyId) {
         return 0;
-    if (data && sizeBytes >= 1)
+    }
+    if (data && sizeBytes >= 1) {
         *static_cast<std::uint8_t*>(data) = m_isAdmitted ? 1 : 0;
+    }
     return 1;
 }
 
 void CTransportLayer::SetPrivateProperty(int id, const void* data, std::size_t sizeBytes) {
-    if (id == AdmittedPropertyId && data && sizeBytes == 1)
+    if (id == AdmittedPropertyId && data && sizeBytes == 1) {
         m_isAdmitted = *static_cast<const std::uint8_t*>(data) == 1;
+    }
 }
 
 // The cameras that exist under the global filter.
 CTransportLayer::Cameras CTransportLayer::KnownCameras() const {
     const Zelmo::DeviceInfoList* const filter = Zelmo::GetGlobalDeviceFilterInstance();
-    if (!filter)
+    if (!filter) {
         return m_cameras;
+    }
     Cameras known;
-    if (!m_isAdmitted)
+    if (!m_isAdmitted) {
         return known;
+    }
     for (CPoolCamera* const camera : m_cameras) {
         const Zelmo::CDeviceInfo info = DescribeCamera(camera->camera);
-        if (std::any_of(filter->begin(), filter->end(), [&](const auto& entry) { return info.IsSubset(entry); }))
+        if (std::any_of(filter->begin(), filter->end(), [&](const auto& entry) { return info.IsSubset(entry); })) {
             known.push_back(camera);
+        }
     }
     return known;
 }
@@ -165,10 +179,12 @@ CTransportLayer::Cameras CTransportLayer::Matching(Cameras cameras, const Zelmo:
 
 CPoolCamera& CTransportLayer::TheOne(const Cameras& cameras, const Zelmo::CDeviceInfo& pattern) {
     const Cameras found = Matching(cameras, pattern);
-    if (found.empty())
-        throw RUNTIME_EXCEPTION("%s", noDevice);
-    if (found.size() > 1)
-        throw RUNTIME_EXCEPTION(ambiguous, static_cast<int>(found.size()));
+    if (found.empty()) {
+        throw RUNTIME_EXCEPTION("%s", kNoDevice);
+    }
+    if (found.size() > 1) {
+        throw RUNTIME_EXCEPTION(kAmbiguous, static_cast<int>(found.size()));
+    }
     return *found.front();
 }
 

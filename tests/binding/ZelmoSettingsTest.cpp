@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <zelmo/Log.h>
 #include <zelmo/ZelmoSettings.h>
 
@@ -20,12 +21,12 @@ using Zelmo::String_t;
 
 namespace {
 
-const char* const unset = "<unset>";
+const char* const kUnset = "<unset>";
 
 std::string Setting(const std::string& key) {
-    String_t value = unset;
+    String_t value = kUnset;
     const bool found = CZelmoSettings::GetSetting(key.c_str(), value);
-    EXPECT_TRUE(found || value == unset);
+    EXPECT_TRUE(found || value == kUnset);
     return value.c_str();
 }
 
@@ -76,10 +77,10 @@ TEST_F(ZelmoSettings, AreKeptByExactKeyUntilCleared) {
     EXPECT_TRUE(CZelmoSettings::SetSetting("key", "new"));
     EXPECT_TRUE(CZelmoSettings::SetSetting("", "of the empty key"));
     EXPECT_EQ(Setting("key"), "new");
-    EXPECT_EQ(Setting("Key"), unset);
+    EXPECT_EQ(Setting("Key"), kUnset);
     EXPECT_EQ(Setting(""), "of the empty key");
     CZelmoSettings::ClearSettings();
-    EXPECT_EQ(Setting("key"), unset);
+    EXPECT_EQ(Setting("key"), kUnset);
 }
 
 TEST_F(ZelmoSettings, StayAsTheyAreWithoutAFile) {
@@ -99,7 +100,7 @@ TEST_F(ZelmoSettings, ComeFromTheFileBesideTheLibraryAlone) {
     Write(m_beside, WithSettings("<setting name='a'><v>beside</v></setting>"));
     CZelmoSettings::UpdateSettings();
     EXPECT_EQ(Setting("a"), "beside");
-    EXPECT_EQ(Setting("b"), unset);
+    EXPECT_EQ(Setting("b"), kUnset);
 }
 
 TEST_F(ZelmoSettings, LinkIntoNowhereCountsAsMissing) {
@@ -143,18 +144,18 @@ INSTANTIATE_TEST_SUITE_P(
         File{"text instead of a child", "<settings><setting name='a'>1</setting></settings>", ""},
         File{"text before the child", "<settings><setting name='a'>1<v>2</v></setting></settings>", ""},
         File{"comment before the child", "<settings><setting name='a'><!--c--><v>2</v></setting></settings>", "2"},
-        File{"no child", "<settings><setting name='a'/></settings>", unset},
-        File{"no name", "<settings><setting Name='a'><v>1</v></setting></settings>", unset},
+        File{"no child", "<settings><setting name='a'/></settings>", kUnset},
+        File{"no name", "<settings><setting Name='a'><v>1</v></setting></settings>", kUnset},
         File{"other elements",
              "<?xml version='1.0'?><!--c--><settings>text<other name='a'><v>1</v></other>"
              "<setting name='b'><v>2</v></setting><!--c--><setting name='a'><v>3</v></setting></settings>",
              "3"},
-        File{"deeper", "<settings><group><setting name='a'><v>1</v></setting></group></settings>", unset},
+        File{"deeper", "<settings><group><setting name='a'><v>1</v></setting></group></settings>", kUnset},
         File{"twice", "<settings><setting name='a'><v>1</v></setting><setting name='a'><v>2</v></setting></settings>",
              "2"},
-        File{"foreign root", "<config><setting name='a'><v>1</v></setting></config>", unset},
-        File{"a page", "<html><body><p>Not found</p></body></html>", unset},
-        File{"comments only", "<?xml version='1.0'?><!-- nothing -->", unset}));
+        File{"foreign root", "<config><setting name='a'><v>1</v></setting></config>", kUnset},
+        File{"a page", "<html><body><p>Not found</p></body></html>", kUnset},
+        File{"comments only", "<?xml version='1.0'?><!-- nothing -->", kUnset}));
 
 class BrokenSettingsFile : public ZelmoSettings, public testing::WithParamInterface<std::string> {};
 
@@ -190,7 +191,7 @@ TEST_F(ZelmoSettings, FolderOrPipeOfThatNameIsFoundAndFails) {
     std::filesystem::remove(m_beside);
     ASSERT_EQ(mkfifo(m_beside.c_str(), 0600), 0); // nobody ever writes
     EXPECT_NE(LoggedFailure().find(m_beside.string()), std::string::npos);
-    EXPECT_EQ(Setting("a"), unset);
+    EXPECT_EQ(Setting("a"), kUnset);
 }
 
 TEST_F(ZelmoSettings, AreSharedByManyThreads) {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "camera/Support.h"
 #include "emulator/ScarceMemory.h"
 #include "fakes/Failure.h"

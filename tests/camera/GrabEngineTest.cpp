@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "ZelmoBase/sync/WaitObjectPosix.h"
 #include "camera/GrabSupport.h"
 
@@ -13,7 +14,7 @@ using Frames = std::vector<int>;
 
 namespace {
 
-const std::string foreign = "The stream grabber delivered a buffer that is not queued.";
+const std::string kForeign = "The stream grabber delivered a buffer that is not queued.";
 
 struct Plan {
     EGrabStrategy strategy = GrabStrategy_OneByOne;
@@ -34,8 +35,9 @@ protected:
     Frames Take() {
         Frames frames;
         CQueueEntry entry;
-        for (m_skipped = 0; m_engine.TryTake(entry, m_lost); m_skipped += m_lost, entry = {})
+        for (m_skipped = 0; m_engine.TryTake(entry, m_lost); m_skipped += m_lost, entry = {}) {
             frames.push_back(static_cast<int>(entry.blockId));
+        }
         m_skipped += m_lost;
         return frames;
     }
@@ -123,10 +125,11 @@ TEST_F(GrabEngineTest, CallsComeInTheirOrderAndTheThreadIsTold) {
     EXPECT_EQ(callsOf({.buffers = 2, .queued = 1, .announceAll = true}),
               " Open PrepareGrab RegisterBuffer StartStreaming QueueBuffer RetrieveResult QueueBuffer StopStreaming "
               "FlushBuffers RetrieveResult FinishGrab Close");
-    for (const auto* const text : {"started", "set thread priority=1, id=", "stopped", "joined"})
+    for (const auto* const text : {"started", "set thread priority=1, id=", "stopped", "joined"}) {
         EXPECT_EQ(m_log.Count("zelmo.base.InstantCamera", GenICam::LogPriority_Notice,
                               std::string("Camera 0xca: Grab engine thread ") + text),
                   3U);
+    }
 }
 
 TEST_F(GrabEngineTest, PayloadSizeOfTheDeviceStandsInAndBuffersAreCleared) {
@@ -164,7 +167,7 @@ TEST_F(GrabEngineTest, StopLogsAFailedStepAndGoesOn) {
                                                                  {"RetrieveResult", "retrieving cancelled buffers"},
                                                                  {"FinishGrab", "finishing grab"},
                                                                  {"Close", "closing stream grabber"}};
-    for (const auto& [operation, step] : steps)
+    for (const auto& [operation, step] : steps) {
         for (const std::string kind : {"throw-runtime", "throw-std", "throw-int"}) {
             m_grabber.SetScript(operation + ":1:" + kind);
             Start({.buffers = 3});
@@ -175,9 +178,11 @@ TEST_F(GrabEngineTest, StopLogsAFailedStepAndGoesOn) {
             EXPECT_EQ(m_log.Errors(""), 1U);
             EXPECT_THAT(m_grabber.Order(), testing::EndsWith("Buffers RetrieveResult FinishGrab Close"));
             EXPECT_EQ(m_story.alive, 0U);
-            if (m_grabber.IsOpen())
+            if (m_grabber.IsOpen()) {
                 m_grabber.Close();
+            }
         }
+    }
     m_grabber.SetScript("FlushBuffers:1:throw-runtime;IsOpen:3:throw-runtime"); // closed is closed
     Start({.buffers = 3});
     m_engine.StopEngine();
@@ -187,7 +192,7 @@ TEST_F(GrabEngineTest, StopLogsAFailedStepAndGoesOn) {
     Start({.buffers = 3, .queued = 2});
     m_story.failsToFree = true;
     m_engine.StopEngine();
-    EXPECT_EQ(m_log.Errors("retrieving cancelled buffers, msg='" + foreign), 1U);
+    EXPECT_EQ(m_log.Errors("retrieving cancelled buffers, msg='" + kForeign), 1U);
     EXPECT_EQ(m_log.Errors("Exception caught while releasing allocated buffers, msg='FreeBuffer failed'"), 1U);
 }
 
@@ -202,8 +207,8 @@ TEST_F(GrabEngineTest, FailureIsStoredAndShownUntilTheStop) {
              {"RetrieveResult:1:throw-int", "Unknown exception caught in grab engine thread",
               "Unknown exception caught in grab engine thread."},
              {"RetrieveResult:1:false", genicam + unread, unread},
-             {"RetrieveResult:1:stray", genicam + foreign, foreign},
-             {"RetrieveResult:2:again", genicam + foreign, foreign},
+             {"RetrieveResult:1:stray", genicam + kForeign, kForeign},
+             {"RetrieveResult:2:again", genicam + kForeign, kForeign},
              {"QueueBuffer:11:throw-runtime", "", "QueueBuffer" + failed},
              {"QueueBuffer:11:throw-std", "",
               "Exception caught while queuing returned buffer, msg=QueueBuffer" + failed},
@@ -227,8 +232,9 @@ TEST_F(GrabEngineTest, FailureBetweenTheFirstBuffersAndTheThreadIsShown) {
     UseApplicationMemory();
     int calls = 0;
     m_story.allocate = [&calls] { // one buffer, then none, then worse
-        if (++calls > 3)
+        if (++calls > 3) {
             throw RUNTIME_EXCEPTION("no memory left");
+        }
         return calls == 1;
     };
     Start({.buffers = 3});

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "ZelmoBase/camera/GrabResultDataImpl.h"
 #include "ZelmoBase/camera/GrabResultDataProvider.h"
 #include "ZelmoBase/camera/GrabResultPtrImpl.h"
@@ -29,14 +30,14 @@ auto Values(const CGrabResultData& data) {
                            std::string(data.GetErrorDescription()), data.GetBlockID(), data.GetBufferContext());
 }
 
-const auto emptyValues = std::make_tuple(0, 0, 0, 0, nullptr, 0U, false, PayloadType_Undefined, PixelType_Undefined, 0U,
-                                         0U, 0U, 0U, 0U, 0U, 0U, 0U, 0U, "", 0U, 0);
+const auto kEmptyValues = std::make_tuple(0, 0, 0, 0, nullptr, 0U, false, PayloadType_Undefined, PixelType_Undefined,
+                                          0U, 0U, 0U, 0U, 0U, 0U, 0U, 0U, 0U, "", 0U, 0);
 
 auto Values(const IImage& image) {
     return std::make_tuple(image.IsValid(), image.GetWidth(), image.GetHeight(), image.GetPaddingX(),
                            image.GetImageSize(), image.GetPixelType(), image.GetOrientation(), image.GetBuffer());
 }
-const auto emptyImage = std::make_tuple(false, 0U, 0U, 0U, 0U, PixelType_Undefined, ImageOrientation_TopDown, nullptr);
+const auto kEmptyImage = std::make_tuple(false, 0U, 0U, 0U, 0U, PixelType_Undefined, ImageOrientation_TopDown, nullptr);
 
 struct Parser final : ISelfReliantChunkParser {
     explicit Parser(std::string& story) : events(story) {}
@@ -96,7 +97,7 @@ protected:
 };
 
 TEST_F(GrabResultTest, RecordTellsWhatWasDeliveredAndForgetsItAtHome) {
-    EXPECT_EQ(Values(CGrabResultData()), emptyValues);
+    EXPECT_EQ(Values(CGrabResultData()), kEmptyValues);
     CGrabResultPtr other = Retrieve(Entry());
     CGrabResultPtr result = Retrieve(Entry());
     const CGrabResultData* const record = result.GetPtr();
@@ -115,10 +116,10 @@ TEST_F(GrabResultTest, RecordTellsWhatWasDeliveredAndForgetsItAtHome) {
     record->GetGrabResultDataImpl()->chunkParser = std::make_shared<Parser>(m_story.events);
     other.Release();
     result.Release();
-    EXPECT_EQ(Values(image), emptyImage); // it shows whatever its pointer refers to
+    EXPECT_EQ(Values(image), kEmptyImage); // it shows whatever its pointer refers to
     EXPECT_EQ(m_pool->GetFreeCount(), 2u);
     EXPECT_EQ(m_records->GetItem().get(), record); // the one that is still warm
-    EXPECT_EQ(Values(*record), emptyValues);
+    EXPECT_EQ(Values(*record), kEmptyValues);
     EXPECT_TRUE(record->IsChunkDataAvailable()); // the parser stays with its record
     EXPECT_FALSE(record->GetStride(stride));
     EXPECT_THROW(record->GetImageSize(), GenICam::InvalidArgumentException);
@@ -139,7 +140,7 @@ TEST_F(GrabResultTest, ResultWithoutImageIsAValidPointerAndAnInvalidImage) {
                   0u);
         IImage& image = result;
         std::size_t stride = 99;
-        EXPECT_EQ(Values(image), emptyImage);
+        EXPECT_EQ(Values(image), kEmptyImage);
         EXPECT_FALSE(image.GetStride(stride) || image.GetBuffer() != nullptr);
         EXPECT_TRUE(stride == 99 && image.IsUnique());
     }

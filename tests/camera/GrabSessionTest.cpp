@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "ZelmoBase/camera/GrabSession.h"
 #include "camera/GrabSupport.h"
 #include "emulator/ScarceMemory.h"
@@ -10,24 +11,25 @@ using Numbers = std::vector<std::int64_t>;
 
 namespace {
 
-constexpr unsigned patience = 10000; // ms
-constexpr auto raises = TimeoutHandling_ThrowException;
+constexpr unsigned kPatience = 10000; // ms
+constexpr auto kRaises = TimeoutHandling_ThrowException;
 
 class GrabSessionTest : public GrabTest, public IGrabSessionOwner {
 protected:
     CGrabEngine& Engine() override { return m_session->GetEngine(); }
     void Start(const CGrabSettings& settings = {}) { m_session->Start(&m_grabber, settings); }
-    bool Retrieve(unsigned ms = patience) { return m_session->Retrieve(ms, m_result, TimeoutHandling_Return); }
+    bool Retrieve(unsigned ms = kPatience) { return m_session->Retrieve(ms, m_result, TimeoutHandling_Return); }
     /// Image number, id, skipped images and block id of the next result; nothing without one.
     Numbers Next() {
-        if (!Retrieve())
+        if (!Retrieve()) {
             return {};
+        }
         return {m_result->GetImageNumber(), m_result->GetID(), m_result->GetNumberOfSkippedImages(),
                 static_cast<std::int64_t>(m_result->GetBlockID())};
     }
     std::string Failure(unsigned ms = 0) { // of a call with another pointer
         CGrabResultPtr other;
-        return Fakes::FailureOf<GenICam::GenericException>([&] { m_session->Retrieve(ms, other, raises); });
+        return Fakes::FailureOf<GenICam::GenericException>([&] { m_session->Retrieve(ms, other, kRaises); });
     }
     /// What a thread gets that is inside Retrieve by the end of this call.
     std::future<Numbers> Waiter() {
@@ -68,7 +70,7 @@ TEST_F(GrabSessionTest, ResultsCarryTheirNumbersAndGoWithTheNextCall) {
         EXPECT_EQ(m_result->GetCameraContext(), 42);
         m_session->Stop();
         EXPECT_EQ(m_story.alive, 1U);
-        EXPECT_FALSE(m_session->Retrieve(patience, m_result, raises));
+        EXPECT_FALSE(m_session->Retrieve(kPatience, m_result, kRaises));
         EXPECT_TRUE(!m_result.IsValid() && m_story.alive == 0);
     }
 }
@@ -80,8 +82,9 @@ TEST_F(GrabSessionTest, CountedSessionEndsWithItsLastImage) {
         m_result.Release();
         Start({strategy, 3});
         EXPECT_EQ(m_story.alive, buffers);
-        for (int image = 1; image <= 3; ++image)
+        for (int image = 1; image <= 3; ++image) {
             EXPECT_TRUE(m_grabber.Deliver() == 1 && Retrieve());
+        }
         EXPECT_FALSE(m_session->IsGrabbing() || m_grabber.IsOpen());
     }
     EXPECT_EQ(m_events, " stop stop");
@@ -107,12 +110,12 @@ TEST_F(GrabSessionTest, WaiterIsServedAlsoByANewSessionAndLeavesWithoutTheCamera
         m_grabber.Deliver();
         const Numbers numbers = waiter.get();
         EXPECT_TRUE(numbers.empty() || numbers.front() == 1);
-        EXPECT_EQ(Retrieve(numbers.empty() ? patience : 0), numbers.empty());
+        EXPECT_EQ(Retrieve(numbers.empty() ? kPatience : 0), numbers.empty());
     }
     auto waiter = Waiter();
     GenICam::AutoLock lock(m_cameraLock); // as a handler has it that joins the waiter
     m_session->Stop();
-    EXPECT_EQ(waiter.wait_for(std::chrono::milliseconds(patience)), std::future_status::ready);
+    EXPECT_EQ(waiter.wait_for(std::chrono::milliseconds(kPatience)), std::future_status::ready);
     EXPECT_EQ(waiter.get(), Numbers());
 }
 
@@ -122,7 +125,7 @@ TEST_F(GrabSessionTest, LackOfMemoryOrRecordsCostsNoImage) {
     ASSERT_TRUE(Settles(2, 8));
     for (std::size_t count = 0; !m_result; ++count) {
         CGrabResultPtr fresh; // one that allocates its body
-        const bool fails = ScarceMemory::Fails<std::bad_alloc>(count, [&] { m_session->Retrieve(0, fresh, raises); });
+        const bool fails = ScarceMemory::Fails<std::bad_alloc>(count, [&] { m_session->Retrieve(0, fresh, kRaises); });
         ASSERT_EQ(fresh.IsValid(), !fails);
         m_result = fresh;
     }
@@ -136,8 +139,8 @@ TEST_F(GrabSessionTest, FailedEngineIsForwardedOnceAndBeforeItsResults) {
     m_grabber.SetScript("RetrieveResult:2:throw-access");
     Start();
     m_grabber.Deliver(2);
-    ASSERT_TRUE(Engine().GetStopObject().Wait(patience) && Engine().GetNumReadyBuffers() == 1);
-    EXPECT_EQ(Failure(patience), "RetrieveResult was told to fail");
+    ASSERT_TRUE(Engine().GetStopObject().Wait(kPatience) && Engine().GetNumReadyBuffers() == 1);
+    EXPECT_EQ(Failure(kPatience), "RetrieveResult was told to fail");
     EXPECT_EQ(m_events, "RetrieveResult was told to fail stop");
     EXPECT_EQ(m_log.Errors("Camera 0xca: OnGrabError msg=RetrieveResult was told to fail"), 1U);
     EXPECT_FALSE(Retrieve());
@@ -160,9 +163,10 @@ TEST_F(GrabSessionTest, RequestForAnUpcomingImageEndsWithItsCallAndItsSession) {
     for (const std::string fault : {"false", "stall=20"}) {
         m_grabber.SetScript("GetWaitObject:1:" + fault); // which no longer, or not yet, lets the thread heed requests
         Start({GrabStrategy_UpcomingImage});
-        EXPECT_NE(Failure(fault == "false" ? patience : 0), "nothing raised");
-        if (!m_session->IsGrabbing())
+        EXPECT_NE(Failure(fault == "false" ? kPatience : 0), "nothing raised");
+        if (!m_session->IsGrabbing()) {
             Start({GrabStrategy_UpcomingImage});
+        }
         const auto calls = m_grabber.Calls(EOperation::RetrieveResult);
         m_grabber.SignalWaitObject(); // which comes behind requests
         EXPECT_TRUE(Eventually([&] { return m_grabber.Calls(EOperation::RetrieveResult) > calls; }));

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include "ZelmoBase/camera/GrabEngine.h"
@@ -16,8 +17,9 @@
 template <typename Condition>
 bool Eventually(Condition&& holds) {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-    while (!holds() && std::chrono::steady_clock::now() < deadline)
+    while (!holds() && std::chrono::steady_clock::now() < deadline) {
         std::this_thread::yield();
+    }
     return holds();
 }
 

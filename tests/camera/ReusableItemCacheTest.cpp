@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "camera/Support.h"
 #include "emulator/ScarceMemory.h"
 #include "fakes/Failure.h"
@@ -26,8 +27,9 @@ protected:
     void TearDown() override { m_pool.reset(); }
     std::vector<std::shared_ptr<CBufferData>> Take(std::size_t count) {
         std::vector<std::shared_ptr<CBufferData>> items;
-        while (items.size() < count)
+        while (items.size() < count) {
             items.push_back(m_pool->GetItem());
+        }
         return items;
     }
     void ExpectNoneLost() { EXPECT_EQ(m_story.alive, m_pool->GetFreeCount() + m_pool->GetOutCount()); }
@@ -55,8 +57,9 @@ TEST_F(ReusableItemCacheTest, ObserverHearsHowThingsStandAndWhatChanges) {
 TEST_F(ReusableItemCacheTest, LowerMaximumDestroysFreeItemsNowAndOthersWhenTheyComeHome) {
     m_pool->SetMaxItems(4);
     auto items = Take(4);
-    for (const std::size_t i : {2, 1, 3})
+    for (const std::size_t i : {2, 1, 3}) {
         items[i].reset();
+    }
     m_pool->SetMaxItems(3); // 3, 2, 4 are free, 1 is out
     EXPECT_EQ(m_story.Told(), "free 4 ");
     EXPECT_EQ((items[1] = m_pool->GetItem())->context, 3); // each in turn
@@ -144,8 +147,9 @@ TEST_F(ReusableItemCacheTest, CodeOfOthersMayUseThePoolAndMayThrow) {
     std::vector<std::shared_ptr<CBufferData>> held;
     m_story.allocate = [&] { // while an item is made, others of the pool come home, are taken and made
         held.clear();
-        if (m_story.allocated < 4)
+        if (m_story.allocated < 4) {
             held = Take(2);
+        }
         EXPECT_LT(m_story.alive, 2u); // there is room for the one being made
         return true;
     };
@@ -168,14 +172,17 @@ TEST_F(ReusableItemCacheTest, CodeOfOthersMayUseThePoolAndMayThrow) {
 TEST_F(ReusableItemCacheTest, ThreadsTakeAndDropWhileTheMaximumAndThePoolChange) {
     for (int round = 0; round < 40; ++round) {
         std::vector<std::jthread> threads(3);
-        for (std::jthread& thread : threads)
+        for (std::jthread& thread : threads) {
             thread = std::jthread([&] {
-                for (std::size_t n = 0; n < 200; ++n)
+                for (std::size_t n = 0; n < 200; ++n) {
                     Take(n % 3);
+                }
             });
+        }
         m_pool->SetObserver(&m_observer);
-        for (std::uint64_t n = 0; n < 60; ++n)
+        for (std::uint64_t n = 0; n < 60; ++n) {
             m_pool->SetMaxItems(n % 7);
+        }
         threads.clear();
         m_pool->SetObserver(nullptr);
         ExpectNoneLost();

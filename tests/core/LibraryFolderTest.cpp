@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The folders that are looked for from where the library's own file is: here in <folder>/lib.
 
 #include <zelmo/Utilities.h>

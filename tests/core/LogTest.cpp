@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <zelmo/Log.h>
 
 #include "fakes/LogRecorder.h"
@@ -14,7 +15,7 @@ namespace {
 using Fakes::LogLine;
 using testing::ElementsAre;
 
-constexpr unsigned long invalidCategory = ~0ul;
+constexpr unsigned long kInvalidCategory = ~0ul;
 
 // Writes the same arguments twice. @return the sum of the results.
 long LogTwice(unsigned long category, const char* format, ...) {
@@ -46,7 +47,7 @@ TEST_F(LogTest, LevelsBecomePriorities) {
 
 TEST(LogDisabledTest, NothingIsHandedOutOrLoggedBeforeLogEnable) {
     Fakes::LogRecorder log;
-    EXPECT_EQ(hxlog::LogGetCatID("test"), invalidCategory);
+    EXPECT_EQ(hxlog::LogGetCatID("test"), kInvalidCategory);
     EXPECT_EQ(hxlog::LogTrace(0, hxlog::LogLevel_Error, "lost"), 0);
     EXPECT_TRUE(hxlog::LogEnable(true));
     EXPECT_EQ(hxlog::LogTrace(0, hxlog::LogLevel_Error, "no such category yet"), 0);
@@ -56,13 +57,13 @@ TEST(LogDisabledTest, NothingIsHandedOutOrLoggedBeforeLogEnable) {
 
 TEST_F(LogTest, NamesDifferInMoreThanCaseAndBadOnesAreHarmless) {
     const unsigned long before = hxlog::LogGetCatID("before");
-    EXPECT_EQ(hxlog::LogGetCatID(nullptr), invalidCategory);
-    EXPECT_EQ(hxlog::LogGetCatID(""), invalidCategory);
+    EXPECT_EQ(hxlog::LogGetCatID(nullptr), kInvalidCategory);
+    EXPECT_EQ(hxlog::LogGetCatID(""), kInvalidCategory);
     EXPECT_EQ(hxlog::LogGetCatID("before.x"), before + 1); // no slot was used
     EXPECT_EQ(hxlog::LogGetCatID("Before"), before);
 
     EXPECT_EQ(LogTwice(before, nullptr), 0);
-    EXPECT_EQ(hxlog::LogTrace(invalidCategory, hxlog::LogLevel_Error, "x"), 0);
+    EXPECT_EQ(hxlog::LogTrace(kInvalidCategory, hxlog::LogLevel_Error, "x"), 0);
     EXPECT_EQ(hxlog::LogTrace(499, hxlog::LogLevel_Error, "x"), 0);
     EXPECT_EQ(hxlog::LogTrace(500, hxlog::LogLevel_Error, "x"), 0);
     EXPECT_TRUE(m_log.Lines().empty());
@@ -72,7 +73,7 @@ TEST_F(LogTest, TableTakesFiveHundredCategories) {
     for (unsigned long i = 0; i < 500; ++i) {
         ASSERT_EQ(hxlog::LogGetCatID(("category" + std::to_string(i)).c_str()), i);
     }
-    EXPECT_EQ(hxlog::LogGetCatID("one too many"), invalidCategory);
+    EXPECT_EQ(hxlog::LogGetCatID("one too many"), kInvalidCategory);
     EXPECT_EQ(hxlog::LogGetCatID("CATEGORY499"), 499u);
     EXPECT_NE(hxlog::LogTrace(499, hxlog::LogLevel_Error, "last"), 0);
     EXPECT_TRUE(m_log.Contains("category499", 300, "last"));
@@ -84,7 +85,7 @@ TEST_P(LogNamePoolTest, NameMustEndStrictlyBelowTheEndOfThePool) {
     const auto [length, fits] = GetParam();
     const unsigned long first = hxlog::LogGetCatID("0123456789"); // 11 bytes
     const unsigned long category = hxlog::LogGetCatID(std::string(length, 'n').c_str());
-    EXPECT_EQ(category, fits ? first + 1 : invalidCategory);
+    EXPECT_EQ(category, fits ? first + 1 : kInvalidCategory);
     EXPECT_EQ(hxlog::LogGetCatID("0123456789"), first);
 }
 
@@ -94,7 +95,7 @@ INSTANTIATE_TEST_SUITE_P(Lengths, LogNamePoolTest,
 TEST_F(LogTest, IdentifiersSurviveAPause) {
     const unsigned long category = hxlog::LogGetCatID("test.pause");
     hxlog::LogEnable(false);
-    EXPECT_EQ(hxlog::LogGetCatID("test.pause"), invalidCategory);
+    EXPECT_EQ(hxlog::LogGetCatID("test.pause"), kInvalidCategory);
     EXPECT_EQ(hxlog::LogTrace(category, hxlog::LogLevel_Error, "silent"), 0);
     hxlog::LogEnable(true);
     EXPECT_NE(LogTwice(category, "%s %d", "heard", 5), 0); // with one argument list

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // What the library takes from and leaves in the system around it: its name, and the cache folder.
 
 #include "ZelmoBase/core/GenICamCache.h"

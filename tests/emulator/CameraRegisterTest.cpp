@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <core/Camera.h>
 #include <core/RegisterMap.h>
 
@@ -29,17 +30,17 @@ protected:
 
 TEST_F(CameraRegisterTest, AccessOutsideTheRegistersOrAgainstTheirRightsIsRefused) {
     std::uint8_t bytes[0x400] = {};
-    EXPECT_EQ(m_camera.Read(0x0250, bytes, 4), EAccessResult::NoSuchRegister);            // a gap
-    EXPECT_EQ(m_camera.Read(Reg::formatLocked, bytes, 8), EAccessResult::NoSuchRegister); // runs into a gap
-    EXPECT_EQ(m_camera.Read(Reg::gain, bytes, 9), EAccessResult::NoSuchRegister);         // over the end
-    EXPECT_EQ(m_camera.Read(~0ull, bytes, 2), EAccessResult::NoSuchRegister);             // wraps around
-    EXPECT_EQ(m_camera.Read(Reg::acquisitionStart, bytes, 4), EAccessResult::NotReadable);
-    EXPECT_EQ(m_camera.Write(Reg::vendorName, bytes, 4), EAccessResult::NotWritable);
-    EXPECT_EQ(m_camera.Write(Reg::payloadSize, bytes, 8), EAccessResult::NotWritable);
-    EXPECT_EQ(m_camera.Write(Reg::width, bytes, 8), EAccessResult::NoSuchRegister); // two registers in one
-    EXPECT_EQ(m_camera.Write(Reg::width, bytes, 0), EAccessResult::NoSuchRegister);
-    EXPECT_EQ(m_camera.Read(Reg::vendorName, bytes, 0x200), EAccessResult::Ok); // all texts at once
-    EXPECT_STREQ(reinterpret_cast<char*>(bytes + Reg::serialNumber), "0815-0003");
+    EXPECT_EQ(m_camera.Read(0x0250, bytes, 4), EAccessResult::NoSuchRegister);             // a gap
+    EXPECT_EQ(m_camera.Read(Reg::kFormatLocked, bytes, 8), EAccessResult::NoSuchRegister); // runs into a gap
+    EXPECT_EQ(m_camera.Read(Reg::kGain, bytes, 9), EAccessResult::NoSuchRegister);         // over the end
+    EXPECT_EQ(m_camera.Read(~0ull, bytes, 2), EAccessResult::NoSuchRegister);              // wraps around
+    EXPECT_EQ(m_camera.Read(Reg::kAcquisitionStart, bytes, 4), EAccessResult::NotReadable);
+    EXPECT_EQ(m_camera.Write(Reg::kVendorName, bytes, 4), EAccessResult::NotWritable);
+    EXPECT_EQ(m_camera.Write(Reg::kPayloadSize, bytes, 8), EAccessResult::NotWritable);
+    EXPECT_EQ(m_camera.Write(Reg::kWidth, bytes, 8), EAccessResult::NoSuchRegister); // two registers in one
+    EXPECT_EQ(m_camera.Write(Reg::kWidth, bytes, 0), EAccessResult::NoSuchRegister);
+    EXPECT_EQ(m_camera.Read(Reg::kVendorName, bytes, 0x200), EAccessResult::Ok); // all texts at once
+    EXPECT_STREQ(reinterpret_cast<char*>(bytes + Reg::kSerialNumber), "0815-0003");
 }
 
 struct NumberCase {
@@ -55,56 +56,60 @@ TEST_P(NumberRegisterTest, TakesGoodValuesAndKeepsTheOldOneOtherwise) {
     EXPECT_EQ(Read<std::uint32_t>(GetParam().address),
               GetParam().result == EAccessResult::Ok ? GetParam().value : before);
 }
-constexpr auto ok = EAccessResult::Ok, invalid = EAccessResult::InvalidValue;
+constexpr auto kOk = EAccessResult::Ok, kInvalid = EAccessResult::InvalidValue;
 INSTANTIATE_TEST_SUITE_P(
     All, NumberRegisterTest,
-    ::testing::Values(NumberCase{Reg::width, 32, ok}, NumberCase{Reg::width, 28, invalid},
-                      NumberCase{Reg::width, 34, invalid}, NumberCase{Reg::width, 2048, ok},
-                      NumberCase{Reg::width, 2052, invalid}, NumberCase{Reg::height, 1, ok},
-                      NumberCase{Reg::height, 0, invalid}, NumberCase{Reg::height, 2049, invalid},
-                      NumberCase{Reg::offsetX, 1024, ok}, NumberCase{Reg::offsetX, 1026, invalid},
-                      NumberCase{Reg::offsetX, 3, invalid}, NumberCase{Reg::offsetY, 0xFFFFFFFE, invalid},
-                      NumberCase{Reg::pixelFormat, 0x010C0047, ok}, NumberCase{Reg::pixelFormat, 0x01080002, invalid},
-                      NumberCase{Reg::testImage, 11, ok}, NumberCase{Reg::testImage, 12, invalid},
-                      NumberCase{Reg::acquisitionMode, 3, invalid}, NumberCase{Reg::acquisitionFrameCount, 0, invalid},
-                      NumberCase{Reg::acquisitionFrameCount, 65536, invalid},
-                      NumberCase{Reg::imageFileMode, 2, invalid}, NumberCase{Reg::forceFailedBufferCount, 0, invalid},
-                      NumberCase{Reg::forceFailedBufferCount, 65536, invalid}));
+    ::testing::Values(
+        NumberCase{Reg::kWidth, 32, kOk}, NumberCase{Reg::kWidth, 28, kInvalid}, NumberCase{Reg::kWidth, 34, kInvalid},
+        NumberCase{Reg::kWidth, 2048, kOk}, NumberCase{Reg::kWidth, 2052, kInvalid}, NumberCase{Reg::kHeight, 1, kOk},
+        NumberCase{Reg::kHeight, 0, kInvalid}, NumberCase{Reg::kHeight, 2049, kInvalid},
+        NumberCase{Reg::kOffsetX, 1024, kOk}, NumberCase{Reg::kOffsetX, 1026, kInvalid},
+        NumberCase{Reg::kOffsetX, 3, kInvalid}, NumberCase{Reg::kOffsetY, 0xFFFFFFFE, kInvalid},
+        NumberCase{Reg::kPixelFormat, 0x010C0047, kOk}, NumberCase{Reg::kPixelFormat, 0x01080002, kInvalid},
+        NumberCase{Reg::kTestImage, 11, kOk}, NumberCase{Reg::kTestImage, 12, kInvalid},
+        NumberCase{Reg::kAcquisitionMode, 3, kInvalid}, NumberCase{Reg::kAcquisitionFrameCount, 0, kInvalid},
+        NumberCase{Reg::kAcquisitionFrameCount, 65536, kInvalid}, NumberCase{Reg::kImageFileMode, 2, kInvalid},
+        NumberCase{Reg::kForceFailedBufferCount, 0, kInvalid},
+        NumberCase{Reg::kForceFailedBufferCount, 65536, kInvalid}));
 
 TEST_F(CameraRegisterTest, LargeNumbersOutsideTheirLimitsAreRefused) {
-    for (const std::uint32_t address : {Reg::frameRate, Reg::exposureTime, Reg::gain})
-        for (const double bad : {-1.0, 1e9, std::nan(""), HUGE_VAL})
+    for (const std::uint32_t address : {Reg::kFrameRate, Reg::kExposureTime, Reg::kGain}) {
+        for (const double bad : {-1.0, 1e9, std::nan(""), HUGE_VAL}) {
             EXPECT_EQ(Write(address, bad), EAccessResult::InvalidValue) << address << " " << bad;
-    for (const std::uint64_t bad : {999ul, 10'000'000'001ul})
-        EXPECT_EQ(Write(Reg::linkLimit, bad), EAccessResult::InvalidValue) << bad;
-    EXPECT_EQ(Write(Reg::gain, 24.0), EAccessResult::Ok);
-    EXPECT_EQ(Write(Reg::exposureTime, 1e6), EAccessResult::Ok);
+        }
+    }
+    for (const std::uint64_t bad : {999ul, 10'000'000'001ul}) {
+        EXPECT_EQ(Write(Reg::kLinkLimit, bad), EAccessResult::InvalidValue) << bad;
+    }
+    EXPECT_EQ(Write(Reg::kGain, 24.0), EAccessResult::Ok);
+    EXPECT_EQ(Write(Reg::kExposureTime, 1e6), EAccessResult::Ok);
 }
 
 TEST_F(CameraRegisterTest, WindowStaysOnTheSensor) {
-    EXPECT_EQ(Write<std::uint32_t>(Reg::offsetX, 1000), EAccessResult::Ok);
-    EXPECT_EQ(Write<std::uint32_t>(Reg::width, 1052), EAccessResult::InvalidValue);
-    EXPECT_EQ(Write<std::uint32_t>(Reg::width, 1048), EAccessResult::Ok);
-    EXPECT_EQ(Write<std::uint32_t>(Reg::offsetX, 1002), EAccessResult::InvalidValue);
+    EXPECT_EQ(Write<std::uint32_t>(Reg::kOffsetX, 1000), EAccessResult::Ok);
+    EXPECT_EQ(Write<std::uint32_t>(Reg::kWidth, 1052), EAccessResult::InvalidValue);
+    EXPECT_EQ(Write<std::uint32_t>(Reg::kWidth, 1048), EAccessResult::Ok);
+    EXPECT_EQ(Write<std::uint32_t>(Reg::kOffsetX, 1002), EAccessResult::InvalidValue);
 }
 
 TEST_F(CameraRegisterTest, FormatIsLockedWhileStreamingAndExposureIsNot) {
     m_camera.LockFormat();
-    EXPECT_EQ(Read<std::uint32_t>(Reg::formatLocked), 1u);
-    for (const std::uint32_t address : {Reg::width, Reg::height, Reg::offsetX, Reg::offsetY, Reg::pixelFormat,
-                                        Reg::acquisitionMode, Reg::deviceReset})
+    EXPECT_EQ(Read<std::uint32_t>(Reg::kFormatLocked), 1u);
+    for (const std::uint32_t address : {Reg::kWidth, Reg::kHeight, Reg::kOffsetX, Reg::kOffsetY, Reg::kPixelFormat,
+                                        Reg::kAcquisitionMode, Reg::kDeviceReset}) {
         EXPECT_EQ(Write<std::uint32_t>(address, 1), EAccessResult::Locked) << address;
-    EXPECT_EQ(Write(Reg::exposureTime, 500.0), EAccessResult::Ok);
-    EXPECT_EQ(Write(Reg::testImage, ETestImage::White), EAccessResult::Ok);
+    }
+    EXPECT_EQ(Write(Reg::kExposureTime, 500.0), EAccessResult::Ok);
+    EXPECT_EQ(Write(Reg::kTestImage, ETestImage::White), EAccessResult::Ok);
     m_camera.UnlockFormat();
-    EXPECT_EQ(Write<std::uint32_t>(Reg::width, 64), EAccessResult::Ok);
+    EXPECT_EQ(Write<std::uint32_t>(Reg::kWidth, 64), EAccessResult::Ok);
 }
 
 TEST_F(CameraRegisterTest, TextThatFillsItsRegisterHasNoEnd) {
-    const std::vector<char> full(Reg::textLength, 'x');
-    ASSERT_EQ(m_camera.Write(Reg::userId, full.data(), full.size()), EAccessResult::Ok);
-    EXPECT_EQ(m_camera.Text(Reg::userId), std::string(full.begin(), full.end()));
-    EXPECT_EQ(m_camera.Write(Reg::userId + 1, full.data(), full.size()), EAccessResult::NoSuchRegister);
+    const std::vector<char> full(Reg::kTextLength, 'x');
+    ASSERT_EQ(m_camera.Write(Reg::kUserId, full.data(), full.size()), EAccessResult::Ok);
+    EXPECT_EQ(m_camera.Text(Reg::kUserId), std::string(full.begin(), full.end()));
+    EXPECT_EQ(m_camera.Write(Reg::kUserId + 1, full.data(), full.size()), EAccessResult::NoSuchRegister);
 }
 
 } // namespace

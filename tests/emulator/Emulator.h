@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <core/FrameRecord.h>
@@ -23,7 +24,7 @@
 /// What tests of the emulator plug-in share: the plug-in is reached as an application reaches it, through the factory.
 namespace Emulator {
 
-inline constexpr const char* deviceClass = "HarlixCamEmu";
+inline constexpr const char* kDeviceClass = "HarlixCamEmu";
 
 /// The library, started with that many cameras and, if given, a device filter.
 class Library {
@@ -40,18 +41,21 @@ public:
     Zelmo::DeviceInfoList Devices(const Zelmo::DeviceInfoList& filter = {}) const {
         Zelmo::DeviceInfoList list, emulated;
         Zelmo::CTlFactory::GetInstance().EnumerateDevices(list, filter);
-        for (const auto& info : list)
-            if (info.GetDeviceClass() == deviceClass)
+        for (const auto& info : list) {
+            if (info.GetDeviceClass() == kDeviceClass) {
                 emulated.push_back(info);
+            }
+        }
         return emulated;
     }
 };
 
 inline Zelmo::CDeviceInfo Pattern(const char* serialNumber = nullptr) {
     Zelmo::CDeviceInfo info;
-    info.SetDeviceClass(deviceClass);
-    if (serialNumber)
+    info.SetDeviceClass(kDeviceClass);
+    if (serialNumber) {
         info.SetSerialNumber(serialNumber);
+    }
     return info;
 }
 
@@ -81,8 +85,9 @@ public:
     template <class Pointer>
     Pointer Get(const char* name) {
         Pointer pointer = m_device->GetNodeMap()->GetNode(name);
-        if (!pointer.IsValid())
+        if (!pointer.IsValid()) {
             throw std::runtime_error(std::string("no feature ") + name);
+        }
         return pointer;
     }
     GenApi::CIntegerPtr Int(const char* name) { return Get<GenApi::CIntegerPtr>(name); }
@@ -134,8 +139,9 @@ public:
     std::vector<std::uint8_t>& Memory(std::size_t index) { return m_memory[index]; }
     void Queue(std::size_t index) { m_grabber.QueueBuffer(m_handles[index], Context(index)); }
     void QueueAll() {
-        for (std::size_t i = 0; i < m_handles.size(); ++i)
+        for (std::size_t i = 0; i < m_handles.size(); ++i) {
             Queue(i);
+        }
     }
     void Requeue(const Zelmo::GrabResult& result) { m_grabber.QueueBuffer(result.handle, result.context); }
 
@@ -148,19 +154,22 @@ public:
     }
     std::vector<Zelmo::GrabResult> TakeAll() {
         std::vector<Zelmo::GrabResult> results;
-        for (Zelmo::GrabResult result; m_grabber.RetrieveResult(result);)
+        for (Zelmo::GrabResult result; m_grabber.RetrieveResult(result);) {
             results.push_back(result);
+        }
         return results;
     }
     /// What the record in the image says; nothing when the image is not whole.
     static std::optional<CamEmu::CFrameRecord> Record(const Zelmo::GrabResult& result) {
         CamEmu::CFrameRecord record;
-        if (result.status != Zelmo::GrabStatus_Grabbed)
+        if (result.status != Zelmo::GrabStatus_Grabbed) {
             return {};
+        }
         const auto size = static_cast<std::size_t>(result.payloadSize);
         if (CamEmu::CheckFrame({static_cast<std::uint8_t*>(result.buffer), size}, record) !=
-            CamEmu::EFrameCheck::Intact)
+            CamEmu::EFrameCheck::Intact) {
             return {};
+        }
         return record;
     }
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "Emulator.h"
 
 #include <zelmo/Device.h>
@@ -18,10 +19,11 @@ void CollectFeatures(GenApi::ICategory& category, std::vector<GenApi::IValue*>& 
     GenApi::FeatureList_t children;
     category.GetFeatures(children);
     for (GenApi::IValue* child : children) {
-        if (auto* const sub = dynamic_cast<GenApi::ICategory*>(child))
+        if (auto* const sub = dynamic_cast<GenApi::ICategory*>(child)) {
             CollectFeatures(*sub, features);
-        else
+        } else {
             features.push_back(child);
+        }
     }
 }
 
@@ -49,8 +51,9 @@ TEST_F(FeatureTest, AlsoTheStreamGrabbersParametersWork) {
     std::vector<GenApi::IValue*> features;
     CollectFeatures(*GenApi::CCategoryPtr(nodeMap->GetNode("Root")), features);
     EXPECT_EQ(features.size(), 14u);
-    for (GenApi::IValue* feature : features)
+    for (GenApi::IValue* feature : features) {
         EXPECT_NO_THROW(feature->ToString()) << feature->GetNode()->GetName().c_str();
+    }
     EXPECT_EQ(GenApi::CIntegerPtr(nodeMap->GetNode("PayloadSize"))->GetValue(), 1024 * 1024);
     m_camera.Set("PixelFormat", "Mono12p");
     EXPECT_EQ(GenApi::CIntegerPtr(nodeMap->GetNode("PayloadSize"))->GetValue(), 1024 * 1024 * 3 / 2);
@@ -132,8 +135,8 @@ TEST_F(FeatureTest, ResetShowsTheDefaultsAtOnce) {
     EXPECT_EQ(m_camera.Int("PayloadSize")->GetValue(), 1024 * 1024);
 }
 
-constexpr const char* lockedFeatures[] = {"Width",       "Height",          "OffsetX",    "OffsetY",
-                                          "PixelFormat", "AcquisitionMode", "DeviceReset"};
+constexpr const char* kLockedFeatures[] = {"Width",       "Height",          "OffsetX",    "OffsetY",
+                                           "PixelFormat", "AcquisitionMode", "DeviceReset"};
 
 TEST_F(FeatureTest, FormatIsLockedWhileAGrabIsPreparedAndFreeAfterwards) {
     int changes = 0;
@@ -143,8 +146,9 @@ TEST_F(FeatureTest, FormatIsLockedWhileAGrabIsPreparedAndFreeAfterwards) {
         Session session(m_camera, 1);
         session->StartStreaming();
         EXPECT_GT(changes, 0) << "whoever shows the feature learns of it";
-        for (const char* name : lockedFeatures)
+        for (const char* name : kLockedFeatures) {
             EXPECT_FALSE(m_camera.IsWritable(name)) << name;
+        }
         EXPECT_THROW(m_camera.Int("Width")->SetValue(64), GenICam::AccessException);
         EXPECT_THROW(m_camera.Int("WidthReg")->SetValue(64), GenICam::AccessException) << "the camera refuses it too";
         EXPECT_EQ(m_camera.Int("Width")->GetValue(), 1024);
@@ -152,8 +156,9 @@ TEST_F(FeatureTest, FormatIsLockedWhileAGrabIsPreparedAndFreeAfterwards) {
         EXPECT_NO_THROW(m_camera.Set("TestImageSelector", "ColorBar"));
         session->StopStreaming();
         session->FinishGrab();
-        for (const char* name : lockedFeatures)
+        for (const char* name : kLockedFeatures) {
             EXPECT_TRUE(m_camera.IsWritable(name)) << name;
+        }
     }
     EXPECT_NO_THROW(m_camera.Set("Width", "64"));
     GenApi::Deregister(handle);

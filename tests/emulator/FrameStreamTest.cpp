@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <core/AcquisitionClock.h>
 #include <core/FrameStream.h>
 
@@ -20,20 +21,23 @@ namespace {
 TEST(AcquisitionClockTest, DoesNotDriftOverMillionsOfFramesNorMillennia) {
     CAcquisitionClock clock;
     clock.Start(1000, 3.0); // a period of 333333333.3… ns
-    for (int i = 0; i < 3'000'000; ++i)
+    for (int i = 0; i < 3'000'000; ++i) {
         clock.Advance();
+    }
     EXPECT_EQ(clock.DueNs(), 1000 + 1'000'000'000'000'000);
     clock.Start(0, 1000.0 / 12'582'912); // the largest image over the slowest link
-    for (int i = 0; i < 10'000; ++i)
+    for (int i = 0; i < 10'000; ++i) {
         clock.Advance();
+    }
     EXPECT_NEAR(static_cast<double>(clock.DueNs()), 1e4 * 12582912e6, 1e3);
 }
 
 TEST(AcquisitionClockTest, ANewRateCountsFromTheLastFrame) {
     CAcquisitionClock clock;
     clock.Start(0, 10);
-    for (int i = 0; i < 5; ++i)
+    for (int i = 0; i < 5; ++i) {
         clock.Advance(); // the last one at 400 ms
+    }
     clock.SetRate(100);
     EXPECT_EQ(clock.DueNs(), 410'000'000);
     clock.SetRate(100);
@@ -56,8 +60,9 @@ public:
     void OnFrame(const CFrame& frame) noexcept override {
         const std::lock_guard lock(m_lock);
         m_frames.push_back(frame);
-        if (m_requeue && frame.status == EFrameStatus::Complete)
+        if (m_requeue && frame.status == EFrameStatus::Complete) {
             m_stream.Queue(frame.buffer);
+        }
         m_arrived.notify_all();
     }
     bool WaitFor(std::size_t frames) {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "PngBytes.h"
 
 #include <core/ImageReplay.h>
@@ -73,27 +74,32 @@ TEST_F(ImageFileTest, WhatCannotBeShownIsNamedWithTheCause) {
         EXPECT_THAT(Failure(m_path), testing::HasSubstr(At("bad.png") + "' cannot be read: "));
         EXPECT_THAT(Failure(m_path), testing::HasSubstr(cause));
     }
-    for (int i = 0; i < 85; ++i)
+    for (int i = 0; i < 85; ++i) {
         Write(At(std::to_string(i) + ".png"), "");
+    }
     EXPECT_THAT(Failure(m_path, rgb8), testing::HasSubstr("86 images of 12582912 bytes"));
 }
 
 TEST_F(ImageFileTest, ImagesComeInTheOrderOfTheirNamesAgainAndAgain) {
     const CImageFormat format{64, 64, 0, 0, &mono8};
-    for (const auto& [name, value] : {std::pair{"b.png", 2}, {"c.png", 3}, {"a.PNG", 1}})
+    for (const auto& [name, value] : {std::pair{"b.png", 2}, {"c.png", 3}, {"a.PNG", 1}}) {
         Write(At(name), Grey(value));
-    for (const char* other : {".a.png", "note.txt", "png"})
+    }
+    for (const char* other : {".a.png", "note.txt", "png"}) {
         Write(At(other), "no image");
+    }
     const CImageReplayPtr replay = CImageReplay::Load(m_path, format, nullptr);
-    for (std::uint64_t i = 0; i < 7; ++i)
+    for (std::uint64_t i = 0; i < 7; ++i) {
         EXPECT_THAT(replay->Image(i), testing::Each(i % 3 + 1)) << i;
+    }
     EXPECT_EQ(CImageReplay::Load(m_path, format, replay), replay) << "nothing changed: not read again";
     EXPECT_NE(CImageReplay::Load(m_path, {64, 63, 0, 0, &mono8}, replay), replay);
     EXPECT_THAT(CImageReplay::Load(At("c.png"), format, nullptr)->Image(5), testing::Each(3)) << "a single file";
     Write(At("a.PNG"), Png(3, 2, 8, 0, "\0\1\2\3\0\4\5\6"s)); // is repeated over the sensor
     const CImageReplayPtr changed = CImageReplay::Load(m_path, {64, 64, 4, 2, &mono8}, replay);
-    for (unsigned i = 0; i < 64 * 64; ++i)
+    for (unsigned i = 0; i < 64 * 64; ++i) {
         ASSERT_EQ(changed->Image(0)[i], (i / 64 + 2) % 2 * 3 + (i % 64 + 4) % 3 + 1) << i;
+    }
 }
 
 } // namespace

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <core/ImageFormat.h>
@@ -18,16 +19,19 @@ public:
         const std::size_t bit = y * m_format.BytesPerLine() * 8 +
                                 (std::size_t{x} * m_format.pixels->SamplesPerPixel() + channel) * perSample;
         unsigned value = 0;
-        for (unsigned i = 0; i < perSample; ++i)
+        for (unsigned i = 0; i < perSample; ++i) {
             value |= (m_bytes[(bit + i) / 8] >> ((bit + i) % 8) & 1u) << i;
+        }
         return value;
     }
 
     double Mean() const {
         double sum = 0;
-        for (unsigned y = 0; y < m_format.height; ++y)
-            for (unsigned x = 0; x < m_format.width; ++x)
+        for (unsigned y = 0; y < m_format.height; ++y) {
+            for (unsigned x = 0; x < m_format.width; ++x) {
                 sum += At(x, y);
+            }
+        }
         return sum / m_format.width / m_format.height;
     }
 

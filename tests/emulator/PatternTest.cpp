@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "ImageProbe.h"
 #include "PngBytes.h"
 #include "ScarceMemory.h"
@@ -28,17 +29,19 @@ namespace {
 
 #include <DocumentedCheck.h> // the function IsIntact of docs/emulator.md
 
-constexpr CSensorResponse noiseFree{1.0, 0.0}, partlyClipped{2.0, 0.0};
+constexpr CSensorResponse kNoiseFree{1.0, 0.0}, kPartlyClipped{2.0, 0.0};
 
 const CPixelFormat& FormatNamed(const std::string& name) {
-    for (const CPixelFormat& format : PixelFormats())
-        if (name == format.name)
+    for (const CPixelFormat& format : PixelFormats()) {
+        if (name == format.name) {
             return format;
+        }
+    }
     throw std::runtime_error("no pixel format " + name);
 }
 
 std::vector<std::uint8_t> Draw(const CImageFormat& format, ETestImage image, std::uint64_t blockId = 0,
-                               const CSensorResponse& response = noiseFree) {
+                               const CSensorResponse& response = kNoiseFree) {
     CPatternGenerator generator(7);
     generator.Configure(format);
     std::vector<std::uint8_t> bytes(format.PayloadSize());
@@ -46,7 +49,7 @@ std::vector<std::uint8_t> Draw(const CImageFormat& format, ETestImage image, std
     return bytes;
 }
 
-constexpr unsigned imageCount = static_cast<unsigned>(ETestImage::Count_);
+constexpr unsigned kImageCount = static_cast<unsigned>(ETestImage::Count_);
 
 // Every image in one pixel format.
 class PixelFormatTest : public ::testing::TestWithParam<CPixelFormat> {
@@ -55,16 +58,17 @@ protected:
 };
 
 TEST_P(PixelFormatTest, ImagesFillExactlyThePayload) {
-    for (const auto& [width, height] : {std::pair{minWidth, 1u}, {52u, 2u}, {52u, 3u}, {300u, 21u}}) {
+    for (const auto& [width, height] : {std::pair{kMinWidth, 1u}, {52u, 2u}, {52u, 3u}, {300u, 21u}}) {
         const CImageFormat format = Format(width, height);
         CPatternGenerator generator(0);
         generator.Configure(format);
-        for (unsigned image = 0; image < imageCount; ++image) {
+        for (unsigned image = 0; image < kImageCount; ++image) {
             SCOPED_TRACE(testing::Message() << "image " << image << ", " << width << "x" << height);
             std::vector<std::uint8_t> zeros(format.PayloadSize() + 64, 0x00), ones(format.PayloadSize() + 64, 0xFF);
-            for (auto* bytes : {&zeros, &ones})
-                generator.Render(static_cast<ETestImage>(image), 3, noiseFree,
+            for (auto* bytes : {&zeros, &ones}) {
+                generator.Render(static_cast<ETestImage>(image), 3, kNoiseFree,
                                  std::span(*bytes).first(format.PayloadSize()));
+            }
             const auto end = static_cast<std::ptrdiff_t>(format.PayloadSize());
             EXPECT_TRUE(std::equal(zeros.begin(), zeros.begin() + end, ones.begin())) << "a byte was left out";
             EXPECT_EQ(std::count(zeros.begin() + end, zeros.end(), 0x00), 64);
@@ -77,11 +81,11 @@ TEST_P(PixelFormatTest, ImagesDoNotDependOnWhatWasDrawnBefore) {
     CPatternGenerator used(7);
     used.Configure({64, 64, 0, 0, &PixelFormats()[0]});
     std::vector<std::uint8_t> other(64 * 64);
-    used.Render(ETestImage::FrameCounter, 1, noiseFree, other);
+    used.Render(ETestImage::FrameCounter, 1, kNoiseFree, other);
     const CImageFormat format = Format(52, 21);
     used.Configure(format);
     std::vector<std::uint8_t> bytes(format.PayloadSize());
-    for (unsigned image = 0; image < imageCount; ++image) {
+    for (unsigned image = 0; image < kImageCount; ++image) {
         used.Render(static_cast<ETestImage>(image), 300, {0.5, 1}, bytes);
         EXPECT_EQ(bytes, Draw(format, static_cast<ETestImage>(image), 300, {0.5, 1})) << "image " << image;
     }
@@ -95,11 +99,13 @@ TEST_P(PixelFormatTest, AllMemoryIsMadeBeforeDrawingAndItsLackIsOutlived) {
         CPatternGenerator generator(7);
         failed = ScarceMemory::Fails<std::bad_alloc>(count, [&] { generator.Configure(format); });
         EXPECT_TRUE(failed || count > 0);
-        if (failed)
+        if (failed) {
             generator.Configure(format);
+        }
         const std::size_t before = ScarceMemory::Allocations();
-        for (unsigned image = imageCount; image-- > 0;)
+        for (unsigned image = kImageCount; image-- > 0;) {
             generator.Render(static_cast<ETestImage>(image), 3, {0.5, 1}, bytes);
+        }
         EXPECT_EQ(ScarceMemory::Allocations(), before);
         EXPECT_EQ(bytes, Draw(format, ETestImage::Off, 3, {0.5, 1}));
     }
@@ -110,15 +116,18 @@ TEST_P(PixelFormatTest, AllMemoryIsMadeBeforeDrawingAndItsLackIsOutlived) {
 using Rgb = std::array<double, 3>;
 double Expected(const std::string& pixels, const Rgb& at, const Rgb& even, unsigned x, unsigned y, unsigned channel) {
     const auto luma = [](const Rgb& c) { return 0.299 * c[0] + 0.587 * c[1] + 0.114 * c[2]; };
-    if (pixels.starts_with("Mono") || (pixels.starts_with("YCbCr") && channel == 0))
+    if (pixels.starts_with("Mono") || (pixels.starts_with("YCbCr") && channel == 0)) {
         return luma(at);
-    if (pixels.starts_with("YCbCr"))
+    }
+    if (pixels.starts_with("YCbCr")) {
         return std::min(255.0, 128 + (x % 2 == 0 ? (even[2] - luma(even)) / 1.772 : (even[0] - luma(even)) / 1.402));
+    }
     char colour = pixels[channel];
     if (pixels.starts_with("Bayer")) { // names the first two pixels; the next line has the other colour, across
         colour = pixels[5 + (x + y) % 2];
-        if (y % 2 == 1 && colour != 'G')
+        if (y % 2 == 1 && colour != 'G') {
             colour = colour == 'R' ? 'B' : 'R';
+        }
     }
     return at[std::string("RGB").find(colour)];
 }
@@ -128,19 +137,22 @@ TEST_P(PixelFormatTest, ImagesShowWhatTheyShowInRgb8) {
     CImageFormat rgb = format;
     rgb.pixels = &FormatNamed("RGB8");
     const double perByte = ((1u << format.pixels->sampleBits) - 1) / 255.0;
-    for (unsigned image = 0; image < imageCount; ++image) {
-        const auto reference = Draw(rgb, static_cast<ETestImage>(image), 77, partlyClipped),
-                   bytes = Draw(format, static_cast<ETestImage>(image), 77, partlyClipped);
+    for (unsigned image = 0; image < kImageCount; ++image) {
+        const auto reference = Draw(rgb, static_cast<ETestImage>(image), 77, kPartlyClipped),
+                   bytes = Draw(format, static_cast<ETestImage>(image), 77, kPartlyClipped);
         const ImageProbe probe(format, bytes), seen(rgb, reference);
         const auto colour = [&](unsigned x, unsigned y) {
             return Rgb{double(seen.At(x, y, 0)), double(seen.At(x, y, 1)), double(seen.At(x, y, 2))};
         };
-        for (unsigned y = 1; y < format.height; ++y) // the first line may hold a record
-            for (unsigned x = 0; x < format.width; ++x)
-                for (unsigned c = 0; c < format.pixels->SamplesPerPixel(); ++c)
+        for (unsigned y = 1; y < format.height; ++y) { // the first line may hold a record
+            for (unsigned x = 0; x < format.width; ++x) {
+                for (unsigned c = 0; c < format.pixels->SamplesPerPixel(); ++c) {
                     ASSERT_NEAR(probe.At(x, y, c) / perByte,
                                 Expected(format.pixels->name, colour(x, y), colour(x & ~1u, y), x, y, c), 1.5)
                         << "image " << image << " at " << x << "," << y << " channel " << c;
+                }
+            }
+        }
     }
 }
 
@@ -170,10 +182,13 @@ TEST_P(MovingImageTest, MovesOnePixelAFrameInEveryFormat) {
         for (const std::uint64_t frame : {0u, 1u, 254u, 255u, 256u}) {
             const auto before = Draw(format, image, frame), after = Draw(format, image, frame + 2);
             const ImageProbe old(format, before), now(format, after);
-            for (unsigned y = 0; y + 2 < format.height; ++y)
-                for (unsigned x = 0; x + 2 < format.width; ++x)
-                    for (unsigned c = 0; c < pixels.SamplesPerPixel(); ++c)
+            for (unsigned y = 0; y + 2 < format.height; ++y) {
+                for (unsigned x = 0; x + 2 < format.width; ++x) {
+                    for (unsigned c = 0; c < pixels.SamplesPerPixel(); ++c) {
                         ASSERT_EQ(now.At(x, y, c), old.At(x + 2 * dx, y + 2 * dy, c)) << pixels.name << x << "," << y;
+                    }
+                }
+            }
             ASSERT_NE(before, after) << pixels.name;
         }
     }
@@ -198,8 +213,9 @@ TEST_P(KnownPixelTest, HasTheValueOfThePattern) {
     const auto& [name, image, x, y, samples] = GetParam();
     const CImageFormat format{512, 300, 0, 0, &FormatNamed(name)};
     const auto bytes = Draw(format, image);
-    for (unsigned c = 0; c < samples.size(); ++c)
+    for (unsigned c = 0; c < samples.size(); ++c) {
         EXPECT_EQ(ImageProbe(format, bytes).At(x, y, c), samples[c]) << "channel " << c;
+    }
 }
 INSTANTIATE_TEST_SUITE_P(
     All, KnownPixelTest,
@@ -229,7 +245,7 @@ TEST_P(SceneResponseTest, MeanFollowsExposureTimeAndGain) {
         const auto bytes = Draw(format, ETestImage::Off, 5, SensorResponse(exposureUs, gainDb));
         return ImageProbe(format, bytes).Mean();
     };
-    const double reference = mean(defaultExposureUs, 0);
+    const double reference = mean(kDefaultExposureUs, 0);
     EXPECT_NEAR(mean(GetParam().exposureUs, GetParam().gainDb) / reference, GetParam().factor,
                 0.02 * GetParam().factor);
 }
@@ -249,10 +265,12 @@ TEST(SceneTest, OffsetsMoveTheWindowOverTheScene) {
         const CImageFormat whole{512, 300, 100, 200, &FormatNamed(name)};
         CImageFormat part{128, 40, 100 + 222, 200 + 254, whole.pixels};
         const auto wholeBytes = Draw(whole, ETestImage::Off), partBytes = Draw(part, ETestImage::Off);
-        for (unsigned y = 0; y < part.height; ++y)
-            for (unsigned x = 0; x < part.width; ++x)
+        for (unsigned y = 0; y < part.height; ++y) {
+            for (unsigned x = 0; x < part.width; ++x) {
                 ASSERT_EQ(ImageProbe(part, partBytes).At(x, y), ImageProbe(whole, wholeBytes).At(x + 222, y + 254))
                     << name << " " << x << "," << y;
+            }
+        }
     }
 }
 
@@ -263,12 +281,13 @@ TEST(SceneTest, NoiseIsSmallDiffersFromFrameToFrameAndCanBeRepeated) {
     EXPECT_NE(first, second);
     EXPECT_EQ(first, Draw(format, ETestImage::Off, 1, {1, 1}));
     double squares = 0;
-    for (unsigned y = 0; y < format.height; ++y)
+    for (unsigned y = 0; y < format.height; ++y) {
         for (unsigned x = 0; x < format.width; ++x) {
             const double noise = static_cast<double>(ImageProbe(format, first).At(x, y)) -
                                  static_cast<double>(ImageProbe(format, still).At(x, y));
             squares += noise * noise;
         }
+    }
     EXPECT_NEAR(std::sqrt(squares / (128 * 128)), 150, 15);
 }
 
@@ -290,8 +309,8 @@ TEST(FrameCounterTest, RecordTellsCameraBlockAndSize) {
 }
 
 TEST(FrameCounterTest, SmallestImageIsAllRecord) {
-    const auto image = Draw({minWidth, minHeight, 0, 0, &FormatNamed("Mono8")}, ETestImage::FrameCounter, 5);
-    ASSERT_EQ(image.size(), CFrameRecord::sizeBytes);
+    const auto image = Draw({kMinWidth, kMinHeight, 0, 0, &FormatNamed("Mono8")}, ETestImage::FrameCounter, 5);
+    ASSERT_EQ(image.size(), CFrameRecord::kSizeBytes);
     CFrameRecord record;
     EXPECT_EQ(CheckFrame(image, record), EFrameCheck::Intact);
     EXPECT_EQ(record.blockId, 5u);
@@ -301,7 +320,7 @@ TEST(FrameCounterTest, AnyChangedByteAndAnImageMadeOfTwoAreFound) {
     const CImageFormat format{64, 48, 0, 0, &FormatNamed("Mono8")};
     const auto good = Draw(format, ETestImage::FrameCounter, 41), after = Draw(format, ETestImage::FrameCounter, 42);
     CFrameRecord record;
-    for (std::size_t i = CFrameRecord::sizeBytes; i < good.size(); i += 37) {
+    for (std::size_t i = CFrameRecord::kSizeBytes; i < good.size(); i += 37) {
         auto bad = good, torn = good;
         bad[i] ^= 0x10;
         std::copy(after.begin() + static_cast<std::ptrdiff_t>(i), after.end(),
@@ -334,9 +353,11 @@ TEST(FrameCounterTest, DigitsAreWhiteOnBlackAcrossTheMiddleAndTellNumbersApart) 
         EXPECT_EQ(std::count(image.begin() + 32, image.begin() + 256 * 20, 255), 0);
         bands.emplace_back(image.begin() + 256 * 28, image.begin() + 256 * 100);
     }
-    for (std::size_t a = 0; a < bands.size(); ++a)
-        for (std::size_t b = 0; b < a; ++b)
+    for (std::size_t a = 0; a < bands.size(); ++a) {
+        for (std::size_t b = 0; b < a; ++b) {
             EXPECT_NE(bands[a], bands[b]) << a << " looks like " << b;
+        }
+    }
 }
 
 } // namespace

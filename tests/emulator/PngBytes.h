@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <zlib.h>
@@ -34,8 +35,9 @@ inline std::string Png(std::uint32_t width, std::uint32_t height, char depth, ch
 /// A grey image of 64 x 64 pixels, all of one value.
 inline std::string Grey(int value) {
     std::string lines;
-    for (int y = 0; y < 64; ++y)
+    for (int y = 0; y < 64; ++y) {
         lines += '\0' + std::string(64, static_cast<char>(value));
+    }
     return Png(64, 64, 8, 0, lines);
 }
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "Emulator.h"
 
 #include <fakes/Failure.h>
@@ -13,8 +14,9 @@ using namespace Emulator;
 namespace {
 
 void Await(const std::function<bool()>& isTrue) { // as long as the test may take
-    while (!isTrue())
+    while (!isTrue()) {
         std::this_thread::yield();
+    }
 }
 
 /// Who is told of removals, and does something of its own then.
@@ -130,8 +132,9 @@ TEST_F(RemovalTest, DeregisteringAndClosingWaitForTheCallback) {
         std::atomic<bool> isRunning = false;
         Witness slow([&](auto) {
             isRunning = true;
-            for (int i = 0; i < 1000; ++i)
+            for (int i = 0; i < 1000; ++i) {
                 std::this_thread::yield();
+            }
         });
         const auto handle = slow.Watch(Device());
         Pull();
@@ -174,16 +177,18 @@ TEST(RemovalStressTest, AllIsAccountedForWhateverIsOpenedReadStreamedAndPulledAt
             camera.Execute("SimulateRemoval");
         });
         int frames = 0;
-        for (; witness.calls == 0; session->GetWaitObject().Wait(1))
+        for (; witness.calls == 0; session->GetWaitObject().Wait(1)) {
             for (const auto& result : session.TakeAll()) {
                 session.Requeue(result);
                 ++frames;
             }
+        }
         reader.join();
         session->StopStreaming();
         session->FlushBuffers();
-        for (const auto& result : session.TakeAll())
+        for (const auto& result : session.TakeAll()) {
             frames += result.status == Zelmo::GrabStatus_Grabbed;
+        }
         EXPECT_EQ(session.Parameter("StreamStartedFrameCount"), frames);
         EXPECT_EQ(session.Parameter("StreamDeliveredFrameCount"), frames);
         camera.Device().Close();
@@ -199,15 +204,17 @@ TEST(RemovalStressTest, AllIsAccountedForWhateverIsOpenedReadStreamedAndPulledAt
     };
     std::vector<std::jthread> threads;
     const std::function<void()> steps[] = {streamUntilRemoved, streamUntilRemoved, watch, [&] { library.Devices(); }};
-    for (const auto& step : steps)
+    for (const auto& step : steps) {
         threads.emplace_back([&sessions, &step] {
-            while (sessions < 60)
+            while (sessions < 60) {
                 try {
                     step();
                 } catch (const GenICam::GenericException&) { // somebody else has the camera, or it is gone
                     std::this_thread::yield();
                 }
+            }
         });
+    }
     threads.clear(); // joins them
     EXPECT_NO_THROW(Camera()) << "nobody was left behind";
 }

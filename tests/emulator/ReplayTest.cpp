@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "Emulator.h"
 #include "PngBytes.h"
 
@@ -14,8 +15,9 @@ namespace {
 class ReplayTest : public ::testing::Test {
 protected:
     ReplayTest() {
-        for (const auto& [name, value] : {std::pair{"a.png", 10}, {"b.png", 20}, {"c.png", 30}})
+        for (const auto& [name, value] : {std::pair{"a.png", 10}, {"b.png", 20}, {"c.png", 30}}) {
             PngBytes::Write(At(name), PngBytes::Grey(value));
+        }
         m_camera.CountFrames();
         m_camera.Set("TestImageSelector", "Off");
         m_camera.Set("ImageFilename", m_folder.Path().string());
@@ -33,8 +35,9 @@ TEST_F(ReplayTest, FilesAreShownInPlaceOfTheSceneWithTheBlockIdAsNumber) {
     session->StartStreaming();
     m_camera.Execute("AcquisitionStart");
     for (unsigned i = 0; i < 8; ++i) {
-        if (i == 7)
+        if (i == 7) {
             m_camera.Set("TestImageSelector", "White");
+        }
         session.Queue(0);
         session.Take();
         EXPECT_EQ(session.Memory(0)[0], i < 7 ? i % 3 * 10 + 10 : 255) << "a test image hides them";

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "ScarceMemory.h"
 
 #include <cstdlib>
@@ -5,9 +6,9 @@
 
 namespace {
 
-constexpr std::size_t never = ~std::size_t{0};
+constexpr std::size_t kNever = ~std::size_t{0};
 thread_local std::size_t allocations = 0;
-thread_local std::size_t failing = never;
+thread_local std::size_t failing = kNever;
 
 } // namespace
 
@@ -22,16 +23,18 @@ void FailAfter(std::size_t count) {
 }
 
 void Relax() {
-    failing = never;
+    failing = kNever;
 }
 
 } // namespace ScarceMemory
 
 void* operator new(std::size_t size) {
-    if (allocations++ == failing)
+    if (allocations++ == failing) {
         throw std::bad_alloc();
-    if (void* const memory = std::malloc(size ? size : 1))
+    }
+    if (void* const memory = std::malloc(size ? size : 1)) {
         return memory;
+    }
     throw std::bad_alloc();
 }
 

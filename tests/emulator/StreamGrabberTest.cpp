@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "Emulator.h"
 #include "ScarceMemory.h"
 
@@ -95,10 +96,12 @@ TEST_F(StreamGrabberTest, LimitedRateLosesFramesForWantOfABufferAndCountsThem) {
     session->StartStreaming();
     session.QueueAll();
     m_camera.Execute("AcquisitionStart");
-    for (std::uint64_t i = 0; i < 3; ++i)
+    for (std::uint64_t i = 0; i < 3; ++i) {
         ASSERT_EQ(session.Take().blockId, i);
-    while (session.Parameter("StreamLostFrameCount") < 10)
+    }
+    while (session.Parameter("StreamLostFrameCount") < 10) {
         std::this_thread::yield();
+    }
     session.Queue(0);
     EXPECT_GE(session.Take().blockId, 13u);
     End(session);
@@ -110,18 +113,21 @@ TEST_F(StreamGrabberTest, LimitedRateLosesFramesForWantOfABufferAndCountsThem) {
 TEST_F(StreamGrabberTest, SomeFramesEndByThemselves) {
     for (const auto& [mode, frames] : {std::pair{"SingleFrame", 1}, std::pair{"MultiFrame", 3}}) {
         m_camera.Set("AcquisitionMode", mode);
-        if (frames == 3)
+        if (frames == 3) {
             m_camera.Set("AcquisitionFrameCount", "3");
+        }
         Session session(m_camera, 6);
         m_camera.Execute("AcquisitionStart"); // before streaming does as well
         session->StartStreaming();
         session.QueueAll();
-        for (int i = 0; i < frames; ++i)
+        for (int i = 0; i < frames; ++i) {
             EXPECT_TRUE(Session::Record(session.Take()));
+        }
         EXPECT_EQ(m_camera.Text("AcquisitionStatus"), "0");
         m_camera.Execute("AcquisitionStart");
-        for (int i = 0; i < frames; ++i)
+        for (int i = 0; i < frames; ++i) {
             EXPECT_TRUE(Session::Record(session.Take()));
+        }
         EXPECT_EQ(session.Parameter("StreamDeliveredFrameCount"), 2 * frames) << "who has an image finds it counted";
         EXPECT_EQ(session.Parameter("StreamStartedFrameCount"), 2 * frames);
         const auto rest = End(session);
@@ -190,8 +196,9 @@ TEST_F(StreamGrabberTest, DownwardCallsAreHarmlessWhateverWasDone) {
         grabber.FlushBuffers();
         EXPECT_FALSE(grabber.RetrieveResult(result));
         EXPECT_NO_THROW(grabber.FinishGrab());
-        if (open == 0)
+        if (open == 0) {
             grabber.Open();
+        }
     }
     grabber.Close();
     grabber.Close();
@@ -231,16 +238,18 @@ TEST_F(StreamGrabberTest, StatisticsTellWhereBuffersAndImagesAreAndStayOverTheEn
     session.QueueAll();
     EXPECT_EQ(session.Parameter("StreamInputBufferCount"), 5);
     m_camera.Execute("AcquisitionStart");
-    while (session.Parameter("StreamOutputBufferCount") < 3)
+    while (session.Parameter("StreamOutputBufferCount") < 3) {
         std::this_thread::yield();
+    }
     session.Take();
     session->FlushBuffers(); // nothing was begun in what it cancels
     const auto expectFrames = [&] {
         for (const auto& [name, count] :
              {std::pair{"StreamStartedFrameCount", 3}, std::pair{"StreamDeliveredFrameCount", 3},
               std::pair{"Statistic_Total_Buffer_Count", 3}, std::pair{"StreamLostFrameCount", 0},
-              std::pair{"Statistic_Buffer_Underrun_Count", 0}, std::pair{"StreamIncompleteFrameCount", 0}})
+              std::pair{"Statistic_Buffer_Underrun_Count", 0}, std::pair{"StreamIncompleteFrameCount", 0}}) {
             EXPECT_EQ(session.Parameter(name), count) << name;
+        }
     };
     expectFrames();
     EXPECT_EQ(session.Parameter("StreamInputBufferCount"), 0);
@@ -257,7 +266,7 @@ TEST_F(StreamGrabberTest, StatisticsTellWhereBuffersAndImagesAreAndStayOverTheEn
 
 TEST_F(StreamGrabberTest, LackOfMemoryIsToldAsAnyFailureAndCanBeOutlived) {
     auto& factory = Zelmo::CTlFactory::GetInstance();
-    Zelmo::ITransportLayer* const tl = factory.CreateTl(deviceClass);
+    Zelmo::ITransportLayer* const tl = factory.CreateTl(kDeviceClass);
     Zelmo::DeviceInfoList list;
     Zelmo::CDeviceInfo pattern = Pattern("0815-0001");
     Zelmo::IZelmoDevice* device = nullptr;
@@ -275,8 +284,9 @@ TEST_F(StreamGrabberTest, LackOfMemoryIsToldAsAnyFailureAndCanBeOutlived) {
     for (const auto& [name, operation] : operations) {
         SCOPED_TRACE(name);
         std::size_t count = 0;
-        while (ScarceMemory::Fails<GenICam::BadAllocException>(count, operation))
+        while (ScarceMemory::Fails<GenICam::BadAllocException>(count, operation)) {
             ++count;
+        }
         EXPECT_GT(count, 0u);
     }
     EXPECT_EQ(list.size(), 3u);
@@ -297,8 +307,9 @@ TEST_F(StreamGrabberTest, BuffersComeAndGoWhileStreaming) {
         ASSERT_TRUE(Session::Record(result));
         const bool freeFirst = i % 2 == 0; // deregistering does not need the memory
         void* const address = memory->data();
-        if (freeFirst)
+        if (freeFirst) {
             memory.reset();
+        }
         EXPECT_EQ(session->DeregisterBuffer(result.handle), address);
     }
 }
@@ -310,8 +321,9 @@ TEST_F(StreamGrabberTest, CloseCleansUpAllThatWasLeftAndTheNextSessionWorks) {
         session.QueueAll();
         m_camera.Execute("AcquisitionStart");
         EXPECT_TRUE(Session::Record(session.Take()));
-        if (round % 2)
+        if (round % 2) {
             m_camera.Execute("AcquisitionStop");
+        }
     } // closes
     EXPECT_FALSE(m_camera.Grabber().GetWaitObject().Wait(0));
     EXPECT_TRUE(m_camera.IsWritable("Width"));
@@ -339,7 +351,7 @@ TEST_F(StreamGrabberTest, OneGrabberTakesTheImagesOfACamera) {
 TEST_F(StreamGrabberTest, CamerasStreamAtTheSameTimeEachItsOwnImages) {
     m_camera.Device().Close();
     std::vector<std::thread> threads;
-    for (const std::uint32_t number : {0u, 1u, 2u})
+    for (const std::uint32_t number : {0u, 1u, 2u}) {
         threads.emplace_back([number] {
             Camera camera(("0815-000" + std::to_string(number)).c_str());
             camera.CountFrames(64, 16 << number);
@@ -356,8 +368,10 @@ TEST_F(StreamGrabberTest, CamerasStreamAtTheSameTimeEachItsOwnImages) {
                 session.Requeue(result);
             }
         });
-    for (std::thread& thread : threads)
+    }
+    for (std::thread& thread : threads) {
         thread.join();
+    }
 }
 
 TEST_F(StreamGrabberTest, NothingIsLostTwiceGivenOrLeftWhateverHappensAtTheSameTime) {

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The main function of tests of what the library looks for beside itself. It copies libzelmo.so and libgenicam.so to
 // <folder>/lib, with a folder of this process's own, and runs the tests in a child process that loads the copies; there
 // ZELMO_TEST_FOLDER names the folder.

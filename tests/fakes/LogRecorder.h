@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <Log/CLog.h>
@@ -50,8 +51,9 @@ public:
         m_logger.setPriority(m_oldPriority);
         m_logger.removeAppender(m_sink);
         m_logger.setAdditivity(m_oldAdditivity);
-        for (const auto& appender : m_oldAppenders)
+        for (const auto& appender : m_oldAppenders) {
             m_logger.addAppender(appender);
+        }
         GenICam::CLog::ShutDown();
     }
 

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # install-test.sh <step> <build folder> <work folder>; the steps are those of CMakeLists.txt. From the environment:
 # CMAKE, CXX, CXXFLAGS, LIBDIR and DEVICES, the number of emulated devices that the installed library must find.
 set -euo pipefail

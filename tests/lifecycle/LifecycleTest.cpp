@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Start and stop of the library, met through its public face. Each case is a process of its own; the library runs from
 // a copy in <folder>/lib, so that what it finds beside itself is the case's own.
 
@@ -31,22 +33,22 @@ using Fakes::LogLine;
 using testing::ElementsAre;
 namespace fs = std::filesystem;
 
-constexpr unsigned long invalidCategory = ~0ul;
-const LogLine terminatedLine{"zelmo.base", 500, "Terminated Zelmo for Linux."};
+constexpr unsigned long kInvalidCategory = ~0ul;
+const LogLine kTerminatedLine{"zelmo.base", 500, "Terminated Zelmo for Linux."};
 
 bool IsBackEndUp() {
     return GenICam::CLog::GetRootLogger().isPriorityEnabled(GenICam::LogPriority_Emerg);
 }
 
 bool IsFrontEndUp() {
-    return hxlog::LogGetCatID("test") != invalidCategory;
+    return hxlog::LogGetCatID("test") != kInvalidCategory;
 }
 
 std::string FactoryFailure() {
     return Fakes::FailureOf([] { CTlFactory::GetInstance(); });
 }
 
-const char noFactory[] = "TLFactory not instanciated, you must call ZelmoInitialize()";
+const char kNoFactory[] = "TLFactory not instanciated, you must call ZelmoInitialize()";
 
 class LifecycleTest : public testing::Test {
 protected:
@@ -68,7 +70,7 @@ TEST_F(LifecycleTest, FirstStartAndLastStopAct) {
         ZelmoTerminate(); // without a start
         EXPECT_TRUE(log.Lines().empty());
     }
-    EXPECT_EQ(FactoryFailure(), noFactory);
+    EXPECT_EQ(FactoryFailure(), kNoFactory);
     ZelmoInitialize();
     CTlFactory* factory = &CTlFactory::GetInstance();
     ZelmoInitialize();
@@ -76,7 +78,7 @@ TEST_F(LifecycleTest, FirstStartAndLastStopAct) {
     EXPECT_EQ(&CTlFactory::GetInstance(), factory);
     EXPECT_TRUE(IsFrontEndUp());
     ZelmoTerminate(false);
-    EXPECT_EQ(FactoryFailure(), noFactory);
+    EXPECT_EQ(FactoryFailure(), kNoFactory);
     EXPECT_TRUE(IsFrontEndUp());
     EXPECT_TRUE(IsBackEndUp());
 
@@ -111,8 +113,8 @@ TEST_F(LifecycleTest, StartAndStopAnnounceThemselvesOnceThoughTheirStepsCallBack
                                                       ".+, Linux .+, .+\\."));
     log.Clear();
     ZelmoTerminate(false);
-    EXPECT_THAT(log.Lines(), ElementsAre(terminatedLine));
-    EXPECT_EQ(FactoryFailure(), noFactory);
+    EXPECT_THAT(log.Lines(), ElementsAre(kTerminatedLine));
+    EXPECT_EQ(FactoryFailure(), kNoFactory);
     EXPECT_EQ(starter->calls, 2);
     GenICam::CLog::GetRootLogger().removeAppender(starter);
     log.Clear();
@@ -134,7 +136,7 @@ TEST_F(LifecycleTest, ThreadsThatStartAtOnceAllFindTheLibraryComplete) {
         });
     }
     threads.clear();
-    EXPECT_EQ(FactoryFailure(), noFactory);
+    EXPECT_EQ(FactoryFailure(), kNoFactory);
 }
 
 struct FlagCase {
@@ -196,17 +198,17 @@ TEST_F(LifecycleTest, FailedStartIsLoggedAndNotRetriedBeforeTheStop) {
     ASSERT_FALSE(log.Lines().empty());
     EXPECT_EQ(log.Lines().back(), critical);
     EXPECT_TRUE(log.Contains("zelmo.base", 300, "Cannot read settings file " + SettingsFile().string()));
-    EXPECT_EQ(FactoryFailure(), noFactory);
+    EXPECT_EQ(FactoryFailure(), kNoFactory);
 
     fs::remove(SettingsFile());
     log.Clear();
     ZelmoInitialize();
-    EXPECT_EQ(FactoryFailure(), noFactory);
+    EXPECT_EQ(FactoryFailure(), kNoFactory);
     EXPECT_TRUE(log.Lines().empty());
 
     ZelmoTerminate();
     ZelmoTerminate(false);
-    EXPECT_THAT(log.Lines(), ElementsAre(terminatedLine));
+    EXPECT_THAT(log.Lines(), ElementsAre(kTerminatedLine));
     ZelmoInitialize();
     EXPECT_EQ(FactoryFailure(), "nothing raised");
     ZelmoTerminate();

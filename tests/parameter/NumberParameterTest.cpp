@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "genicam/genapi/MapFixture.h"
 #include <zelmo/FloatParameter.h>
 #include <zelmo/IntegerParameter.h>
 
@@ -7,17 +9,15 @@
 #include <cmath>
 #include <map>
 
-#include "genicam/genapi/MapFixture.h"
-
 namespace {
 
 using namespace Zelmo;
 using tests::Node;
 
-constexpr auto Up = IntegerValueCorrection_Up;
-constexpr auto Down = IntegerValueCorrection_Down;
-constexpr auto Nearest = IntegerValueCorrection_Nearest;
-constexpr auto Clip = FloatValueCorrection_ClipToRange;
+constexpr auto kUp = IntegerValueCorrection_Up;
+constexpr auto kDown = IntegerValueCorrection_Down;
+constexpr auto kNearest = IntegerValueCorrection_Nearest;
+constexpr auto kClip = FloatValueCorrection_ClipToRange;
 
 /// A map with the node "N" of that kind and range, at its minimum.
 template <class T>
@@ -57,16 +57,17 @@ TEST_P(IntegerCorrectionTest, GivesAValueOnTheGridThatStartsAtTheMinimum) {
 
 INSTANTIATE_TEST_SUITE_P(
     Tables, IntegerCorrectionTest,
-    testing::Values(Case{0, 100, 10, 34, Nearest, "30"}, Case{0, 100, 10, 35, Nearest, "40"},
-                    Case{0, 100, 10, 36, Nearest, "40"}, Case{0, 100, 10, 31, Up, "40"},
-                    Case{0, 100, 10, 39, Down, "30"}, Case{0, 100, 10, 40, Up, "40"},
+    testing::Values(Case{0, 100, 10, 34, kNearest, "30"}, Case{0, 100, 10, 35, kNearest, "40"},
+                    Case{0, 100, 10, 36, kNearest, "40"}, Case{0, 100, 10, 31, kUp, "40"},
+                    Case{0, 100, 10, 39, kDown, "30"}, Case{0, 100, 10, 40, kUp, "40"},
                     Case{0, 100, 10, 41, IntegerValueCorrection_None, "refused 41"},
-                    Case{0, 100, 10, 41, EIntegerValueCorrection(9), "40"}, Case{0, 100, 1, 37, Up, "37"},
-                    Case{3, 100, 4, 10, Down, "7"}, Case{3, 100, 4, 1, Down, "3"}, Case{-10, 10, 4, -3, Nearest, "-2"},
-                    Case{0, 95, 10, 120, Down, "refused 95"}, Case{0, 95, 10, 93, Up, "refused 100"},
-                    Case{INT64_MIN, INT64_MAX, 1, 5, Up, "5"}, Case{INT64_MIN, INT64_MAX, INT64_MAX, 0, Nearest, "-1"},
-                    Case{INT64_MIN, INT64_MAX, 1000, INT64_MAX, Down, "9223372036854775192"},
-                    Case{INT64_MIN, INT64_MAX, 1000, INT64_MAX, Up, "refused 9223372036854775807"}));
+                    Case{0, 100, 10, 41, EIntegerValueCorrection(9), "40"}, Case{0, 100, 1, 37, kUp, "37"},
+                    Case{3, 100, 4, 10, kDown, "7"}, Case{3, 100, 4, 1, kDown, "3"},
+                    Case{-10, 10, 4, -3, kNearest, "-2"}, Case{0, 95, 10, 120, kDown, "refused 95"},
+                    Case{0, 95, 10, 93, kUp, "refused 100"}, Case{INT64_MIN, INT64_MAX, 1, 5, kUp, "5"},
+                    Case{INT64_MIN, INT64_MAX, INT64_MAX, 0, kNearest, "-1"},
+                    Case{INT64_MIN, INT64_MAX, 1000, INT64_MAX, kDown, "9223372036854775192"},
+                    Case{INT64_MIN, INT64_MAX, 1000, INT64_MAX, kUp, "refused 9223372036854775807"}));
 
 template <class T>
 struct Percent {
@@ -93,12 +94,14 @@ TEST(PercentTest, SetsAndReadsAPlaceInTheRange) {
           Whole{-101, 0, 1, -51, 50, 5000 / 101.0}, Whole{0, 100, 10, 40, 34.6, 40}, // 35, and then nearest
           Whole{0, 98, 7, 98, 100, 100}, Whole{0, 98, 7, 0, -5, 0}, Whole{7, 7, 1, 7, 50, 100},
           Whole{INT64_MIN, INT64_MAX, 1, 0, 50, 50}, Whole{0, INT64_MAX, 1, 3 * (INT64_C(1) << 61), 75, 75},
-          Whole{INT64_MAX - 9, INT64_MAX, 9, INT64_MAX, 50, 100}}) // as doubles all of it is 2^63
+          Whole{INT64_MAX - 9, INT64_MAX, 9, INT64_MAX, 50, 100}}) { // as doubles all of it is 2^63
         ExpectPercent<CIntegerParameter>("Integer", c);
+    }
     for (const Real& c : {Real{0, 10, 3, 2.5, 25, 25}, Real{-4, 4, 1, -4, 0, 0}, Real{-4, 4, 1, 4, INFINITY, 100},
                           Real{2, 2, 1, 2, 50, 100}, Real{0.1, 0.3, 1, 0.2, 50, 50},
-                          Real{-DBL_MAX, DBL_MAX, 1, 0, 50, 50}, Real{-DBL_MAX, DBL_MAX, 1, DBL_MAX / 2, 75, 75}})
+                          Real{-DBL_MAX, DBL_MAX, 1, 0, 50, 50}, Real{-DBL_MAX, DBL_MAX, 1, DBL_MAX / 2, 75, 75}}) {
         ExpectPercent<CFloatParameter>("Float", c);
+    }
 }
 
 TEST(FloatCorrectionTest, ClipsToTheRangeAndNeverToAnIncrement) {
@@ -106,10 +109,10 @@ TEST(FloatCorrectionTest, ClipsToTheRangeAndNeverToAnIncrement) {
     CFloatParameter n(*map, "N");
     for (const auto& [value, clipped] :
          std::vector<std::pair<double, double>>{{-7, -1}, {0.3, 0.3}, {7, 2}, {NAN, 2}}) {
-        n.SetValue(value, Clip);
+        n.SetValue(value, kClip);
         EXPECT_EQ(*n, clipped);
         n = 0;
-        EXPECT_TRUE(n.TrySetValue(value, Clip) && *n == clipped) << value;
+        EXPECT_TRUE(n.TrySetValue(value, kClip) && *n == clipped) << value;
     }
     for (const auto correction : {FloatValueCorrection_None, EFloatValueCorrection(1)}) {
         EXPECT_TRUE(n.TrySetValue(0.3, correction) && *n == 0.3);
@@ -139,8 +142,9 @@ protected:
     static std::string Tries(Parameter p, Correction correction) {
         std::string answers = p.GetValueOrDefault(7) == 7 ? "default " : "value ";
         for (const bool answer : {p.TrySetValue(1, Correction()), p.TrySetValue(1), p.TrySetValue(1, correction),
-                                  p.TrySetToMaximum(), p.TrySetToMinimum(), p.TrySetValuePercentOfRange(50)})
+                                  p.TrySetToMaximum(), p.TrySetToMinimum(), p.TrySetValuePercentOfRange(50)}) {
             answers += answer ? '1' : '0';
+        }
         return answers;
     }
     template <class Parameter, class Interface>
@@ -163,9 +167,9 @@ TEST_F(NumberParameterTest, TryAnswersFalseWhereTheNodeLacksAccess) {
     const std::map<std::string, std::string> cases = {
         {"RW", "value 111111"}, {"RO", "value 000000"}, {"WO", "default 010000"}, {"Unknown", "default 000000"}};
     for (const auto& [mode, answers] : cases) {
-        const std::string integer = Tries(CIntegerParameter(*Map, ("I" + mode).c_str()), Up);
+        const std::string integer = Tries(CIntegerParameter(*Map, ("I" + mode).c_str()), kUp);
         EXPECT_EQ(integer, mode == "WO" ? "default 110000" : answers) << mode; // needs no limits to correct nothing
-        EXPECT_EQ(Tries(CFloatParameter(*Map, ("F" + mode).c_str()), Clip), answers) << mode;
+        EXPECT_EQ(Tries(CFloatParameter(*Map, ("F" + mode).c_str()), kClip), answers) << mode;
     }
 }
 

@@ -1,13 +1,13 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "fakes/Failure.h"
+#include "fakes/VirtualSlots.h"
+#include "genicam/genapi/MapFixture.h"
 #include <zelmo/FloatParameter.h>
 #include <zelmo/IntegerParameter.h>
 
 #include <gmock/gmock.h>
 
 #include <cmath>
-
-#include "fakes/Failure.h"
-#include "fakes/VirtualSlots.h"
-#include "genicam/genapi/MapFixture.h"
 
 namespace {
 
@@ -33,8 +33,9 @@ TEST_F(ParameterTest, AttachesToTheNodeItselfHoweverItIsGiven) {
     CParameter untyped(&named);
     for (const CIntegerParameter& made :
          {CIntegerParameter(named), CIntegerParameter(Map.get(), "Width"), CIntegerParameter(Map->GetNode("Width")),
-          CIntegerParameter(&Int("Width")), CIntegerParameter(&named)})
+          CIntegerParameter(&Int("Width")), CIntegerParameter(&named)}) {
         EXPECT_TRUE(made.IsValid() && made.Equals(&Int("Width")) && made.Equals(untyped) && made.Equals(named));
+    }
     EXPECT_TRUE(named.Attach(*Map, "Register") && named.Equals(Map->GetNode("Register")));
     EXPECT_FALSE(named.Equals(untyped) || named.Equals(Map->GetNode("Width")) || named.Equals(&named));
     EXPECT_TRUE(named.Attach(&untyped) && *named == 64 && named.Attach(&named)) << "also to itself";
@@ -114,8 +115,9 @@ template <class Object, class Call, class... Rest>
 void ExpectNoNode(const std::string& className, Object& object, const char* name, Call call, Rest... rest) {
     EXPECT_EQ(FailureOf<GenICam::AccessException>([&] { std::invoke(call, object); }),
               "Parameter not found in " + className + "::" + name + ". (No node attached.)");
-    if constexpr (sizeof...(rest) > 0)
+    if constexpr (sizeof...(rest) > 0) {
         ExpectNoNode(className, object, rest...);
+    }
 }
 
 template <class N, class Correction>

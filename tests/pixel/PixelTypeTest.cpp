@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <zelmo/PixelType.h>
 #include <zelmo/internal/PixelTypePrivate.h>
 
@@ -13,9 +14,9 @@ using namespace Zelmo;
 
 namespace {
 
-constexpr unsigned int width2G = 0x80000000u;
-constexpr unsigned long bytes8E = 0x8000000000000000ul;
-constexpr int fails = -1;
+constexpr unsigned int kWidth2G = 0x80000000u;
+constexpr unsigned long kBytes8E = 0x8000000000000000ul;
+constexpr int kFails = -1;
 
 struct Format {
     const char* name;
@@ -48,7 +49,7 @@ TEST_P(PixelFormat, HasTheTabulatedCodeDepthSamplesBitsAndPlanes) {
     EXPECT_EQ(BitDepth(pixelType), static_cast<std::uint32_t>(GetParam().depth));
     EXPECT_EQ(BitPerPixel(pixelType), static_cast<std::uint32_t>(GetParam().code >> 16 & 0xFF));
     EXPECT_EQ(GetPlaneCount(pixelType), static_cast<std::uint32_t>(GetParam().planes));
-    if (GetParam().samples == fails) {
+    if (GetParam().samples == kFails) {
         EXPECT_EQ(FailureOf([&] { SamplesPerPixel(pixelType); }),
                   "Invalid pixel type. Samples per pixel not defined for pixel type " +
                       std::to_string(static_cast<int>(GetParam().code)) + ".");
@@ -80,10 +81,10 @@ INSTANTIATE_TEST_SUITE_P(
                     FORMAT(BayerRG12, 0x01100011, 12, 1, 1), FORMAT(BayerGB12, 0x01100012, 12, 1, 1),
                     FORMAT(BayerBG12, 0x01100013, 12, 1, 1), FORMAT(BayerGR16, 0x0110002E, 16, 1, 1),
                     FORMAT(BayerRG16, 0x0110002F, 16, 1, 1), FORMAT(BayerGB16, 0x01100030, 16, 1, 1),
-                    FORMAT(BayerBG16, 0x01100031, 16, 1, 1), FORMAT(YUV411Packed, 0x020C001E, 8, fails, 1),
-                    FORMAT(YCbCr420_8_YY_CbCr_Semiplanar, 0x020C0112, 8, fails, 1),
+                    FORMAT(BayerBG16, 0x01100031, 16, 1, 1), FORMAT(YUV411Packed, 0x020C001E, 8, kFails, 1),
+                    FORMAT(YCbCr420_8_YY_CbCr_Semiplanar, 0x020C0112, 8, kFails, 1),
                     FORMAT(YUV422Packed, 0x0210001F, 8, 2, 1), FORMAT(YUV422_YUYV_Packed, 0x02100032, 8, 2, 1),
-                    FORMAT(YCbCr422_8_YY_CbCr_Semiplanar, 0x02100113, 8, fails, 1),
+                    FORMAT(YCbCr422_8_YY_CbCr_Semiplanar, 0x02100113, 8, kFails, 1),
                     FORMAT(RGB8Packed, 0x02180014, 8, 3, 1), FORMAT(BGR8Packed, 0x02180015, 8, 3, 1),
                     FORMAT(YUV444Packed, 0x02180020, 8, 3, 1), FORMAT(RGB8Planar, 0x02180021, 8, 3, 3),
                     FORMAT(RGBA8Packed, 0x02200016, 8, 4, 1), FORMAT(BGRA8Packed, 0x02200017, 8, 4, 1),
@@ -94,8 +95,8 @@ INSTANTIATE_TEST_SUITE_P(
                     FORMAT(RGB12Planar, 0x02300023, 12, 3, 3), FORMAT(RGB16Planar, 0x02300024, 16, 3, 3),
                     FORMAT(RGB16Packed, 0x02300033, 16, 3, 1), FORMAT(Mono1Packed, 0x8101000C, 1, 1, 1),
                     FORMAT(Mono2Packed, 0x8102000D, 2, 1, 1), FORMAT(Mono4Packed, 0x8104000E, 4, 1, 1),
-                    FORMAT(Double, 0x81400100, 64, 1, 1), FORMAT(YUV420Planar, 0x820C0040, 8, fails, 3),
-                    FORMAT(YUV422Planar, 0x82100042, 8, fails, 3), FORMAT(YUV444Planar, 0x82180044, 8, 3, 3)),
+                    FORMAT(Double, 0x81400100, 64, 1, 1), FORMAT(YUV420Planar, 0x820C0040, 8, kFails, 3),
+                    FORMAT(YUV422Planar, 0x82100042, 8, kFails, 3), FORMAT(YUV444Planar, 0x82180044, 8, 3, 3)),
     [](const auto& param) { return std::string(param.param.name); });
 
 TEST(PixelType, UndefinedIsMinusOne) {
@@ -146,15 +147,15 @@ INSTANTIATE_TEST_SUITE_P(
                     Stride{PixelType_RGB8Packed, 640, 0, 1920}, Stride{PixelType_RGB12V1Packed, 1, 0, 0},
                     Stride{PixelType_RGB12V1Packed, 2, 0, 9}, Stride{PixelType_YUV444Planar, 7, 2, 9},
                     Stride{PixelType_Double, 0x7fffffff, 0, 0x3fffffff8}, Stride{PixelType_Undefined, 8, 0, 0},
-                    Stride{PixelType_Undefined, width2G, bytes8E, 0}, Stride{PixelType_YUV420Planar, 8, 0, 0},
-                    Stride{PixelType_YUV422Planar, width2G, 0, 0},
-                    Stride{PixelType_YCbCr420_8_YY_CbCr_Semiplanar, 8, bytes8E, 0},
+                    Stride{PixelType_Undefined, kWidth2G, kBytes8E, 0}, Stride{PixelType_YUV420Planar, 8, 0, 0},
+                    Stride{PixelType_YUV422Planar, kWidth2G, 0, 0},
+                    Stride{PixelType_YCbCr420_8_YY_CbCr_Semiplanar, 8, kBytes8E, 0},
                     Stride{PixelType_YCbCr422_8_YY_CbCr_Semiplanar, 8, 0, 0}));
 
 TEST(Stride, NegativePaddingIsReportedBeforeNegativeWidth) {
     unsigned long stride = 1;
-    EXPECT_EQ(FailureOf([&] { ComputeStride(stride, PixelType_Mono8, width2G, bytes8E); }), Negative("paddingX"));
-    EXPECT_EQ(FailureOf([&] { ComputeStride(stride, PixelType_Mono8, width2G, 0); }), Negative("width"));
+    EXPECT_EQ(FailureOf([&] { ComputeStride(stride, PixelType_Mono8, kWidth2G, kBytes8E); }), Negative("paddingX"));
+    EXPECT_EQ(FailureOf([&] { ComputeStride(stride, PixelType_Mono8, kWidth2G, 0); }), Negative("width"));
     EXPECT_EQ(stride, 1u);
 }
 
@@ -162,14 +163,14 @@ TEST(PaddingX, IsWhatTheStrideHasLeft) {
     EXPECT_EQ(ComputePaddingX(640, PixelType_RGB8Planar, 640), 0u);
     EXPECT_EQ(ComputePaddingX(5, PixelType_Mono12p, 3), 0u);
     EXPECT_EQ(ComputePaddingX(8, PixelType_Mono12p, 3), 3u);
-    EXPECT_EQ(ComputePaddingX(bytes8E - 1, PixelType_Mono8, 1), bytes8E - 2);
+    EXPECT_EQ(ComputePaddingX(kBytes8E - 1, PixelType_Mono8, 1), kBytes8E - 2);
 }
 
 TEST(PaddingX, RefusesShortNegativeAndUnevenStrides) {
     EXPECT_EQ(FailureOf([] { ComputePaddingX(4, PixelType_Mono12p, 3); }),
               "Cannot compute paddingX. The given stride value 4 is too small. The minimum valid stride value is 5");
-    EXPECT_EQ(FailureOf([] { ComputePaddingX(bytes8E, PixelType_Undefined, 3); }), Negative("strideBytes"));
-    EXPECT_EQ(FailureOf([] { ComputePaddingX(4, PixelType_Undefined, width2G); }), Negative("width"));
+    EXPECT_EQ(FailureOf([] { ComputePaddingX(kBytes8E, PixelType_Undefined, 3); }), Negative("strideBytes"));
+    EXPECT_EQ(FailureOf([] { ComputePaddingX(4, PixelType_Undefined, kWidth2G); }), Negative("width"));
     EXPECT_EQ(FailureOf([] { ComputePaddingX(99, PixelType_YCbCr422_8_YY_CbCr_Semiplanar, 3); }),
               "Cannot compute stride. The image planes are of different sizes.");
 }
@@ -198,15 +199,16 @@ INSTANTIATE_TEST_SUITE_P(
                     Size{PixelType_YCbCr422_8_YY_CbCr_Semiplanar, 6, 5, 0, 60},
                     Size{PixelType_YCbCr420_8_YY_CbCr_Semiplanar, 6, 5, 0, 60},
                     // No check of the width where planes differ in size; all products wrap at 64 bits.
-                    Size{PixelType_YUV422Planar, width2G, 1, 0, 0x100000000},
+                    Size{PixelType_YUV422Planar, kWidth2G, 1, 0, 0x100000000},
                     Size{PixelType_Double, 0x7fffffff, 0x7fffffff, 0, 0x1ffffff800000008}));
 
 TEST(BufferSize, RefusesNegativeHeightThenPaddingThenWidth) {
-    EXPECT_EQ(FailureOf([] { ComputeBufferSize(PixelType_YUV420Planar, width2G, width2G, bytes8E); }),
+    EXPECT_EQ(FailureOf([] { ComputeBufferSize(PixelType_YUV420Planar, kWidth2G, kWidth2G, kBytes8E); }),
               Negative("height"));
-    EXPECT_EQ(FailureOf([] { ComputeBufferSize(PixelType_YUV420Planar, width2G, 1, bytes8E); }), Negative("paddingX"));
-    EXPECT_EQ(FailureOf([] { ComputeBufferSize(PixelType_Mono8, width2G, 1, 0); }), Negative("width"));
-    EXPECT_EQ(FailureOf([] { ComputeBufferSize(PixelType_Undefined, width2G, 1, 0); }), Negative("width"));
+    EXPECT_EQ(FailureOf([] { ComputeBufferSize(PixelType_YUV420Planar, kWidth2G, 1, kBytes8E); }),
+              Negative("paddingX"));
+    EXPECT_EQ(FailureOf([] { ComputeBufferSize(PixelType_Mono8, kWidth2G, 1, 0); }), Negative("width"));
+    EXPECT_EQ(FailureOf([] { ComputeBufferSize(PixelType_Undefined, kWidth2G, 1, 0); }), Negative("width"));
 }
 
 TEST(PixelTypeFailure, NamesTheSourceFileRelativeToTheRoot) {

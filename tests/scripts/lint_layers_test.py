@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Each rule of scripts/lint-layers.py on a small tree: usage lint_layers_test.py <lint-layers.py>"""
 
 import subprocess

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include "fakes/Failure.h"
@@ -22,7 +23,7 @@ long MillisecondsOf(Step&& step) {
 }
 
 /// A wait that only ends by its timeout when something is wrong.
-inline constexpr unsigned int GenerousMs = 60000;
+inline constexpr unsigned int kGenerousMs = 60000;
 
 /// Runs a call on a thread of its own, and tells when it blocks.
 class BlockingCall {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <zelmo/WaitObject.h>
 
 #include "ZelmoBase/sync/Deadline.h"
@@ -23,7 +24,7 @@ using namespace Zelmo;
 using Fakes::LogLine;
 using testing::ElementsAre;
 
-const std::string openFilesHint =
+const std::string kOpenFilesHint =
     ". Reached open files limit: To change the limit permanently on a ubuntu system, edit /etc/security/limits.conf";
 
 TEST(WaitObjectTest, StateStaysUntilItIsChanged) {
@@ -144,32 +145,32 @@ TEST_P(DescriptorExhaustionTest, IsToldWithAHintAndLeavesNothingBehind) {
     {
         Fakes::DescriptorLimit limit(GetParam().freeDescriptors);
         EXPECT_EQ(FailureOf([&] { GetParam().step(target, source); }),
-                  GetParam().message + std::string(": Too many open files") + openFilesHint);
+                  GetParam().message + std::string(": Too many open files") + kOpenFilesHint);
     }
     EXPECT_EQ(Fakes::OpenDescriptors(), before);
     EXPECT_EQ(target.GetFd(), fd);
     EXPECT_TRUE(target.Wait(0));
-    EXPECT_THAT(log.Lines(), ElementsAre(LogLine{"zelmo.base.waitobject", 300, openFilesHint}));
+    EXPECT_THAT(log.Lines(), ElementsAre(LogLine{"zelmo.base.waitobject", 300, kOpenFilesHint}));
 }
 
-const char createFailed[] = "Failed to create wait object";
-const char duplicateFailed[] = "WaitObject duplicate failed (0)";
+const char kCreateFailed[] = "Failed to create wait object";
+const char kDuplicateFailed[] = "WaitObject duplicate failed (0)";
 
 INSTANTIATE_TEST_SUITE_P(
     Steps, DescriptorExhaustionTest,
-    testing::Values(ExhaustionCase{1, [](auto&, auto&) { WaitObjectEx::Create(); }, createFailed},
-                    ExhaustionCase{0, [](auto&, auto& source) { WaitObjectEx wrapped(source.GetFd()); }, createFailed},
-                    ExhaustionCase{0, [](auto&, auto& source) { WaitObject{source}; }, duplicateFailed},
-                    ExhaustionCase{1, [](auto&, auto& source) { WaitObject{source}; }, duplicateFailed},
-                    ExhaustionCase{1, [](auto&, auto& source) { WaitObject copy(source, true); }, duplicateFailed},
-                    ExhaustionCase{1, [](auto& target, auto& source) { target = source; }, duplicateFailed}));
+    testing::Values(ExhaustionCase{1, [](auto&, auto&) { WaitObjectEx::Create(); }, kCreateFailed},
+                    ExhaustionCase{0, [](auto&, auto& source) { WaitObjectEx wrapped(source.GetFd()); }, kCreateFailed},
+                    ExhaustionCase{0, [](auto&, auto& source) { WaitObject{source}; }, kDuplicateFailed},
+                    ExhaustionCase{1, [](auto&, auto& source) { WaitObject{source}; }, kDuplicateFailed},
+                    ExhaustionCase{1, [](auto&, auto& source) { WaitObject copy(source, true); }, kDuplicateFailed},
+                    ExhaustionCase{1, [](auto& target, auto& source) { target = source; }, kDuplicateFailed}));
 
 TEST(WaitTest, InterruptionsEndAlertableWaitsAndDoNotShortenOthers) {
     WaitObjectEx object = WaitObjectEx::Create();
     EXPECT_GE(MillisecondsOf([&] { EXPECT_FALSE(object.Wait(30)); }), 29); // the clock counts whole milliseconds
     Fakes::Interrupter interrupter;
     EXPECT_GE(MillisecondsOf([&] { EXPECT_EQ(object.WaitEx(100, false), WaitExResult_Timeout); }), 99);
-    EXPECT_EQ(object.WaitEx(GenerousMs, true), WaitExResult_Alerted);
+    EXPECT_EQ(object.WaitEx(kGenerousMs, true), WaitExResult_Alerted);
     EXPECT_EQ(object.WaitEx(WaitTimeoutInfinite, true), WaitExResult_Alerted);
     EXPECT_EQ(object.WaitEx(0, true), WaitExResult_Timeout);
     std::jthread signaler([copy = object]() mutable {
@@ -183,7 +184,7 @@ TEST(WaitTest, OneSignalWakesEveryWaiterWhileOthersResetAndSignal) {
     WaitObjectEx object = WaitObjectEx::Create();
     std::vector<std::jthread> threads;
     for (int i = 0; i < 4; ++i) {
-        threads.emplace_back([&object] { EXPECT_TRUE(object.Wait(GenerousMs)); });
+        threads.emplace_back([&object] { EXPECT_TRUE(object.Wait(kGenerousMs)); });
     }
     for (int i = 0; i < 2; ++i) {
         threads.emplace_back([copy = object]() mutable {

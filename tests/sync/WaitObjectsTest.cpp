@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <zelmo/WaitObjects.h>
 
 #include "Support.h"
@@ -56,7 +57,7 @@ TEST_F(WaitObjectsTest, AllNeedsEachMemberInTime) {
 TEST_F(WaitObjectsTest, AllCountsWhatWasSeenOnceThoughItIsResetAgain) {
     Fill(2);
     m_objects[0].Signal();
-    BlockingCall wait([&] { EXPECT_TRUE(m_set.WaitForAll(GenerousMs)); });
+    BlockingCall wait([&] { EXPECT_TRUE(m_set.WaitForAll(kGenerousMs)); });
     wait.AwaitBlocked(); // for the second member: the first one has been seen
     m_objects[0].Reset();
     m_objects[1].Signal();
@@ -146,7 +147,7 @@ TEST_F(WaitObjectsTest, InterruptionEndsAlertableWaitsOnly) {
     Fill(2);
     Fakes::Interrupter interrupter;
     EXPECT_EQ(m_set.WaitForAnyEx(WaitTimeoutInfinite, true), WaitExResult_Alerted);
-    EXPECT_EQ(m_set.WaitForAllEx(GenerousMs, true), WaitExResult_Alerted);
+    EXPECT_EQ(m_set.WaitForAllEx(kGenerousMs, true), WaitExResult_Alerted);
     EXPECT_GE(MillisecondsOf([&] { EXPECT_EQ(m_set.WaitForAnyEx(50, false), WaitExResult_Timeout); }), 49);
     std::jthread signaler([copy = m_objects[1]]() mutable {
         WaitObject::Sleep(20);
@@ -162,7 +163,7 @@ TEST_F(WaitObjectsTest, EmptySetSleepsAndEndsWithAnInterruption) {
     Fakes::Interrupter interrupter;
     EXPECT_EQ(m_set.WaitForAnyEx(WaitTimeoutInfinite, true), WaitExResult_Alerted);
     EXPECT_EQ(m_set.WaitForAnyEx(WaitTimeoutInfinite, false), WaitExResult_Signaled);
-    EXPECT_EQ(m_set.WaitForAllEx(GenerousMs, false), WaitExResult_Signaled);
+    EXPECT_EQ(m_set.WaitForAllEx(kGenerousMs, false), WaitExResult_Signaled);
 }
 
 } // namespace

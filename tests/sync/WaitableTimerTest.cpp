@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <zelmo/WaitableTimer.h>
 
 #include "Support.h"
@@ -23,7 +24,7 @@ namespace {
 using namespace Zelmo;
 using testing::MatchesRegex;
 
-constexpr unsigned int cancelInstead = 1; // of setting the timer once more
+constexpr unsigned int kCancelInstead = 1; // of setting the timer once more
 
 // The kernel's numbers of this process's timers.
 std::vector<int> KernelTimers() {
@@ -69,14 +70,14 @@ void SendTimerSignal(void* value) {
 // the thread sanitizer holds signals back, one for a thread, and drops the others, whichever timer they are for
 constexpr unsigned int attempts = 600;
 #else
-constexpr unsigned int attempts = 1;
+constexpr unsigned int kAttempts = 1;
 #endif
 
 // Whether a timer that is set signals, where signals for other timers come at the same time.
 bool Fires(CWaitableTimer& timer) {
-    for (unsigned int attempt = 0; attempt < attempts; ++attempt) {
+    for (unsigned int attempt = 0; attempt < kAttempts; ++attempt) {
         timer.Set(1);
-        if (timer.Wait(GenerousMs / attempts)) {
+        if (timer.Wait(kGenerousMs / kAttempts)) {
             return true;
         }
     }
@@ -111,7 +112,7 @@ TEST_F(WaitableTimerTest, CancelKeepsWhatWasSignaledAndSetClearsIt) {
     EXPECT_FALSE(m_timer->Wait(100));
     for (const unsigned int unarmed : {0u, WaitTimeoutInfinite}) {
         m_timer->Set(1);
-        EXPECT_TRUE(m_timer->Wait(GenerousMs));
+        EXPECT_TRUE(m_timer->Wait(kGenerousMs));
         m_timer->Cancel();
         EXPECT_TRUE(m_timer->Wait(0));
         m_timer->Set(unarmed);
@@ -120,12 +121,12 @@ TEST_F(WaitableTimerTest, CancelKeepsWhatWasSignaledAndSetClearsIt) {
 }
 
 TEST_F(WaitableTimerTest, SignalOnItsWayIsNotTakenForTheNextTime) {
-    for (const unsigned int nextMs : {GenerousMs, 0u, WaitTimeoutInfinite, cancelInstead}) {
+    for (const unsigned int nextMs : {kGenerousMs, 0u, WaitTimeoutInfinite, kCancelInstead}) {
         {
             SignalHeldBack held;
             m_timer->Set(1);
             held.AwaitPending();
-            nextMs == cancelInstead ? m_timer->Cancel() : m_timer->Set(nextMs);
+            nextMs == kCancelInstead ? m_timer->Cancel() : m_timer->Set(nextMs);
         }
         EXPECT_FALSE(m_timer->Wait(0));
         SendTimerSignal(&*m_timer); // for kernels that take the old one back themselves
@@ -142,7 +143,7 @@ TEST_F(WaitableTimerTest, TimeThatEndsWhileTheSignalIsHeldBackIsNotLost) {
         WaitObject::Sleep(20); // the second time ends as well
         EXPECT_FALSE(m_timer->Wait(0));
     }
-    EXPECT_TRUE(m_timer->Wait(GenerousMs));
+    EXPECT_TRUE(m_timer->Wait(kGenerousMs));
 }
 
 TEST_F(WaitableTimerTest, HandlerStaysInstalledAfterTheLastTimer) {
@@ -155,7 +156,7 @@ TEST_F(WaitableTimerTest, HandlerStaysInstalledAfterTheLastTimer) {
     EXPECT_EQ(after.sa_sigaction, with.sa_sigaction);
     const auto sendNull = [] {
         SendTimerSignal(nullptr);
-        WaitObject::Sleep(GenerousMs); // the thread sanitizer hands signals on when a call blocks
+        WaitObject::Sleep(kGenerousMs); // the thread sanitizer hands signals on when a call blocks
     };
     EXPECT_EXIT(sendNull(), testing::KilledBySignal(SIGABRT), "");
 }
@@ -165,14 +166,14 @@ TEST_F(WaitableTimerTest, ReturnsAllItTookAndTellsWhenTheSystemRefuses) {
     const int before = Fakes::OpenDescriptors();
     m_timer.emplace().Create();
     EXPECT_EQ(KernelTimers().size(), 1u);
-    m_timer->Set(GenerousMs);
+    m_timer->Set(kGenerousMs);
     m_timer->Destroy();
     EXPECT_FALSE(m_timer->IsValid());
     EXPECT_TRUE(KernelTimers().empty());
     EXPECT_EQ(Fakes::OpenDescriptors(), before);
     m_timer->Create(); // it can be had again
     m_timer->Set(1);
-    EXPECT_TRUE(m_timer->Wait(GenerousMs));
+    EXPECT_TRUE(m_timer->Wait(kGenerousMs));
     EXPECT_THROW(m_timer->Create(), GenICam::LogicalErrorException);
     const std::vector<int> timers = KernelTimers();
     ASSERT_EQ(timers.size(), 1u);
@@ -204,7 +205,7 @@ TEST(UncreatedTimerTest, CancelDoesNothingSetRaisesAndAFailedCreateCanBeTriedAga
     EXPECT_TRUE(KernelTimers().empty());
     timer.Create();
     timer.Set(1);
-    EXPECT_TRUE(timer.Wait(GenerousMs));
+    EXPECT_TRUE(timer.Wait(kGenerousMs));
 }
 
 // Sets, cancels, destroys and makes anew timers on several threads, while stray signals name all of them.
@@ -223,7 +224,7 @@ protected:
             }
             timer->Set(WaitTimeoutInfinite);
             EXPECT_FALSE(timer->Wait(0)); // nothing left of the time before
-            timer->Set(GenerousMs);
+            timer->Set(kGenerousMs);
             EXPECT_FALSE(timer->Wait(round % 2));
         }
         timer->Set(1 + round % 2); // goes while armed

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "CommandLine.h"
 #include "Errors.h"
 
@@ -43,14 +44,14 @@ void ExpectColumns(const std::string& text, std::size_t columns) {
     }
 }
 
-const char* const verbs[] = {"list", "info", "features", "describe", "get",  "set",   "exec",  "save",
-                             "load", "diff", "xml",      "nodemap",  "grab", "bench", "doctor"};
+const char* const kVerbs[] = {"list", "info", "features", "describe", "get",  "set",   "exec",  "save",
+                              "load", "diff", "xml",      "nodemap",  "grab", "bench", "doctor"};
 
 TEST(CommandLineTest, HelpOfTheToolFitsOneScreenAndNamesEveryVerb) {
     const std::string help = HelpOf({"--help"});
     EXPECT_LE(std::count(help.begin(), help.end(), '\n'), 24);
     ExpectColumns(help, 80);
-    for (const char* verb : verbs) {
+    for (const char* verb : kVerbs) {
         EXPECT_THAT(help, HasSubstr("\n  " + std::string(verb) + " "));
     }
     EXPECT_THAT(help, Not(HasSubstr("generate"))) << "the build's own verb is hidden";
@@ -85,7 +86,7 @@ TEST_P(VerbHelpTest, ShowsUsageAndExamplesThatTheToolAccepts) {
     EXPECT_GE(examples, 2);
 }
 
-INSTANTIATE_TEST_SUITE_P(Verbs, VerbHelpTest, testing::ValuesIn(verbs));
+INSTANTIATE_TEST_SUITE_P(Verbs, VerbHelpTest, testing::ValuesIn(kVerbs));
 
 TEST(CommandLineTest, OptionsOfAllVerbsMayStandBeforeAndBehindTheVerb) {
     for (const std::vector<const char*>& words :
@@ -149,7 +150,7 @@ TEST(CommandLineTest, ManualPageAndCompletionKnowEveryVerbAndOption) {
     const std::string page = line.GetManualPage();
     const std::string completion = line.GetCompletion();
     EXPECT_THAT(page, testing::StartsWith(".TH ZELMO 1\n"));
-    for (const char* verb : verbs) {
+    for (const char* verb : kVerbs) {
         EXPECT_THAT(page, HasSubstr(".SS " + std::string(verb) + "\n"));
         EXPECT_THAT(completion, HasSubstr("    " + std::string(verb) + ")\n"));
     }

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "Demosaic.h"
 
 #include <gtest/gtest.h>
@@ -17,10 +18,10 @@ Samples Line(const Samples& samples, std::size_t width, std::size_t height, std:
 // R  G  R        10 20 30
 // G  B  G        40 50 60
 // R  G  R        70 80 90
-const Samples tile{10, 20, 30, 40, 50, 60, 70, 80, 90};
+const Samples kTile{10, 20, 30, 40, 50, 60, 70, 80, 90};
 
 TEST(DemosaicTest, TakesTheMeanOfTheNearestOfEachColour) {
-    const Samples middle = Line(tile, 3, 3, 1);
+    const Samples middle = Line(kTile, 3, 3, 1);
     EXPECT_EQ(Samples(middle.begin(), middle.begin() + 3),
               (Samples{(10 + 70) / 2, 40, 50})); // green, red above and below
     EXPECT_EQ(Samples(middle.begin() + 3, middle.begin() + 6),
@@ -28,7 +29,7 @@ TEST(DemosaicTest, TakesTheMeanOfTheNearestOfEachColour) {
 }
 
 TEST(DemosaicTest, MirrorsAtTheEdge) {
-    const Samples top = Line(tile, 3, 3, 0);
+    const Samples top = Line(kTile, 3, 3, 0);
     EXPECT_EQ(Samples(top.begin(), top.begin() + 3), (Samples{10, (20 + 20 + 40 + 40) / 4, 50}));
     EXPECT_EQ(Samples(top.begin() + 3, top.begin() + 6), (Samples{(10 + 30) / 2, 20, 50}));
 }

@@ -1,12 +1,12 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "DecodePng.h"
 #include "InProcess.h"
 #include "TemporaryFolder.h"
+#include <zelmo/TlFactory.h>
 
 #include <gmock/gmock.h>
 
 #include <fstream>
-
-#include <zelmo/TlFactory.h>
 
 namespace {
 

@@ -1,11 +1,11 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "GrabRun.h"
 #include "DeviceSelector.h"
 #include "ImageSink.h"
 #include "InProcess.h"
+#include <GenApi/GenApi.h>
 
 #include <gmock/gmock.h>
-
-#include <GenApi/GenApi.h>
 
 namespace {
 

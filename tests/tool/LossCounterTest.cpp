@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "LossCounter.h"
 
 #include <gtest/gtest.h>
@@ -27,12 +28,12 @@ TEST_P(LossCounterIdTest, CountsWhatIsMissingBetweenImages) {
     EXPECT_EQ(lost, GetParam().lost);
 }
 
-constexpr auto none = ~std::uint64_t{0};
+constexpr auto kNone = ~std::uint64_t{0};
 
 INSTANTIATE_TEST_SUITE_P(Ids, LossCounterIdTest,
                          testing::Values(Case{"NoGap", {1, 2, 3}, 0}, Case{"FirstIdIsTakenAsItIs", {17, 18}, 0},
-                                         Case{"Gaps", {0, 3, 4, 6}, 3}, Case{"CameraWithoutIds", {none, none}, 0},
-                                         Case{"OneImageWithoutId", {1, none, 3}, 1},
+                                         Case{"Gaps", {0, 3, 4, 6}, 3}, Case{"CameraWithoutIds", {kNone, kNone}, 0},
+                                         Case{"OneImageWithoutId", {1, kNone, 3}, 1},
                                          Case{"SixteenBitsWrapToOne", {65534, 65535, 1, 2}, 0},
                                          Case{"LossesOverTheWrap", {65534, 2}, 2},
                                          Case{"CameraBeganAnew", {50, 1, 2}, 0},

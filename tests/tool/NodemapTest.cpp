@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "TemporaryFolder.h"
 #include "ToolProcess.h"
 
@@ -12,7 +13,7 @@ namespace {
 
 using tool::Json;
 
-constexpr const char* description =
+constexpr const char* kDescription =
     R"(<RegisterDescription><Category Name="Root"><pFeature>Big</pFeature></Category>
 <Integer Name="Big"><Visibility>Guru</Visibility><Value>9007199254740993</Value><Min>-5</Min><Max>0x7FFFFFFFFFFFFFFF</Max>
  <Inc>2</Inc><Unit>µs</Unit></Integer>
@@ -34,13 +35,14 @@ std::string Write(const std::string& path, const std::string& content) {
 
 TEST(NodemapTest, ListsEachNodeInFileOrderWithItsErrorsInItsRow) {
     const TemporaryFolder folder;
-    const std::string file = Write(folder / "m.xml", description);
+    const std::string file = Write(folder / "m.xml", kDescription);
     const std::string image = Write(folder / "m.txt", "10 0001\n20 08 # bit 3\n30 6869");
     const Json nodes = RunTool({"nodemap", file, "--memory", image, "--json"}).Document()["nodes"];
     std::string rows;
     for (const Json& node : nodes) {
-        for (const auto& [field, value] : node.items())
+        for (const auto& [field, value] : node.items()) {
             rows += (field == "name" ? "\n" : " ") + (field.size() < 5 ? field + "=" : "") + value.dump();
+        }
     }
     rows.erase(std::remove(rows.begin(), rows.end(), '"'), rows.end());
     EXPECT_EQ(rows, R"(
@@ -64,14 +66,15 @@ name=Chunk kind=Port RW Beginner)");
     for (const char* row :
          {"Big +Integer +RW +Guru +9007199254740993 µs +-5 to 9223372036854775807 in steps of 2",
           "E +Enumeration +RW +Beginner +- +! value: Enumeration 'E' has no entry for its value 0. .One.",
-          "F .*! value: Division by zero .in node 'Quotient'.; min: Division by zero .in node .*"})
+          "F .*! value: Division by zero .in node 'Quotient'.; min: Division by zero .in node .*"}) {
         EXPECT_THAT(zeros.out, testing::ContainsRegex(std::string("\n") + row + "\n"));
+    }
 }
 
 TEST(NodemapTest, WhatCannotBeLoadedIsOneLineThatNamesFileAndPlace) {
     const TemporaryFolder folder;
-    Write(folder / "m.xml", description);
-    Write(folder / "cut.xml", std::string(description).substr(0, 900));
+    Write(folder / "m.xml", kDescription);
+    Write(folder / "cut.xml", std::string(kDescription).substr(0, 900));
     Write(folder / "twice.xml", "<RegisterDescription>\n<Node Name='A'/>\n  <Node Name='A'/></RegisterDescription>");
     Write(folder / "binary", std::string("\177ELF\0\1\2\377", 8));
     Write(folder / "bad.zip", "PK\x03\x04 nothing");
@@ -99,8 +102,9 @@ std::size_t CountNodes(const std::string& text) {
                               "IntConverter Port ";
     std::size_t count = 0;
     for (std::size_t at = text.find('<'); at != std::string::npos; at = text.find('<', at + 1)) {
-        if (text.compare(at, 4, "<!--") == 0)
+        if (text.compare(at, 4, "<!--") == 0) {
             at = text.find("-->", at);
+        }
         const std::size_t end = text.find_first_of(" \t\r\n/>", at);
         count += kinds.find(" " + text.substr(at + 1, end - at - 1) + " ") == std::string::npos ? 0 : 1;
     }
@@ -109,7 +113,7 @@ std::size_t CountNodes(const std::string& text) {
 
 /// Over zeros these, and only these, fail, in their value unless another property is named: "/" stands for a division
 /// by zero, "?" for an enumeration without an entry for its value.
-const std::string honestErrors = R"(
+const std::string kHonestErrors = R"(
 cl-1: ExposureTime/ ExposureTime.min/ ExposureTime.max/ ExposureTime.step/ ExposureTimeInc/ ExposureTimeMin/ ExposureTimeMax/ ExposureTimeValue/ PixelFormat?
 cxp-1: ConnectionConfig? ConnectionConfigDefault? PixelFormat? AcquisitionFrameRate/ AcquisitionFrameRate_Converter/ TriggerSource?
 cxp-2: ExposureMode? ConnectionConfig? VersionUsed? CxpLinkConfigurationStatus? CxpLinkConfigurationPreferred? CxpLinkConfiguration? PixelFormat? AnalogGain?
@@ -123,12 +127,14 @@ gev-5: ChunkPixelFormat? DeviceCharacterSet? EvCompFloat_Val/ EvCompFloat_Min/ E
 
 TEST(RealDescriptionsTest, HaveARowForEachNodeAndFailOnlyWhereZerosMakeThem) {
     const char* folder = std::getenv("ZELMO_TEST_DESCRIPTIONS");
-    if (folder == nullptr)
+    if (folder == nullptr) {
         GTEST_SKIP() << "ZELMO_TEST_DESCRIPTIONS names no folder with descriptions";
+    }
     std::size_t files = 0;
     for (const auto& entry : std::filesystem::directory_iterator(folder)) {
-        if (entry.path().extension() != ".xml")
+        if (entry.path().extension() != ".xml") {
             continue;
+        }
         SCOPED_TRACE(entry.path().string());
         const ToolResult result = RunTool({"nodemap", entry.path().string(), "--json", "-q"});
         EXPECT_EQ(result.exitCode, 0);
@@ -148,8 +154,8 @@ TEST(RealDescriptionsTest, HaveARowForEachNodeAndFailOnlyWhereZerosMakeThem) {
                 errors += cause.rfind("Division by zero", 0) == 0 ? "/" : cause.find("no entry") < 200 ? "?" : "!";
             }
         }
-        EXPECT_TRUE(honestErrors.find(title) > honestErrors.size() ||
-                    honestErrors.find(errors + "\n") < honestErrors.size())
+        EXPECT_TRUE(kHonestErrors.find(title) > kHonestErrors.size() ||
+                    kHonestErrors.find(errors + "\n") < kHonestErrors.size())
             << errors;
         ++files;
     }

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "PixelConversion.h"
 #include "Errors.h"
 
@@ -45,7 +46,7 @@ TEST_P(PixelConversionTest, TurnsBytesIntoPixels) {
 }
 
 // 0x3FF and 0xFFF, the brightest of 10 and 12 bits, become 0xFFFF; 0x200 and 0x800, the middle, 0x8020 and 0x8008.
-const Case cases[] = {
+const Case kCases[] = {
     {"Mono1Packed", PixelType_Mono1Packed, 9, 1, 0, {0b10000001, 0b1}, 1, 8, {255, 0, 0, 0, 0, 0, 0, 255, 255}},
     {"Mono2Packed", PixelType_Mono2Packed, 4, 1, 0, {0b11100100}, 1, 8, {0, 0x55, 0xAA, 0xFF}},
     {"Mono4Packed", PixelType_Mono4Packed, 2, 1, 0, {0xA3}, 1, 8, {0x33, 0xAA}},
@@ -84,7 +85,7 @@ const Case cases[] = {
     {"YUYVOddWidth", PixelType_YUV422_YUYV_Packed, 1, 2, 0, {10, 128, 20, 128}, 3, 8, {10, 10, 10, 20, 20, 20}},
 };
 
-INSTANTIATE_TEST_SUITE_P(Formats, PixelConversionTest, testing::ValuesIn(cases),
+INSTANTIATE_TEST_SUITE_P(Formats, PixelConversionTest, testing::ValuesIn(kCases),
                          [](const auto& one) { return one.param.name; });
 
 struct BayerCase {
@@ -101,13 +102,13 @@ std::ostream& operator<<(std::ostream& stream, const BayerCase& one) {
 
 class BayerConversionTest : public testing::TestWithParam<BayerCase> {
 protected:
-    static constexpr unsigned size = 6;
+    static constexpr unsigned kSize = 6;
 
     /// The samples of a scene of one colour, seen through the filter.
     Bytes Scene(std::uint16_t red, std::uint16_t green, std::uint16_t blue) const {
         Bytes bytes;
-        for (unsigned y = 0; y < size; ++y) {
-            for (unsigned x = 0; x < size; ++x) {
+        for (unsigned y = 0; y < kSize; ++y) {
+            for (unsigned x = 0; x < kSize; ++x) {
                 const bool redColumn = x % 2 == GetParam().redX;
                 const bool redRow = y % 2 == GetParam().redY;
                 const std::uint16_t sample = redColumn != redRow ? green : redRow ? red : blue;
@@ -123,7 +124,7 @@ protected:
 
 TEST_P(BayerConversionTest, GivesASceneOfOneColourThatColourEverywhere) {
     const auto top = static_cast<std::uint16_t>((1 << GetParam().depth) - 1);
-    const Image image = Converted(GetParam().type, size, size, Scene(top, 0, top));
+    const Image image = Converted(GetParam().type, kSize, kSize, Scene(top, 0, top));
     ASSERT_EQ(image.channels, 3u);
     ASSERT_EQ(image.bits, GetParam().words ? 16u : 8u);
     const std::size_t bytesOfPixel = 3 * image.bits / 8;

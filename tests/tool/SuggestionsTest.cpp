@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "Suggestions.h"
 
 #include <gmock/gmock.h>
@@ -7,24 +8,24 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-const std::vector<std::string> known{"Width",        "WidthMax",     "Height",
+const std::vector<std::string> kNown{"Width",        "WidthMax",     "Height",
                                      "ExposureTime", "ExposureAuto", "AcquisitionFrameRate"};
 
 TEST(SuggestionsTest, FindsTypingErrorsBestFirst) {
-    EXPECT_THAT(tool::NearMatches("Widht", known), ElementsAre("Width"));
-    EXPECT_THAT(tool::NearMatches("width", known), ElementsAre("Width", "WidthMax"));
-    EXPECT_THAT(tool::NearMatches("ExposureTim", known), ElementsAre("ExposureTime"));
+    EXPECT_THAT(tool::NearMatches("Widht", kNown), ElementsAre("Width"));
+    EXPECT_THAT(tool::NearMatches("width", kNown), ElementsAre("Width", "WidthMax"));
+    EXPECT_THAT(tool::NearMatches("ExposureTim", kNown), ElementsAre("ExposureTime"));
 }
 
 TEST(SuggestionsTest, FindsPartsOfNames) {
-    EXPECT_THAT(tool::NearMatches("exposure", known), ElementsAre("ExposureTime", "ExposureAuto"));
-    EXPECT_THAT(tool::NearMatches("FrameRate", known), ElementsAre("AcquisitionFrameRate"));
+    EXPECT_THAT(tool::NearMatches("exposure", kNown), ElementsAre("ExposureTime", "ExposureAuto"));
+    EXPECT_THAT(tool::NearMatches("FrameRate", kNown), ElementsAre("AcquisitionFrameRate"));
 }
 
 TEST(SuggestionsTest, StaysSilentWhenNothingIsNear) {
-    EXPECT_THAT(tool::NearMatches("Temperature", known), IsEmpty());
-    EXPECT_THAT(tool::NearMatches("", known), IsEmpty());
-    EXPECT_EQ(tool::DidYouMean("Temperature", known), "");
+    EXPECT_THAT(tool::NearMatches("Temperature", kNown), IsEmpty());
+    EXPECT_THAT(tool::NearMatches("", kNown), IsEmpty());
+    EXPECT_EQ(tool::DidYouMean("Temperature", kNown), "");
 }
 
 TEST(SuggestionsTest, OffersAtMostThree) {

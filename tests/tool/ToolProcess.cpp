@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "ToolProcess.h"
 
 #include <gtest/gtest.h>
@@ -13,7 +14,7 @@
 
 namespace {
 
-constexpr int patienceMs = 60'000; // for one piece of output; more is a hang
+constexpr int kPatienceMs = 60'000; // for one piece of output; more is a hang
 
 std::vector<tool::Json> ParseLines(const std::string& text) {
     std::vector<tool::Json> objects;
@@ -120,7 +121,7 @@ void ToolProcess::Signal(int signal) {
 
 bool ToolProcess::ReadSome() {
     pollfd ends[] = {{m_out, POLLIN, 0}, {m_err, POLLIN, 0}}; // those at their end stand as -1 and are passed over
-    if ((m_out < 0 && m_err < 0) || poll(ends, 2, patienceMs) <= 0) {
+    if ((m_out < 0 && m_err < 0) || poll(ends, 2, kPatienceMs) <= 0) {
         return false;
     }
     for (auto [fd, events, happened] : ends) {

@@ -1,4 +1,9 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // How plug-ins are found, and that a bad one is named in the log and hides nothing of the others.
+
+#include "PluginTest.h"
+#include "fakes/plugins/ManyEntries.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -9,9 +14,6 @@
 #include <fstream>
 #include <ostream>
 #include <stdexcept>
-
-#include "PluginTest.h"
-#include "fakes/plugins/ManyEntries.h"
 
 using namespace Zelmo;
 using testing::ElementsAre;
@@ -55,7 +57,7 @@ TEST_F(PluginSearchTest, LonePercentSignInAPathIsDoubled) {
     std::filesystem::copy_file(FileOf("good"), folder / "libzelmo_TL_copy.so");
     StartWithFolders(folder.string());
     EXPECT_EQ(EnumerateTls(), 0);
-    EXPECT_TRUE(m_log.Contains(category, GenICam::LogPriority_Error, "50%%/libzelmo_TL_copy.so"));
+    EXPECT_TRUE(m_log.Contains(kCategory, GenICam::LogPriority_Error, "50%%/libzelmo_TL_copy.so"));
 }
 
 TEST_F(PluginSearchTest, EmptyFolderListElementIsTheRootFolder) {
@@ -81,10 +83,10 @@ TEST_F(PluginSearchTest, FilesThatAreNoPluginsAreNamedAndLeftOut) {
     EXPECT_EQ(Factory().EnumerateDevices(devices), 2);
     for (const char* const name : {"text", "foreign", "folder"}) {
         const std::string file = (m_folder.Path() / ("libzelmo_TL_" + std::string(name) + ".so")).string();
-        EXPECT_EQ(m_log.Count(category, GenICam::LogPriority_Error, "Could not load TL lib '" + file + "' : "), 1u);
+        EXPECT_EQ(m_log.Count(kCategory, GenICam::LogPriority_Error, "Could not load TL lib '" + file + "' : "), 1u);
     }
     EXPECT_EQ(
-        m_log.Count(category, GenICam::LogPriority_Warn,
+        m_log.Count(kCategory, GenICam::LogPriority_Warn,
                     "Could not find required exports in TL lib '" + FileOf("incomplete") + "'. Lib won't be used."),
         1u);
 }
@@ -101,8 +103,9 @@ class FaultyPluginTest : public PluginTest, public testing::WithParamInterface<P
 
 TEST_P(FaultyPluginTest, HidesNothingOfTheOthers) {
     PluginFault p = GetParam();
-    if (const auto file = p.message.find('%'); file != std::string::npos)
+    if (const auto file = p.message.find('%'); file != std::string::npos) {
         p.message.replace(file, 1, FileOf("faulty"));
+    }
     setenv("ZELMO_TEST_FAULT", p.fault, 1);
     Start({"faulty", "good"});
     DeviceInfoList devices;
@@ -111,12 +114,13 @@ TEST_P(FaultyPluginTest, HidesNothingOfTheOthers) {
     m_library.reset();
     std::vector<Fakes::LogLine> lines = m_log.Lines();
     std::erase_if(lines, [](const Fakes::LogLine& line) {
-        return line.category != category || line.message.starts_with("Trying to load");
+        return line.category != kCategory || line.message.starts_with("Trying to load");
     });
-    if (p.priority)
-        EXPECT_THAT(lines, ElementsAre(Fakes::LogLine{category, p.priority, p.message}));
-    else
+    if (p.priority) {
+        EXPECT_THAT(lines, ElementsAre(Fakes::LogLine{kCategory, p.priority, p.message}));
+    } else {
         EXPECT_THAT(lines, ElementsAre());
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Faults, FaultyPluginTest,
@@ -153,7 +157,7 @@ TEST_F(OtherFaultTest, SecondTransportLayerOfOneFullNameIsRefusedAndDestroyed) {
     ITransportLayer* const good = Factory().CreateTl(String_t("FakeGood"));
     EXPECT_EQ(Factory().CreateTl(String_t("FakeFaulty")), nullptr);
     EXPECT_THAT(FakeCalls("Destroy"), ElementsAre("Destroy faulty"));
-    EXPECT_EQ(m_log.Count(category, GenICam::LogPriority_Notice,
+    EXPECT_EQ(m_log.Count(kCategory, GenICam::LogPriority_Notice,
                           "Trying to create TL 'Fake/FakeFaulty' - Tried to add the same transport layer twice"),
               1u);
     Factory().ReleaseTl(good);
@@ -163,7 +167,8 @@ TEST_F(OtherFaultTest, TransportLayerThatFailsAfterItWasAddedStays) {
     setenv("ZELMO_TEST_FAULT", "SetPrivateProperty GenICam", 1);
     Start({"faulty"});
     EXPECT_EQ(Factory().CreateTl(String_t("FakeFaulty")), nullptr);
-    EXPECT_EQ(m_log.Count(category, GenICam::LogPriority_Notice, "Trying to create TL 'Fake/FakeFaulty' - broken"), 1u);
+    EXPECT_EQ(m_log.Count(kCategory, GenICam::LogPriority_Notice, "Trying to create TL 'Fake/FakeFaulty' - broken"),
+              1u);
     EXPECT_NE(Factory().CreateTl(String_t("FakeFaulty")), nullptr) << "the same, found alive";
     m_library.reset();
     EXPECT_THAT(FakeCalls("Destroy"), ElementsAre("Destroy faulty"));
@@ -181,7 +186,7 @@ TEST_F(OtherFaultTest, FailureToDestroyReachesWhoeverReleases) {
     Start({"faulty"});
     ITransportLayer* const tl = Factory().CreateTl(String_t("FakeFaulty"));
     EXPECT_THROW(Factory().ReleaseTl(tl), GenICam::RuntimeException);
-    EXPECT_EQ(m_log.Count(category, GenICam::LogPriority_Error,
+    EXPECT_EQ(m_log.Count(kCategory, GenICam::LogPriority_Error,
                           "Exception in Destroy of TL lib '" + FileOf("faulty") + "': broken"),
               1u);
     setenv("ZELMO_TEST_FAULT", "none", 1);
@@ -206,15 +211,17 @@ TEST_P(CallingBackTest, ExportsMayUseTheFactory) {
     EXPECT_EQ(Factory().EnumerateDevices(devices), 3);
     EXPECT_EQ(Loaded().size(), 2u) << "a call during the search begins no search of its own";
     const bool byForce = GetParam();
-    if (byForce)
+    if (byForce) {
         Factory().CreateTl(String_t("FakeFaulty"));
+    }
     m_library.reset();
     EXPECT_EQ(FakeCalls("Destroy faulty").size(), 1u);
     EXPECT_EQ(FakeCalls("DestroyDevice").size(), 1u);
-    EXPECT_EQ(m_log.Count(category, GenICam::LogPriority_Warn,
+    EXPECT_EQ(m_log.Count(kCategory, GenICam::LogPriority_Warn,
                           "~ImplicitTlRefs(): There shoudln't be any refs upon destruction"),
               byForce ? 0u : 1u);
-    EXPECT_EQ(m_log.Count(category, GenICam::LogPriority_Warn, "There are still 1 TLs referenced."), byForce ? 1u : 0u);
+    EXPECT_EQ(m_log.Count(kCategory, GenICam::LogPriority_Warn, "There are still 1 TLs referenced."),
+              byForce ? 1u : 0u);
 }
 
 INSTANTIATE_TEST_SUITE_P(Ends, CallingBackTest, testing::Bool());
@@ -238,12 +245,12 @@ TEST_P(MillionEntriesTest, AreListedAndHoldNobodyUp) {
     Start({"faulty", "good"});
     {
         TlInfoList tls;
-        EXPECT_EQ(Factory().EnumerateTls(tls), Fakes::manyEntries + 1);
+        EXPECT_EQ(Factory().EnumerateTls(tls), Fakes::kManyEntries + 1);
         EXPECT_EQ(tls.back().GetDeviceClass(), "FakeGood");
     }
     DeviceInfoList filter(1);
     DeviceInfoList devices;
-    const int expected = std::string(GetParam()) == "Million" ? Fakes::manyEntries + 2 : 2;
+    const int expected = std::string(GetParam()) == "Million" ? Fakes::kManyEntries + 2 : 2;
     EXPECT_EQ(Factory().EnumerateDevices(devices, filter), expected);
     EXPECT_EQ(devices[devices.size() - 1].GetDeviceClass(), "FakeGood");
 }

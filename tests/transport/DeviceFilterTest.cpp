@@ -1,8 +1,12 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // ZELMO_DEVICE_FILTER, the filter step, and the default interface that applies it.
 
-#include <zelmo/DefaultInterface.h>
-
+#include "ZelmoBase/transport/GlobalDeviceFilter.h"
+#include "fakes/LogRecorder.h"
 #include <Base/GCException.h>
+#include <zelmo/DefaultInterface.h>
+#include <zelmo/Log.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -11,10 +15,6 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
-
-#include "ZelmoBase/transport/GlobalDeviceFilter.h"
-#include "fakes/LogRecorder.h"
-#include <zelmo/Log.h>
 
 using namespace Zelmo;
 using Fakes::LogLine;
@@ -31,8 +31,9 @@ CDeviceInfo Camera(const char* serial) {
 
 std::vector<std::string> Serials(const DeviceInfoList& list) {
     std::vector<std::string> serials;
-    for (const CDeviceInfo& info : list)
+    for (const CDeviceInfo& info : list) {
         serials.emplace_back(info.GetSerialNumber());
+    }
     return serials;
 }
 
@@ -69,8 +70,9 @@ TEST_P(DeviceFilterTextTest, GivesItsPatternsAndOneLogLine) {
     DeviceInfoList list;
     const int count = ParseDeviceFilter(list);
     std::vector<std::string> patterns;
-    for (const CDeviceInfo& info : list)
+    for (const CDeviceInfo& info : list) {
         patterns.push_back(ToText(info));
+    }
     EXPECT_EQ(patterns, p.patterns);
     EXPECT_EQ(count, static_cast<int>(p.patterns.size()));
     EXPECT_THAT(m_log.Lines(),
@@ -93,8 +95,9 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST_F(LoggingTest, LongFilterIsReadInOnePass) {
     std::string text;
-    for (int i = 0; i < 200000; ++i)
+    for (int i = 0; i < 200000; ++i) {
         text.append(i % 2 ? "A=1&" : "B=2||");
+    }
     setenv("ZELMO_DEVICE_FILTER", text.c_str(), 1);
     DeviceInfoList list;
     EXPECT_EQ(ParseDeviceFilter(list), 100001); // "A=1&B=2" again and again; "B=2" and "A=1" at the ends
@@ -117,10 +120,12 @@ TEST_F(LoggingTest, FilterStepTakesADeviceOnceAndCounts) {
     EXPECT_EQ(ApplyDeviceFilter(devices, filter, target), 0);
     EXPECT_THAT(m_log.Lines(), ElementsAre()) << "nothing to filter";
 
-    for (const char* const serial : {"3", "1", "2"})
+    for (const char* const serial : {"3", "1", "2"}) {
         devices.push_back(Camera(serial));
-    for (const char* const serial : {"1", "3", "1"})
+    }
+    for (const char* const serial : {"1", "3", "1"}) {
         filter.push_back(Camera(serial));
+    }
     target.push_back(Camera("earlier"));
     EXPECT_EQ(ApplyDeviceFilter(devices, filter, target), 2);
     EXPECT_THAT(Serials(target), ElementsAre("earlier", "3", "1"));
@@ -148,8 +153,9 @@ class DefaultInterfaceTest : public LoggingTest {
 protected:
     void TransportLayerHas(const std::vector<const char*>& serials) {
         EXPECT_CALL(m_tl, EnumerateDevices(_, true)).WillRepeatedly([serials](DeviceInfoList& list, bool) {
-            for (const char* const serial : serials)
+            for (const char* const serial : serials) {
                 list.push_back(Camera(serial));
+            }
             return 77;
         });
     }

@@ -1,8 +1,10 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // What info objects hold, how a device satisfies a pattern, and how lists of them are ordered.
 
-#include <zelmo/DeviceInfo.h>
-
+#include "ZelmoBase/transport/PropertyBag.h"
 #include <Base/GCException.h>
+#include <zelmo/DeviceInfo.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -10,8 +12,6 @@
 #include <algorithm>
 #include <string>
 #include <vector>
-
-#include "ZelmoBase/transport/PropertyBag.h"
 
 using namespace Zelmo;
 using testing::ElementsAre;
@@ -224,8 +224,9 @@ TEST(OrderTest, DevicesStandByKindOfTransportThenSerialNumber) {
                                      Camera("HarlixUsb", "-3")};
     std::sort(devices.begin(), devices.end());
     std::vector<std::string> order;
-    for (const CDeviceInfo& device : devices)
+    for (const CDeviceInfo& device : devices) {
         order.push_back(std::string(device.GetDeviceClass()) + " " + device.GetSerialNumber().c_str());
+    }
     EXPECT_THAT(order,
                 ElementsAre("HarlixUsb 9", "HarlixUsb 10", "HarlixUsb -3", "HarlixUsb 99999999999999999999",
                             "HarlixUsb A1", "HarlixGigE 1", "HarlixIPCam 1", "Another 1", "Other 1", "HarlixCamEmu 1"));

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Lists of infos, and the set of access modes.
 
 #include <zelmo/AccessMode.h>
@@ -30,8 +32,9 @@ TlInfoList ListOf(std::initializer_list<const char*> names) {
 
 std::vector<std::string> Names(const TlInfoList& list) {
     std::vector<std::string> names;
-    for (const CTlInfo& info : list)
+    for (const CTlInfo& info : list) {
         names.emplace_back(info.GetFullName());
+    }
     return names;
 }
 

@@ -1,5 +1,8 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The plug-in of docs/writing-a-plugin.md: the page quotes it word by word, and it keeps the contract of a stream.
 
+#include "PluginTest.h"
 #include <GenApi/GenApi.h>
 #include <zelmo/Device.h>
 #include <zelmo/StreamGrabber.h>
@@ -16,13 +19,11 @@
 #include <string>
 #include <vector>
 
-#include "PluginTest.h"
-
 using namespace Zelmo;
 
 namespace {
 
-constexpr unsigned int longEnoughMs = 20000;
+constexpr unsigned int kLongEnoughMs = 20000;
 
 class MinimalPluginTest : public PluginTest {
 protected:
@@ -46,11 +47,13 @@ protected:
         StreamNode("MaxNumBuffer")->SetValue(static_cast<std::int64_t>(bufferCount));
         m_grabber->PrepareGrab();
         m_buffers.assign(bufferCount, std::vector<std::uint8_t>(payloadSize));
-        for (auto& buffer : m_buffers)
+        for (auto& buffer : m_buffers) {
             m_handles.push_back(m_grabber->RegisterBuffer(buffer.data(), buffer.size()));
+        }
         m_grabber->StartStreaming();
-        for (std::size_t i = 0; i < bufferCount; ++i)
+        for (std::size_t i = 0; i < bufferCount; ++i) {
             m_grabber->QueueBuffer(m_handles[i], &m_buffers[i]);
+        }
     }
 
     /// Down again. @return how many buffers came back cancelled.
@@ -58,17 +61,19 @@ protected:
         m_grabber->StopStreaming();
         m_grabber->FlushBuffers();
         std::size_t cancelled = 0;
-        for (GrabResult result; m_grabber->RetrieveResult(result);)
+        for (GrabResult result; m_grabber->RetrieveResult(result);) {
             cancelled += result.status == GrabStatus_Canceled;
-        for (const StreamBufferHandle handle : m_handles)
+        }
+        for (const StreamBufferHandle handle : m_handles) {
             m_grabber->DeregisterBuffer(handle);
+        }
         m_grabber->FinishGrab();
         m_grabber->Close();
         return cancelled;
     }
 
     GrabResult NextResult() {
-        EXPECT_TRUE(m_grabber->GetWaitObject().Wait(longEnoughMs));
+        EXPECT_TRUE(m_grabber->GetWaitObject().Wait(kLongEnoughMs));
         GrabResult result;
         EXPECT_TRUE(m_grabber->RetrieveResult(result));
         return result;
@@ -170,11 +175,13 @@ TEST(PluginPageTest, QuotesTheSourcesWordByWord) {
     std::size_t quotes = 0;
     for (std::string line; std::getline(page, line);) {
         const auto path = line.find("examples/minimal-plugin/");
-        if (!line.starts_with("```") || path == std::string::npos)
+        if (!line.starts_with("```") || path == std::string::npos) {
             continue;
+        }
         std::string quote;
-        for (std::string code; std::getline(page, code) && code != "```";)
+        for (std::string code; std::getline(page, code) && code != "```";) {
             quote += code + '\n';
+        }
         std::ifstream file(SOURCE_FOLDER "/" + line.substr(path));
         const std::string source((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
         EXPECT_THAT(source, testing::HasSubstr(quote)) << line;

@@ -1,5 +1,8 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "fakes/LogRecorder.h"
+#include "fakes/TempFolder.h"
 #include <zelmo/Lifecycle.h>
 #include <zelmo/TlFactory.h>
 
@@ -12,21 +15,19 @@
 #include <string>
 #include <vector>
 
-#include "fakes/LogRecorder.h"
-#include "fakes/TempFolder.h"
-
 /// Starts the library with a choice of test plug-ins. One case a process: the folder list is read once.
 class PluginTest : public testing::Test {
 protected:
-    static constexpr char category[] = "zelmo.base.TlFactory";
+    static constexpr char kCategory[] = "zelmo.base.TlFactory";
 
     static std::string FolderOf(const std::string& plugin) { return TEST_PLUGINS "/" + plugin; }
     static std::string FileOf(const std::string& plugin) { return FolderOf(plugin) + "/libzelmo_TL_" + plugin + ".so"; }
 
     void Start(const std::vector<std::string>& plugins) {
         std::string folders = m_folder.Path().string(); // empty, but for what a test puts there
-        for (const std::string& plugin : plugins)
+        for (const std::string& plugin : plugins) {
             folders.append(":").append(FolderOf(plugin));
+        }
         StartWithFolders(folders);
     }
 
@@ -40,8 +41,9 @@ protected:
 
     static std::vector<std::string> Serials(const Zelmo::DeviceInfoList& list) {
         std::vector<std::string> serials;
-        for (const Zelmo::CDeviceInfo& info : list)
+        for (const Zelmo::CDeviceInfo& info : list) {
             serials.emplace_back(info.GetSerialNumber());
+        }
         return serials;
     }
 
@@ -50,8 +52,9 @@ protected:
         std::vector<std::string> files;
         const std::string prefix = "Trying to load TL lib '";
         for (const Fakes::LogLine& line : m_log.Lines()) {
-            if (line.priority == GenICam::LogPriority_Notice && line.message.starts_with(prefix))
+            if (line.priority == GenICam::LogPriority_Notice && line.message.starts_with(prefix)) {
                 files.push_back(line.message.substr(prefix.size(), line.message.size() - prefix.size() - 1));
+            }
         }
         return files;
     }
@@ -60,8 +63,9 @@ protected:
     std::vector<std::string> FakeCalls(const std::string& text = "") const {
         std::vector<std::string> calls;
         for (const Fakes::LogLine& line : m_log.Lines()) {
-            if (line.category == "fake" && line.message.find(text) != std::string::npos)
+            if (line.category == "fake" && line.message.find(text) != std::string::npos) {
                 calls.push_back(line.message);
+            }
         }
         return calls;
     }

@@ -1,5 +1,8 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The factory with plug-ins: enumeration, making devices, and the life of transport layers.
 
+#include "PluginTest.h"
 #include <zelmo/Lifecycle.h>
 #include <zelmo/TlFactory.h>
 
@@ -13,8 +16,6 @@
 #include <thread>
 #include <vector>
 
-#include "PluginTest.h"
-
 using namespace Zelmo;
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -26,10 +27,12 @@ using TlFactoryTest = PluginTest;
 
 CDeviceInfo Camera(const char* deviceClass, const char* serial = nullptr) {
     CDeviceInfo info;
-    if (deviceClass)
+    if (deviceClass) {
         info.SetDeviceClass(deviceClass);
-    if (serial)
+    }
+    if (serial) {
         info.SetSerialNumber(serial);
+    }
     return info;
 }
 
@@ -90,8 +93,8 @@ TEST_F(TlFactoryTest, PatternWithoutClassMustMatchExactlyOneDevice) {
     EXPECT_EQ(FailureOf<GenICam::RuntimeException>([&] { Factory().CreateFirstDevice(Camera(nullptr, "3")); }), none);
     EXPECT_EQ(FailureOf<GenICam::RuntimeException>([&] { Factory().CreateDevice(CDeviceInfo()); }), two);
     EXPECT_EQ(FailureOf<GenICam::RuntimeException>([&] { Factory().IsDeviceAccessible(CDeviceInfo()); }), two);
-    EXPECT_EQ(m_log.Count(category, GenICam::LogPriority_Error, none), 1u);
-    EXPECT_EQ(m_log.Count(category, GenICam::LogPriority_Error, two), 2u);
+    EXPECT_EQ(m_log.Count(kCategory, GenICam::LogPriority_Error, none), 1u);
+    EXPECT_EQ(m_log.Count(kCategory, GenICam::LogPriority_Error, two), 2u);
 
     Destroy(Factory().CreateFirstDevice(CDeviceInfo()));
     Destroy(Factory().CreateDevice(Camera(nullptr, "2"), {"strings"}));
@@ -122,7 +125,7 @@ TEST_F(TlFactoryTest, DevicesAreStillMadeByFullName) {
     ASSERT_NE(device, nullptr);
     EXPECT_EQ(device->GetDeviceInfo().GetFullName(), "Fake/FakeGood/2");
     Factory().DestroyDevice(device);
-    EXPECT_EQ(m_log.Count(category, GenICam::LogPriority_Warn,
+    EXPECT_EQ(m_log.Count(kCategory, GenICam::LogPriority_Warn,
                           "The function CTlFactory::CreateDevice(const String_t& fullname) is deprecated. Please use "
                           "CTlFactory::CreateDevice(const CDeviceInfo& di) instead."),
               2u);
@@ -148,7 +151,7 @@ TEST_F(TlFactoryTest, TransportLayerLivesUntilItsLastReferenceGoes) {
     EXPECT_THAT(FakeCalls("Destroy"), ElementsAre("Destroy Fake/FakeGood"));
     Factory().ReleaseTl(Factory().CreateTl(String_t("FakeGood")));
     EXPECT_EQ(FakeCalls("Create Fake").size(), 2u);
-    EXPECT_EQ(m_log.Count(category, GenICam::LogPriority_Notice, "Trying to load"), 1u) << "the plug-in stays loaded";
+    EXPECT_EQ(m_log.Count(kCategory, GenICam::LogPriority_Notice, "Trying to load"), 1u) << "the plug-in stays loaded";
     Factory().ReleaseTl(nullptr);
     CTlInfo foreign;
     EXPECT_EQ(Factory().CreateTl(foreign), nullptr);
@@ -163,7 +166,7 @@ TEST_F(TlFactoryTest, EnumerationKeepsTransportLayersUntilTermination) {
     EXPECT_THAT(FakeCalls("Destroy"), IsEmpty());
     Factory().Terminate();
     EXPECT_THAT(FakeCalls("Destroy"), ElementsAre("Destroy Fake/FakeGood"));
-    EXPECT_EQ(m_log.Count(category, GenICam::LogPriority_Warn), 0u);
+    EXPECT_EQ(m_log.Count(kCategory, GenICam::LogPriority_Warn), 0u);
 }
 
 TEST_F(TlFactoryTest, TerminatedFactoryRefusesEverythingButReleasingNull) {
@@ -171,7 +174,7 @@ TEST_F(TlFactoryTest, TerminatedFactoryRefusesEverythingButReleasingNull) {
     CTlFactory& factory = Factory();
     ITransportLayer* const tl = factory.CreateTl(String_t("FakeGood"));
     factory.Terminate();
-    EXPECT_EQ(m_log.Count(category, GenICam::LogPriority_Warn,
+    EXPECT_EQ(m_log.Count(kCategory, GenICam::LogPriority_Warn,
                           "There are still 1 TLs referenced. Check you calls to CTlFactory::ReleaseTl() and make sure "
                           "you have called DestroyDevice() for each successfully created device.!"),
               1u);
@@ -195,7 +198,7 @@ TEST_F(TlFactoryTest, LibraryStartsAnewAfterTermination) {
     m_library.reset();
     m_library = std::make_unique<ZelmoScope>(false);
     EXPECT_EQ(Factory().EnumerateDevices(devices), 2);
-    EXPECT_EQ(m_log.Count(category, GenICam::LogPriority_Notice, "Trying to load"), 2u);
+    EXPECT_EQ(m_log.Count(kCategory, GenICam::LogPriority_Notice, "Trying to load"), 2u);
 }
 
 struct Admission {
@@ -209,8 +212,9 @@ struct Admission {
 class AdmissionTest : public PluginTest, public testing::WithParamInterface<Admission> {};
 
 TEST_P(AdmissionTest, OnlyClassesOfTheDeviceFilterAreAdmitted) {
-    if (GetParam().filter)
+    if (GetParam().filter) {
         setenv("ZELMO_DEVICE_FILTER", GetParam().filter, 1);
+    }
     Start({"good"});
     DeviceInfoList devices;
     EXPECT_EQ(Factory().EnumerateDevices(devices), 2) << "the factory applies the filter to no device";
@@ -246,8 +250,9 @@ TEST_F(TlFactoryTest, ThreadsEnumerateAndCreateAtOnce) {
             }
         });
     }
-    for (std::thread& thread : threads)
+    for (std::thread& thread : threads) {
         thread.join();
+    }
     EXPECT_EQ(FakeCalls("CreateDevice 1").size(), 200u);
     m_library.reset();
     EXPECT_EQ(FakeCalls("Create Fake").size(), 1u);

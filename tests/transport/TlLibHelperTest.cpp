@@ -1,11 +1,11 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "ZelmoBase/transport/TlLibHelper.h"
+#include <Base/GCException.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <string>
-
-#include <Base/GCException.h>
 
 using namespace Zelmo;
 

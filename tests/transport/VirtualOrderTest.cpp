@@ -1,6 +1,9 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Plug-ins are built apart from the library and call through tables of virtual operations: the place of each operation
 // in them may not move, with what is added or taken away.
 
+#include "fakes/VirtualSlots.h"
 #include <zelmo/ChunkParser.h>
 #include <zelmo/DefaultInterface.h>
 #include <zelmo/Device.h>
@@ -11,8 +14,6 @@
 #include <gtest/gtest.h>
 
 #include <cstddef>
-
-#include "fakes/VirtualSlots.h"
 
 using namespace Zelmo;
 using Fakes::Slot;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "Documentation.h"
 
 #include <sstream>
@@ -5,7 +6,7 @@
 namespace tool {
 namespace {
 
-constexpr std::size_t columns = 80;
+constexpr std::size_t kColumns = 80;
 
 using Verbs = std::vector<std::unique_ptr<Verb>>;
 
@@ -61,7 +62,7 @@ std::string Wrap(const std::string& first, const std::string& text, std::size_t 
     std::istringstream words(text);
     bool fresh = true;
     for (std::string word; words >> word; fresh = false) {
-        if (!fresh && line.size() + 1 + word.size() > columns) {
+        if (!fresh && line.size() + 1 + word.size() > kColumns) {
             result += line + "\n";
             line = std::string(indent, ' ');
             fresh = true;
@@ -106,7 +107,7 @@ std::string RoffOptions(const CLI::App& app) {
     return text;
 }
 
-const char* const exitCodes[] = {
+const char* const kExitCodes[] = {
     "0: done",
     "1: failed on the device or the host (disk full, input/output)",
     "2: wrong usage",
@@ -120,7 +121,7 @@ const char* const exitCodes[] = {
     "130, 143: stopped by SIGINT, SIGTERM",
 };
 
-const char* const environment[][2] = {
+const char* const kEnvironment[][2] = {
     {"ZELMO_TL_PATH", "Folders of plug-ins, separated by colons; default: the folder of the library."},
     {"ZELMO_DEVICE_FILTER", "Cameras that count as present; see --filter."},
     {"ZELMO_CAMEMU", "Number of emulated cameras."},
@@ -218,11 +219,11 @@ std::string MakeManualPage(const CLI::App& app, const Verbs& verbs, const std::v
         }
     }
     page += ".SH EXIT STATUS\n";
-    for (const char* line : exitCodes) {
+    for (const char* line : kExitCodes) {
         page += Roff(line) + "\n.br\n";
     }
     page += ".SH ENVIRONMENT\n";
-    for (const auto& [name, effect] : environment) {
+    for (const auto& [name, effect] : kEnvironment) {
         page += ".TP\n.B " + Roff(name) + "\n" + Roff(effect) + "\n";
     }
     return page;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "FilePattern.h"
 
 #include "Errors.h"
@@ -8,7 +9,7 @@
 namespace tool {
 namespace {
 
-constexpr unsigned widestNumber = 20; // digits of the largest 64-bit number
+constexpr unsigned kWidestNumber = 20; // digits of the largest 64-bit number
 
 ToolError Refuse(const std::string& pattern, const std::string& why) {
     return UsageError(
@@ -58,11 +59,11 @@ void FilePattern::AddText(char c) {
 std::size_t FilePattern::ParseField(const std::string& pattern, std::size_t position) {
     std::size_t end = position + 1;
     unsigned width = 0;
-    while (end < pattern.size() && std::isdigit(static_cast<unsigned char>(pattern[end])) && width <= widestNumber) {
+    while (end < pattern.size() && std::isdigit(static_cast<unsigned char>(pattern[end])) && width <= kWidestNumber) {
         width = width * 10 + static_cast<unsigned>(pattern[end++] - '0');
     }
     const std::string field = pattern.substr(position, end + 1 - position);
-    if (end == pattern.size() || width > widestNumber || (pattern[end] != 'd' && field != "%s")) {
+    if (end == pattern.size() || width > kWidestNumber || (pattern[end] != 'd' && field != "%s")) {
         throw Refuse(pattern, "'" + field + "' is no field that can be filled");
     }
     const Kind kind = pattern[end] == 'd' ? Kind::Number : Kind::Camera;

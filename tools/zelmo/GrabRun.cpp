@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "GrabRun.h"
 
 #include "CommonOptions.h"
@@ -12,21 +13,21 @@
 namespace tool {
 namespace {
 
-constexpr int progressIntervalMs = 100;
+constexpr int kProgressIntervalMs = 100;
 
 struct Strategy {
     const char* name;
     Zelmo::EGrabStrategy value;
 };
 
-constexpr Strategy strategies[] = {{"one-by-one", Zelmo::GrabStrategy_OneByOne},
-                                   {"latest-image-only", Zelmo::GrabStrategy_LatestImageOnly},
-                                   {"latest-images", Zelmo::GrabStrategy_LatestImages},
-                                   {"upcoming-image", Zelmo::GrabStrategy_UpcomingImage}};
+constexpr Strategy kStrategies[] = {{"one-by-one", Zelmo::GrabStrategy_OneByOne},
+                                    {"latest-image-only", Zelmo::GrabStrategy_LatestImageOnly},
+                                    {"latest-images", Zelmo::GrabStrategy_LatestImages},
+                                    {"upcoming-image", Zelmo::GrabStrategy_UpcomingImage}};
 
 std::string JoinStrategies() {
     std::string text;
-    for (const Strategy& one : strategies) {
+    for (const Strategy& one : kStrategies) {
         text += (text.empty() ? "" : "|") + std::string(one.name);
     }
     return text;
@@ -46,7 +47,7 @@ std::string ReduceStrategyName(const std::string& name) {
 
 void DefineStrategy(CLI::App& command, Zelmo::EGrabStrategy& strategy) {
     const auto parse = [&strategy](const std::string& text) {
-        for (const Strategy& one : strategies) {
+        for (const Strategy& one : kStrategies) {
             if (ReduceStrategyName(text) == ReduceStrategyName(one.name)) {
                 strategy = one.value;
                 return;
@@ -102,7 +103,7 @@ void DefineGrabOptions(CLI::App& command, GrabOptions& options) {
 }
 
 const char* GetStrategyName(Zelmo::EGrabStrategy strategy) {
-    return std::find_if(std::begin(strategies), std::end(strategies),
+    return std::find_if(std::begin(kStrategies), std::end(kStrategies),
                         [&](const Strategy& one) { return one.value == strategy; })
         ->name;
 }
@@ -152,7 +153,7 @@ void GrabRun::WatchOver() {
     for (const auto& camera : m_cameras) {
         events.push_back({camera->IsRunning() ? camera->GetEndFd() : -1, POLLIN, 0});
     }
-    poll(events.data(), events.size(), progressIntervalMs);
+    poll(events.data(), events.size(), kProgressIntervalMs);
     for (const auto& camera : m_cameras) {
         if (m_signals.StopRequested() || camera->IsExhausted()) {
             camera->Stop();

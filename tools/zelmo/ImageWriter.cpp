@@ -1,16 +1,18 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "ImageWriter.h"
 
 #include "Errors.h"
 #include "PartialFiles.h"
 
-#include <csetjmp>
 #include <png.h>
 #include <zlib.h>
+
+#include <csetjmp>
 
 namespace tool {
 namespace {
 
-constexpr int fastCompression = 1; // of 9
+constexpr int kFastCompression = 1; // of 9
 
 /// libpng is C: an exception must not pass through it. What goes wrong is turned into its own error.
 void AppendEncoded(png_structp png, png_bytep data, png_size_t size) {
@@ -36,7 +38,7 @@ bool Encode(png_structp png, png_infop info, const Image& image) {
     png_set_IHDR(png, info, image.width, image.height, static_cast<int>(image.bits),
                  image.channels == 1 ? PNG_COLOR_TYPE_GRAY : PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE,
                  PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
-    png_set_compression_level(png, fastCompression);
+    png_set_compression_level(png, kFastCompression);
     // Runs of equal differences are all that is looked for: twice as fast as matching strings, and on camera noise
     // smaller.
     png_set_filter(png, 0, PNG_FILTER_SUB);

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "InfoJson.h"
 
 #include "Output.h"
@@ -22,12 +23,12 @@ Json MakeInfoJson(const Zelmo::CInfoBase& info) {
 }
 
 Json MakeDeviceJson(const Zelmo::CDeviceInfo& info, std::size_t index) {
-    static const char* const fields[][2] = {
+    static const char* const kFields[][2] = {
         {"serial_number", "SerialNumber"}, {"model_name", "ModelName"},     {"user_defined_name", "UserDefinedName"},
         {"vendor_name", "VendorName"},     {"device_class", "DeviceClass"}, {"full_name", "FullName"},
     };
     Json json = {{"index", index}};
-    for (const auto& [name, key] : fields) {
+    for (const auto& [name, key] : kFields) {
         json[name] = GetProperty(info, key);
     }
     json["properties"] = MakeInfoJson(info);

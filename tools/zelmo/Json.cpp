@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "Json.h"
 
 #include <cmath>
@@ -5,19 +6,19 @@
 namespace tool {
 namespace {
 
-constexpr std::int64_t largestExact = std::int64_t{1} << 53;
+constexpr std::int64_t kLargestExact = std::int64_t{1} << 53;
 
 } // namespace
 
 Json JsonInteger(std::int64_t value) {
-    if (value > largestExact || value < -largestExact) {
+    if (value > kLargestExact || value < -kLargestExact) {
         return std::to_string(value);
     }
     return value;
 }
 
 Json JsonInteger(std::uint64_t value) {
-    if (value > static_cast<std::uint64_t>(largestExact)) {
+    if (value > static_cast<std::uint64_t>(kLargestExact)) {
         return std::to_string(value);
     }
     return value;

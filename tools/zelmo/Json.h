@@ -1,7 +1,9 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <cstdint>
 #include <nlohmann/json.hpp>
+
+#include <cstdint>
 #include <string>
 
 namespace tool {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <algorithm>
@@ -43,25 +44,25 @@ public:
     }
 
 private:
-    static constexpr unsigned fine = 64; // buckets for each doubling
+    static constexpr unsigned kFine = 64; // buckets for each doubling
 
     static std::size_t BucketOf(std::uint64_t value) noexcept {
-        if (value < fine) {
+        if (value < kFine) {
             return value;
         }
         const unsigned shift = static_cast<unsigned>(std::bit_width(value)) - 7;
-        return (shift + 1) * fine + (value >> shift) - fine;
+        return (shift + 1) * kFine + (value >> shift) - kFine;
     }
 
     static std::uint64_t LastOf(std::size_t bucket) noexcept {
-        if (bucket < fine) {
+        if (bucket < kFine) {
             return bucket;
         }
-        const std::size_t shift = bucket / fine - 1;
-        return ((bucket % fine + fine + 1) << shift) - 1;
+        const std::size_t shift = bucket / kFine - 1;
+        return ((bucket % kFine + kFine + 1) << shift) - 1;
     }
 
-    std::array<std::uint64_t, std::size_t{fine} * 58> m_buckets{};
+    std::array<std::uint64_t, std::size_t{kFine} * 58> m_buckets{};
     std::uint64_t m_count = 0;
     std::uint64_t m_max = 0;
 };

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "MemoryImage.h"
 
 #include "Errors.h"
@@ -12,13 +13,13 @@
 namespace tool {
 namespace {
 
-constexpr std::string_view blanks = " \t\r\f\v";
-constexpr std::uint64_t lastAddress = std::numeric_limits<std::uint64_t>::max();
+constexpr std::string_view kBlanks = " \t\r\f\v";
+constexpr std::uint64_t kLastAddress = std::numeric_limits<std::uint64_t>::max();
 
 /// The next word, which is taken off the front of @p line; empty at its end.
 std::string_view TakeWord(std::string_view& line) {
-    line.remove_prefix(std::min(line.find_first_not_of(blanks), line.size()));
-    const std::string_view word = line.substr(0, line.find_first_of(blanks));
+    line.remove_prefix(std::min(line.find_first_not_of(kBlanks), line.size()));
+    const std::string_view word = line.substr(0, line.find_first_of(kBlanks));
     line.remove_prefix(word.size());
     return word;
 }
@@ -61,7 +62,7 @@ struct ImageLine {
         if (bytes.empty()) {
             throw std::invalid_argument("no bytes stand behind the address " + Shown(first));
         }
-        if (bytes.size() - 1 > lastAddress - address) {
+        if (bytes.size() - 1 > kLastAddress - address) {
             throw std::invalid_argument("the bytes at " + Shown(first) + " reach beyond the last address");
         }
     }
@@ -109,8 +110,8 @@ void MemoryImage::Parse(std::string_view text, const std::string& name) {
 
 void MemoryImage::Set(std::uint64_t address, const std::uint8_t* bytes, std::size_t count) {
     while (count > 0) {
-        const std::size_t offset = address % pageBytes;
-        const std::size_t part = std::min(count, pageBytes - offset);
+        const std::size_t offset = address % kPageBytes;
+        const std::size_t part = std::min(count, kPageBytes - offset);
         Page& page = m_pages[address - offset]; // zeros when it is new
         std::copy_n(bytes, part, page.begin() + static_cast<std::ptrdiff_t>(offset));
         address += part;
@@ -124,11 +125,11 @@ void MemoryImage::Get(std::uint64_t address, std::uint8_t* bytes, std::size_t co
     if (count == 0) {
         return;
     }
-    const std::uint64_t last = address + std::min<std::uint64_t>(count - 1, lastAddress - address);
-    for (auto page = m_pages.lower_bound(address - address % pageBytes); page != m_pages.end() && page->first <= last;
+    const std::uint64_t last = address + std::min<std::uint64_t>(count - 1, kLastAddress - address);
+    for (auto page = m_pages.lower_bound(address - address % kPageBytes); page != m_pages.end() && page->first <= last;
          ++page) {
         const std::uint64_t from = std::max(page->first, address);
-        const std::uint64_t to = std::min(page->first + (pageBytes - 1), last);
+        const std::uint64_t to = std::min(page->first + (kPageBytes - 1), last);
         std::copy_n(page->second.begin() + static_cast<std::ptrdiff_t>(from - page->first), to - from + 1,
                     bytes + (from - address));
     }

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <GenApi/PortImpl.h>
@@ -24,8 +25,8 @@ public:
     void Get(std::uint64_t address, std::uint8_t* bytes, std::size_t count) const; ///< Behind the last address: zeros.
 
 private:
-    static constexpr std::size_t pageBytes = 64;
-    using Page = std::array<std::uint8_t, pageBytes>;
+    static constexpr std::size_t kPageBytes = 64;
+    using Page = std::array<std::uint8_t, kPageBytes>;
 
     std::map<std::uint64_t, Page> m_pages; // by address, a multiple of their size
 };

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "Output.h"
 
 #include <algorithm>
@@ -12,7 +13,7 @@
 namespace tool {
 namespace {
 
-constexpr int schema = 1;
+constexpr int kSchema = 1;
 
 bool IsTerminal() {
     return isatty(STDERR_FILENO) == 1;
@@ -79,7 +80,7 @@ void Output::Document(Json document) {
     if (!m_json) {
         return;
     }
-    Json whole = {{"schema", schema}};
+    Json whole = {{"schema", kSchema}};
     whole.update(document);
     std::lock_guard lock(m_mutex);
     m_data << whole.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
@@ -90,7 +91,7 @@ void Output::Event(const std::string& type, Json fields) {
         return;
     }
     // To the millisecond: more digits would only be noise.
-    Json whole = {{"type", type}, {"t", std::round(SecondsSinceStart() * 1000) / 1000}, {"schema", schema}};
+    Json whole = {{"type", type}, {"t", std::round(SecondsSinceStart() * 1000) / 1000}, {"schema", kSchema}};
     whole.update(fields);
     std::lock_guard lock(m_mutex);
     WipeProgress();

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "PixelLayout.h"
 
 #include <algorithm>
@@ -8,71 +9,71 @@ namespace {
 
 using namespace Zelmo;
 
-constexpr std::array<unsigned, 4> mono{};
-constexpr std::array<unsigned, 4> redAt00{0, 0};
-constexpr std::array<unsigned, 4> redAt10{1, 0};
-constexpr std::array<unsigned, 4> redAt01{0, 1};
-constexpr std::array<unsigned, 4> redAt11{1, 1};
-constexpr std::array<unsigned, 4> rgb{0, 1, 2};
-constexpr std::array<unsigned, 4> bgr{2, 1, 0};
-constexpr std::array<unsigned, 4> yuyv{0, 2, 1, 3};
-constexpr std::array<unsigned, 4> uyvy{1, 3, 0, 2}; // GigE Vision's order of YUV422Packed
+constexpr std::array<unsigned, 4> kMono{};
+constexpr std::array<unsigned, 4> kRedAt00{0, 0};
+constexpr std::array<unsigned, 4> kRedAt10{1, 0};
+constexpr std::array<unsigned, 4> kRedAt01{0, 1};
+constexpr std::array<unsigned, 4> kRedAt11{1, 1};
+constexpr std::array<unsigned, 4> kRgb{0, 1, 2};
+constexpr std::array<unsigned, 4> kBgr{2, 1, 0};
+constexpr std::array<unsigned, 4> kYuyv{0, 2, 1, 3};
+constexpr std::array<unsigned, 4> kUyvy{1, 3, 0, 2}; // GigE Vision's order of YUV422Packed
 
 // PFNC's code of YCbCr422_8. The library has the name for the code below, but a plug-in hands on what its camera sends.
-constexpr auto ycbcr422 = static_cast<EPixelType>(0x0210003B);
+constexpr auto kYcbcr422 = static_cast<EPixelType>(0x0210003B);
 
-constexpr PixelLayout layouts[] = {
-    {PixelType_Mono1Packed, Packing::BitStream, 1, 1, Colour::Mono, mono},
-    {PixelType_Mono2Packed, Packing::BitStream, 2, 1, Colour::Mono, mono},
-    {PixelType_Mono4Packed, Packing::BitStream, 4, 1, Colour::Mono, mono},
-    {PixelType_Mono8, Packing::Bytes, 8, 1, Colour::Mono, mono},
-    {PixelType_Mono10, Packing::Words, 10, 1, Colour::Mono, mono},
-    {PixelType_Mono10p, Packing::BitStream, 10, 1, Colour::Mono, mono},
-    {PixelType_Mono10Packed, Packing::GroupOfTwo, 10, 1, Colour::Mono, mono},
-    {PixelType_Mono12, Packing::Words, 12, 1, Colour::Mono, mono},
-    {PixelType_Mono12p, Packing::BitStream, 12, 1, Colour::Mono, mono},
-    {PixelType_Mono12Packed, Packing::GroupOfTwo, 12, 1, Colour::Mono, mono},
-    {PixelType_Mono16, Packing::Words, 16, 1, Colour::Mono, mono},
-    {PixelType_BayerRG8, Packing::Bytes, 8, 1, Colour::Bayer, redAt00},
-    {PixelType_BayerGR8, Packing::Bytes, 8, 1, Colour::Bayer, redAt10},
-    {PixelType_BayerGB8, Packing::Bytes, 8, 1, Colour::Bayer, redAt01},
-    {PixelType_BayerBG8, Packing::Bytes, 8, 1, Colour::Bayer, redAt11},
-    {PixelType_BayerRG10, Packing::Words, 10, 1, Colour::Bayer, redAt00},
-    {PixelType_BayerGR10, Packing::Words, 10, 1, Colour::Bayer, redAt10},
-    {PixelType_BayerGB10, Packing::Words, 10, 1, Colour::Bayer, redAt01},
-    {PixelType_BayerBG10, Packing::Words, 10, 1, Colour::Bayer, redAt11},
-    {PixelType_BayerRG10p, Packing::BitStream, 10, 1, Colour::Bayer, redAt00},
-    {PixelType_BayerGR10p, Packing::BitStream, 10, 1, Colour::Bayer, redAt10},
-    {PixelType_BayerGB10p, Packing::BitStream, 10, 1, Colour::Bayer, redAt01},
-    {PixelType_BayerBG10p, Packing::BitStream, 10, 1, Colour::Bayer, redAt11},
-    {PixelType_BayerRG12, Packing::Words, 12, 1, Colour::Bayer, redAt00},
-    {PixelType_BayerGR12, Packing::Words, 12, 1, Colour::Bayer, redAt10},
-    {PixelType_BayerGB12, Packing::Words, 12, 1, Colour::Bayer, redAt01},
-    {PixelType_BayerBG12, Packing::Words, 12, 1, Colour::Bayer, redAt11},
-    {PixelType_BayerRG12p, Packing::BitStream, 12, 1, Colour::Bayer, redAt00},
-    {PixelType_BayerGR12p, Packing::BitStream, 12, 1, Colour::Bayer, redAt10},
-    {PixelType_BayerGB12p, Packing::BitStream, 12, 1, Colour::Bayer, redAt01},
-    {PixelType_BayerBG12p, Packing::BitStream, 12, 1, Colour::Bayer, redAt11},
-    {PixelType_BayerRG12Packed, Packing::GroupOfTwo, 12, 1, Colour::Bayer, redAt00},
-    {PixelType_BayerGR12Packed, Packing::GroupOfTwo, 12, 1, Colour::Bayer, redAt10},
-    {PixelType_BayerGB12Packed, Packing::GroupOfTwo, 12, 1, Colour::Bayer, redAt01},
-    {PixelType_BayerBG12Packed, Packing::GroupOfTwo, 12, 1, Colour::Bayer, redAt11},
-    {PixelType_BayerRG16, Packing::Words, 16, 1, Colour::Bayer, redAt00},
-    {PixelType_BayerGR16, Packing::Words, 16, 1, Colour::Bayer, redAt10},
-    {PixelType_BayerGB16, Packing::Words, 16, 1, Colour::Bayer, redAt01},
-    {PixelType_BayerBG16, Packing::Words, 16, 1, Colour::Bayer, redAt11},
-    {PixelType_RGB8Packed, Packing::Bytes, 8, 3, Colour::Direct, rgb},
-    {PixelType_BGR8Packed, Packing::Bytes, 8, 3, Colour::Direct, bgr},
-    {PixelType_RGBA8Packed, Packing::Bytes, 8, 4, Colour::Direct, rgb},
-    {PixelType_BGRA8Packed, Packing::Bytes, 8, 4, Colour::Direct, bgr},
-    {PixelType_RGB10Packed, Packing::Words, 10, 3, Colour::Direct, rgb},
-    {PixelType_BGR10Packed, Packing::Words, 10, 3, Colour::Direct, bgr},
-    {PixelType_RGB12Packed, Packing::Words, 12, 3, Colour::Direct, rgb},
-    {PixelType_BGR12Packed, Packing::Words, 12, 3, Colour::Direct, bgr},
-    {PixelType_RGB16Packed, Packing::Words, 16, 3, Colour::Direct, rgb},
-    {PixelType_YUV422Packed, Packing::Bytes, 8, 2, Colour::Luma422, uyvy},
-    {PixelType_YUV422_YUYV_Packed, Packing::Bytes, 8, 2, Colour::Luma422, yuyv},
-    {ycbcr422, Packing::Bytes, 8, 2, Colour::Luma422, yuyv},
+constexpr PixelLayout kLayouts[] = {
+    {PixelType_Mono1Packed, Packing::BitStream, 1, 1, Colour::Mono, kMono},
+    {PixelType_Mono2Packed, Packing::BitStream, 2, 1, Colour::Mono, kMono},
+    {PixelType_Mono4Packed, Packing::BitStream, 4, 1, Colour::Mono, kMono},
+    {PixelType_Mono8, Packing::Bytes, 8, 1, Colour::Mono, kMono},
+    {PixelType_Mono10, Packing::Words, 10, 1, Colour::Mono, kMono},
+    {PixelType_Mono10p, Packing::BitStream, 10, 1, Colour::Mono, kMono},
+    {PixelType_Mono10Packed, Packing::GroupOfTwo, 10, 1, Colour::Mono, kMono},
+    {PixelType_Mono12, Packing::Words, 12, 1, Colour::Mono, kMono},
+    {PixelType_Mono12p, Packing::BitStream, 12, 1, Colour::Mono, kMono},
+    {PixelType_Mono12Packed, Packing::GroupOfTwo, 12, 1, Colour::Mono, kMono},
+    {PixelType_Mono16, Packing::Words, 16, 1, Colour::Mono, kMono},
+    {PixelType_BayerRG8, Packing::Bytes, 8, 1, Colour::Bayer, kRedAt00},
+    {PixelType_BayerGR8, Packing::Bytes, 8, 1, Colour::Bayer, kRedAt10},
+    {PixelType_BayerGB8, Packing::Bytes, 8, 1, Colour::Bayer, kRedAt01},
+    {PixelType_BayerBG8, Packing::Bytes, 8, 1, Colour::Bayer, kRedAt11},
+    {PixelType_BayerRG10, Packing::Words, 10, 1, Colour::Bayer, kRedAt00},
+    {PixelType_BayerGR10, Packing::Words, 10, 1, Colour::Bayer, kRedAt10},
+    {PixelType_BayerGB10, Packing::Words, 10, 1, Colour::Bayer, kRedAt01},
+    {PixelType_BayerBG10, Packing::Words, 10, 1, Colour::Bayer, kRedAt11},
+    {PixelType_BayerRG10p, Packing::BitStream, 10, 1, Colour::Bayer, kRedAt00},
+    {PixelType_BayerGR10p, Packing::BitStream, 10, 1, Colour::Bayer, kRedAt10},
+    {PixelType_BayerGB10p, Packing::BitStream, 10, 1, Colour::Bayer, kRedAt01},
+    {PixelType_BayerBG10p, Packing::BitStream, 10, 1, Colour::Bayer, kRedAt11},
+    {PixelType_BayerRG12, Packing::Words, 12, 1, Colour::Bayer, kRedAt00},
+    {PixelType_BayerGR12, Packing::Words, 12, 1, Colour::Bayer, kRedAt10},
+    {PixelType_BayerGB12, Packing::Words, 12, 1, Colour::Bayer, kRedAt01},
+    {PixelType_BayerBG12, Packing::Words, 12, 1, Colour::Bayer, kRedAt11},
+    {PixelType_BayerRG12p, Packing::BitStream, 12, 1, Colour::Bayer, kRedAt00},
+    {PixelType_BayerGR12p, Packing::BitStream, 12, 1, Colour::Bayer, kRedAt10},
+    {PixelType_BayerGB12p, Packing::BitStream, 12, 1, Colour::Bayer, kRedAt01},
+    {PixelType_BayerBG12p, Packing::BitStream, 12, 1, Colour::Bayer, kRedAt11},
+    {PixelType_BayerRG12Packed, Packing::GroupOfTwo, 12, 1, Colour::Bayer, kRedAt00},
+    {PixelType_BayerGR12Packed, Packing::GroupOfTwo, 12, 1, Colour::Bayer, kRedAt10},
+    {PixelType_BayerGB12Packed, Packing::GroupOfTwo, 12, 1, Colour::Bayer, kRedAt01},
+    {PixelType_BayerBG12Packed, Packing::GroupOfTwo, 12, 1, Colour::Bayer, kRedAt11},
+    {PixelType_BayerRG16, Packing::Words, 16, 1, Colour::Bayer, kRedAt00},
+    {PixelType_BayerGR16, Packing::Words, 16, 1, Colour::Bayer, kRedAt10},
+    {PixelType_BayerGB16, Packing::Words, 16, 1, Colour::Bayer, kRedAt01},
+    {PixelType_BayerBG16, Packing::Words, 16, 1, Colour::Bayer, kRedAt11},
+    {PixelType_RGB8Packed, Packing::Bytes, 8, 3, Colour::Direct, kRgb},
+    {PixelType_BGR8Packed, Packing::Bytes, 8, 3, Colour::Direct, kBgr},
+    {PixelType_RGBA8Packed, Packing::Bytes, 8, 4, Colour::Direct, kRgb},
+    {PixelType_BGRA8Packed, Packing::Bytes, 8, 4, Colour::Direct, kBgr},
+    {PixelType_RGB10Packed, Packing::Words, 10, 3, Colour::Direct, kRgb},
+    {PixelType_BGR10Packed, Packing::Words, 10, 3, Colour::Direct, kBgr},
+    {PixelType_RGB12Packed, Packing::Words, 12, 3, Colour::Direct, kRgb},
+    {PixelType_BGR12Packed, Packing::Words, 12, 3, Colour::Direct, kBgr},
+    {PixelType_RGB16Packed, Packing::Words, 16, 3, Colour::Direct, kRgb},
+    {PixelType_YUV422Packed, Packing::Bytes, 8, 2, Colour::Luma422, kUyvy},
+    {PixelType_YUV422_YUYV_Packed, Packing::Bytes, 8, 2, Colour::Luma422, kYuyv},
+    {kYcbcr422, Packing::Bytes, 8, 2, Colour::Luma422, kYuyv},
 };
 
 std::uint16_t ReadBits(const std::uint8_t* data, std::size_t firstBit, unsigned count) {
@@ -110,9 +111,9 @@ unsigned PixelLayout::GetBitsPerSample() const {
 }
 
 const PixelLayout* FindPixelLayout(EPixelType pixelType) {
-    const auto* found = std::find_if(std::begin(layouts), std::end(layouts),
+    const auto* found = std::find_if(std::begin(kLayouts), std::end(kLayouts),
                                      [pixelType](const PixelLayout& row) { return row.pixelType == pixelType; });
-    return found == std::end(layouts) ? nullptr : found;
+    return found == std::end(kLayouts) ? nullptr : found;
 }
 
 std::size_t GetNeededBytes(const PixelLayout& layout, std::size_t width, std::size_t lines, std::size_t paddingX) {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "Suggestions.h"
 
 #include "Output.h"
@@ -9,7 +10,7 @@
 namespace tool {
 namespace {
 
-constexpr std::size_t mostSuggestions = 3;
+constexpr std::size_t kMostSuggestions = 3;
 
 std::string Lower(std::string text) {
     std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return std::tolower(c); });
@@ -48,7 +49,7 @@ std::vector<std::string> NearMatches(const std::string& word, const std::vector<
     }
     std::stable_sort(ranked.begin(), ranked.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
     std::vector<std::string> matches;
-    for (std::size_t i = 0; i < std::min(ranked.size(), mostSuggestions); ++i) {
+    for (std::size_t i = 0; i < std::min(ranked.size(), kMostSuggestions); ++i) {
         matches.push_back(ranked[i].second);
     }
     return matches;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "SystemChecks.h"
 
 #include "Library.h"
@@ -15,21 +16,21 @@ namespace tool {
 namespace {
 
 /// What the grab threads ask for unless told otherwise.
-constexpr int wantedPriority = 25;
+constexpr int kWantedPriority = 25;
 
 /// A few frames of a fast camera on Ethernet have to wait in the kernel while the receiver is not scheduled: at 120
 /// MB/s, 10 MB are some 80 ms.
-constexpr long wantedSocketBuffer = 10'000'000;
+constexpr long kWantedSocketBuffer = 10'000'000;
 
 Check CheckRealTime() {
     int lowest = 0;
     int highest = 0;
     Zelmo::GetRTThreadPriorityCapabilities(lowest, highest);
     Check check{"real-time priority", Verdict::Ok, "threads may have priorities up to " + std::to_string(highest), ""};
-    if (highest < wantedPriority) {
+    if (highest < kWantedPriority) {
         check.verdict = Verdict::Warning;
         check.detail +=
-            "; grab threads want " + std::to_string(wantedPriority) + ", without it a busy host loses images";
+            "; grab threads want " + std::to_string(kWantedPriority) + ", without it a busy host loses images";
         check.remedy = "Add the line '<user> - rtprio 99' to /etc/security/limits.conf and log in anew";
     }
     return check;
@@ -44,13 +45,13 @@ Check CheckOpenFiles() {
     rlimit limit{};
     getrlimit(RLIMIT_NOFILE, &limit);
     const bool unlimited = limit.rlim_cur == RLIM_INFINITY;
-    const rlim_t usable = limit.rlim_cur > descriptorsOfProcess ? limit.rlim_cur - descriptorsOfProcess : 0;
+    const rlim_t usable = limit.rlim_cur > kDescriptorsOfProcess ? limit.rlim_cur - kDescriptorsOfProcess : 0;
     Check check{"open files", Verdict::Ok, "", ""};
     check.detail = unlimited ? "no limit on open files"
                              : "the limit of " + std::to_string(limit.rlim_cur) + " open files is enough for " +
-                                   std::to_string(usable / descriptorsOfCamera) + " cameras at " +
-                                   std::to_string(descriptorsOfCamera) + " each";
-    if (!unlimited && usable < 8 * descriptorsOfCamera) {
+                                   std::to_string(usable / kDescriptorsOfCamera) + " cameras at " +
+                                   std::to_string(kDescriptorsOfCamera) + " each";
+    if (!unlimited && usable < 8 * kDescriptorsOfCamera) {
         check.verdict = Verdict::Warning;
         check.remedy = "Raise it with 'ulimit -n 4096', for good in /etc/security/limits.conf";
     }
@@ -69,9 +70,9 @@ Check CheckSocketBuffers() {
         return check;
     }
     check.detail = "net.core.rmem_max is " + std::to_string(bytes) + " bytes";
-    if (bytes < wantedSocketBuffer) {
+    if (bytes < kWantedSocketBuffer) {
         check.verdict = Verdict::Warning;
-        check.detail += "; cameras on Ethernet want " + std::to_string(wantedSocketBuffer);
+        check.detail += "; cameras on Ethernet want " + std::to_string(kWantedSocketBuffer);
         check.remedy = "As root: sysctl -w net.core.rmem_max=33554432, for good in /etc/sysctl.d/60-cameras.conf";
     }
     return check;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <string>
@@ -25,7 +26,7 @@ std::vector<Check> CheckPlugins(Library& library);
 std::vector<Check> CheckSystem();
 
 /// Descriptors that one grabbing camera takes, and those that the process has besides.
-constexpr unsigned descriptorsOfCamera = 24;
-constexpr unsigned descriptorsOfProcess = 16;
+constexpr unsigned kDescriptorsOfCamera = 24;
+constexpr unsigned kDescriptorsOfProcess = 16;
 
 } // namespace tool

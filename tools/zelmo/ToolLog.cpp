@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "ToolLog.h"
 
 #include "Errors.h"
@@ -13,10 +14,10 @@
 namespace tool {
 namespace {
 
-constexpr const char* factoryCategory = "zelmo.base.TlFactory";
+constexpr const char* kFactoryCategory = "zelmo.base.TlFactory";
 
 std::optional<int> ParseLevel(std::string name) {
-    static const std::pair<const char*, int> levels[] = {
+    static const std::pair<const char*, int> kLevels[] = {
         {"OFF", -1},
         {"FATAL", GenICam::LogPriority_Fatal},
         {"CRIT", GenICam::LogPriority_Crit},
@@ -27,7 +28,7 @@ std::optional<int> ParseLevel(std::string name) {
         {"DEBUG", GenICam::LogPriority_Debug},
     };
     std::transform(name.begin(), name.end(), name.begin(), [](unsigned char c) { return std::toupper(c); });
-    for (const auto& [text, level] : levels) {
+    for (const auto& [text, level] : kLevels) {
         if (name == text) {
             return level;
         }
@@ -117,7 +118,7 @@ public:
     void LimitFactoryTo(int priority) { m_factoryLimit = priority; }
 
     void Append(const GenICam::LogRecord& record) override {
-        const bool ofFactory = record.category == factoryCategory;
+        const bool ofFactory = record.category == kFactoryCategory;
         if (ofFactory) {
             Remember(record.message);
         }
@@ -169,7 +170,7 @@ ToolLog::ToolLog(const GlobalOptions& options, Output& output) {
         SetLevels(options);
         m_listener = std::make_shared<Listener>(output, !toFile);
         // Why a plug-in failed is told as low as at this level; below the user's level it is only listened to.
-        GenICam::Logger& factory = GenICam::CLog::GetLogger(factoryCategory);
+        GenICam::Logger& factory = GenICam::CLog::GetLogger(kFactoryCategory);
         m_listener->LimitFactoryTo(factory.getChainedPriority());
         if (factory.getChainedPriority() < GenICam::LogPriority_Notice) {
             factory.setPriority(GenICam::LogPriority_Notice);

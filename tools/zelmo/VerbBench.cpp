@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "CommonOptions.h"
 #include "DeviceSelector.h"
 #include "GrabReport.h"
@@ -46,8 +47,8 @@ double GetCpuSeconds() {
     return seconds(usage.ru_utime) + seconds(usage.ru_stime);
 }
 
-constexpr const char* latencyKeys[] = {"latency_p50_us", "latency_p99_us", "latency_max_us"};
-constexpr const char* latencyColumns[] = {"P50 US", "P99 US", "MAX US"};
+constexpr const char* kLatencyKeys[] = {"latency_p50_us", "latency_p99_us", "latency_max_us"};
+constexpr const char* kLatencyColumns[] = {"P50 US", "P99 US", "MAX US"};
 
 std::vector<double> MakeLatenciesUs(const LatencyHistogram& latencies) {
     return {static_cast<double>(latencies.GetPercentileNs(0.5)) * 1e-3,
@@ -59,7 +60,7 @@ void AddLatencies(const LatencyHistogram& latencies, Json& json, std::vector<std
     const std::vector<double> valuesUs = MakeLatenciesUs(latencies);
     for (std::size_t i = 0; i < valuesUs.size(); ++i) {
         const bool known = latencies.GetCount() > 0;
-        json[latencyKeys[i]] = known ? JsonNumber(valuesUs[i]) : Json();
+        json[kLatencyKeys[i]] = known ? JsonNumber(valuesUs[i]) : Json();
         row.push_back(known ? Fixed(valuesUs[i], 0) : "-");
     }
 }
@@ -126,7 +127,7 @@ private:
     void Report(const GrabRun& run, const std::vector<const LatencySink*>& sinks, double cpuSeconds,
                 Output& output) const {
         GrabReport report = MakeReport(run.GetCameras());
-        report.rows[0].insert(report.rows[0].end(), std::begin(latencyColumns), std::end(latencyColumns));
+        report.rows[0].insert(report.rows[0].end(), std::begin(kLatencyColumns), std::end(kLatencyColumns));
         LatencyHistogram all;
         for (std::size_t i = 0; i < sinks.size(); ++i) {
             AddLatencies(sinks[i]->GetLatencies(), report.json["cameras"][i], report.rows[i + 1]);

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "Feature.h"
 #include "FeatureDescription.h"
 #include "FeatureListVerb.h"
@@ -13,7 +14,7 @@ std::string TextOf(const Json& field) {
 }
 
 void AddTexts(const Json& json, Rows& rows) {
-    static constexpr std::pair<const char*, const char*> labels[] = {
+    static constexpr std::pair<const char*, const char*> kLabels[] = {
         {"display_name", "display name"},
         {"tooltip", "tool tip"},
         {"description", "description"},
@@ -33,7 +34,7 @@ void AddTexts(const Json& json, Rows& rows) {
         {"alias", "alias"},
         {"cast_alias", "cast alias"},
     };
-    for (const auto& [field, label] : labels) {
+    for (const auto& [field, label] : kLabels) {
         if (json.contains(field)) {
             rows.push_back({"", label, TextOf(json[field])});
         }

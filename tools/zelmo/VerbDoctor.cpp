@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "CommonOptions.h"
 #include "Library.h"
 #include "Output.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "Feature.h"
 #include "FeatureListVerb.h"
 #include "Output.h"

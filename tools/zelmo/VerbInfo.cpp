@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "Camera.h"
 #include "CommonOptions.h"
 #include "DeviceSelector.h"
@@ -17,14 +18,14 @@ struct Access {
 };
 
 Access LookUpAccess(const Zelmo::CDeviceInfo& info) {
-    static const char* const words[] = {"unknown", "ok", "in_use", "wrong_subnet", "no_permission", "not_reachable"};
+    static const char* const kWords[] = {"unknown", "ok", "in_use", "wrong_subnet", "no_permission", "not_reachable"};
     Zelmo::EDeviceAccessiblityInfo state = Zelmo::DeviceAccessibility_Unknown;
     const bool accessible = Zelmo::CTlFactory::GetInstance().IsDeviceAccessible(info, GetWantedAccess(), &state);
     if (accessible) {
         return {true, "", "ok"};
     }
     const auto position = static_cast<std::size_t>(state);
-    return {false, ExplainAccess(state), position < std::size(words) ? words[position] : "unknown"};
+    return {false, ExplainAccess(state), position < std::size(kWords) ? kWords[position] : "unknown"};
 }
 
 class InfoVerb : public Verb {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "CommonOptions.h"
 #include "InputFile.h"
 #include "MemoryImage.h"
@@ -15,7 +16,7 @@
 namespace tool {
 namespace {
 
-constexpr std::size_t mostBytes = std::size_t{64} << 20; // of a file
+constexpr std::size_t kMostBytes = std::size_t{64} << 20; // of a file
 
 struct NodeMapDestroyer {
     void operator()(GenApi::INodeMap* nodeMap) const { dynamic_cast<GenApi::IDestroy&>(*nodeMap).Destroy(); }
@@ -28,9 +29,9 @@ public:
     /// @throws ToolError that names the file at fault, and the place in it.
     OfflineNodeMap(const std::string& file, const std::string& imageFile) {
         if (!imageFile.empty()) {
-            m_image.Parse(ReadInputFile(imageFile, mostBytes), imageFile);
+            m_image.Parse(ReadInputFile(imageFile, kMostBytes), imageFile);
         }
-        const std::string content = ReadInputFile(file, mostBytes);
+        const std::string content = ReadInputFile(file, kMostBytes);
         try {
             GenApi::CNodeMapFactory factory(GenApi::ContentType_Xml, content.data(), content.size());
             m_nodeMap.reset(factory.CreateNodeMap());

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <GenApi/ChunkAdapter.h>
 
 #include "genicam/genapi/adapters/ChunkPorts.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <GenApi/ChunkAdapterDcam.h>
 
 #include "genicam/genapi/adapters/ChunkTrailers.h"
@@ -6,10 +7,10 @@ namespace GenApi {
 
 namespace {
 
-constexpr int64_t checksumBytes = 4;
+constexpr int64_t kChecksumBytes = 4;
 
 struct DcamTrailer {
-    static constexpr std::int64_t bytes = 24;
+    static constexpr std::int64_t kBytes = 24;
     static bool Read(const std::uint8_t* trailer, ChunkTrailer& read) noexcept {
         read.id = {LoadBigEndian<std::uint64_t>(trailer), LoadBigEndian<std::uint64_t>(trailer + 8)};
         const auto length = LoadBigEndian<std::uint32_t>(trailer + 16);
@@ -41,18 +42,18 @@ bool CChunkAdapterDcam::CheckBufferLayout(uint8_t* pBuffer, int64_t BufferLength
 }
 
 void CChunkAdapterDcam::AttachBuffer(uint8_t* pBuffer, int64_t BufferLength, AttachStatistics_t* pAttachStatistics) {
-    const int64_t length = HasCRC(pBuffer, BufferLength) ? BufferLength - checksumBytes : BufferLength;
+    const int64_t length = HasCRC(pBuffer, BufferLength) ? BufferLength - kChecksumBytes : BufferLength;
     AttachChunks<DcamTrailer>(Ports(), pBuffer, length, pAttachStatistics);
 }
 
 bool CChunkAdapterDcam::HasCRC(const uint8_t* pBuffer, int64_t BufferLength) const {
-    return BufferLength > checksumBytes && !HasChunks<DcamTrailer>(pBuffer, BufferLength) &&
-           HasChunks<DcamTrailer>(pBuffer, BufferLength - checksumBytes);
+    return BufferLength > kChecksumBytes && !HasChunks<DcamTrailer>(pBuffer, BufferLength) &&
+           HasChunks<DcamTrailer>(pBuffer, BufferLength - kChecksumBytes);
 }
 
 bool CChunkAdapterDcam::CheckCRC(const uint8_t* pBuffer, int64_t BufferLength) const {
-    return HasCRC(pBuffer, BufferLength) && Crc16(pBuffer, BufferLength - checksumBytes) ==
-                                                LoadBigEndian<std::uint32_t>(pBuffer + BufferLength - checksumBytes);
+    return HasCRC(pBuffer, BufferLength) && Crc16(pBuffer, BufferLength - kChecksumBytes) ==
+                                                LoadBigEndian<std::uint32_t>(pBuffer + BufferLength - kChecksumBytes);
 }
 
 } // namespace GenApi

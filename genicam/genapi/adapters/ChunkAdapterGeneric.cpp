@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <GenApi/ChunkAdapterGeneric.h>
 
 #include "genicam/genapi/adapters/ChunkPorts.h"
@@ -12,7 +13,7 @@ namespace GenApi {
 
 namespace {
 
-constexpr int64_t unknownLength = std::numeric_limits<int64_t>::max();
+constexpr int64_t kUnknownLength = std::numeric_limits<int64_t>::max();
 
 HexId IdOf(const SingleChunkData_t& chunk) {
     return {0, chunk.ChunkID};
@@ -72,12 +73,12 @@ void CChunkAdapterGeneric::AttachListed(uint8_t* pBuffer, int64_t limit, const C
 
 void CChunkAdapterGeneric::AttachBuffer(uint8_t* pBuffer, SingleChunkData_t* ChunkData, int64_t NumChunks,
                                         AttachStatistics_t* pAttachStatistics) {
-    AttachListed(pBuffer, unknownLength, ChunkData, NumChunks, pAttachStatistics);
+    AttachListed(pBuffer, kUnknownLength, ChunkData, NumChunks, pAttachStatistics);
 }
 
 void CChunkAdapterGeneric::AttachBuffer(uint8_t* pBuffer, SingleChunkDataStr_t* ChunkData, int64_t NumChunks,
                                         AttachStatistics_t* pAttachStatistics) {
-    AttachListed(pBuffer, unknownLength, ChunkData, NumChunks, pAttachStatistics);
+    AttachListed(pBuffer, kUnknownLength, ChunkData, NumChunks, pAttachStatistics);
 }
 
 void CChunkAdapterGeneric::AttachBuffer(uint8_t* pBuffer, int64_t BufferLength, SingleChunkData_t* ChunkData,

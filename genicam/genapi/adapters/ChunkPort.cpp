@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <GenApi/ChunkPort.h>
 
 #include <Base/GCException.h>
@@ -21,12 +22,14 @@ uint8_t* CChunkPort::Data() noexcept {
 }
 
 uint8_t* CChunkPort::Locate(int64_t address, int64_t length) {
-    if (!IsAttached())
+    if (!IsAttached()) {
         throw ACCESS_EXCEPTION("There is no chunk to access at address %" PRId64, address);
-    if (address < 0 || length < 0 || address > m_length || length > m_length - address)
+    }
+    if (address < 0 || length < 0 || address > m_length || length > m_length - address) {
         throw RUNTIME_EXCEPTION("The chunk has no %" PRId64 " bytes at address %" PRId64 ": it is %" PRId64
                                 " bytes long",
                                 length, address, m_length);
+    }
     return Data() + address;
 }
 
@@ -63,8 +66,9 @@ void CChunkPort::ReserveCopy(int64_t Length) {
 }
 
 void CChunkPort::UpdateBuffer(uint8_t* pBaseAddress) noexcept {
-    if (m_state == State_InBuffer)
+    if (m_state == State_InBuffer) {
         m_baseAddress = pBaseAddress;
+    }
 }
 
 void CChunkPort::DetachChunk() noexcept {
@@ -74,8 +78,9 @@ void CChunkPort::DetachChunk() noexcept {
 }
 
 void CChunkPort::ClearCache() noexcept {
-    if (IsCopied())
+    if (IsCopied()) {
         DetachChunk();
+    }
     std::vector<uint8_t>().swap(m_copy);
 }
 

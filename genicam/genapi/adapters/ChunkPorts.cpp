@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "genicam/genapi/adapters/ChunkPorts.h"
 
 #include "genicam/genapi/map/LoadLog.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include "genicam/genapi/adapters/ByteOrder.h"
@@ -22,8 +23,8 @@ struct ChunkTrailer {
 template <class Layout, class Visitor>
 std::int64_t WalkChunks(const std::uint8_t* buffer, std::int64_t length, Visitor&& visit) noexcept {
     std::int64_t end = length;
-    while (end >= Layout::bytes) {
-        const std::int64_t limit = end - Layout::bytes;
+    while (end >= Layout::kBytes) {
+        const std::int64_t limit = end - Layout::kBytes;
         ChunkTrailer trailer;
         if (!Layout::Read(buffer + limit, trailer) || trailer.length > static_cast<std::uint64_t>(limit)) {
             return end;
@@ -61,7 +62,7 @@ void AttachChunks(ChunkPorts& ports, std::uint8_t* buffer, std::int64_t length, 
 /// Id and length, 4 bytes each. All zero is memory that nobody wrote.
 template <std::uint32_t (*Load)(const std::uint8_t*)>
 struct ShortTrailer {
-    static constexpr std::int64_t bytes = 8;
+    static constexpr std::int64_t kBytes = 8;
     static bool Read(const std::uint8_t* trailer, ChunkTrailer& read) noexcept {
         read.id.low = Load(trailer);
         read.length = Load(trailer + 4);

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <GenApi/EventAdapter1394.h>
 
 namespace GenApi {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <GenApi/EventAdapterCL.h>
 
 #include "genicam/genapi/adapters/EventMessage.h"
@@ -7,8 +8,8 @@ namespace GenApi {
 namespace {
 
 // u16 preamble, u16 checksum, u16 checksum, u16 channel, u16 flags, u16 command, u16 length, u16 request id
-constexpr GenCpLayout layout = {16, 10, 12, LoadBigEndian<std::uint16_t>};
-constexpr std::uint32_t knownPreamble = 0x0100;
+constexpr GenCpLayout kLayout = {16, 10, 12, LoadBigEndian<std::uint16_t>};
+constexpr std::uint32_t kNownPreamble = 0x0100;
 
 } // namespace
 
@@ -17,10 +18,10 @@ CEventAdapterCL::CEventAdapterCL(INodeMap* pNodeMap) : CEventAdapter(pNodeMap) {
 CEventAdapterCL::~CEventAdapterCL() = default;
 
 void CEventAdapterCL::DeliverMessage(const uint8_t msg[], uint32_t numBytes) {
-    RequireHeader(msg, numBytes, layout.headerBytes);
+    RequireHeader(msg, numBytes, kLayout.headerBytes);
     const auto preamble = LoadBigEndian<std::uint16_t>(msg);
-    RequireValue("preamble", preamble, preamble == knownPreamble);
-    DeliverGenCp(Nodes(), layout, msg, numBytes);
+    RequireValue("preamble", preamble, preamble == kNownPreamble);
+    DeliverGenCp(Nodes(), kLayout, msg, numBytes);
 }
 
 } // namespace GenApi

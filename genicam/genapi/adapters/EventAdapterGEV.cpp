@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <GenApi/EventAdapterGEV.h>
 
 #include "genicam/genapi/adapters/EventMessage.h"
@@ -6,11 +7,11 @@ namespace GenApi {
 
 namespace {
 
-constexpr std::uint32_t headerBytes = 8; // u8 magic, u8 flags, u16 command, u16 length, u16 request id
-constexpr std::uint8_t knownMagic = 0x42;
-constexpr std::uint8_t extendedIds = 0x10; // flag
-constexpr std::uint32_t eventCommand = 0x00C0;
-constexpr std::uint32_t eventDataCommand = 0x00C2;
+constexpr std::uint32_t kHeaderBytes = 8; // u8 magic, u8 flags, u16 command, u16 length, u16 request id
+constexpr std::uint8_t kNownMagic = 0x42;
+constexpr std::uint8_t kExtendedIds = 0x10; // flag
+constexpr std::uint32_t kEventCommand = 0x00C0;
+constexpr std::uint32_t kEventDataCommand = 0x00C2;
 
 std::uint16_t FieldAt(const std::uint8_t* bytes) noexcept {
     return LoadBigEndian<std::uint16_t>(bytes);
@@ -24,19 +25,19 @@ struct GevMessage {
     EventBytes body;          // what of them is there
 
     GevMessage(const std::uint8_t* message, std::uint32_t size) {
-        RequireHeader(message, size, headerBytes);
-        RequireValue("magic number", message[0], message[0] == knownMagic);
+        RequireHeader(message, size, kHeaderBytes);
+        RequireValue("magic number", message[0], message[0] == kNownMagic);
         command = FieldAt(message + 2);
-        RequireValue("command", command, command == eventCommand || command == eventDataCommand);
-        itemBytes = (message[1] & extendedIds) != 0 ? 24 : 16;
+        RequireValue("command", command, command == kEventCommand || command == kEventDataCommand);
+        itemBytes = (message[1] & kExtendedIds) != 0 ? 24 : 16;
         claimedBytes = FieldAt(message + 4);
-        body = BodyOf(message, size, headerBytes, FieldAt(message + 4));
+        body = BodyOf(message, size, kHeaderBytes, FieldAt(message + 4));
     }
 
     /// The event at the start of @p rest. @throws GenICam::RuntimeException if its size cannot be true
     EventBytes First(EventBytes rest) const {
         RequireEvent(rest, itemBytes);
-        if (command == eventCommand) {
+        if (command == kEventCommand) {
             return rest.first(itemBytes);
         }
         const std::size_t size = FieldAt(rest.data()); // of item and data; 0 for all that is left
@@ -55,7 +56,7 @@ struct GevMessage {
         do {
             const EventBytes event = First(rest);
             visit(event);
-            const bool wasLast = command == eventDataCommand && FieldAt(event.data()) == 0;
+            const bool wasLast = command == kEventDataCommand && FieldAt(event.data()) == 0;
             left -= wasLast ? left : event.size();
             rest = rest.subspan(event.size());
         } while (left >= itemBytes);

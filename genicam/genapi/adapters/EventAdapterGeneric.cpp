@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <GenApi/EventAdapterGeneric.h>
 
 #include "genicam/genapi/adapters/EventNodes.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <GenApi/EventPort.h>
 
 #include <Base/GCException.h>
@@ -17,12 +18,14 @@ EAccessMode CEventPort::GetAccessMode() const {
 
 void CEventPort::Read(void* pBuffer, int64_t Address, int64_t Length) {
     const auto size = static_cast<int64_t>(m_event.size());
-    if (!m_hasEvent)
+    if (!m_hasEvent) {
         throw ACCESS_EXCEPTION("There was no event yet that could be read at address %" PRId64, Address);
-    if (Address < 0 || Length < 0 || Address > size || Length > size - Address)
+    }
+    if (Address < 0 || Length < 0 || Address > size || Length > size - Address) {
         throw RUNTIME_EXCEPTION("The event has no %" PRId64 " bytes at address %" PRId64 ": it is %" PRId64
                                 " bytes long",
                                 Length, Address, size);
+    }
     std::copy_n(m_event.data() + Address, Length, static_cast<uint8_t*>(pBuffer));
 }
 

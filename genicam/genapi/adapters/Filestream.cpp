@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <GenApi/Filestream.h>
 
 #include <Base/GCException.h>
@@ -18,8 +19,9 @@ GenICam::Logger& Logger() {
 }
 
 const char* OpenModeName(std::ios_base::openmode mode) {
-    if ((mode & std::ios_base::in) == 0)
+    if ((mode & std::ios_base::in) == 0) {
         return "Write";
+    }
     return (mode & std::ios_base::out) == 0 ? "Read" : "ReadWrite";
 }
 
@@ -40,8 +42,9 @@ public:
         WaitUntilDone();
         const gcstring status = m_adapter.m_status->ToString(false, true);
         const int64_t result = m_adapter.m_result->GetValue(false, true);
-        if (status != "Success")
+        if (status != "Success") {
             Fail(status, result);
+        }
         return result;
     }
 
@@ -58,10 +61,11 @@ public:
     }
 
     void CheckRange(int64_t offset, std::streamsize length) const {
-        if (offset < 0 || length < 0)
+        if (offset < 0 || length < 0) {
             throw INVALID_ARGUMENT_EXCEPTION("%s of file '%s' cannot transfer %lld bytes at offset %lld", m_operation,
                                              m_fileName.c_str(), static_cast<long long>(length),
                                              static_cast<long long>(offset));
+        }
     }
 
 private:
@@ -69,9 +73,10 @@ private:
         using namespace std::chrono;
         const auto end = steady_clock::now() + milliseconds(m_adapter.m_timeoutMs);
         for (auto pause = 1ms; !m_adapter.m_execute->IsDone(); pause = std::min(2 * pause, 20ms)) {
-            if (steady_clock::now() >= end)
+            if (steady_clock::now() >= end) {
                 throw TIMEOUT_EXCEPTION("%s of file '%s' did not end within %u ms", m_operation, m_fileName.c_str(),
                                         m_adapter.m_timeoutMs.load());
+            }
             std::this_thread::sleep_for(pause);
         }
     }
@@ -84,13 +89,15 @@ private:
 
 bool FileProtocolAdapter::attach(INodeMap* pNodeMap) {
     m_nodeMap = nullptr;
-    if (!pNodeMap)
+    if (!pNodeMap) {
         return true;
+    }
     const char* missing = nullptr;
     const auto find = [&](auto& pointer, const char* name) {
         pointer = pNodeMap->GetNode(name);
-        if (!pointer.IsValid())
+        if (!pointer.IsValid()) {
             missing = name;
+        }
     };
     find(m_size, "FileSize");
     missing = nullptr; // that one may be
@@ -103,17 +110,19 @@ bool FileProtocolAdapter::attach(INodeMap* pNodeMap) {
     find(m_execute, "FileOperationExecute");
     find(m_status, "FileOperationStatus");
     find(m_result, "FileOperationResult");
-    if (missing)
+    if (missing) {
         GenICam::CLog::Log(Logger(), GenICam::LogPriority_Warn, "'%s' gives no access to files: it has no feature %s",
                            pNodeMap->GetDeviceName().c_str(), missing);
-    else
+    } else {
         m_nodeMap = pNodeMap;
+    }
     return m_nodeMap != nullptr;
 }
 
 INodeMap& FileProtocolAdapter::Map() const {
-    if (!m_nodeMap)
+    if (!m_nodeMap) {
         throw ACCESS_EXCEPTION("No device is attached whose files could be accessed");
+    }
     return *m_nodeMap;
 }
 
@@ -135,8 +144,9 @@ std::streamsize FileProtocolAdapter::read(char* pBuffer, int64_t offset, std::st
                                           const gcstring& fileName) {
     Session session(*this, fileName, "Read");
     session.CheckRange(offset, length);
-    if (const int64_t size = ReadSize(); size >= 0)
+    if (const int64_t size = ReadSize(); size >= 0) {
         length = std::min(length, size - offset); // devices fail when asked for what is behind the end
+    }
     const int64_t block = getBufSize();
     const int64_t inc = m_length->GetInc();
     std::streamsize done = 0;
@@ -144,8 +154,9 @@ std::streamsize FileProtocolAdapter::read(char* pBuffer, int64_t offset, std::st
         const int64_t wanted = std::min(length - done, block);
         const int64_t onGrid = std::min((wanted + inc - 1) / inc * inc, block);
         const int64_t count = std::min(session.Transfer(offset + done, onGrid), wanted);
-        if (count <= 0)
+        if (count <= 0) {
             break;
+        }
         m_buffer->Get(reinterpret_cast<uint8_t*>(pBuffer + done), count, false, true);
         done += count;
     }
@@ -160,8 +171,9 @@ void FileProtocolAdapter::write(const char* pBuffer, int64_t offset, std::stream
         const int64_t wanted = std::min(length - done, block);
         m_buffer->Set(reinterpret_cast<const uint8_t*>(pBuffer + done), wanted);
         const int64_t count = session.Transfer(offset + done, wanted);
-        if (count <= 0 || count > wanted)
+        if (count <= 0 || count > wanted) {
             session.Fail("Success", count); // it would never end, or nobody knows what was written
+        }
         done += count;
     }
 }
@@ -170,8 +182,9 @@ std::streamsize FileProtocolAdapter::getBufSize() const {
     const GenICam::AutoLock lock(Map().GetLock());
     const int64_t limit = std::min(m_buffer->GetLength(), m_length->GetMax());
     const int64_t inc = m_length->GetInc();
-    if (inc <= 0 || limit < inc)
+    if (inc <= 0 || limit < inc) {
         throw RUNTIME_EXCEPTION("FileAccessBuffer and FileAccessLength let no byte of a file pass");
+    }
     return limit / inc * inc;
 }
 
@@ -197,18 +210,21 @@ DevFileStreamBuf::~DevFileStreamBuf() {
 }
 
 void DevFileStreamBuf::open(FileProtocolAdapter* pAdapter, const gcstring& fileName, std::ios_base::openmode mode) {
-    if (is_open())
+    if (is_open()) {
         throw LOGICAL_ERROR_EXCEPTION("Cannot open '%s': '%s' is still open", fileName.c_str(), m_fileName.c_str());
-    if (!pAdapter)
+    }
+    if (!pAdapter) {
         throw INVALID_ARGUMENT_EXCEPTION("Cannot open '%s' without an adapter", fileName.c_str());
+    }
     m_fileName = fileName;
     const bool atEnd = (mode & (std::ios_base::ate | std::ios_base::app)) != 0;
     pAdapter->openFile(fileName, mode);
     m_adapter = pAdapter; // from here on it is to be closed
     try {
         m_block.resize(static_cast<std::size_t>(pAdapter->getBufSize()));
-        if ((mode & std::ios_base::out) != 0)
+        if ((mode & std::ios_base::out) != 0) {
             setp(m_block.data(), m_block.data() + m_block.size());
+        }
         Place(atEnd ? std::max<int64_t>(pAdapter->getFileSize(fileName), 0) : 0);
     } catch (...) {
         close();
@@ -217,15 +233,17 @@ void DevFileStreamBuf::open(FileProtocolAdapter* pAdapter, const gcstring& fileN
 }
 
 void DevFileStreamBuf::close() {
-    if (!is_open())
+    if (!is_open()) {
         return;
+    }
     std::exception_ptr failure;
     const auto attempt = [&](auto step) {
         try {
             step();
         } catch (...) {
-            if (!failure)
+            if (!failure) {
                 failure = std::current_exception();
+            }
         }
     };
     attempt([this] { WriteOut(); });
@@ -233,13 +251,15 @@ void DevFileStreamBuf::close() {
     m_adapter = nullptr;
     setp(nullptr, nullptr);
     setg(nullptr, nullptr, nullptr);
-    if (failure)
+    if (failure) {
         std::rethrow_exception(failure);
+    }
 }
 
 DevFileStreamBuf::int_type DevFileStreamBuf::underflow() {
-    if (!is_open() || IsWriting())
+    if (!is_open() || IsWriting()) {
         return traits_type::eof();
+    }
     Place(m_position + (egptr() - eback()));
     const auto count =
         m_adapter->read(m_block.data(), m_position, static_cast<std::streamsize>(m_block.size()), m_fileName);
@@ -248,11 +268,13 @@ DevFileStreamBuf::int_type DevFileStreamBuf::underflow() {
 }
 
 DevFileStreamBuf::int_type DevFileStreamBuf::overflow(int_type byte) {
-    if (!is_open() || !IsWriting())
+    if (!is_open() || !IsWriting()) {
         return traits_type::eof();
+    }
     WriteOut();
-    if (!traits_type::eq_int_type(byte, traits_type::eof()))
+    if (!traits_type::eq_int_type(byte, traits_type::eof())) {
         sputc(traits_type::to_char_type(byte));
+    }
     return traits_type::not_eof(byte);
 }
 
@@ -263,18 +285,21 @@ int DevFileStreamBuf::sync() {
 
 DevFileStreamBuf::pos_type DevFileStreamBuf::seekoff(off_type offset, std::ios_base::seekdir from,
                                                      std::ios_base::openmode) {
-    if (!is_open())
+    if (!is_open()) {
         return pos_type(off_type(-1));
+    }
     WriteOut();
     const int64_t here = m_position + (gptr() - eback());
     const int64_t origin = from == std::ios_base::cur   ? here
                            : from == std::ios_base::end ? m_adapter->getFileSize(m_fileName)
                                                         : 0;
     int64_t target = 0;
-    if (origin < 0 || __builtin_add_overflow(origin, offset, &target) || target < 0)
+    if (origin < 0 || __builtin_add_overflow(origin, offset, &target) || target < 0) {
         return pos_type(off_type(-1));
-    if (target != here) // else what is buffered stays
+    }
+    if (target != here) { // else what is buffered stays
         Place(target);
+    }
     return target;
 }
 
@@ -284,8 +309,9 @@ DevFileStreamBuf::pos_type DevFileStreamBuf::seekpos(pos_type position, std::ios
 
 /// Hands what was written so far to the device; after a failure it is still there.
 void DevFileStreamBuf::WriteOut() {
-    if (!IsWriting() || pptr() == pbase())
+    if (!IsWriting() || pptr() == pbase()) {
         return;
+    }
     m_adapter->write(pbase(), m_position, pptr() - pbase(), m_fileName);
     Place(m_position + (pptr() - pbase()));
 }
@@ -293,10 +319,11 @@ void DevFileStreamBuf::WriteOut() {
 /// Goes on at @p position with nothing buffered.
 void DevFileStreamBuf::Place(int64_t position) {
     m_position = position;
-    if (IsWriting())
+    if (IsWriting()) {
         setp(m_block.data(), m_block.data() + m_block.size());
-    else
+    } else {
         setg(m_block.data(), m_block.data(), m_block.data());
+    }
 }
 
 } // namespace GenApi

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "genicam/genapi/adapters/HexId.h"
 
 #include <algorithm>
@@ -6,11 +7,11 @@ namespace GenApi {
 
 namespace {
 
-constexpr std::string_view blanks = " \t\r\n";
+constexpr std::string_view kBlanks = " \t\r\n";
 
 std::string_view Trim(std::string_view text) noexcept {
-    const std::size_t first = text.find_first_not_of(blanks);
-    return first == text.npos ? std::string_view() : text.substr(first, text.find_last_not_of(blanks) - first + 1);
+    const std::size_t first = text.find_first_not_of(kBlanks);
+    return first == text.npos ? std::string_view() : text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
 }
 
 int DigitOf(char sign) noexcept {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <GenApi/NodeMapRef.h>
 
 #include <Base/GCException.h>
@@ -15,14 +16,16 @@ INodeMap* CNodeMapHolder::Get() const noexcept {
 }
 
 INodeMap& CNodeMapHolder::Checked() const {
-    if (!m_nodeMap)
+    if (!m_nodeMap) {
         throw ACCESS_EXCEPTION("Feature not present (reference not valid)");
+    }
     return *m_nodeMap;
 }
 
 INodeMap* CNodeMapHolder::Create(CNodeMapFactory& Factory) {
-    if (m_nodeMap)
+    if (m_nodeMap) {
         throw RUNTIME_EXCEPTION("Node map already created");
+    }
     m_nodeMap.reset(Factory.CreateNodeMap(m_deviceName),
                     [](INodeMap* nodeMap) { dynamic_cast<IDestroy&>(*nodeMap).Destroy(); });
     return m_nodeMap.get();

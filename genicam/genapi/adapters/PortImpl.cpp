@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <GenApi/PortImpl.h>
 
 #include <Base/GCException.h>
@@ -19,22 +20,26 @@ EYesNo CPortImpl::GetSwapEndianess() {
 }
 
 void CPortImpl::Replay(IPortWriteList* pPortRecorder, bool Invalidate) {
-    if (!pPortRecorder)
+    if (!pPortRecorder) {
         throw INVALID_ARGUMENT_EXCEPTION("Cannot replay a null write list");
+    }
     try {
         pPortRecorder->Replay(this);
     } catch (...) {
-        if (Invalidate)
+        if (Invalidate) {
             InvalidateNode(); // what was written before the failure holds
+        }
         throw;
     }
-    if (Invalidate)
+    if (Invalidate) {
         InvalidateNode();
+    }
 }
 
 void CPortImpl::InvalidateNode() {
-    if (m_portNode)
+    if (m_portNode) {
         m_portNode->InvalidateNode();
+    }
 }
 
 } // namespace GenApi

@@ -1,4 +1,9 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "genicam/genapi/formula/Formula.h"
+
+#include "genicam/genapi/formula/FormulaCompiler.h"
+#include "genicam/genapi/formula/FormulaOps.h"
+#include <Base/GCException.h>
 
 #include <algorithm>
 #include <array>
@@ -6,22 +11,19 @@
 #include <type_traits>
 #include <utility>
 
-#include <Base/GCException.h>
-
-#include "genicam/genapi/formula/FormulaCompiler.h"
-#include "genicam/genapi/formula/FormulaOps.h"
-
 namespace GenApi {
 
 namespace {
 
-constexpr std::uint32_t usualDepth = 32; // a larger stack is set up only for the rare formula that needs it
+constexpr std::uint32_t kUsualDepth = 32; // a larger stack is set up only for the rare formula that needs it
 
 std::vector<std::uint32_t> CollectSlots(const std::vector<CFormulaInstruction>& code) {
     std::vector<std::uint32_t> slots;
-    for (const CFormulaInstruction& step : code)
-        if (step.Op == EFormulaOp::Variable)
+    for (const CFormulaInstruction& step : code) {
+        if (step.Op == EFormulaOp::Variable) {
             slots.push_back(step.Operand);
+        }
+    }
     std::sort(slots.begin(), slots.end());
     slots.erase(std::unique(slots.begin(), slots.end()), slots.end());
     return slots;
@@ -39,16 +41,21 @@ CVariableName SplitVariableName(std::string_view name) {
                                                                                      {"Visibility", Visibility},
                                                                                      {"CachingMode", CachingMode}}};
     const std::size_t dot = name.find('.');
-    if (dot == std::string_view::npos)
+    if (dot == std::string_view::npos) {
         return {name, Value, {}};
+    }
     const std::string_view base = name.substr(0, dot);
     const std::string_view suffix = name.substr(dot + 1);
-    for (const auto& [text, part] : suffixes)
-        if (suffix == text)
+    for (const auto& [text, part] : suffixes) {
+        if (suffix == text) {
             return {base, part, {}};
-    for (const std::string_view prefix : {"Entry.", "Enum."})
-        if (suffix.size() > prefix.size() && suffix.substr(0, prefix.size()) == prefix)
+        }
+    }
+    for (const std::string_view prefix : {"Entry.", "Enum."}) {
+        if (suffix.size() > prefix.size() && suffix.substr(0, prefix.size()) == prefix) {
             return {base, EVariablePart::Entry, suffix.substr(prefix.size())};
+        }
+    }
     return {base, Unknown, {}};
 }
 
@@ -65,14 +72,19 @@ CFormula<T>::CFormula(std::string_view text, IFormulaScope& scope) {
 
 template <typename T>
 T CFormula<T>::Evaluate(std::span<const T> variables) const {
-    if (m_code.empty())
+    if (m_code.empty()) {
         throw LOGICAL_ERROR_EXCEPTION("There is no formula to evaluate");
-    if (!m_slots.empty() && m_slots.back() >= variables.size())
+    }
+    if (!m_slots.empty() && m_slots.back() >= variables.size()) {
         throw LOGICAL_ERROR_EXCEPTION("The formula needs %u variables, not %zu", m_slots.back() + 1, variables.size());
-    const T result = m_depth <= usualDepth ? Run<usualDepth>(variables.data()) : Run<FormulaMaxDepth>(variables.data());
-    if constexpr (std::is_same_v<T, double>)
-        if (!std::isfinite(result))
+    }
+    const T result =
+        m_depth <= kUsualDepth ? Run<kUsualDepth>(variables.data()) : Run<kFormulaMaxDepth>(variables.data());
+    if constexpr (std::is_same_v<T, double>) {
+        if (!std::isfinite(result)) {
             throw RUNTIME_EXCEPTION("The result %g of the formula is not a finite number", std::fabs(result));
+        }
+    }
     return result;
 }
 
@@ -96,8 +108,9 @@ T CFormula<T>::Run(const T* variables) const {
             at = step.Operand - 1;
             break;
         case EFormulaOp::JumpIfZero:
-            if (*--top == 0)
+            if (*--top == 0) {
                 at = step.Operand - 1;
+            }
             break;
         case EFormulaOp::AndJump:
         case EFormulaOp::OrJump:

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <cstdint>
@@ -51,8 +52,8 @@ struct CFormulaInstruction {
     std::uint32_t Operand; // a slot, an index into the constants, or the target of a jump
 };
 
-constexpr std::size_t FormulaMaxLength = 64 * 1024; ///< of one text, in bytes
-constexpr unsigned FormulaMaxNesting = 256;         ///< of parentheses, function calls and middle operands of "?:"
+constexpr std::size_t kFormulaMaxLength = 64 * 1024; ///< of one text, in bytes
+constexpr unsigned kFormulaMaxNesting = 256;         ///< of parentheses, function calls and middle operands of "?:"
 
 /// A formula of the description language, compiled once into a flat postfix program and evaluated without allocation.
 /// @p T is the machine: int64_t wraps around in two's complement, double follows IEEE 754. The operands never decide.

@@ -1,4 +1,9 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "genicam/genapi/formula/FormulaCompiler.h"
+
+#include "genicam/genapi/formula/FormulaOps.h"
+#include "genicam/genapi/nodes/TextForms.h"
+#include <Base/GCException.h>
 
 #include <algorithm>
 #include <array>
@@ -8,23 +13,19 @@
 #include <type_traits>
 #include <utility>
 
-#include <Base/GCException.h>
-
-#include "genicam/genapi/formula/FormulaOps.h"
-#include "genicam/genapi/nodes/TextForms.h"
-
 namespace GenApi {
 
 namespace {
 
 // An expression may be used thousands of times, and each use compiles its text again.
-constexpr std::size_t maxTextLength = 1024 * 1024;
+constexpr std::size_t kMaxTextLength = 1024 * 1024;
 
 // Descriptions write "4.0" in integer formulas: a fraction of zero says the same as none.
 std::optional<std::int64_t> IntegralValue(std::string_view text) {
     const std::optional<double> value = ParseFloat(text);
-    if (!value || !(std::fabs(*value) < 0x1p63) || *value != std::trunc(*value))
+    if (!value || !(std::fabs(*value) < 0x1p63) || *value != std::trunc(*value)) {
         return std::nullopt;
+    }
     return static_cast<std::int64_t>(*value);
 }
 
@@ -54,7 +55,7 @@ struct CFormulaCompiler<T>::COperator {
     EFormulaOp Op;
 
     static const COperator* Find(const CFormulaLexer& lexer) {
-        static constexpr std::array<COperator, 21> table = {{
+        static constexpr std::array<COperator, 21> kTable = {{
             {"||", 2, EFormulaOp::OrJump},       {"&&", 3, EFormulaOp::AndJump},   {"|", 4, EFormulaOp::BitOr},
             {"^", 5, EFormulaOp::BitXor},        {"&", 6, EFormulaOp::BitAnd},     {"=", 7, EFormulaOp::Equal},
             {"==", 7, EFormulaOp::Equal},        {"<>", 7, EFormulaOp::NotEqual},  {"!=", 7, EFormulaOp::NotEqual},
@@ -64,8 +65,8 @@ struct CFormulaCompiler<T>::COperator {
             {"/", 11, EFormulaOp::Div},          {"%", 11, EFormulaOp::Mod},       {"**", 12, EFormulaOp::Pow},
         }};
         const auto found =
-            std::find_if(table.begin(), table.end(), [&](const COperator& op) { return lexer.Is(op.Symbol); });
-        return found == table.end() ? nullptr : &*found;
+            std::find_if(kTable.begin(), kTable.end(), [&](const COperator& op) { return lexer.Is(op.Symbol); });
+        return found == kTable.end() ? nullptr : &*found;
     }
 };
 
@@ -76,7 +77,7 @@ struct CFormulaCompiler<T>::CFunction {
     bool ForIntegers;
 
     static const CFunction* Find(std::string_view name) {
-        static constexpr std::array<CFunction, 17> table = {{
+        static constexpr std::array<CFunction, 17> kTable = {{
             {"SGN", EFormulaOp::Sgn, true},
             {"NEG", EFormulaOp::Neg, true},
             {"ABS", EFormulaOp::Abs, true},
@@ -95,10 +96,10 @@ struct CFormulaCompiler<T>::CFunction {
             {"LG", EFormulaOp::Lg, false},
             {"SQRT", EFormulaOp::Sqrt, false},
         }};
-        const auto found = std::find_if(table.begin(), table.end(), [&](const CFunction& function) {
+        const auto found = std::find_if(kTable.begin(), kTable.end(), [&](const CFunction& function) {
             return EqualsIgnoringCase(function.Name, name);
         });
-        return found == table.end() ? nullptr : &*found;
+        return found == kTable.end() ? nullptr : &*found;
     }
 };
 
@@ -107,8 +108,9 @@ template <typename T>
 class CFormulaCompiler<T>::CNesting {
 public:
     explicit CNesting(CFormulaCompiler& compiler) : m_compiler(compiler) {
-        if (m_compiler.m_nesting == FormulaMaxNesting)
+        if (m_compiler.m_nesting == kFormulaMaxNesting) {
             m_compiler.Fail("nested too deep");
+        }
         ++m_compiler.m_nesting;
     }
     ~CNesting() { --m_compiler.m_nesting; }
@@ -121,8 +123,9 @@ private:
 
 template <typename T>
 CFormulaProgram<T> CFormulaCompiler<T>::Compile(std::string_view text) {
-    if (text.size() > FormulaMaxLength)
-        throw PROPERTY_EXCEPTION("The formula of %zu bytes is longer than %zu bytes", text.size(), FormulaMaxLength);
+    if (text.size() > kFormulaMaxLength) {
+        throw PROPERTY_EXCEPTION("The formula of %zu bytes is longer than %zu bytes", text.size(), kFormulaMaxLength);
+    }
     Whole(text);
     return std::move(m_program);
 }
@@ -130,12 +133,14 @@ CFormulaProgram<T> CFormulaCompiler<T>::Compile(std::string_view text) {
 template <typename T>
 void CFormulaCompiler<T>::Whole(std::string_view text) {
     m_textLength += text.size();
-    if (m_textLength > maxTextLength)
+    if (m_textLength > kMaxTextLength) {
         Fail("the expressions make the formula too long");
+    }
     m_lexer = CFormulaLexer(text);
     Conditional();
-    if (m_lexer.Kind() != CFormulaLexer::EToken::End)
+    if (m_lexer.Kind() != CFormulaLexer::EToken::End) {
         Fail("operator expected");
+    }
 }
 
 // The last operand is where long chains of conditions grow: it is taken by going round, not by descending.
@@ -153,8 +158,9 @@ void CFormulaCompiler<T>::Conditional() {
         ends.push_back(EmitJump(EFormulaOp::Jump, -1)); // the other branch starts with the stack as it was
         LandJump(otherwise);
     }
-    for (const std::size_t end : ends)
+    for (const std::size_t end : ends) {
         LandJump(end);
+    }
 }
 
 template <typename T>
@@ -162,8 +168,9 @@ void CFormulaCompiler<T>::Binary(unsigned minLevel) {
     Unary();
     for (;;) {
         const COperator* const op = COperator::Find(m_lexer);
-        if (!op || op->Level < minLevel)
+        if (!op || op->Level < minLevel) {
             return;
+        }
         if (op->Op == EFormulaOp::Pow) {
             PowerChain();
             continue;
@@ -194,26 +201,30 @@ void CFormulaCompiler<T>::PowerChain() {
         m_lexer.Next();
         Unary();
     }
-    while (operators-- > 0)
+    while (operators-- > 0) {
         EmitBinary(EFormulaOp::Pow);
+    }
 }
 
 template <typename T>
 void CFormulaCompiler<T>::Unary() {
     std::string prefixes;
-    for (; m_lexer.Is("+") || m_lexer.Is("-") || m_lexer.Is("~") || m_lexer.Is("!"); m_lexer.Next())
+    for (; m_lexer.Is("+") || m_lexer.Is("-") || m_lexer.Is("~") || m_lexer.Is("!"); m_lexer.Next()) {
         prefixes += m_lexer.Token();
+    }
     Primary();
     std::for_each(prefixes.rbegin(), prefixes.rend(), [this](char prefix) {
-        if (prefix != '+')
+        if (prefix != '+') {
             EmitUnary(prefix == '-' ? EFormulaOp::Neg : prefix == '~' ? EFormulaOp::BitNot : EFormulaOp::LogicalNot);
+        }
     });
 }
 
 template <typename T>
 void CFormulaCompiler<T>::Primary() {
-    if (m_lexer.Is("("))
+    if (m_lexer.Is("(")) {
         return Parentheses();
+    }
     switch (m_lexer.Kind()) {
     case CFormulaLexer::EToken::Number:
         return Number();
@@ -235,8 +246,9 @@ void CFormulaCompiler<T>::Parentheses() {
 template <typename T>
 void CFormulaCompiler<T>::Number() {
     const std::optional<T> value = ParseNumber<T>(m_lexer.Token());
-    if (!value)
+    if (!value) {
         Fail(std::is_same_v<T, double> ? "not a number" : "not a 64-bit integer");
+    }
     EmitConstant(*value);
     m_lexer.Next();
 }
@@ -245,8 +257,9 @@ template <typename T>
 void CFormulaCompiler<T>::Name() {
     const std::string_view name = m_lexer.Token();
     const CFunction* const function = m_lexer.IsFollowedBy('(') ? CFunction::Find(name) : nullptr;
-    if (function)
+    if (function) {
         return Call(*function);
+    }
     const CFormulaName found = m_scope.FindName(name);
     switch (found.Kind) {
     case EFormulaName::Variable:
@@ -266,8 +279,9 @@ void CFormulaCompiler<T>::Name() {
 
 template <typename T>
 void CFormulaCompiler<T>::Call(const CFunction& function) {
-    if (!function.ForIntegers && !std::is_same_v<T, double>)
+    if (!function.ForIntegers && !std::is_same_v<T, double>) {
         Fail("no function of integer formulas");
+    }
     const CNesting nesting(*this);
     m_lexer.Next();
     Expect("(");
@@ -278,10 +292,11 @@ void CFormulaCompiler<T>::Call(const CFunction& function) {
         Conditional();
     }
     Expect(")");
-    if (hasDigits)
+    if (hasDigits) {
         EmitBinary(EFormulaOp::RoundTo);
-    else
+    } else {
         EmitUnary(function.Op);
+    }
 }
 
 template <typename T>
@@ -304,15 +319,17 @@ void CFormulaCompiler<T>::BuiltInConstant() {
 template <typename T>
 void CFormulaCompiler<T>::NamedConstant(std::string_view text) {
     const std::optional<T> value = ParseNumber<T>(text);
-    if (!value)
+    if (!value) {
         Fail("the constant '" + std::string(text.substr(0, 40)) + "' is not a number of this formula");
+    }
     EmitConstant(*value);
 }
 
 template <typename T>
 void CFormulaCompiler<T>::Expression(std::string_view text) {
-    if (!m_expression.empty())
+    if (!m_expression.empty()) {
         Fail("an expression cannot use another one");
+    }
     const CNesting nesting(*this);
     const CFormulaLexer outer = m_lexer;
     m_expression = outer.Token();
@@ -323,8 +340,9 @@ void CFormulaCompiler<T>::Expression(std::string_view text) {
 
 template <typename T>
 void CFormulaCompiler<T>::Expect(std::string_view symbol) {
-    if (!m_lexer.Is(symbol))
+    if (!m_lexer.Is(symbol)) {
         Fail("'" + std::string(symbol) + "' expected");
+    }
     m_lexer.Next();
 }
 
@@ -338,8 +356,9 @@ template <typename T>
 void CFormulaCompiler<T>::Emit(EFormulaOp op, std::uint32_t operand, int depthChange) {
     m_program.Code.push_back({op, operand});
     m_depth += static_cast<std::uint32_t>(depthChange);
-    if (m_depth > FormulaMaxDepth)
+    if (m_depth > kFormulaMaxDepth) {
         Fail("too many operands are pending");
+    }
     m_program.Depth = std::max(m_program.Depth, m_depth);
 }
 

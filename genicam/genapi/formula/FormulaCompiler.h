@@ -1,16 +1,17 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
+
+#include "genicam/genapi/formula/Formula.h"
+#include "genicam/genapi/formula/FormulaLexer.h"
 
 #include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "genicam/genapi/formula/Formula.h"
-#include "genicam/genapi/formula/FormulaLexer.h"
-
 namespace GenApi {
 
-constexpr std::uint32_t FormulaMaxDepth = 4096; ///< of the stack, in values
+constexpr std::uint32_t kFormulaMaxDepth = 4096; ///< of the stack, in values
 
 /// A compiled formula: jumps only lead forward, so every evaluation ends.
 template <typename T>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "genicam/genapi/formula/FormulaLexer.h"
 
 #include <algorithm>
@@ -22,8 +23,9 @@ bool IsLetter(char c) {
 
 template <typename Predicate>
 std::size_t SkipWhile(std::string_view text, std::size_t at, Predicate predicate) {
-    while (at < text.size() && predicate(text[at]))
+    while (at < text.size() && predicate(text[at])) {
         ++at;
+    }
     return at;
 }
 
@@ -53,22 +55,24 @@ bool CFormulaLexer::IsFollowedBy(char c) const {
 void CFormulaLexer::Next() {
     m_at = SkipSpace(m_at + m_token.size());
     const char c = At(m_text, m_at);
-    if (m_at == m_text.size())
+    if (m_at == m_text.size()) {
         Take(EToken::End, 0);
-    else if (IsDigit(c) || (c == '.' && IsDigit(At(m_text, m_at + 1))))
+    } else if (IsDigit(c) || (c == '.' && IsDigit(At(m_text, m_at + 1)))) {
         Take(EToken::Number, NumberLength(m_at));
-    else if (IsLetter(c))
+    } else if (IsLetter(c)) {
         Take(EToken::Name, NameLength(m_at));
-    else
+    } else {
         Take(EToken::Symbol, SymbolLength(m_at));
+    }
 }
 
 std::string CFormulaLexer::Describe(std::string_view reason) const {
     std::string text = "Position " + std::to_string(m_at + 1);
-    if (m_kind == EToken::End)
+    if (m_kind == EToken::End) {
         text.append(", end: ");
-    else
+    } else {
         text.append(", '").append(Printable(m_token)).append("': ");
+    }
     return text.append(reason);
 }
 
@@ -77,16 +81,19 @@ std::size_t CFormulaLexer::SkipSpace(std::size_t at) const {
 }
 
 std::size_t CFormulaLexer::NumberLength(std::size_t at) const {
-    if (m_text[at] == '0' && (At(m_text, at + 1) | 0x20) == 'x')
+    if (m_text[at] == '0' && (At(m_text, at + 1) | 0x20) == 'x') {
         return SkipWhile(m_text, at + 2, IsHexDigit) - at;
+    }
     std::size_t end = SkipWhile(m_text, at, IsDigit);
-    if (At(m_text, end) == '.')
+    if (At(m_text, end) == '.') {
         end = SkipWhile(m_text, end + 1, IsDigit);
+    }
     if ((At(m_text, end) | 0x20) == 'e') {
         const bool sign = At(m_text, end + 1) == '+' || At(m_text, end + 1) == '-';
         const std::size_t exponent = end + (sign ? 2 : 1);
-        if (IsDigit(At(m_text, exponent)))
+        if (IsDigit(At(m_text, exponent))) {
             end = SkipWhile(m_text, exponent, IsDigit);
+        }
     }
     return end - at;
 }

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "genicam/genapi/formula/FormulaOps.h"
 
 #include <algorithm>
@@ -16,8 +17,9 @@ std::int64_t Signed64(std::uint64_t bits) {
 }
 
 void RefuseZeroDivisor(bool zero) {
-    if (zero)
+    if (zero) {
         throw RUNTIME_EXCEPTION("Division by zero");
+    }
 }
 
 std::int64_t Divide(std::int64_t left, std::int64_t right) {
@@ -32,20 +34,25 @@ std::int64_t Remainder(std::int64_t left, std::int64_t right) {
 
 std::int64_t NegativePower(std::int64_t base, std::int64_t exponent) {
     RefuseZeroDivisor(base == 0);
-    if (base == 1)
+    if (base == 1) {
         return 1;
-    if (base == -1)
+    }
+    if (base == -1) {
         return exponent % 2 == 0 ? 1 : -1;
+    }
     return 0;
 }
 
 std::int64_t Power(std::int64_t base, std::int64_t exponent) {
-    if (exponent < 0)
+    if (exponent < 0) {
         return NegativePower(base, exponent);
+    }
     std::uint64_t result = 1;
-    for (std::uint64_t square = Bits(base); exponent != 0; exponent >>= 1, square *= square)
-        if (exponent & 1)
+    for (std::uint64_t square = Bits(base); exponent != 0; exponent >>= 1, square *= square) {
+        if (exponent & 1) {
             result *= square;
+        }
+    }
     return Signed64(result);
 }
 
@@ -74,15 +81,17 @@ bool Compare(EFormulaOp op, T left, T right) {
 
 // The integer operators of the floating-point machine work on 64-bit integers.
 std::int64_t ToInteger(double value) {
-    if (!(value >= -0x1p63 && value < 0x1p63))
+    if (!(value >= -0x1p63 && value < 0x1p63)) {
         throw RUNTIME_EXCEPTION("The operand %g of an integer operator does not fit into 64 bits", value);
+    }
     return static_cast<std::int64_t>(value);
 }
 
 // A result that no finite argument may have: the logarithm of a negative number, for example.
 double Finite(double result, double argument) {
-    if (!std::isfinite(result) && std::isfinite(argument))
+    if (!std::isfinite(result) && std::isfinite(argument)) {
         throw RUNTIME_EXCEPTION("The result of a function of %g is not a finite number", argument);
+    }
     return result;
 }
 
@@ -95,8 +104,9 @@ double RoundToDigits(double value, double digits) {
 
 double Power(double base, double exponent) {
     const double result = std::pow(base, exponent);
-    if (!std::isfinite(result) && std::isfinite(base) && std::isfinite(exponent))
+    if (!std::isfinite(result) && std::isfinite(base) && std::isfinite(exponent)) {
         throw RUNTIME_EXCEPTION("The result of %g ** %g is not a finite number", base, exponent);
+    }
     return result;
 }
 

@@ -1,12 +1,12 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
+
+#include "genicam/genapi/formula/Formula.h"
+#include <Base/GCException.h>
 
 #include <cmath>
 #include <cstdint>
 #include <limits>
-
-#include <Base/GCException.h>
-
-#include "genicam/genapi/formula/Formula.h"
 
 namespace GenApi {
 

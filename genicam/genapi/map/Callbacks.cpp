@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "genicam/genapi/map/Callbacks.h"
 
 #include <Base/GCException.h>
@@ -18,9 +19,9 @@ void LogFailure(const char* text) noexcept {
 class NestingGuard {
 public:
     NestingGuard() {
-        if (s_depth == maxDepth) {
+        if (s_depth == kMaxDepth) {
             throw LOGICAL_ERROR_EXCEPTION("Callbacks that change nodes call each other more than %d levels deep",
-                                          maxDepth);
+                                          kMaxDepth);
         }
         ++s_depth;
     }
@@ -29,7 +30,7 @@ public:
     NestingGuard& operator=(const NestingGuard&) = delete;
 
 private:
-    static constexpr int maxDepth = 64;
+    static constexpr int kMaxDepth = 64;
     static thread_local int s_depth;
 };
 

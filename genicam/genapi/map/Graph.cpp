@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "genicam/genapi/map/Model.h"
 
 #include <Base/GCException.h>
@@ -6,7 +7,7 @@ namespace GenApi {
 
 namespace {
 
-constexpr std::size_t maxEdges = std::size_t(32) << 20;
+constexpr std::size_t kMaxEdges = std::size_t(32) << 20;
 
 /// Tells @p visit (list, from, to) of every edge of the graph, in the order of nodes and properties.
 template <typename Visitor>
@@ -48,8 +49,9 @@ void CollectEdges(const Model& model, Graph& graph) {
     std::size_t edges = 0;
     ForEachEdge(model, graph, [&edges](EdgeLists& list, NodeIndex from, NodeIndex) {
         list.Expect(from);
-        if (++edges > maxEdges) {
-            throw RUNTIME_EXCEPTION("Cannot load the camera description: it holds more than %zu references.", maxEdges);
+        if (++edges > kMaxEdges) {
+            throw RUNTIME_EXCEPTION("Cannot load the camera description: it holds more than %zu references.",
+                                    kMaxEdges);
         }
     });
     for (EdgeLists* list : lists) {
@@ -64,7 +66,7 @@ void CollectEdges(const Model& model, Graph& graph) {
 void MarkFeatures(const Model& model, std::vector<bool>& isFeature) {
     isFeature.assign(model.NodeCount(), false);
     const NodeIndex root = model.Find("Root");
-    if (root == NoNode || model.Record(root).kind != NodeKind::Category) {
+    if (root == kNoNode || model.Record(root).kind != NodeKind::Category) {
         return;
     }
     std::vector<NodeIndex> open{root};

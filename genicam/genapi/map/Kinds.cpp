@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "genicam/genapi/map/Kinds.h"
 
 #include "genicam/genapi/map/NameHash.h"
@@ -11,13 +12,13 @@ namespace GenApi {
 
 namespace {
 
-constexpr std::array<std::string_view, static_cast<std::size_t>(NodeKind::Unknown)> nodeNames = {
+constexpr std::array<std::string_view, static_cast<std::size_t>(NodeKind::Unknown)> kNodeNames = {
     "Node",     "Category",   "Integer",        "IntReg",       "MaskedIntReg", "StructEntry", "Boolean",
     "Command",  "Float",      "FloatReg",       "Enumeration",  "EnumEntry",    "String",      "StringReg",
     "Register", "SwissKnife", "IntSwissKnife",  "Converter",    "IntConverter", "Port",        "ConfRom",
     "TextDesc", "IntKey",     "AdvFeatureLock", "SmartFeature", "StructReg",    "Group"};
 
-constexpr std::array<PropertyTraits, static_cast<std::size_t>(PropertyKind::Unknown)> properties = {{
+constexpr std::array<PropertyTraits, static_cast<std::size_t>(PropertyKind::Unknown)> kProperties = {{
 #define GENAPI_PROPERTY_ROW(name, syntax, target, edges) {#name, Syntax::syntax, Target::target, edges},
     GENAPI_PROPERTIES(GENAPI_PROPERTY_ROW)
 #undef GENAPI_PROPERTY_ROW
@@ -55,16 +56,16 @@ private:
 
 WordTable MakeNodeWords() {
     WordTable words;
-    for (std::size_t i = 0; i < nodeNames.size(); ++i) {
-        words.Add(nodeNames[i], static_cast<std::uint8_t>(i));
+    for (std::size_t i = 0; i < kNodeNames.size(); ++i) {
+        words.Add(kNodeNames[i], static_cast<std::uint8_t>(i));
     }
     return words;
 }
 
 WordTable MakePropertyWords() {
     WordTable words;
-    for (std::size_t i = 0; i < properties.size(); ++i) {
-        words.Add(properties[i].name, static_cast<std::uint8_t>(i));
+    for (std::size_t i = 0; i < kProperties.size(); ++i) {
+        words.Add(kProperties[i].name, static_cast<std::uint8_t>(i));
     }
     return words;
 }
@@ -74,44 +75,44 @@ struct Enumerator {
     std::uint32_t value;
 };
 
-constexpr Enumerator yesNo[] = {{"Yes", Yes}, {"No", No}, {"true", Yes}, {"false", No}, {"1", Yes}, {"0", No}};
-constexpr Enumerator accessModes[] = {{"RO", RO}, {"RW", RW}, {"WO", WO}, {"NA", NA}, {"NI", NI}};
-constexpr Enumerator visibilities[] = {
+constexpr Enumerator kYesNo[] = {{"Yes", Yes}, {"No", No}, {"true", Yes}, {"false", No}, {"1", Yes}, {"0", No}};
+constexpr Enumerator kAccessModes[] = {{"RO", RO}, {"RW", RW}, {"WO", WO}, {"NA", NA}, {"NI", NI}};
+constexpr Enumerator kVisibilities[] = {
     {"Beginner", Beginner}, {"Expert", Expert}, {"Guru", Guru}, {"Invisible", Invisible}};
-constexpr Enumerator cachingModes[] = {
+constexpr Enumerator kCachingModes[] = {
     {"NoCache", NoCache}, {"WriteThrough", WriteThrough}, {"WriteAround", WriteAround}};
-constexpr Enumerator signs[] = {{"Signed", Signed}, {"Unsigned", Unsigned}};
-constexpr Enumerator endianesses[] = {{"LittleEndian", LittleEndian}, {"BigEndian", BigEndian}};
-constexpr Enumerator representations[] = {
+constexpr Enumerator kSigns[] = {{"Signed", Signed}, {"Unsigned", Unsigned}};
+constexpr Enumerator kEndianesses[] = {{"LittleEndian", LittleEndian}, {"BigEndian", BigEndian}};
+constexpr Enumerator kRepresentations[] = {
     {"Linear", Linear},       {"Logarithmic", Logarithmic}, {"Boolean", Boolean},      {"PureNumber", PureNumber},
     {"HexNumber", HexNumber}, {"IPV4Address", IPV4Address}, {"MACAddress", MACAddress}};
-constexpr Enumerator slopes[] = {
+constexpr Enumerator kSlopes[] = {
     {"Increasing", Increasing}, {"Decreasing", Decreasing}, {"Varying", Varying}, {"Automatic", Automatic}};
-constexpr Enumerator notations[] = {{"Automatic", fnAutomatic}, {"Fixed", fnFixed}, {"Scientific", fnScientific}};
-constexpr Enumerator nameSpaces[] = {{"Custom", Custom}, {"Standard", Standard}};
+constexpr Enumerator kNotations[] = {{"Automatic", fnAutomatic}, {"Fixed", fnFixed}, {"Scientific", fnScientific}};
+constexpr Enumerator kNameSpaces[] = {{"Custom", Custom}, {"Standard", Standard}};
 
 std::span<const Enumerator> EnumeratorsOf(Syntax syntax) noexcept {
     switch (syntax) {
     case Syntax::YesNo:
-        return yesNo;
+        return kYesNo;
     case Syntax::AccessMode:
-        return accessModes;
+        return kAccessModes;
     case Syntax::Visibility:
-        return visibilities;
+        return kVisibilities;
     case Syntax::CachingMode:
-        return cachingModes;
+        return kCachingModes;
     case Syntax::Sign:
-        return signs;
+        return kSigns;
     case Syntax::Endianess:
-        return endianesses;
+        return kEndianesses;
     case Syntax::Representation:
-        return representations;
+        return kRepresentations;
     case Syntax::Slope:
-        return slopes;
+        return kSlopes;
     case Syntax::DisplayNotation:
-        return notations;
+        return kNotations;
     case Syntax::NameSpace:
-        return nameSpaces;
+        return kNameSpaces;
     default:
         return {};
     }
@@ -120,21 +121,21 @@ std::span<const Enumerator> EnumeratorsOf(Syntax syntax) noexcept {
 } // namespace
 
 std::string_view NodeKindName(NodeKind kind) noexcept {
-    return kind < NodeKind::Unknown ? nodeNames[static_cast<std::size_t>(kind)] : std::string_view("Unknown");
+    return kind < NodeKind::Unknown ? kNodeNames[static_cast<std::size_t>(kind)] : std::string_view("Unknown");
 }
 
 NodeKind FindNodeKind(std::string_view element) noexcept {
-    static const WordTable words = MakeNodeWords();
-    return static_cast<NodeKind>(words.Find(element, static_cast<std::uint8_t>(NodeKind::Unknown)));
+    static const WordTable kWords = MakeNodeWords();
+    return static_cast<NodeKind>(kWords.Find(element, static_cast<std::uint8_t>(NodeKind::Unknown)));
 }
 
 const PropertyTraits& TraitsOf(PropertyKind kind) noexcept {
-    return properties[static_cast<std::size_t>(kind)];
+    return kProperties[static_cast<std::size_t>(kind)];
 }
 
 PropertyKind FindPropertyKind(std::string_view element) noexcept {
-    static const WordTable words = MakePropertyWords();
-    return static_cast<PropertyKind>(words.Find(element, static_cast<std::uint8_t>(PropertyKind::Unknown)));
+    static const WordTable kWords = MakePropertyWords();
+    return static_cast<PropertyKind>(kWords.Find(element, static_cast<std::uint8_t>(PropertyKind::Unknown)));
 }
 
 bool IsAttribute(PropertyKind kind) noexcept {

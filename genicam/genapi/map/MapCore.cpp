@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "genicam/genapi/map/MapCore.h"
 
 #include "genicam/genapi/nodes/NodeFactory.h"
@@ -8,7 +9,7 @@ namespace GenApi {
 
 namespace {
 
-constexpr std::size_t maxKeptClosureNodes = std::size_t(4) << 20; // 32 MiB of pointers
+constexpr std::size_t kMaxKeptClosureNodes = std::size_t(4) << 20; // 32 MiB of pointers
 
 } // namespace
 
@@ -156,7 +157,7 @@ void MapCore::MarkOnlyValue(Closure& closure) {
 }
 
 const Closure& MapCore::Keep(std::unique_ptr<Closure> made, const Closure*& kept, std::unique_ptr<Closure>& spare) {
-    if (m_closureNodes + made->nodes.size() > maxKeptClosureNodes) {
+    if (m_closureNodes + made->nodes.size() > kMaxKeptClosureNodes) {
         spare = std::move(made);
         return *spare;
     }

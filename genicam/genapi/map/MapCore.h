@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include "genicam/genapi/map/Callbacks.h"
@@ -169,7 +170,7 @@ public:
         const bool isCycle = m_busy != nullptr && *m_busy;
         std::uint32_t& steps = m_core.m_evaluationSteps;
         steps = m_core.m_evaluationDepth == 0 ? 1 : steps + 1;
-        if (isCycle || m_core.m_evaluationDepth >= maxDepth || steps > maxSteps) {
+        if (isCycle || m_core.m_evaluationDepth >= kMaxDepth || steps > kMaxSteps) {
             Fail(node, isCycle, m_core.m_evaluationDepth);
         }
         ++m_core.m_evaluationDepth;
@@ -190,8 +191,8 @@ public:
     static void Spend(const NodeBase& node, std::size_t steps);
 
 private:
-    static constexpr int maxDepth = 1000;
-    static constexpr std::uint32_t maxSteps = 1000000; // ways through a graph can be many more than its nodes
+    static constexpr int kMaxDepth = 1000;
+    static constexpr std::uint32_t kMaxSteps = 1000000; // ways through a graph can be many more than its nodes
 
     [[noreturn]] static void Fail(const NodeBase& node, bool isCycle, int depth);
 

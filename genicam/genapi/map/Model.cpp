@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "genicam/genapi/map/Model.h"
 
 #include "genicam/genapi/map/NameHash.h"
@@ -12,16 +13,16 @@ namespace GenApi {
 
 namespace {
 
-constexpr std::size_t maxTextBytes = std::size_t(512) << 20;
-constexpr std::string_view entryPrefix = "EnumEntry_";
-constexpr std::size_t maxEntryNameBytes = 3000; // its enumeration's and its own
+constexpr std::size_t kMaxTextBytes = std::size_t(512) << 20;
+constexpr std::string_view kEntryPrefix = "EnumEntry_";
+constexpr std::size_t kMaxEntryNameBytes = 3000; // its enumeration's and its own
 
 } // namespace
 
 std::uint32_t StringArena::Add(std::string_view text) {
-    if (text.size() + sizeof(std::uint32_t) + 1 > maxTextBytes - m_bytes.size()) {
+    if (text.size() + sizeof(std::uint32_t) + 1 > kMaxTextBytes - m_bytes.size()) {
         throw RUNTIME_EXCEPTION("Cannot load the camera description: it holds more than %zu bytes of text.",
-                                maxTextBytes);
+                                kMaxTextBytes);
     }
     const auto length = static_cast<std::uint32_t>(text.size());
     const std::size_t begin = m_bytes.size();
@@ -42,8 +43,8 @@ std::string_view StringArena::At(std::uint32_t offset) const noexcept {
 std::size_t SymbolTable::SlotOf(const StringArena& texts, std::string_view name, std::uint64_t hash) const noexcept {
     const std::size_t mask = m_slots.size() - 1;
     std::size_t slot = hash & mask;
-    while (m_slots[slot].symbol != Missing && (m_slots[slot].hash != static_cast<std::uint32_t>(hash >> 32) ||
-                                               texts.At(m_symbols[m_slots[slot].symbol].text) != name)) {
+    while (m_slots[slot].symbol != kMissing && (m_slots[slot].hash != static_cast<std::uint32_t>(hash >> 32) ||
+                                                texts.At(m_symbols[m_slots[slot].symbol].text) != name)) {
         slot = (slot + 1) & mask;
     }
     return slot;
@@ -51,7 +52,7 @@ std::size_t SymbolTable::SlotOf(const StringArena& texts, std::string_view name,
 
 std::uint32_t SymbolTable::Find(const StringArena& texts, std::string_view name) const noexcept {
     if (m_slots.empty()) {
-        return Missing;
+        return kMissing;
     }
     return m_slots[SlotOf(texts, name, HashName(name, m_key))].symbol;
 }
@@ -62,8 +63,8 @@ std::uint32_t SymbolTable::Intern(StringArena& texts, std::string_view name) {
     }
     const std::uint64_t hash = HashName(name, m_key);
     Slot& slot = m_slots[SlotOf(texts, name, hash)];
-    if (slot.symbol == Missing) {
-        m_symbols.push_back({texts.Add(name), NoNode});
+    if (slot.symbol == kMissing) {
+        m_symbols.push_back({texts.Add(name), kNoNode});
         slot = {static_cast<std::uint32_t>(hash >> 32), static_cast<std::uint32_t>(m_symbols.size() - 1)};
         m_hashes.push_back(hash);
     }
@@ -74,7 +75,7 @@ void SymbolTable::Grow() {
     std::vector<Slot> slots(m_slots.empty() ? 1024 : m_slots.size() * 2);
     for (std::uint32_t symbol = 0; symbol < m_symbols.size(); ++symbol) {
         std::size_t slot = m_hashes[symbol] & (slots.size() - 1);
-        while (slots[slot].symbol != Missing) {
+        while (slots[slot].symbol != kMissing) {
             slot = (slot + 1) & (slots.size() - 1);
         }
         slots[slot] = {static_cast<std::uint32_t>(m_hashes[symbol] >> 32), symbol};
@@ -100,29 +101,29 @@ void EdgeLists::Close() {
 
 NodeIndex Model::Find(std::string_view name) const noexcept {
     const std::uint32_t symbol = m_symbols.Find(m_texts, name);
-    if (symbol != SymbolTable::Missing && m_symbols.At(symbol).node != NoNode) {
+    if (symbol != SymbolTable::kMissing && m_symbols.At(symbol).node != kNoNode) {
         return m_symbols.At(symbol).node;
     }
     // a qualified name, as INode::GetName gives it
     for (const std::string_view prefix : {std::string_view("Std::"), std::string_view("Cust::")}) {
         if (name.substr(0, prefix.size()) == prefix) {
             const std::uint32_t plain = m_symbols.Find(m_texts, name.substr(prefix.size()));
-            return plain == SymbolTable::Missing ? NoNode : m_symbols.At(plain).node;
+            return plain == SymbolTable::kMissing ? kNoNode : m_symbols.At(plain).node;
         }
     }
     return FindEntry(name);
 }
 
 NodeIndex Model::FindEntry(std::string_view name) const noexcept {
-    char whole[entryPrefix.size() + maxEntryNameBytes];
-    if (name.size() > maxEntryNameBytes) {
-        return NoNode;
+    char whole[kEntryPrefix.size() + kMaxEntryNameBytes];
+    if (name.size() > kMaxEntryNameBytes) {
+        return kNoNode;
     }
-    std::memcpy(whole, entryPrefix.data(), entryPrefix.size());
-    std::memcpy(whole + entryPrefix.size(), name.data(), name.size());
-    const std::uint32_t symbol = m_symbols.Find(m_texts, {whole, entryPrefix.size() + name.size()});
-    const NodeIndex node = symbol == SymbolTable::Missing ? NoNode : m_symbols.At(symbol).node;
-    return node != NoNode && m_nodes[node].kind == NodeKind::EnumEntry ? node : NoNode;
+    std::memcpy(whole, kEntryPrefix.data(), kEntryPrefix.size());
+    std::memcpy(whole + kEntryPrefix.size(), name.data(), name.size());
+    const std::uint32_t symbol = m_symbols.Find(m_texts, {whole, kEntryPrefix.size() + name.size()});
+    const NodeIndex node = symbol == SymbolTable::kMissing ? kNoNode : m_symbols.At(symbol).node;
+    return node != kNoNode && m_nodes[node].kind == NodeKind::EnumEntry ? node : kNoNode;
 }
 
 std::string_view Model::TargetName(const Property& reference) const noexcept {

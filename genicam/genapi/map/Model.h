@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include "genicam/genapi/map/Kinds.h"
@@ -14,7 +15,7 @@
 namespace GenApi {
 
 using NodeIndex = std::uint32_t;
-constexpr NodeIndex NoNode = 0xFFFFFFFFu;
+constexpr NodeIndex kNoNode = 0xFFFFFFFFu;
 
 /// How the 32 bits of a property are to be read.
 enum class Form : std::uint8_t {
@@ -62,7 +63,7 @@ struct Symbol {
 /// All names of a file, each kept once; finds a name's symbol with one hash and no allocation.
 class SymbolTable {
 public:
-    static constexpr std::uint32_t Missing = 0xFFFFFFFFu;
+    static constexpr std::uint32_t kMissing = 0xFFFFFFFFu;
 
     std::uint32_t Intern(StringArena& texts, std::string_view name);
     std::uint32_t Find(const StringArena& texts, std::string_view name) const noexcept; ///< Missing if there is none.
@@ -74,7 +75,7 @@ public:
 private:
     struct Slot {
         std::uint32_t hash = 0;
-        std::uint32_t symbol = Missing;
+        std::uint32_t symbol = kMissing;
     };
     void Grow();
     std::size_t SlotOf(const StringArena& texts, std::string_view name, std::uint64_t hash) const noexcept;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "genicam/genapi/map/ModelBuilder.h"
 
 #include "genicam/genapi/map/LoadLog.h"
@@ -8,9 +9,9 @@ namespace GenApi {
 
 namespace {
 
-constexpr std::size_t maxNodes = 1000000;
-constexpr std::size_t maxProperties = std::size_t(32) << 20;
-constexpr std::size_t maxToldReferences = 100;
+constexpr std::size_t kMaxNodes = 1000000;
+constexpr std::size_t kMaxProperties = std::size_t(32) << 20;
+constexpr std::size_t kMaxToldReferences = 100;
 
 } // namespace
 
@@ -21,12 +22,12 @@ ModelBuilder::ModelBuilder(std::size_t sourceBytes) : m_model(std::make_shared<M
 }
 
 NodeIndex ModelBuilder::AddNode(NodeKind kind, std::string_view name) {
-    if (m_model->m_nodes.size() >= maxNodes) {
-        throw RUNTIME_EXCEPTION("Cannot load the camera description: it holds more than %zu nodes.", maxNodes);
+    if (m_model->m_nodes.size() >= kMaxNodes) {
+        throw RUNTIME_EXCEPTION("Cannot load the camera description: it holds more than %zu nodes.", kMaxNodes);
     }
     const std::uint32_t symbol = Symbolize(name);
-    if (m_model->m_symbols.At(symbol).node != NoNode) {
-        return NoNode;
+    if (m_model->m_symbols.At(symbol).node != kNoNode) {
+        return kNoNode;
     }
     const auto node = static_cast<NodeIndex>(m_model->m_nodes.size());
     m_model->m_symbols.At(symbol).node = node;
@@ -45,9 +46,9 @@ std::uint32_t ModelBuilder::KeepFloat(double value) {
 }
 
 void ModelBuilder::CheckProperties(std::size_t count) {
-    if (count > maxProperties) {
+    if (count > kMaxProperties) {
         throw RUNTIME_EXCEPTION("Cannot load the camera description: it holds more than %zu properties.",
-                                maxProperties);
+                                kMaxProperties);
     }
 }
 
@@ -81,8 +82,8 @@ ModelPtr ModelBuilder::Build(const Describer& describe) {
         ResolveRange(node, record.sharedFirst, record.sharedCount, describe);
         ResolveRange(node, record.first, record.count, describe);
     }
-    if (m_dropped > maxToldReferences) {
-        LogLoadWarning(std::to_string(m_dropped - maxToldReferences) + " more references are dropped.");
+    if (m_dropped > kMaxToldReferences) {
+        LogLoadWarning(std::to_string(m_dropped - kMaxToldReferences) + " more references are dropped.");
     }
     m_model->BuildGraph();
     m_model->m_symbols.Close();
@@ -110,24 +111,24 @@ void ModelBuilder::ResolveReference(NodeIndex node, Property& property, std::uin
     const PropertyTraits& traits = TraitsOf(property.kind);
     const Symbol& symbol = m_model->m_symbols.At(property.payload);
     const std::string_view name = m_model->TextOf(symbol.text);
-    const NodeIndex found = symbol.node != NoNode ? symbol.node : m_model->Find(name);
+    const NodeIndex found = symbol.node != kNoNode ? symbol.node : m_model->Find(name);
     const NodeKind kind = m_model->m_nodes[node].kind;
     const Target target =
         property.kind == PropertyKind::pValue && kind == NodeKind::String ? Target::Text : traits.target;
-    if (found != NoNode && Accepts(target, m_model->m_nodes[found].kind)) {
+    if (found != kNoNode && Accepts(target, m_model->m_nodes[found].kind)) {
         property.form = Form::Node;
         property.payload = found;
         return;
     }
-    const bool mayBeDropped = found == NoNode && (traits.edges & Edge_Optional);
-    if (mayBeDropped && m_dropped >= maxToldReferences) {
+    const bool mayBeDropped = found == kNoNode && (traits.edges & Edge_Optional);
+    if (mayBeDropped && m_dropped >= kMaxToldReferences) {
         ++m_dropped;
         property.form = Form::Dropped;
         return;
     }
     std::string text = describe(position) + ", node '" + std::string(m_model->NameOf(node)) + "', property '" +
                        std::string(traits.name) + "': refers to node '" + std::string(name) + "'";
-    if (found != NoNode) {
+    if (found != kNoNode) {
         text += " of kind '" + std::string(NodeKindName(m_model->m_nodes[found].kind)) + "', which cannot stand here";
     } else {
         text += ", which does not exist";

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include "genicam/genapi/map/Model.h"
@@ -14,7 +15,7 @@ public:
 
     /// The properties of a node that is still being read; its nested nodes are finished before it.
     struct Draft {
-        NodeIndex node = NoNode; ///< NoNode for a structure, which is none itself
+        NodeIndex node = kNoNode; ///< NoNode for a structure, which is none itself
         std::vector<Property> properties;
         std::vector<std::uint32_t> positions; ///< of the properties
     };

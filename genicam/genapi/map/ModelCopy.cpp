@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "genicam/genapi/map/ModelCopy.h"
 
 #include <Base/GCException.h>
@@ -5,10 +6,10 @@
 namespace GenApi {
 
 std::vector<NodeIndex> OwnersOf(const Model& model) {
-    std::vector<NodeIndex> owners(model.NodeCount(), NoNode);
+    std::vector<NodeIndex> owners(model.NodeCount(), kNoNode);
     for (NodeIndex node = 0; node < model.NodeCount(); ++node) {
         model.ForEachProperty(node, [&](const Property& property) {
-            if (IsOwnedBy(property) && owners[property.payload] == NoNode) {
+            if (IsOwnedBy(property) && owners[property.payload] == kNoNode) {
                 owners[property.payload] = node;
             }
         });
@@ -34,7 +35,7 @@ std::string ModelCopier::NameFor(NodeIndex node) const {
         return m_newName;
     }
     const NodeIndex owner = m_owners[node];
-    if (owner != NoNode && owner == m_renamed && m_model.Record(node).kind == NodeKind::EnumEntry) {
+    if (owner != kNoNode && owner == m_renamed && m_model.Record(node).kind == NodeKind::EnumEntry) {
         return "EnumEntry_" + m_newName + "_" + std::string(m_model.TextOr(node, PropertyKind::Name, {}));
     }
     return std::string(m_model.NameOf(node));
@@ -57,10 +58,10 @@ NodeIndex ModelCopier::Add(NodeIndex node) {
     std::string name = NameFor(node);
     NodeIndex copy = m_builder.AddNode(kind, name);
     // a formula without a name of its own is called as it comes
-    for (std::size_t number = m_builder.NodeCount(); copy == NoNode && name.front() == '_'; ++number) {
+    for (std::size_t number = m_builder.NodeCount(); copy == kNoNode && name.front() == '_'; ++number) {
         copy = m_builder.AddNode(kind, "_IntSwissKnife_" + std::to_string(number));
     }
-    if (copy == NoNode) {
+    if (copy == kNoNode) {
         throw RUNTIME_EXCEPTION("Cannot load the camera description: node '" + name +
                                 "' stands in it more than once after merging or renaming.");
     }

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include "genicam/genapi/map/ModelBuilder.h"
@@ -44,7 +45,7 @@ private:
     const Model& m_model;
     const std::vector<NodeIndex> m_owners;
     std::vector<bool> m_isLeft; // or copied
-    NodeIndex m_renamed = NoNode;
+    NodeIndex m_renamed = kNoNode;
     std::string m_newName;
 };
 

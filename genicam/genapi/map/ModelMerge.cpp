@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "genicam/genapi/map/ModelMerge.h"
 
 #include "genicam/genapi/map/ModelCopy.h"
@@ -36,7 +37,7 @@ public:
     ModelPtr Merge() {
         for (std::size_t part = 0; part < m_copiers.size(); ++part) {
             for (NodeIndex node = 0; node < ModelOf(part).NodeCount(); ++node) {
-                if (m_copiers[part].OwnerOf(node) == NoNode) {
+                if (m_copiers[part].OwnerOf(node) == kNoNode) {
                     Enter({part, node});
                 }
             }
@@ -103,7 +104,7 @@ std::vector<bool> ReachableFrom(const Model& model, NodeIndex root, const ModelC
     std::vector<bool> isReached(model.NodeCount());
     std::vector<NodeIndex> open;
     const auto reach = [&](NodeIndex node) {
-        if (node != NoNode && !isReached[node]) {
+        if (node != kNoNode && !isReached[node]) {
             isReached[node] = true;
             open.push_back(node);
         }
@@ -142,7 +143,7 @@ ModelPtr ExtractModel(const Model& model, NodeIndex root, bool renameToRoot) {
         copier.Rename(root, "Root");
     }
     for (NodeIndex node = 0; node < model.NodeCount(); ++node) {
-        if (copier.OwnerOf(node) == NoNode) {
+        if (copier.OwnerOf(node) == kNoNode) {
             copier.Copy(node);
         }
     }

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "genicam/genapi/map/NameHash.h"
 
 #include <unistd.h>
@@ -20,8 +21,8 @@ HashKey DrawKey() noexcept {
 } // namespace
 
 HashKey SecretHashKey() noexcept {
-    static const HashKey key = DrawKey();
-    return key;
+    static const HashKey kEy = DrawKey();
+    return kEy;
 }
 
 } // namespace GenApi

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "genicam/genapi/map/NodeMap.h"
 
 #include <GenApi/IPortConstruct.h>
@@ -21,12 +22,12 @@ void NodeMap::GetNodes(NodeList_t& Nodes) const {
 
 INode* NodeMap::GetNode(const gcstring& Name) const {
     const NodeIndex node = m_core.Description().Find(Name.view());
-    return node != NoNode ? &m_core.NodeAt(node) : nullptr;
+    return node != kNoNode ? &m_core.NodeAt(node) : nullptr;
 }
 
 bool NodeMap::Connect(IPort* pPort, const gcstring& PortName) const {
     const NodeIndex index = m_core.Description().Find(PortName.view());
-    auto* const portNode = index != NoNode ? dynamic_cast<IPortConstruct*>(&m_core.NodeAt(index)) : nullptr;
+    auto* const portNode = index != kNoNode ? dynamic_cast<IPortConstruct*>(&m_core.NodeAt(index)) : nullptr;
     if (portNode == nullptr) {
         return false;
     }

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <GenApi/NodeMapFactory.h>
 
 #include "genicam/genapi/map/ModelMerge.h"
@@ -230,7 +231,7 @@ bool CNodeMapFactory::IsCameraDescriptionFileDataReleased() const {
 CNodeMapFactory CNodeMapFactory::ExtractSubtree(const gcstring& SubTreeRootNodeName, bool RenameToRoot) {
     const ModelPtr model = m_impl->Load();
     const NodeIndex root = model->Find(SubTreeRootNodeName.view());
-    if (root == NoNode) {
+    if (root == kNoNode) {
         throw INVALID_ARGUMENT_EXCEPTION("Cannot extract node '" + std::string(SubTreeRootNodeName.view()) +
                                          "' of the camera description: there is none of this name.");
     }

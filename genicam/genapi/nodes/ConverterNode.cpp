@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "genicam/genapi/nodes/ConverterNode.h"
 
 #include "genicam/genapi/nodes/NodeError.h"
@@ -92,7 +93,7 @@ T ConverterOf<Base, T>::Limit(bool wantsMin) {
 
 template <typename Base, typename T>
 bool ConverterOf<Base, T>::NaturalInc(T& inc) {
-    if constexpr (NumberOf<T>::type == ValueType::Integer) {
+    if constexpr (NumberOf<T>::kType == ValueType::Integer) {
         inc = 1;
         return true;
     } else {

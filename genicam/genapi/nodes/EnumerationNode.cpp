@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "genicam/genapi/nodes/EnumerationNode.h"
 
 #include "genicam/genapi/nodes/DeviceLog.h"

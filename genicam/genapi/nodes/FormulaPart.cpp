@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "genicam/genapi/nodes/FormulaPart.h"
 
 #include "genicam/genapi/nodes/EnumerationNode.h"
@@ -10,8 +11,8 @@ namespace GenApi {
 
 namespace {
 
-constexpr std::size_t maxNames = 4096;  // they are looked for one after the other
-constexpr std::size_t inlineSlots = 16; // formulas with more variables take them from the heap
+constexpr std::size_t kMaxNames = 4096;  // they are looked for one after the other
+constexpr std::size_t kInlineSlots = 16; // formulas with more variables take them from the heap
 
 bool NeedsValue(EVariablePart part) noexcept {
     return part == EVariablePart::Value || part == EVariablePart::Min || part == EVariablePart::Max ||
@@ -37,8 +38,8 @@ public:
     Scope(FormulaPart& part, std::string_view input) : m_part(part), m_input(input) {
         const NodeBase& owner = part.m_owner;
         owner.Description().ForEachProperty(owner.Index(), [this](const Property& property) { Add(property); });
-        if (m_names.size() > maxNames) {
-            throw PROPERTY_EXCEPTION("It has %zu names, %zu are allowed", m_names.size(), maxNames);
+        if (m_names.size() > kMaxNames) {
+            throw PROPERTY_EXCEPTION("It has %zu names, %zu are allowed", m_names.size(), kMaxNames);
         }
     }
 
@@ -132,7 +133,7 @@ void FormulaPart<T>::Compile(Program& program) {
         return;
     }
     // a broken one is compiled each time; one that is too long is refused unread
-    EvaluationGuard::Spend(m_owner, std::min(program.text.size(), FormulaMaxLength));
+    EvaluationGuard::Spend(m_owner, std::min(program.text.size(), kFormulaMaxLength));
     if (m_slots.empty()) {
         m_slots.push_back({nullptr, EVariablePart::Value, 0}); // the input
     }
@@ -171,7 +172,7 @@ template <typename T>
 template <typename OnFailure>
 T FormulaPart<T>::Run(Program& program, T input, ReadMode mode, OnFailure&& onFailure) {
     Compile(program);
-    std::array<T, inlineSlots> few;
+    std::array<T, kInlineSlots> few;
     std::vector<T> many;
     if (m_slots.size() > few.size()) {
         many.resize(m_slots.size());

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "genicam/genapi/nodes/NodeBase.h"
 
 #include "genicam/genapi/map/LoadLog.h"
@@ -249,18 +250,18 @@ void EvaluationGuard::Fail(const NodeBase& node, bool isCycle, int depth) {
     if (isCycle) {
         throw NODE_EXCEPTION(RuntimeException, node)("The value of node '%s' depends on itself.", name.c_str());
     }
-    if (depth >= maxDepth) {
+    if (depth >= kMaxDepth) {
         throw NODE_EXCEPTION(RuntimeException, node)("The evaluation of node '%s' is nested more than %d levels deep.",
-                                                     name.c_str(), maxDepth);
+                                                     name.c_str(), kMaxDepth);
     }
     throw NODE_EXCEPTION(RuntimeException, node)("The evaluation of node '%s' takes more than %u steps.", name.c_str(),
-                                                 maxSteps);
+                                                 kMaxSteps);
 }
 
 void EvaluationGuard::Spend(const NodeBase& node, std::size_t steps) {
     std::uint32_t& spent = node.Core().m_evaluationSteps;
     spent = node.Core().m_evaluationDepth == 0 ? 0 : spent;
-    if (steps > maxSteps - spent) {
+    if (steps > kMaxSteps - spent) {
         Fail(node, false, 0);
     }
     spent += static_cast<std::uint32_t>(steps);

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "genicam/genapi/nodes/NumberNode.h"
 
 #include "genicam/genapi/nodes/NodeError.h"
@@ -160,7 +161,7 @@ ECachingMode NumberNode<Base, T>::ComputeCaching() {
     ECachingMode caching = WriteThrough;
     ForEachTarget([&caching](NodeBase& node) {
         caching = Combine(caching, node.Caching());
-        if (node.Type() != NumberOf<T>::type) {
+        if (node.Type() != NumberOf<T>::kType) {
             caching = Combine(caching, WriteAround);
         }
     });
@@ -198,7 +199,7 @@ bool NumberNode<Base, T>::NaturalInc(T& inc) {
         return true;
     }
     NodeBase* const origin = LimitOrigin();
-    if constexpr (NumberOf<T>::type == ValueType::Integer) {
+    if constexpr (NumberOf<T>::kType == ValueType::Integer) {
         inc = origin != nullptr && origin->Type() == ValueType::Integer ? origin->IncInteger() : 1;
         return true;
     } else {

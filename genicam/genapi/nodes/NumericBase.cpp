@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "genicam/genapi/nodes/NumericBase.h"
 
 #include "genicam/genapi/nodes/DeviceLog.h"
@@ -118,7 +119,7 @@ ERepresentation NumericBase<T>::Representation() {
     }
     // the others are for whole numbers
     const bool isForFloats = representation == Linear || representation == Logarithmic;
-    const bool isKnown = NumberOf<T>::type == ValueType::Integer && representation != _UndefinedRepresentation;
+    const bool isKnown = NumberOf<T>::kType == ValueType::Integer && representation != _UndefinedRepresentation;
     return isForFloats || isKnown ? representation : PureNumber;
 }
 
@@ -197,7 +198,7 @@ template <typename T>
 void NumericBase<T>::CheckListed(T value) {
     if (!m_validValues.empty() && !std::binary_search(m_validValues.begin(), m_validValues.end(), value)) {
         std::string text;
-        if constexpr (NumberOf<T>::type == ValueType::Float) {
+        if constexpr (NumberOf<T>::kType == ValueType::Float) {
             text = Fixed(value);
         } else {
             text = std::to_string(value);
@@ -245,7 +246,7 @@ T NumericBase<T>::CheckedMax() {
 template <typename T>
 bool NumericBase<T>::NaturalInc(T& inc) {
     inc = 1;
-    return NumberOf<T>::type == ValueType::Integer;
+    return NumberOf<T>::kType == ValueType::Integer;
 }
 
 template <typename T>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include "genicam/genapi/nodes/NodeBase.h"
@@ -81,7 +82,7 @@ struct NumberOf<std::int64_t> {
     static std::int64_t Min(NodeBase& node) { return node.MinInteger(); }
     static std::int64_t Max(NodeBase& node) { return node.MaxInteger(); }
     static std::int64_t Constant(const Model& model, const Property& property) { return model.IntegerOf(property); }
-    static constexpr ValueType type = ValueType::Integer;
+    static constexpr ValueType kType = ValueType::Integer;
 };
 
 template <>
@@ -91,7 +92,7 @@ struct NumberOf<double> {
     static double Min(NodeBase& node) { return node.MinFloat(); }
     static double Max(NodeBase& node) { return node.MaxFloat(); }
     static double Constant(const Model& model, const Property& property) { return model.FloatOf(property); }
-    static constexpr ValueType type = ValueType::Float;
+    static constexpr ValueType kType = ValueType::Float;
 };
 
 } // namespace GenApi

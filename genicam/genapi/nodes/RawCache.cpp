@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "genicam/genapi/nodes/RawCache.h"
 
 #include <algorithm>
@@ -8,8 +9,8 @@ namespace GenApi {
 namespace {
 
 // Addresses that depend on selectors can be many; then everything is forgotten at once.
-constexpr std::size_t maxEntries = 100000;
-constexpr std::size_t maxBytes = std::size_t(256) << 20;
+constexpr std::size_t kMaxEntries = 100000;
+constexpr std::size_t kMaxBytes = std::size_t(256) << 20;
 
 } // namespace
 
@@ -19,8 +20,8 @@ RawCache::Entry& RawCache::At(std::int64_t address, std::int64_t length) {
     if (found != lane.entries.end()) {
         return found->second;
     }
-    if (m_short.entries.size() + m_long.entries.size() >= maxEntries ||
-        m_bytes + static_cast<std::size_t>(length) > maxBytes) {
+    if (m_short.entries.size() + m_long.entries.size() >= kMaxEntries ||
+        m_bytes + static_cast<std::size_t>(length) > kMaxBytes) {
         m_short = {};
         m_long = {};
         m_bytes = 0;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <cstdint>
@@ -38,9 +39,9 @@ private:
 
         void DropOverlapping(std::int64_t address, std::int64_t length) noexcept;
     };
-    Lane& LaneOf(std::int64_t length) noexcept { return length <= shortLength ? m_short : m_long; }
+    Lane& LaneOf(std::int64_t length) noexcept { return length <= kShortLength ? m_short : m_long; }
 
-    static constexpr std::int64_t shortLength = 16; // of numbers; texts and tables reach further
+    static constexpr std::int64_t kShortLength = 16; // of numbers; texts and tables reach further
 
     Lane m_short;
     Lane m_long;

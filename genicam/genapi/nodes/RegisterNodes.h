@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include "genicam/genapi/nodes/FloatBase.h"
@@ -32,7 +33,7 @@ protected:
     ECachingMode ComputeCaching() override { return IsPlaceCacheable() ? m_register.Caching() : NoCache; }
     void DropRaw() noexcept override { m_register.DropRaw(); }
     virtual std::int64_t MinLength() const noexcept { return 0; }
-    virtual std::int64_t MaxLength() const noexcept { return RegisterPart::MaxLength; }
+    virtual std::int64_t MaxLength() const noexcept { return RegisterPart::kMaxLength; }
 
     RegisterPart& Located(); ///< with address and length found
     /// The bytes, if a read may have them without more ado; else null.

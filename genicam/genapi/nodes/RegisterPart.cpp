@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "genicam/genapi/nodes/RegisterPart.h"
 
 #include "genicam/genapi/nodes/NodeError.h"

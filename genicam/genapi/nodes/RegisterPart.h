@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include "genicam/genapi/nodes/NodeBase.h"
@@ -12,7 +13,7 @@ namespace GenApi {
 /// Owned by the node, which hands its properties on and asks under the lock.
 class RegisterPart {
 public:
-    static constexpr std::int64_t MaxLength = std::int64_t(64) << 20; ///< bytes
+    static constexpr std::int64_t kMaxLength = std::int64_t(64) << 20; ///< bytes
 
     void BindProperty(NodeBase& owner, const Property& property);
 

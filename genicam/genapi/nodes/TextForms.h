@@ -1,4 +1,7 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
+
+#include <GenApi/Types.h>
 
 #include <cstdint>
 #include <optional>
@@ -6,8 +9,6 @@
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include <GenApi/Types.h>
 
 namespace GenApi {
 

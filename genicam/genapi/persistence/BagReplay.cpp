@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "genicam/genapi/persistence/BagReplay.h"
 
 #include "genicam/genapi/map/LoadLog.h"
@@ -14,7 +15,7 @@ namespace GenApi {
 
 namespace {
 
-constexpr int maxRetries = 2;
+constexpr int kMaxRetries = 2;
 
 /// Whatever the device was told is to be seen, also after a failure.
 class InvalidateGuard {
@@ -227,7 +228,7 @@ std::vector<std::string> BagReplay::Load(bool verify) {
 
 BagReplay::Failures BagReplay::WriteAll() {
     Failures failures = Write(nullptr);
-    for (int retry = 0; retry < maxRetries && !failures.empty(); ++retry) {
+    for (int retry = 0; retry < kMaxRetries && !failures.empty(); ++retry) {
         const std::size_t before = failures.size();
         failures = Write(&failures);
         if (failures.size() >= before) {

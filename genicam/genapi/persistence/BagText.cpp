@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "genicam/genapi/persistence/BagText.h"
 
 #include "genicam/genapi/persistence/FeatureTexts.h"
@@ -11,15 +12,15 @@ namespace GenApi {
 
 namespace {
 
-constexpr std::string_view escapedRemark = "#escaped"; // remarks by people begin with "# "
-constexpr std::string_view version = "3.1.0";
-constexpr char escapes[][2] = {{'\n', 'n'}, {'\r', 'r'}, {'\0', '0'}, {'\\', '\\'}};
+constexpr std::string_view kEscapedRemark = "#escaped"; // remarks by people begin with "# "
+constexpr std::string_view kVersion = "3.1.0";
+constexpr char kEscapes[][2] = {{'\n', 'n'}, {'\r', 'r'}, {'\0', '0'}, {'\\', '\\'}};
 
 std::string Escape(std::string_view value) {
     std::string text;
     for (const char one : value) {
         char letter = 0;
-        for (const auto& escape : escapes) {
+        for (const auto& escape : kEscapes) {
             letter = escape[0] == one ? escape[1] : letter;
         }
         text += letter == 0 ? std::string(1, one) : std::string{'\\', letter};
@@ -43,11 +44,11 @@ std::string Unescape(std::string_view text, std::size_t number) {
             continue;
         }
         const char letter = ++i < text.size() ? text[i] : ' ';
-        const auto* found = std::begin(escapes);
-        while (found != std::end(escapes) && (*found)[1] != letter) {
+        const auto* found = std::begin(kEscapes);
+        while (found != std::end(kEscapes) && (*found)[1] != letter) {
             ++found;
         }
-        if (found == std::end(escapes)) {
+        if (found == std::end(kEscapes)) {
             FailLine(number, text, "has a backslash that stands for nothing");
         }
         value += (*found)[0];
@@ -104,7 +105,7 @@ std::string FormatRemarks(std::string_view id, const gcstring& info) {
     if (info.empty()) {
         return text;
     }
-    text += "# GenApi persistence file (version " + std::string(version) + ")\n# ";
+    text += "# GenApi persistence file (version " + std::string(kVersion) + ")\n# ";
     for (const char one : info.view()) {
         text += one == '\n' ? std::string("\n# ") : std::string(1, one);
     }
@@ -116,7 +117,7 @@ void FormatEntries(const BagEntries& entries, std::string& text) {
         const std::string_view value = entry.Value.view();
         const bool isPlain = value.find_first_of(std::string_view("\r\n\0", 3)) == std::string_view::npos;
         if (!isPlain) {
-            text += escapedRemark;
+            text += kEscapedRemark;
             text += '\n';
         }
         text += entry.Name.view();
@@ -145,10 +146,10 @@ bool IsBagHeader(std::string_view line, gcstring& name) {
 BagEntries ParseBag(BagLines& lines) {
     const std::size_t number = lines.Number();
     const std::string first = TakeIdentifier(lines);
-    if (first.find(baggerId) != std::string::npos) {
+    if (first.find(kBaggerId) != std::string::npos) {
         throw RUNTIME_EXCEPTION("The text holds several feature bags, not one");
     }
-    if (first.find(bagId) == std::string::npos) {
+    if (first.find(kBagId) == std::string::npos) {
         FailLine(number, first, "does not hold the identifier of feature bags");
     }
     return ParseEntries(lines);
@@ -164,7 +165,7 @@ BagEntries ParseEntries(BagLines& lines) {
             continue;
         }
         if (line[0] == '#') {
-            isEscaped = line == escapedRemark;
+            isEscaped = line == kEscapedRemark;
             continue;
         }
         entries.push_back(ParseEntry(line, number, isEscaped));
@@ -174,7 +175,7 @@ BagEntries ParseEntries(BagLines& lines) {
 }
 
 std::vector<NamedBag> ParseBags(BagLines& lines) {
-    if (lines.Peek().find(baggerId) == std::string::npos) {
+    if (lines.Peek().find(kBaggerId) == std::string::npos) {
         std::vector<NamedBag> single{{"All", ParseBag(lines)}};
         RequireEnd(lines);
         return single;

@@ -1,4 +1,7 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
+
+#include <GenApi/Persistence.h>
 
 #include <cstddef>
 #include <istream>
@@ -6,14 +9,12 @@
 #include <string_view>
 #include <vector>
 
-#include <GenApi/Persistence.h>
-
 namespace GenApi {
 
 typedef std::vector<CFeatureBag::CEntry> BagEntries;
 
-constexpr std::string_view bagId = "05D8C294-F295-4dfb-9D01-096BD04049F4";
-constexpr std::string_view baggerId = "4709CB3C-7322-4460-84C3-DA11DDA09939";
+constexpr std::string_view kBagId = "05D8C294-F295-4dfb-9D01-096BD04049F4";
+constexpr std::string_view kBaggerId = "4709CB3C-7322-4460-84C3-DA11DDA09939";
 
 /// The lines of a stream, without their ends (LF or CRLF), counted from 1; the one ahead can be looked at.
 class BagLines {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "genicam/genapi/persistence/DeviceSets.h"
 
 #include "genicam/genapi/map/LoadLog.h"
@@ -15,7 +16,7 @@ namespace GenApi {
 
 namespace {
 
-constexpr auto timeout = std::chrono::seconds(30); // sets may go to slow flash memory
+constexpr auto kTimeout = std::chrono::seconds(30); // sets may go to slow flash memory
 
 template <class Interface>
 Interface* Find(const INodeMap& nodeMap, const char* name) {
@@ -84,7 +85,7 @@ void DeviceSets::Run(ICommand& command) {
         throw TIMEOUT_EXCEPTION("Not tried, as the device did not answer in time before.");
     }
     try {
-        RunToEnd(command, timeout);
+        RunToEnd(command, kTimeout);
     } catch (const GenICam::TimeoutException&) {
         m_isStuck = true;
         throw;

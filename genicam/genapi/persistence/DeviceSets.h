@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <GenApi/INodeMap.h>
@@ -20,9 +21,9 @@ struct SetFeatures {
     const char* mode; ///< Has to be "On" for all this; null: there is none.
 };
 
-constexpr SetFeatures userSets{"UserSetSelector", "UserSetLoad", "UserSetSave", nullptr};
-constexpr SetFeatures sequencerSets{"SequencerSetSelector", "SequencerSetLoad", "SequencerSetSave",
-                                    "SequencerConfigurationMode"};
+constexpr SetFeatures kUserSets{"UserSetSelector", "UserSetLoad", "UserSetSave", nullptr};
+constexpr SetFeatures kSequencerSets{"SequencerSetSelector", "SequencerSetLoad", "SequencerSetSave",
+                                     "SequencerConfigurationMode"};
 
 /// The sets of one kind. Puts back selector and mode, but not what Load() does to the other features. Borrows the node
 /// map; hold its lock.

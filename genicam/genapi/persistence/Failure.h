@@ -1,12 +1,13 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
+
+#include <Base/GCException.h>
+#include <Base/GCStringVector.h>
 
 #include <new>
 #include <optional>
 #include <string>
 #include <vector>
-
-#include <Base/GCException.h>
-#include <Base/GCStringVector.h>
 
 namespace GenApi {
 

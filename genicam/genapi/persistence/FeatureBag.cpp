@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <GenApi/Persistence.h>
 
 #include "genicam/genapi/persistence/BagReplay.h"
@@ -42,7 +43,7 @@ std::vector<CBagDifference> CFeatureBag::Compare(INodeMap* pNodeMap) const {
 }
 
 gcstring CFeatureBag::ToString() const {
-    std::string text = FormatRemarks(bagId, m_info);
+    std::string text = FormatRemarks(kBagId, m_info);
     FormatEntries(m_entries, text);
     return gcstring(std::move(text));
 }

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <GenApi/Persistence.h>
 
 #include "genicam/genapi/map/LoadLog.h"
@@ -20,7 +21,7 @@ namespace {
 
 typedef std::vector<std::string> Errors; // "<bag>: <reason>"
 
-constexpr const char* allName = "All";
+constexpr const char* kAllName = "All";
 
 std::string NameOf(const CFeatureBag& bag) {
     return std::string(bag.GetBagName().view());
@@ -104,7 +105,7 @@ public:
     BagWriter(INodeMap& nodeMap, int maxEntries) : m_nodeMap(nodeMap), m_maxEntries(maxEntries) {}
 
     void StoreAll() {
-        Try(errors, allName, [&](gcstring_vector& reasons) { Store(allName, reasons); });
+        Try(errors, kAllName, [&](gcstring_vector& reasons) { Store(kAllName, reasons); });
     }
 
     void StoreSets(const SetFeatures& features) {
@@ -171,10 +172,10 @@ public:
 
     void LoadOthers() {
         for (const CFeatureBag& bag : m_bags) {
-            if (bag.GetBagName() == allName) {
-                Try(errors, allName, [&](gcstring_vector& reasons) { Load(bag, reasons); });
-            } else if (!SetOf(bag, userSets) && !SetOf(bag, sequencerSets)) {
-                errors.push_back(NameOf(bag) + ": The bag is neither '" + allName + "' nor of a set of the device.");
+            if (bag.GetBagName() == kAllName) {
+                Try(errors, kAllName, [&](gcstring_vector& reasons) { Load(bag, reasons); });
+            } else if (!SetOf(bag, kUserSets) && !SetOf(bag, kSequencerSets)) {
+                errors.push_back(NameOf(bag) + ": The bag is neither '" + kAllName + "' nor of a set of the device.");
             }
         }
     }
@@ -211,10 +212,10 @@ int64_t CFeatureBagger::Bag(INodeMap* pNodeMap, bool BagDefault, bool BagUserSet
         writer.StoreAll();
     }
     if (BagSequencerSets) {
-        writer.StoreSets(sequencerSets); // before a user set may load others
+        writer.StoreSets(kSequencerSets); // before a user set may load others
     }
     if (BagUserSets) {
-        writer.StoreSets(userSets);
+        writer.StoreSets(kUserSets);
     }
     ReportFailures(writer.errors, pErrorList, "stored");
     m_bags = std::move(writer.bags);
@@ -225,8 +226,8 @@ bool CFeatureBagger::UnBag(INodeMap* pNodeMap, bool Verify, gcstring_vector* pEr
     INodeMap& nodeMap = RequireNodeMap(pNodeMap);
     const AutoLock lock(nodeMap.GetLock());
     BagReader reader(nodeMap, m_bags, Verify);
-    reader.LoadSets(userSets);
-    reader.LoadSets(sequencerSets);
+    reader.LoadSets(kUserSets);
+    reader.LoadSets(kSequencerSets);
     reader.LoadOthers();
     return ReportFailures(reader.errors, pErrorList, "loaded");
 }
@@ -255,7 +256,7 @@ std::istream& operator>>(std::istream& stream, CFeatureBagger& bagger) {
 }
 
 std::ostream& operator<<(std::ostream& stream, const CFeatureBagger& bagger) {
-    std::string text = FormatRemarks(baggerId, bagger.m_info);
+    std::string text = FormatRemarks(kBaggerId, bagger.m_info);
     for (const CFeatureBag& bag : bagger) {
         text += "[" + NameOf(bag) + "]\n";
         text += bag.ToString().view();

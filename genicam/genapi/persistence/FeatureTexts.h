@@ -1,9 +1,10 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
+
+#include <GenApi/IValue.h>
 
 #include <string>
 #include <string_view>
-
-#include <GenApi/IValue.h>
 
 namespace GenApi {
 

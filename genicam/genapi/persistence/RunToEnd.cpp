@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "genicam/genapi/persistence/RunToEnd.h"
 
 #include <Base/GCException.h>

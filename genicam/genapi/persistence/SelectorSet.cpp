@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <GenApi/SelectorSet.h>
 
 #include "genicam/genapi/persistence/Selectors.h"
@@ -11,7 +12,7 @@ namespace GenApi {
 
 namespace {
 
-constexpr std::uint64_t maxCombinations = 1048576;
+constexpr std::uint64_t kMaxCombinations = 1048576;
 
 /// One selector on its way through its values.
 class SelectorDigit final : public ISelectorDigit {
@@ -108,9 +109,9 @@ public:
         if (carried == m_digits.size()) {
             return !tick;
         }
-        if (tick && ++m_combinations > maxCombinations) {
+        if (tick && ++m_combinations > kMaxCombinations) {
             throw OUT_OF_RANGE_EXCEPTION("The selectors have more than %llu combinations to walk.",
-                                         static_cast<unsigned long long>(maxCombinations));
+                                         static_cast<unsigned long long>(kMaxCombinations));
         }
         for (std::size_t i = carried + 1; i < m_digits.size(); ++i) {
             m_digits[i].SetNext(false);

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "genicam/genapi/persistence/Selectors.h"
 
 #include <Base/GCException.h>
@@ -14,8 +15,8 @@ namespace GenApi {
 
 namespace {
 
-constexpr std::size_t maxSelectors = 64;
-constexpr std::uint64_t maxPositions = 65536; // as many as a look-up table for 16 bits has
+constexpr std::size_t kMaxSelectors = 64;
+constexpr std::uint64_t kMaxPositions = 65536; // as many as a look-up table for 16 bits has
 
 /// One feature on the way up from the feature that is asked for.
 struct Visit {
@@ -33,9 +34,9 @@ Visit VisitOf(IBase& feature) {
 }
 
 void RequireFewSelectors(IBase& feature, std::size_t count) {
-    if (count > maxSelectors) {
+    if (count > kMaxSelectors) {
         throw OUT_OF_RANGE_EXCEPTION("Feature '%s' has more than %zu selectors.",
-                                     NameOf(dynamic_cast<IValue&>(feature)).c_str(), maxSelectors);
+                                     NameOf(dynamic_cast<IValue&>(feature)).c_str(), kMaxSelectors);
     }
 }
 
@@ -145,7 +146,7 @@ std::vector<std::int64_t> SelectorValue::ListRange() const {
     }
     // in unsigned arithmetic, where the distance of any two limits fits
     const std::uint64_t last = (static_cast<std::uint64_t>(max) - static_cast<std::uint64_t>(min)) / step;
-    RequireBounded(last < maxPositions ? last + 1 : maxPositions + 1);
+    RequireBounded(last < kMaxPositions ? last + 1 : kMaxPositions + 1);
     for (std::uint64_t i = 0; i <= last; ++i) {
         values.push_back(static_cast<std::int64_t>(static_cast<std::uint64_t>(min) + i * step));
     }
@@ -153,9 +154,9 @@ std::vector<std::int64_t> SelectorValue::ListRange() const {
 }
 
 void SelectorValue::RequireBounded(std::uint64_t count) const {
-    if (count > maxPositions) {
+    if (count > kMaxPositions) {
         throw OUT_OF_RANGE_EXCEPTION("Selector '%s' has more than %llu positions to walk.", NameOf(m_selector).c_str(),
-                                     static_cast<unsigned long long>(maxPositions));
+                                     static_cast<unsigned long long>(kMaxPositions));
     }
 }
 

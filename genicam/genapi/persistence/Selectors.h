@@ -1,10 +1,11 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
+
+#include <GenApi/IValue.h>
 
 #include <cstdint>
 #include <string>
 #include <vector>
-
-#include <GenApi/IValue.h>
 
 namespace GenApi {
 

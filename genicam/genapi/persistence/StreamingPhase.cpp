@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "genicam/genapi/persistence/StreamingPhase.h"
 
 #include "genicam/genapi/map/LoadLog.h"
@@ -10,14 +11,14 @@ namespace GenApi {
 
 namespace {
 
-constexpr auto timeout = std::chrono::seconds(5);
+constexpr auto kTimeout = std::chrono::seconds(5);
 
 ICommand* FindCommand(const INodeMap& nodeMap, const std::string& name) {
     return dynamic_cast<ICommand*>(nodeMap.GetNode(gcstring(name)));
 }
 
 void Tell(ICommand& command, const std::string& name, std::vector<std::string>& errors) {
-    if (const auto failure = FailureOf([&] { RunToEnd(command, timeout); })) {
+    if (const auto failure = FailureOf([&] { RunToEnd(command, kTimeout); })) {
         errors.push_back(name + ": " + *failure);
     }
 }

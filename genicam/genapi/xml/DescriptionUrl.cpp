@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <GenApi/DescriptionUrl.h>
 
 #include "genicam/genapi/nodes/TextForms.h"
@@ -19,8 +20,8 @@ namespace GenApi {
 
 namespace {
 
-constexpr std::string_view versionKey = "schemaversion=";
-constexpr std::size_t blockBytes = std::size_t(64) << 10; // a device that ends early costs no more than this
+constexpr std::string_view kVersionKey = "schemaversion=";
+constexpr std::size_t kBlockBytes = std::size_t(64) << 10; // a device that ends early costs no more than this
 
 bool StartsWith(std::string_view text, std::string_view lowerCase) noexcept {
     return text.size() >= lowerCase.size() &&
@@ -68,8 +69,8 @@ CDescriptionUrl::CDescriptionUrl(const gcstring& Url) {
     }
     const std::string_view scheme = TakeUntil(rest, ':');
     std::string_view place = TakeUntil(rest, '?');
-    if (StartsWith(rest, versionKey)) {
-        m_schemaVersion = gcstring(rest.substr(versionKey.size()));
+    if (StartsWith(rest, kVersionKey)) {
+        m_schemaVersion = gcstring(rest.substr(kVersionKey.size()));
     }
     if (place.substr(0, 3) == "///") {
         place.remove_prefix(2); // an absolute path keeps one
@@ -125,7 +126,7 @@ gcstring CDescriptionUrl::Fetch(IPort* pPort) const {
     std::string bytes;
     while (bytes.size() < m_length) {
         const std::size_t begin = bytes.size();
-        const std::size_t count = std::min<std::size_t>(blockBytes, static_cast<std::size_t>(m_length) - begin);
+        const std::size_t count = std::min<std::size_t>(kBlockBytes, static_cast<std::size_t>(m_length) - begin);
         bytes.resize(begin + count);
         pPort->Read(bytes.data() + begin, static_cast<int64_t>(m_address + begin), static_cast<int64_t>(count));
     }

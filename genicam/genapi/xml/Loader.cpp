@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "genicam/genapi/xml/Loader.h"
 
 #include "genicam/genapi/map/LoadLog.h"
@@ -19,9 +20,9 @@ namespace GenApi {
 
 namespace {
 
-constexpr unsigned int parseFlags = pugi::parse_cdata | pugi::parse_escapes | pugi::parse_eol |
-                                    pugi::parse_wconv_attribute | pugi::parse_ws_pcdata_single |
-                                    pugi::parse_embed_pcdata | pugi::parse_doctype;
+constexpr unsigned int kParseFlags = pugi::parse_cdata | pugi::parse_escapes | pugi::parse_eol |
+                                     pugi::parse_wconv_attribute | pugi::parse_ws_pcdata_single |
+                                     pugi::parse_embed_pcdata | pugi::parse_doctype;
 
 [[noreturn]] void Fail(const std::string& place, const std::string& what) {
     throw RUNTIME_EXCEPTION("Cannot load the camera description: " + place + ": " + what + ".");
@@ -80,7 +81,7 @@ void CheckSchema(const pugi::xml_node& root, const SourceText& source, const Dev
 }
 
 pugi::xml_parse_result Parse(pugi::xml_document& document, SourceText& source) {
-    return document.load_buffer_inplace(source.Data(), source.Size(), parseFlags, pugi::encoding_utf8);
+    return document.load_buffer_inplace(source.Data(), source.Size(), kParseFlags, pugi::encoding_utf8);
 }
 
 /// Entities are never expanded. A file that has its own would load with other texts than were meant.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "genicam/genapi/xml/NodeReader.h"
 
 #include "genicam/genapi/map/LoadLog.h"
@@ -13,8 +14,8 @@ namespace GenApi {
 
 namespace {
 
-constexpr std::size_t maxNameBytes = 1024;
-constexpr std::size_t maxTold = 100;
+constexpr std::size_t kMaxNameBytes = 1024;
+constexpr std::size_t kMaxTold = 100;
 
 bool IsSuppressible(PropertyKind kind) noexcept {
     return kind == PropertyKind::ToolTip || kind == PropertyKind::Description || kind == PropertyKind::DisplayName;
@@ -110,7 +111,7 @@ void NodeReader::ReadNode(const pugi::xml_node& element, Node& node) {
                     "' are not served and stay not implemented.");
     }
     node.draft.node = m_builder.AddNode(node.kind, node.name);
-    if (node.draft.node == NoNode) {
+    if (node.draft.node == kNoNode) {
         FailNode(node.name, node.position, "a node of this name stands in the file already");
     }
     node.draft.properties.clear();
@@ -270,7 +271,7 @@ Property NodeReader::ParseProperty(const Node& node, PropertyKind kind, std::str
         }
         return {kind, Form::Text, m_builder.KeepText(kind == PropertyKind::Value ? text : trimmed)};
     case Syntax::Reference:
-        if (!trimmed.empty() && trimmed.size() <= maxNameBytes) {
+        if (!trimmed.empty() && trimmed.size() <= kMaxNameBytes) {
             return {kind, Form::Name, m_builder.Symbolize(trimmed)};
         }
         break;
@@ -308,7 +309,7 @@ void NodeReader::CheckRequired(const Node& node, const PropertySet& shared) cons
 void NodeReader::Ignore(const char* what, std::string_view name, const std::string& where, const char* why,
                         std::uint32_t position) {
     const std::string shown(name.substr(0, 64));
-    if (m_told.size() < maxTold && m_told.insert(shown + why).second) {
+    if (m_told.size() < kMaxTold && m_told.insert(shown + why).second) {
         LogLoadWarning(m_source.Describe(position) + ": " + what + " '" + shown + "' of " + where + " " + why +
                        " and ignored, here and wherever else it stands.");
     }
@@ -345,10 +346,10 @@ std::string_view NodeReader::NameAttribute(const pugi::xml_node& element, NodeKi
         Fail(m_source.TagPosition(element.name()),
              "a node of kind '" + std::string(NodeKindName(kind)) + "' has no property 'Name'");
     }
-    if (name.size() > maxNameBytes) {
+    if (name.size() > kMaxNameBytes) {
         FailNode(std::string(name.substr(0, 32)) + "...", m_source.TagPosition(element.name()),
-                 "property 'Name' has " + std::to_string(name.size()) + " characters, " + std::to_string(maxNameBytes) +
-                     " are allowed");
+                 "property 'Name' has " + std::to_string(name.size()) + " characters, " +
+                     std::to_string(kMaxNameBytes) + " are allowed");
     }
     return name;
 }

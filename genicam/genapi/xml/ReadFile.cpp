@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "genicam/genapi/xml/ReadFile.h"
 
 #include <Base/GCException.h>
@@ -11,7 +12,7 @@ namespace GenApi {
 
 namespace {
 
-constexpr std::size_t maxFileBytes = std::size_t(64) << 20;
+constexpr std::size_t kMaxFileBytes = std::size_t(64) << 20;
 
 struct FileCloser {
     void operator()(std::FILE* file) const noexcept { std::fclose(file); }
@@ -27,9 +28,9 @@ std::string ReadFile(const std::string& path) {
     std::string text;
     char block[65536];
     for (std::size_t count; (count = std::fread(block, 1, sizeof(block), file.get())) != 0;) {
-        if (text.size() + count > maxFileBytes) {
+        if (text.size() + count > kMaxFileBytes) {
             throw RUNTIME_EXCEPTION("Cannot load the camera description '" + path + "': it has more than " +
-                                    std::to_string(maxFileBytes) + " bytes.");
+                                    std::to_string(kMaxFileBytes) + " bytes.");
         }
         text.append(block, count);
     }

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "genicam/genapi/xml/Schema.h"
 
 namespace GenApi {
@@ -6,84 +7,84 @@ namespace {
 
 using P = PropertyKind;
 
-constexpr PropertySet ofAll = {
+constexpr PropertySet kOfAll = {
     P::Extension,    P::ToolTip, P::Description,    P::DisplayName,       P::Visibility,   P::DocuURL,
     P::IsDeprecated, P::EventID, P::pIsImplemented, P::pIsAvailable,      P::pIsLocked,    P::pBlockPolling,
     P::pError,       P::pAlias,  P::pCastAlias,     P::ImposedAccessMode, P::pInvalidator, P::Streamable};
-constexpr PropertySet ofNumber =
-    ofAll |
+constexpr PropertySet kOfNumber =
+    kOfAll |
     PropertySet{P::Value,        P::pValue,        P::pValueCopy, P::pIndex,         P::ValueIndexed,  P::pValueIndexed,
                 P::ValueDefault, P::pValueDefault, P::Min,        P::pMin,           P::Max,           P::pMax,
                 P::Inc,          P::pInc,          P::Unit,       P::Representation, P::ValidValueSet, P::pSelected};
-constexpr PropertySet ofNotation = {P::DisplayNotation, P::DisplayPrecision};
-constexpr PropertySet ofAddress = {P::Address, P::IntSwissKnife, P::pAddress, P::pIndex};
-constexpr PropertySet ofOverride = {P::AccessMode, P::Cachable, P::PollingTime};
-constexpr PropertySet ofRegister = ofAll | ofAddress | ofOverride | PropertySet{P::Length, P::pLength, P::pPort};
-constexpr PropertySet ofField = {P::Sign, P::Unit, P::Representation, P::pSelected};
-constexpr PropertySet ofBits = {P::Bit, P::LSB, P::MSB};
-constexpr PropertySet ofEndianess = {P::Endianess};
-constexpr PropertySet ofValue = {P::Value, P::pValue};
-constexpr PropertySet ofVariables =
-    ofAll | PropertySet{P::pVariable, P::Constant, P::Expression, P::Unit, P::Representation};
-constexpr PropertySet ofConverter =
-    ofVariables | PropertySet{P::FormulaTo, P::FormulaFrom, P::pValue, P::Slope, P::IsLinear};
+constexpr PropertySet kOfNotation = {P::DisplayNotation, P::DisplayPrecision};
+constexpr PropertySet kOfAddress = {P::Address, P::IntSwissKnife, P::pAddress, P::pIndex};
+constexpr PropertySet kOfOverride = {P::AccessMode, P::Cachable, P::PollingTime};
+constexpr PropertySet kOfRegister = kOfAll | kOfAddress | kOfOverride | PropertySet{P::Length, P::pLength, P::pPort};
+constexpr PropertySet kOfField = {P::Sign, P::Unit, P::Representation, P::pSelected};
+constexpr PropertySet kOfBits = {P::Bit, P::LSB, P::MSB};
+constexpr PropertySet kOfEndianess = {P::Endianess};
+constexpr PropertySet kOfValue = {P::Value, P::pValue};
+constexpr PropertySet kOfVariables =
+    kOfAll | PropertySet{P::pVariable, P::Constant, P::Expression, P::Unit, P::Representation};
+constexpr PropertySet kOfConverter =
+    kOfVariables | PropertySet{P::FormulaTo, P::FormulaFrom, P::pValue, P::Slope, P::IsLinear};
 
 constexpr PropertySet Allowed(NodeKind kind) {
     switch (kind) {
     case NodeKind::Category:
-        return ofAll | PropertySet{P::pFeature};
+        return kOfAll | PropertySet{P::pFeature};
     case NodeKind::Integer:
-        return ofNumber;
+        return kOfNumber;
     case NodeKind::Float:
-        return ofNumber | ofNotation;
+        return kOfNumber | kOfNotation;
     case NodeKind::IntReg:
-        return ofRegister | ofField | ofEndianess;
+        return kOfRegister | kOfField | kOfEndianess;
     case NodeKind::MaskedIntReg:
-        return ofRegister | ofField | ofEndianess | ofBits;
+        return kOfRegister | kOfField | kOfEndianess | kOfBits;
     case NodeKind::StructEntry:
-        return ofAll | ofOverride | ofField | ofBits;
+        return kOfAll | kOfOverride | kOfField | kOfBits;
     case NodeKind::StructReg:
-        return ofRegister | ofEndianess;
+        return kOfRegister | kOfEndianess;
     case NodeKind::FloatReg:
-        return ofRegister | ofEndianess | ofNotation | PropertySet{P::Unit, P::Representation};
+        return kOfRegister | kOfEndianess | kOfNotation | PropertySet{P::Unit, P::Representation};
     case NodeKind::StringReg:
     case NodeKind::Register:
-        return ofRegister;
+        return kOfRegister;
     case NodeKind::Boolean:
-        return ofAll | ofValue | PropertySet{P::OnValue, P::OffValue, P::pSelected};
+        return kOfAll | kOfValue | PropertySet{P::OnValue, P::OffValue, P::pSelected};
     case NodeKind::Command:
-        return ofAll | ofValue | PropertySet{P::CommandValue, P::pCommandValue, P::PollingTime};
+        return kOfAll | kOfValue | PropertySet{P::CommandValue, P::pCommandValue, P::PollingTime};
     case NodeKind::Enumeration:
-        return ofAll | ofValue | PropertySet{P::EnumEntry, P::pEnumEntry, P::pSelected, P::PollingTime};
+        return kOfAll | kOfValue | PropertySet{P::EnumEntry, P::pEnumEntry, P::pSelected, P::PollingTime};
     case NodeKind::EnumEntry:
-        return ofAll | PropertySet{P::Value, P::NumericValue, P::Symbolic, P::IsSelfClearing};
+        return kOfAll | PropertySet{P::Value, P::NumericValue, P::Symbolic, P::IsSelfClearing};
     case NodeKind::String:
-        return ofAll | ofValue;
+        return kOfAll | kOfValue;
     case NodeKind::SwissKnife:
-        return ofVariables | ofNotation | PropertySet{P::Formula};
+        return kOfVariables | kOfNotation | PropertySet{P::Formula};
     case NodeKind::IntSwissKnife:
-        return ofVariables | PropertySet{P::Formula};
+        return kOfVariables | PropertySet{P::Formula};
     case NodeKind::Converter:
-        return ofConverter | ofNotation;
+        return kOfConverter | kOfNotation;
     case NodeKind::IntConverter:
-        return ofConverter;
+        return kOfConverter;
     case NodeKind::Port:
-        return ofAll | PropertySet{P::ChunkID, P::pChunkID, P::SwapEndianess, P::CacheChunkData};
+        return kOfAll | PropertySet{P::ChunkID, P::pChunkID, P::SwapEndianess, P::CacheChunkData};
     case NodeKind::ConfRom:
-        return ofAll | ofAddress | PropertySet{P::Unit, P::Length, P::pLength, P::pPort};
+        return kOfAll | kOfAddress | PropertySet{P::Unit, P::Length, P::pLength, P::pPort};
     case NodeKind::TextDesc:
     case NodeKind::IntKey:
-        return ofAll | PropertySet{P::p1212Parser, P::Key};
+        return kOfAll | PropertySet{P::p1212Parser, P::Key};
     case NodeKind::AdvFeatureLock:
-        return ofRegister | PropertySet{P::FeatureID, P::Timeout};
+        return kOfRegister | PropertySet{P::FeatureID, P::Timeout};
     case NodeKind::SmartFeature:
-        return ofAll | ofAddress | PropertySet{P::FeatureID, P::pPort};
+        return kOfAll | kOfAddress | PropertySet{P::FeatureID, P::pPort};
     default:
-        return ofAll;
+        return kOfAll;
     }
 }
 
-constexpr auto allowedElements = [] {
+constexpr auto kAllowedElements = [] {
     std::array<PropertySet, static_cast<std::size_t>(NodeKind::Unknown) + 1> sets;
     for (std::size_t kind = 0; kind < sets.size(); ++kind) {
         sets[kind] = Allowed(static_cast<NodeKind>(kind));
@@ -91,62 +92,62 @@ constexpr auto allowedElements = [] {
     return sets;
 }();
 
-constexpr PropertySet repeated = {P::pError,       P::pInvalidator,  P::pSelected,  P::pFeature,  P::pValueCopy,
-                                  P::ValueIndexed, P::pValueIndexed, P::Address,    P::pAddress,  P::IntSwissKnife,
-                                  P::pIndex,       P::EnumEntry,     P::pEnumEntry, P::pVariable, P::Constant,
-                                  P::Expression,   P::Extension};
+constexpr PropertySet kRepeated = {P::pError,       P::pInvalidator,  P::pSelected,  P::pFeature,  P::pValueCopy,
+                                   P::ValueIndexed, P::pValueIndexed, P::Address,    P::pAddress,  P::IntSwissKnife,
+                                   P::pIndex,       P::EnumEntry,     P::pEnumEntry, P::pVariable, P::Constant,
+                                   P::Expression,   P::Extension};
 
-constexpr PropertySet length = {P::Length, P::pLength};
-constexpr PropertySet port = {P::pPort};
-constexpr PropertySet needsValue[] = {ofValue};
-constexpr PropertySet needsNumber[] = {{P::Value, P::pValue, P::pIndex}};
-constexpr PropertySet needsCommand[] = {ofValue, {P::CommandValue, P::pCommandValue}};
-constexpr PropertySet needsOwnValue[] = {{P::Value}};
-constexpr PropertySet needsRegister[] = {length, port};
-constexpr PropertySet needsBits[] = {length, port, {P::Bit, P::LSB}, {P::Bit, P::MSB}};
-constexpr PropertySet needsFormula[] = {{P::Formula}};
-constexpr PropertySet needsFormulas[] = {{P::FormulaTo}, {P::FormulaFrom}, {P::pValue}};
+constexpr PropertySet kLength = {P::Length, P::pLength};
+constexpr PropertySet kPort = {P::pPort};
+constexpr PropertySet kNeedsValue[] = {kOfValue};
+constexpr PropertySet kNeedsNumber[] = {{P::Value, P::pValue, P::pIndex}};
+constexpr PropertySet kNeedsCommand[] = {kOfValue, {P::CommandValue, P::pCommandValue}};
+constexpr PropertySet kNeedsOwnValue[] = {{P::Value}};
+constexpr PropertySet kNeedsRegister[] = {kLength, kPort};
+constexpr PropertySet kNeedsBits[] = {kLength, kPort, {P::Bit, P::LSB}, {P::Bit, P::MSB}};
+constexpr PropertySet kNeedsFormula[] = {{P::Formula}};
+constexpr PropertySet kNeedsFormulas[] = {{P::FormulaTo}, {P::FormulaFrom}, {P::pValue}};
 
 } // namespace
 
 const PropertySet& AllowedElements(NodeKind kind) noexcept {
-    return allowedElements[static_cast<std::size_t>(kind)];
+    return kAllowedElements[static_cast<std::size_t>(kind)];
 }
 
 std::span<const PropertySet> Requirements(NodeKind kind) noexcept {
     switch (kind) {
     case NodeKind::Integer:
     case NodeKind::Float:
-        return needsNumber;
+        return kNeedsNumber;
     case NodeKind::Boolean:
     case NodeKind::String:
     case NodeKind::Enumeration:
-        return needsValue;
+        return kNeedsValue;
     case NodeKind::Command:
-        return needsCommand;
+        return kNeedsCommand;
     case NodeKind::EnumEntry:
-        return needsOwnValue;
+        return kNeedsOwnValue;
     case NodeKind::IntReg:
     case NodeKind::FloatReg:
     case NodeKind::StringReg:
     case NodeKind::Register:
-        return needsRegister;
+        return kNeedsRegister;
     case NodeKind::MaskedIntReg:
     case NodeKind::StructEntry:
-        return needsBits;
+        return kNeedsBits;
     case NodeKind::SwissKnife:
     case NodeKind::IntSwissKnife:
-        return needsFormula;
+        return kNeedsFormula;
     case NodeKind::Converter:
     case NodeKind::IntConverter:
-        return needsFormulas;
+        return kNeedsFormulas;
     default:
         return {};
     }
 }
 
 bool MayRepeat(PropertyKind kind) noexcept {
-    return repeated.Has(kind);
+    return kRepeated.Has(kind);
 }
 
 PropertyKind NeededAttribute(PropertyKind element) noexcept {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "genicam/genapi/xml/SourceText.h"
 
 #include <Base/GCException.h>
@@ -9,8 +10,8 @@ namespace GenApi {
 
 namespace {
 
-constexpr std::size_t maxSourceBytes = std::size_t(64) << 20;
-constexpr std::size_t maxTags = std::size_t(4) << 20; // opening and closing ones: bounds what the parser allocates
+constexpr std::size_t kMaxSourceBytes = std::size_t(64) << 20;
+constexpr std::size_t kMaxTags = std::size_t(4) << 20; // opening and closing ones: bounds what the parser allocates
 
 void AppendUtf8(std::string& text, std::uint32_t code) {
     if (code < 0x80) {
@@ -120,9 +121,9 @@ std::string PlainText(std::string_view bytes) {
 }
 
 void CheckSize(std::size_t bytes) {
-    if (bytes > maxSourceBytes) {
+    if (bytes > kMaxSourceBytes) {
         throw RUNTIME_EXCEPTION("Cannot load the camera description: it has %zu bytes, %zu are allowed.", bytes,
-                                maxSourceBytes);
+                                kMaxSourceBytes);
     }
 }
 
@@ -132,12 +133,13 @@ SourceText::SourceText(std::string_view bytes) : m_bytes(bytes) {
     CheckSize(bytes.size());
     m_text = PlainText(bytes);
     CheckSize(m_text.size());
-    if (m_text.size() <= maxTags) {
+    if (m_text.size() <= kMaxTags) {
         return; // a tag has a character at least
     }
     const auto tags = static_cast<std::size_t>(std::count(m_text.begin(), m_text.end(), '<'));
-    if (tags > maxTags) {
-        throw RUNTIME_EXCEPTION("Cannot load the camera description: it has %zu tags, %zu are allowed.", tags, maxTags);
+    if (tags > kMaxTags) {
+        throw RUNTIME_EXCEPTION("Cannot load the camera description: it has %zu tags, %zu are allowed.", tags,
+                                kMaxTags);
     }
 }
 

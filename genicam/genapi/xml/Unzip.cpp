@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "genicam/genapi/xml/Unzip.h"
 
 #include <Base/GCException.h>
@@ -12,11 +13,11 @@ namespace GenApi {
 
 namespace {
 
-constexpr std::size_t maxUnpackedBytes = std::size_t(64) << 20;
-constexpr std::size_t maxArchiveBytes = maxUnpackedBytes;
-constexpr zip_int64_t maxEntries = 64;
-constexpr std::size_t maxRatio = 200; // descriptions shrink to a tenth, their most uniform passages to a hundredth
-constexpr std::size_t ratioFloorBytes = std::size_t(1) << 20; // what is smaller does no harm
+constexpr std::size_t kMaxUnpackedBytes = std::size_t(64) << 20;
+constexpr std::size_t kMaxArchiveBytes = kMaxUnpackedBytes;
+constexpr zip_int64_t kMaxEntries = 64;
+constexpr std::size_t kMaxRatio = 200; // descriptions shrink to a tenth, their most uniform passages to a hundredth
+constexpr std::size_t kRatioFloorBytes = std::size_t(1) << 20; // what is smaller does no harm
 
 [[noreturn]] void Fail(const std::string& reason) {
     throw RUNTIME_EXCEPTION("Cannot unpack the camera description: " + reason + ".");
@@ -79,8 +80,8 @@ bool IsFile(std::string_view entry) noexcept {
 /// What the archive holds.
 std::vector<zip_int64_t> FilesOf(zip_t& archive) {
     const zip_int64_t count = zip_get_num_entries(&archive, 0);
-    if (count > maxEntries) {
-        Fail("the archive has " + std::to_string(count) + " entries, " + std::to_string(maxEntries) + " are allowed");
+    if (count > kMaxEntries) {
+        Fail("the archive has " + std::to_string(count) + " entries, " + std::to_string(kMaxEntries) + " are allowed");
     }
     std::vector<zip_int64_t> files;
     for (zip_int64_t entry = 0; entry < count; ++entry) {
@@ -115,11 +116,11 @@ std::string Unpack(zip_file_t& file, std::size_t archiveBytes) {
             Fail(zip_file_strerror(&file));
         }
         text.append(block, static_cast<std::size_t>(count));
-        if (text.size() > maxUnpackedBytes) {
-            Fail("it has more than " + std::to_string(maxUnpackedBytes) + " bytes");
+        if (text.size() > kMaxUnpackedBytes) {
+            Fail("it has more than " + std::to_string(kMaxUnpackedBytes) + " bytes");
         }
-        if (text.size() > ratioFloorBytes && text.size() / maxRatio > archiveBytes) {
-            Fail("it has more than " + std::to_string(maxRatio) + " times the bytes of the archive");
+        if (text.size() > kRatioFloorBytes && text.size() / kMaxRatio > archiveBytes) {
+            Fail("it has more than " + std::to_string(kMaxRatio) + " times the bytes of the archive");
         }
     }
     return text;
@@ -132,8 +133,8 @@ bool IsZip(std::string_view bytes) noexcept {
 }
 
 std::string UnzipDescription(std::string_view bytes) {
-    if (bytes.size() > maxArchiveBytes) {
-        Fail("the archive has more than " + std::to_string(maxArchiveBytes) + " bytes");
+    if (bytes.size() > kMaxArchiveBytes) {
+        Fail("the archive has more than " + std::to_string(kMaxArchiveBytes) + " bytes");
     }
     bytes = WithoutPadding(bytes);
     const auto archive = OpenArchive(bytes);

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "genicam/genapi/xml/XmlWriter.h"
 
 #include "genicam/genapi/map/ModelCopy.h"
@@ -33,7 +34,7 @@ public:
     std::string Write() {
         WriteRoot();
         for (NodeIndex node = 0; node < m_model.NodeCount();) {
-            if (m_owners[node] != NoNode) {
+            if (m_owners[node] != kNoNode) {
                 ++node; // written with its owner
             } else if (m_model.Record(node).sharedCount != 0) {
                 node = WriteStructure(node);
@@ -88,7 +89,7 @@ private:
     void WriteNode(NodeIndex node, std::size_t depth) {
         const NodeRecord& record = m_model.Record(node);
         const std::string kind(NodeKindName(record.kind));
-        const bool isInside = m_owners[node] != NoNode && record.kind == NodeKind::EnumEntry;
+        const bool isInside = m_owners[node] != kNoNode && record.kind == NodeKind::EnumEntry;
         Indent(depth);
         m_xml += "<" + kind;
         WriteAttribute("Name", isInside ? m_model.TextOr(node, PropertyKind::Name, {}) : m_model.NameOf(node));

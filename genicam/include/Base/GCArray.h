@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <Base/GCAllocating.h>
@@ -80,8 +81,9 @@ public:
 
 private:
     static std::ptrdiff_t Checked(std::size_t index, std::size_t limit) {
-        if (index >= limit)
+        if (index >= limit) {
             throw OUT_OF_RANGE_EXCEPTION("Index %zu is out of range: it must be below %zu", index, limit);
+        }
         return static_cast<std::ptrdiff_t>(index);
     }
 

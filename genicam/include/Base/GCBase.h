@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// Everything of the Base module: strings, exceptions, locks, helpers.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <Base/GCLinkage.h>
@@ -139,8 +140,9 @@ public:
 
 private:
     E Make(const char* description) const {
-        if (m_errorNodeName)
+        if (m_errorNodeName) {
             return E(description, m_sourceFileName, m_sourceLine, m_entryPoint, m_errorNodeName, m_exceptionType);
+        }
         return E(description, m_sourceFileName, m_sourceLine, m_exceptionType);
     }
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <Base/GCLinkage.h>
@@ -100,8 +101,9 @@ public:
     ~CGlobalLockUnlocker() { UnlockEarly(); }
 
     void UnlockEarly() noexcept {
-        if (m_lock)
+        if (m_lock) {
             m_lock->Unlock();
+        }
         m_lock = nullptr;
     }
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// Attributes of clang's thread-safety analysis (-Wthread-safety); nothing under other compilers.

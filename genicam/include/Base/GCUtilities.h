@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <Base/GCException.h>
@@ -53,8 +54,9 @@ template <class Destination, class Source>
 Destination INTEGRAL_CAST2(Source value) {
     static_assert(std::is_integral_v<Destination> && std::is_integral_v<Source>, "for integers only");
     const auto result = static_cast<Destination>(value);
-    if (static_cast<Source>(result) != value || (result < Destination()) != (value < Source()))
+    if (static_cast<Source>(result) != value || (result < Destination()) != (value < Source())) {
         throw RUNTIME_EXCEPTION("INTEGRAL_CAST failed");
+    }
     return result;
 }
 template <class Destination>

@@ -1,9 +1,10 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
+
+#include <Base/GCLinkage.h>
 
 #include <cstdint>
 #include <memory>
-
-#include <Base/GCLinkage.h>
 
 namespace GenApi {
 

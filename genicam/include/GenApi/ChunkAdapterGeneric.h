@@ -1,10 +1,10 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <cstddef>
-
 #include <Base/GCString.h>
-
 #include <GenApi/ChunkAdapter.h>
+
+#include <cstddef>
 
 namespace GenApi {
 

@@ -1,4 +1,7 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
+
+#include <GenApi/Pointer.h>
 
 #include <atomic>
 #include <cstdint>
@@ -8,8 +11,6 @@
 #include <streambuf>
 #include <string>
 #include <vector>
-
-#include <GenApi/Pointer.h>
 
 namespace GenApi {
 
@@ -126,8 +127,9 @@ private:
                 this->setstate(std::ios_base::badbit);
             } catch (const std::ios_base::failure&) { // says less than what failed
             }
-            if (this->exceptions() & std::ios_base::badbit)
+            if (this->exceptions() & std::ios_base::badbit) {
                 throw;
+            }
         }
     }
 

@@ -1,11 +1,12 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
+
+#include <GenApi/INode.h>
 
 #include <functional>
 #include <memory>
 #include <type_traits>
 #include <utility>
-
-#include <GenApi/INode.h>
 
 namespace GenApi {
 
@@ -35,8 +36,9 @@ public:
         : CNodeCallback(pNode, CallbackType), m_function(std::move(f)) {}
 
     void operator()(ECallbackType CallbackType) const override {
-        if (CallbackType == m_CallbackType)
+        if (CallbackType == m_CallbackType) {
             m_function(m_pNode);
+        }
     }
     void Destroy() override { delete this; }
 
@@ -52,8 +54,9 @@ public:
         : CNodeCallback(pNode, CallbackType), m_client(client), m_member(member) {}
 
     void operator()(ECallbackType CallbackType) const override {
-        if (CallbackType == m_CallbackType)
+        if (CallbackType == m_CallbackType) {
             (m_client.*m_member)(m_pNode);
+        }
     }
     void Destroy() override { delete this; }
 

@@ -1,13 +1,13 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <cstddef>
-#include <memory>
-
 #include <Base/GCLinkage.h>
-
 #include <GenApi/INodeMap.h>
 #include <GenApi/Synch.h>
 #include <GenApi/Types.h>
+
+#include <cstddef>
+#include <memory>
 
 namespace GenApi {
 

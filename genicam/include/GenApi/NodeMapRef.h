@@ -1,10 +1,11 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
-
-#include <memory>
 
 #include <GenApi/IDestroy.h>
 #include <GenApi/INodeMap.h>
 #include <GenApi/NodeMapFactory.h>
+
+#include <memory>
 
 namespace GenApi {
 
@@ -88,8 +89,9 @@ private:
         TCameraParams::_Initialize(m_holder.Create(factory, injection));
     }
     void InitializeIfSet() {
-        if (m_holder.IsSet())
+        if (m_holder.IsSet()) {
             TCameraParams::_Initialize(m_holder.Get());
+        }
     }
 
     CNodeMapHolder m_holder;

@@ -1,11 +1,12 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
+
+#include <GenApi/INodeMap.h>
+#include <GenApi/IValue.h>
 
 #include <cstddef>
 #include <iosfwd>
 #include <vector>
-
-#include <GenApi/INodeMap.h>
-#include <GenApi/IValue.h>
 
 namespace GenApi {
 

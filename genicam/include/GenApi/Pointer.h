@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <Base/GCException.h>
@@ -58,8 +59,9 @@ protected:
 
 private:
     T* Checked() const {
-        if (!m_pT)
+        if (!m_pT) {
             throw LOGICAL_ERROR_EXCEPTION("NULL pointer dereferenced");
+        }
         return m_pT;
     }
 };

@@ -1,8 +1,9 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <vector>
-
 #include <GenApi/IPortRecorder.h>
+
+#include <vector>
 
 namespace GenApi {
 

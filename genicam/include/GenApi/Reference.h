@@ -1,12 +1,12 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
+
+#include <Base/GCException.h>
+#include <GenApi/Pointer.h>
 
 #include <cstddef>
 #include <optional>
 #include <vector>
-
-#include <Base/GCException.h>
-
-#include <GenApi/Pointer.h>
 
 namespace GenApi {
 
@@ -41,8 +41,9 @@ public:
 
 protected:
     T& Ref() const {
-        if (!m_pT)
+        if (!m_pT) {
             throw ACCESS_EXCEPTION("Feature not present (reference not valid)");
+        }
         return *m_pT;
     }
 
@@ -178,8 +179,9 @@ public:
     void SetNumEnums(int NumEnums) override { m_values.assign(CheckedIndex(NumEnums), std::nullopt); }
     void SetEnumReference(int Index, const gcstring& Name) override {
         const std::size_t index = CheckedIndex(Index);
-        if (index >= m_values.size())
+        if (index >= m_values.size()) {
             m_values.resize(index + 1);
+        }
         IEnumEntry* const entry = IsValid() ? GetEntryByName(Name) : nullptr;
         m_values[index] = entry ? std::optional(entry->GetValue()) : std::nullopt;
     }
@@ -187,9 +189,11 @@ public:
     void SetValue(E Value, bool Verify = true) { SetIntValue(NumberOf(Value), Verify); }
     E GetValue(bool Verify = false, bool IgnoreCache = false) {
         const int64_t value = GetIntValue(Verify, IgnoreCache);
-        for (std::size_t index = 0; index < m_values.size(); ++index)
-            if (m_values[index] == value)
+        for (std::size_t index = 0; index < m_values.size(); ++index) {
+            if (m_values[index] == value) {
                 return static_cast<E>(index);
+            }
+        }
         throw INVALID_ARGUMENT_EXCEPTION("No enumerator stands for the value %lld", static_cast<long long>(value));
     }
     CEnumerationTRef& operator=(E Value) {
@@ -204,15 +208,17 @@ public:
 private:
     static std::size_t CheckedIndex(int index) {
         constexpr int limit = 0x10000;
-        if (index < 0 || index > limit)
+        if (index < 0 || index > limit) {
             throw INVALID_ARGUMENT_EXCEPTION("An enumeration has no enumerator %d", index);
+        }
         return static_cast<std::size_t>(index);
     }
     int64_t NumberOf(E value) const {
         (void)Ref();
         const auto index = static_cast<std::size_t>(value);
-        if (index >= m_values.size() || !m_values[index])
+        if (index >= m_values.size() || !m_values[index]) {
             throw INVALID_ARGUMENT_EXCEPTION("The feature has no entry for the enumerator %zu", index);
+        }
         return *m_values[index];
     }
 

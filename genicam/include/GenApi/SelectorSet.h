@@ -1,9 +1,10 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
-
-#include <memory>
 
 #include <GenApi/IBase.h>
 #include <GenApi/ISelectorDigit.h>
+
+#include <memory>
 
 namespace GenApi {
 

@@ -1,10 +1,10 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <cstring>
-
 #include <Base/GCException.h>
-
 #include <GenApi/PortImpl.h>
+
+#include <cstring>
 
 namespace GenApi {
 
@@ -27,9 +27,11 @@ public:
 private:
     uint8_t* Locate(int64_t address, int64_t length) {
         const uint64_t offset = static_cast<uint64_t>(address) - static_cast<uint64_t>(m_baseAddress);
-        if (offset > sizeof(CDataStruct) || length < 0 || static_cast<uint64_t>(length) > sizeof(CDataStruct) - offset)
+        if (offset > sizeof(CDataStruct) || length < 0 ||
+            static_cast<uint64_t>(length) > sizeof(CDataStruct) - offset) {
             throw OUT_OF_RANGE_EXCEPTION("No memory of %lld bytes at address 0x%llx", static_cast<long long>(length),
                                          static_cast<unsigned long long>(address));
+        }
         return reinterpret_cast<uint8_t*>(static_cast<CDataStruct*>(this)) + offset;
     }
 

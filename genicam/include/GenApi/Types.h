@@ -1,10 +1,11 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
-
-#include <cstdint>
 
 #include <Base/GCString.h>
 #include <Base/GCStringVector.h>
 #include <Base/GCTypes.h>
+
+#include <cstdint>
 
 #ifndef GENAPI_NAMESPACE
 #define GENAPI_NAMESPACE GenApi
@@ -142,12 +143,15 @@ inline bool IsVisible(EVisibility visibility, EVisibility maxVisibility) {
 
 /// What remains possible where two access modes apply at once; a read-only thing behind a write-only one is NA.
 inline EAccessMode Combine(EAccessMode a, EAccessMode b) {
-    if (a == NI || b == NI)
+    if (a == NI || b == NI) {
         return NI;
-    if (a == NA || b == NA || (a == RO && b == WO) || (a == WO && b == RO))
+    }
+    if (a == NA || b == NA || (a == RO && b == WO) || (a == WO && b == RO)) {
         return NA;
-    if (a == WO || b == WO)
+    }
+    if (a == WO || b == WO) {
         return WO;
+    }
     return a == RO || b == RO ? RO : RW;
 }
 
@@ -158,8 +162,9 @@ inline EVisibility Combine(EVisibility a, EVisibility b) {
 
 /// The caching mode of a value that is computed from two.
 inline ECachingMode Combine(ECachingMode a, ECachingMode b) {
-    if (a == NoCache || b == NoCache)
+    if (a == NoCache || b == NoCache) {
         return NoCache;
+    }
     return a == WriteAround || b == WriteAround ? WriteAround : WriteThrough;
 }
 

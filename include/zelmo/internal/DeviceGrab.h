@@ -1,11 +1,12 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
-
-#include <cstdint>
 
 #include <zelmo/Cleanup.h>
 #include <zelmo/Export.h>
 #include <zelmo/GrabResultPtr.h>
 #include <zelmo/GrabStrategy.h>
+
+#include <cstdint>
 
 namespace Zelmo {
 

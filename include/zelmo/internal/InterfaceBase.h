@@ -1,9 +1,10 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
-
-#include <algorithm>
 
 #include <zelmo/Export.h>
 #include <zelmo/Interface.h>
+
+#include <algorithm>
 
 namespace Zelmo {
 
@@ -23,8 +24,9 @@ public:
     /// Sorts what it adds and leaves earlier entries where they are. @return how many devices were added with a filter,
     /// else the result of InternalEnumerateDevices.
     int EnumerateDevices(DeviceInfoList& list, const DeviceInfoList& filter, bool addToList) override {
-        if (!addToList)
+        if (!addToList) {
             list.clear();
+        }
         const auto start = static_cast<std::ptrdiff_t>(list.size());
         int result = 0;
         if (filter.empty()) {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "AcquisitionClock.h"
 
 #include <chrono>
@@ -12,8 +13,9 @@ void CAcquisitionClock::Start(std::int64_t nowNs, double rateHz) {
 }
 
 void CAcquisitionClock::SetRate(double rateHz) {
-    if (rateHz == m_rateHz)
+    if (rateHz == m_rateHz) {
         return;
+    }
     if (m_frames > 0) {
         m_baseNs = DueNs(m_frames - 1);
         m_frames = 1;
@@ -23,8 +25,9 @@ void CAcquisitionClock::SetRate(double rateHz) {
 
 std::uint64_t CAcquisitionClock::SkipBehind(std::int64_t nowNs, std::int64_t maxLagNs) {
     const std::int64_t lagNs = nowNs - DueNs();
-    if (lagNs <= maxLagNs)
+    if (lagNs <= maxLagNs) {
         return 0;
+    }
     const auto skipped = static_cast<std::uint64_t>(static_cast<double>(lagNs) * m_rateHz / 1e9);
     m_frames += skipped;
     return skipped;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "Camera.h"
 
 #include "RegisterMap.h"
@@ -30,7 +31,7 @@ std::string SerialNumber(std::uint32_t number) {
 }
 
 // The largest register; a write is put together with what the register holds in a buffer of that size.
-using RegisterValue = std::array<std::uint8_t, Reg::fileNameLength>;
+using RegisterValue = std::array<std::uint8_t, Reg::kFileNameLength>;
 
 } // namespace
 
@@ -45,38 +46,38 @@ void CCamera::Set(std::uint32_t address, T value) {
 }
 
 CCamera::CCamera(std::uint32_t number) : m_number(number), m_bank(Registers()), m_stream(number) {
-    SetText(Reg::vendorName, "Harlix");
-    SetText(Reg::modelName, "Emulation");
-    SetText(Reg::manufacturerInfo, "Simulated camera, no hardware");
-    SetText(Reg::deviceVersion, "1.0");
-    SetText(Reg::firmwareVersion, "camemu 1.0");
-    SetText(Reg::serialNumber, SerialNumber(number));
-    SetText(Reg::deviceId, SerialNumber(number));
-    Set(Reg::sensorWidth, sensorWidth);
-    Set(Reg::sensorHeight, sensorHeight);
+    SetText(Reg::kVendorName, "Harlix");
+    SetText(Reg::kModelName, "Emulation");
+    SetText(Reg::kManufacturerInfo, "Simulated camera, no hardware");
+    SetText(Reg::kDeviceVersion, "1.0");
+    SetText(Reg::kFirmwareVersion, "camemu 1.0");
+    SetText(Reg::kSerialNumber, SerialNumber(number));
+    SetText(Reg::kDeviceId, SerialNumber(number));
+    Set(Reg::kSensorWidth, kSensorWidth);
+    Set(Reg::kSensorHeight, kSensorHeight);
     SetDefaults();
 }
 
 // What a reset brings back; identity and user-defined name stay, as in a camera's permanent memory.
 void CCamera::SetDefaults() {
     const CFrameSettings settings;
-    Set(Reg::width, std::uint32_t{1024});
-    Set(Reg::height, std::uint32_t{1024});
-    Set(Reg::offsetX, std::uint32_t{0});
-    Set(Reg::offsetY, std::uint32_t{0});
-    Set(Reg::pixelFormat, PixelFormats().front().code);
-    Set(Reg::testImage, settings.testImage);
-    Set(Reg::acquisitionMode, EAcquisitionMode::Continuous);
-    Set(Reg::acquisitionFrameCount, std::uint32_t{1});
-    Set(Reg::frameRateEnable, std::uint32_t{settings.rateLimited});
-    Set(Reg::frameRate, settings.rateHz);
-    Set(Reg::exposureTime, settings.exposureUs);
-    Set(Reg::gain, settings.gainDb);
-    Set(Reg::linkLimitMode, std::uint32_t{0});
-    Set(Reg::linkLimit, defaultLinkBytesPerSecond);
-    Set(Reg::forceFailedBufferCount, std::uint32_t{1});
-    Set(Reg::imageFileMode, std::uint32_t{0});
-    std::fill_n(m_bank.Bytes(Reg::imageFilename), Reg::fileNameLength, std::uint8_t{0});
+    Set(Reg::kWidth, std::uint32_t{1024});
+    Set(Reg::kHeight, std::uint32_t{1024});
+    Set(Reg::kOffsetX, std::uint32_t{0});
+    Set(Reg::kOffsetY, std::uint32_t{0});
+    Set(Reg::kPixelFormat, PixelFormats().front().code);
+    Set(Reg::kTestImage, settings.testImage);
+    Set(Reg::kAcquisitionMode, EAcquisitionMode::Continuous);
+    Set(Reg::kAcquisitionFrameCount, std::uint32_t{1});
+    Set(Reg::kFrameRateEnable, std::uint32_t{settings.rateLimited});
+    Set(Reg::kFrameRate, settings.rateHz);
+    Set(Reg::kExposureTime, settings.exposureUs);
+    Set(Reg::kGain, settings.gainDb);
+    Set(Reg::kLinkLimitMode, std::uint32_t{0});
+    Set(Reg::kLinkLimit, kDefaultLinkBytesPerSecond);
+    Set(Reg::kForceFailedBufferCount, std::uint32_t{1});
+    Set(Reg::kImageFileMode, std::uint32_t{0});
+    std::fill_n(m_bank.Bytes(Reg::kImageFilename), Reg::kFileNameLength, std::uint8_t{0});
     UpdateComputed();
     m_stream.StopAcquisition();
     m_stream.DropImages();
@@ -87,9 +88,10 @@ void CCamera::SetDefaults() {
 EAccessResult CCamera::Read(std::uint64_t address, void* bytes, std::size_t length) {
     const std::lock_guard lock(m_lock);
     const EAccessResult result = m_bank.MayRead(address, length);
-    if (result != EAccessResult::Ok)
+    if (result != EAccessResult::Ok) {
         return result;
-    Set(Reg::acquisitionActive, std::uint32_t{m_stream.IsAcquiring()}); // changes by itself
+    }
+    Set(Reg::kAcquisitionActive, std::uint32_t{m_stream.IsAcquiring()}); // changes by itself
     std::memcpy(bytes, m_bank.Bytes(address), length);
     return EAccessResult::Ok;
 }
@@ -97,14 +99,16 @@ EAccessResult CCamera::Read(std::uint64_t address, void* bytes, std::size_t leng
 EAccessResult CCamera::Write(std::uint64_t address, const void* bytes, std::size_t length) {
     std::unique_lock lock(m_lock);
     const EAccessResult result = m_bank.MayWrite(address, length, m_formatLocked);
-    if (result != EAccessResult::Ok)
+    if (result != EAccessResult::Ok) {
         return result;
+    }
     const CRegister& written = *m_bank.Find(address);
     RegisterValue value;
     std::memcpy(value.data(), m_bank.Bytes(written.address), written.length);
     std::memcpy(value.data() + (address - written.address), bytes, length);
-    if (!IsValid(written, value.data()))
+    if (!IsValid(written, value.data())) {
         return EAccessResult::InvalidValue;
+    }
     std::memcpy(m_bank.Bytes(written.address), value.data(), written.length);
     TakeEffect(written, lock);
     return EAccessResult::Ok;
@@ -139,41 +143,41 @@ std::string CCamera::TextAt(std::uint32_t address) const {
 }
 
 void CCamera::SetText(std::uint32_t address, const std::string& text) {
-    std::memcpy(m_bank.Bytes(address), text.data(), std::min<std::size_t>(text.size(), Reg::textLength));
+    std::memcpy(m_bank.Bytes(address), text.data(), std::min<std::size_t>(text.size(), Reg::kTextLength));
 }
 
 bool CCamera::IsValid(const CRegister& written, const void* value) const {
     switch (written.address) {
-    case Reg::width:
-    case Reg::height:
-    case Reg::offsetX:
-    case Reg::offsetY:
+    case Reg::kWidth:
+    case Reg::kHeight:
+    case Reg::kOffsetX:
+    case Reg::kOffsetY:
         return IsValidGeometry(written, FromBytes<std::uint32_t>(value));
-    case Reg::pixelFormat:
+    case Reg::kPixelFormat:
         return FindPixelFormat(FromBytes<std::uint32_t>(value)) != nullptr;
-    case Reg::testImage:
+    case Reg::kTestImage:
         return FromBytes<ETestImage>(value) < ETestImage::Count_;
-    case Reg::acquisitionMode:
+    case Reg::kAcquisitionMode:
         return FromBytes<EAcquisitionMode>(value) <= EAcquisitionMode::SingleFrame;
-    case Reg::acquisitionFrameCount:
-        return IsWithin(FromBytes<std::uint32_t>(value), 1, maxFrameCount);
-    case Reg::linkLimit:
-        return FromBytes<std::uint64_t>(value) >= minLinkBytesPerSecond &&
-               FromBytes<std::uint64_t>(value) <= maxLinkBytesPerSecond;
-    case Reg::forceFailedBufferCount:
-        return IsWithin(FromBytes<std::uint32_t>(value), 1, maxForcedFailures);
-    case Reg::linkLimitMode:
-    case Reg::imageFileMode:
-    case Reg::frameRateEnable:
+    case Reg::kAcquisitionFrameCount:
+        return IsWithin(FromBytes<std::uint32_t>(value), 1, kMaxFrameCount);
+    case Reg::kLinkLimit:
+        return FromBytes<std::uint64_t>(value) >= kMinLinkBytesPerSecond &&
+               FromBytes<std::uint64_t>(value) <= kMaxLinkBytesPerSecond;
+    case Reg::kForceFailedBufferCount:
+        return IsWithin(FromBytes<std::uint32_t>(value), 1, kMaxForcedFailures);
+    case Reg::kLinkLimitMode:
+    case Reg::kImageFileMode:
+    case Reg::kFrameRateEnable:
         return FromBytes<std::uint32_t>(value) <= 1;
-    case Reg::frameRate:
-        return IsWithin(FromBytes<double>(value), minFrameRateHz, maxFrameRateHz);
-    case Reg::exposureTime:
-        return IsWithin(FromBytes<double>(value), minExposureUs, maxExposureUs);
-    case Reg::gain:
-        return IsWithin(FromBytes<double>(value), 0, maxGainDb);
-    case Reg::userId:
-    case Reg::imageFilename:
+    case Reg::kFrameRate:
+        return IsWithin(FromBytes<double>(value), kMinFrameRateHz, kMaxFrameRateHz);
+    case Reg::kExposureTime:
+        return IsWithin(FromBytes<double>(value), kMinExposureUs, kMaxExposureUs);
+    case Reg::kGain:
+        return IsWithin(FromBytes<double>(value), 0, kMaxGainDb);
+    case Reg::kUserId:
+    case Reg::kImageFilename:
         return true;
     default: // commands
         return FromBytes<std::uint32_t>(value) == 1;
@@ -182,31 +186,32 @@ bool CCamera::IsValid(const CRegister& written, const void* value) const {
 
 bool CCamera::IsValidGeometry(const CRegister& written, std::uint32_t value) const {
     switch (written.address) {
-    case Reg::width:
-        return value >= minWidth && value % widthStep == 0 && value <= sensorWidth - Get<std::uint32_t>(Reg::offsetX);
-    case Reg::height:
-        return value >= minHeight && value <= sensorHeight - Get<std::uint32_t>(Reg::offsetY);
-    case Reg::offsetX:
-        return value % offsetStep == 0 && value <= sensorWidth - Get<std::uint32_t>(Reg::width);
+    case Reg::kWidth:
+        return value >= kMinWidth && value % kWidthStep == 0 &&
+               value <= kSensorWidth - Get<std::uint32_t>(Reg::kOffsetX);
+    case Reg::kHeight:
+        return value >= kMinHeight && value <= kSensorHeight - Get<std::uint32_t>(Reg::kOffsetY);
+    case Reg::kOffsetX:
+        return value % kOffsetStep == 0 && value <= kSensorWidth - Get<std::uint32_t>(Reg::kWidth);
     default:
-        return value % offsetStep == 0 && value <= sensorHeight - Get<std::uint32_t>(Reg::height);
+        return value % kOffsetStep == 0 && value <= kSensorHeight - Get<std::uint32_t>(Reg::kHeight);
     }
 }
 
 void CCamera::TakeEffect(const CRegister& written, std::unique_lock<std::mutex>& lock) {
     switch (written.address) {
-    case Reg::deviceReset:
+    case Reg::kDeviceReset:
         return SetDefaults();
-    case Reg::acquisitionStart:
+    case Reg::kAcquisitionStart:
         return StartAcquisition(lock);
-    case Reg::acquisitionStop:
+    case Reg::kAcquisitionStop:
         return m_stream.StopAcquisition();
-    case Reg::forceFailedBuffer:
-        return m_stream.ForceFrameFailures(Get<std::uint32_t>(Reg::forceFailedBufferCount));
-    case Reg::userId: // what is told where it is used
-    case Reg::forceFailedBufferCount:
-    case Reg::imageFileMode:
-    case Reg::imageFilename:
+    case Reg::kForceFailedBuffer:
+        return m_stream.ForceFrameFailures(Get<std::uint32_t>(Reg::kForceFailedBufferCount));
+    case Reg::kUserId: // what is told where it is used
+    case Reg::kForceFailedBufferCount:
+    case Reg::kImageFileMode:
+    case Reg::kImageFilename:
         return;
     default:
         UpdateComputed();
@@ -217,11 +222,12 @@ void CCamera::TakeEffect(const CRegister& written, std::unique_lock<std::mutex>&
 // Files are read without the lock, which whoever lists cameras needs as well. The settings may be changed meanwhile.
 void CCamera::StartAcquisition(std::unique_lock<std::mutex>& lock) {
     CImageReplayPtr images;
-    while (Get<std::uint32_t>(Reg::imageFileMode) != 0) {
-        const std::string path = TextAt(Reg::imageFilename);
+    while (Get<std::uint32_t>(Reg::kImageFileMode) != 0) {
+        const std::string path = TextAt(Reg::kImageFilename);
         const CImageFormat format = Format();
-        if (images && images->Path() == path && images->Format() == format)
+        if (images && images->Path() == path && images->Format() == format) {
             return m_stream.StartAcquisition(FramesOfAcquisition(), images);
+        }
         lock.unlock();
         images = CImageReplay::Load(path, format, m_stream.Images());
         lock.lock();
@@ -230,34 +236,35 @@ void CCamera::StartAcquisition(std::unique_lock<std::mutex>& lock) {
 }
 
 void CCamera::UpdateComputed() {
-    Set(Reg::payloadSize, std::uint64_t{Format().PayloadSize()});
-    Set(Reg::formatLocked, std::uint32_t{m_formatLocked});
-    Set(Reg::resultingFrameRate, Settings().ResultingRateHz(Format().PayloadSize()));
+    Set(Reg::kPayloadSize, std::uint64_t{Format().PayloadSize()});
+    Set(Reg::kFormatLocked, std::uint32_t{m_formatLocked});
+    Set(Reg::kResultingFrameRate, Settings().ResultingRateHz(Format().PayloadSize()));
 }
 
 CImageFormat CCamera::Format() const {
-    return {Get<std::uint32_t>(Reg::width), Get<std::uint32_t>(Reg::height), Get<std::uint32_t>(Reg::offsetX),
-            Get<std::uint32_t>(Reg::offsetY), FindPixelFormat(Get<std::uint32_t>(Reg::pixelFormat))};
+    return {Get<std::uint32_t>(Reg::kWidth), Get<std::uint32_t>(Reg::kHeight), Get<std::uint32_t>(Reg::kOffsetX),
+            Get<std::uint32_t>(Reg::kOffsetY), FindPixelFormat(Get<std::uint32_t>(Reg::kPixelFormat))};
 }
 
 CFrameSettings CCamera::Settings() const {
     CFrameSettings settings;
-    settings.exposureUs = Get<double>(Reg::exposureTime);
-    settings.gainDb = Get<double>(Reg::gain);
-    settings.rateLimited = Get<std::uint32_t>(Reg::frameRateEnable) != 0;
-    settings.rateHz = Get<double>(Reg::frameRate);
-    if (Get<std::uint32_t>(Reg::linkLimitMode) != 0)
-        settings.linkBytesPerSecond = Get<std::uint64_t>(Reg::linkLimit);
-    settings.testImage = Get<ETestImage>(Reg::testImage);
+    settings.exposureUs = Get<double>(Reg::kExposureTime);
+    settings.gainDb = Get<double>(Reg::kGain);
+    settings.rateLimited = Get<std::uint32_t>(Reg::kFrameRateEnable) != 0;
+    settings.rateHz = Get<double>(Reg::kFrameRate);
+    if (Get<std::uint32_t>(Reg::kLinkLimitMode) != 0) {
+        settings.linkBytesPerSecond = Get<std::uint64_t>(Reg::kLinkLimit);
+    }
+    settings.testImage = Get<ETestImage>(Reg::kTestImage);
     return settings;
 }
 
 std::uint64_t CCamera::FramesOfAcquisition() const {
-    switch (Get<EAcquisitionMode>(Reg::acquisitionMode)) {
+    switch (Get<EAcquisitionMode>(Reg::kAcquisitionMode)) {
     case EAcquisitionMode::SingleFrame:
         return 1;
     case EAcquisitionMode::MultiFrame:
-        return Get<std::uint32_t>(Reg::acquisitionFrameCount);
+        return Get<std::uint32_t>(Reg::kAcquisitionFrameCount);
     default:
         return 0;
     }

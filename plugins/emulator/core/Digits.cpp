@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "Digits.h"
 
 namespace CamEmu {
@@ -5,7 +6,7 @@ namespace CamEmu {
 namespace {
 
 // One row of a digit in each byte, its leftmost pixel in bit 4.
-constexpr std::uint8_t font[10][digitHeight] = {
+constexpr std::uint8_t kFont[10][kDigitHeight] = {
     {0x0E, 0x11, 0x13, 0x15, 0x19, 0x11, 0x0E}, {0x04, 0x0C, 0x04, 0x04, 0x04, 0x04, 0x0E},
     {0x0E, 0x11, 0x01, 0x02, 0x04, 0x08, 0x1F}, {0x1F, 0x02, 0x04, 0x02, 0x01, 0x11, 0x0E},
     {0x02, 0x06, 0x0A, 0x12, 0x1F, 0x02, 0x02}, {0x1F, 0x10, 0x1E, 0x01, 0x01, 0x11, 0x0E},
@@ -16,11 +17,12 @@ constexpr std::uint8_t font[10][digitHeight] = {
 } // namespace
 
 bool DigitPixel(std::string_view digits, unsigned x, unsigned y) {
-    const unsigned digit = x / digitPitch;
-    const unsigned column = x % digitPitch;
-    if (digit >= digits.size() || column >= 5)
+    const unsigned digit = x / kDigitPitch;
+    const unsigned column = x % kDigitPitch;
+    if (digit >= digits.size() || column >= 5) {
         return false;
-    return (font[digits[digit] - '0'][y] >> (4 - column) & 1) != 0;
+    }
+    return (kFont[digits[digit] - '0'][y] >> (4 - column) & 1) != 0;
 }
 
 } // namespace CamEmu

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <cstdint>
@@ -6,8 +7,8 @@
 namespace CamEmu {
 
 /// A font of decimal digits, five pixels wide and seven high, with one empty column between digits.
-inline constexpr unsigned digitHeight = 7;
-inline constexpr unsigned digitPitch = 6;
+inline constexpr unsigned kDigitHeight = 7;
+inline constexpr unsigned kDigitPitch = 6;
 
 /// Whether the pixel in column @p x and row @p y (below digitHeight) of the drawn digits is set; digits beyond the
 /// text are empty.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "FrameRecord.h"
 
 #include <zlib.h>
@@ -8,8 +9,8 @@ namespace CamEmu {
 
 namespace {
 
-constexpr std::uint32_t magic = 0x52464543; // "CEFR"
-constexpr std::uint16_t version = 1;
+constexpr std::uint32_t kMagic = 0x52464543; // "CEFR"
+constexpr std::uint16_t kVersion = 1;
 
 // The record as it stands in memory; all hosts that this is built for are little endian.
 struct CStoredRecord {
@@ -21,33 +22,37 @@ struct CStoredRecord {
     std::uint64_t blockId;
     std::uint64_t payloadSize;
 };
-static_assert(sizeof(CStoredRecord) == CFrameRecord::sizeBytes);
+static_assert(sizeof(CStoredRecord) == CFrameRecord::kSizeBytes);
 
 std::uint32_t CrcOfRest(std::span<const std::uint8_t> image) {
     return static_cast<std::uint32_t>(
-        crc32_z(0, image.data() + CFrameRecord::sizeBytes, image.size() - CFrameRecord::sizeBytes));
+        crc32_z(0, image.data() + CFrameRecord::kSizeBytes, image.size() - CFrameRecord::kSizeBytes));
 }
 
 } // namespace
 
 void WriteFrameRecord(std::uint32_t cameraNumber, std::uint64_t blockId, std::span<std::uint8_t> image) {
-    if (image.size() < CFrameRecord::sizeBytes)
+    if (image.size() < CFrameRecord::kSizeBytes) {
         return;
-    const CStoredRecord stored{magic,   version,     CFrameRecord::sizeBytes, cameraNumber, CrcOfRest(image),
+    }
+    const CStoredRecord stored{kMagic,  kVersion,    CFrameRecord::kSizeBytes, cameraNumber, CrcOfRest(image),
                                blockId, image.size()};
     std::memcpy(image.data(), &stored, sizeof stored);
 }
 
 EFrameCheck CheckFrame(std::span<const std::uint8_t> image, CFrameRecord& record) {
     CStoredRecord stored;
-    if (image.size() < sizeof stored)
+    if (image.size() < sizeof stored) {
         return EFrameCheck::NoRecord;
+    }
     std::memcpy(&stored, image.data(), sizeof stored);
-    if (stored.magic != magic || stored.version != version || stored.sizeBytes != sizeof stored)
+    if (stored.magic != kMagic || stored.version != kVersion || stored.sizeBytes != sizeof stored) {
         return EFrameCheck::NoRecord;
+    }
     record = {stored.cameraNumber, stored.crc, stored.blockId, stored.payloadSize};
-    if (record.payloadSize < sizeof stored || record.payloadSize > image.size())
+    if (record.payloadSize < sizeof stored || record.payloadSize > image.size()) {
         return EFrameCheck::Truncated;
+    }
     return CrcOfRest(image.first(record.payloadSize)) == record.crc ? EFrameCheck::Intact : EFrameCheck::Torn;
 }
 

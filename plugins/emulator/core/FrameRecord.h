@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <cstddef>
@@ -8,7 +9,7 @@ namespace CamEmu {
 
 /// What the first 32 bytes of a FrameCounter image say of it; the layout is told in docs/emulator.md.
 struct CFrameRecord {
-    static constexpr std::size_t sizeBytes = 32;
+    static constexpr std::size_t kSizeBytes = 32;
 
     std::uint32_t cameraNumber = 0;
     std::uint32_t crc = 0; ///< CRC-32 (that of zlib and PNG) of the bytes behind the record

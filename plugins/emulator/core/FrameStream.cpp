@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "FrameStream.h"
 
 #include "RegisterMap.h"
@@ -14,7 +15,7 @@ namespace CamEmu {
 namespace {
 
 // A host that stood still for less than that gets its frames late; beyond, they are lost.
-constexpr std::int64_t maxLagNs = 1'000'000'000;
+constexpr std::int64_t kMaxLagNs = 1'000'000'000;
 
 std::chrono::steady_clock::time_point TimePoint(std::int64_t monotonicNs) {
     return std::chrono::steady_clock::time_point(std::chrono::nanoseconds(monotonicNs));
@@ -23,9 +24,10 @@ std::chrono::steady_clock::time_point TimePoint(std::int64_t monotonicNs) {
 } // namespace
 
 double CFrameSettings::ResultingRateHz(std::size_t payloadSize) const {
-    double rate = rateLimited ? std::min(rateHz, 1e6 / exposureUs) : maxFrameRateHz;
-    if (linkBytesPerSecond != 0)
+    double rate = rateLimited ? std::min(rateHz, 1e6 / exposureUs) : kMaxFrameRateHz;
+    if (linkBytesPerSecond != 0) {
         rate = std::min(rate, static_cast<double>(linkBytesPerSecond) / static_cast<double>(payloadSize));
+    }
     return rate;
 }
 
@@ -55,17 +57,20 @@ void CFrameStream::Start(const CImageFormat& format, IFrameSink& sink) {
 // The images of an acquisition that was started before the format was changed.
 void CFrameStream::LoadImagesAgain(const CImageFormat& format) {
     const CImageReplayPtr before = Images();
-    if (!before || before->Format() == format || !IsAcquiring())
+    if (!before || before->Format() == format || !IsAcquiring()) {
         return;
+    }
     const CImageReplayPtr images = CImageReplay::Load(before->Path(), format, nullptr);
     const std::lock_guard lock(m_lock);
-    if (m_images == before)
+    if (m_images == before) {
         m_images = images;
+    }
 }
 
 void CFrameStream::Stop() noexcept {
-    if (!m_thread.joinable())
+    if (!m_thread.joinable()) {
         return;
+    }
     {
         const std::lock_guard lock(m_lock);
         m_stopping = true;
@@ -84,8 +89,9 @@ void CFrameStream::Apply(const CFrameSettings& settings) {
 
 void CFrameStream::StartAcquisition(std::uint64_t frames, CImageReplayPtr images) {
     const std::lock_guard lock(m_lock);
-    if (m_sink && images && images->Format() != m_format)
+    if (m_sink && images && images->Format() != m_format) {
         throw std::logic_error("Images in another format than that of the stream cannot be shown.");
+    }
     m_images.swap(images); // the old ones are freed without the lock
     m_acquiring = true;
     m_framesLeft = frames;
@@ -122,17 +128,20 @@ void CFrameStream::ForceFrameFailures(std::uint32_t frames) {
 
 void CFrameStream::Reserve(std::size_t buffers) {
     const std::lock_guard lock(m_lock);
-    if (m_queue.capacity() < buffers)
+    if (m_queue.capacity() < buffers) {
         m_queue.set_capacity(buffers);
+    }
 }
 
 void CFrameStream::Queue(const CFrameBuffer& buffer) {
     const std::lock_guard lock(m_lock);
-    if (m_queue.full())
+    if (m_queue.full()) {
         m_queue.set_capacity(m_queue.capacity() * 2 + 8);
+    }
     m_queue.push_back(buffer);
-    if (!m_settings.IsPaced() && m_queue.size() == 1) // else nobody waits for it
+    if (!m_settings.IsPaced() && m_queue.size() == 1) { // else nobody waits for it
         m_changed.notify_all();
+    }
 }
 
 void CFrameStream::DropQueued() noexcept {
@@ -165,14 +174,16 @@ void CFrameStream::Run() noexcept {
     Lock lock(m_lock);
     while (WaitForFrame(lock)) {
         CFrame frame;
-        if (!TakeBuffer(frame))
+        if (!TakeBuffer(frame)) {
             continue;
+        }
         m_drawing = true;
         const CFrameSettings settings = m_settings;
         const CImageReplayPtr images = m_images;
         lock.unlock();
-        if (frame.status != EFrameStatus::Forced)
+        if (frame.status != EFrameStatus::Forced) {
             Draw(frame, settings, images.get());
+        }
         lock.lock();
         // before it is handed over: whoever has the last image finds all of them counted
         ++(frame.status == EFrameStatus::Complete ? m_counters.delivered : m_counters.failed);
@@ -188,10 +199,11 @@ void CFrameStream::Run() noexcept {
 // Returns with the lock held when a frame is to begin now, or false when the stream is to stop.
 bool CFrameStream::WaitForFrame(Lock& lock) {
     while (!m_stopping) {
-        if (!m_acquiring)
+        if (!m_acquiring) {
             m_changed.wait(lock);
-        else if (m_settings.IsPaced() ? WaitUntilDue(lock) : WaitForBuffer(lock))
+        } else if (m_settings.IsPaced() ? WaitUntilDue(lock) : WaitForBuffer(lock)) {
             return true;
+        }
     }
     return false;
 }
@@ -199,27 +211,30 @@ bool CFrameStream::WaitForFrame(Lock& lock) {
 // Both waits look once and wait at most once: what they waited for may have changed meanwhile.
 bool CFrameStream::WaitForBuffer(Lock& lock) {
     m_clock.Stop();
-    if (!m_queue.empty())
+    if (!m_queue.empty()) {
         return true;
+    }
     m_changed.wait(lock);
     return false;
 }
 
 bool CFrameStream::WaitUntilDue(Lock& lock) {
     const double rateHz = m_settings.ResultingRateHz(m_format.PayloadSize());
-    if (m_clock.IsRunning())
+    if (m_clock.IsRunning()) {
         m_clock.SetRate(rateHz);
-    else
+    } else {
         m_clock.Start(MonotonicNs(), rateHz);
+    }
     const std::int64_t dueNs = m_clock.DueNs();
     const std::int64_t nowNs = MonotonicNs();
     if (dueNs > nowNs) {
         m_changed.wait_until(lock, TimePoint(dueNs));
         return false;
     }
-    std::uint64_t missed = m_clock.SkipBehind(nowNs, maxLagNs);
-    if (m_framesLeft != 0)
+    std::uint64_t missed = m_clock.SkipBehind(nowNs, kMaxLagNs);
+    if (m_framesLeft != 0) {
         missed = std::min(missed, m_framesLeft - 1);
+    }
     m_counters.lost += missed;
     CountFrames(missed);
     return true;
@@ -227,8 +242,9 @@ bool CFrameStream::WaitUntilDue(Lock& lock) {
 
 void CFrameStream::CountFrames(std::uint64_t frames) {
     m_counters.begun += frames;
-    if (m_framesLeft == 0)
+    if (m_framesLeft == 0) {
         return;
+    }
     m_framesLeft -= frames;
     m_acquiring = m_framesLeft != 0;
 }
@@ -263,11 +279,12 @@ void CFrameStream::Draw(CFrame& frame, const CFrameSettings& settings, const CIm
         frame.status = EFrameStatus::TooSmall;
         return;
     }
-    if (images && settings.testImage == ETestImage::Off)
+    if (images && settings.testImage == ETestImage::Off) {
         std::memcpy(frame.buffer.memory.data(), images->Image(frame.blockId).data(), payload);
-    else
+    } else {
         m_generator.Render(settings.testImage, frame.blockId, SensorResponse(settings.exposureUs, settings.gainDb),
                            frame.buffer.memory.first(payload));
+    }
     frame.status = EFrameStatus::Complete;
 }
 

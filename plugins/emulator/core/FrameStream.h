@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include "AcquisitionClock.h"
@@ -56,7 +57,7 @@ protected:
 
 /// What may change from frame to frame.
 struct CFrameSettings {
-    double exposureUs = defaultExposureUs;
+    double exposureUs = kDefaultExposureUs;
     double gainDb = 0;
     bool rateLimited = true;
     double rateHz = 30;                   ///< wanted while rateLimited; a longer exposure lowers it

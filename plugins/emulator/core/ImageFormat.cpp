@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "ImageFormat.h"
 
 #include <algorithm>
@@ -13,7 +14,7 @@ static_assert(std::endian::native == std::endian::little, "words are stored as t
 
 // Codes and names: PFNC, but for YCbCr422_8, which has the code of YUV422_8. Both have the same bytes, and many hosts,
 // the library of this plug-in among them, know the name by that code only.
-constexpr std::array formats{
+constexpr std::array kFormats{
     CPixelFormat{0x01080001, "Mono8", EPixelLayout::Mono, EPacking::Byte, 8},
     CPixelFormat{0x01100003, "Mono10", EPixelLayout::Mono, EPacking::Word, 10},
     CPixelFormat{0x010A0046, "Mono10p", EPixelLayout::Mono, EPacking::BitStream, 10},
@@ -45,8 +46,9 @@ std::uint16_t BayerSample(EPixelLayout layout, const CColour& c, unsigned x, uns
                          : layout == EPixelLayout::BayerGB ? 2u
                                                            : 3u;
     const unsigned place = (x & 1u) | (y & 1u) << 1;
-    if (place == red)
+    if (place == red) {
         return c.red;
+    }
     return place == (red ^ 3u) ? c.blue : c.green;
 }
 
@@ -55,10 +57,10 @@ std::uint16_t BayerSample(EPixelLayout layout, const CColour& c, unsigned x, uns
 struct CWeights {
     int red, green, blue, zero;
 };
-constexpr int half = 1 << 15;
-constexpr CWeights yWeights{19595, 38470, 7471, half};
-constexpr CWeights cbWeights{-11059, -21709, 32768, (128 << 16) + half - 1};
-constexpr CWeights crWeights{32768, -27439, -5329, (128 << 16) + half - 1};
+constexpr int kHalf = 1 << 15;
+constexpr CWeights kYWeights{19595, 38470, 7471, kHalf};
+constexpr CWeights kCbWeights{-11059, -21709, 32768, (128 << 16) + kHalf - 1};
+constexpr CWeights kCrWeights{32768, -27439, -5329, (128 << 16) + kHalf - 1};
 
 // The byte made of the upper bytes of a colour, as a sample of 16 bits.
 std::uint16_t WeighedByte(const CWeights& weights, const CColour& c) {
@@ -67,10 +69,10 @@ std::uint16_t WeighedByte(const CWeights& weights, const CColour& c) {
 }
 
 void PutPair(const CColour& first, const CColour& second, std::uint16_t* samples) {
-    samples[0] = WeighedByte(yWeights, first);
-    samples[1] = WeighedByte(cbWeights, first);
-    samples[2] = WeighedByte(yWeights, second);
-    samples[3] = WeighedByte(crWeights, first);
+    samples[0] = WeighedByte(kYWeights, first);
+    samples[1] = WeighedByte(kCbWeights, first);
+    samples[2] = WeighedByte(kYWeights, second);
+    samples[3] = WeighedByte(kCrWeights, first);
 }
 
 // Four samples at a time: they fill whole bytes in streams of 10 and of 12 bits.
@@ -89,12 +91,13 @@ void EncodeBitStream(unsigned bits, std::span<const std::uint16_t> samples, std:
 } // namespace
 
 std::span<const CPixelFormat> PixelFormats() {
-    return formats;
+    return kFormats;
 }
 
 const CPixelFormat* FindPixelFormat(std::uint32_t code) {
-    const auto* found = std::find_if(formats.begin(), formats.end(), [code](const auto& f) { return f.code == code; });
-    return found == formats.end() ? nullptr : found;
+    const auto* found =
+        std::find_if(kFormats.begin(), kFormats.end(), [code](const auto& f) { return f.code == code; });
+    return found == kFormats.end() ? nullptr : found;
 }
 
 void PutPixel(const CPixelFormat& format, const CColour& colour, unsigned x, unsigned y, std::uint16_t* samples) {
@@ -109,10 +112,10 @@ void PutPixel(const CPixelFormat& format, const CColour& colour, unsigned x, uns
         samples[0] = colour.blue, samples[1] = colour.green, samples[2] = colour.red;
         break;
     case EPixelLayout::YCbCr422:
-        samples[0] = WeighedByte(yWeights, colour);
+        samples[0] = WeighedByte(kYWeights, colour);
         if (x % 2 == 0) {
-            samples[1] = WeighedByte(cbWeights, colour);
-            samples[3] = WeighedByte(crWeights, colour);
+            samples[1] = WeighedByte(kCbWeights, colour);
+            samples[3] = WeighedByte(kCrWeights, colour);
         }
         break;
     default:
@@ -122,20 +125,23 @@ void PutPixel(const CPixelFormat& format, const CColour& colour, unsigned x, uns
 
 void PutLine(const CPixelFormat& format, std::span<const CColour> colours, unsigned y, std::uint16_t* samples) {
     if (format.layout == EPixelLayout::YCbCr422) { // the scene is drawn through here
-        for (std::size_t x = 0; x + 1 < colours.size(); x += 2)
+        for (std::size_t x = 0; x + 1 < colours.size(); x += 2) {
             PutPair(colours[x], colours[x + 1], samples + 2 * x);
+        }
         return;
     }
-    for (unsigned x = 0; x < colours.size(); ++x)
+    for (unsigned x = 0; x < colours.size(); ++x) {
         PutPixel(format, colours[x], x, y, samples + std::size_t{x} * format.SamplesPerPixel());
+    }
 }
 
 void EncodeSamples(const CPixelFormat& format, std::span<const std::uint16_t> samples, std::uint8_t* bytes) {
     const unsigned shift = 16u - format.sampleBits;
     switch (format.packing) {
     case EPacking::Byte:
-        for (const std::uint16_t sample : samples)
+        for (const std::uint16_t sample : samples) {
             *bytes++ = static_cast<std::uint8_t>(sample >> 8);
+        }
         break;
     case EPacking::Word:
         for (const std::uint16_t sample : samples) {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <cstddef>
@@ -43,17 +44,17 @@ struct CColour {
     std::uint16_t red, green, blue;
 };
 static_assert(sizeof(CColour) == 3 * sizeof(std::uint16_t), "a line of colours is also a line of RGB samples");
-inline constexpr CColour black{0, 0, 0};
-inline constexpr CColour white{65535, 65535, 65535};
+inline constexpr CColour kBlack{0, 0, 0};
+inline constexpr CColour kWhite{65535, 65535, 65535};
 
 /// Limits of the sensor, in pixels. Every width is a multiple of widthStep, so that lines end on a whole byte and a
 /// whole pair of pixels in all formats, and the smallest image still holds a frame record.
-inline constexpr std::uint32_t sensorWidth = 2048;
-inline constexpr std::uint32_t sensorHeight = 2048;
-inline constexpr std::uint32_t minWidth = 32;
-inline constexpr std::uint32_t minHeight = 1;
-inline constexpr std::uint32_t widthStep = 4;
-inline constexpr std::uint32_t offsetStep = 2; ///< keeps the colours of a Bayer mosaic in their place
+inline constexpr std::uint32_t kSensorWidth = 2048;
+inline constexpr std::uint32_t kSensorHeight = 2048;
+inline constexpr std::uint32_t kMinWidth = 32;
+inline constexpr std::uint32_t kMinHeight = 1;
+inline constexpr std::uint32_t kWidthStep = 4;
+inline constexpr std::uint32_t kOffsetStep = 2; ///< keeps the colours of a Bayer mosaic in their place
 
 /// The window of the sensor that is read out, in pixels, and how.
 struct CImageFormat {

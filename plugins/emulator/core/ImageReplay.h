@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include "ImageFormat.h"
@@ -16,7 +17,7 @@ class CImageReplay;
 using CImageReplayPtr = std::shared_ptr<const CImageReplay>;
 
 /// Memory that the images of one replay may take, as the camera sends them.
-inline constexpr std::size_t maxReplayBytes = std::size_t{1} << 30;
+inline constexpr std::size_t kMaxReplayBytes = std::size_t{1} << 30;
 
 /// Images out of files, ready to be sent: those of a folder in the order of their names, or the one of a file. An image
 /// stands at the upper left corner of the sensor and is repeated over it like a tile; the camera's window is cut out.

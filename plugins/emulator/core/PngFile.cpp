@@ -1,10 +1,12 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "PngFile.h"
+
+#include <png.h>
 
 #include <cerrno>
 #include <csetjmp>
 #include <cstdio>
 #include <memory>
-#include <png.h>
 #include <stdexcept>
 #include <system_error>
 
@@ -52,13 +54,15 @@ void CPngReader::Fail(png_structp png, png_const_charp cause) {
 
 void CPngReader::Read(png_structp png, png_bytep bytes, png_size_t size) {
     auto* const file = static_cast<std::FILE*>(png_get_io_ptr(png));
-    if (std::fread(bytes, 1, size, file) != size)
+    if (std::fread(bytes, 1, size, file) != size) {
         png_error(png, std::ferror(file) ? "input/output error" : "the file is cut off");
+    }
 }
 
 bool CPngReader::ReadHeader(CColourImage& image) {
-    if (setjmp(png_jmpbuf(m_png)))
+    if (setjmp(png_jmpbuf(m_png))) {
         return false;
+    }
     png_read_info(m_png, m_info);
     image.width = png_get_image_width(m_png, m_info);
     image.height = png_get_image_height(m_png, m_info);
@@ -71,16 +75,20 @@ bool CPngReader::ReadHeader(CColourImage& image) {
 }
 
 bool CPngReader::ReadPixels(CColourImage& image) {
-    if (setjmp(png_jmpbuf(m_png)))
+    if (setjmp(png_jmpbuf(m_png))) {
         return false;
+    }
     const int passes = png_set_interlace_handling(m_png);
     png_read_update_info(m_png, m_info);
-    if (png_get_rowbytes(m_png, m_info) != std::size_t{image.width} * sizeof(CColour))
+    if (png_get_rowbytes(m_png, m_info) != std::size_t{image.width} * sizeof(CColour)) {
         png_error(m_png, "a kind of image that is not understood");
-    for (int pass = 0; pass < passes; ++pass)
-        for (std::uint32_t y = 0; y < image.height; ++y)
+    }
+    for (int pass = 0; pass < passes; ++pass) {
+        for (std::uint32_t y = 0; y < image.height; ++y) {
             png_read_row(m_png, reinterpret_cast<png_bytep>(image.pixels.data() + std::size_t{y} * image.width),
                          nullptr);
+        }
+    }
     png_read_end(m_png, nullptr); // whether all checksums are right
     return true;
 }
@@ -97,17 +105,21 @@ struct CFileCloser {
 
 void ReadPng(const std::string& path, CColourImage& image) {
     const std::unique_ptr<std::FILE, CFileCloser> file(std::fopen(path.c_str(), "rbe"));
-    if (!file)
+    if (!file) {
         Refuse(path, std::generic_category().message(errno));
+    }
     CPngReader reader(file.get());
-    if (!reader.ReadHeader(image))
+    if (!reader.ReadHeader(image)) {
         Refuse(path, reader.Cause());
-    if (std::uint64_t{image.width} * image.height > maxPngPixels)
+    }
+    if (std::uint64_t{image.width} * image.height > kMaxPngPixels) {
         Refuse(path, "it has " + std::to_string(image.width) + " x " + std::to_string(image.height) +
-                         " pixels, more than " + std::to_string(maxPngPixels));
+                         " pixels, more than " + std::to_string(kMaxPngPixels));
+    }
     image.pixels.resize(std::size_t{image.width} * image.height);
-    if (!reader.ReadPixels(image))
+    if (!reader.ReadPixels(image)) {
         Refuse(path, reader.Cause());
+    }
 }
 
 } // namespace CamEmu

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include "ImageFormat.h"
@@ -17,7 +18,7 @@ struct CColourImage {
 };
 
 /// Larger images are refused before memory is taken for them.
-inline constexpr std::uint64_t maxPngPixels = 64u << 20;
+inline constexpr std::uint64_t kMaxPngPixels = 64u << 20;
 
 /// Reads a PNG file of any kind, whatever its depth, palette or interlacing. Transparency and gamma are left out: the
 /// numbers in the file are those of the image. The memory of @p image is used again.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "RegisterBank.h"
 
 #include <algorithm>
@@ -10,22 +11,26 @@ CRegisterBank::CRegisterBank(std::span<const CRegister> registers)
 const CRegister* CRegisterBank::Find(std::uint64_t address) const {
     const auto behind = std::upper_bound(m_registers.begin(), m_registers.end(), address,
                                          [](std::uint64_t a, const CRegister& r) { return a < r.address; });
-    if (behind == m_registers.begin())
+    if (behind == m_registers.begin()) {
         return nullptr;
+    }
     const CRegister& candidate = *std::prev(behind);
     return address < std::uint64_t{candidate.address} + candidate.length ? &candidate : nullptr;
 }
 
 EAccessResult CRegisterBank::MayRead(std::uint64_t address, std::size_t length) const {
-    if (length > m_memory.size() || address > m_memory.size() - length)
+    if (length > m_memory.size() || address > m_memory.size() - length) {
         return EAccessResult::NoSuchRegister;
+    }
     const std::uint64_t end = address + length;
     while (address < end) {
         const CRegister* const found = Find(address);
-        if (!found)
+        if (!found) {
             return EAccessResult::NoSuchRegister;
-        if (found->access == ERegisterAccess::WriteOnly)
+        }
+        if (found->access == ERegisterAccess::WriteOnly) {
             return EAccessResult::NotReadable;
+        }
         address = std::uint64_t{found->address} + found->length;
     }
     return EAccessResult::Ok;
@@ -33,12 +38,15 @@ EAccessResult CRegisterBank::MayRead(std::uint64_t address, std::size_t length) 
 
 EAccessResult CRegisterBank::MayWrite(std::uint64_t address, std::size_t length, bool streaming) const {
     const CRegister* const found = Find(address);
-    if (!found || length == 0 || length > found->address + found->length - address)
+    if (!found || length == 0 || length > found->address + found->length - address) {
         return EAccessResult::NoSuchRegister;
-    if (found->access == ERegisterAccess::ReadOnly)
+    }
+    if (found->access == ERegisterAccess::ReadOnly) {
         return EAccessResult::NotWritable;
-    if (streaming && found->lock == ERegisterLock::WhileStreaming)
+    }
+    if (streaming && found->lock == ERegisterLock::WhileStreaming) {
         return EAccessResult::Locked;
+    }
     return EAccessResult::Ok;
 }
 

@@ -1,55 +1,56 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "RegisterMap.h"
 
 namespace CamEmu {
 
 namespace {
 
-constexpr auto writeOnly = ERegisterAccess::WriteOnly;
-constexpr auto readWrite = ERegisterAccess::ReadWrite;
-constexpr auto whileStreaming = ERegisterLock::WhileStreaming;
+constexpr auto kWriteOnly = ERegisterAccess::WriteOnly;
+constexpr auto kReadWrite = ERegisterAccess::ReadWrite;
+constexpr auto kWhileStreaming = ERegisterLock::WhileStreaming;
 
-constexpr CRegister registers[] = {
-    {Reg::vendorName, Reg::textLength, "DeviceVendorName"},
-    {Reg::modelName, Reg::textLength, "DeviceModelName"},
-    {Reg::manufacturerInfo, Reg::textLength, "DeviceManufacturerInfo"},
-    {Reg::deviceVersion, Reg::textLength, "DeviceVersion"},
-    {Reg::firmwareVersion, Reg::textLength, "DeviceFirmwareVersion"},
-    {Reg::serialNumber, Reg::textLength, "DeviceSerialNumber"},
-    {Reg::deviceId, Reg::textLength, "DeviceID"},
-    {Reg::userId, Reg::textLength, "DeviceUserID", readWrite},
-    {Reg::deviceReset, 4, "DeviceReset", writeOnly, whileStreaming},
-    {Reg::linkLimitMode, 4, "DeviceLinkThroughputLimitMode", readWrite},
-    {Reg::linkLimit, 8, "DeviceLinkThroughputLimit", readWrite},
-    {Reg::sensorWidth, 4, "SensorWidth"},
-    {Reg::sensorHeight, 4, "SensorHeight"},
-    {Reg::width, 4, "Width", readWrite, whileStreaming},
-    {Reg::height, 4, "Height", readWrite, whileStreaming},
-    {Reg::offsetX, 4, "OffsetX", readWrite, whileStreaming},
-    {Reg::offsetY, 4, "OffsetY", readWrite, whileStreaming},
-    {Reg::pixelFormat, 4, "PixelFormat", readWrite, whileStreaming},
-    {Reg::testImage, 4, "TestImageSelector", readWrite},
-    {Reg::payloadSize, 8, "PayloadSize"},
-    {Reg::formatLocked, 4, "TLParamsLocked"},
-    {Reg::imageFileMode, 4, "ImageFileMode", readWrite},
-    {Reg::acquisitionMode, 4, "AcquisitionMode", readWrite, whileStreaming},
-    {Reg::acquisitionFrameCount, 4, "AcquisitionFrameCount", readWrite, whileStreaming},
-    {Reg::acquisitionStart, 4, "AcquisitionStart", writeOnly},
-    {Reg::acquisitionStop, 4, "AcquisitionStop", writeOnly},
-    {Reg::acquisitionActive, 4, "AcquisitionStatus"},
-    {Reg::frameRateEnable, 4, "AcquisitionFrameRateEnable", readWrite},
-    {Reg::frameRate, 8, "AcquisitionFrameRate", readWrite},
-    {Reg::resultingFrameRate, 8, "ResultingFrameRate"},
-    {Reg::exposureTime, 8, "ExposureTime", readWrite},
-    {Reg::gain, 8, "Gain", readWrite},
-    {Reg::forceFailedBuffer, 4, "ForceFailedBuffer", writeOnly},
-    {Reg::forceFailedBufferCount, 4, "ForceFailedBufferCount", readWrite},
-    {Reg::imageFilename, Reg::fileNameLength, "ImageFilename", readWrite},
+constexpr CRegister kRegisters[] = {
+    {Reg::kVendorName, Reg::kTextLength, "DeviceVendorName"},
+    {Reg::kModelName, Reg::kTextLength, "DeviceModelName"},
+    {Reg::kManufacturerInfo, Reg::kTextLength, "DeviceManufacturerInfo"},
+    {Reg::kDeviceVersion, Reg::kTextLength, "DeviceVersion"},
+    {Reg::kFirmwareVersion, Reg::kTextLength, "DeviceFirmwareVersion"},
+    {Reg::kSerialNumber, Reg::kTextLength, "DeviceSerialNumber"},
+    {Reg::kDeviceId, Reg::kTextLength, "DeviceID"},
+    {Reg::kUserId, Reg::kTextLength, "DeviceUserID", kReadWrite},
+    {Reg::kDeviceReset, 4, "DeviceReset", kWriteOnly, kWhileStreaming},
+    {Reg::kLinkLimitMode, 4, "DeviceLinkThroughputLimitMode", kReadWrite},
+    {Reg::kLinkLimit, 8, "DeviceLinkThroughputLimit", kReadWrite},
+    {Reg::kSensorWidth, 4, "SensorWidth"},
+    {Reg::kSensorHeight, 4, "SensorHeight"},
+    {Reg::kWidth, 4, "Width", kReadWrite, kWhileStreaming},
+    {Reg::kHeight, 4, "Height", kReadWrite, kWhileStreaming},
+    {Reg::kOffsetX, 4, "OffsetX", kReadWrite, kWhileStreaming},
+    {Reg::kOffsetY, 4, "OffsetY", kReadWrite, kWhileStreaming},
+    {Reg::kPixelFormat, 4, "PixelFormat", kReadWrite, kWhileStreaming},
+    {Reg::kTestImage, 4, "TestImageSelector", kReadWrite},
+    {Reg::kPayloadSize, 8, "PayloadSize"},
+    {Reg::kFormatLocked, 4, "TLParamsLocked"},
+    {Reg::kImageFileMode, 4, "ImageFileMode", kReadWrite},
+    {Reg::kAcquisitionMode, 4, "AcquisitionMode", kReadWrite, kWhileStreaming},
+    {Reg::kAcquisitionFrameCount, 4, "AcquisitionFrameCount", kReadWrite, kWhileStreaming},
+    {Reg::kAcquisitionStart, 4, "AcquisitionStart", kWriteOnly},
+    {Reg::kAcquisitionStop, 4, "AcquisitionStop", kWriteOnly},
+    {Reg::kAcquisitionActive, 4, "AcquisitionStatus"},
+    {Reg::kFrameRateEnable, 4, "AcquisitionFrameRateEnable", kReadWrite},
+    {Reg::kFrameRate, 8, "AcquisitionFrameRate", kReadWrite},
+    {Reg::kResultingFrameRate, 8, "ResultingFrameRate"},
+    {Reg::kExposureTime, 8, "ExposureTime", kReadWrite},
+    {Reg::kGain, 8, "Gain", kReadWrite},
+    {Reg::kForceFailedBuffer, 4, "ForceFailedBuffer", kWriteOnly},
+    {Reg::kForceFailedBufferCount, 4, "ForceFailedBufferCount", kReadWrite},
+    {Reg::kImageFilename, Reg::kFileNameLength, "ImageFilename", kReadWrite},
 };
 
 } // namespace
 
 std::span<const CRegister> Registers() {
-    return registers;
+    return kRegisters;
 }
 
 } // namespace CamEmu

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "RowTable.h"
 
 #include <numeric>
@@ -14,7 +15,7 @@ void CRowTable::Lay(const CImageFormat& format) {
     const unsigned bits = format.pixels->BitsPerPixel();
     m_rows = format.pixels->CellHeight();
     m_shifts = std::lcm(8u / std::gcd(8u, bits), format.pixels->CellWidth());
-    m_pixels = format.width + period;
+    m_pixels = format.width + kPeriod;
     m_bytesPerStep = std::size_t{m_shifts} * bits / 8;
     m_tableBytes = std::size_t{m_pixels} * bits / 8;
 }

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include "ImageFormat.h"
@@ -12,7 +13,7 @@ namespace CamEmu {
 /// table for each way in which a line can begin.
 class CRowTable {
 public:
-    static constexpr unsigned period = 256; ///< in pixels
+    static constexpr unsigned kPeriod = 256; ///< in pixels
 
     /// Makes room for lines of that format, so that Fill does not allocate.
     void Reserve(const CImageFormat& format);
@@ -23,9 +24,10 @@ public:
         Lay(format);
         for (unsigned y = 0; y < m_rows; ++y) {
             for (unsigned shift = 0; shift < m_shifts; ++shift) {
-                for (unsigned x = 0; x < m_pixels; ++x)
-                    PutPixel(*format.pixels, colourAt((x + shift) % period), x, y,
+                for (unsigned x = 0; x < m_pixels; ++x) {
+                    PutPixel(*format.pixels, colourAt((x + shift) % kPeriod), x, y,
                              m_samples.data() + std::size_t{x} * format.pixels->SamplesPerPixel());
+                }
                 Store(format, y, shift);
             }
         }
@@ -33,7 +35,7 @@ public:
 
     /// The bytes of line @p y when its first pixel has that phase.
     const std::uint8_t* Line(unsigned y, unsigned phase) const {
-        phase %= period;
+        phase %= kPeriod;
         const unsigned table = (y % m_rows) * m_shifts + phase % m_shifts;
         return m_bytes.data() + table * m_tableBytes + std::size_t{phase / m_shifts} * m_bytesPerStep;
     }

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "Scene.h"
 
 #include <algorithm>
@@ -7,24 +8,30 @@ namespace CamEmu {
 
 namespace {
 
-constexpr unsigned tileSize = 256; // pixels, even: the mosaic of Bayer formats goes on over the border
-constexpr std::size_t noiseStarts = 8192;
-constexpr float noiseSigma = 150.0F; // of 65535, at 0 dB
+constexpr unsigned kTileSize = 256; // pixels, even: the mosaic of Bayer formats goes on over the border
+constexpr std::size_t kNoiseStarts = 8192;
+constexpr float kNoiseSigma = 150.0F; // of 65535, at 0 dB
 
 CColour TileColour(unsigned x, unsigned y) {
     const double distance = std::hypot(x - 127.5, y - 127.5);
-    if (distance < 40)
+    if (distance < 40) {
         return {4500, 4500, 5000}; // the hole
-    if (distance < 46)
+    }
+    if (distance < 46) {
         return {14000, 14500, 15000}; // its bevel
-    if (x >= 16 && x < 48 && y >= 16 && y < 48)
+    }
+    if (x >= 16 && x < 48 && y >= 16 && y < 48) {
         return {46000, 12000, 10000};
-    if (x >= 208 && x < 240 && y >= 16 && y < 48)
+    }
+    if (x >= 208 && x < 240 && y >= 16 && y < 48) {
         return {12000, 38000, 14000};
-    if (x >= 16 && x < 48 && y >= 208 && y < 240)
+    }
+    if (x >= 16 && x < 48 && y >= 208 && y < 240) {
         return {10000, 16000, 44000};
-    if (x < 2 || y < 2)
+    }
+    if (x < 2 || y < 2) {
         return {8000, 8000, 8000}; // scribed lines between the tiles
+    }
     const auto brushed = static_cast<std::uint16_t>(38000 + (y * 2654435761u >> 20) % 1500);
     return {brushed, brushed, brushed};
 }
@@ -36,7 +43,7 @@ float LightAt(double position, double size) {
 
 // Roughly normal noise: sums of four uniform values from a fixed generator. A line starts somewhere in the first part.
 std::vector<float> MakeNoise() {
-    std::vector<float> noise(noiseStarts + std::size_t{sensorWidth} * 3);
+    std::vector<float> noise(kNoiseStarts + std::size_t{kSensorWidth} * 3);
     std::uint32_t state = 1;
     for (float& value : noise) {
         float sum = 0;
@@ -44,19 +51,19 @@ std::vector<float> MakeNoise() {
             state = state * 1664525u + 1013904223u;
             sum += static_cast<float>(state >> 8) / 16777216.0F - 0.5F;
         }
-        value = sum * 1.732F * noiseSigma; // four uniform values of width 1 have a variance of 1/3
+        value = sum * 1.732F * kNoiseSigma; // four uniform values of width 1 have a variance of 1/3
     }
     return noise;
 }
 
 const std::vector<float>& Noise() {
-    static const std::vector<float> noise = MakeNoise();
-    return noise;
+    static const std::vector<float> kNoise = MakeNoise();
+    return kNoise;
 }
 
 std::size_t NoiseStart(std::uint64_t blockId, unsigned y) {
     const std::uint64_t mixed = (blockId * 0x9E3779B97F4A7C15u + y) * 0xD1B54A32D192ED03u;
-    return (mixed >> 32) % noiseStarts;
+    return (mixed >> 32) % kNoiseStarts;
 }
 
 // What the sensor answers with. Chroma cannot be lit or clipped, so formats that have it are made of the answer in RGB.
@@ -69,7 +76,7 @@ const CPixelFormat& SensorFormat(const CPixelFormat& pixels) {
 
 CSensorResponse SensorResponse(double exposureUs, double gainDb) {
     const double gain = std::pow(10.0, gainDb / 20);
-    return {exposureUs / defaultExposureUs * gain, gain};
+    return {exposureUs / kDefaultExposureUs * gain, gain};
 }
 
 void CScene::Configure(const CImageFormat& format) {
@@ -78,35 +85,39 @@ void CScene::Configure(const CImageFormat& format) {
     const CPixelFormat& sensor = SensorFormat(*format.pixels);
     const unsigned samples = sensor.SamplesPerPixel();
     if (m_plateFormat != &sensor) {
-        m_plate.resize(std::size_t{tileSize} * tileSize * samples);
-        for (unsigned y = 0; y < tileSize; ++y)
-            for (unsigned x = 0; x < tileSize; ++x)
-                PutPixel(sensor, TileColour(x, y), x, y, m_plate.data() + (std::size_t{y} * tileSize + x) * samples);
+        m_plate.resize(std::size_t{kTileSize} * kTileSize * samples);
+        for (unsigned y = 0; y < kTileSize; ++y) {
+            for (unsigned x = 0; x < kTileSize; ++x) {
+                PutPixel(sensor, TileColour(x, y), x, y, m_plate.data() + (std::size_t{y} * kTileSize + x) * samples);
+            }
+        }
         m_plateFormat = &sensor; // only now: the memory may have been refused
     }
     m_colours.resize(&sensor == format.pixels ? 0 : format.width);
     m_light.resize(std::size_t{format.width} * samples);
-    for (unsigned x = 0; x < format.width; ++x)
-        std::fill_n(m_light.begin() + std::ptrdiff_t{x} * samples, samples, LightAt(format.offsetX + x, sensorWidth));
+    for (unsigned x = 0; x < format.width; ++x) {
+        std::fill_n(m_light.begin() + std::ptrdiff_t{x} * samples, samples, LightAt(format.offsetX + x, kSensorWidth));
+    }
 }
 
 void CScene::RenderLine(std::uint64_t blockId, unsigned y, const CSensorResponse& response, std::uint16_t* samples) {
-    if (m_plateFormat == m_format.pixels)
+    if (m_plateFormat == m_format.pixels) {
         return RenderSensorLine(blockId, y, response, samples);
+    }
     RenderSensorLine(blockId, y, response, &m_colours.data()->red);
     PutLine(*m_format.pixels, m_colours, y, samples);
 }
 
 void CScene::RenderSensorLine(std::uint64_t blockId, unsigned y, const CSensorResponse& response,
                               std::uint16_t* samples) const {
-    const std::size_t tileLine = std::size_t{tileSize} * m_plateFormat->SamplesPerPixel();
+    const std::size_t tileLine = std::size_t{kTileSize} * m_plateFormat->SamplesPerPixel();
     const unsigned sensorY = m_format.offsetY + y;
-    const std::uint16_t* plate = m_plate.data() + sensorY % tileSize * tileLine;
+    const std::uint16_t* plate = m_plate.data() + sensorY % kTileSize * tileLine;
     const float* noise = m_noise + NoiseStart(blockId, y);
     CSensorResponse lineResponse = response;
-    lineResponse.brightness *= LightAt(sensorY, sensorHeight);
+    lineResponse.brightness *= LightAt(sensorY, kSensorHeight);
 
-    std::size_t inTile = m_format.offsetX % tileSize * m_plateFormat->SamplesPerPixel();
+    std::size_t inTile = m_format.offsetX % kTileSize * m_plateFormat->SamplesPerPixel();
     for (std::size_t done = 0; done < m_light.size();) {
         const std::size_t count = std::min(tileLine - inTile, m_light.size() - done);
         RenderPiece(plate + inTile, m_light.data() + done, noise + done, count, lineResponse, samples + done);

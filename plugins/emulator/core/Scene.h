@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include "ImageFormat.h"
@@ -14,7 +15,7 @@ struct CSensorResponse {
 };
 CSensorResponse SensorResponse(double exposureUs, double gainDb);
 
-inline constexpr double defaultExposureUs = 10000.0;
+inline constexpr double kDefaultExposureUs = 10000.0;
 
 /// What stands before the camera: a plate with holes and coloured marks, lit more in the middle than at the rim. It is
 /// fixed to the sensor, so that the offsets move the window over it. The noise is a function of frame and line.

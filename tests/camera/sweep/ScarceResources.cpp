@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "ScarceResources.h"
 
 #include <array>
@@ -56,10 +57,10 @@ std::vector<SystemCall> SystemCalls() {
 }
 
 void Arm(const Fault& fault) {
-    static const std::array names{"new", "pipe", "dup", "timer_create", "pthread_create", "poll", "read", "write"};
+    static const std::array kNames{"new", "pipe", "dup", "timer_create", "pthread_create", "poll", "read", "write"};
     g_left = static_cast<long>(fault.nth);
     g_error = fault.error;
-    for (const char* name : names) {
+    for (const char* name : kNames) {
         if (fault.call == name) {
             g_call = name;
         }

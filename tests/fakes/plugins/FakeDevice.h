@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <zelmo/Device.h>
@@ -8,8 +9,8 @@ namespace Fakes {
 /// Writes down what a test plug-in is called for; tests read it with a LogRecorder.
 template <class... Args>
 void LogCall(const char* format, const Args&... args) {
-    static const unsigned long id = hxlog::LogGetCatID("fake");
-    hxlog::LogTrace(id, hxlog::LogLevel_Notice, format, args...);
+    static const unsigned long kId = hxlog::LogGetCatID("fake");
+    hxlog::LogTrace(kId, hxlog::LogLevel_Notice, format, args...);
 }
 
 /// A device that can be made and destroyed, and has nothing.

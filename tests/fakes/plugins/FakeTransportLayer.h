@@ -1,11 +1,11 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "FakeDevice.h"
 #include <zelmo/internal/InterfaceBase.h>
 
 #include <atomic>
 #include <vector>
-
-#include "FakeDevice.h"
 
 namespace Fakes {
 
@@ -20,11 +20,13 @@ public:
         return EnumerateDevices(list, Zelmo::DeviceInfoList(), addToList);
     }
     int EnumerateDevices(Zelmo::DeviceInfoList& list, const Zelmo::DeviceInfoList& filter, bool addToList) override {
-        if (!addToList)
+        if (!addToList) {
             list.clear();
+        }
         Zelmo::DeviceInfoList all;
-        for (const Zelmo::String_t& serial : Serials())
+        for (const Zelmo::String_t& serial : Serials()) {
             all.push_back(Device(serial));
+        }
         Zelmo::DeviceInfoList everything(1);
         return Zelmo::ApplyDeviceFilter(all, filter.empty() ? everything : filter, list);
     }
@@ -50,8 +52,9 @@ public:
     }
     bool IsDeviceAccessible(const Zelmo::CDeviceInfo& info, Zelmo::AccessModeSet modes,
                             Zelmo::EDeviceAccessiblityInfo* accessibilityInfo) override {
-        if (accessibilityInfo)
+        if (accessibilityInfo) {
             *accessibilityInfo = Zelmo::DeviceAccessibility_InUse;
+        }
         LogCall("IsDeviceAccessible %s for %lu", info.GetSerialNumber().c_str(), modes.to_ulong());
         return true;
     }

@@ -1,16 +1,17 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // A plug-in of class "FakeFaulty" whose fault is named by the environment variable ZELMO_TEST_FAULT: "<where> <what>",
 // where is an export or EnumerateDevices, and what is thrown there: GenICam, standard or unknown; or one of the faults
 // that are told apart below. With "none, calls back" its exports use the factory themselves.
+
+#include "FakeTransportLayer.h"
+#include "ManyEntries.h"
+#include <zelmo/TlFactory.h>
 
 #include <cstdlib>
 #include <stdexcept>
 #include <string>
 #include <utility>
-
-#include <zelmo/TlFactory.h>
-
-#include "FakeTransportLayer.h"
-#include "ManyEntries.h"
 
 using namespace Fakes;
 
@@ -22,20 +23,24 @@ bool Fault(const std::string& fault) {
 }
 
 void FailIn(const std::string& place) {
-    if (Fault(place + " GenICam"))
+    if (Fault(place + " GenICam")) {
         throw RUNTIME_EXCEPTION("broken");
-    if (Fault(place + " standard"))
+    }
+    if (Fault(place + " standard")) {
         throw std::runtime_error("broken");
-    if (Fault(place + " unknown"))
+    }
+    if (Fault(place + " unknown")) {
         throw 1;
+    }
 }
 
 /// Runs @p step unless that is what led here: the factory comes back to the plug-in that calls it.
 template <class Step>
 void CallBack(Step&& step) {
     static bool isCalling = false;
-    if (!Fault("none, calls back") || std::exchange(isCalling, true))
+    if (!Fault("none, calls back") || std::exchange(isCalling, true)) {
         return;
+    }
     step(Zelmo::CTlFactory::GetInstance());
     isCalling = false;
 }
@@ -73,9 +78,10 @@ ZELMO_PLUGIN_EXPORT void GetTLInfoList(Zelmo::TlInfoList& list, bool) {
         Zelmo::TlInfoList tls;
         factory.EnumerateTls(tls);
     });
-    if (!Fault("Million null") && !Fault("Million"))
+    if (!Fault("Million null") && !Fault("Million")) {
         return;
-    for (int i = 1; i < manyEntries; ++i) {
+    }
+    for (int i = 1; i < kManyEntries; ++i) {
         Zelmo::CTlInfo info = TlInfo("FakeFaulty");
         info.SetFullName(std::to_string(i).c_str());
         list.push_back(std::move(info));
@@ -85,19 +91,23 @@ ZELMO_PLUGIN_EXPORT void GetTLInfoList(Zelmo::TlInfoList& list, bool) {
 ZELMO_PLUGIN_EXPORT Zelmo::ITransportLayer* Create(const Zelmo::CTlInfo& info) {
     FailIn("Create");
     CallBack([](Zelmo::CTlFactory& factory) { factory.ReleaseTl(factory.CreateTl(Zelmo::String_t("FakeGood"))); });
-    if (Fault("Create null") || Fault("Million null"))
+    if (Fault("Create null") || Fault("Million null")) {
         return nullptr;
-    if (Fault("Not counted") || Fault("Destroy not counted"))
+    }
+    if (Fault("Not counted") || Fault("Destroy not counted")) {
         return new FaultyTransportLayer<FakeTransportLayer>(info);
+    }
     return new CountedFaultyTransportLayer(info);
 }
 
 ZELMO_PLUGIN_EXPORT void Destroy(Zelmo::ITransportLayer* tl) {
-    if (!Fault("Million"))
+    if (!Fault("Million")) {
         LogCall("Destroy %s", "faulty");
+    }
     FailIn("Destroy");
-    if (Fault("Destroy not counted"))
+    if (Fault("Destroy not counted")) {
         throw RUNTIME_EXCEPTION("broken");
+    }
     CallBack([](Zelmo::CTlFactory& factory) {
         Zelmo::CDeviceInfo info;
         factory.DestroyDevice(factory.CreateDevice(info.SetDeviceClass("FakeFaulty")));

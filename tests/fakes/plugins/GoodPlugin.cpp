@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // A plug-in without faults: two devices of class "FakeGood".
 
 #include "FakeTransportLayer.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // A plug-in that lacks "Destroy".
 
 #include "FakeTransportLayer.h"

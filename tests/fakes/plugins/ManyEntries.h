@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 namespace Fakes {
@@ -6,7 +7,7 @@ namespace Fakes {
 #ifdef ZELMO_SANITIZED
 constexpr int manyEntries = 100000; // the same code runs, ten times as slow
 #else
-constexpr int manyEntries = 1000000;
+constexpr int kManyEntries = 1000000;
 #endif
 
 } // namespace Fakes

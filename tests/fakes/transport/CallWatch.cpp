@@ -1,5 +1,7 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "CallWatch.h"
 
+#include "fakes/plugins/FakeDevice.h"
 #include <Base/GCException.h>
 
 #include <algorithm>
@@ -7,19 +9,17 @@
 #include <new>
 #include <stdexcept>
 
-#include "fakes/plugins/FakeDevice.h"
-
 namespace Fakes {
 namespace {
 
-constexpr const char* failure = "%s was told to fail";
+constexpr const char* kFailure = "%s was told to fail";
 
 /// In the order of EFault.
-constexpr void (*throwers[])(const char* name) = {
-    [](const char* name) { throw GENERIC_EXCEPTION(failure, name); },
-    [](const char* name) { throw RUNTIME_EXCEPTION(failure, name); },
-    [](const char* name) { throw ACCESS_EXCEPTION(failure, name); },
-    [](const char* name) { throw BAD_ALLOC_EXCEPTION(failure, name); },
+constexpr void (*kThrowers[])(const char* name) = {
+    [](const char* name) { throw GENERIC_EXCEPTION(kFailure, name); },
+    [](const char* name) { throw RUNTIME_EXCEPTION(kFailure, name); },
+    [](const char* name) { throw ACCESS_EXCEPTION(kFailure, name); },
+    [](const char* name) { throw BAD_ALLOC_EXCEPTION(kFailure, name); },
     [](const char* name) { throw std::runtime_error(std::string(name) + " was told to fail"); },
     [](const char*) { throw std::bad_alloc(); },
     [](const char*) { throw 1; }};
@@ -28,8 +28,9 @@ constexpr void (*throwers[])(const char* name) = {
 
 void CCallWatch::SetScript(const CScript& script) {
     m_script = script;
-    for (auto& calls : m_calls)
+    for (auto& calls : m_calls) {
         calls = 0;
+    }
 }
 
 CCallWatch::CCall CCallWatch::Enter(EOperation operation, bool alone) {
@@ -37,13 +38,16 @@ CCallWatch::CCall CCallWatch::Enter(EOperation operation, bool alone) {
     if (alone) {
         const EOperation other = m_running.exchange(operation);
         call.alone.reset(&m_running);
-        if (other != EOperation::Count)
+        if (other != EOperation::Count) {
             Violate(std::string(NameOf(operation)) + " while " + NameOf(other) + " runs");
+        }
     }
     {
         const std::lock_guard lock(m_lock);
-        if (operation < EOperation::IsOpen && m_order.size() < 1000 && (m_order.empty() || m_order.back() != operation))
+        if (operation < EOperation::IsOpen && m_order.size() < 1000 &&
+            (m_order.empty() || m_order.back() != operation)) {
             m_order.push_back(operation);
+        }
     }
     call.faults = Strike(operation);
     return call;
@@ -51,22 +55,28 @@ CCallWatch::CCall CCallWatch::Enter(EOperation operation, bool alone) {
 
 FaultSet CCallWatch::Strike(EOperation operation) {
     const std::uint64_t call = ++m_calls[static_cast<std::size_t>(operation)];
-    if (operation == EOperation::StopStreaming)
+    if (operation == EOperation::StopStreaming) {
         m_isSpoilt = false; // here the clean-up begins
+    }
     FaultSet struck = 0;
     for (const CFault& fault : m_script.faults) {
-        if (fault.operation != operation || (fault.call != call && fault.call != 0))
+        if (fault.operation != operation || (fault.call != call && fault.call != 0)) {
             continue;
+        }
         struck |= Bit(fault.fault);
         if (operation <= EOperation::FinishGrab && (fault.fault <= EFault::ThrowInt || fault.fault == EFault::False ||
-                                                    fault.fault == EFault::Stray || fault.fault == EFault::Again))
+                                                    fault.fault == EFault::Stray || fault.fault == EFault::Again)) {
             m_isSpoilt = true;
-        if (fault.fault <= EFault::ThrowInt)
-            throwers[static_cast<std::size_t>(fault.fault)](NameOf(operation));
-        if (fault.fault == EFault::Stall)
+        }
+        if (fault.fault <= EFault::ThrowInt) {
+            kThrowers[static_cast<std::size_t>(fault.fault)](NameOf(operation));
+        }
+        if (fault.fault == EFault::Stall) {
             Stall(fault);
-        if (fault.fault == EFault::Spurious)
+        }
+        if (fault.fault == EFault::Spurious) {
             m_waitObject.Signal();
+        }
     }
     return struck;
 }
@@ -84,8 +94,9 @@ void CCallWatch::Stall(const CFault& fault) {
 void CCallWatch::Violate(const std::string& text) {
     LogCall("BROKEN: %s", text.c_str());
     const std::lock_guard lock(m_lock);
-    if (m_violations.size() < 100)
+    if (m_violations.size() < 100) {
         m_violations.push_back(text);
+    }
 }
 
 bool CCallWatch::WaitForStall(EOperation operation) {
@@ -109,8 +120,9 @@ std::vector<std::string> CCallWatch::Violations() const {
 std::string CCallWatch::Order() const {
     const std::lock_guard lock(m_lock);
     std::string order;
-    for (const EOperation operation : m_order)
+    for (const EOperation operation : m_order) {
         order += (order.empty() ? "" : " ") + std::string(NameOf(operation));
+    }
     return order;
 }
 

@@ -1,5 +1,7 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "Script.h"
 #include <zelmo/WaitObject.h>
 
 #include <array>
@@ -9,8 +11,6 @@
 #include <mutex>
 #include <string>
 #include <vector>
-
-#include "Script.h"
 
 namespace Fakes {
 

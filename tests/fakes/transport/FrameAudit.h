@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include "core/FrameRecord.h"
@@ -37,10 +38,11 @@ public:
         const auto check = CamEmu::CheckFrame({static_cast<const std::uint8_t*>(image), sizeBytes}, record);
         const bool isForeign = check == CamEmu::EFrameCheck::NoRecord || record.cameraNumber != m_cameraNumber;
         const std::lock_guard lock(m_lock);
-        if (!isForeign && check == CamEmu::EFrameCheck::Intact)
+        if (!isForeign && check == CamEmu::EFrameCheck::Intact) {
             m_ids.push_back(record.blockId);
-        else
+        } else {
             ++(isForeign ? m_rest.foreign : m_rest.torn);
+        }
     }
 
     /// @p begun is what the camera tells: its frames are 0 to begun - 1.
@@ -50,12 +52,14 @@ public:
         std::vector<bool> seen(begun);
         for (std::size_t i = 0; i < m_ids.size(); ++i) {
             report.outOfOrder += i > 0 && m_ids[i] < m_ids[i - 1] ? 1 : 0;
-            if (m_ids[i] >= begun)
+            if (m_ids[i] >= begun) {
                 ++report.foreign;
-            else
+            } else {
                 ++(seen[m_ids[i]] ? report.doubled : report.distinct);
-            if (m_ids[i] < begun)
+            }
+            if (m_ids[i] < begun) {
                 seen[m_ids[i]] = true;
+            }
         }
         report.taken = report.distinct + report.doubled + report.torn + report.foreign;
         report.missing = begun - report.distinct;

@@ -1,5 +1,7 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "RegisterNodes.h"
 #include <zelmo/PixelType.h>
 #include <zelmo/StreamGrabber.h>
 #include <zelmo/WaitObject.h>
@@ -12,8 +14,6 @@
 #include <sys/eventfd.h>
 #include <thread>
 #include <unistd.h>
-
-#include "RegisterNodes.h"
 
 namespace Fakes {
 
@@ -56,8 +56,9 @@ public:
     bool IsStreaming() const override { return m_isStreaming; }
     void StartStreaming() override {
         m_isStreaming = true;
-        if (m_pace == EPace::Free)
+        if (m_pace == EPace::Free) {
             m_thread = std::thread([this] { Run(); });
+        }
     }
     void StopStreaming() override {
         m_isStreaming = false;
@@ -65,8 +66,9 @@ public:
             m_free.release();
             m_thread.join();
         }
-        while (m_free.try_acquire())
+        while (m_free.try_acquire()) {
             ;
+        }
     }
     void FinishGrab() override {}
     void QueueBuffer(Zelmo::StreamBufferHandle handle, void* context) override {
@@ -74,10 +76,11 @@ public:
             const std::lock_guard lock(m_lock);
             m_queued.push_back({handle, context, Zelmo::GrabStatus_Grabbed});
         }
-        if (m_pace == EPace::Free)
+        if (m_pace == EPace::Free) {
             m_free.release();
-        else
+        } else {
             CompleteQueued(1);
+        }
     }
     void FlushBuffers() override { CompleteQueued(m_queued.capacity(), Zelmo::GrabStatus_Canceled); }
     std::size_t GetNumQueuedBuffers() const override { return 0; } // not called
@@ -87,10 +90,12 @@ public:
         const CBuffer buffer = isFound ? m_results.front() : CBuffer{};
         m_results.erase_begin(isFound ? 1 : 0);
         eventfd_t ignored;
-        if (m_results.empty())
+        if (m_results.empty()) {
             eventfd_read(m_eventFd, &ignored);
-        if (!isFound)
+        }
+        if (!isFound) {
             return false;
+        }
         result = {buffer.context,
                   buffer.memory,
                   buffer.memory,
@@ -138,12 +143,14 @@ private:
         }
         const bool isFirst = wasEmpty && !m_results.empty();
         lock.unlock();
-        if (isFirst)
+        if (isFirst) {
             eventfd_write(m_eventFd, 1);
+        }
     }
     void Run() {
-        for (m_free.acquire(); m_isStreaming; m_free.acquire())
+        for (m_free.acquire(); m_isStreaming; m_free.acquire()) {
             CompleteQueued(1);
+        }
     }
 
     const EPace m_pace;

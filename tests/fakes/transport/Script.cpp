@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "Script.h"
 
 #include <Base/GCException.h>
@@ -14,32 +15,38 @@ namespace {
 
 #define FAKES_NAME(name, ...) #name
 #define FAKES_WORD(name, word) word
-constexpr const char* operationNames[] = {FAKES_OPERATIONS(FAKES_NAME)};
-constexpr const char* faultWords[] = {FAKES_FAULTS(FAKES_WORD)};
-constexpr const char* sourceWords[] = {"hand", "queue", "free"}; // a rate is told as a number
+constexpr const char* kOperationNames[] = {FAKES_OPERATIONS(FAKES_NAME)};
+constexpr const char* kFaultWords[] = {FAKES_FAULTS(FAKES_WORD)};
+constexpr const char* kSourceWords[] = {"hand", "queue", "free"}; // a rate is told as a number
 
 bool Fits(EOperation operation, EFault fault) {
     const bool isNode = operation >= EOperation::PayloadSize && operation <= EOperation::MaxNumBuffer;
-    if (fault <= EFault::ThrowInt)
+    if (fault <= EFault::ThrowInt) {
         return operation != EOperation::Frame;
-    if (fault <= EFault::Spurious)
+    }
+    if (fault <= EFault::Spurious) {
         return true;
-    if (fault == EFault::False)
+    }
+    if (fault == EFault::False) {
         return (operation >= EOperation::GetWaitObject && operation <= EOperation::AnnounceAnytimeEnable) ||
                operation == EOperation::RetrieveResult || operation == EOperation::DeregisterBuffer ||
                operation == EOperation::RegisterBuffer;
-    if (fault == EFault::True)
+    }
+    if (fault == EFault::True) {
         return operation == EOperation::IsOpen;
-    if (fault <= EFault::Again)
+    }
+    if (fault <= EFault::Again) {
         return operation == EOperation::RetrieveResult;
+    }
     return fault < EFault::Missing ? operation == EOperation::Frame : isNode;
 }
 
 template <class Enum, std::size_t size>
 Enum ByName(const char* const (&names)[size], const std::string& name) {
     const auto* const found = std::find(std::begin(names), std::end(names), name);
-    if (found == std::end(names))
+    if (found == std::end(names)) {
         throw std::invalid_argument("there is no '" + name + "'");
+    }
     return static_cast<Enum>(found - std::begin(names));
 }
 
@@ -48,8 +55,9 @@ bool IsNumber(const std::string& text) {
 }
 
 std::uint32_t Number(const std::string& text, std::uint32_t maximum = 999999999) {
-    if (!IsNumber(text) || std::stoul(text) == 0 || std::stoul(text) > maximum)
+    if (!IsNumber(text) || std::stoul(text) == 0 || std::stoul(text) > maximum) {
         throw std::invalid_argument("'" + text + "' is no number from 1 to " + std::to_string(maximum));
+    }
     return static_cast<std::uint32_t>(std::stoul(text));
 }
 
@@ -63,19 +71,21 @@ CFault ReadFault(const std::string& piece) {
     const auto [operationName, rest] = Split(piece, ':');
     const auto [call, what] = Split(rest, ':');
     const auto [word, ms] = Split(what, '=');
-    const auto operation = ByName<EOperation>(operationNames, operationName);
-    const auto fault = ByName<EFault>(faultWords, word);
-    if (!Fits(operation, fault) || (!ms.empty() && fault != EFault::Stall))
+    const auto operation = ByName<EOperation>(kOperationNames, operationName);
+    const auto fault = ByName<EFault>(kFaultWords, word);
+    if (!Fits(operation, fault) || (!ms.empty() && fault != EFault::Stall)) {
         throw std::invalid_argument(operationName + " has no such fault");
-    if (fault >= EFault::Missing && call != "*")
+    }
+    if (fault >= EFault::Missing && call != "*") {
         throw std::invalid_argument("it holds for all accesses, so the call must be *");
+    }
     return {operation, call == "*" ? 0 : Number(call), fault, ms.empty() ? 0 : Number(ms)};
 }
 
 } // namespace
 
 const char* NameOf(EOperation operation) {
-    return operationNames[static_cast<std::size_t>(operation)];
+    return kOperationNames[static_cast<std::size_t>(operation)];
 }
 
 CScript::CScript(const std::string& line) : text(line) {
@@ -95,7 +105,7 @@ void CScript::Read(const std::string& piece) {
         faults.push_back(ReadFault(piece));
     } else if (name == "source") {
         rateHz = IsNumber(value) ? Number(value) : 0;
-        source = rateHz != 0 ? ESource::Rate : ByName<ESource>(sourceWords, value);
+        source = rateHz != 0 ? ESource::Rate : ByName<ESource>(kSourceWords, value);
     } else if (name == "frames") {
         frames = Number(value);
     } else if (name == "size") {
@@ -112,12 +122,13 @@ CScript CScript::Random(std::uint64_t seed, unsigned count, std::uint64_t lastCa
     std::mt19937_64 random(seed);
     std::string text;
     while (count > 0) {
-        const auto operation = static_cast<EOperation>(random() % std::size(operationNames));
-        const auto fault = static_cast<EFault>(random() % std::size(faultWords));
+        const auto operation = static_cast<EOperation>(random() % std::size(kOperationNames));
+        const auto fault = static_cast<EFault>(random() % std::size(kFaultWords));
         const std::string call = fault >= EFault::Missing ? "*" : std::to_string(1 + random() % lastCall);
-        if (!Fits(operation, fault) || fault == EFault::Remove)
+        if (!Fits(operation, fault) || fault == EFault::Remove) {
             continue;
-        text += std::string(";") + NameOf(operation) + ":" + call + ":" + faultWords[static_cast<std::size_t>(fault)];
+        }
+        text += std::string(";") + NameOf(operation) + ":" + call + ":" + kFaultWords[static_cast<std::size_t>(fault)];
         text += fault == EFault::Stall ? "=3" : "";
         --count;
     }

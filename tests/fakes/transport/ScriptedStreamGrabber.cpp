@@ -1,5 +1,8 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "ScriptedStreamGrabber.h"
 
+#include "ZelmoBase/core/ScopeGuard.h"
+#include "core/FrameRecord.h"
 #include <Base/GCException.h>
 #include <zelmo/PixelType.h>
 
@@ -9,37 +12,36 @@
 #include <limits>
 #include <utility>
 
-#include "ZelmoBase/core/ScopeGuard.h"
-#include "core/FrameRecord.h"
-
 namespace Fakes {
 namespace {
 
 using namespace std::chrono_literals;
 
-constexpr std::uint64_t stamp = 0xE7B1A9C3D5F70B1D; // at the begin of a queued buffer, where every image is drawn
+constexpr std::uint64_t kStamp = 0xE7B1A9C3D5F70B1D; // at the begin of a queued buffer, where every image is drawn
 
-constexpr FaultSet lies = Bit(EFault::LieShort) | Bit(EFault::LieLong) | Bit(EFault::LieNegative) |
-                          Bit(EFault::LieHuge) | Bit(EFault::LieStrange);
+constexpr FaultSet kLies = Bit(EFault::LieShort) | Bit(EFault::LieLong) | Bit(EFault::LieNegative) |
+                           Bit(EFault::LieHuge) | Bit(EFault::LieStrange);
 
 /// The nodes as the script wants them; their registers have the number of the operation.
 std::vector<CFeature> Features(const CScript& script) {
-    static constexpr const char* properties[] = {/*Missing*/ "", "<ImposedAccessMode>WO</ImposedAccessMode>",
-                                                 "<ImposedAccessMode>RO</ImposedAccessMode>", "<Max>1</Max>",
-                                                 "<Min>3</Min><Inc>7</Inc>"};
+    static constexpr const char* kProperties[] = {/*Missing*/ "", "<ImposedAccessMode>WO</ImposedAccessMode>",
+                                                  "<ImposedAccessMode>RO</ImposedAccessMode>", "<Max>1</Max>",
+                                                  "<Min>3</Min><Inc>7</Inc>"};
     std::vector<CFeature> features;
     for (const EOperation node : {EOperation::PayloadSize, EOperation::AnnounceAnytimeEnable, EOperation::MaxBufferSize,
                                   EOperation::MaxNumBuffer}) {
         const bool isBoolean = node == EOperation::AnnounceAnytimeEnable;
         CFeature feature{isBoolean ? "Boolean" : "Integer", NameOf(node), static_cast<int>(node), ""};
         bool isMissing = false;
-        for (const CFault& fault : script.faults)
+        for (const CFault& fault : script.faults) {
             if (fault.operation == node && fault.fault >= EFault::Missing) {
-                feature.properties += properties[static_cast<int>(fault.fault) - static_cast<int>(EFault::Missing)];
+                feature.properties += kProperties[static_cast<int>(fault.fault) - static_cast<int>(EFault::Missing)];
                 isMissing = isMissing || fault.fault == EFault::Missing;
             }
-        if (!isMissing)
+        }
+        if (!isMissing) {
             features.push_back(feature);
+        }
     }
     return features;
 }
@@ -105,11 +107,13 @@ std::uint64_t CScriptedStreamGrabber::Deliver(std::uint64_t frames) {
 /// again before it ends.
 void CScriptedStreamGrabber::DeliverQueued() {
     Lock lock(m_lock);
-    if (m_script.source != ESource::Queue || std::exchange(m_isDelivering, true))
+    if (m_script.source != ESource::Queue || std::exchange(m_isDelivering, true)) {
         return;
+    }
     const Zelmo::ScopeGuard end([&] {
-        if (!lock.owns_lock())
+        if (!lock.owns_lock()) {
             lock.lock();
+        }
         m_isDelivering = false;
     });
     while (MayBegin(true)) {
@@ -124,10 +128,11 @@ void CScriptedStreamGrabber::Run() {
     auto due = std::chrono::steady_clock::now();
     const auto stops = [this] { return m_state != EState::Streaming; };
     for (Lock lock(m_lock); !stops(); lock.lock()) {
-        if (isFree)
+        if (isFree) {
             m_changed.wait(lock, [&] { return stops() || MayBegin(true); });
-        else
+        } else {
             m_changed.wait_until(lock, due += std::chrono::nanoseconds(1s) / m_script.rateHz, stops);
+        }
         lock.unlock();
         BeginFrame(isFree);
     }
@@ -140,33 +145,38 @@ bool CScriptedStreamGrabber::MayBegin(bool onlyWithBuffer) const {
 
 CScriptedStreamGrabber::EFrame CScriptedStreamGrabber::BeginFrame(bool onlyWithBuffer) {
     Lock lock(m_lock);
-    if (!MayBegin(onlyWithBuffer))
+    if (!MayBegin(onlyWithBuffer)) {
         return EFrame::None;
+    }
     ++m_claimed;
     ++m_underWay; // from here on StopStreaming waits for it
     const Zelmo::ScopeGuard finish([this] {
         --m_underWay;
         m_changed.notify_all();
     });
-    if (m_framesLeft > 0 && --m_framesLeft == 0)
+    if (m_framesLeft > 0 && --m_framesLeft == 0) {
         m_isAcquiring = false;
+    }
     lock.unlock();
     const FaultSet faults = m_watch.Strike(EOperation::Frame);
     if (Has(faults, EFault::Remove)) {
         Remove();
-        if (m_onRemoved)
+        if (m_onRemoved) {
             m_onRemoved();
+        }
     }
     lock.lock();
-    if (m_isRemoved)
+    if (m_isRemoved) {
         return EFrame::None;
+    }
     const bool isLost = m_queued.empty();
     const std::uint64_t gap = Has(faults, EFault::Gap) ? 2 : 0;
     const std::uint64_t blockId = m_account.begun + gap;
     m_account.begun += gap + 1;
     m_account.lost += gap + (isLost ? 1 : 0);
-    if (isLost)
+    if (isLost) {
         return EFrame::Lost;
+    }
     CBuffer& buffer = *m_queued.front();
     m_queued.pop_front();
     buffer.state = CBuffer::EState::Away;
@@ -210,43 +220,47 @@ void CScriptedStreamGrabber::Complete(CBuffer& buffer, std::uint64_t blockId, Fa
     result.errorCode = isTooSmall ? 1 : isFailed ? 7 : 0;
     result.errorDescription = isTooSmall ? "the buffer is too small" : isFailed ? "lines are missing" : "";
     result.blockId = blockId;
-    ++(isFailed ? m_account.failed : (faults & lies) != 0 ? m_account.lying : m_account.good);
+    ++(isFailed ? m_account.failed : (faults & kLies) != 0 ? m_account.lying : m_account.good);
     if (Has(faults, EFault::Late) && !m_late) {
         m_late = std::move(result);
         return;
     }
     Push(result);
-    if (m_late)
+    if (m_late) {
         Push(*std::exchange(m_late, std::nullopt));
+    }
 }
 
 void CScriptedStreamGrabber::Push(const Zelmo::GrabResult& result) {
     m_results.push_back(result);
-    if (m_results.size() == 1)
+    if (m_results.size() == 1) {
         m_wait.Signal();
+    }
 }
 
 /// A call from outside. @throws what the script says, or that the camera is gone
 CCallWatch::CCall CScriptedStreamGrabber::Enter(EOperation operation, bool alone) const {
     auto call = m_watch.Enter(operation, alone);
     CheckState(operation);
-    if (m_isRemoved && operation >= EOperation::Open && operation <= EOperation::QueueBuffer)
+    if (m_isRemoved && operation >= EOperation::Open && operation <= EOperation::QueueBuffer) {
         throw RUNTIME_EXCEPTION("%s failed: the camera was removed.", NameOf(operation));
+    }
     return call;
 }
 
 void CScriptedStreamGrabber::CheckState(EOperation operation) const {
-    static constexpr const char* states[] = {"closed", "open", "prepared", "streaming", "halted"};
-    static const std::map<EOperation, std::string_view> permitted{
+    static constexpr const char* kStates[] = {"closed", "open", "prepared", "streaming", "halted"};
+    static const std::map<EOperation, std::string_view> kPermitted{
         // by first letters; the others may always come
         {EOperation::Open, "c"},        {EOperation::MaxBufferSize, "o"},   {EOperation::MaxNumBuffer, "o"},
         {EOperation::PrepareGrab, "o"}, {EOperation::RegisterBuffer, "ps"}, {EOperation::StartStreaming, "p"},
         {EOperation::QueueBuffer, "s"}, {EOperation::FinishGrab, "coph"},   {EOperation::Close, "o"}};
-    const char* const state = states[static_cast<std::size_t>(m_state.load())];
-    const auto found = permitted.find(operation);
+    const char* const state = kStates[static_cast<std::size_t>(m_state.load())];
+    const auto found = kPermitted.find(operation);
     const bool isExcused = m_watch.IsSpoilt() && (operation == EOperation::FinishGrab || *state != 'c');
-    if (found != permitted.end() && found->second.find(*state) == std::string_view::npos && !isExcused)
+    if (found != kPermitted.end() && found->second.find(*state) == std::string_view::npos && !isExcused) {
         m_watch.Violate(std::string(NameOf(operation)) + ": the grabber is " + state);
+    }
 }
 
 void CScriptedStreamGrabber::Open() {
@@ -263,10 +277,12 @@ void CScriptedStreamGrabber::Close() {
 
 Zelmo::StreamBufferHandle CScriptedStreamGrabber::RegisterBuffer(void* buffer, std::size_t sizeBytes) {
     const auto call = Enter(EOperation::RegisterBuffer);
-    if (Has(call.faults, EFault::False))
+    if (Has(call.faults, EFault::False)) {
         return nullptr;
-    if (static_cast<std::int64_t>(sizeBytes) < m_maxBufferSize)
+    }
+    if (static_cast<std::int64_t>(sizeBytes) < m_maxBufferSize) {
         m_watch.Violate("RegisterBuffer: the buffer is below MaxBufferSize");
+    }
     const std::lock_guard lock(m_lock);
     auto* const handle = reinterpret_cast<Zelmo::StreamBufferHandle>(++m_lastHandle);
     m_buffers[handle] = {static_cast<std::uint8_t*>(buffer), sizeBytes, handle};
@@ -275,8 +291,9 @@ Zelmo::StreamBufferHandle CScriptedStreamGrabber::RegisterBuffer(void* buffer, s
 
 void* CScriptedStreamGrabber::DeregisterBuffer(Zelmo::StreamBufferHandle handle) {
     const auto call = Enter(EOperation::DeregisterBuffer);
-    if (Has(call.faults, EFault::False))
+    if (Has(call.faults, EFault::False)) {
         return nullptr;
+    }
     const std::lock_guard lock(m_lock);
     void* const memory = IdleBuffer(handle, EOperation::DeregisterBuffer).memory;
     m_buffers.erase(handle);
@@ -285,8 +302,9 @@ void* CScriptedStreamGrabber::DeregisterBuffer(Zelmo::StreamBufferHandle handle)
 
 void CScriptedStreamGrabber::PrepareGrab() {
     const auto call = Enter(EOperation::PrepareGrab);
-    if (m_maxBufferSize == 0 || m_maxNumBuffer == 0)
+    if (m_maxBufferSize == 0 || m_maxNumBuffer == 0) {
         m_watch.Violate("PrepareGrab: MaxBufferSize or MaxNumBuffer was not written");
+    }
     const std::lock_guard lock(m_lock);
     m_imageWidth = m_width;
     m_imageHeight = m_height;
@@ -296,8 +314,9 @@ void CScriptedStreamGrabber::PrepareGrab() {
 void CScriptedStreamGrabber::StartStreaming() {
     const auto call = Enter(EOperation::StartStreaming);
     const std::lock_guard lock(m_lock);
-    if (m_state.exchange(EState::Streaming) != EState::Streaming && m_script.source >= ESource::Free)
+    if (m_state.exchange(EState::Streaming) != EState::Streaming && m_script.source >= ESource::Free) {
         m_thread = std::thread([this] { Run(); });
+    }
 }
 
 void CScriptedStreamGrabber::StopStreaming() {
@@ -308,19 +327,22 @@ void CScriptedStreamGrabber::StopStreaming() {
 /// Returns when no frame is under way any more, those on the test's threads included.
 void CScriptedStreamGrabber::EndStreaming() {
     Lock lock(m_lock);
-    if (m_state == EState::Streaming)
+    if (m_state == EState::Streaming) {
         m_state = EState::Halted;
+    }
     m_changed.notify_all();
     m_changed.wait(lock, [this] { return m_underWay == 0; });
     lock.unlock();
-    if (m_thread.joinable())
+    if (m_thread.joinable()) {
         m_thread.join();
+    }
 }
 
 void CScriptedStreamGrabber::FinishGrab() {
     const auto call = Enter(EOperation::FinishGrab);
-    if (m_away != 0 && !m_watch.IsSpoilt())
+    if (m_away != 0 && !m_watch.IsSpoilt()) {
         m_watch.Violate("FinishGrab: buffers are queued or not retrieved");
+    }
     EndStreaming();
     DropBuffers(std::min(m_state.load(), EState::Open));
 }
@@ -341,11 +363,12 @@ void CScriptedStreamGrabber::QueueBuffer(Zelmo::StreamBufferHandle handle, void*
     {
         const std::lock_guard lock(m_lock);
         CBuffer& buffer = IdleBuffer(handle, EOperation::QueueBuffer);
-        if (static_cast<std::int64_t>(++m_away) > m_maxNumBuffer)
+        if (static_cast<std::int64_t>(++m_away) > m_maxNumBuffer) {
             m_watch.Violate("QueueBuffer: more buffers are queued than MaxNumBuffer");
-        if (buffer.sizeBytes >= sizeof stamp) {
-            std::memcpy(&buffer.original, buffer.memory, sizeof stamp);
-            std::memcpy(buffer.memory, &stamp, sizeof stamp);
+        }
+        if (buffer.sizeBytes >= sizeof kStamp) {
+            std::memcpy(&buffer.original, buffer.memory, sizeof kStamp);
+            std::memcpy(buffer.memory, &kStamp, sizeof kStamp);
         }
         buffer.context = context;
         buffer.state = CBuffer::EState::Queued;
@@ -357,24 +380,28 @@ void CScriptedStreamGrabber::QueueBuffer(Zelmo::StreamBufferHandle handle, void*
 
 /// Looks whether the caller wrote into a queued buffer, and leaves it as it was queued.
 void CScriptedStreamGrabber::Unstamp(CBuffer& buffer) {
-    if (buffer.sizeBytes < sizeof stamp)
+    if (buffer.sizeBytes < sizeof kStamp) {
         return;
-    if (std::memcmp(buffer.memory, &stamp, sizeof stamp) != 0)
+    }
+    if (std::memcmp(buffer.memory, &kStamp, sizeof kStamp) != 0) {
         m_watch.Violate("a queued buffer was written to");
-    std::memcpy(buffer.memory, &buffer.original, sizeof stamp);
+    }
+    std::memcpy(buffer.memory, &buffer.original, sizeof kStamp);
 }
 
 CScriptedStreamGrabber::CBuffer& CScriptedStreamGrabber::IdleBuffer(Zelmo::StreamBufferHandle handle,
                                                                     EOperation operation) {
-    static constexpr const char* wrongs[] = {"is not registered", "is queued", "was not retrieved"};
+    static constexpr const char* kWrongs[] = {"is not registered", "is queued", "was not retrieved"};
     const auto found = m_buffers.find(handle);
     const auto state = found == m_buffers.end() ? CBuffer::EState::Idle : found->second.state;
-    if (found != m_buffers.end() && state == CBuffer::EState::Idle)
+    if (found != m_buffers.end() && state == CBuffer::EState::Idle) {
         return found->second;
+    }
     const std::string wrong =
-        std::string(NameOf(operation)) + ": the buffer " + wrongs[static_cast<std::size_t>(state)];
-    if (handle != nullptr) // which is what a script has RegisterBuffer answer
+        std::string(NameOf(operation)) + ": the buffer " + kWrongs[static_cast<std::size_t>(state)];
+    if (handle != nullptr) { // which is what a script has RegisterBuffer answer
         m_watch.Violate(wrong);
+    }
     throw LOGICAL_ERROR_EXCEPTION("%s.", wrong.c_str());
 }
 
@@ -382,8 +409,9 @@ CScriptedStreamGrabber::CBuffer& CScriptedStreamGrabber::IdleBuffer(Zelmo::Strea
 void CScriptedStreamGrabber::FlushBuffers() {
     const auto call = Enter(EOperation::FlushBuffers, false);
     const std::lock_guard lock(m_lock);
-    if (m_late)
+    if (m_late) {
         Push(*std::exchange(m_late, std::nullopt));
+    }
     for (; !m_queued.empty(); m_queued.pop_front()) {
         CBuffer& buffer = *m_queued.front();
         Unstamp(buffer);
@@ -395,8 +423,9 @@ void CScriptedStreamGrabber::FlushBuffers() {
 
 bool CScriptedStreamGrabber::RetrieveResult(Zelmo::GrabResult& result) {
     const auto call = Enter(EOperation::RetrieveResult);
-    if (Has(call.faults, EFault::False))
+    if (Has(call.faults, EFault::False)) {
         return false;
+    }
     const std::lock_guard lock(m_lock);
     if (Has(call.faults, EFault::Again)) {
         result = m_last;
@@ -410,8 +439,9 @@ bool CScriptedStreamGrabber::RetrieveResult(Zelmo::GrabResult& result) {
         m_buffers.at(result.handle).state = CBuffer::EState::Idle;
         --m_away;
     }
-    if (m_results.empty())
+    if (m_results.empty()) {
         m_wait.Reset();
+    }
     return isThere;
 }
 
@@ -427,10 +457,12 @@ GenApi::INodeMap* CScriptedStreamGrabber::GetNodeMap() {
 
 std::int64_t CScriptedStreamGrabber::ReadRegister(int number) {
     const auto node = static_cast<EOperation>(number);
-    if (node == EOperation::MaxBufferSize || node == EOperation::MaxNumBuffer)
+    if (node == EOperation::MaxBufferSize || node == EOperation::MaxNumBuffer) {
         return node == EOperation::MaxBufferSize ? m_maxBufferSize : m_maxNumBuffer;
-    if (Has(m_watch.Strike(node), EFault::False))
+    }
+    if (Has(m_watch.Strike(node), EFault::False)) {
         return 0;
+    }
     const std::lock_guard lock(m_lock);
     return node == EOperation::PayloadSize ? std::int64_t{m_width} * m_height : 1;
 }

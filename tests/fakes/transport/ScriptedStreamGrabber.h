@@ -1,5 +1,9 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "CallWatch.h"
+#include "RegisterNodes.h"
+#include "Script.h"
 #include <zelmo/StreamGrabber.h>
 #include <zelmo/WaitObject.h>
 
@@ -14,10 +18,6 @@
 #include <string>
 #include <thread>
 #include <vector>
-
-#include "CallWatch.h"
-#include "RegisterNodes.h"
-#include "Script.h"
 
 namespace Fakes {
 

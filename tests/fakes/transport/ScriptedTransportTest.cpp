@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "FrameAudit.h"
 #include "StreamDevice.h"
 #include "fakes/Failure.h"
@@ -21,24 +22,28 @@ struct Caller {
         Node("MaxNumBuffer")->SetValue(buffers);
         grabber.PrepareGrab();
         memory.assign(buffers, std::vector<std::uint8_t>(size));
-        for (auto& buffer : memory)
+        for (auto& buffer : memory) {
             handles.push_back(grabber.RegisterBuffer(buffer.data(), size));
+        }
         grabber.StartStreaming();
     }
     GenApi::CIntegerPtr Node(const char* name) const { return grabber.GetNodeMap()->GetNode(name); }
     void QueueAll() {
-        for (auto* const handle : handles)
+        for (auto* const handle : handles) {
             grabber.QueueBuffer(handle, handle);
+        }
     }
     /// Takes at most @p most results. @return the statuses: 2 grabbed, 3 canceled, 4 failed
     std::vector<int> Take(std::size_t most = 9, bool again = false) {
         std::vector<int> statuses;
         for (Zelmo::GrabResult result; statuses.size() < most && grabber.RetrieveResult(result);) {
             statuses.push_back(result.status);
-            if (result.status == Zelmo::GrabStatus_Grabbed)
+            if (result.status == Zelmo::GrabStatus_Grabbed) {
                 audit.Take(result.buffer, static_cast<std::size_t>(result.payloadSize));
-            if (again)
+            }
+            if (again) {
                 grabber.QueueBuffer(result.handle, result.context);
+            }
         }
         return statuses;
     }
@@ -118,8 +123,9 @@ TEST(ScriptedGrabberTest, SumsOfItsFramesAreExact) {
         Caller caller(grabber, 3);
         caller.QueueAll();
         grabber.Acquire();
-        for (auto& wait = grabber.GetWaitObject(); grabber.Calls(EOperation::Frame) < 300 && wait.Wait(10000);)
+        for (auto& wait = grabber.GetWaitObject(); grabber.Calls(EOperation::Frame) < 300 && wait.Wait(10000);) {
             caller.Take(9, true);
+        }
         caller.Stop();
         const auto [begun, lost, good, lying, failed, canceled] = grabber.Account();
         EXPECT_THAT(begun, testing::AllOf(302u, lost + good + 1));

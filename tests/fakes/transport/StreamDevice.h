@@ -1,14 +1,15 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
+
+#include "NullTransport.h"
+#include "ScriptedStreamGrabber.h"
+#include "fakes/plugins/FakeDevice.h"
 
 #include <atomic>
 #include <map>
 #include <mutex>
 #include <thread>
 #include <utility>
-
-#include "NullTransport.h"
-#include "ScriptedStreamGrabber.h"
-#include "fakes/plugins/FakeDevice.h"
 
 namespace Fakes {
 
@@ -20,18 +21,21 @@ public:
 
     /// The camera is physically gone: the removal callbacks are called once, on a thread of their own.
     void Remove() {
-        if (m_isRemoved.exchange(true))
+        if (m_isRemoved.exchange(true)) {
             return;
+        }
         OnRemove();
-        if (!m_tellsRemoval)
+        if (!m_tellsRemoval) {
             return;
+        }
         const std::lock_guard lock(m_lock);
         m_removal = std::thread([this] {
             std::unique_lock callbackLock(m_lock);
             const auto callbacks = m_callbacks;
             callbackLock.unlock();
-            for (const auto& callback : callbacks)
+            for (const auto& callback : callbacks) {
                 callback.second(this);
+            }
         });
     }
 
@@ -69,8 +73,9 @@ private:
         std::unique_lock lock(m_lock);
         std::thread removal = std::move(m_removal);
         lock.unlock();
-        if (removal.joinable())
+        if (removal.joinable()) {
             removal.join();
+        }
     }
     std::int64_t ReadRegister(int number) override {
         return number == PayloadSize ? m_values[Width] * m_values[Height]
@@ -119,14 +124,15 @@ public:
 
 private:
     void OnFeature(EFeature feature) override {
-        if (feature == Start)
+        if (feature == Start) {
             m_grabber.Acquire(static_cast<std::uint64_t>(Value(AcquisitionMode))); // SingleFrame: one
-        else if (feature == Stop)
+        } else if (feature == Stop) {
             m_grabber.StopAcquisition();
-        else if (feature == Trigger)
+        } else if (feature == Trigger) {
             m_grabber.Deliver();
-        else
+        } else {
             m_grabber.SetSize(static_cast<std::int32_t>(Value(Width)), static_cast<std::int32_t>(Value(Height)));
+        }
     }
     void OnRemove() override { m_grabber.Remove(); }
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <Base/GCException.h>
 #include <Base/GCString.h>
 
@@ -9,7 +10,7 @@ using GenICam::gcstring;
 
 namespace {
 
-const std::string WithZero("a\0b", 3);
+const std::string kWithZero("a\0b", 3);
 
 TEST(GCStringTest, NullTextIsTheEmptyText) {
     const char* const null = nullptr;
@@ -24,9 +25,9 @@ TEST(GCStringTest, NullTextIsTheEmptyText) {
 }
 
 TEST(GCStringTest, ZeroBytesInsideSurvive) {
-    const gcstring text(WithZero.data(), WithZero.size());
-    const gcstring copy = text + gcstring(WithZero);
-    EXPECT_EQ(copy.view(), WithZero + WithZero);
+    const gcstring text(kWithZero.data(), kWithZero.size());
+    const gcstring copy = text + gcstring(kWithZero);
+    EXPECT_EQ(copy.view(), kWithZero + kWithZero);
     EXPECT_NE(text, "a") << "comparing with a plain text looks behind the zero, too";
     EXPECT_GT(text, gcstring("a"));
     EXPECT_LT(gcstring("z").compare("\xC3\xA4"), 0) << "bytes count as unsigned";

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <Base/GCSynch.h>
 
 #include <gtest/gtest.h>
@@ -57,16 +58,19 @@ TEST(CGlobalLockTest, KeepsOutAllOthersOfItsNameUntilItsHolderGivesItBackOrEnds)
     EXPECT_FALSE(lock.TryLock());
     rival.Unlock();
     const pid_t child = fork();
-    if (child == 0)
+    if (child == 0) {
         _exit((new CGlobalLock(name))->TryLock() ? 0 : 1); // it is never given back
+    }
     int status = -1;
     ASSERT_EQ(waitpid(child, &status, 0), child);
     EXPECT_EQ(status, 0) << "another process gets it as well";
     EXPECT_TRUE(lock.Lock(10000)) << "its holder is gone";
-    for (const auto& bad : {gcstring(), gcstring(300, 'x')})
+    for (const auto& bad : {gcstring(), gcstring(300, 'x')}) {
         EXPECT_FALSE(CGlobalLock(bad).IsValid() || CGlobalLock(bad).Lock(0));
-    for (const char* end : {"", "x"})
+    }
+    for (const char* end : {"", "x"}) {
         EXPECT_EQ(unlink(("/dev/shm/genicam-zelmo%20test%2F" + std::to_string(getpid()) + end).c_str()), 0);
+    }
 }
 
 } // namespace

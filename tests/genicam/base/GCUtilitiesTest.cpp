@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <Base/GCTypes.h>
 #include <Base/GCUtilities.h>
 #include <fakes/TempFolder.h>
@@ -58,8 +59,9 @@ TEST(EnvironmentTest, ReplacingAMissingVariableRaisesAndLeavesTheTextAlone) {
 
 TEST(UrlTest, EveryByteSurvivesCodingThereAndBack) {
     std::string all;
-    for (int byte = 0; byte < 256; ++byte)
+    for (int byte = 0; byte < 256; ++byte) {
         all += static_cast<char>(byte);
+    }
     EXPECT_EQ(UrlDecode(UrlEncode(gcstring(all))), gcstring(all));
     EXPECT_EQ(UrlDecode("%zz%4a%2"), "%zzJ%2") << "broken codes stand as they are";
     EXPECT_EQ(UrlEncode("file:///a b%\xC3\xA4.xml"), "file:///a%20b%25%C3%A4.xml");
@@ -90,8 +92,9 @@ TEST(TokenizeTest, LeavesOutEmptyPartsAndReplacesTheList) {
 TEST(FilesTest, PatternFindsFilesButNoFolders) {
     const Fakes::TempFolder folder;
     const std::string base = folder.Path().string() + "/";
-    for (const char* name : {"b.xml", "a.xml", "c.txt"})
+    for (const char* name : {"b.xml", "a.xml", "c.txt"}) {
         std::ofstream(base + name) << name;
+    }
     std::filesystem::create_directory(base + "d.xml");
 
     gcstring_vector files{"old"};

@@ -1,9 +1,9 @@
-#include <gmock/gmock.h>
-
-#include <Log/CLog.h>
-
+// SPDX-License-Identifier: Apache-2.0
 #include "fakes/LogRecorder.h"
 #include "genicam/genapi/MapFixture.h"
+#include <Log/CLog.h>
+
+#include <gmock/gmock.h>
 
 // What may be done with a node, of what that is made, and when it changes.
 
@@ -46,14 +46,16 @@ TEST_P(MixtureTest, LeavesWhatAllOfThemAllow) {
     EXPECT_EQ(Mode("Do"), mixture.expected);
     const bool readable = mixture.expected == RO || mixture.expected == RW;
     const bool writable = mixture.expected == WO || mixture.expected == RW;
-    if (!readable)
+    if (!readable) {
         EXPECT_THROW(Int("Feature").GetValue(), GenICam::AccessException);
-    else
+    } else {
         EXPECT_NO_THROW(Int("Feature").GetValue());
-    if (!writable)
+    }
+    if (!writable) {
         EXPECT_THROW(Int("Feature").SetValue(1), GenICam::AccessException);
-    else
+    } else {
         EXPECT_NO_THROW(Int("Feature").SetValue(1));
+    }
     EXPECT_EQ(Port.Writes, writable ? 1 : 0);
 }
 
@@ -139,8 +141,9 @@ TEST_F(AccessModeTest, WhatIsNotCachedIsAskedAtEachTime) {
     Port.Memory[0] = 0;
     EXPECT_FALSE(As<IValue>("Top").IsValueCacheValid()) << "a read would fail";
     const int reads = Port.Reads;
-    for (int i = 0; i < 3; ++i)
+    for (int i = 0; i < 3; ++i) {
         EXPECT_EQ(Mode("ByStored"), RW);
+    }
     EXPECT_EQ(Port.Reads, reads);
 }
 
@@ -274,11 +277,13 @@ TEST_F(AccessModeTest, RegistersWaitForTheirAddressAndLength) {
          Node("IntReg", "ByAddress", "<pAddress>Where</pAddress><Length>4</Length><pPort>Device</pPort>") +
          Node("IntReg", "ByIndex", "<pIndex>Where</pIndex><Length>4</Length><pPort>Device</pPort>") +
          Node("Register", "ByLength", "<Address>0</Address><pLength>Where</pLength><pPort>Device</pPort>"));
-    for (const char* name : {"ByAddress", "ByIndex", "ByLength"})
+    for (const char* name : {"ByAddress", "ByIndex", "ByLength"}) {
         EXPECT_EQ(Mode(name), RO) << name;
+    }
     Int("There").SetValue(0);
-    for (const char* name : {"ByAddress", "ByIndex", "ByLength"})
+    for (const char* name : {"ByAddress", "ByIndex", "ByLength"}) {
         EXPECT_EQ(Mode(name), NA) << name;
+    }
     Port.Mode = NI;
     Port.InvalidateNode();
     EXPECT_EQ(Mode("ByAddress"), NI);

@@ -1,7 +1,8 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "genicam/genapi/MapFixture.h"
+
 #include <ctime>
 #include <thread>
-
-#include "genicam/genapi/MapFixture.h"
 
 // Chunks of every layout that has trailers, by one description; each chunk holds a number of 4 bytes, little endian.
 
@@ -48,8 +49,9 @@ protected:
     }
     std::string Shown() {
         std::string shown;
-        for (const char* name : {"A", "A2", "B", "C", "D", "E"})
+        for (const char* name : {"A", "A2", "B", "C", "D", "E"}) {
             shown += (IsReadable(Map->GetNode(name)) ? Text(name) : "-") + " ";
+        }
         return shown;
     }
     /// What the nodes show with a buffer; "!" in front if it is refused.
@@ -78,8 +80,9 @@ TEST_P(ChunkAdapterTest, ShowsTheChunksOfTheAttachedBuffer) {
     EXPECT_EQ(Int("Size").GetValue(), 4);
     EXPECT_EQ(Int("Place").GetValue(), reinterpret_cast<intptr_t>(&Five[2 * One.size()]));
     Bytes moved = Five;
-    for (const auto& [address, size] : {std::pair(int64_t(1), int64_t(4)), {-1, 1}, {5, 0}, {0, -1}, {INT64_MAX, 4}})
+    for (const auto& [address, size] : {std::pair(int64_t(1), int64_t(4)), {-1, 1}, {5, 0}, {0, -1}, {INT64_MAX, 4}}) {
         EXPECT_THROW(As<IPort>("BPort").Read(&moved[0], address, size), GenICam::RuntimeException) << address;
+    }
     Adapter->UpdateBuffer(moved.data());
     EXPECT_EQ(Int("Place").GetValue(), reinterpret_cast<intptr_t>(&moved[2 * One.size()]));
     Int("A").SetValue(10);
@@ -96,18 +99,22 @@ TEST_P(ChunkAdapterTest, ShowsTheChunksOfTheAttachedBuffer) {
 
 TEST_P(ChunkAdapterTest, BrokenBuffersChangeNothing) {
     std::vector<Bytes> broken = {Bytes(1), Bytes(8), Bytes(64), Bytes(24, 0xFF)};
-    for (size_t size = 1; size < Other.size(); ++size)
-        if (size % One.size() != 0 && (GetParam() != 'D' || size % One.size() != 4)) // a checksum may follow
+    for (size_t size = 1; size < Other.size(); ++size) {
+        if (size % One.size() != 0 && (GetParam() != 'D' || size % One.size() != 4)) { // a checksum may follow
             broken.emplace_back(Other.data(), Other.data() + size);
+        }
+    }
     for (size_t i = 0; i < 4 * 4; ++i) { // the first chunk's length lies in each of its bytes
         broken.push_back(Other);
         broken.back()[One.size() - (GetParam() == 'D' ? 8 : 4) + i % 4] ^= "\x01\x7F\x80\xFF"[i / 4];
     }
     With(Five);
-    for (Bytes& bytes : broken)
+    for (Bytes& bytes : broken) {
         EXPECT_EQ(With(bytes), "! 5 5 6 - 8 - ");
-    for (const int64_t length : {int64_t(0), int64_t(-1), INT64_MIN})
+    }
+    for (const int64_t length : {int64_t(0), int64_t(-1), INT64_MIN}) {
         EXPECT_EQ(With(Other.data(), length), "! 5 5 6 - 8 - ");
+    }
     EXPECT_EQ(With(nullptr, 64), "! 5 5 6 - 8 - ");
     EXPECT_THROW(Adapter->UpdateBuffer(nullptr), GenICam::RuntimeException);
     EXPECT_EQ(With(Other), "1 1 3 2 - - ");
@@ -138,8 +145,9 @@ TEST_P(ChunkAdapterTest, CallbacksFireOnceAndOutsideOfTheLock) {
         CLock& lock = Map->GetLock();
         const bool isFree = lock.TryLock();
         fired += isFree ? "free," : "held,";
-        if (isFree)
+        if (isFree) {
             lock.Unlock();
+        }
     };
     Register(Map->GetNode("Sum"), [&](INode* sum) { fired += IsReadable(sum) ? Text("Sum") + " " : "- "; });
     Register(
@@ -180,8 +188,9 @@ TEST(ChunkListTest, ListedChunksAreCheckedAgainstTheBuffer) {
     SingleChunkDataStr_t named[] = {{"00112233445566778899aabbccddeeff", 4, 4}, {"a1!", 0, 4}};
     adapter.AttachBuffer(bytes.data(), 8, named, 1);
     SingleChunkData_t lies[] = {{0xA1, 4, 5}, {0xA1, -1, 1}, {0xA1, 9, 0}, {0xA1, 0, SIZE_MAX}};
-    for (SingleChunkData_t& lie : lies)
+    for (SingleChunkData_t& lie : lies) {
         EXPECT_THROW(adapter.AttachBuffer(bytes.data(), 8, &lie, 1), GenICam::RuntimeException) << lie.ChunkOffset;
+    }
     EXPECT_THROW(adapter.AttachBuffer(bytes.data(), named, -1), GenICam::RuntimeException);
     EXPECT_THROW(adapter.AttachBuffer(bytes.data(), named, 2), GenICam::InvalidArgumentException);
     EXPECT_THROW(adapter.AttachBuffer(bytes.data(), 8), GenICam::LogicalErrorException);
@@ -190,9 +199,10 @@ TEST(ChunkListTest, ListedChunksAreCheckedAgainstTheBuffer) {
 
 TEST(ChunkListTest, ManyPortsAndChunksAreServedInOneWalk) {
     std::string nodes = Node("Port", "P0", "<ChunkID>1</ChunkID>");
-    for (int i = 1; i < 20000; ++i)
+    for (int i = 1; i < 20000; ++i) {
         nodes += Node("Port", tests::Numbered("P", i),
                       "<ChunkID>1</ChunkID><pInvalidator>" + tests::Numbered("P", i - 1) + "</pInvalidator>");
+    }
     const tests::MapPtr map = tests::MakeMap(nodes);
     uint8_t byte = 1;
     const std::clock_t start = std::clock();

@@ -1,10 +1,10 @@
-#include <atomic>
-#include <thread>
-
+// SPDX-License-Identifier: Apache-2.0
+#include "genicam/genapi/MapFixture.h"
 #include <GenApi/ChunkAdapterGEV.h>
 #include <GenApi/EventAdapterGeneric.h>
 
-#include "genicam/genapi/MapFixture.h"
+#include <atomic>
+#include <thread>
 
 // Many threads at one node map; meant to run under the thread sanitizer as well.
 
@@ -33,26 +33,29 @@ protected:
     /// Runs each of these @p rounds times in a thread of its own, all at once.
     static void RunTogether(int rounds, const std::vector<std::function<void(int)>>& bodies) {
         std::vector<std::thread> threads;
-        for (const auto& body : bodies)
+        for (const auto& body : bodies) {
             threads.emplace_back([rounds, &body] {
-                for (int i = 0; i < rounds; ++i)
+                for (int i = 0; i < rounds; ++i) {
                     body(i);
+                }
             });
-        for (std::thread& thread : threads)
+        }
+        for (std::thread& thread : threads) {
             thread.join();
+        }
     }
 };
 
-constexpr int rounds = 2000;
+constexpr int kRounds = 2000;
 
 TEST_F(ConcurrencyTest, AccessModesAreReadWhileALockIsWritten) {
     std::atomic<int> odd = 0;
-    RunTogether(rounds, {[&](int i) { Int("Lock").SetValue(i % 2); },
-                         [&](int) {
-                             const EAccessMode mode = Mode("Above");
-                             odd += mode != RW && mode != RO;
-                         },
-                         [&](int) { odd += !IsReadable(Map->GetNode("Double")); }});
+    RunTogether(kRounds, {[&](int i) { Int("Lock").SetValue(i % 2); },
+                          [&](int) {
+                              const EAccessMode mode = Mode("Above");
+                              odd += mode != RW && mode != RO;
+                          },
+                          [&](int) { odd += !IsReadable(Map->GetNode("Double")); }});
     EXPECT_EQ(odd, 0);
 }
 
@@ -66,10 +69,10 @@ TEST_F(ConcurrencyTest, ReadersSeeOneValueAtATime) {
         const AutoLock lock(Map->GetLock());
         torn += Int("Double").GetValue() != 2 * Int("Above").GetValue();
     };
-    RunTogether(rounds, {[&](int i) { Int("Above").SetValue(i); }, [&](int i) { Int("X").SetValue(i * 3); }, readBoth,
-                         readBoth});
+    RunTogether(kRounds, {[&](int i) { Int("Above").SetValue(i); }, [&](int i) { Int("X").SetValue(i * 3); }, readBoth,
+                          readBoth});
     EXPECT_EQ(torn, 0);
-    EXPECT_EQ(calls, 2 * rounds);
+    EXPECT_EQ(calls, 2 * kRounds);
 }
 
 TEST_F(ConcurrencyTest, CallbacksComeAndGoWhileTheyFire) {
@@ -81,8 +84,8 @@ TEST_F(ConcurrencyTest, CallbacksComeAndGoWhileTheyFire) {
         Deregister(inside);
         Deregister(outside);
     };
-    RunTogether(rounds, {[&](int i) { Int("Above").SetValue(i); }, registerBriefly, registerBriefly,
-                         [&](int) { Map->InvalidateNodes(); }, [&](int) { Map->Poll(1); }});
+    RunTogether(kRounds, {[&](int i) { Int("Above").SetValue(i); }, registerBriefly, registerBriefly,
+                          [&](int) { Map->InvalidateNodes(); }, [&](int) { Map->Poll(1); }});
     const int after = calls;
     Int("Above").SetValue(1);
     EXPECT_EQ(calls, after) << "no registration was left behind";
@@ -97,8 +100,9 @@ TEST_F(ConcurrencyTest, ChunksAndEventsComeWhileOthersWriteReadPollAndRegister) 
     const auto look = [&](INode*) {
         const AutoLock lock(Map->GetLock());
         ++calls;
-        for (const char* name : {"Chunk", "Event", "Sum"})
+        for (const char* name : {"Chunk", "Event", "Sum"}) {
             torn += IsReadable(Map->GetNode(name)) && Int(name).GetValue() % 0x01010101 != 0;
+        }
         torn += IsReadable(Map->GetNode("Chunk")) && Int("Chunk").GetValue() != Int("Same").GetValue();
     };
     Register(Map->GetNode("Sum"), look, cbPostInsideLock);
@@ -110,11 +114,11 @@ TEST_F(ConcurrencyTest, ChunksAndEventsComeWhileOthersWriteReadPollAndRegister) 
         const std::vector<uint8_t> message(4, static_cast<uint8_t>(i % 50));
         events.DeliverMessage(message.data(), 4, uint64_t(0x9001));
     };
-    RunTogether(rounds / 4,
+    RunTogether(kRounds / 4,
                 {attach, deliver, [&](int i) { Int("X").SetValue(i % 50 * 0x01010101); }, [&](int) { look(nullptr); },
                  [&](int) { Deregister(Register(Map->GetNode("Event"), look)); }, [&](int) { Map->Poll(1); }});
     EXPECT_EQ(torn, 0);
-    EXPECT_GE(calls, 3 * 2 * (rounds / 4));
+    EXPECT_GE(calls, 3 * 2 * (kRounds / 4));
 }
 
 TEST_F(ConcurrencyTest, MapsOfOneFactoryAreMadeAndUsedAtOnce) {

@@ -1,13 +1,14 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "genicam/genapi/CommaLocale.h"
+#include "genicam/genapi/MapFixture.h"
+
+#include <gmock/gmock.h>
+
 #include <cmath>
 #include <future>
 #include <mutex>
 #include <thread>
 #include <utility>
-
-#include <gmock/gmock.h>
-
-#include "genicam/genapi/CommaLocale.h"
-#include "genicam/genapi/MapFixture.h"
 
 // What those who build on node maps rely on.
 
@@ -21,11 +22,11 @@ using tests::Value;
 
 class ConformanceTest : public tests::MapTest {};
 
-const std::string modeEnumeration = R"(<Enumeration Name="Mode"><EnumEntry Name="Off"><Value>0</Value></EnumEntry>
+const std::string kModeEnumeration = R"(<Enumeration Name="Mode"><EnumEntry Name="Off"><Value>0</Value></EnumEntry>
     <EnumEntry Name="On"><Value>7</Value></EnumEntry><Value>0</Value></Enumeration>)";
 
 TEST_F(ConformanceTest, NodesAreFoundByNameAndTheLockIsOneRecursiveLock) {
-    Load(modeEnumeration);
+    Load(kModeEnumeration);
     EXPECT_EQ(Map->GetNode("mode"), nullptr);
     EXPECT_EQ(Map->GetNode(""), nullptr);
     CLock& lock = Map->GetLock();
@@ -94,8 +95,9 @@ TEST_F(ConformanceTest, APortNodeCanBeThePortOfAnotherMapUnlessTheyGoInACircle) 
     dynamic_cast<IInteger&>(*upper->GetNode("R")).SetValue(7);
     EXPECT_EQ(Port.Memory[0], 7);
     EXPECT_EQ(Int("R").GetValue(), 7) << "the lower map keeps its device";
-    for (INodeMap* map : {Map.get(), upper.get()})
+    for (INodeMap* map : {Map.get(), upper.get()}) {
         EXPECT_THROW(Map->Connect(dynamic_cast<IPort*>(map->GetNode("Device"))), GenICam::InvalidArgumentException);
+    }
     EXPECT_EQ(Int("R").GetValue(), 7);
 }
 
@@ -239,9 +241,10 @@ TEST_F(ConformanceTest, AFloatLeadsToItsOtherForms) {
 }
 
 TEST_F(ConformanceTest, TextsOfEveryTypeCanBeWrittenBackUnderACommaLocale) {
-    if (!tests::UseCommaLocale())
+    if (!tests::UseCommaLocale()) {
         GTEST_SKIP() << "this machine has no locale with a decimal comma and cannot make one";
-    Load(modeEnumeration + Value("Plain", -5) + Value("Hex", 0xAB, "<Representation>HexNumber</Representation>") +
+    }
+    Load(kModeEnumeration + Value("Plain", -5) + Value("Hex", 0xAB, "<Representation>HexNumber</Representation>") +
          Value("Ip", 0x7F000001, "<Representation>IPV4Address</Representation>") +
          Value("Mac", 0x112233, "<Representation>MACAddress</Representation>") +
          Node("Float", "Float", "<Value>2.5</Value>") + Node("Boolean", "Boolean", "<Value>1</Value>") +

@@ -1,12 +1,13 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "fakes/TempFolder.h"
+#include "genicam/genapi/MapFixture.h"
+
+#include <gmock/gmock.h>
+
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
-
-#include <gmock/gmock.h>
-
-#include "fakes/TempFolder.h"
-#include "genicam/genapi/MapFixture.h"
 
 // Descriptions merged, taken apart, written and fetched.
 namespace {
@@ -50,13 +51,13 @@ std::string Entry(const char* name) {
     return "<EnumEntry Name=\"" + std::string(name) + "\"><Value>1</Value></EnumEntry>";
 }
 
-const std::string structure = "<StructReg Comment=\"s\">" + Place(8, 4) +
-                              "<IntSwissKnife><Formula>1</Formula></IntSwissKnife><StructEntry Name=\"F\"><Bit>3</Bit>"
-                              "</StructEntry><StructEntry Name=\"G\"><Bit>4</Bit></StructEntry></StructReg>";
+const std::string kStructure = "<StructReg Comment=\"s\">" + Place(8, 4) +
+                               "<IntSwissKnife><Formula>1</Formula></IntSwissKnife><StructEntry Name=\"F\"><Bit>3</Bit>"
+                               "</StructEntry><StructEntry Name=\"G\"><Bit>4</Bit></StructEntry></StructReg>";
 
 TEST(WriteXmlTest, WhatIsWrittenLoadsToTheSameNodes) {
     std::vector<CNodeMapFactory> factories = {FactoryOf(
-        structure + Node("Port", "Device", "<ChunkID>0a</ChunkID>") +
+        kStructure + Node("Port", "Device", "<ChunkID>0a</ChunkID>") +
         Node("String", "S", "<ToolTip>a \"b\" &lt;&amp;]]&gt; \xC3\xA9</ToolTip><Value> x\r\n\t&#13;y </Value>") +
         "<Float Name=\"N\" NameSpace=\"Standard\" MergePriority=\"1\"><pIndex>F</pIndex><ValueIndexed Index=\"-1\">"
         "1e-300</ValueIndexed><ValueDefault>0.1</ValueDefault><Max>INF</Max><pAlias>Gone</pAlias></Float>" +
@@ -64,18 +65,22 @@ TEST(WriteXmlTest, WhatIsWrittenLoadsToTheSameNodes) {
         "</ConfRom>" +
         Entry("Old") + Node("Enumeration", "E", "<pEnumEntry>Old</pEnumEntry>" + Entry("A") + "<Value>1</Value>"))};
     const char* const folder = std::getenv("ZELMO_TEST_DESCRIPTIONS");
-    if (folder)
-        for (const auto& entry : std::filesystem::directory_iterator(folder))
-            if (entry.path().extension() == ".xml")
+    if (folder) {
+        for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+            if (entry.path().extension() == ".xml") {
                 factories.emplace_back(ContentType_Xml, entry.path().c_str());
+            }
+        }
+    }
     for (CNodeMapFactory& factory : factories) {
         const gcstring xml = factory.ToXml();
         EXPECT_EQ(Told(factory), Told(CNodeMapFactory(xml))) << factory.ToString();
         EXPECT_TRUE(CNodeMapFactory(xml).ToXml() == xml) << factory.ToString();
     }
     EXPECT_THAT(Told(factories[0]), HasSubstr("|Name=K@|p1212Parser=Rom@|Key=3@"));
-    if (!folder)
+    if (!folder) {
         GTEST_SKIP() << "ZELMO_TEST_DESCRIPTIONS names no folder with descriptions: only our own was written";
+    }
 }
 
 TEST(MergeTest, PriorityDecidesWhichNodeStaysAndCategoriesAreUnited) {
@@ -85,7 +90,7 @@ TEST(MergeTest, PriorityDecidesWhichNodeStaysAndCategoriesAreUnited) {
     };
     CNodeMapFactory target = FactoryOf(Node("Category", "Root", "<pFeature>Same</pFeature><pFeature>Over</pFeature>") +
                                        ranked("Over", 0, 1) + ranked("Under", 0, 1) + ranked("Same", 0, 1) +
-                                       Node("Enumeration", "E", Entry("Mine") + "<Value>1</Value>") + structure +
+                                       Node("Enumeration", "E", Entry("Mine") + "<Value>1</Value>") + kStructure +
                                        Node("Integer", "Abroad", "<pValue>Fresh</pValue>"));
     CNodeMapFactory injection = FactoryOf(
         ranked("Over", 1, 2) + ranked("Under", -1, 2) + ranked("Same", 0, 2) + ranked("G", 1, 2) +
@@ -103,8 +108,9 @@ TEST(MergeTest, PriorityDecidesWhichNodeStaysAndCategoriesAreUnited) {
     for (const char* line : {"pFeature=Same\tOver\tFresh@", "Over 21|Name=Over@|MergePriority=1@|Value=2@",
                              "Under 20|Name=Under@|MergePriority=0@|Value=1@", "Abroad 20|Name=Abroad@|pValue=Fresh@",
                              "Same 21|Name=Same@|MergePriority=0@|Value=1@", "G 20|Name=G@|MergePriority=1@|Value=2@",
-                             "EnumEntry_E_Mine", "IntSwissKnife=_IntSwissKnife_1@|Bit=3@"})
+                             "EnumEntry_E_Mine", "IntSwissKnife=_IntSwissKnife_1@|Bit=3@"}) {
         EXPECT_THAT(told, HasSubstr(line));
+    }
     EXPECT_THAT(told, testing::Not(HasSubstr("Theirs")));
     CNodeMapRef ref;
     EXPECT_THAT(
@@ -118,12 +124,13 @@ TEST(MergeTest, PriorityDecidesWhichNodeStaysAndCategoriesAreUnited) {
 TEST(ExtractTest, WhatCanBeReachedStays) {
     CNodeMapFactory factory =
         FactoryOf(Node("Category", "Root", "<pFeature>Sub</pFeature><pFeature>Other</pFeature>") + Value("Other") +
-                  Node("Category", "Sub", "<pFeature>I</pFeature>") + structure + Node("Port", "Device", "") +
+                  Node("Category", "Sub", "<pFeature>I</pFeature>") + kStructure + Node("Port", "Device", "") +
                   Node("Integer", "I", "<pValue>G</pValue><pMin>EnumEntry_E_A</pMin>") +
                   Node("Enumeration", "E", Entry("A") + "<Value>1</Value>"));
     CNodeMapFactory part = factory.ExtractSubtree("Sub", true);
-    for (const char* line : {"Root 81|", "\nG 20|", "\nDevice 110|", "\nI 21|", "\nE 90|", "\nEnumEntry_E_A 100|"})
+    for (const char* line : {"Root 81|", "\nG 20|", "\nDevice 110|", "\nI 21|", "\nE 90|", "\nEnumEntry_E_A 100|"}) {
         EXPECT_THAT(Told(part), HasSubstr(line));
+    }
     EXPECT_EQ(part.GetNodeStatistics().NumNodes, 8u);
     EXPECT_EQ(Told(part), Told(CNodeMapFactory(part.ToXml())));
     EXPECT_THROW(factory.ExtractSubtree("Nowhere"), GenICam::InvalidArgumentException);
@@ -132,10 +139,12 @@ TEST(ExtractTest, WhatCanBeReachedStays) {
 TEST(DescriptionUrlTest, BytesComeThroughThePortOrFromTheFile) {
     const CDescriptionUrl parts("LOCAL:///a b.xml;0xFF;0X1?SchemaVersion=1.1.0");
     EXPECT_TRUE(parts.GetFileName() == "a b.xml" && parts.GetSchemaVersion() == "1.1.0" && parts.GetAddress() == 255);
-    for (const std::string bad : {"Local:a;0;0", "Local:a;0;4000001", "Local:a;7FFFFFFFFFFFFFFF;10", "Local:a;1G;10",
-                                  "Local:a;FFFFFFFFFFFFFFFFF;1", "Local:a;10", "File:", "File:a%00.xml", "ftp://a", ""})
+    for (const std::string bad :
+         {"Local:a;0;0", "Local:a;0;4000001", "Local:a;7FFFFFFFFFFFFFFF;10", "Local:a;1G;10",
+          "Local:a;FFFFFFFFFFFFFFFFF;1", "Local:a;10", "File:", "File:a%00.xml", "ftp://a", ""}) {
         EXPECT_THAT([&bad] { CDescriptionUrl url(bad.c_str()); },
                     testing::ThrowsMessage<GenICam::InvalidArgumentException>(HasSubstr("'" + bad + "'")));
+    }
     const std::string text = Description(Value("I") + "<!--" + std::string(200000, 'x') + "-->");
     tests::MemoryPort port;
     port.Memory.assign(32, 0xEE);
@@ -149,9 +158,11 @@ TEST(DescriptionUrlTest, BytesComeThroughThePortOrFromTheFile) {
     std::ofstream(folder.Path() / "a b.xml") << text;
     setenv("ZELMO_TEST_HERE", folder.Path().c_str(), 1);
     EXPECT_EQ(CDescriptionUrl("file://$(ZELMO_TEST_HERE)/a%20b.xml?SchemaVersion=1.0.0").Fetch(), text.c_str());
-    for (const std::string url : {"https://a.org/a.xml", "Local:a.xml;0;1", "File:///nowhere.xml", "File:$(NO_SUCH)/a"})
+    for (const std::string url :
+         {"https://a.org/a.xml", "Local:a.xml;0;1", "File:///nowhere.xml", "File:$(NO_SUCH)/a"}) {
         EXPECT_THAT([&url] { CDescriptionUrl(url.c_str()).Fetch(); },
                     testing::ThrowsMessage<GenICam::RuntimeException>(HasSubstr("'" + url + "'")));
+    }
 }
 
 } // namespace

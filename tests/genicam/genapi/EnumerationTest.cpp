@@ -1,6 +1,7 @@
-#include <gmock/gmock.h>
-
+// SPDX-License-Identifier: Apache-2.0
 #include "genicam/genapi/MapFixture.h"
+
+#include <gmock/gmock.h>
 
 // Enumerations with their entries, and commands: values that mean something.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "MapFixture.h"
 
 #include <algorithm>
@@ -11,8 +12,9 @@ using tests::Node;
 
 std::string Choice(const char* name, const std::vector<const char*>& entries) {
     std::string text;
-    for (size_t value = 0; value < entries.size(); ++value)
+    for (size_t value = 0; value < entries.size(); ++value) {
         text += Node("EnumEntry", entries[value], "<Value>" + std::to_string(value) + "</Value>");
+    }
     return Node("Enumeration", name, text + "<Value>0</Value>");
 }
 
@@ -32,18 +34,21 @@ protected:
     }
     void Write(const void* pBuffer, int64_t Address, int64_t Length) override {
         MemoryPort::Write(pBuffer, Address, Length);
-        if (std::exchange(Memory[0], uint8_t{0}) == 0)
+        if (std::exchange(Memory[0], uint8_t{0}) == 0) {
             return;
+        }
         const char operation = Text("FileOperationSelector")[0];
         const auto offset = static_cast<size_t>(Int("FileAccessOffset").GetValue());
         const size_t count = std::min(MostBytes, static_cast<size_t>(Int("FileAccessLength").GetValue()));
         std::string& file = Files[Text("FileSelector")];
         const bool fails = operation == FailAt;
         Opened += operation == 'O' ? 1 : operation == 'C' ? -1 : 0;
-        if (operation == 'W' && !fails)
+        if (operation == 'W' && !fails) {
             file.replace(offset, count, reinterpret_cast<const char*>(&Memory[64]), count);
-        if (operation == 'R' && !fails)
+        }
+        if (operation == 'R' && !fails) {
             file.copy(reinterpret_cast<char*>(&Memory[64]), count, offset);
+        }
         file.resize(operation == 'D' ? 0 : file.size());
         As<IEnumeration>("FileOperationStatus").SetIntValue(fails);
         Int("FileOperationResult") = fails ? -7 : static_cast<int64_t>(count);
@@ -81,7 +86,7 @@ TEST_F(FilestreamTest, WhatIsWrittenArrivesWholeInBlocksThatTheDeviceMayCutShort
 }
 
 TEST_F(FilestreamTest, FailuresSetBadbitAndRaiseTheResultWhereAskedFor) {
-    for (const std::string operation : {"Open", "Write", "Close", "Read"})
+    for (const std::string operation : {"Open", "Write", "Close", "Read"}) {
         for (const auto raised : {std::ios::goodbit, std::ios::badbit}) {
             FailAt = operation[0];
             ODevFileStream output;
@@ -101,6 +106,7 @@ TEST_F(FilestreamTest, FailuresSetBadbitAndRaiseTheResultWhereAskedFor) {
                                                   : operation + " of file 'A' failed: FileOperationStatus is "
                                                                 "'Failure', FileOperationResult is -7");
         }
+    }
     FailAt = ' ';
     MostBytes = 0;
     EXPECT_THROW(Adapter.write("x", 0, 1, "A"), GenICam::RuntimeException) << "it would never end";

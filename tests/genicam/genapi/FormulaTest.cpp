@@ -1,4 +1,8 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "genicam/genapi/formula/Formula.h"
+#include <Base/GCException.h>
+
+#include <gmock/gmock.h>
 
 #include <algorithm>
 #include <cmath>
@@ -11,17 +15,13 @@
 #include <thread>
 #include <vector>
 
-#include <gmock/gmock.h>
-
-#include <Base/GCException.h>
-
 namespace {
 
 using namespace GenApi;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-constexpr std::int64_t int64Min = std::numeric_limits<std::int64_t>::min();
+constexpr std::int64_t kInt64Min = std::numeric_limits<std::int64_t>::min();
 
 // Variables get their slots in the order in which they are declared.
 struct CScope final : IFormulaScope {
@@ -90,14 +90,16 @@ class FormulaVectorTest : public testing::TestWithParam<Vector> {};
 
 TEST_P(FormulaVectorTest, GivesItsValueOnEachMachine) {
     const Vector& vector = GetParam();
-    if (vector.AsInt)
+    if (vector.AsInt) {
         EXPECT_EQ(Int(vector.Text), *vector.AsInt);
-    else
+    } else {
         EXPECT_THROW(Int(vector.Text), GenICam::GenericException);
-    if (vector.AsFloat)
+    }
+    if (vector.AsFloat) {
         EXPECT_NEAR(Float(vector.Text), *vector.AsFloat, 1e-12 * std::max(1.0, std::fabs(*vector.AsFloat)));
-    else
+    } else {
         EXPECT_THROW(Float(vector.Text), GenICam::GenericException);
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -142,7 +144,7 @@ INSTANTIATE_TEST_SUITE_P(Numbers, FormulaVectorTest,
                          testing::Values(FloatOnly("1.5", 1.5), FloatOnly(".5", 0.5), FloatOnly("1e-3", 0.001),
                                          Both("1.5E+3", 1500), Both("2.", 2), Both("12 / 4.0", 3),
                                          Vector{"0xFFFFFFFFFFFFFFFF", -1, 18446744073709551615.0},
-                                         Vector{"9223372036854775808", int64Min, 9223372036854775808.0},
+                                         Vector{"9223372036854775808", kInt64Min, 9223372036854775808.0},
                                          Vector{"18446744073709551616", std::nullopt, 18446744073709551616.0},
                                          Vector{"~1e30", std::nullopt, std::nullopt},
                                          Vector{"1e308*10", std::nullopt, std::nullopt}));
@@ -150,13 +152,13 @@ INSTANTIATE_TEST_SUITE_P(Numbers, FormulaVectorTest,
 TEST(FormulaTest, IntegersWrapAroundInTwosComplement) {
     CScope scope;
     scope.Constant("MAX", "9223372036854775807").Constant("MIN", "-9223372036854775808");
-    EXPECT_EQ(Int("MAX+1", scope), int64Min);
+    EXPECT_EQ(Int("MAX+1", scope), kInt64Min);
     EXPECT_EQ(Int("MIN-1", scope), std::numeric_limits<std::int64_t>::max());
     EXPECT_EQ(Int("MAX*2", scope), -2);
-    EXPECT_EQ(Int("MIN/-1", scope), int64Min);
+    EXPECT_EQ(Int("MIN/-1", scope), kInt64Min);
     EXPECT_EQ(Int("MIN%-1", scope), 0);
-    EXPECT_EQ(Int("NEG(MIN)", scope), int64Min);
-    EXPECT_EQ(Int("ABS(MIN)", scope), int64Min);
+    EXPECT_EQ(Int("NEG(MIN)", scope), kInt64Min);
+    EXPECT_EQ(Int("ABS(MIN)", scope), kInt64Min);
     EXPECT_EQ(Int("3**41", scope), -420491770248316829);
 }
 
@@ -273,8 +275,9 @@ TEST(HostileFormulaTest, ZeroBytesEndNothing) {
 
 std::string Repeat(std::string_view text, std::size_t count) {
     std::string result;
-    for (; count > 0; --count)
+    for (; count > 0; --count) {
         result += text;
+    }
     return result;
 }
 
@@ -290,8 +293,9 @@ TEST(HostileFormulaTest, ChainsAreNotNesting) {
     CScope scope;
     scope.Variable("X", 4999);
     std::string cases;
-    for (int i = 0; i < 5000; ++i)
+    for (int i = 0; i < 5000; ++i) {
         cases += "X=" + std::to_string(i) + "?" + std::to_string(i * 2) + ":";
+    }
     EXPECT_EQ(Int(cases + "0", scope), 9998);
     EXPECT_EQ(Int(Repeat("X-", 30000) + "0", scope), 4999 - 29999 * 4999LL);
     EXPECT_EQ(Int(Repeat("-", 60000) + "X", scope), 4999);
@@ -321,13 +325,16 @@ TEST(FormulaTest, ManyThreadsEvaluateOneFormula) {
     const CFloatFormula formula("X*X + (X > 50 ? 1 : 0)", scope);
     std::vector<std::thread> threads;
     std::vector<double> sums(4);
-    for (double& sum : sums)
+    for (double& sum : sums) {
         threads.emplace_back([&] {
-            for (double x = 0; x < 1000; ++x)
+            for (double x = 0; x < 1000; ++x) {
                 sum += formula.Evaluate(std::span<const double>(&x, 1));
+            }
         });
-    for (std::thread& thread : threads)
+    }
+    for (std::thread& thread : threads) {
         thread.join();
+    }
     EXPECT_THAT(sums, testing::Each(332833500.0 + 949));
 }
 

@@ -1,9 +1,9 @@
-#include <gmock/gmock.h>
-
-#include <Log/CLog.h>
-
+// SPDX-License-Identifier: Apache-2.0
 #include "fakes/LogRecorder.h"
 #include "genicam/genapi/MapFixture.h"
+#include <Log/CLog.h>
+
+#include <gmock/gmock.h>
 
 // Descriptions, devices and ports that do what no decent one does: the map ends with an exception at worst.
 
@@ -26,13 +26,15 @@ class RestlessPort : public tests::MemoryPort {
 public:
     void Read(void* bytes, int64_t address, int64_t length) override {
         MemoryPort::Read(bytes, address, length);
-        if (OnRead)
+        if (OnRead) {
             OnRead();
+        }
     }
     void Write(const void* bytes, int64_t address, int64_t length) override {
         Lengths.push_back(length);
-        if (OnWrite)
+        if (OnWrite) {
             OnWrite();
+        }
         MemoryPort::Write(bytes, address, length);
     }
     std::function<void()> OnRead, OnWrite;
@@ -83,12 +85,13 @@ TEST_F(HostileTest, LongFormulasAndListsCountAsSteps) {
          {Node("IntSwissKnife", "Knife0", "<pVariable Name=\"X\">Live</pVariable><Formula>" + formula + "</Formula>"),
           Node("Integer", "Knife0", "<pIndex>Live</pIndex>" + values + "<ValueDefault>0</ValueDefault>")}) {
         std::string nodes = Node("IntReg", "Live", Place(0, 4, "<Cachable>NoCache</Cachable>")) + bottom;
-        for (int i = 1; i < 60; ++i)
+        for (int i = 1; i < 60; ++i) {
             nodes +=
                 Above("Side" + std::to_string(i), Numbered("Knife", i - 1)) +
                 Node("IntSwissKnife", Numbered("Knife", i),
                      "<pVariable Name=\"A\">" + Numbered("Knife", i - 1) + "</pVariable><pVariable Name=\"B\">Side" +
                          std::to_string(i) + "</pVariable><Formula>A + B</Formula>");
+        }
         Load(nodes);
         Port.Reads = 0;
         EXPECT_THAT(Failure([&] { Int("Knife59").GetValue(); }), HasSubstr("steps"));
@@ -98,27 +101,31 @@ TEST_F(HostileTest, LongFormulasAndListsCountAsSteps) {
 
 TEST_F(HostileTest, ChainsEndBeforeTheStackDoes) {
     std::string nodes = Value("N0", 5);
-    for (int i = 1; i < 1200; ++i)
+    for (int i = 1; i < 1200; ++i) {
         nodes += Node("Converter", Numbered("N", i),
                       "<pVariable Name=\"V\">N0</pVariable><FormulaTo>FROM + V - 5</FormulaTo>"
                       "<FormulaFrom>TO + V - 5</FormulaFrom><pValue>" +
                           Numbered("N", i - 1) + "</pValue>");
+    }
     Load(nodes);
     EXPECT_EQ(Float("N300").GetValue(), 5.0);
     Float("N300").SetValue(5.0);
     for (const auto& call : std::vector<std::function<void()>>{
              [this] { Float("N1199").GetValue(); }, [this] { Float("N1199").SetValue(1, false); },
-             [this] { Float("N1199").GetMax(); }, [this] { Float("N1199").GetUnit(); }})
+             [this] { Float("N1199").GetMax(); }, [this] { Float("N1199").GetUnit(); }}) {
         EXPECT_THAT(Failure(call), HasSubstr("more than 1000 levels deep"));
+    }
 }
 
 TEST(HostileLoadTest, StructuresOfManyEntriesAndElementsAreRefusedInTime) {
     for (const char* element : {"<Address>0</Address>", "<pInvalidator>Device</pInvalidator>"}) {
         std::string structure = "<StructReg Comment=\"s\">" + Place(0, 4);
-        for (int i = 0; i < 100000; ++i)
+        for (int i = 0; i < 100000; ++i) {
             structure += element;
-        for (int i = 0; i < 100000; ++i)
+        }
+        for (int i = 0; i < 100000; ++i) {
             structure += "<StructEntry Name=\"F" + std::to_string(i) + "\"><Bit>0</Bit></StructEntry>";
+        }
         try {
             tests::MakeMap(structure + "</StructReg>" + Node("Port", "Device", ""));
             FAIL() << "loaded";
@@ -131,8 +138,9 @@ TEST(HostileLoadTest, StructuresOfManyEntriesAndElementsAreRefusedInTime) {
 TEST_F(HostileTest, WarningsOfOneFileAreLimited) {
     const Fakes::LogRecorder log("GenApi");
     std::string features;
-    for (int i = 0; i < 5000; ++i)
+    for (int i = 0; i < 5000; ++i) {
         features += "<pFeature>Gone</pFeature>";
+    }
     Load(Node("Category", "Root", features));
     EXPECT_EQ(log.Count("GenApi", GenICam::LogPriority_Warn, "which does not exist"), 100u);
     EXPECT_EQ(log.Count("GenApi", GenICam::LogPriority_Warn, "4900 more references"), 1u);
@@ -140,8 +148,9 @@ TEST_F(HostileTest, WarningsOfOneFileAreLimited) {
 
 TEST_F(HostileTest, AFormulaOfTooManyNamesOrParenthesesIsBroken) {
     std::string names;
-    for (int i = 0; i < 5000; ++i)
+    for (int i = 0; i < 5000; ++i) {
         names += "<Constant Name=\"" + Numbered("C", i) + "\">1</Constant>";
+    }
     Load(Node("IntSwissKnife", "K", names + "<Formula>C1</Formula>") +
          Node("IntSwissKnife", "P", "<Formula>" + std::string(1000000, '(') + "</Formula>"));
     EXPECT_THAT(Failure([this] { Int("K").GetValue(); }), HasSubstr("5000 names"));
@@ -206,11 +215,12 @@ TEST_F(HostileTest, AllNodesInvalidatedByAPortBelongToTheChangeThatGoesOn) {
     Map->Connect(&Restless);
     bool isWriting = false;
     int calls = 0, early = 0;
-    for (const char* name : {"A", "Other"})
+    for (const char* name : {"A", "Other"}) {
         Register(Map->GetNode(name), [&](INode*) {
             ++calls;
             early += isWriting;
         });
+    }
     Restless.OnWrite = [&] {
         isWriting = true;
         Map->InvalidateNodes();
@@ -228,8 +238,9 @@ TEST_F(HostileTest, CallbacksThatEndEachOtherWithTheMapEndOnce) {
         void operator()(ECallbackType) const override {}
         void Destroy() override {
             ++destroyed;
-            if (other)
+            if (other) {
                 m_pNode->DeregisterCallback(reinterpret_cast<CallbackHandleType>(other));
+            }
         }
         CNodeCallback* other = nullptr;
         int destroyed = 0;
@@ -241,8 +252,9 @@ TEST_F(HostileTest, CallbacksThatEndEachOtherWithTheMapEndOnce) {
         Map->GetNode("A")->RegisterCallback(&callbacks[i]);
     }
     Map.reset();
-    for (const Ending& callback : callbacks)
+    for (const Ending& callback : callbacks) {
         EXPECT_EQ(callback.destroyed, 1);
+    }
 }
 
 } // namespace

@@ -1,11 +1,12 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "genicam/genapi/MapFixture.h"
+
+#include <gmock/gmock.h>
+
 #include <algorithm>
 #include <random>
 #include <set>
 #include <tuple>
-
-#include <gmock/gmock.h>
-
-#include "genicam/genapi/MapFixture.h"
 
 // What a change makes void: all that depends on it, and nothing else.
 
@@ -33,20 +34,23 @@ protected:
     std::multiset<std::string> FiredBy(const std::vector<std::string>& names, const std::function<void()>& change) {
         std::multiset<std::string> fired;
         std::vector<CallbackHandleType> handles;
-        for (const std::string& name : names)
+        for (const std::string& name : names) {
             handles.push_back(GenApi::Register(Map->GetNode(name.c_str()),
                                                [&fired](INode* node) { fired.insert(node->GetName().c_str()); }));
+        }
         change();
-        for (const CallbackHandleType handle : handles)
+        for (const CallbackHandleType handle : handles) {
             Deregister(handle);
+        }
         return fired;
     }
     std::set<std::string> Related(const char* name, ELinkType type) {
         NodeList_t nodes;
         Map->GetNode(name)->GetChildren(nodes, type);
         std::set<std::string> names;
-        for (INode* node : nodes)
+        for (INode* node : nodes) {
             EXPECT_TRUE(names.insert(node->GetName().c_str()).second) << "listed twice";
+        }
         return names;
     }
     int ReadsOf(const char* name) {
@@ -93,10 +97,12 @@ TEST_F(InvalidationTest, AWriteReachesWhatDependsOnItsTerminalNodesAndNoFurther)
 TEST_F(InvalidationTest, TheDeviceIsReadAgainForWhatIsVoidOnly) {
     Load(Register("R", 0) + Register("Other", 8) + Register("Follower", 16, "<pInvalidator>A</pInvalidator>") +
          Above("A", "R") + Above("B", "Other") + Above("C", "Follower"));
-    for (const char* name : {"A", "B", "C"})
+    for (const char* name : {"A", "B", "C"}) {
         EXPECT_EQ(ReadsOf(name), 1) << name;
-    for (const char* name : {"A", "B", "C"})
+    }
+    for (const char* name : {"A", "B", "C"}) {
         EXPECT_EQ(ReadsOf(name), 0) << name;
+    }
     Int("A").SetValue(4);
     EXPECT_EQ(ReadsOf("A"), 0) << "what was written is known";
     EXPECT_EQ(ReadsOf("B"), 0);
@@ -105,8 +111,9 @@ TEST_F(InvalidationTest, TheDeviceIsReadAgainForWhatIsVoidOnly) {
     EXPECT_EQ(ReadsOf("A"), 0);
     EXPECT_EQ(ReadsOf("B"), 1);
     Port.InvalidateNode();
-    for (const char* name : {"A", "B", "C"})
+    for (const char* name : {"A", "B", "C"}) {
         EXPECT_EQ(ReadsOf(name), 1) << name;
+    }
 }
 
 struct CachingCase {
@@ -182,8 +189,9 @@ class BusyPort : public tests::MemoryPort {
 public:
     void Write(const void* bytes, int64_t address, int64_t length) override {
         MemoryPort::Write(bytes, address, length);
-        if (OnWrite)
+        if (OnWrite) {
             OnWrite();
+        }
     }
     std::function<void()> OnWrite;
 };
@@ -229,8 +237,9 @@ TEST_F(InvalidationTest, AFailureOnTheWayLeavesNothingThatWasAssumed) {
     Map->Connect(&busy);
     Int("Both").SetValue(1);
     busy.OnWrite = [&] {
-        if (busy.Writes == 4)
+        if (busy.Writes == 4) {
             throw RUNTIME_EXCEPTION("The second register refused");
+        }
     };
     EXPECT_THAT(FiredBy({"Both", "First", "Second"},
                         [this] { EXPECT_THROW(Int("Both").SetValue(2), GenICam::RuntimeException); }),
@@ -373,8 +382,9 @@ TEST_F(InvalidationTest, NothingIsEverStale) {
     for (int round = 0; round < 400; ++round) {
         const int target = any(2) == 0 ? any(leaves) : any(leaves + knives);
         const int leaf = written[static_cast<size_t>(target)];
-        if (leaf < 0)
+        if (leaf < 0) {
             continue;
+        }
         values[static_cast<size_t>(leaf)] = 100 * any(30);
         Int(Numbered("N", target).c_str()).SetValue(values[static_cast<size_t>(leaf)], false);
         for (int look = 0; look < 10; ++look) {

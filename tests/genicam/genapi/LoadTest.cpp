@@ -1,3 +1,12 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "fakes/LogRecorder.h"
+#include "fakes/TempFolder.h"
+#include "genicam/genapi/MapFixture.h"
+#include <Log/CLog.h>
+
+#include <gmock/gmock.h>
+#include <zip.h>
+
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
@@ -5,16 +14,6 @@
 #include <fstream>
 #include <iterator>
 #include <set>
-
-#include <gmock/gmock.h>
-
-#include <Log/CLog.h>
-
-#include <zip.h>
-
-#include "fakes/LogRecorder.h"
-#include "fakes/TempFolder.h"
-#include "genicam/genapi/MapFixture.h"
 
 // Descriptions on their way into a node map: what is taken, what is refused, and what the refusal says.
 
@@ -54,7 +53,7 @@ void PrintTo(const BrokenFile& file, std::ostream* stream) {
     *stream << file.name;
 }
 
-const BrokenFile brokenFiles[] = {
+const BrokenFile kBrokenFiles[] = {
     {"empty", {"line 1"}},
     {"not_xml", {"line 1"}},
     {"truncated", {"line 3"}},
@@ -111,21 +110,24 @@ TEST_P(BrokenFileTest, IsRefusedWithPlaceNodeAndProperty) {
     } catch (const GenICam::RuntimeException& failure) {
         EXPECT_THAT(failure.GetDescription(),
                     HasSubstr("In file '" + path + "': Cannot load the camera description: "));
-        for (const char* part : GetParam().told)
+        for (const char* part : GetParam().told) {
             EXPECT_THAT(failure.GetDescription(), HasSubstr(part));
+        }
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Corpus, BrokenFileTest, testing::ValuesIn(brokenFiles),
+INSTANTIATE_TEST_SUITE_P(Corpus, BrokenFileTest, testing::ValuesIn(kBrokenFiles),
                          [](const auto& each) { return std::string(each.param.name); });
 
 TEST(BrokenCorpusTest, EachFileHasItsCase) {
     std::set<std::string> known;
-    for (const BrokenFile& file : brokenFiles)
+    for (const BrokenFile& file : kBrokenFiles) {
         known.insert(std::string(file.name) + ".xml");
+    }
     std::set<std::string> found;
-    for (const auto& entry : std::filesystem::directory_iterator(BAD_DESCRIPTIONS))
+    for (const auto& entry : std::filesystem::directory_iterator(BAD_DESCRIPTIONS)) {
         found.insert(entry.path().filename().string());
+    }
     EXPECT_EQ(found, known);
 }
 
@@ -137,8 +139,9 @@ TEST(BrokenCorpusTest, DamageNeverDoesMoreThanFail) {
                     "</Enumeration><StructReg Comment=\"s\">" +
                     Place(8, 4) + "<StructEntry Name=\"F\"><Bit>3</Bit></StructEntry></StructReg>");
     std::size_t refused = 0;
-    for (std::size_t end = 0; end < whole.size(); end += 3)
+    for (std::size_t end = 0; end < whole.size(); end += 3) {
         refused += FailureOf(whole.substr(0, end)) != "loaded";
+    }
     EXPECT_EQ(refused, (whole.size() + 2) / 3);
     refused = 0;
     for (std::size_t at = 0; at < whole.size(); ++at) {
@@ -161,8 +164,9 @@ protected:
         NodeList_t nodes;
         Map->GetNodes(nodes);
         std::string names;
-        for (INode* node : nodes)
+        for (INode* node : nodes) {
             names += std::string(node->GetName()) + " ";
+        }
         return names;
     }
 };
@@ -180,8 +184,9 @@ TEST_F(LoadTest, NodesStandInTheOrderOfTheFileWhateverGroupsThem) {
 
 TEST_F(LoadTest, GroupsNestAsDeepAsTheyLike) {
     std::string nodes = Node("Integer", "Deep", "<Value>7</Value>");
-    for (int depth = 0; depth < 20000; ++depth)
+    for (int depth = 0; depth < 20000; ++depth) {
         nodes = "<Group>" + nodes + "</Group>";
+    }
     Load(nodes);
     EXPECT_EQ(Int("Deep").GetValue(), 7);
 }
@@ -250,13 +255,15 @@ TEST_F(LoadTest, WhatMayNotStandInANodeIsToldAndIgnored) {
          {"'Length' of Integer 'I' may not", "'pPort' of Integer 'I' may not",
           "'Value' of Integer 'I' stands there a second time", "attribute 'Colour' of Boolean 'B'",
           "attribute 'Weight' of Boolean 'B'", "'Min' of Boolean 'B' may not", "'Index' of Boolean 'B' is not known",
-          "'Name' of Boolean", "'Offset' of IntReg", "'pOffset' of IntReg"})
+          "'Name' of Boolean", "'Offset' of IntReg", "'pOffset' of IntReg"}) {
         EXPECT_EQ(Warnings(log, told), 1u) << told;
+    }
     EXPECT_EQ(Warnings(log, ""), 10u);
-    for (const char* element : {"<pVariable>I</pVariable>", "<Constant>1</Constant>", "<Expression>1</Expression>"})
+    for (const char* element : {"<pVariable>I</pVariable>", "<Constant>1</Constant>", "<Expression>1</Expression>"}) {
         EXPECT_THAT(FailureOf(Description(Node("SwissKnife", "S", element + std::string("<Formula>1</Formula>")))),
                     HasSubstr("node 'S', property '" + std::string(element, 1, std::strcspn(element, ">") - 1) +
                               "': attribute 'Name' is missing"));
+    }
 }
 
 TEST_F(LoadTest, ReferencesForShowAreDroppedWithAWarningIfTheyLeadNowhere) {
@@ -272,8 +279,9 @@ TEST_F(LoadTest, ReferencesForShowAreDroppedWithAWarningIfTheyLeadNowhere) {
     EXPECT_EQ(Map->GetNode("I")->GetAlias(), nullptr);
     EXPECT_FALSE(As<ISelector>("I").IsSelector());
     EXPECT_NO_THROW(Int("I").SetValue(2)) << "nor is there an error node to ask";
-    for (const char* property : {"'pFeature'", "'pAlias'", "'pInvalidator'", "'pError'", "'pSelected'"})
+    for (const char* property : {"'pFeature'", "'pAlias'", "'pInvalidator'", "'pError'", "'pSelected'"}) {
         EXPECT_EQ(Warnings(log, property), 1u) << property;
+    }
 }
 
 TEST_F(LoadTest, KindsOfOtherBusesAreThereButNotImplemented) {
@@ -281,8 +289,9 @@ TEST_F(LoadTest, KindsOfOtherBusesAreThereButNotImplemented) {
          "<TextDesc Name=\"Vendor\">0x81</TextDesc><IntKey Name=\"Id\">3</IntKey></ConfRom>" +
          Node("SmartFeature", "Smart", "<FeatureID>{1}</FeatureID><pPort>Device</pPort>") +
          Node("Integer", "Above", "<pValue>Id</pValue>"));
-    for (const char* name : {"Rom", "Vendor", "Id", "Smart", "Above"})
+    for (const char* name : {"Rom", "Vendor", "Id", "Smart", "Above"}) {
         EXPECT_EQ(Mode(name), NI) << name;
+    }
     EXPECT_THROW(Int("Above").GetValue(), GenICam::AccessException);
     EXPECT_THROW(Int("Smart").SetValue(1, false), GenICam::AccessException);
     EXPECT_THROW(As<IRegister>("Rom").GetLength(), GenICam::AccessException);
@@ -312,8 +321,9 @@ TEST(EncodingTest, TextsOfOtherEncodingsAreTaken) {
     std::string utf16be = "\xFE\xFF";
     for (const char16_t unit : u"<RegisterDescription><String Name=\"S\"><Value>\u00E9\U0001F600</Value></String>"
                                u"</RegisterDescription>") {
-        if (unit == 0)
+        if (unit == 0) {
             break;
+        }
         utf16le += {static_cast<char>(unit & 0xFF), static_cast<char>(unit >> 8)};
         utf16be += {static_cast<char>(unit >> 8), static_cast<char>(unit & 0xFF)};
     }
@@ -344,8 +354,9 @@ std::string Zipped(const std::vector<std::pair<std::string, std::string>>& entri
     const Fakes::TempFolder folder;
     const std::filesystem::path path = folder.Path() / "description.zip";
     zip_t* archive = zip_open(path.c_str(), ZIP_CREATE | ZIP_TRUNCATE, nullptr);
-    for (const auto& [name, text] : entries)
+    for (const auto& [name, text] : entries) {
         zip_file_add(archive, name.c_str(), zip_source_buffer(archive, text.data(), text.size(), 0), ZIP_FL_OVERWRITE);
+    }
     EXPECT_EQ(zip_close(archive), 0);
     return FileText(path);
 }
@@ -360,8 +371,9 @@ TEST(ZipTest, TheOnlyDescriptionIsTakenWhateverTheCallerCallsIt) {
     }
     EXPECT_EQ(MapOf(Zipped({{"folder/", ""}, {"folder/description", text}}))->GetNumNodes(), 1u)
         << "folders do not count";
-    for (const char padding : {'\0', '\xFF'})
+    for (const char padding : {'\0', '\xFF'}) {
         EXPECT_EQ(MapOf(archive + std::string(200000, padding))->GetNumNodes(), 1u) << "device memory is longer";
+    }
     EXPECT_EQ(MapOf(Zipped({{"description", text}}))->GetNumNodes(), 1u) << "the only entry, without a telling name";
 }
 
@@ -371,11 +383,13 @@ TEST(ZipTest, BrokenArchivesAndBombsAreRefused) {
     flipped[45] = static_cast<char>(flipped[45] ^ 0x55);
     EXPECT_NE(FailureOf(flipped), "loaded");
     std::string noise(65u << 20, ' ');
-    for (std::size_t at = 0; at < noise.size(); at += 64)
+    for (std::size_t at = 0; at < noise.size(); at += 64) {
         noise[at] = static_cast<char>('a' + at * 2654435761u / 64 % 26);
+    }
     std::vector<std::pair<std::string, std::string>> many;
-    for (int i = 0; i < 65; ++i)
+    for (int i = 0; i < 65; ++i) {
         many.emplace_back(tests::Numbered("e", i), "");
+    }
     const std::vector<std::pair<std::string, const char*>> cases = {
         {good.substr(0, good.size() / 2), ""},
         {"PK\x03\x04 and then nothing", ""},
@@ -386,9 +400,10 @@ TEST(ZipTest, BrokenArchivesAndBombsAreRefused) {
         {Zipped({{"a.xml/", ""}}), "no entry that is a description"},
         {std::string("PK\x05\x06", 4) + std::string(18, '\0'), "no entry that is a description"},
         {Zipped(many), "65 entries"}};
-    for (const auto& [archive, told] : cases)
+    for (const auto& [archive, told] : cases) {
         EXPECT_THAT(FailureOf(archive),
                     testing::AllOf(HasSubstr("Cannot unpack the camera description"), HasSubstr(told)));
+    }
 }
 
 TEST(FactoryTest, FilesThatCannotBeReadAreNamed) {
@@ -440,8 +455,9 @@ TEST(LimitsTest, NamesAndNumbersOfThingsAreLimited) {
                 HasSubstr("2000 characters"));
     EXPECT_THAT(FailureOf(std::string((64u << 20) + 1, ' ')), HasSubstr("67108865 bytes"));
     std::string tags;
-    while (tags.size() < (60u << 20))
+    while (tags.size() < (60u << 20)) {
         tags += "<a/><a/><a/><a/><a/><a/><a/><a/><a/><a/><a/><a/><a/><a/><a/><a/>";
+    }
     std::replace(tags.begin(), tags.end(), '/', '<');
     EXPECT_THAT(FailureOf(tags), HasSubstr("tags"));
 }

@@ -1,4 +1,9 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
+
+#include <GenApi/GenApi.h>
+
+#include <gtest/gtest.h>
 
 #include <cstdint>
 #include <cstring>
@@ -6,10 +11,6 @@
 #include <memory>
 #include <string>
 #include <vector>
-
-#include <gtest/gtest.h>
-
-#include <GenApi/GenApi.h>
 
 namespace tests {
 
@@ -38,8 +39,9 @@ public:
 
 private:
     void FailOnDemand() const {
-        if (TimesOut)
+        if (TimesOut) {
             throw TIMEOUT_EXCEPTION("The device is asleep");
+        }
     }
 };
 
@@ -98,8 +100,9 @@ protected:
     template <class T>
     T& As(const char* name) {
         T* const node = dynamic_cast<T*>(Map->GetNode(name));
-        if (!node)
+        if (!node) {
             throw LOGICAL_ERROR_EXCEPTION("The test has no such node: %s", name);
+        }
         return *node;
     }
     GenApi::IInteger& Int(const char* name) { return As<GenApi::IInteger>(name); }

@@ -1,7 +1,8 @@
-#include <gmock/gmock.h>
-
+// SPDX-License-Identifier: Apache-2.0
 #include "fakes/LogRecorder.h"
 #include "genicam/genapi/MapFixture.h"
+
+#include <gmock/gmock.h>
 
 // What every node tells about itself, and ports as nodes.
 
@@ -17,8 +18,9 @@ protected:
     /// "value|attribute", or "none".
     std::string Property(const char* node, const char* name) {
         GenICam::gcstring value, attribute;
-        if (!Map->GetNode(node)->GetProperty(name, value, attribute))
+        if (!Map->GetNode(node)->GetProperty(name, value, attribute)) {
             return "none";
+        }
         return std::string(value) + "|" + std::string(attribute);
     }
 };
@@ -35,8 +37,9 @@ class KindTest : public NodeTest, public testing::WithParamInterface<Kind> {};
 TEST_P(KindTest, OffersTheInterfacesOfItsKind) {
     const Kind& kind = GetParam();
     std::string elements = kind.elements;
-    if (std::string(kind.type).find("Reg") != std::string::npos)
+    if (std::string(kind.type).find("Reg") != std::string::npos) {
         elements = Place(0, 4) + elements;
+    }
     Load(Node("Integer", "Other", "<Value>1</Value>") + Node(kind.type, "X", elements));
     INode& node = *Map->GetNode("X");
     EXPECT_EQ(Property("X", "Element"), std::string(kind.type) + "|");
@@ -148,8 +151,9 @@ TEST_F(NodeTest, PropertiesAreGivenAsTextWithTheirAttributes) {
     gcstring_vector names;
     Map->GetNode("R")->GetPropertyNames(names);
     std::vector<std::string> listed;
-    for (const auto& name : names)
+    for (const auto& name : names) {
         listed.push_back(name.c_str());
+    }
     EXPECT_THAT(listed, ElementsAre("Name", "Address", "pIndex", "Length", "pPort", "Endianess"));
 }
 
@@ -201,9 +205,11 @@ TEST_F(NodeTest, TheLogTellsWhatCallersReadAndWriteAndNoNodeBelow) {
     As<ICommand>("Go").Execute();
     EXPECT_THROW(Int("R").SetValue(256), GenICam::OutOfRangeException);
     std::vector<std::string> told;
-    for (const Fakes::LogLine& line : log.Lines())
-        if (!line.message.starts_with("Device: ")) // what the port passes on
+    for (const Fakes::LogLine& line : log.Lines()) {
+        if (!line.message.starts_with("Device: ")) { // what the port passes on
             told.push_back((line.priority == GenICam::LogPriority_Info ? "w " : "r ") + line.message);
+        }
+    }
     EXPECT_THAT(told, ElementsAre("w Top.SetValue(5)", "r Top.GetValue() = 5", "r B.GetValue() = false",
                                   "w Bytes.FromString(0x01ff)", "w F.FromString(0.1)", "w S.SetValue('ab')",
                                   "w Go.Execute(3)"));
@@ -215,8 +221,9 @@ TEST_F(NodeTest, TheLogTracesCallsAtDebug) {
     Int("I").GetMax();
     Int("I").SetValue(2);
     std::string told;
-    for (const Fakes::LogLine& line : log.Lines())
+    for (const Fakes::LogLine& line : log.Lines()) {
         told += line.category == "GenApi" ? line.message + " " : "";
+    }
     EXPECT_EQ(told, "I.GetMax done I.SetValue done ");
 }
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "CommaLocale.h"
 #include "MapFixture.h"
 
@@ -13,13 +14,13 @@ using namespace tests;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-const std::string guid = "# {05D8C294-F295-4dfb-9D01-096BD04049F4}\n";
-const std::string severalGuid = "# {4709CB3C-7322-4460-84C3-DA11DDA09939}\n";
-const std::string streamable = "<Streamable>Yes</Streamable>";
+const std::string kGuid = "# {05D8C294-F295-4dfb-9D01-096BD04049F4}\n";
+const std::string kSeveralGuid = "# {4709CB3C-7322-4460-84C3-DA11DDA09939}\n";
+const std::string kStreamable = "<Streamable>Yes</Streamable>";
 
 /// A register of four bytes at @p address, a further one for each number of the selectors.
 std::string Register(const std::string& name, int address, const std::string& rest) {
-    return Node("IntReg", name, streamable + Place(address, 4, rest + "<Endianess>LittleEndian</Endianess>"));
+    return Node("IntReg", name, kStreamable + Place(address, 4, rest + "<Endianess>LittleEndian</Endianess>"));
 }
 
 class PersistenceTest : public MapTest {
@@ -28,27 +29,29 @@ protected:
     void LoadMap(const std::string& features, const std::string& nodes) {
         std::istringstream words(features);
         std::string list;
-        for (std::string word; words >> word;)
+        for (std::string word; words >> word;) {
             list += "<pFeature>" + word + "</pFeature>";
+        }
         Load(Node("Category", "Root", list) + nodes);
     }
     std::string Walk(const char* feature) {
         CSelectorSet set(Map->GetNode(feature));
         std::string positions;
-        for (bool on = set.SetFirst(); on; on = set.SetNext())
+        for (bool on = set.SetFirst(); on; on = set.SetNext()) {
             positions += set.ToString() + ";";
+        }
         set.Restore();
         return positions;
     }
     static CFeatureBag Bag(const std::string& lines) {
         CFeatureBag bag;
-        std::istringstream(guid + lines) >> bag;
+        std::istringstream(kGuid + lines) >> bag;
         return bag;
     }
     std::string Stored() {
         CFeatureBag bag;
         bag.StoreToBag(Map.get());
-        return std::string(bag.ToString().view()).substr(guid.size());
+        return std::string(bag.ToString().view()).substr(kGuid.size());
     }
     std::vector<std::string> Errors(const std::string& lines, bool verify = true) {
         gcstring_vector errors;
@@ -58,26 +61,27 @@ protected:
     }
 };
 
-const std::string selectsF = "<pSelected>F</pSelected>";
-const std::string two = "<Min>0</Min><Max>1</Max>";
+const std::string kSelectsF = "<pSelected>F</pSelected>";
+const std::string kTwo = "<Min>0</Min><Max>1</Max>";
 
 std::string Entry(const std::string& name, int value, const std::string& rest = "") {
     return "<EnumEntry Name=\"" + name + "\">" + rest + "<Value>" + std::to_string(value) + "</Value></EnumEntry>";
 }
-const std::string entries =
+const std::string kEntries =
     Entry("A", 0) + Entry("B", 1, "<pIsAvailable>Off</pIsAvailable>") + Entry("C", 2) + Entry("Again", 2);
 
 TEST_F(PersistenceTest, SelectorsWalkTheirPositionsAndGoBackOrAreRefusedByName) {
     const std::vector<std::pair<std::string, const char*>> kinds{
         {Value("S"), ";"},
-        {Node("Enumeration", "S", entries + "<Value>2</Value>" + selectsF), "S=A;S=C;"},
-        {Value("S", 7, "<Min>-1</Min><Max>8</Max><Inc>4</Inc>" + selectsF), "S=-1;S=3;S=7;"},
-        {Value("S", 5, "<ValidValueSet>5;9</ValidValueSet>" + selectsF), "S=5;S=9;"},
-        {Node("Boolean", "S", "<Value>true</Value>" + selectsF), "S=0;S=1;"},
-        {Value("S", 1, two + "<ImposedAccessMode>RO</ImposedAccessMode>" + selectsF), "S=1;"},
-        {Value("S", 4, "<Min>4</Min><Max>4</Max>" + selectsF), "S=4;"},
-        {Node("Float", "S", "<Value>1</Value>" + selectsF), "S=1;"},
-        {Value("S", 1, two + "<pSelected>T</pSelected>") + Value("T", 0, two + "<pSelected>S</pSelected>" + selectsF),
+        {Node("Enumeration", "S", kEntries + "<Value>2</Value>" + kSelectsF), "S=A;S=C;"},
+        {Value("S", 7, "<Min>-1</Min><Max>8</Max><Inc>4</Inc>" + kSelectsF), "S=-1;S=3;S=7;"},
+        {Value("S", 5, "<ValidValueSet>5;9</ValidValueSet>" + kSelectsF), "S=5;S=9;"},
+        {Node("Boolean", "S", "<Value>true</Value>" + kSelectsF), "S=0;S=1;"},
+        {Value("S", 1, kTwo + "<ImposedAccessMode>RO</ImposedAccessMode>" + kSelectsF), "S=1;"},
+        {Value("S", 4, "<Min>4</Min><Max>4</Max>" + kSelectsF), "S=4;"},
+        {Node("Float", "S", "<Value>1</Value>" + kSelectsF), "S=1;"},
+        {Value("S", 1, kTwo + "<pSelected>T</pSelected>") +
+             Value("T", 0, kTwo + "<pSelected>S</pSelected>" + kSelectsF),
          "S=0,T=0;S=0,T=1;S=1,T=0;S=1,T=1;"}};
     for (const auto& [selector, positions] : kinds) {
         Load(Value("F") + selector + Value("Off"));
@@ -87,9 +91,10 @@ TEST_F(PersistenceTest, SelectorsWalkTheirPositionsAndGoBackOrAreRefusedByName) 
     }
     const std::string all = "<Min>-9223372036854775808</Min><Max>9223372036854775807</Max>";
     std::string chain;
-    for (int i = 0; i < 66; ++i)
+    for (int i = 0; i < 66; ++i) {
         chain += Value(Numbered("C", i), 0, i ? "<pSelected>" + Numbered("C", i - 1) + "</pSelected>" : "");
-    Load(Value("F") + Value("S", 3, all + selectsF) + chain);
+    }
+    Load(Value("F") + Value("S", 3, all + kSelectsF) + chain);
     EXPECT_THAT(Failure([&] { Walk("F"); }), HasSubstr("Selector 'S' has more than 65536 positions"));
     EXPECT_THAT(Failure([&] { Walk("C0"); }), HasSubstr("Feature 'C0' has more than 64 selectors"));
     EXPECT_THROW(CSelectorSet(nullptr), GenICam::InvalidArgumentException);
@@ -101,11 +106,12 @@ TEST_F(PersistenceTest, SelectedValuesAreStoredForEachPositionAndSelectorsLast) 
         "Bank Line Level",
         Above("Integer", "Bank", "BankReg", "<Min>0</Min><Max>1</Max><pSelected>Line</pSelected>") +
             Register("BankReg", 0, "") +
-            Above("Integer", "Line", "LineReg", streamable + "<Min>0</Min><Max>2</Max><pSelected>Level</pSelected>") +
+            Above("Integer", "Line", "LineReg", kStreamable + "<Min>0</Min><Max>2</Max><pSelected>Level</pSelected>") +
             Register("LineReg", 4, "<pIndex Offset=\"4\">Bank</pIndex>") +
             Register("Level", 16, "<pIndex Offset=\"12\">Bank</pIndex><pIndex Offset=\"4\">Line</pIndex>"));
-    for (uint8_t i = 16; i < 40; i += 4)
+    for (uint8_t i = 16; i < 40; i += 4) {
         Port.Memory[i] = i;
+    }
     Port.Memory[0] = Port.Memory[4] = 1;
     Port.Memory[8] = 2; // the line of bank 1
     auto before = Port.Memory;
@@ -117,8 +123,9 @@ TEST_F(PersistenceTest, SelectedValuesAreStoredForEachPositionAndSelectorsLast) 
     std::fill(Port.Memory.begin(), Port.Memory.end(), uint8_t{0});
     Map->InvalidateNodes();
     gcstring differences;
-    for (const CBagDifference& one : Bag(text).Compare(Map.get()))
+    for (const CBagDifference& one : Bag(text).Compare(Map.get())) {
         differences += one.Name + "[" + one.Selectors + "] " + one.InBag + "," + one.InNodeMap + one.Problem + "; ";
+    }
     EXPECT_EQ(differences,
               "Level[Bank=0,Line=0] 16,0; Level[Bank=0,Line=1] 20,0; Level[Bank=0,Line=2] 24,0; "
               "Level[Bank=1,Line=0] 28,0; Level[Bank=1,Line=1] 32,0; Level[Bank=1,Line=2] 36,0; Bank[] 1,0; ");
@@ -153,7 +160,7 @@ TEST_F(PersistenceTest, LinesThatDependOnLaterOnesAreTriedAgainAndVerifyTellsWha
             Node("IntSwissKnife", "Room", "<pVariable Name=\"O\">Offset</pVariable><Formula>10-O</Formula>") +
                 Node("Integer", "Width", "<Value>1</Value><pMax>Room</pMax>") + Value("Offset", 9) +
                 Register("Wide", 0, "") + Node("MaskedIntReg", "Low", Place(0, 4, lowBits)) +
-                Node("FloatReg", "Real", Place(8, 4)) + Above("Float", "Exact", "Real", streamable));
+                Node("FloatReg", "Real", Place(8, 4)) + Above("Float", "Exact", "Real", kStreamable));
     EXPECT_THAT(Errors("Low\t3\nWide\t0x10\nExact\t0.1\n"), ElementsAre("Low: It reads '0' instead of '3'."));
     EXPECT_THAT(Errors("Low\t3\nWide\t16\n", false), ElementsAre());
     EXPECT_EQ(Stored(), "Exact\t0.10000000149011612\n") << "what six digits would lose";
@@ -169,7 +176,7 @@ TEST_F(PersistenceTest, LinesThatDependOnLaterOnesAreTriedAgainAndVerifyTellsWha
                 HasSubstr("Nope: There is no such"));
     EXPECT_EQ(Text("Offset"), "3") << "raised when all is through";
     EXPECT_THROW(CFeatureBag().LoadFromBag(nullptr), GenICam::InvalidArgumentException);
-    LoadMap("A Odd", Register("A", 0, "") + Node("Float", "Odd", streamable + "<Value>NaN</Value>"));
+    LoadMap("A Odd", Register("A", 0, "") + Node("Float", "Odd", kStreamable + "<Value>NaN</Value>"));
     HalvingDevice device;
     Map->Connect(&device);
     EXPECT_THAT(Errors("A\t6\n"), ElementsAre("A: It reads '3' instead of '6'.")) << "not what the cache keeps";
@@ -180,15 +187,17 @@ TEST_F(PersistenceTest, StreamableFeaturesAreStoredAndTheDeviceIsToldOfBeginAndE
     const char* names[] = {"DeviceFeaturePersistenceStart", "DeviceFeaturePersistenceEnd",
                            "DeviceRegistersStreamingStart", "DeviceRegistersStreamingEnd"};
     std::string nodes = Register("R", 0, "<Cachable>NoCache</Cachable>") + Value("V", 0, "<Max>3</Max>") +
-                        Value("Hidden", 1, streamable) + Node("Category", "Root2", "<pFeature>B</pFeature>") +
-                        Value("RO", 1, streamable + "<ImposedAccessMode>RO</ImposedAccessMode>") +
-                        Value("B", 2, streamable);
-    for (const char* name : names)
-        nodes += Node("Command", name, streamable + "<Value>0</Value><CommandValue>1</CommandValue>");
+                        Value("Hidden", 1, kStreamable) + Node("Category", "Root2", "<pFeature>B</pFeature>") +
+                        Value("RO", 1, kStreamable + "<ImposedAccessMode>RO</ImposedAccessMode>") +
+                        Value("B", 2, kStreamable);
+    for (const char* name : names) {
+        nodes += Node("Command", name, kStreamable + "<Value>0</Value><CommandValue>1</CommandValue>");
+    }
     LoadMap("V RO DeviceRegistersStreamingEnd Root2 R", nodes);
     int told[4] = {};
-    for (int i = 0; i < 4; ++i)
+    for (int i = 0; i < 4; ++i) {
         Count(names[i], told[i]);
+    }
     EXPECT_EQ(Stored(), "R\t0\nB\t2\n") << "in the order of the file";
     EXPECT_THAT(Errors("V\t9\n"), ElementsAre()) << "the device checks the limits then";
     Port.TimesOut = true;
@@ -196,7 +205,7 @@ TEST_F(PersistenceTest, StreamableFeaturesAreStoredAndTheDeviceIsToldOfBeginAndE
     EXPECT_THAT(Errors("R\t1\n", false), ElementsAre("R: The device is asleep"));
     EXPECT_THAT(told, testing::Each(testing::Ge(2)));
     EXPECT_EQ(told[0], told[1]);
-    LoadMap("B", Value("B", 2, streamable) + Register("R", 0, "") +
+    LoadMap("B", Value("B", 2, kStreamable) + Register("R", 0, "") +
                      Above("Command", names[0], "R", "<CommandValue>1</CommandValue>"));
     gcstring_vector errors;
     CFeatureBag bag;
@@ -206,8 +215,8 @@ TEST_F(PersistenceTest, StreamableFeaturesAreStoredAndTheDeviceIsToldOfBeginAndE
 
 TEST_F(PersistenceTest, EveryTextComesBackAsItWasInAnyLocale) {
     UseCommaLocale();
-    LoadMap("Text Real", Node("String", "Text", streamable + "<Value></Value>") +
-                             Node("Float", "Real", streamable + "<Value>1234567.5</Value>"));
+    LoadMap("Text Real", Node("String", "Text", kStreamable + "<Value></Value>") +
+                             Node("Float", "Real", kStreamable + "<Value>1234567.5</Value>"));
     for (const std::string text :
          {"", " \tblanks and a tab\t ", "#escaped", "back\\nslash", "two\nlines\\n\r", "cr\r", "[x]", "\\"}) {
         As<IString>("Text").SetValue(gcstring(text.c_str()));
@@ -229,12 +238,13 @@ TEST_F(PersistenceTest, EveryTextComesBackAsItWasInAnyLocale) {
 struct SetDevice : MemoryPort {
     void Write(const void* pBuffer, int64_t Address, int64_t Length) override {
         const auto set = Memory.begin() + (Address % 8 ? 128 + 4 * Memory[36] : 64 + 4 * Memory[32]);
-        if (Address == 40 || Address == 44)
+        if (Address == 40 || Address == 44) {
             std::copy_n(set, 4, Memory.begin());
-        else if (Address == 48 || Address == 52)
+        } else if (Address == 48 || Address == 52) {
             std::copy_n(Memory.begin(), 4, set);
-        else
+        } else {
             MemoryPort::Write(pBuffer, Address, Length);
+        }
     }
 };
 
@@ -247,32 +257,33 @@ std::string SetCommand(const std::string& name, int address, const std::string& 
 TEST_F(PersistenceTest, SetsOfTheDeviceAreBaggedAndSavedAgain) {
     SetDevice device;
     LoadMap("A", Register("A", 0, "") + Register("User", 32, "") + Register("Seq", 36, "") + Value("Busy") +
-                     Value("NotOn", 1) + Value("Off", 1) + Above("Enumeration", "UserSetSelector", "User", entries) +
+                     Value("NotOn", 1) + Value("Off", 1) + Above("Enumeration", "UserSetSelector", "User", kEntries) +
                      Node("IntSwissKnife", "Fixed", "<pVariable Name=\"S\">User</pVariable><Formula>S=0</Formula>") +
                      SetCommand("UserSetLoad", 40, "Busy") + SetCommand("UserSetSave", 48, "Fixed") +
                      Above("Enumeration", "SequencerConfigurationMode", "NotOn", Entry("On", 0) + Entry("Off", 1)) +
-                     Above("Integer", "SequencerSetSelector", "Seq", two) +
+                     Above("Integer", "SequencerSetSelector", "Seq", kTwo) +
                      SetCommand("SequencerSetLoad", 44, "NotOn") + SetCommand("SequencerSetSave", 52, "NotOn"));
     Map->Connect(&device);
     const int values[][2] = {{0, 7}, {32, 2}, {36, 1}, {68, 11}, {72, 12}, {128, 20}, {132, 21}};
-    for (const auto& [address, value] : values)
+    for (const auto& [address, value] : values) {
         device.Memory.at(size_t(address)) = uint8_t(value);
+    }
     const auto before = device.Memory;
     const auto isAsBefore = [&] { return device.Memory == before && Text("SequencerConfigurationMode") == "Off"; };
     CFeatureBagger bagger, read;
     EXPECT_TRUE(bagger.Bag(Map.get(), true, true, true) == 5 && isAsBefore());
     std::stringstream stream;
     stream << bagger;
-    const std::string a = guid + "A\t", user = "\n[UserSetSelector=", sequencer = "\n[SequencerSetSelector=";
-    EXPECT_EQ(stream.str(), severalGuid + "[All]\n" + a + "7" + sequencer + "0]\n" + a + "20" + sequencer + "1]\n" + a +
-                                "21" + user + "B]\n" + a + "11" + user + "C]\n" + a + "12\n")
+    const std::string a = kGuid + "A\t", user = "\n[UserSetSelector=", sequencer = "\n[SequencerSetSelector=";
+    EXPECT_EQ(stream.str(), kSeveralGuid + "[All]\n" + a + "7" + sequencer + "0]\n" + a + "20" + sequencer + "1]\n" +
+                                a + "21" + user + "B]\n" + a + "11" + user + "C]\n" + a + "12\n")
         << "A cannot be saved";
     device.Memory[0] = 1;
     std::fill(device.Memory.begin() + 64, device.Memory.end(), uint8_t{0});
     Map->InvalidateNodes();
     stream >> read;
     EXPECT_TRUE(read.UnBag(Map.get()) && isAsBefore());
-    std::istringstream(severalGuid + user + "B]\n" + a + "5\nNope\t1\n[Odd]\n" + guid) >> read;
+    std::istringstream(kSeveralGuid + user + "B]\n" + a + "5\nNope\t1\n[Odd]\n" + kGuid) >> read;
     EXPECT_THAT(Failure([&] { read.UnBag(Map.get()); }),
                 HasSubstr("UserSetSelector=B: Nope: There is no such feature.; UserSetSelector=B: The set was not "
                           "saved.; Odd: The bag is neither"));
@@ -287,8 +298,8 @@ TEST_F(PersistenceTest, SetsOfTheDeviceAreBaggedAndSavedAgain) {
 TEST(BagTextTest, DamagedTextsAreRefusedByLineAndLeaveTheBagAsItWas) {
     CFeatureBag bag;
     CFeatureBagger bagger;
-    std::istringstream(guid + "A\t1\n") >> bag;
-    std::istringstream(guid + "A\t1\n") >> bagger;
+    std::istringstream(kGuid + "A\t1\n") >> bag;
+    std::istringstream(kGuid + "A\t1\n") >> bagger;
     const auto refuses = [](auto& target, const std::string& text, const char* message) {
         std::istringstream stream(text);
         EXPECT_THAT([&] { stream >> target; }, testing::ThrowsMessage<GenICam::RuntimeException>(HasSubstr(message)));
@@ -296,10 +307,10 @@ TEST(BagTextTest, DamagedTextsAreRefusedByLineAndLeaveTheBagAsItWas) {
     for (const auto& [text, message] : std::vector<std::pair<std::string, const char*>>{
              {"", "at its end"},
              {"Width\t1\n", "Line 1 of the feature bag, 'Width\t1', does not hold the identifier"},
-             {guid + "A\t1\nWi" + '\0', "Line 3 of the feature bag, 'Wi?', has no tab"},
-             {guid + "\t1\n", "Line 2 of the feature bag, '\t1', has no name"},
-             {guid + "[B]\n", "Line 2 begins another"},
-             {guid + "#escaped\nA\tx\\\n", "stands for nothing"}}) {
+             {kGuid + "A\t1\nWi" + '\0', "Line 3 of the feature bag, 'Wi?', has no tab"},
+             {kGuid + "\t1\n", "Line 2 of the feature bag, '\t1', has no name"},
+             {kGuid + "[B]\n", "Line 2 begins another"},
+             {kGuid + "#escaped\nA\tx\\\n", "stands for nothing"}}) {
         refuses(bag, text, message);
         refuses(bagger, text, message);
     }
@@ -309,10 +320,10 @@ TEST(BagTextTest, DamagedTextsAreRefusedByLineAndLeaveTheBagAsItWas) {
     std::istream fails(&broken);
     EXPECT_THAT([&] { fails >> bag; },
                 testing::ThrowsMessage<GenICam::RuntimeException>(HasSubstr("behind its line 0")));
-    refuses(bag, severalGuid + "[All]\n" + guid, "several feature bags");
-    refuses(bagger, severalGuid + "# remark\nA\t1\n", "Line 3 of the feature bag, 'A\t1', does not begin");
-    refuses(bagger, severalGuid + "[All]\n" + guid + "[B]\n", "at its end");
-    EXPECT_EQ(bag.ToString(), guid.c_str() + gcstring("A\t1\n"));
+    refuses(bag, kSeveralGuid + "[All]\n" + kGuid, "several feature bags");
+    refuses(bagger, kSeveralGuid + "# remark\nA\t1\n", "Line 3 of the feature bag, 'A\t1', does not begin");
+    refuses(bagger, kSeveralGuid + "[All]\n" + kGuid + "[B]\n", "at its end");
+    EXPECT_EQ(bag.ToString(), kGuid.c_str() + gcstring("A\t1\n"));
     EXPECT_TRUE(bagger.size() == 1 && bagger.at(0) == bag && bagger.at(0).GetBagName() == "All");
     EXPECT_THROW(bagger.at(1), GenICam::OutOfRangeException);
 }

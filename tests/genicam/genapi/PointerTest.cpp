@@ -1,12 +1,13 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <GenApi/GenApi.h>
+
+#include <gtest/gtest.h>
+
 #include <cstdint>
 #include <cstring>
 #include <functional>
 #include <string>
 #include <vector>
-
-#include <gtest/gtest.h>
-
-#include <GenApi/GenApi.h>
 
 namespace {
 
@@ -44,9 +45,11 @@ TEST(AccessModeTest, TwoModesLeaveWhatBothAllow) {
     const EAccessMode modes[] = {NI, NA, WO, RO, RW};
     const EAccessMode expected[5][5] = {
         {NI, NI, NI, NI, NI}, {NI, NA, NA, NA, NA}, {NI, NA, WO, NA, WO}, {NI, NA, NA, RO, RO}, {NI, NA, WO, RO, RW}};
-    for (int a = 0; a < 5; ++a)
-        for (int b = 0; b < 5; ++b)
+    for (int a = 0; a < 5; ++a) {
+        for (int b = 0; b < 5; ++b) {
             EXPECT_EQ(Combine(modes[a], modes[b]), expected[a][b]) << a << " with " << b;
+        }
+    }
     EXPECT_EQ(Combine(Beginner, Guru), Guru);
     EXPECT_EQ(Combine(WriteThrough, WriteAround), WriteAround);
     EXPECT_EQ(Combine(WriteAround, NoCache), NoCache);
@@ -73,11 +76,13 @@ TEST(StructPortTest, ReachesExactlyItsMemory) {
     port.Read(&width, 0x1000, 4);
     EXPECT_EQ(width, 640u);
     for (const std::int64_t address :
-         {std::int64_t{0xFFF}, std::int64_t{0x1005}, std::int64_t{0}, INT64_MIN, INT64_MAX})
+         {std::int64_t{0xFFF}, std::int64_t{0x1005}, std::int64_t{0}, INT64_MIN, INT64_MAX}) {
         EXPECT_THROW(port.Read(&width, address, 4), GenICam::OutOfRangeException) << address;
+    }
     const std::vector<std::int64_t> lengths = {-1, 9, INT64_MAX, INT64_MIN};
-    for (const std::int64_t length : lengths)
+    for (const std::int64_t length : lengths) {
         EXPECT_THROW(port.Read(&width, 0x1000, length), GenICam::OutOfRangeException) << length;
+    }
 }
 
 TEST(PortWriteListTest, CarriesOutCopiesOfTheWritesInOrderAndPassesOnWhatThePortRefuses) {

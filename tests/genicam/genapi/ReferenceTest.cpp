@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "MapFixture.h"
 
 #include <functional>
@@ -51,8 +52,9 @@ TEST_F(ReferenceTest, ForwardsToWhatItRefersToAndRaisesBefore) {
     uint8_t bytes[4] = {1, 2, 3, 4};
     FeatureList_t features;
     const auto modeOn = [&] {
-        for (const int index : {0, 1, 2})
+        for (const int index : {0, 1, 2}) {
             mode.SetEnumReference(index, index == 0 ? "Off" : index == 1 ? "On" : "Auto");
+        }
         mode = Mode_On;
     };
     const struct {

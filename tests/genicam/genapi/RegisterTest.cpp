@@ -1,12 +1,13 @@
-#include <cfloat>
-#include <limits>
-#include <numeric>
-
-#include <gmock/gmock.h>
-
+// SPDX-License-Identifier: Apache-2.0
 #include "fakes/LogRecorder.h"
 #include "genicam/genapi/MapFixture.h"
 #include "genicam/genapi/nodes/RawCache.h"
+
+#include <gmock/gmock.h>
+
+#include <cfloat>
+#include <limits>
+#include <numeric>
 
 // Registers: which bytes are read and written, and what number, text or bit field they are.
 
@@ -50,27 +51,27 @@ TEST_P(IntegerFormTest, IsReadAndWrittenInTheSameBytes) {
     EXPECT_EQ(Port.Memory[16 + bytes.size()], 0) << "nothing behind it is touched";
 }
 
-const char* const little = "<Endianess>LittleEndian</Endianess>";
-const char* const big = "<Endianess>BigEndian</Endianess>";
-const char* const littleSigned = "<Sign>Signed</Sign><Endianess>LittleEndian</Endianess>";
-const char* const bigSigned = "<Sign>Signed</Sign><Endianess>BigEndian</Endianess>";
+const char* const kLittle = "<Endianess>LittleEndian</Endianess>";
+const char* const kBig = "<Endianess>BigEndian</Endianess>";
+const char* const kLittleSigned = "<Sign>Signed</Sign><Endianess>LittleEndian</Endianess>";
+const char* const kBigSigned = "<Sign>Signed</Sign><Endianess>BigEndian</Endianess>";
 
 INSTANTIATE_TEST_SUITE_P(
     All, IntegerFormTest,
-    testing::Values(IntegerForm{1, little, {0xFF}, 255}, IntegerForm{1, littleSigned, {0xFF}, -1},
-                    IntegerForm{2, little, {0x34, 0x12}, 0x1234}, IntegerForm{2, big, {0x12, 0x34}, 0x1234},
-                    IntegerForm{3, bigSigned, {0xFF, 0xFF, 0xFE}, -2}, IntegerForm{3, "", {1, 2, 3}, 0x030201},
-                    IntegerForm{4, bigSigned, {0x80, 0, 0, 0}, INT32_MIN},
-                    IntegerForm{4, little, {0, 0, 0, 0x80}, 0x80000000},
-                    IntegerForm{7, big, {1, 0, 0, 0, 0, 0, 2}, 0x01000000000002},
-                    IntegerForm{8, little, {1, 0, 0, 0, 0, 0, 0, 0x80}, INT64_MIN + 1},
-                    IntegerForm{8, bigSigned, {0x7F, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF}, INT64_MAX}));
+    testing::Values(IntegerForm{1, kLittle, {0xFF}, 255}, IntegerForm{1, kLittleSigned, {0xFF}, -1},
+                    IntegerForm{2, kLittle, {0x34, 0x12}, 0x1234}, IntegerForm{2, kBig, {0x12, 0x34}, 0x1234},
+                    IntegerForm{3, kBigSigned, {0xFF, 0xFF, 0xFE}, -2}, IntegerForm{3, "", {1, 2, 3}, 0x030201},
+                    IntegerForm{4, kBigSigned, {0x80, 0, 0, 0}, INT32_MIN},
+                    IntegerForm{4, kLittle, {0, 0, 0, 0x80}, 0x80000000},
+                    IntegerForm{7, kBig, {1, 0, 0, 0, 0, 0, 2}, 0x01000000000002},
+                    IntegerForm{8, kLittle, {1, 0, 0, 0, 0, 0, 0, 0x80}, INT64_MIN + 1},
+                    IntegerForm{8, kBigSigned, {0x7F, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF}, INT64_MAX}));
 
 TEST_F(RegisterTest, FieldsOfNearlyAllBitsHaveTheirWholeRange) {
     for (const int msb : {61, 62, 63}) {
         const std::string bits = "<LSB>0</LSB><MSB>" + std::to_string(msb) + "</MSB>";
         Load(Node("MaskedIntReg", "U", Place(0, 8, bits)) +
-             Node("MaskedIntReg", "S", Place(0, 8, bits + littleSigned)));
+             Node("MaskedIntReg", "S", Place(0, 8, bits + kLittleSigned)));
         for (const char* name : {"U", "S"}) {
             for (const int64_t value : {Int(name).GetMin(), int64_t(1), Int(name).GetMax()}) {
                 Int(name).SetValue(value);
@@ -91,7 +92,7 @@ class BitFieldTest : public RegisterTest, public testing::WithParamInterface<Bit
 
 TEST_P(BitFieldTest, IsReadAndWrittenWithoutItsNeighbours) {
     const auto& [bits, bigEndian, mask, shift] = GetParam();
-    const char* const order = bigEndian ? big : little;
+    const char* const order = bigEndian ? kBig : kLittle;
     Load(Node("MaskedIntReg", "Field", Place(4, 4, std::string(bits) + order)) +
          Node("MaskedIntReg", "Signed", Place(4, 4, std::string(bits) + "<Sign>Signed</Sign>" + order)) +
          Node("IntReg", "Whole", Place(4, 4, order)));
@@ -124,10 +125,10 @@ INSTANTIATE_TEST_SUITE_P(All, BitFieldTest,
                                          BitField{"<LSB>31</LSB><MSB>30</MSB>", true, 3, 0}));
 
 TEST_F(RegisterTest, SingleBitsAreCountedFromTheByteOrdersOwnEnd) {
-    Load(Node("MaskedIntReg", "FirstBig", Place(0, 4, std::string("<Bit>0</Bit>") + big)) +
-         Node("MaskedIntReg", "LastBig", Place(0, 4, std::string("<Bit>31</Bit>") + big)) +
-         Node("MaskedIntReg", "First", Place(0, 4, std::string("<Bit>0</Bit>") + little)) +
-         Node("MaskedIntReg", "Signed", Place(0, 4, std::string("<Bit>0</Bit><Sign>Signed</Sign>") + little)));
+    Load(Node("MaskedIntReg", "FirstBig", Place(0, 4, std::string("<Bit>0</Bit>") + kBig)) +
+         Node("MaskedIntReg", "LastBig", Place(0, 4, std::string("<Bit>31</Bit>") + kBig)) +
+         Node("MaskedIntReg", "First", Place(0, 4, std::string("<Bit>0</Bit>") + kLittle)) +
+         Node("MaskedIntReg", "Signed", Place(0, 4, std::string("<Bit>0</Bit><Sign>Signed</Sign>") + kLittle)));
     Int("FirstBig").SetValue(1);
     EXPECT_THAT(At(0, 4), ElementsAre(0x80, 0, 0, 0));
     Int("LastBig").SetValue(1);
@@ -336,7 +337,7 @@ TEST_F(RegisterTest, BytesAreReadInPartAndWrittenPadded) {
 }
 
 TEST_F(RegisterTest, FloatsAreIeeeInTheirByteOrder) {
-    Load(Node("FloatReg", "Small", Place(0, 4, big)) + Node("FloatReg", "Double", Place(8, 8, little)));
+    Load(Node("FloatReg", "Small", Place(0, 4, kBig)) + Node("FloatReg", "Double", Place(8, 8, kLittle)));
     Float("Small").SetValue(-1.5);
     EXPECT_THAT(At(0, 4), ElementsAre(0xBF, 0xC0, 0, 0));
     EXPECT_EQ(Float("Small").GetValue(), -1.5);
@@ -376,8 +377,9 @@ TEST(RawCacheTest, AWriteMakesVoidExactlyWhatItOverlaps) {
                                        {164, 1}, {99, 1}, {-50, 200}, {INT64_MIN, 2}, {INT64_MAX - 1, 2}};
     for (const Range& written : ranges) {
         RawCache cache;
-        for (const Range& range : ranges)
+        for (const Range& range : ranges) {
             cache.At(range.address, range.length).stamp = 1;
+        }
         cache.DropOverlapping(written.address, written.length);
         for (const Range& range : ranges) {
             const auto begin = std::max<long double>(written.address, range.address);
@@ -403,12 +405,14 @@ TEST(RawCacheTest, EntriesOfMovingRegistersDoNotPileUp) {
     RawCache cache;
     const uint32_t first = cache.Generation();
     cache.At(0, 4).stamp = 1;
-    for (int64_t address = 1; address < 200000; ++address)
+    for (int64_t address = 1; address < 200000; ++address) {
         cache.At(address * 8, 8);
+    }
     EXPECT_NE(cache.Generation(), first);
     EXPECT_FALSE(cache.At(0, 4).IsValid());
-    for (int64_t address = 0; address < 10; ++address)
+    for (int64_t address = 0; address < 10; ++address) {
         cache.At(address, 60 << 20);
+    }
     EXPECT_NE(cache.Generation(), first + 1) << "nor do their bytes";
 }
 

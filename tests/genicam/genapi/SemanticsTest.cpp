@@ -1,9 +1,10 @@
-#include <cstring>
-#include <thread>
+// SPDX-License-Identifier: Apache-2.0
+#include "genicam/genapi/MapFixture.h"
 
 #include <gmock/gmock.h>
 
-#include "genicam/genapi/MapFixture.h"
+#include <cstring>
+#include <thread>
 
 // How reading, writing, access modes, caches and callbacks work together.
 
@@ -86,8 +87,9 @@ TEST_F(SemanticsTest, AThrowingCallbackHindersNoOther) {
         CLock& lock = Map->GetLock();
         const bool free = lock.TryLock();
         EXPECT_TRUE(free);
-        if (free)
+        if (free) {
             lock.Unlock();
+        }
     }).join();
 }
 

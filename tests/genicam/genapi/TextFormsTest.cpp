@@ -1,4 +1,7 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "genicam/genapi/nodes/TextForms.h"
+
+#include <gmock/gmock.h>
 
 #include <cfloat>
 #include <cmath>
@@ -7,15 +10,13 @@
 #include <optional>
 #include <string>
 
-#include <gmock/gmock.h>
-
 namespace {
 
 using namespace GenApi;
 
-constexpr std::int64_t int64Max = std::numeric_limits<std::int64_t>::max();
-constexpr std::int64_t int64Min = std::numeric_limits<std::int64_t>::min();
-constexpr double infinity = std::numeric_limits<double>::infinity();
+constexpr std::int64_t kInt64Max = std::numeric_limits<std::int64_t>::max();
+constexpr std::int64_t kInt64Min = std::numeric_limits<std::int64_t>::min();
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 struct IntegerText {
     const char* Text;
@@ -33,8 +34,8 @@ INSTANTIATE_TEST_SUITE_P(
     HexOrDecimal, ParseIntegerTest,
     testing::Values(IntegerText{"0", 0}, IntegerText{" \t-17\r\n", -17}, IntegerText{"+5", 5},
                     IntegerText{"0x1aF", 0x1AF}, IntegerText{"0XFFFFFFFFFFFFFFFF", -1},
-                    IntegerText{"9223372036854775807", int64Max}, IntegerText{"9223372036854775808", int64Min},
-                    IntegerText{"-9223372036854775808", int64Min}, IntegerText{"18446744073709551615", -1},
+                    IntegerText{"9223372036854775807", kInt64Max}, IntegerText{"9223372036854775808", kInt64Min},
+                    IntegerText{"-9223372036854775808", kInt64Min}, IntegerText{"18446744073709551615", -1},
                     IntegerText{"18446744073709551616", std::nullopt},
                     IntegerText{"-9223372036854775809", std::nullopt}, IntegerText{"0x10000000000000000", std::nullopt},
                     IntegerText{"", std::nullopt}, IntegerText{"-", std::nullopt}, IntegerText{"0x", std::nullopt},
@@ -74,7 +75,7 @@ TEST_P(FormatIntegerTest, ShowsTheNumberSoThatItCanBeReadBack) {
 
 INSTANTIATE_TEST_SUITE_P(All, FormatIntegerTest,
                          testing::Values(IntegerForm{-5, Linear, "-5"}, IntegerForm{1, Boolean, "1"},
-                                         IntegerForm{int64Min, PureNumber, "-9223372036854775808"},
+                                         IntegerForm{kInt64Min, PureNumber, "-9223372036854775808"},
                                          IntegerForm{0, HexNumber, "0x0"}, IntegerForm{0xBEEF, HexNumber, "0xBEEF"},
                                          IntegerForm{-1, HexNumber, "0xFFFFFFFFFFFFFFFF"},
                                          IntegerForm{0xC0A80001, IPV4Address, "192.168.0.1"},
@@ -97,10 +98,10 @@ TEST_P(ParseFloatTest, TakesExactlyItsForm) {
 INSTANTIATE_TEST_SUITE_P(
     All, ParseFloatTest,
     testing::Values(FloatText{"0", 0.0}, FloatText{" -1.5\n", -1.5}, FloatText{"+.5e1", 5.0}, FloatText{"0x10", 16.0},
-                    FloatText{"-0xFF", -255.0}, FloatText{"0x1.8p1", 3.0}, FloatText{"INF", infinity},
-                    FloatText{"-INF", -infinity}, FloatText{"-inf", -infinity},
-                    FloatText{"1.79769313486232E+308", infinity}, // the largest double, rounded up by its writer
-                    FloatText{"-1e400", -infinity}, FloatText{"1e-400", 0.0}, FloatText{"1,5", std::nullopt},
+                    FloatText{"-0xFF", -255.0}, FloatText{"0x1.8p1", 3.0}, FloatText{"INF", kInfinity},
+                    FloatText{"-INF", -kInfinity}, FloatText{"-inf", -kInfinity},
+                    FloatText{"1.79769313486232E+308", kInfinity}, // the largest double, rounded up by its writer
+                    FloatText{"-1e400", -kInfinity}, FloatText{"1e-400", 0.0}, FloatText{"1,5", std::nullopt},
                     FloatText{"", std::nullopt}, FloatText{"-", std::nullopt}, FloatText{"--1", std::nullopt},
                     FloatText{"1.5x", std::nullopt}, FloatText{"0x", std::nullopt}, FloatText{"e5", std::nullopt}));
 
@@ -146,17 +147,20 @@ INSTANTIATE_TEST_SUITE_P(Range, FormatFloatTest,
 
 TEST(TextFormsTest, AFloatBeyondItsRangeIsShownAsItIs) {
     EXPECT_EQ(FormatFloat(150.0, fnFixed, 1, 0, 100), "150.0");
-    EXPECT_EQ(FormatFloat(infinity, fnFixed, 1, 0, 100), "inf");
+    EXPECT_EQ(FormatFloat(kInfinity, fnFixed, 1, 0, 100), "inf");
     EXPECT_EQ(FormatFloat(1e300, fnFixed, 1000000, -DBL_MAX, DBL_MAX).size(), 301u + 1 + 100);
 }
 
 TEST(TextFormsTest, WordsForTrueAndFalse) {
-    for (const char* text : {"1", "true", "True", "Yes", " On "})
+    for (const char* text : {"1", "true", "True", "Yes", " On "}) {
         EXPECT_EQ(ParseBoolean(text), true) << text;
-    for (const char* text : {"0", "false", "False", "No", "Off"})
+    }
+    for (const char* text : {"0", "false", "False", "No", "Off"}) {
         EXPECT_EQ(ParseBoolean(text), false) << text;
-    for (const char* text : {"", "TRUE", "2", "yes", "1 0"})
+    }
+    for (const char* text : {"", "TRUE", "2", "yes", "1 0"}) {
         EXPECT_EQ(ParseBoolean(text), std::nullopt) << text;
+    }
     EXPECT_EQ(ParseBoolean(FormatBoolean(true)), true);
     EXPECT_EQ(ParseBoolean(FormatBoolean(false)), false);
 }
@@ -167,8 +171,9 @@ TEST(TextFormsTest, BytesStandInAddressOrder) {
     EXPECT_EQ(ParseBytes("0x00ab7f"), bytes);
     EXPECT_EQ(ParseBytes(" 00AB7F "), bytes);
     EXPECT_EQ(ParseBytes("0x")->size(), 0u);
-    for (const char* text : {"0xabc", "0xgg", "ab cd", "-1", "+1"})
+    for (const char* text : {"0xabc", "0xgg", "ab cd", "-1", "+1"}) {
         EXPECT_FALSE(ParseBytes(text)) << text;
+    }
 }
 
 } // namespace

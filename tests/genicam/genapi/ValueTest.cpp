@@ -1,10 +1,11 @@
-#include <cfloat>
-#include <cmath>
-#include <limits>
+// SPDX-License-Identifier: Apache-2.0
+#include "genicam/genapi/MapFixture.h"
 
 #include <gmock/gmock.h>
 
-#include "genicam/genapi/MapFixture.h"
+#include <cfloat>
+#include <cmath>
+#include <limits>
 
 // Numbers, texts and truth values: limits, conversions between them, formulas over them, and what failures say.
 
@@ -38,8 +39,9 @@ protected:
     std::vector<int64_t> Valid(const char* name, bool bounded = true) {
         const int64_autovector_t list = Int(name).GetListOfValidValues(bounded);
         std::vector<int64_t> values;
-        for (size_t i = 0; i < list.size(); ++i)
+        for (size_t i = 0; i < list.size(); ++i) {
             values.push_back(list[i]);
+        }
         return values;
     }
 };
@@ -236,8 +238,9 @@ TEST_F(ValueTest, CopiesAreWrittenInTheOrderOfTheFile) {
     Load(Node("IntReg", "A", Place(0, 1)) + Node("IntReg", "B", Place(1, 1)) + Node("IntReg", "C", Place(2, 1)) +
          Node("Integer", "I", "<pValueCopy>A</pValueCopy><pValue>B</pValue><pValueCopy>C</pValueCopy>"));
     std::string order;
-    for (const char* name : {"A", "B", "C"})
+    for (const char* name : {"A", "B", "C"}) {
         GenApi::Register(Map->GetNode(name), [&order, name](INode*) { order += name; });
+    }
     Int("I").SetValue(5);
     EXPECT_THAT(std::vector<uint8_t>(Port.Memory.begin(), Port.Memory.begin() + 3), ElementsAre(5, 5, 5));
     EXPECT_EQ(order, "ABC");
@@ -325,16 +328,18 @@ TEST_F(ValueTest, ManyVariablesAreNoProblem) {
         formula += " + " + Numbered("V", i);
     }
     std::string nodes;
-    for (int i = 0; i < 40; ++i)
+    for (int i = 0; i < 40; ++i) {
         nodes += Value(Numbered("N", i), i);
+    }
     Load(nodes + Node("IntSwissKnife", "Sum", variables + "<Formula>" + formula + "</Formula>"));
     EXPECT_EQ(Int("Sum").GetValue(), 780);
 }
 
 TEST_F(ValueTest, DeepChainsEndInAFailureNotInACrash) {
     std::string nodes = Value("N0", 1, "<Unit>mm</Unit>");
-    for (int i = 1; i <= 3000; ++i)
+    for (int i = 1; i <= 3000; ++i) {
         nodes += Above("Integer", Numbered("N", i), Numbered("N", i - 1));
+    }
     Load(nodes);
     EXPECT_EQ(Int("N300").GetValue(), 1);
     EXPECT_EQ(Int("N300").GetUnit(), "mm");

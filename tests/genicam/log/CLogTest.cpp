@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <Log/CLog.h>
 #include <fakes/LogRecorder.h>
 
@@ -38,8 +39,9 @@ protected:
         CLog::AddAppender(root, target);
     }
     ~CLogTest() override {
-        while (m_extraStarts-- > 0)
+        while (m_extraStarts-- > 0) {
             CLog::ShutDown();
+        }
         CLog::ShutDown();
     }
     void StartAgain() {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <Base/GCException.h>
 #include <Log/CLog.h>
 #include <fakes/TempFolder.h>
@@ -45,8 +46,9 @@ protected:
     }
     /// @return what was written to the standard error stream since Start.
     std::string Stop() {
-        if (!m_started)
+        if (!m_started) {
             return {};
+        }
         m_started = false;
         CLog::ShutDown();
         return testing::internal::GetCapturedStderr();
@@ -127,18 +129,21 @@ TEST_F(LogConfigurationTest, FullFileIsRenamedAndThreeOldOnesAreKept) {
     SetFile(InFolder("log.txt"));
     Start();
     const std::string block(1024 * 1024 - 100, 'x');
-    for (int megabyte = 0; megabyte < 55; ++megabyte)
+    for (int megabyte = 0; megabyte < 55; ++megabyte) {
         logger.log(LogPriority_Error, "%d%s", megabyte, block.c_str());
+    }
     EXPECT_EQ(Stop(), "");
-    for (const char* name : {"log.txt", "log.1.txt", "log.2.txt", "log.3.txt"})
+    for (const char* name : {"log.txt", "log.1.txt", "log.2.txt", "log.3.txt"}) {
         EXPECT_LE(fs::file_size(InFolder(name)), 10u * 1024 * 1024) << name;
+    }
     EXPECT_FALSE(fs::exists(InFolder("log.4.txt")));
     EXPECT_THAT(ContentOf(InFolder("log.txt")), HasSubstr(": 54x"));
 }
 
 TEST_F(LogConfigurationTest, FullDiskIsToldOnceAndDisturbsNobody) {
-    if (access("/dev/full", W_OK) != 0)
+    if (access("/dev/full", W_OK) != 0) {
         GTEST_SKIP() << "no /dev/full here";
+    }
     Start();
     CLog::RemoveAllAppenders();
     CLog::AddAppender(logger, CLog::CreateFileAppender("full", "/dev/full", true));
@@ -197,8 +202,9 @@ TEST_F(LogConfigurationTest, PropertyFileOfTheVariableHoldsUnlessTheOwnVariables
 
 TEST_F(LogConfigurationTest, AppenderThatCannotBeIsRefused) {
     EXPECT_THROW(CLog::CreateFileAppender("x", InFolder("").c_str()), RuntimeException);
-    for (const char* pattern : {"%m%q", "%m%", "%-", "%1.", "%1001m", "%99999999999999999999m", "%d{%H"})
+    for (const char* pattern : {"%m%q", "%m%", "%-", "%1.", "%1001m", "%99999999999999999999m", "%d{%H"}) {
         EXPECT_THROW(CLog::CreateFileAppender("x", InFolder("log").c_str(), false, pattern), InvalidArgumentException);
+    }
     EXPECT_FALSE(fs::exists(InFolder("log"))) << "a wrong pattern opens no file";
 }
 

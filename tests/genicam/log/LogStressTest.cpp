@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <fakes/LogRecorder.h>
 
 #include <gtest/gtest.h>
@@ -11,7 +12,7 @@ using namespace GenICam;
 
 namespace {
 
-constexpr int Rounds = 500;
+constexpr int kRounds = 500;
 
 /// Counts; usable by several threads at once, as appenders must be.
 class CountingAppender : public Appender {
@@ -23,13 +24,16 @@ public:
 
 void RunAtOnce(const std::vector<std::function<void(int round)>>& bodies) {
     std::vector<std::thread> threads;
-    for (const auto& body : bodies)
+    for (const auto& body : bodies) {
         threads.emplace_back([&body] {
-            for (int round = 0; round < Rounds; ++round)
+            for (int round = 0; round < kRounds; ++round) {
                 body(round);
+            }
         });
-    for (auto& thread : threads)
+    }
+    for (auto& thread : threads) {
         thread.join();
+    }
 }
 
 TEST(LogStressTest, NoLineIsLostWhileLevelsOfOthersAndTheTreeChange) {
@@ -43,7 +47,7 @@ TEST(LogStressTest, NoLineIsLostWhileLevelsOfOthersAndTheTreeChange) {
     RunAtOnce({log, log, log,
                [](int round) { CLog::GetLogger("stress").setPriority(round % 2 ? LogPriority_Error : 800); },
                [](int round) { CLog::GetLogger(("stress.log." + std::to_string(round)).c_str()); }});
-    EXPECT_EQ(recorder.Count("stress.log", LogPriority_Info), 3u * Rounds);
+    EXPECT_EQ(recorder.Count("stress.log", LogPriority_Info), 3u * kRounds);
     EXPECT_EQ(recorder.Count("stress.log", LogPriority_Debug), 0u);
 }
 
