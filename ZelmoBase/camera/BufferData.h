@@ -6,6 +6,7 @@
 #include <zelmo/BufferFactory.h>
 #include <zelmo/StreamGrabber.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 
@@ -34,7 +35,7 @@ public:
     /// @throws GenICam::BadAllocException, and what the application's factory throws.
     CBufferData* Create();
     void Destroy(CBufferData* item); ///< @throws what the application's factory throws.
-    static void Recycle(CBufferData&) noexcept {}
+    static std::nullptr_t Recycle(CBufferData&) noexcept { return nullptr; }
 
 private:
     CBufferData* CreateForeign();

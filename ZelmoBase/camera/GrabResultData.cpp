@@ -58,11 +58,11 @@ void CGrabResultData::CGrabResultDataImpl::Fill(CQueueEntry&& entry) noexcept {
     bufferContext = bufferHolder != nullptr ? bufferHolder->context : 0;
 }
 
-void CGrabResultData::CGrabResultDataImpl::ResetResultData() noexcept {
+std::shared_ptr<CBufferData> CGrabResultData::CGrabResultDataImpl::ResetResultData() noexcept {
     ResetFields();
     DetachChunkParser();
-    bufferHolder.reset(); // the buffer goes home, and is queued again on this thread
     bufferContext = 0;
+    return std::exchange(bufferHolder, nullptr);
 }
 
 void CGrabResultData::CGrabResultDataImpl::ResetFields() noexcept {

@@ -29,8 +29,9 @@ public:
     /// (-1), and any negative one, become 0.
     void Fill(CQueueEntry&& entry) noexcept;
 
-    /// Sets the values of a new record. The parser lets go of the buffer, then the buffer goes home.
-    void ResetResultData() noexcept;
+    /// Sets the values of a new record. The parser lets go of the buffer first. @return the hold of the buffer, which
+    /// goes home with it: on that thread it is then queued again.
+    std::shared_ptr<CBufferData> ResetResultData() noexcept;
 
     /// The parser's node map; without a parser an empty one, made on first use by any thread and then always the same.
     GenApi::INodeMap& GetChunkDataNodeMap();

@@ -5,8 +5,8 @@
 
 namespace Zelmo {
 
-void CGrabResultDataFactory::Recycle(CGrabResultData& item) noexcept {
-    item.GetGrabResultDataImpl()->ResetResultData();
+std::shared_ptr<CBufferData> CGrabResultDataFactory::Recycle(CGrabResultData& item) noexcept {
+    return item.GetGrabResultDataImpl()->ResetResultData();
 }
 
 } // namespace Zelmo

@@ -5,7 +5,11 @@
 
 #include <zelmo/GrabResultData.h>
 
+#include <memory>
+
 namespace Zelmo {
+
+struct CBufferData;
 
 /// Makes result records: the camera object, whose class may have records of its own kind.
 class IGrabResultDataCreator {
@@ -24,7 +28,8 @@ public:
 
     CGrabResultData* Create() { return m_creator->CreateGrabResultData(); }
     static void Destroy(CGrabResultData* item) { item->Destroy(); }
-    static void Recycle(CGrabResultData& item) noexcept; ///< Empties the record; its buffer goes home.
+    /// Empties the record. @return its hold of the buffer, which goes home with it.
+    static std::shared_ptr<CBufferData> Recycle(CGrabResultData& item) noexcept;
 
 private:
     IGrabResultDataCreator* m_creator;

@@ -193,9 +193,9 @@ void CGrabSession::TakeResult(CGrabResultPtr& result) {
 std::shared_ptr<CGrabResultData> CGrabSession::TakeRecord() {
     std::shared_ptr<CGrabResultData> record = m_resultProvider.GetItem();
     if (record == nullptr) {
-        throw RUNTIME_EXCEPTION("Cannot retrieve grab result. The maximum number of available grab results (%d) has "
-                                "been reached. Check the MaxNumGrabResults setting of the camera object.",
-                                static_cast<int>(m_settings.maxNumGrabResults));
+        throw RUNTIME_EXCEPTION("Cannot retrieve grab result. The maximum number of available grab results (%lu) "
+                                "has been reached. Check the MaxNumGrabResults setting of the camera object.",
+                                m_settings.maxNumGrabResults); // in full: the default is above the range of int
     }
     return record;
 }

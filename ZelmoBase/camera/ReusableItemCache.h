@@ -46,8 +46,9 @@ void TellReusableItemObserver(IReusableItemCacheObserver* observer,
 /// memory, and a maximum that nobody means to reach costs none.
 ///
 /// @tparam Factory a value with `Item* Create()`, null for "none now"; `void Destroy(Item*)`, after which the item is
-///                 gone even if it throws; and `static void Recycle(Item&)`, which empties an item that comes home,
-///                 without the mutex held, and throws nothing.
+///                 gone even if it throws; and `static Rest Recycle(Item&)`, which empties an item that comes home,
+///                 without the mutex held, and throws nothing. Its rest, a value, is what the item held on to: it goes
+///                 when the item is back in, or was destroyed by, its pool, also without the mutex held.
 /// Threads: any. Locks: the pool's own mutex, recursive since observers, and the application's code behind a factory,
 /// re-enter the pool; factory and observer are called with it held.
 template <typename Item, typename Factory>
@@ -186,7 +187,9 @@ private:
     }
 
     void GiveBack(Item* item) noexcept {
-        Factory::Recycle(*item); // before the mutex: a result lets go of its buffer, which has a pool of its own
+        // A result's buffer goes last: as soon as it is home it may be filled and wait to be retrieved again, and then
+        // there must be a free record for it. It also has a pool of its own, so this pool's mutex is free by then.
+        [[maybe_unused]] const auto rest = Factory::Recycle(*item);
         CLockGuard lock(m_mutex);
         if (PutBack(item)) {
             TellAvailable();
