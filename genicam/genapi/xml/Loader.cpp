@@ -148,6 +148,7 @@ ModelPtr Read(std::string_view bytes, const LoadOptions& options, Finish&& finis
     CheckSchema(root, source, builder.Device());
     NodeReader reader(builder, source, options);
     ReadNodes(root, reader);
+    reader.TellRest();
     return finish(builder, source);
 }
 

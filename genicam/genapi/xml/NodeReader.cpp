@@ -178,8 +178,10 @@ void NodeReader::ReadElement(const pugi::xml_node& element, Node& node) {
 
 void NodeReader::ReadProperty(const pugi::xml_node& element, Node& node, PropertyKind property,
                               std::uint32_t position) {
-    AddProperty(node, property, TextOf(element), position);
-    ReadPropertyAttributes(element, node, property, position);
+    // an attribute is kept behind its owner: without it, it would belong to the property before
+    if (AddProperty(node, property, TextOf(element), position)) {
+        ReadPropertyAttributes(element, node, property, position);
+    }
 }
 
 void NodeReader::ReadEntry(const pugi::xml_node& element, Node& node, std::uint32_t position) {
@@ -251,8 +253,19 @@ std::string_view NodeReader::TextOf(const pugi::xml_node& element) {
     return m_joinedText;
 }
 
-void NodeReader::AddProperty(Node& node, PropertyKind kind, std::string_view text, std::uint32_t position) {
-    Append(node, ParseProperty(node, kind, text, position), position);
+bool NodeReader::AddProperty(Node& node, PropertyKind kind, std::string_view text, std::uint32_t position) {
+    if (const auto property = ParseProperty(node, kind, text)) {
+        Append(node, *property, position);
+        return true;
+    }
+    const std::string_view trimmed = TrimSpace(text);
+    const std::string what = "'" + std::string(trimmed.substr(0, 64)) + "' is not a valid value";
+    if (IsRequired(node.kind, kind)) {
+        FailProperty(node, kind, position, what);
+    }
+    // cameras ship with such files, and one word that cannot be read must not keep them from being opened
+    IgnoreText(node, kind, position, trimmed.empty() ? "it is empty" : what);
+    return false;
 }
 
 void NodeReader::Append(Node& node, const Property& property, std::uint32_t position) {
@@ -261,40 +274,41 @@ void NodeReader::Append(Node& node, const Property& property, std::uint32_t posi
     node.seen.Add(property.kind);
 }
 
-Property NodeReader::ParseProperty(const Node& node, PropertyKind kind, std::string_view text, std::uint32_t position) {
+std::optional<Property> NodeReader::ParseProperty(const Node& node, PropertyKind kind, std::string_view text) {
     const Syntax syntax = SyntaxOf(kind, node.kind);
     const std::string_view trimmed = TrimSpace(text);
     switch (syntax) {
     case Syntax::Text:
-        if (kind == PropertyKind::ValidValueSet && !IsNumberList(trimmed, node.kind)) {
+        if ((trimmed.empty() && !IsRequired(node.kind, kind)) ||
+            (kind == PropertyKind::ValidValueSet && !IsNumberList(trimmed, node.kind))) {
             break;
         }
-        return {kind, Form::Text, m_builder.KeepText(kind == PropertyKind::Value ? text : trimmed)};
+        return Property{kind, Form::Text, m_builder.KeepText(kind == PropertyKind::Value ? text : trimmed)};
     case Syntax::Reference:
         if (!trimmed.empty() && trimmed.size() <= kMaxNameBytes) {
-            return {kind, Form::Name, m_builder.Symbolize(trimmed)};
+            return Property{kind, Form::Name, m_builder.Symbolize(trimmed)};
         }
         break;
     case Syntax::Integer:
         if (node.kind == NodeKind::Boolean && (trimmed == "true" || trimmed == "false")) {
-            return {kind, Form::Integer, m_builder.KeepInteger(trimmed == "true" ? 1 : 0)};
+            return Property{kind, Form::Integer, m_builder.KeepInteger(trimmed == "true" ? 1 : 0)};
         }
         if (const auto integer = ParseTolerantInteger(trimmed)) {
-            return {kind, Form::Integer, m_builder.KeepInteger(*integer)};
+            return Property{kind, Form::Integer, m_builder.KeepInteger(*integer)};
         }
         break;
     case Syntax::Float:
         if (const auto number = ParseFloat(trimmed)) {
-            return {kind, Form::Float, m_builder.KeepFloat(*number)};
+            return Property{kind, Form::Float, m_builder.KeepFloat(*number)};
         }
         break;
     default:
         if (std::uint32_t enumerator = 0; ParseEnumerator(syntax, trimmed, enumerator)) {
-            return {kind, Form::Enumerator, enumerator};
+            return Property{kind, Form::Enumerator, enumerator};
         }
         break;
     }
-    FailProperty(node, kind, position, "'" + std::string(trimmed.substr(0, 64)) + "' is not a valid value");
+    return std::nullopt;
 }
 
 void NodeReader::CheckRequired(const Node& node, const PropertySet& shared) const {
@@ -312,6 +326,19 @@ void NodeReader::Ignore(const char* what, std::string_view name, const std::stri
     if (m_told.size() < kMaxTold && m_told.insert(shown + why).second) {
         LogLoadWarning(m_source.Describe(position) + ": " + what + " '" + shown + "' of " + where + " " + why +
                        " and ignored, here and wherever else it stands.");
+    }
+}
+
+void NodeReader::IgnoreText(const Node& node, PropertyKind kind, std::uint32_t position, const std::string& what) {
+    if (++m_ignoredTexts <= kMaxTold) {
+        LogLoadWarning(m_source.Describe(position) + ", node '" + std::string(node.name) + "', property '" +
+                       std::string(TraitsOf(kind).name) + "': " + what + "; the property is ignored.");
+    }
+}
+
+void NodeReader::TellRest() const {
+    if (m_ignoredTexts > kMaxTold) {
+        LogLoadWarning(std::to_string(m_ignoredTexts - kMaxTold) + " more properties are ignored.");
     }
 }
 

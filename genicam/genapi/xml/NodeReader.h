@@ -8,6 +8,7 @@
 
 #include <pugixml.hpp>
 
+#include <optional>
 #include <set>
 #include <string>
 
@@ -23,6 +24,7 @@ public:
     NodeReader(ModelBuilder& builder, const SourceText& source, const LoadOptions& options);
 
     void Read(const pugi::xml_node& element, NodeKind kind);
+    void TellRest() const; ///< how many ignored texts were not told one by one; called once all is read
 
 private:
     /// A node while its element is read.
@@ -50,13 +52,15 @@ private:
     void ReadPropertyAttributes(const pugi::xml_node& element, Node& node, PropertyKind owner, std::uint32_t position);
     std::string_view TextOf(const pugi::xml_node& element);
 
-    void AddProperty(Node& node, PropertyKind kind, std::string_view text, std::uint32_t position);
-    Property ParseProperty(const Node& node, PropertyKind kind, std::string_view text, std::uint32_t position);
+    /// @return false if the property is ignored, as its text is no value of it and the node can do without
+    bool AddProperty(Node& node, PropertyKind kind, std::string_view text, std::uint32_t position);
+    std::optional<Property> ParseProperty(const Node& node, PropertyKind kind, std::string_view text);
     void Append(Node& node, const Property& property, std::uint32_t position);
     void CheckRequired(const Node& node, const PropertySet& shared) const;
 
     void Ignore(const char* what, std::string_view name, const std::string& where, const char* why,
                 std::uint32_t position);
+    void IgnoreText(const Node& node, PropertyKind kind, std::uint32_t position, const std::string& what);
     void IgnoreAttribute(std::string_view name, const Node& node, std::uint32_t position);
 
     std::string_view NameAttribute(const pugi::xml_node& element, NodeKind kind) const;
@@ -72,7 +76,8 @@ private:
     Node m_inner;
     std::string m_composedName;
     std::string m_joinedText;
-    std::set<std::string> m_told; // what is ignored is told once each
+    std::set<std::string> m_told;   // elements and attributes that are ignored are told once each
+    std::size_t m_ignoredTexts = 0; // of properties
     std::uint32_t m_anonymous = 0;
 };
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "genicam/genapi/xml/Schema.h"
 
+#include <algorithm>
+
 namespace GenApi {
 
 namespace {
@@ -107,6 +109,10 @@ constexpr PropertySet kNeedsRegister[] = {kLength, kPort};
 constexpr PropertySet kNeedsBits[] = {kLength, kPort, {P::Bit, P::LSB}, {P::Bit, P::MSB}};
 constexpr PropertySet kNeedsFormula[] = {{P::Formula}};
 constexpr PropertySet kNeedsFormulas[] = {{P::FormulaTo}, {P::FormulaFrom}, {P::pValue}};
+/// What stands in a list of which one item is needed, and what such an item needs: a register whose address lacks a
+/// term would be another place of the device.
+constexpr PropertySet kNeedsItem = {P::Address,      P::pAddress,      P::pIndex, P::ValueIndexed, P::pValueIndexed,
+                                    P::ValueDefault, P::pValueDefault, P::Index,  P::Name};
 
 } // namespace
 
@@ -144,6 +150,13 @@ std::span<const PropertySet> Requirements(NodeKind kind) noexcept {
     default:
         return {};
     }
+}
+
+bool IsRequired(NodeKind kind, PropertyKind property) noexcept {
+    // what a structure says counts for its entries
+    const auto requirements = Requirements(kind == NodeKind::StructReg ? NodeKind::StructEntry : kind);
+    return kNeedsItem.Has(property) || std::any_of(requirements.begin(), requirements.end(),
+                                                   [=](const PropertySet& set) { return set.Has(property); });
 }
 
 bool MayRepeat(PropertyKind kind) noexcept {

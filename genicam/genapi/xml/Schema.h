@@ -47,6 +47,9 @@ const PropertySet& AllowedElements(NodeKind kind) noexcept;
 /// Of each of these sets a node of this kind must hold a property.
 std::span<const PropertySet> Requirements(NodeKind kind) noexcept;
 
+/// Whether the node means nothing without this property, or another thing than was meant: then its text is not ignored.
+bool IsRequired(NodeKind kind, PropertyKind property) noexcept;
+
 bool MayRepeat(PropertyKind kind) noexcept;                             ///< whether one node may hold several
 bool MayStandAt(PropertyKind attribute, PropertyKind element) noexcept; ///< such as Offset at pIndex
 PropertyKind NeededAttribute(PropertyKind element) noexcept;            ///< Unknown if there is none.

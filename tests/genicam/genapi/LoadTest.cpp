@@ -87,12 +87,7 @@ const BrokenFile kBrokenFiles[] = {
     {"wrong_kind_of_address", {"node 'R'", "'pAddress'", "'S' of kind 'StringReg'"}},
     {"bad_integer", {"line 2, column 19", "node 'I'", "'Value'", "'12 apples'"}},
     {"bad_hexadecimal", {"node 'R'", "'Address'", "'0xZZ'"}},
-    {"too_large_integer", {"node 'I'", "'Max'", "'99999999999999999999999'"}},
-    {"bad_value_list", {"line 3, column 1", "node 'I'", "'ValidValueSet'", "'1;two;3'"}},
     {"bad_float", {"node 'F'", "'Value'", "'1,5'"}},
-    {"bad_access_mode", {"line 3", "node 'R'", "'AccessMode'", "'ReadOnly'"}},
-    {"bad_visibility", {"node 'I'", "'Visibility'", "'Everybody'"}},
-    {"bad_endianess", {"node 'R'", "'Endianess'", "'MiddleEndian'"}},
     {"empty_reference", {"node 'I'", "'pValue'", "''"}},
     {"entity_bomb", {"line 2", "declares entities"}},
     {"entity_in_tool_tip", {"line 1", "declares entities"}},
@@ -264,6 +259,44 @@ TEST_F(LoadTest, WhatMayNotStandInANodeIsToldAndIgnored) {
                     HasSubstr("node 'S', property '" + std::string(element, 1, std::strcspn(element, ">") - 1) +
                               "': attribute 'Name' is missing"));
     }
+}
+
+TEST_F(LoadTest, OptionalPropertiesWithoutAValidValueAreToldAndCountAsAbsent) {
+    const Fakes::LogRecorder log("GenApi");
+    Load(
+        Node("Boolean", "B", "<Streamable/><Value>1</Value><OnValue>on</OnValue><Streamable>Yes</Streamable>") +
+        tests::Value("Base", 3, "<Min>1</Min><Max>9</Max><Unit>mm</Unit>") +
+        tests::Above("Integer", "I", "Base",
+                     "<DisplayName> </DisplayName><Visibility>beginner</Visibility><pIsLocked/><Min>low</Min>"
+                     "<Max>99999999999999999999999</Max><Inc/><Unit/><Representation>Hexnumber</Representation>"
+                     "<ValidValueSet>1;two</ValidValueSet>") +
+        Node("IntReg", "R",
+             "<AccessMode>ReadOnly</AccessMode><Cachable/><Sign>signed</Sign><Endianess>MiddleEndian</Endianess>" +
+                 Place(0, 4, "<pIndex Offset=\"\">Base</pIndex>")) +
+        Node("SwissKnife", "S", "<pVariable Name=\"Y\"/><pVariable Name=\"X\">I</pVariable><Formula>X</Formula>") +
+        Node("Enumeration", "E",
+             Node("EnumEntry", "A", "<Symbolic/><NumericValue>x</NumericValue><Value>1</Value>") + "<Value>1</Value>"));
+    EXPECT_TRUE(Map->GetNode("B")->IsStreamable());
+    EXPECT_EQ(Text("B") + Int("I").GetUnit().c_str() + Map->GetNode("I")->GetDisplayName().c_str(), "1mmI");
+    EXPECT_EQ(Int("I").GetMin() + Int("I").GetMax() + Int("I").GetInc(), 1 + 9 + 1);
+    EXPECT_EQ(As<IRegister>("R").GetAddress(), 12) << "an index without offset counts in lengths";
+    EXPECT_EQ(Text("S") + Text("E"), "3A");
+    for (const char* told :
+         {"node 'B', property 'Streamable': it is empty", "'B', property 'OnValue': 'on' is not a valid value",
+          "'I', property 'DisplayName'", "'Visibility': 'beginner'", "'I', property 'pIsLocked': it is empty", "'low'",
+          "'Max': '99999999999999999999999'", "'Inc'", "'Unit'", "'Hexnumber'", "'ValidValueSet': '1;two'",
+          "'R', property 'AccessMode': 'ReadOnly'", "'Cachable'", "'signed'", "'MiddleEndian'",
+          "'R', property 'Offset'", "'S', property 'pVariable'", "'EnumEntry_E_A', property 'Symbolic'",
+          "'NumericValue': 'x'"}) {
+        EXPECT_EQ(Warnings(log, told), 1u) << told;
+    }
+    std::string many;
+    for (int i = 0; i < 150; ++i) {
+        many += "<pSelected/>";
+    }
+    Load(tests::Value("Many", 1, many));
+    EXPECT_EQ(Warnings(log, "'Many', property 'pSelected'"), 100u);
+    EXPECT_EQ(Warnings(log, "50 more properties are ignored."), 1u);
 }
 
 TEST_F(LoadTest, ReferencesForShowAreDroppedWithAWarningIfTheyLeadNowhere) {
