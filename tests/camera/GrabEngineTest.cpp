@@ -48,7 +48,8 @@ protected:
         m_grabber.Deliver(2);
         EXPECT_TRUE(Settles(2, 1)) << Stored();
         m_engine.StopEngine();
-        EXPECT_TRUE(m_engine.GetStopObject().Wait(0) && !m_engine.GetResultObject().Wait(0));
+        EXPECT_TRUE(m_engine.GetStopObject().Wait(0));
+        EXPECT_FALSE(m_engine.GetResultObject().Wait(0));
         EXPECT_EQ(Stored(), "No exception triggered by grab engine thread yet.");
         ASSERT_EQ(write(static_cast<_WaitObjectPosix_t*>(m_engine.GetStopObject())->writeEnd, "", 1),
                   1); // as a race may
@@ -70,14 +71,16 @@ TEST_P(GrabStrategyTest, KeepsTheLatestThatHavePlaceAndCountsTheOthersAsSkipped)
     EXPECT_EQ(m_engine.GetOutputQueueSize(), capacity);
     m_grabber.Deliver(delivered);
     EXPECT_TRUE(Settles(kept.size(), limited ? 0 : 10 - kept.size()));
-    EXPECT_TRUE(m_engine.GetResultObject().Wait(10000) && m_engine.GetNumEmptyBuffers() == (limited ? 6 : 0));
+    EXPECT_TRUE(m_engine.GetResultObject().Wait(10000));
+    EXPECT_EQ(m_engine.GetNumEmptyBuffers(), (limited ? 6 : 0));
     EXPECT_EQ(Take(), kept);
     EXPECT_EQ(m_skipped, delivered - kept.size());
     EXPECT_FALSE(m_engine.GetResultObject().Wait(0));
     EXPECT_EQ(m_grabber.Calls(EOperation::QueueBuffer), limited ? 4U : 10 + delivered);
     m_grabber.SignalWaitObject(); // for nothing
     EXPECT_TRUE(Eventually([this, n = delivered + 1] { return m_grabber.Calls(EOperation::RetrieveResult) == n; }));
-    EXPECT_TRUE(Eventually([&] { return m_countReached == (limited ? 2 : 0); }) && !m_engine.IsExceptionRaised());
+    EXPECT_TRUE(Eventually([&] { return m_countReached == (limited ? 2 : 0); }));
+    EXPECT_FALSE(m_engine.IsExceptionRaised());
     m_engine.StopEngine();
     EXPECT_EQ(m_engine.GetOutputQueueSize(), size);
 }
@@ -98,10 +101,12 @@ TEST_F(GrabEngineTest, QueueSizeChangesAtOnceAndLosesTheOldest) {
     EXPECT_TRUE(Settles(3, 7));
     EXPECT_EQ(Take(), (Frames{3, 4, 5}));
     m_grabber.Deliver(2);
-    ASSERT_TRUE(Settles(2, 8) && m_skipped == 3);
+    ASSERT_TRUE(Settles(2, 8));
+    ASSERT_EQ(m_skipped, 3);
     m_engine.SetOutputQueueSize(0);
     m_grabber.Deliver(3);
-    EXPECT_TRUE(Settles(0, 10) && Take().empty());
+    EXPECT_TRUE(Settles(0, 10));
+    EXPECT_TRUE(Take().empty());
     EXPECT_EQ(m_skipped, 5U);
 }
 
@@ -138,7 +143,8 @@ TEST_F(GrabEngineTest, PayloadSizeOfTheDeviceStandsInAndBuffersAreCleared) {
     for (int round = 0; round < 2; ++round) {
         m_grabber.Deliver(); // of 1024 bytes
         CQueueEntry entry;
-        ASSERT_TRUE(Settles(1, 0) && m_engine.TryTake(entry, m_skipped));
+        ASSERT_TRUE(Settles(1, 0));
+        ASSERT_TRUE(m_engine.TryTake(entry, m_skipped));
         auto* const bytes = static_cast<char*>(entry.buffer);
         EXPECT_EQ(std::count(bytes + 1024, bytes + 5000, 0), 5000 - 1024);
         std::memset(bytes, 0xA5, 5000);
@@ -217,7 +223,8 @@ TEST_F(GrabEngineTest, FailureIsStoredAndShownUntilTheStop) {
         m_grabber.SetScript(script);
         Start({GrabStrategy_LatestImageOnly});
         m_grabber.Deliver(2);
-        ASSERT_TRUE(m_engine.GetStopObject().Wait(10000) && m_engine.GetResultObject().Wait(10000));
+        ASSERT_TRUE(m_engine.GetStopObject().Wait(10000));
+        ASSERT_TRUE(m_engine.GetResultObject().Wait(10000));
         EXPECT_EQ(Stored(), stored);
         EXPECT_EQ(m_log.Errors(""), logged.empty() ? 0U : 1U);
         EXPECT_EQ(m_log.Errors("Camera 0xca: " + logged), m_log.Errors(""));
@@ -238,7 +245,8 @@ TEST_F(GrabEngineTest, FailureBetweenTheFirstBuffersAndTheThreadIsShown) {
         return calls == 1;
     };
     Start({.buffers = 3});
-    EXPECT_TRUE(m_engine.GetStopObject().Wait(0) && m_engine.GetResultObject().Wait(0));
+    EXPECT_TRUE(m_engine.GetStopObject().Wait(0));
+    EXPECT_TRUE(m_engine.GetResultObject().Wait(0));
     EXPECT_EQ(Stored(), "no memory left");
 }
 
@@ -247,7 +255,8 @@ TEST_F(GrabEngineTest, NumbersAndResultsMayBeTakenWhileSessionsComeAndGo) {
     std::thread asking([&] {
         for (std::uint64_t size = 0; !done; size = (size + 1) % 4) {
             m_engine.SetOutputQueueSize(size);
-            EXPECT_TRUE(m_engine.GetNumEmptyBuffers() <= 6 && m_engine.GetNumReadyBuffers() <= 6);
+            EXPECT_LE(m_engine.GetNumEmptyBuffers(), 6);
+            EXPECT_LE(m_engine.GetNumReadyBuffers(), 6);
             Take();
         }
     });

@@ -111,8 +111,10 @@ TEST_F(GrabResultTest, RecordTellsWhatWasDeliveredAndForgetsItAtHome) {
     EXPECT_EQ(image.GetBuffer(), record->GetBuffer());
     std::size_t stride = 0;
     std::size_t strideOfImage = 0;
-    EXPECT_TRUE(record->GetStride(stride) && image.GetStride(strideOfImage));
-    EXPECT_TRUE(stride == 14 && strideOfImage == 14);
+    EXPECT_TRUE(record->GetStride(stride));
+    EXPECT_TRUE(image.GetStride(strideOfImage));
+    EXPECT_EQ(stride, 14);
+    EXPECT_EQ(strideOfImage, 14);
     record->GetGrabResultDataImpl()->chunkParser = std::make_shared<Parser>(m_story.events);
     other.Release();
     result.Release();
@@ -142,7 +144,8 @@ TEST_F(GrabResultTest, ResultWithoutImageIsAValidPointerAndAnInvalidImage) {
         std::size_t stride = 99;
         EXPECT_EQ(Values(image), kEmptyImage);
         EXPECT_FALSE(image.GetStride(stride) || image.GetBuffer() != nullptr);
-        EXPECT_TRUE(stride == 99 && image.IsUnique());
+        EXPECT_EQ(stride, 99);
+        EXPECT_TRUE(image.IsUnique());
     }
 }
 
@@ -188,9 +191,12 @@ TEST_F(GrabResultTest, OutlivesEverythingAndItsParserLetsGoBeforeTheBufferGoes) 
     EXPECT_EQ(maps[0]->GetNumNodes(), 0u);
     const auto parser = std::make_shared<Parser>(m_story.events);
     result->GetGrabResultDataImpl()->chunkParser = parser;
-    EXPECT_TRUE(result->IsChunkDataAvailable() && result->HasCRC() && result->CheckCRC());
+    EXPECT_TRUE(result->IsChunkDataAvailable());
+    EXPECT_TRUE(result->HasCRC());
+    EXPECT_TRUE(result->CheckCRC());
     EXPECT_EQ(&result->GetChunkDataNodeMap(), parser->GetChunkDataNodeMap());
-    EXPECT_TRUE(result->GetWidth() == 6 && result.IsUnique());
+    EXPECT_EQ(result->GetWidth(), 6);
+    EXPECT_TRUE(result.IsUnique());
     std::jthread([&] { result.Release(); }).join();
     EXPECT_EQ(m_story.Told(), "detach free 1 gone");
     EXPECT_EQ(m_log.Errors("msg='detaching'"), 1u);

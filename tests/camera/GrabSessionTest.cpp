@@ -71,7 +71,8 @@ TEST_F(GrabSessionTest, ResultsCarryTheirNumbersAndGoWithTheNextCall) {
         m_session->Stop();
         EXPECT_EQ(m_story.alive, 1U);
         EXPECT_FALSE(m_session->Retrieve(kPatience, m_result, kRaises));
-        EXPECT_TRUE(!m_result.IsValid() && m_story.alive == 0);
+        EXPECT_FALSE(m_result.IsValid());
+        EXPECT_EQ(m_story.alive, 0);
     }
 }
 
@@ -83,7 +84,8 @@ TEST_F(GrabSessionTest, CountedSessionEndsWithItsLastImage) {
         Start({strategy, 3});
         EXPECT_EQ(m_story.alive, buffers);
         for (int image = 1; image <= 3; ++image) {
-            EXPECT_TRUE(m_grabber.Deliver() == 1 && Retrieve());
+            EXPECT_EQ(m_grabber.Deliver(), 1);
+            EXPECT_TRUE(Retrieve());
         }
         EXPECT_FALSE(m_session->IsGrabbing() || m_grabber.IsOpen());
     }
@@ -97,7 +99,8 @@ TEST_F(GrabSessionTest, TimeoutIsToldAsAskedFor) {
     EXPECT_FALSE(Retrieve(0) || Retrieve(7));
     EXPECT_TRUE(m_log.Contains("zelmo.base.InstantCamera", GenICam::LogPriority_Info,
                                "Camera 0xca: Grab timed out. timeout=7 queued_buffers=1"));
-    EXPECT_TRUE(m_grabber.Deliver() == 1 && Retrieve());
+    EXPECT_EQ(m_grabber.Deliver(), 1);
+    EXPECT_TRUE(Retrieve());
     EXPECT_EQ(Failure(1), "Grab timed out. No buffers are available for grabbing.");
 }
 
@@ -139,7 +142,8 @@ TEST_F(GrabSessionTest, FailedEngineIsForwardedOnceAndBeforeItsResults) {
     m_grabber.SetScript("RetrieveResult:2:throw-access");
     Start();
     m_grabber.Deliver(2);
-    ASSERT_TRUE(Engine().GetStopObject().Wait(kPatience) && Engine().GetNumReadyBuffers() == 1);
+    ASSERT_TRUE(Engine().GetStopObject().Wait(kPatience));
+    ASSERT_EQ(Engine().GetNumReadyBuffers(), 1);
     EXPECT_EQ(Failure(kPatience), "RetrieveResult was told to fail");
     EXPECT_EQ(m_events, "RetrieveResult was told to fail stop");
     EXPECT_EQ(m_log.Errors("Camera 0xca: OnGrabError msg=RetrieveResult was told to fail"), 1U);

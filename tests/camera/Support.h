@@ -45,7 +45,8 @@ public:
     explicit ApplicationMemory(BufferStory& story) : m_story(story) {}
 
     void AllocateBuffer(std::size_t sizeBytes, void** buffer, long& context) override {
-        EXPECT_TRUE(*buffer == nullptr && context == 0);
+        EXPECT_EQ(*buffer, nullptr);
+        EXPECT_EQ(context, 0);
         if (m_story.allocate()) {
             *buffer = std::malloc(sizeBytes);
             context = ++m_story.allocated;

@@ -192,7 +192,8 @@ TEST_F(FeatureTest, DescriptionIsDeliveredAsFromDeviceMemory) {
     m_camera.Device().Close();
     Zelmo::String_t closedUrl, closedBytes;
     source->GetDescription(closedUrl, closedBytes);
-    EXPECT_TRUE(closedUrl == url && closedBytes == bytes) << "it needs no node map";
+    EXPECT_EQ(closedUrl, url) << "it needs no node map";
+    EXPECT_EQ(closedBytes, bytes) << "it needs no node map";
 }
 
 } // namespace

@@ -82,8 +82,12 @@ void ExpectPercent(const char* kind, const Percent<T>& c) {
     n.SetValuePercentOfRange(c.percent);
     EXPECT_EQ(*n, c.value);
     EXPECT_DOUBLE_EQ(n.GetValuePercentOfRange(), c.read) << c.value;
-    EXPECT_TRUE(n.TrySetToMaximum() && *n == c.max && n.TrySetToMinimum() && *n == c.min) << c.value;
-    EXPECT_TRUE(n.TrySetValuePercentOfRange(c.percent) && *n == c.value) << c.value;
+    EXPECT_TRUE(n.TrySetToMaximum()) << c.value;
+    EXPECT_EQ(*n, c.max) << c.value;
+    EXPECT_TRUE(n.TrySetToMinimum()) << c.value;
+    EXPECT_EQ(*n, c.min) << c.value;
+    EXPECT_TRUE(n.TrySetValuePercentOfRange(c.percent)) << c.value;
+    EXPECT_EQ(*n, c.value) << c.value;
 }
 
 TEST(PercentTest, SetsAndReadsAPlaceInTheRange) {
@@ -112,10 +116,12 @@ TEST(FloatCorrectionTest, ClipsToTheRangeAndNeverToAnIncrement) {
         n.SetValue(value, kClip);
         EXPECT_EQ(*n, clipped);
         n = 0;
-        EXPECT_TRUE(n.TrySetValue(value, kClip) && *n == clipped) << value;
+        EXPECT_TRUE(n.TrySetValue(value, kClip)) << value;
+        EXPECT_EQ(*n, clipped) << value;
     }
     for (const auto correction : {FloatValueCorrection_None, EFloatValueCorrection(1)}) {
-        EXPECT_TRUE(n.TrySetValue(0.3, correction) && *n == 0.3);
+        EXPECT_TRUE(n.TrySetValue(0.3, correction));
+        EXPECT_EQ(*n, 0.3);
         EXPECT_THROW(n.SetValue(7, correction), GenICam::OutOfRangeException);
     }
 }
@@ -152,14 +158,21 @@ protected:
         n.SetToMaximum();
         EXPECT_EQ(n(), 8);
         n = 4;
-        EXPECT_TRUE(*n == 4 && n.GetMin() == 0 && n.GetMax() == 8 && n.GetInc() == 4);
-        EXPECT_TRUE(n.GetRepresentation() == GenApi::Logarithmic && n.GetUnit() == "px" && n.GetIncMode() == mode);
+        EXPECT_EQ(*n, 4);
+        EXPECT_EQ(n.GetMin(), 0);
+        EXPECT_EQ(n.GetMax(), 8);
+        EXPECT_EQ(n.GetInc(), 4);
+        EXPECT_EQ(n.GetRepresentation(), GenApi::Logarithmic);
+        EXPECT_EQ(n.GetUnit(), "px");
+        EXPECT_EQ(n.GetIncMode(), mode);
         n.SetValue(9, false);
         EXPECT_THROW(n.GetValue(true), GenICam::OutOfRangeException);
         EXPECT_EQ(n.GetValuePercentOfRange(), 100) << "at most";
         n.ImposeMin(1);
         n.ImposeMax(6);
-        EXPECT_TRUE(node.GetMin() == 1 && node.GetMax() == 6 && node.GetValue() == 9);
+        EXPECT_EQ(node.GetMin(), 1);
+        EXPECT_EQ(node.GetMax(), 6);
+        EXPECT_EQ(node.GetValue(), 9);
     }
 };
 
@@ -183,10 +196,13 @@ TEST_F(NumberParameterTest, TryIsNoCureForAWrongValueAndOtherwiseAccessIsRequire
 
 TEST_F(NumberParameterTest, OperationsOfTheNodeAreForwarded) {
     CIntegerParameter i(*Map, "Integer");
-    EXPECT_TRUE(i.GetListOfValidValues(false).size() == 4 && i.GetListOfValidValues().size() == 3);
+    EXPECT_EQ(i.GetListOfValidValues(false).size(), 4);
+    EXPECT_EQ(i.GetListOfValidValues().size(), 3);
     ExpectForwards(i, Int("Integer"), GenApi::listIncrement);
     CFloatParameter f(*Map, "Float");
-    EXPECT_TRUE(f.HasInc() && f.GetDisplayNotation() == GenApi::fnFixed && f.GetDisplayPrecision() == 3);
+    EXPECT_TRUE(f.HasInc());
+    EXPECT_EQ(f.GetDisplayNotation(), GenApi::fnFixed);
+    EXPECT_EQ(f.GetDisplayPrecision(), 3);
     ExpectForwards(f, Float("Float"), GenApi::fixedIncrement);
 }
 
@@ -201,7 +217,8 @@ TEST_F(NumberParameterTest, DerivedSettersTakeWhatNeedsNoCorrection) {
     } i(*Map, "IRW");
     f.SetValue(1, FloatValueCorrection_None);
     EXPECT_EQ(*f, 2);
-    EXPECT_TRUE(f.TrySetValue(3, FloatValueCorrection_None) && *f == 6);
+    EXPECT_TRUE(f.TrySetValue(3, FloatValueCorrection_None));
+    EXPECT_EQ(*f, 6);
     EXPECT_FALSE(i.TrySetValue(1, IntegerValueCorrection_None));
 }
 

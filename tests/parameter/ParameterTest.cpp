@@ -34,11 +34,17 @@ TEST_F(ParameterTest, AttachesToTheNodeItselfHoweverItIsGiven) {
     for (const CIntegerParameter& made :
          {CIntegerParameter(named), CIntegerParameter(Map.get(), "Width"), CIntegerParameter(Map->GetNode("Width")),
           CIntegerParameter(&Int("Width")), CIntegerParameter(&named)}) {
-        EXPECT_TRUE(made.IsValid() && made.Equals(&Int("Width")) && made.Equals(untyped) && made.Equals(named));
+        EXPECT_TRUE(made.IsValid());
+        EXPECT_TRUE(made.Equals(&Int("Width")));
+        EXPECT_TRUE(made.Equals(untyped));
+        EXPECT_TRUE(made.Equals(named));
     }
-    EXPECT_TRUE(named.Attach(*Map, "Register") && named.Equals(Map->GetNode("Register")));
+    EXPECT_TRUE(named.Attach(*Map, "Register"));
+    EXPECT_TRUE(named.Equals(Map->GetNode("Register")));
     EXPECT_FALSE(named.Equals(untyped) || named.Equals(Map->GetNode("Width")) || named.Equals(&named));
-    EXPECT_TRUE(named.Attach(&untyped) && *named == 64 && named.Attach(&named)) << "also to itself";
+    EXPECT_TRUE(named.Attach(&untyped)) << "also to itself";
+    EXPECT_EQ(*named, 64) << "also to itself";
+    EXPECT_TRUE(named.Attach(&named)) << "also to itself";
     EXPECT_EQ((untyped = CParameter(*Map, "Gain")).GetNode(), Map->GetNode("Gain"));
 }
 
@@ -56,7 +62,8 @@ TEST_F(ParameterTest, FailedAttachLeavesNoNode) {
         CParameter untyped(*Map, "Width");
         EXPECT_FALSE(attempt(integer) || attempt(untyped) || integer.IsValid() || untyped.IsValid());
         EXPECT_EQ(integer.GetValueOrDefault(7), 7) << "nor that of its kind";
-        EXPECT_TRUE(integer.Equals(none) && untyped.Equals(static_cast<GenApi::INode*>(nullptr)));
+        EXPECT_TRUE(integer.Equals(none));
+        EXPECT_TRUE(untyped.Equals(static_cast<GenApi::INode*>(nullptr)));
     }
 }
 
@@ -64,13 +71,15 @@ TEST_F(ParameterTest, NodesOfAnotherKindAreNoneAlsoThroughTheBase) {
     CIntegerParameter integer(*Map, "Width");
     CParameter& base = integer;
     EXPECT_FALSE(base.Attach(*Map, "Gain") || integer.IsValid() || CIntegerParameter(Map->GetNode("Gain")).IsValid());
-    EXPECT_TRUE(base.Attach(&Int("Width")) && integer.IsValid());
+    EXPECT_TRUE(base.Attach(&Int("Width")));
+    EXPECT_TRUE(integer.IsValid());
     EXPECT_FALSE((base = CFloatParameter(*Map, "Gain")).Equals(Map->GetNode("Gain")) || integer.IsValid());
 }
 
 TEST_F(ParameterTest, TextsDescribeTheNode) {
     CParameter gain(*Map, "Gain");
-    EXPECT_TRUE(gain.GetInfo(ParameterInfo_Name) == "Gain" && gain.GetInfo(ParameterInfo_DisplayName) == "Volume");
+    EXPECT_EQ(gain.GetInfo(ParameterInfo_Name), "Gain");
+    EXPECT_EQ(gain.GetInfo(ParameterInfo_DisplayName), "Volume");
     EXPECT_EQ(gain.GetInfoOrDefault(ParameterInfo_ToolTip, "x") + gain.GetInfo(ParameterInfo_Description), "Louder");
     EXPECT_EQ(FailureOf<GenICam::InvalidArgumentException>([&] { gain.GetInfo(EParameterInfo(7)); }),
               "Invalid value 7 for EParameterInfo passed.");
@@ -82,9 +91,14 @@ TEST_F(ParameterTest, StandsForItsNodeWithAllFlags) {
     CIntegerParameter parameter(*Map, "Register");
     GenApi::IInteger& node = parameter;
     node.FromString("0x10", true);
-    EXPECT_TRUE(node.ToString() == "16" && node.IsValueCacheValid() && Port.Reads == 0);
-    EXPECT_TRUE(node.ToString(false, true) == "16" && node.GetValue() == 16 && Port.Reads == 1) << "past the cache";
-    EXPECT_TRUE(node.GetValue(false, true) == 16 && Port.Reads == 2);
+    EXPECT_EQ(node.ToString(), "16");
+    EXPECT_TRUE(node.IsValueCacheValid());
+    EXPECT_EQ(Port.Reads, 0);
+    EXPECT_EQ(node.ToString(false, true), "16") << "past the cache";
+    EXPECT_EQ(node.GetValue(), 16) << "past the cache";
+    EXPECT_EQ(Port.Reads, 1) << "past the cache";
+    EXPECT_EQ(node.GetValue(false, true), 16);
+    EXPECT_EQ(Port.Reads, 2);
     CParameter width(*Map, "Width");
     EXPECT_THROW(width.FromString("101"), GenICam::OutOfRangeException);
     width.FromString("101", false);
@@ -96,8 +110,11 @@ TEST_F(ParameterTest, WithoutANodeOrAReadableValueTheDefaultIsTheAnswer) {
     CParameter unknown(*Map, "Widht");
     EXPECT_FALSE(unknown.IsReadable() || unknown.IsWritable() || unknown.GetAccessMode() != GenApi::NI);
     CParameter writeOnly(*Map, "Trigger");
-    EXPECT_TRUE(writeOnly.IsWritable() && !writeOnly.IsReadable());
-    EXPECT_TRUE(writeOnly.ToStringOrDefault("x") == "x" && unknown.ToStringOrDefault("x") == "x" && Port.Reads == 0);
+    EXPECT_TRUE(writeOnly.IsWritable());
+    EXPECT_FALSE(writeOnly.IsReadable());
+    EXPECT_EQ(writeOnly.ToStringOrDefault("x"), "x");
+    EXPECT_EQ(unknown.ToStringOrDefault("x"), "x");
+    EXPECT_EQ(Port.Reads, 0);
 }
 
 TEST_F(ParameterTest, FailureOfTheNodePassesButWhereOnlyAccessIsAsked) {

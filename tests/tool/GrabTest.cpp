@@ -84,7 +84,8 @@ TEST_F(GrabTest, DurationEndsItAndTheSummaryAddsUp) {
     EXPECT_EQ(summary["frames"], frames);
     EXPECT_EQ(static_cast<int>(events.size()), frames + 2);
     for (const auto& event : events) {
-        EXPECT_TRUE(event.contains("t") && event.contains("type"));
+        EXPECT_TRUE(event.contains("t"));
+        EXPECT_TRUE(event.contains("type"));
     }
 }
 

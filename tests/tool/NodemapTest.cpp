@@ -59,7 +59,9 @@ name=S kind=StringReg RO Beginner hi 2
 name=C kind=Command WO Beginner
 name=Device kind=Port RW Beginner
 name=Chunk kind=Port RW Beginner)");
-    EXPECT_TRUE(nodes[1]["number"].is_string() && nodes[1]["min"].is_number() && nodes[2]["number"].is_number());
+    EXPECT_TRUE(nodes[1]["number"].is_string());
+    EXPECT_TRUE(nodes[1]["min"].is_number());
+    EXPECT_TRUE(nodes[2]["number"].is_number());
     const ToolResult zeros = RunTool({"nodemap", file});
     EXPECT_EQ(zeros.exitCode, 0);
     EXPECT_EQ(zeros.err, "3 of 13 nodes have properties that cannot be read\n");

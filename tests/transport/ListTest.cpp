@@ -93,7 +93,11 @@ TEST(ListTest, IteratorsAreRandomAccess) {
     it += 2;
     it -= 1;
     EXPECT_EQ(it - list.begin(), 2);
-    EXPECT_TRUE(list.begin() < it && it > list.begin() && it <= list.end() && it >= it && it != list.end());
+    EXPECT_LT(list.begin(), it);
+    EXPECT_GT(it, list.begin());
+    EXPECT_LE(it, list.end());
+    EXPECT_GE(it, it);
+    EXPECT_NE(it, list.end());
     const TlInfoList::const_iterator constant = it;
     EXPECT_TRUE(constant == it);
     std::reverse(list.begin(), list.end());

@@ -40,7 +40,9 @@ TEST(GCStringTest, ZeroBytesInsideSurvive) {
 
 TEST(GCStringTest, LiteralsChangeSidesAndCharactersAreAppended) {
     const gcstring width("Width");
-    EXPECT_TRUE("Width" == width && !("Width" != width) && "Height" != width);
+    EXPECT_EQ("Width", width);
+    EXPECT_FALSE("Width" != width);
+    EXPECT_NE("Height", width);
     EXPECT_EQ("Max" + width + "Reg", "MaxWidthReg");
     EXPECT_EQ(width + 's', "Widths") << "not the pointer moved by 's'";
     EXPECT_EQ(width[1], 'i');

@@ -49,7 +49,8 @@ TEST(CLockTest, GuardUnlocksWhenAnExceptionLeavesTheScope) {
 TEST(CGlobalLockTest, KeepsOutAllOthersOfItsNameUntilItsHolderGivesItBackOrEnds) {
     const gcstring name(("zelmo test/" + std::to_string(getpid())).c_str());
     CGlobalLock lock(name), rival(name);
-    EXPECT_TRUE(lock.TryLock() && CGlobalLock(name + 'x').TryLock());
+    EXPECT_TRUE(lock.TryLock());
+    EXPECT_TRUE(CGlobalLock(name + 'x').TryLock());
     rival.Unlock(); // it holds nothing
     EXPECT_FALSE(lock.TryLock() || rival.TryLock() || rival.Lock(20)) << "its holder is kept out, too";
     std::thread waiting([&] { EXPECT_TRUE(rival.Lock(10000)); });

@@ -102,7 +102,8 @@ TEST(MergeTest, PriorityDecidesWhichNodeStaysAndCategoriesAreUnited) {
     target.AddInjectionData(injection);
     EXPECT_THROW(injection.AddInjectionData(target), GenICam::InvalidArgumentException) << "a circle";
     CNodeMapFactory(target).LoadAndInject();
-    EXPECT_TRUE(target.IsLoaded() && target.IsPreprocessed());
+    EXPECT_TRUE(target.IsLoaded());
+    EXPECT_TRUE(target.IsPreprocessed());
     EXPECT_THROW(target.AddInjectionData(injection), GenICam::LogicalErrorException) << "too late";
     const std::string told = Told(target);
     for (const char* line : {"pFeature=Same\tOver\tFresh@", "Over 21|Name=Over@|MergePriority=1@|Value=2@",
@@ -138,7 +139,9 @@ TEST(ExtractTest, WhatCanBeReachedStays) {
 
 TEST(DescriptionUrlTest, BytesComeThroughThePortOrFromTheFile) {
     const CDescriptionUrl parts("LOCAL:///a b.xml;0xFF;0X1?SchemaVersion=1.1.0");
-    EXPECT_TRUE(parts.GetFileName() == "a b.xml" && parts.GetSchemaVersion() == "1.1.0" && parts.GetAddress() == 255);
+    EXPECT_EQ(parts.GetFileName(), "a b.xml");
+    EXPECT_EQ(parts.GetSchemaVersion(), "1.1.0");
+    EXPECT_EQ(parts.GetAddress(), 255);
     for (const std::string bad :
          {"Local:a;0;0", "Local:a;0;4000001", "Local:a;7FFFFFFFFFFFFFFF;10", "Local:a;1G;10",
           "Local:a;FFFFFFFFFFFFFFFFF;1", "Local:a;10", "File:", "File:a%00.xml", "ftp://a", ""}) {

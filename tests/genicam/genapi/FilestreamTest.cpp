@@ -80,7 +80,9 @@ TEST_F(FilestreamTest, WhatIsWrittenArrivesWholeInBlocksThatTheDeviceMayCutShort
     ODevFileStream(&Adapter, "A", std::ios::app) << '!';
     EXPECT_EQ(Files["A"], "more THAN one block!");
     IDevFileStream input(&Adapter, "A");
-    EXPECT_TRUE(input.seekg(-6, std::ios::end).tellg() == 14 && input.get() == 'b' && !input.seekg(-1));
+    EXPECT_EQ(input.seekg(-6, std::ios::end).tellg(), 14);
+    EXPECT_EQ(input.get(), 'b');
+    EXPECT_FALSE(input.seekg(-1));
     input.close();
     EXPECT_EQ(Opened, 0);
 }

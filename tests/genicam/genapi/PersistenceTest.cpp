@@ -226,7 +226,9 @@ TEST_F(PersistenceTest, EveryTextComesBackAsItWasInAnyLocale) {
         As<IString>("Text").SetValue("other");
         std::stringstream stream;
         stream << bag;
-        EXPECT_TRUE(stream >> read && read == bag && read.LoadFromBag(Map.get())) << stream.str();
+        EXPECT_TRUE(stream >> read) << stream.str();
+        EXPECT_EQ(read, bag) << stream.str();
+        EXPECT_TRUE(read.LoadFromBag(Map.get())) << stream.str();
         EXPECT_EQ(Text("Text"), text);
         EXPECT_THAT(stream.str(), HasSubstr("Real\t1234567.5\n"));
     }
@@ -271,7 +273,8 @@ TEST_F(PersistenceTest, SetsOfTheDeviceAreBaggedAndSavedAgain) {
     const auto before = device.Memory;
     const auto isAsBefore = [&] { return device.Memory == before && Text("SequencerConfigurationMode") == "Off"; };
     CFeatureBagger bagger, read;
-    EXPECT_TRUE(bagger.Bag(Map.get(), true, true, true) == 5 && isAsBefore());
+    EXPECT_EQ(bagger.Bag(Map.get(), true, true, true), 5);
+    EXPECT_TRUE(isAsBefore());
     std::stringstream stream;
     stream << bagger;
     const std::string a = kGuid + "A\t", user = "\n[UserSetSelector=", sequencer = "\n[SequencerSetSelector=";
@@ -282,14 +285,16 @@ TEST_F(PersistenceTest, SetsOfTheDeviceAreBaggedAndSavedAgain) {
     std::fill(device.Memory.begin() + 64, device.Memory.end(), uint8_t{0});
     Map->InvalidateNodes();
     stream >> read;
-    EXPECT_TRUE(read.UnBag(Map.get()) && isAsBefore());
+    EXPECT_TRUE(read.UnBag(Map.get()));
+    EXPECT_TRUE(isAsBefore());
     std::istringstream(kSeveralGuid + user + "B]\n" + a + "5\nNope\t1\n[Odd]\n" + kGuid) >> read;
     EXPECT_THAT(Failure([&] { read.UnBag(Map.get()); }),
                 HasSubstr("UserSetSelector=B: Nope: There is no such feature.; UserSetSelector=B: The set was not "
                           "saved.; Odd: The bag is neither"));
     Int("Busy").SetValue(1);
     EXPECT_THAT(Failure([&] { bagger.Bag(Map.get(), false, true); }), HasSubstr("UserSetSelector=A: Node"));
-    EXPECT_TRUE(bagger.size() == 5 && isAsBefore());
+    EXPECT_EQ(bagger.size(), 5);
+    EXPECT_TRUE(isAsBefore());
     Load(Value("A"));
     EXPECT_EQ(bagger.Bag(Map.get(), true, true, true), 1);
     EXPECT_THAT(Failure([&] { read.UnBag(Map.get()); }), HasSubstr("UserSetSelector: The device has no such sets"));
@@ -324,7 +329,9 @@ TEST(BagTextTest, DamagedTextsAreRefusedByLineAndLeaveTheBagAsItWas) {
     refuses(bagger, kSeveralGuid + "# remark\nA\t1\n", "Line 3 of the feature bag, 'A\t1', does not begin");
     refuses(bagger, kSeveralGuid + "[All]\n" + kGuid + "[B]\n", "at its end");
     EXPECT_EQ(bag.ToString(), kGuid.c_str() + gcstring("A\t1\n"));
-    EXPECT_TRUE(bagger.size() == 1 && bagger.at(0) == bag && bagger.at(0).GetBagName() == "All");
+    EXPECT_EQ(bagger.size(), 1);
+    EXPECT_EQ(bagger.at(0), bag);
+    EXPECT_EQ(bagger.at(0).GetBagName(), "All");
     EXPECT_THROW(bagger.at(1), GenICam::OutOfRangeException);
 }
 

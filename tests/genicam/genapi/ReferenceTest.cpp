@@ -77,7 +77,11 @@ TEST_F(ReferenceTest, ForwardsToWhatItRefersToAndRaisesBefore) {
         EXPECT_NO_THROW(use()) << target;
     }
     EXPECT_EQ(name() + gain.ToString() + node.GetName() + width.ToString() + Text("Mode").c_str(), "b2.5Width7On");
-    EXPECT_TRUE(flip() && features.size() == 1 && IsWritable(gain) && Port.Memory[11] == 4 && mode() == Mode_On);
+    EXPECT_TRUE(flip());
+    EXPECT_EQ(features.size(), 1);
+    EXPECT_TRUE(IsWritable(gain));
+    EXPECT_EQ(Port.Memory[11], 4);
+    EXPECT_EQ(mode(), Mode_On);
     EXPECT_EQ(mode.GetEntry(Mode_Off)->GetSymbolic(), "Off");
     EXPECT_THROW(mode = Mode_Auto, GenICam::InvalidArgumentException) << "the feature has no such entry";
     mode = "New";
