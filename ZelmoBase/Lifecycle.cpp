@@ -16,11 +16,9 @@
 namespace Zelmo {
 namespace {
 
-constexpr unsigned int kMajor = 6;
-constexpr unsigned int kMinor = 1;
-constexpr unsigned int kSubminor = 0;
-constexpr unsigned int kBuild = 18286;
-constexpr char kVersion[] = "6.1.0.18286";
+// Both from the root CMakeLists.txt: major, minor, subminor and build.
+constexpr unsigned int kVersionNumbers[] = {ZELMO_VERSION_NUMBERS};
+constexpr char kVersion[] = ZELMO_VERSION_TEXT;
 
 CRecursiveMutex g_initLock; // held during every step of start and stop; outside of the factory's lock
 std::int32_t g_initCount ZELMO_GUARDED_BY(g_initLock) = 0;
@@ -136,10 +134,10 @@ void GetZelmoVersion(unsigned int* major, unsigned int* minor, unsigned int* sub
             *target = value;
         }
     };
-    store(major, Zelmo::kMajor);
-    store(minor, Zelmo::kMinor);
-    store(subminor, Zelmo::kSubminor);
-    store(build, Zelmo::kBuild);
+    store(major, Zelmo::kVersionNumbers[0]);
+    store(minor, Zelmo::kVersionNumbers[1]);
+    store(subminor, Zelmo::kVersionNumbers[2]);
+    store(build, Zelmo::kVersionNumbers[3]);
 }
 
 const char* GetZelmoVersionString() {

@@ -5,7 +5,6 @@
 # to another prefix afterwards.
 include(CMakePackageConfigHelpers)
 
-set(GENICAM_VERSION 3.1.0)
 set(prefix_from_pkgconfig .) # pkg-config files know only their own folder
 cmake_path(RELATIVE_PATH prefix_from_pkgconfig BASE_DIRECTORY ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
@@ -29,8 +28,15 @@ function(zelmo_install_library name version)
 endfunction()
 
 zelmo_install_library(genicam ${GENICAM_VERSION})
-zelmo_install_library(zelmo ${PROJECT_VERSION})
+zelmo_install_library(zelmo ${ZELMO_VERSION})
 
-install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/zelmo DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+# DeviceGrab is no interface for others: the tool grabs through it until the camera object stands.
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/zelmo DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
+    PATTERN DeviceGrab.h EXCLUDE)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/genicam/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/genicam)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/resources/ConfigFileRegistry DESTINATION ${CMAKE_INSTALL_DATADIR}/zelmo)
+
+# The pages keep their places, so that the links between them hold.
+install(FILES ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs ${PROJECT_SOURCE_DIR}/examples DESTINATION ${CMAKE_INSTALL_DOCDIR}
+    PATTERN CMakeLists.txt EXCLUDE) # those are parts of our build

@@ -25,7 +25,7 @@ function(zelmo_plugin name)
     set_target_properties(${target} PROPERTIES INSTALL_RPATH "$ORIGIN")
     if(ARG_TEST)
         set_target_properties(${target} PROPERTIES
-            LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/test-plugins/${name})
+            LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/test-plugins/${name})
     else()
         install(TARGETS ${target} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
     endif()
