@@ -45,8 +45,8 @@ private:
 TEST_F(GrabRunTest, PulledCableEndsItsCameraWithNineAndNotTheOther) {
     m_options.count = 50;
     m_options.strategy = Zelmo::GrabStrategy_UpcomingImage; // waits inside the library
-    tool::GrabRun run(tool::SelectDevices(*m_library, {}, true), {{"AcquisitionFrameRateEnable", "0"}}, m_options,
-                      m_output);
+    m_options.setup = {{"AcquisitionFrameRateEnable", "0"}};
+    tool::GrabRun run(tool::SelectDevices(*m_library, {}, true), m_options, m_output);
     for (const auto& camera : run.GetCameras()) {
         camera->SendTo(std::make_unique<CableCutter>(camera->GetCamera()));
     }
@@ -64,7 +64,7 @@ TEST_F(GrabRunTest, UpcomingImageIsRefusedForUsbAndMipexBeforeACameraOpens) {
         info.SetDeviceClass(deviceClass).SetFullName("x");
         m_options.strategy = Zelmo::GrabStrategy_UpcomingImage;
         try {
-            tool::GrabRun run({info}, {}, m_options, m_output);
+            tool::GrabRun run({info}, m_options, m_output);
             ADD_FAILURE() << deviceClass;
         } catch (const tool::ToolError& error) {
             EXPECT_EQ(error.GetExitCode(), ExitCode::Feature);

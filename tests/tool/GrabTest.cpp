@@ -50,6 +50,22 @@ TEST_F(GrabTest, SettingsHoldForTheImagesOrNothingStarts) {
     EXPECT_THAT(m_folder.List(), ElementsAre("a.png"));
 }
 
+TEST_F(GrabTest, CommandsAndSettingsAreDoneInTheOrderGiven) {
+    const std::vector<std::string> set{"--set", "ForceFailedBufferCount=2"};
+    const std::vector<std::string> execute{"--exec", "ForceFailedBuffer"};
+    const auto run = [&](const std::vector<std::string>& first, const std::vector<std::string>& second) {
+        std::vector<std::string> arguments{"grab", "-d", "0", "-n", "3", "--json"};
+        arguments.insert(arguments.end(), first.begin(), first.end());
+        arguments.insert(arguments.end(), second.begin(), second.end());
+        return Run(arguments);
+    };
+    EXPECT_EQ(run(set, execute).Events().back()["failed"], 2);
+    EXPECT_EQ(run(execute, set).Events().back()["failed"], 1);
+    EXPECT_EQ(run({"--exec", "SimulateRemoval"}, {}).exitCode, 9);
+    EXPECT_EQ(run({"--exec", "SimulateRemoval"}, set).exitCode, 9);
+    EXPECT_EQ(run({"--exec", "Width"}, {}).exitCode, 7);
+}
+
 TEST_F(GrabTest, SeveralCamerasWriteFilesThatDiffer) {
     EXPECT_EQ(Run({"grab", "--all", "-n", "2", "-o", "a-%d.png", "-q"}).exitCode, 0);
     EXPECT_THAT(m_folder.List(), ElementsAre("a-0815-0000-1.png", "a-0815-0000-2.png", "a-0815-0001-1.png",

@@ -5,14 +5,18 @@
 
 namespace tool {
 
+Assignment ParseAssignment(const std::string& text) {
+    const std::size_t equals = text.find('=');
+    if (equals == std::string::npos || equals == 0) {
+        throw UsageError("'" + text + "' is no assignment; expected NAME=VALUE, for example Width=640");
+    }
+    return {text.substr(0, equals), text.substr(equals + 1)};
+}
+
 std::vector<Assignment> ParseAssignments(const std::vector<std::string>& texts) {
     std::vector<Assignment> assignments;
     for (const std::string& text : texts) {
-        const std::size_t equals = text.find('=');
-        if (equals == std::string::npos || equals == 0) {
-            throw UsageError("'" + text + "' is no assignment; expected NAME=VALUE, for example Width=640");
-        }
-        assignments.push_back({text.substr(0, equals), text.substr(equals + 1)});
+        assignments.push_back(ParseAssignment(text));
     }
     return assignments;
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -12,7 +13,14 @@ struct Assignment {
     std::string value;
 };
 
+/// One step of setting a camera up.
+struct SetupStep {
+    std::string feature;
+    std::optional<std::string> value; ///< None: a command, which is executed.
+};
+
 /// @throws UsageError for a text that is no assignment.
+Assignment ParseAssignment(const std::string& text);
 std::vector<Assignment> ParseAssignments(const std::vector<std::string>& texts);
 
 } // namespace tool

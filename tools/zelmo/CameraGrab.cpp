@@ -38,9 +38,21 @@ CameraGrab::~CameraGrab() {
     Join();
 }
 
-void CameraGrab::Configure(const std::vector<Assignment>& settings) {
-    for (const Assignment& one : settings) {
-        Feature::Find(m_camera.GetNodeMap("device"), one.feature, GetName()).SetText(one.value);
+void CameraGrab::Configure(const std::vector<SetupStep>& setup) {
+    try {
+        for (const SetupStep& step : setup) {
+            Feature feature = Feature::Find(m_camera.GetNodeMap("device"), step.feature, GetName());
+            if (step.value) {
+                feature.SetText(*step.value);
+            } else {
+                feature.Execute(milliseconds(m_options.timeoutMs));
+            }
+        }
+    } catch (const ToolError&) {
+        if (m_camera.IsRemoved()) {
+            throw Removed(); // that is why
+        }
+        throw;
     }
 }
 
@@ -70,7 +82,7 @@ void CameraGrab::Run() noexcept {
     m_ended = Clock::now().time_since_epoch().count();
     m_session.StopGrabbing();
     if (m_camera.IsRemoved()) { // whatever failed first, this is the cause
-        m_error = ToolError(ExitCode::Removed, "removed", "Camera " + GetName() + " was removed while it was grabbing");
+        m_error = Removed();
     }
     if (m_error && m_error->GetCode() == "host") {
         m_signals.RequestStop(); // the others would fail alike
@@ -119,6 +131,10 @@ bool CameraGrab::WaitForResult(Zelmo::CGrabResultPtr& result) {
     } catch (const GenICam::TimeoutException&) {
         throw TimedOut();
     }
+}
+
+ToolError CameraGrab::Removed() const {
+    return {ExitCode::Removed, "removed", "Camera " + GetName() + " was removed before the grab was over"};
 }
 
 ToolError CameraGrab::TimedOut() const {

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "Assignments.h"
 #include "Camera.h"
 #include "Errors.h"
 #include "FrameSink.h"
@@ -42,9 +41,9 @@ public:
     CameraGrab(const Zelmo::CDeviceInfo& info, const GrabOptions& options, StopSignals& signals); ///< Opens the camera.
     ~CameraGrab();
 
-    /// Sets features of the camera, in the order given.
-    /// @throws ToolError for the first one that is refused; the others stay as they are.
-    void Configure(const std::vector<Assignment>& settings);
+    /// Sets features and executes commands of the camera, in the order given.
+    /// @throws ToolError for the first step that is refused; the others are left out.
+    void Configure(const std::vector<SetupStep>& setup);
 
     void SendTo(std::unique_ptr<FrameSink> sink) { m_sink = std::move(sink); } ///< Before Start; there must be one.
     void Start();
@@ -72,6 +71,7 @@ private:
     void CountMissing(const Zelmo::CGrabResultData& result);
     void CountFailed(const Zelmo::CGrabResultData& result, std::uint64_t number, const std::string& why);
     bool IsDone() const;
+    ToolError Removed() const;
     ToolError TimedOut() const;
 
     const GrabOptions& m_options;

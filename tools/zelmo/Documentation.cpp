@@ -179,6 +179,8 @@ std::string MakeToolHelp(const CLI::App& app, const Verbs& verbs) {
     for (const OptionText& option : DescribeOptions(app)) {
         options += (options.empty() ? "" : "; ") + JoinNames(option);
     }
+    help +=
+        Wrap("", "The settings of emulated cameras live as long as one process: see --set and --exec of 'grab'.", 0);
     return help + Wrap("", "Options of all verbs, which the help of each verb explains: " + options, 0);
 }
 

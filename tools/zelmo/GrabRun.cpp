@@ -63,6 +63,27 @@ void DefineStrategy(CLI::App& command, Zelmo::EGrabStrategy& strategy) {
         ->type_name(JoinStrategies());
 }
 
+/// --set and --exec share one list, as their order is that in which they are done.
+void DefineSetup(CLI::App& command, std::vector<SetupStep>& setup) {
+    const auto set = [&setup](const std::string& text) {
+        const Assignment one = ParseAssignment(text);
+        setup.push_back({one.feature, one.value});
+    };
+    const auto execute = [&setup](const std::string& name) { setup.push_back({name, std::nullopt}); };
+    command
+        .add_option_function<std::string>("--set", set,
+                                          "Set a feature before the camera starts; may be given several times")
+        ->type_name("NAME=VALUE")
+        ->trigger_on_parse();
+    command
+        .add_option_function<std::string>(
+            "--exec", execute,
+            "Run a command before the camera starts; may be given several times, --set and --exec are done in the "
+            "order given")
+        ->type_name("COMMAND")
+        ->trigger_on_parse();
+}
+
 void CheckStrategy(const Zelmo::CDeviceInfo& info, Zelmo::EGrabStrategy strategy) {
     const std::string deviceClass = info.GetDeviceClass().c_str();
     if (strategy == Zelmo::GrabStrategy_UpcomingImage && (deviceClass == "HarlixUsb" || deviceClass == "HarlixMipex")) {
@@ -76,9 +97,7 @@ void CheckStrategy(const Zelmo::CDeviceInfo& info, Zelmo::EGrabStrategy strategy
 } // namespace
 
 void DefineGrabOptions(CLI::App& command, GrabOptions& options) {
-    command.add_option("--set", options.settings, "Set a feature before the camera starts; may be given several times")
-        ->type_name("NAME=VALUE")
-        ->allow_extra_args(false);
+    DefineSetup(command, options.setup);
     DefineSeconds(command, "--duration", options.durationSeconds,
                   options.durationSeconds ? "Length; default " + Fixed(*options.durationSeconds, 0)
                                           : "End after that time");
@@ -93,7 +112,7 @@ void DefineGrabOptions(CLI::App& command, GrabOptions& options) {
         ->type_name("N")
         ->check(WholeNumber(1, 9'999));
     DefineMilliseconds(command, "--timeout", options.timeoutMs,
-                       "Longest time to wait for each image, else exit code 5");
+                       "Longest time to wait for each image, and for each command of --exec, else exit code 5");
     command
         .add_option("--max-lost", options.maxLost,
                     "Exit code 6 when more images than that, of all cameras, are lost (gaps in the camera's count), "
@@ -108,7 +127,7 @@ const char* GetStrategyName(Zelmo::EGrabStrategy strategy) {
         ->name;
 }
 
-std::vector<Assignment> CheckGrabOptions(const GrabOptions& options) {
+void CheckGrabOptions(const GrabOptions& options) {
     if (options.queueSize && options.strategy != Zelmo::GrabStrategy_LatestImages) {
         throw UsageError("--queue-size: only --strategy latest-images keeps several images");
     }
@@ -116,18 +135,16 @@ std::vector<Assignment> CheckGrabOptions(const GrabOptions& options) {
         throw UsageError("--queue-size " + std::to_string(*options.queueSize) + ": has to be less than --buffers (" +
                          std::to_string(options.buffers) + "), as the camera needs one to fill");
     }
-    return ParseAssignments(options.settings);
 }
 
-GrabRun::GrabRun(const std::vector<Zelmo::CDeviceInfo>& infos, const std::vector<Assignment>& settings,
-                 const GrabOptions& options, Output& output)
+GrabRun::GrabRun(const std::vector<Zelmo::CDeviceInfo>& infos, const GrabOptions& options, Output& output)
     : m_options(options), m_output(output) {
     for (const auto& info : infos) {
         CheckStrategy(info, options.strategy);
     }
     for (const auto& info : infos) {
         m_cameras.push_back(std::make_unique<CameraGrab>(info, options, m_signals));
-        m_cameras.back()->Configure(settings);
+        m_cameras.back()->Configure(options.setup);
     }
 }
 

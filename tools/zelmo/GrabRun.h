@@ -19,17 +19,16 @@ void DefineGrabOptions(CLI::App& command, GrabOptions& options);
 /// As it is typed: "one-by-one".
 const char* GetStrategyName(Zelmo::EGrabStrategy strategy);
 
-/// What --set tells. @throws UsageError for that, and for options that do not go together.
-std::vector<Assignment> CheckGrabOptions(const GrabOptions& options);
+/// @throws UsageError for options that do not go together.
+void CheckGrabOptions(const GrabOptions& options);
 
 /// What grab and bench have in common: cameras that are opened, set up, grabbed from at the same time, and closed.
 /// Borrows options and output. Threads: the main one.
 class GrabRun {
 public:
     /// Opens the cameras; signals stop them from now on.
-    /// @throws ToolError when that, or one of @p settings, is refused, or a camera cannot grab as the options ask.
-    GrabRun(const std::vector<Zelmo::CDeviceInfo>& infos, const std::vector<Assignment>& settings,
-            const GrabOptions& options, Output& output);
+    /// @throws ToolError when that, or a step of the set-up, is refused, or a camera cannot grab as the options ask.
+    GrabRun(const std::vector<Zelmo::CDeviceInfo>& infos, const GrabOptions& options, Output& output);
 
     const CameraGrabs& GetCameras() const noexcept { return m_cameras; }
 

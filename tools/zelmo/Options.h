@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "Assignments.h"
+
 #include <zelmo/GrabStrategy.h>
 
 #include <optional>
@@ -49,8 +51,8 @@ struct FeaturesOptions {
 struct GrabOptions {
     std::vector<std::string> devices;
     bool all = false;
-    std::vector<std::string> settings; ///< NAME=VALUE each, set before the camera starts.
-    std::optional<unsigned> count;     ///< Images of each camera.
+    std::vector<SetupStep> setup;  ///< Before the camera starts, in this order.
+    std::optional<unsigned> count; ///< Images of each camera.
     std::optional<double> durationSeconds;
     Zelmo::EGrabStrategy strategy = Zelmo::GrabStrategy_OneByOne;
     unsigned buffers = 10;

@@ -105,10 +105,10 @@ public:
     }
 
     ExitCode Run(Library& library, Output& output) override {
-        const auto settings = CheckGrabOptions(m_options);
+        CheckGrabOptions(m_options);
         m_options.devices.insert(m_options.devices.end(), m_named.begin(), m_named.end());
         const auto infos = SelectDevices(library, m_options.devices, m_options.all || !m_cameras.empty());
-        GrabRun run(infos, settings, m_options, output);
+        GrabRun run(infos, m_options, output);
         std::vector<const LatencySink*> sinks; // owned by the cameras
         for (std::size_t i = 0; i < infos.size(); ++i) {
             auto sink = std::make_unique<LatencySink>(StampsHostTime(infos[i]));

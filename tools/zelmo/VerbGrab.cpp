@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "Assignments.h"
 #include "CommonOptions.h"
 #include "DeviceSelector.h"
 #include "GrabReport.h"
@@ -27,6 +26,8 @@ public:
         return {
             {"zelmo grab -n 10 -o 'img-%06d.png'", "Ten images of the only camera: img-000001.png and so on"},
             {"zelmo grab -n 5 --set PixelFormat=RGB8 --set Width=640 -o '%d.png'", "With settings of the camera"},
+            {"zelmo grab -n 5 --set ForceFailedBufferCount=2 --exec ForceFailedBuffer",
+             "What an emulated camera does on command, such as two images that fail"},
             {"zelmo grab --all --duration 5", "Five seconds from each camera without writing, to see rate and losses"},
             {"zelmo grab -d 0815-0000 -d left -n 3 -o '/data/%s/%d.png'", "A folder for each of two cameras"},
             {"zelmo grab -n 100 --raw -o '%06d.raw' --max-lost 0", "Buffers as they are; exit code 6 when one is lost"},
@@ -60,7 +61,7 @@ public:
             m_options.count = 1;
         }
         std::optional<FilePattern> pattern = MakePattern();
-        const auto settings = CheckGrabOptions(m_options);
+        CheckGrabOptions(m_options);
         const auto infos = SelectDevices(library, m_options.devices, m_options.all);
         const auto labels = MakeLabels(infos);
         if (pattern) {
@@ -69,7 +70,7 @@ public:
                 CheckFolderOf(pattern->GetName(label, 1));
             }
         }
-        GrabRun run(infos, settings, m_options, output);
+        GrabRun run(infos, m_options, output);
         const auto sinks = MakeSinks(run, pattern, labels, output);
         TellStart(run, output);
         run.Run();

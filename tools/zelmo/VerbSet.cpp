@@ -17,7 +17,9 @@ public:
     std::string GetDetails() const override {
         return "Prints each feature as it then reads, as a camera may round a value. One that is refused does not keep "
                "the "
-               "others from being set; the exit code then tells of the first refusal.";
+               "others from being set; the exit code then tells of the first refusal. The settings of emulated cameras "
+               "live as long as "
+               "one process: 'grab' and 'bench' set them with --set and --exec.";
     }
     std::vector<Example> GetExamples() const override {
         return {
