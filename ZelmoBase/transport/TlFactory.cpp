@@ -4,6 +4,7 @@
 #include "ZelmoBase/core/Guarded.h"
 #include "ZelmoBase/core/Mutex.h"
 #include "ZelmoBase/core/ScopeGuard.h"
+#include "ZelmoBase/transport/ClasslessDevices.h"
 #include "ZelmoBase/transport/GlobalDeviceFilter.h"
 #include "ZelmoBase/transport/ImplicitTlRefs.h"
 #include "ZelmoBase/transport/TlFactoryInstance.h"
@@ -102,7 +103,7 @@ CTlFactory& CTlFactory::GetInstance() {
 
 CTlFactory::CTlFactory()
     : m_tlMap(new CTlMap), m_implicitTlRefs(new ImplicitTlRefs), m_libraries(new CTlLibraries),
-      m_lock(new CRecursiveMutex) {
+      m_classless(new CClasslessDevices), m_lock(new CRecursiveMutex) {
     auto filter = std::make_unique<DeviceInfoList>();
     if (ParseDeviceFilter(*filter) > 0) {
         SetGlobalDeviceFilter(std::move(filter));
@@ -126,6 +127,7 @@ void CTlFactory::Terminate() {
         delete m_tlMap.load();
         m_tlMap = nullptr;
         delete std::exchange(m_libraries, nullptr);
+        delete std::exchange(m_classless, nullptr);
     }
     delete std::exchange(m_lock, nullptr);
 }
@@ -291,10 +293,11 @@ int CTlFactory::EnumerateDevices(DeviceInfoList& list, const DeviceInfoList& fil
 /// A transport layer that fails does not hide the devices of the others.
 void CTlFactory::EnumerateDevicesOf(const CTlEntry& entry, DeviceInfoList& list, const DeviceInfoList& filter) {
     ITransportLayer* tl = nullptr;
+    DeviceInfoList devices; // its own: a transport layer that replaces instead of appending hides nothing of the others
     try {
         tl = CreateTl(entry);
         if (tl) {
-            tl->EnumerateDevices(list, filter, true);
+            tl->EnumerateDevices(devices, filter, true);
         }
     } catch (const GenICam::GenericException& e) {
         hxlog::LogTrace(TlFactoryCatId(), hxlog::LogLevel_Warn, "Exception while enumerating %s devices. Error: '%s'",
@@ -306,11 +309,22 @@ void CTlFactory::EnumerateDevicesOf(const CTlEntry& entry, DeviceInfoList& list,
     if (!tl) {
         return;
     }
+    ReportClassless(devices, entry.info);
+    for (CDeviceInfo& device : devices) { // also what was found before a failure
+        list.push_back(std::move(device));
+    }
     const auto keepAndRelease = [&] {
         KeepAlive(tl);
         ReleaseTl(tl);
     };
     RunGuarded(keepAndRelease, [](const char*) {}); // one without a counter ends here; a failure of that is logged
+}
+
+void CTlFactory::ReportClassless(const DeviceInfoList& devices, const CTlInfo& transportLayer) {
+    if (std::any_of(devices.begin(), devices.end(), CClasslessDevices::IsClassless)) {
+        CLockGuard lock(*m_lock);
+        m_classless->Report(devices, transportLayer);
+    }
 }
 
 IZelmoDevice* CTlFactory::CreateDevice(const CDeviceInfo& info) {
@@ -346,6 +360,11 @@ CDeviceInfo CTlFactory::FindDevice(const CDeviceInfo& info, bool firstFound) {
         const int count = Count(found.size());
         hxlog::LogTrace(TlFactoryCatId(), hxlog::LogLevel_Error, message, count);
         throw RUNTIME_EXCEPTION(message, count);
+    }
+    if (CClasslessDevices::IsClassless(
+            found.front())) { // looking for its transport layer would lead back here, for ever
+        CLockGuard lock(*m_lock);
+        throw RUNTIME_EXCEPTION("%s", m_classless->Describe(found.front()).c_str());
     }
     return found.front();
 }

@@ -10,6 +10,7 @@
 
 namespace Zelmo {
 
+class CClasslessDevices;
 class CRecursiveMutex;
 class CTlLibHelper;
 class CTlLibraries;
@@ -30,14 +31,17 @@ public:
     static CTlFactory& GetInstance();
 
     /// Lists the devices of all transport layers, these in the order of EnumerateTls and each block in the order of its
-    /// transport layer. Every transport layer that took part stays alive until the library terminates.
+    /// transport layer. Every transport layer that took part stays alive until the library terminates. An entry without
+    /// a device class is listed, and logged once: no device can be made of it.
     /// @return how many entries @p list has.
     int EnumerateDevices(DeviceInfoList& list, bool addToList = false) override;
     int EnumerateDevices(DeviceInfoList& list, const DeviceInfoList& filter, bool addToList = false) override;
 
     /// Makes the device that satisfies @p info. With a device class the transport layer of that class decides what a
     /// partial info means; without one all devices are enumerated, and @p strings are not passed on.
-    /// @throws GenICam::RuntimeException when no device, more than one, or no transport layer fits.
+    /// @throws GenICam::RuntimeException when no device, more than one, or no transport layer fits, and when the one
+    /// that
+    ///         fits has no device class.
     IZelmoDevice* CreateDevice(const CDeviceInfo& info) override;
     IZelmoDevice* CreateFirstDevice(const CDeviceInfo& info) override; ///< The same, with the first of several.
     IZelmoDevice* CreateDevice(const CDeviceInfo& info, const StringList_t& strings) override;
@@ -89,11 +93,13 @@ private:
     ITransportLayer* CreateNewTl(const CTlInfo& info, CTlLibHelper& library);
     CTlReference RequireTl(const String_t& deviceClass);
     CDeviceInfo FindDevice(const CDeviceInfo& info, bool firstFound);
+    void ReportClassless(const DeviceInfoList& devices, const CTlInfo& transportLayer);
     void EnumerateDevicesOf(const CTlEntry& entry, DeviceInfoList& list, const DeviceInfoList& filter);
 
     std::atomic<CTlMap*> m_tlMap; // owned, like all pointers here; null once terminated
     ImplicitTlRefs* m_implicitTlRefs;
     CTlLibraries* m_libraries;
+    CClasslessDevices* m_classless;
     CRecursiveMutex* m_lock; // guards all of the above and all calls of plug-ins' exports
 };
 

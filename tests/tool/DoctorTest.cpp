@@ -69,6 +69,15 @@ TEST(DoctorTest, PluginWithoutAnExportIsNamed) {
                 HasSubstr("exports"));
 }
 
+TEST(DoctorTest, DeviceWithoutAClassIsToldOfItsPlugin) {
+    const auto settings =
+        WithEnvironment({{"ZELMO_TL_PATH", TEST_PLUGINS "/faulty"}, {"ZELMO_TEST_FAULT", "No device class"}});
+    const ToolResult result = RunTool({"doctor", "--json"}, settings);
+    EXPECT_EQ(result.exitCode, 8);
+    EXPECT_THAT(CheckNamed(result.Document(), "Fake/FakeFaulty")["detail"].get<std::string>(), HasSubstr("'lost'"));
+    EXPECT_THAT(RunTool({"features"}, settings).err, HasSubstr("no device class"));
+}
+
 TEST(DoctorTest, FolderWithoutPluginsIsAProblemWithARemedy) {
     TemporaryFolder folder;
     const ToolResult result = Examine(folder.Path());

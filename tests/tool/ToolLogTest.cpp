@@ -28,15 +28,16 @@ TEST_P(PluginFailureTest, IsReadOffTheFactorysLogLine) {
 
 INSTANTIATE_TEST_SUITE_P(
     Lines, PluginFailureTest,
-    testing::Values(Case{"Could not load TL lib '/x/libzelmo_TL_a.so' : /x/libzelmo_TL_a.so: file too short",
-                         "/x/libzelmo_TL_a.so", "file too short"},
-                    Case{"Could not find required exports in TL lib '/x/b.so'. Lib won't be used.", "/x/b.so",
-                         "GetTLInfoList"},
-                    Case{"Exception in GetTLInfoList of TL lib '/x/c.so': boom", "/x/c.so", "boom"},
-                    Case{"Trying to create TL 'Full/Name' - no driver", "Full/Name", "no driver"},
-                    Case{"Exception while enumerating HarlixUsb devices. Error: 'bus'", "HarlixUsb", "bus"},
-                    Case{"Unknown error while enumerating HarlixUsb devices.", "HarlixUsb", "unknown"},
-                    Case{"Trying to load TL lib '/x/libzelmo_TL_a.so'", nullptr, nullptr},
-                    Case{"Could not load TL lib '", nullptr, nullptr}, Case{"", nullptr, nullptr}));
+    testing::Values(
+        Case{"Could not load TL lib '/x/libzelmo_TL_a.so' : /x/libzelmo_TL_a.so: file too short", "/x/libzelmo_TL_a.so",
+             "file too short"},
+        Case{"Could not find required exports in TL lib '/x/b.so'. Lib won't be used.", "/x/b.so", "GetTLInfoList"},
+        Case{"Exception in GetTLInfoList of TL lib '/x/c.so': boom", "/x/c.so", "boom"},
+        Case{"Trying to create TL 'Full/Name' - no driver", "Full/Name", "no driver"},
+        Case{"Exception while enumerating HarlixUsb devices. Error: 'bus'", "HarlixUsb", "bus"},
+        Case{"Unknown error while enumerating HarlixUsb devices.", "HarlixUsb", "unknown"},
+        Case{"Device 'D' of transport layer 'T' cannot be used: no class", "T", "'D' cannot be used: no class"},
+        Case{"Trying to load TL lib '/x/libzelmo_TL_a.so'", nullptr, nullptr},
+        Case{"Could not load TL lib '", nullptr, nullptr}, Case{"", nullptr, nullptr}));
 
 } // namespace

@@ -91,6 +91,9 @@ TEST_F(PluginSearchTest, FilesThatAreNoPluginsAreNamedAndLeftOut) {
         1u);
 }
 
+constexpr char kClassless[] =
+    "Device 'lost' of transport layer 'Fake/FakeFaulty' cannot be used: it has no device class";
+
 struct PluginFault {
     const char* fault;
     int priority;        ///< Of the one line that names the fault; 0 for none.
@@ -142,7 +145,8 @@ INSTANTIATE_TEST_SUITE_P(Faults, FaultyPluginTest,
                                                      "Exception while enumerating FakeFaulty devices. Error: 'broken'",
                                                      1},
                                          PluginFault{"EnumerateDevices standard", GenICam::LogPriority_Notice,
-                                                     "Unknown error while enumerating FakeFaulty devices.", 1}),
+                                                     "Unknown error while enumerating FakeFaulty devices.", 1},
+                                         PluginFault{"No device class", GenICam::LogPriority_Warn, kClassless, 1}),
                          [](const auto& tested) {
                              std::string name = tested.param.fault;
                              std::erase(name, ' ');
@@ -150,6 +154,26 @@ INSTANTIATE_TEST_SUITE_P(Faults, FaultyPluginTest,
                          });
 
 using OtherFaultTest = PluginTest;
+
+TEST_F(OtherFaultTest, DeviceWithoutAClassIsRefusedByNameAndToldOnce) {
+    setenv("ZELMO_TEST_FAULT", "No device class", 1);
+    Start({"faulty", "good"});
+    CDeviceInfo info;
+    info.SetSerialNumber("77");
+    const auto refusal = testing::Throws<GenICam::RuntimeException>(
+        testing::Property(&GenICam::RuntimeException::GetDescription, testing::StrEq(kClassless)));
+    EXPECT_THAT([&] { Factory().CreateDevice(info); }, refusal);
+    EXPECT_THAT([&] { Factory().CreateFirstDevice(info); }, refusal);
+    EXPECT_THAT([&] { Factory().IsDeviceAccessible(info); }, refusal);
+    EXPECT_EQ(m_log.Count(kCategory, GenICam::LogPriority_Warn, kClassless), 1u);
+}
+
+TEST_F(OtherFaultTest, LayerThatReplacesInsteadOfAppendingTakesNothingAway) {
+    setenv("ZELMO_TEST_FAULT", "Ignores addToList", 1);
+    Start({"faulty"});
+    DeviceInfoList devices(1);
+    EXPECT_EQ(Factory().EnumerateDevices(devices, true), 2);
+}
 
 TEST_F(OtherFaultTest, SecondTransportLayerOfOneFullNameIsRefusedAndDestroyed) {
     setenv("ZELMO_TEST_FAULT", "Same name", 1);

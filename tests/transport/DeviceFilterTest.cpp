@@ -181,6 +181,26 @@ TEST_F(DefaultInterfaceTest, EnumerationSortsItsOwnBlockOnly) {
     EXPECT_THAT(Serials(list), ElementsAre("9", "10"));
 }
 
+TEST_F(DefaultInterfaceTest, EarlierEntriesOutliveALayerThatReplacesOrFails) {
+    EXPECT_CALL(m_tl, EnumerateDevices(_, true))
+        .WillOnce([](DeviceInfoList& list, bool) {
+            list.clear();
+            list.push_back(Camera("1"));
+            return 1;
+        })
+        .WillOnce([](DeviceInfoList& list, bool) -> int {
+            list.push_back(Camera("found before the fault"));
+            throw RUNTIME_EXCEPTION("broken");
+        });
+    DeviceInfoList list;
+    for (const char* const serial : {"99", "98"}) {
+        list.push_back(Camera(serial));
+    }
+    EXPECT_EQ(m_interface.EnumerateDevices(list, true), 1);
+    EXPECT_THROW(m_interface.EnumerateDevices(list, true), GenICam::RuntimeException);
+    EXPECT_THAT(Serials(list), ElementsAre("99", "98", "1", "found before the fault"));
+}
+
 TEST_F(DefaultInterfaceTest, FilteredEnumerationCountsWhatItAdds) {
     TransportLayerHas({"10", "9", "8"});
     DeviceInfoList list;

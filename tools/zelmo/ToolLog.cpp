@@ -95,6 +95,12 @@ bool ParsePluginFailure(std::string_view message, PluginFailure& failure) {
         failure.reason = rest;
         return true;
     }
+    std::string device;
+    if (TakeBetween(message, "Device '", "' of transport layer '", device, rest) &&
+        TakeBetween(rest, "", "' cannot be used: ", failure.plugin, rest)) {
+        failure.reason = "its device '" + device + "' cannot be used: " + std::string(rest);
+        return true;
+    }
     if (TakeBetween(message, "Could not find required exports in TL lib '", "'", failure.plugin, rest)) {
         failure.reason = "it lacks one of the exports GetTLInfoList, Create and Destroy";
         return true;

@@ -5,6 +5,7 @@
 #include <zelmo/Interface.h>
 
 #include <algorithm>
+#include <utility>
 
 namespace Zelmo {
 
@@ -22,18 +23,26 @@ public:
     }
 
     /// Sorts what it adds and leaves earlier entries where they are. @return how many devices were added with a filter,
-    /// else the result of InternalEnumerateDevices.
+    /// else the result of InternalEnumerateDevices. Without a filter, what that appended before an exception stays.
     int EnumerateDevices(DeviceInfoList& list, const DeviceInfoList& filter, bool addToList) override {
         if (!addToList) {
             list.clear();
         }
-        const auto start = static_cast<std::ptrdiff_t>(list.size());
+        // A list of its own: earlier entries stay, whatever the layer does with what it is given.
+        DeviceInfoList found;
         int result = 0;
+        try {
+            result = InternalEnumerateDevices(found);
+        } catch (...) {
+            if (filter.empty()) {
+                Append(found, list);
+            }
+            throw;
+        }
+        const auto start = static_cast<std::ptrdiff_t>(list.size());
         if (filter.empty()) {
-            result = InternalEnumerateDevices(list);
+            Append(found, list);
         } else {
-            DeviceInfoList found;
-            InternalEnumerateDevices(found);
             result = ApplyDeviceFilter(found, filter, list);
         }
         std::sort(list.begin() + start, list.end());
@@ -55,6 +64,13 @@ protected:
     virtual const CInterfaceInfo& InternalGetInterfaceInfo() const = 0;
     virtual GenApi::INodeMap* InternalGetNodeMap() = 0;
     virtual int InternalEnumerateDevices(DeviceInfoList& list) = 0; ///< Appends all devices, in any order.
+
+private:
+    static void Append(DeviceInfoList& found, DeviceInfoList& list) {
+        for (CDeviceInfo& device : found) {
+            list.push_back(std::move(device));
+        }
+    }
 };
 
 } // namespace Zelmo

@@ -52,13 +52,22 @@ public:
     using Base::EnumerateDevices;
 
     int EnumerateDevices(Zelmo::DeviceInfoList& list, const Zelmo::DeviceInfoList&, bool) override {
-        list.push_back(this->Device("found before the fault"));
+        if (Fault("Ignores addToList")) {
+            list.clear();
+        }
+        list.push_back(Fault("No device class") ? Classless() : this->Device("found before the fault"));
         FailIn("EnumerateDevices");
         return 1;
     }
     Zelmo::CTlInfo GetTlInfo() const override {
         FailIn("GetTlInfo");
         return Fault("Same name") ? TlInfo("FakeGood") : Base::GetTlInfo();
+    }
+
+private:
+    static Zelmo::CDeviceInfo Classless() {
+        Zelmo::CDeviceInfo info;
+        return info.SetFullName("lost").SetSerialNumber("77");
     }
 };
 
