@@ -44,29 +44,9 @@ std::uint64_t GetQueueCapacity(EGrabStrategy strategy, std::uint64_t maxBuffers,
 
 } // namespace
 
-void CGrabSignal::Signal() {
-    m_isSet = true;
-    m_object.Signal();
-}
-
-void CGrabSignal::Reset() {
-    m_object.Reset();
-    m_isSet = false;
-}
-
-void CGrabSignal::ResetAll() {
-    while (m_object.Wait(0)) {
-        m_object.Reset();
-    }
-    m_isSet = false;
-}
-
 CGrabEngine::CGrabEngine(const CInstantCamera* camera, IGrabEngineObserver& observer)
     : m_camera(camera), m_observer(observer), m_outOfMemory(GENERIC_EXCEPTION("Out of memory while grabbing.")),
-      m_bufferWantedObject(WaitObjectEx::Create()), m_exception(NoException()) {
-    m_cancelWaitSet.Add(GetStopObject());
-    m_cancelWaitSet.Add(GetResultObject());
-}
+      m_bufferWantedObject(WaitObjectEx::Create()), m_exception(NoException()) {}
 
 CGrabEngine::~CGrabEngine() {
     StopEngine();
@@ -100,10 +80,6 @@ void CGrabEngine::StartEngine(IStreamGrabber* grabber, EGrabStrategy strategy, u
         QueueFreeBuffers();
         m_bufferProvider.SetObserver(this);
     }
-    m_stopSignal.ResetAll();
-    if (m_exceptionRaised) { // a buffer could not be queued since the observer is set
-        SignalFailure();
-    }
     m_thread.Start([this] { Run(); });
     stop.Dismiss();
 }
@@ -132,9 +108,16 @@ void CGrabEngine::PrepareQueue() {
     m_bufferWantedObject.Reset();
     m_bufferWanted = false;
     ForgetException();
+    auto end = std::make_shared<CSessionEnd>(); // a waiter of the session before still holds that one's
+    m_cancelWaitSet.RemoveAll();
+    if (m_strategy == GrabStrategy_UpcomingImage) { // else nobody waits on it
+        m_cancelWaitSet.Add(end->GetObject());
+        m_cancelWaitSet.Add(GetResultObject());
+    }
     GenICam::AutoLock lock(m_queueLock);
     m_outputQueue.set_capacity(GetQueueCapacity(m_strategy, m_maxBuffers, m_outputQueueSize));
-    m_isQueueInUse = true; // last: from here on StopEngine has to undo it
+    m_isQueueInUse = true;
+    m_end = std::move(end); // last, with nothing that can fail behind it: between sessions the end stays signaled
 }
 
 void CGrabEngine::ForgetException() {
@@ -234,7 +217,7 @@ void CGrabEngine::StopEngine() noexcept {
 }
 
 void CGrabEngine::JoinThread() {
-    m_stopSignal.Signal();
+    m_end->SignalStop();
     if (m_thread.IsJoinable()) {
         m_thread.Join();
         hxlog::LogTrace(CameraLogCategory(), hxlog::LogLevel_Notice, "Camera %p: Grab engine thread joined",
@@ -619,11 +602,12 @@ void CGrabEngine::StoreException(const GenICam::GenericException& exception) noe
 }
 
 void CGrabEngine::SignalFailure() noexcept {
-    for (CGrabSignal* const signal : {&m_stopSignal, &m_resultSignal}) {
+    const auto guarded = [](auto&& signal) { // one that cannot be signaled must not keep the other from it
         RunLogged(CameraLogCategory(), "Exception caught while signaling the failure of the grab engine, msg='%s'",
-                  "Unknown exception caught while signaling the failure of the grab engine.",
-                  [signal] { signal->Signal(); });
-    }
+                  "Unknown exception caught while signaling the failure of the grab engine.", signal);
+    };
+    guarded([this] { m_end->SignalFailure(); });
+    guarded([this] { m_resultSignal.Signal(); });
 }
 
 } // namespace Zelmo

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "ZelmoBase/camera/BufferData.h"
+#include "ZelmoBase/camera/GrabSignal.h"
 #include "ZelmoBase/camera/QueueEntry.h"
 #include "ZelmoBase/core/Mutex.h"
 #include "ZelmoBase/core/Thread.h"
@@ -34,22 +35,6 @@ public:
 
 protected:
     ~IGrabEngineObserver() = default;
-};
-
-/// A wait object that can be looked at without a system call. The state is set before the object, so that whoever has
-/// seen the object signaled finds it set; while a reset and a signal meet, it may be clear although the object is not.
-/// Threads: any.
-class CGrabSignal {
-public:
-    void Signal();
-    void Reset();
-    void ResetAll(); ///< Also what several threads signaled at once, of which one Reset takes back but the first.
-    bool IsSet() const noexcept { return m_isSet.load(); }
-    const WaitObjectEx& GetObject() const noexcept { return m_object; }
-
-private:
-    WaitObjectEx m_object = WaitObjectEx::Create();
-    std::atomic<bool> m_isSet{false};
 };
 
 /// Takes filled buffers off a stream grabber and keeps it fed, session after session; lives as long as the camera.
@@ -100,9 +85,9 @@ public:
     /// none.
     bool TryTake(CQueueEntry& entry, std::uint64_t& skipped);
 
-    /// Clear only while running.
-    const WaitObjectEx& GetStopObject() const noexcept { return m_stopSignal.GetObject(); }
-    bool IsStopSignaled() const noexcept { return m_stopSignal.IsSet(); }
+    /// Of the present session, else of the last one. Another one after each start.
+    const std::shared_ptr<CSessionEnd>& GetSessionEnd() const noexcept { return m_end; }
+    const WaitObjectEx& GetStopObject() const noexcept { return m_end->GetObject(); } ///< Of that end.
     /// Results wait, or it failed.
     const WaitObjectEx& GetResultObject() const noexcept { return m_resultSignal.GetObject(); }
     bool IsResultSignaled() const noexcept { return m_resultSignal.IsSet(); }
@@ -193,9 +178,9 @@ private:
     bool m_bufferWanted = false;         // what m_bufferWantedObject shows, but for GrabStrategy_UpcomingImage
 
     WaitObjectEx m_bufferWantedObject;
-    CGrabSignal m_stopSignal;
+    std::shared_ptr<CSessionEnd> m_end = std::make_shared<CSessionEnd>(); // of the session; its stop object
     CGrabSignal m_resultSignal;
-    WaitObjects m_cancelWaitSet;            // stop, result
+    WaitObjects m_cancelWaitSet;            // stop, result; of the session
     std::atomic<bool> m_imageWanted{false}; // with GrabStrategy_UpcomingImage: asked for and not queued yet
 
     mutable GenICam::CLock m_queueLock;

@@ -10,9 +10,13 @@
 #include <Base/GCException.h>
 
 #include <algorithm>
+#include <chrono>
 #include <utility>
 
 namespace Zelmo {
+
+CSessionWait::CSessionWait(std::uint64_t sessionNumber, std::shared_ptr<const CSessionEnd> sessionEnd)
+    : session(sessionNumber), end(std::move(sessionEnd)) {}
 
 CGrabSession::CGrabSession(const CInstantCamera* camera, GenICam::CLock& cameraLock, IGrabSessionOwner& owner,
                            IGrabEngineObserver& engineObserver)
@@ -43,17 +47,21 @@ void CGrabSession::Start(IStreamGrabber* grabber, const CGrabSettings& settings)
 }
 
 void CGrabSession::PrepareRetrieval(unsigned long results) {
-    if (!m_retrieveTimer.IsValid()) {
-        m_retrieveTimer.Create();
+    auto wait = std::make_shared<CSessionWait>(++m_sessionNumber, m_engine.GetSessionEnd());
+    wait->objects.Add(wait->end->GetObject());
+    wait->objects.Add(m_engine.GetResultObject());
+    {
+        CLockGuard timerLock(m_timerLock);
+        if (!m_retrieveTimer.IsValid()) {
+            m_retrieveTimer.Create();
+        }
+        wait->objects.Add(m_retrieveTimer);
+        m_timerSession = wait->session; // from here on a waiter of an earlier session leaves the timer alone
     }
-    auto waitSet = std::make_shared<WaitObjects>();
-    waitSet->Add(m_engine.GetStopObject());
-    waitSet->Add(m_engine.GetResultObject());
-    waitSet->Add(m_retrieveTimer);
-    m_retrieveWaitSet = std::move(waitSet);
     m_resultProvider.Reset();
     m_resultProvider.SetMaxItems(results);
     m_resultProvider.PrefillFree();
+    m_wait = std::move(wait);
 }
 
 void CGrabSession::Stop() noexcept {
@@ -61,8 +69,9 @@ void CGrabSession::Stop() noexcept {
     if (!IsGrabbing()) {
         return;
     }
-    m_engine.StopEngine();
+    m_engine.StopEngine(); // which wakes the waiter
     ReleaseRecords();
+    m_wait.reset();
 }
 
 /// Results that are held stay valid, and are destroyed when they come home.
@@ -79,21 +88,23 @@ bool CGrabSession::IsGrabbing() const {
 
 bool CGrabSession::Retrieve(unsigned int timeoutMs, CGrabResultPtr& result, ETimeoutHandling handling) {
     result.Release();
-    const std::shared_ptr<const WaitObjects> waitSet = BeginWait();
-    if (waitSet == nullptr) {
+    const std::shared_ptr<CSessionWait> wait = BeginWait();
+    if (wait == nullptr) {
         return false;
     }
-    // without the camera lock, whose holder may wait for this thread to leave
-    ScopeGuard endWait([this] { m_waiterPresent = false; });
-    const EOutcome outcome = Wait(*waitSet, timeoutMs);
-    if (outcome == Outcome_Stopped) {
-        ForwardEngineException();
-        return false;
+    ScopeGuard endWait([&wait] { wait->isTaken = false; });
+    const EOutcome outcome = Wait(*wait, timeoutMs);
+    if (outcome == Outcome_Stopped && !wait->end->HasFailed()) {
+        return false; // without the camera lock, whose holder may wait for this thread to leave
     }
     bool isCounted = false;
     {
         GenICam::AutoLock lock(m_cameraLock);
-        if (!IsGrabbing()) {
+        if (m_wait != wait) { // the session is over, and another one may run: what has happened there is not ours
+            return false;
+        }
+        if (outcome == Outcome_Stopped) {
+            ForwardEngineException();
             return false;
         }
         if (outcome == Outcome_Timeout) {
@@ -104,53 +115,77 @@ bool CGrabSession::Retrieve(unsigned int timeoutMs, CGrabResultPtr& result, ETim
         isCounted = m_countLimitActive;
     }
     if (isCounted) {
-        StopAtCount();
+        StopAtCount(wait);
     }
     return result.IsValid();
 }
 
 /// Looks anew, with the lock held until the session has ended: another one that was started meanwhile goes on.
-void CGrabSession::StopAtCount() {
+void CGrabSession::StopAtCount(const std::shared_ptr<CSessionWait>& wait) {
     GenICam::AutoLock lock(m_cameraLock);
-    if (IsGrabbing() && m_countLimitActive && m_imagesLeft == 0) {
+    if (m_wait == wait && m_imagesLeft == 0) {
         m_owner.StopGrabbing();
     }
 }
 
 /// @return what to wait for; null when no session runs.
-std::shared_ptr<const WaitObjects> CGrabSession::BeginWait() {
+std::shared_ptr<CSessionWait> CGrabSession::BeginWait() {
     GenICam::AutoLock lock(m_cameraLock);
-    if (!IsGrabbing()) {
+    if (m_wait == nullptr) {
         return nullptr;
     }
-    if (m_waiterPresent.exchange(true)) {
+    if (m_wait->isTaken.exchange(true)) {
         throw RUNTIME_EXCEPTION("There is already a thread waiting for a result.");
     }
-    ScopeGuard endWait([this] { m_waiterPresent = false; });
+    ScopeGuard endWait([wait = m_wait.get()] { wait->isTaken = false; });
     if (m_settings.strategy == GrabStrategy_UpcomingImage) {
         m_engine.RequestBuffer();
     }
     endWait.Dismiss();
-    return m_retrieveWaitSet;
+    return m_wait;
 }
 
 /// Without the camera lock, so that a stop can end it.
-CGrabSession::EOutcome CGrabSession::Wait(const WaitObjects& objects, unsigned int timeoutMs) {
-    if (m_engine.IsStopSignaled()) {
+CGrabSession::EOutcome CGrabSession::Wait(const CSessionWait& wait, unsigned int timeoutMs) {
+    if (wait.end->IsSignaled()) {
         return Outcome_Stopped;
     }
-    if (m_engine.IsResultSignaled()) {
+    if (m_engine.IsResultSignaled()) { // be it that of a session which began just now: the caller looks
         return Outcome_Result;
     }
     if (timeoutMs == 0) {
         return Outcome_Timeout;
     }
-    m_retrieveTimer.Set(timeoutMs);
-    unsigned index = Outcome_Timeout;
-    objects.WaitForAny(WaitTimeoutInfinite, &index);
-    if (index != Outcome_Timeout) {
-        m_retrieveTimer.Cancel();
+    UseTimer(wait, [timeoutMs](CWaitableTimer& timer) { timer.Set(timeoutMs); });
+    const EOutcome outcome = WaitForOutcome(wait.objects, timeoutMs);
+    if (outcome != Outcome_Timeout) {
+        UseTimer(wait, [](CWaitableTimer& timer) { timer.Cancel(); });
     }
+    return outcome;
+}
+
+/// The timer belongs to the waiter of the running session. One that comes later leaves it alone: its own session's end
+/// is signaled, so that it needs none.
+template <typename Use>
+void CGrabSession::UseTimer(const CSessionWait& wait, Use&& use) {
+    CLockGuard lock(m_timerLock);
+    if (m_timerSession == wait.session) {
+        use(m_retrieveTimer);
+    }
+}
+
+/// The timer is what ends the wait when the time is up. It needs its signal, which a process may block, so the wait has
+/// an end of its own, a millisecond later. That one counts in 32 bits and comes at once when they overflow, every 50
+/// days; then the timer alone has to do.
+CGrabSession::EOutcome CGrabSession::WaitForOutcome(const WaitObjects& objects, unsigned int timeoutMs) {
+    unsigned index = Outcome_Timeout;
+    if (timeoutMs < WaitTimeoutInfinite - 1) {
+        const auto due = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
+        if (objects.WaitForAny(timeoutMs + 1, &index) || std::chrono::steady_clock::now() >= due) {
+            return static_cast<EOutcome>(index);
+        }
+    }
+    objects.WaitForAny(WaitTimeoutInfinite, &index);
     return static_cast<EOutcome>(index);
 }
 

@@ -3,6 +3,7 @@
 
 #include "ZelmoBase/camera/GrabEngine.h"
 #include "ZelmoBase/camera/GrabResultDataProvider.h"
+#include "ZelmoBase/core/Mutex.h"
 
 #include <zelmo/GrabResultPtr.h>
 #include <zelmo/GrabStrategy.h>
@@ -44,10 +45,23 @@ protected:
     ~IGrabSessionOwner() = default;
 };
 
+/// What a thread inside Retrieve takes along of the session that it waits for. That session may be over, and another
+/// one run, before the thread has left.
+struct CSessionWait {
+    CSessionWait(std::uint64_t sessionNumber, std::shared_ptr<const CSessionEnd> sessionEnd);
+
+    const std::uint64_t session; // its number
+    const std::shared_ptr<const CSessionEnd> end;
+    WaitObjects objects;              // stop, result, timer; not changed any more once a thread may wait
+    std::atomic<bool> isTaken{false}; // a thread waits: set under the camera lock, cleared by that thread without it
+};
+
 /// One grab session after the other, seen from the application: start, retrieve, stop.
 /// Owns:    the engine, the result records, the timer and the wait set of the retrieving thread.
 /// Borrows: the camera lock, which its owner hands in; it guards all members but those of the wait.
-/// Threads: any for all operations. Only one at a time may be inside Retrieve's wait; the second one is refused.
+/// Threads: any for all operations. Only one at a time may be inside Retrieve's wait in one session; the second one is
+///          refused. One that still waits for an earlier session hinders nobody and leaves without a result.
+/// Locks:   the camera lock, then the engine's; m_timerLock, a leaf.
 class CGrabSession {
 public:
     CGrabSession(const CInstantCamera* camera, GenICam::CLock& cameraLock, IGrabSessionOwner& owner,
@@ -72,13 +86,16 @@ private:
     void PrepareRetrieval(unsigned long results);
     void ReleaseRecords() noexcept;
 
-    std::shared_ptr<const WaitObjects> BeginWait();
-    EOutcome Wait(const WaitObjects& objects, unsigned int timeoutMs);
+    std::shared_ptr<CSessionWait> BeginWait();
+    EOutcome Wait(const CSessionWait& wait, unsigned int timeoutMs);
+    static EOutcome WaitForOutcome(const WaitObjects& objects, unsigned int timeoutMs);
+    template <typename Use>
+    void UseTimer(const CSessionWait& wait, Use&& use);
     void HandleTimeout(unsigned int timeoutMs, ETimeoutHandling handling);
     void TakeResult(CGrabResultPtr& result);
     std::shared_ptr<CGrabResultData> TakeRecord();
     void ForwardEngineException();
-    void StopAtCount();
+    void StopAtCount(const std::shared_ptr<CSessionWait>& wait);
 
     const CInstantCamera* const m_camera;
     GenICam::CLock& m_cameraLock; // guards all that follows, but for what the wait uses
@@ -87,11 +104,12 @@ private:
     std::uint64_t m_imagesLeft = 0;
     bool m_countLimitActive = false;
     std::int64_t m_imageNumber = 0;
-    std::atomic<bool> m_waiterPresent{false}; // a thread is inside Retrieve; set under the camera lock, cleared without
+    std::uint64_t m_sessionNumber = 0;    // counts the starts
+    std::shared_ptr<CSessionWait> m_wait; // of the running session; null without one
 
-    // Stop, result, timer: a set for each session, as a thread may still be on its way out of the wait of the last one.
-    std::shared_ptr<const WaitObjects> m_retrieveWaitSet;
-    CWaitableTimer m_retrieveTimer; // created with the first session
+    CMutex m_timerLock;
+    std::uint64_t m_timerSession ZELMO_GUARDED_BY(m_timerLock) = 0; // whose waiter may use the timer
+    CWaitableTimer m_retrieveTimer ZELMO_GUARDED_BY(m_timerLock);   // created with the first session
     CReusableGrabResultDataProvider m_resultProvider;
     CGrabEngine m_engine;
 };

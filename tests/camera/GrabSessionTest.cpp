@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "ZelmoBase/camera/GrabSession.h"
+#include "ZelmoBase/core/ScopeGuard.h"
 #include "camera/GrabSupport.h"
 #include "emulator/ScarceMemory.h"
 
 #include <future>
+#include <signal.h>
 
 using namespace Zelmo;
 using Fakes::EOperation;
@@ -20,12 +22,13 @@ protected:
     void Start(const CGrabSettings& settings = {}) { m_session->Start(&m_grabber, settings); }
     bool Retrieve(unsigned ms = kPatience) { return m_session->Retrieve(ms, m_result, TimeoutHandling_Return); }
     /// Image number, id, skipped images and block id of the next result; nothing without one.
-    Numbers Next() {
-        if (!Retrieve()) {
+    Numbers Next() { return Next(m_result); }
+    Numbers Next(CGrabResultPtr& result) {
+        if (!m_session->Retrieve(kPatience, result, TimeoutHandling_Return)) {
             return {};
         }
-        return {m_result->GetImageNumber(), m_result->GetID(), m_result->GetNumberOfSkippedImages(),
-                static_cast<std::int64_t>(m_result->GetBlockID())};
+        return {result->GetImageNumber(), result->GetID(), result->GetNumberOfSkippedImages(),
+                static_cast<std::int64_t>(result->GetBlockID())};
     }
     std::string Failure(unsigned ms = 0) { // of a call with another pointer
         CGrabResultPtr other;
@@ -36,7 +39,7 @@ protected:
         auto next = std::async(std::launch::async, [this] {
             for (;;) {
                 try {
-                    return Next();
+                    return Next(m_waitersResult);
                 } catch (const GenICam::RuntimeException&) { // it met the look from below
                 }
             }
@@ -56,6 +59,7 @@ protected:
     GenICam::CLock m_cameraLock;
     std::unique_ptr<CGrabSession> m_session = std::make_unique<CGrabSession>(m_camera, m_cameraLock, *this, *this);
     CGrabResultPtr m_result;
+    CGrabResultPtr m_waitersResult;
 };
 
 TEST_F(GrabSessionTest, ResultsCarryTheirNumbersAndGoWithTheNextCall) {
@@ -104,22 +108,33 @@ TEST_F(GrabSessionTest, TimeoutIsToldAsAskedFor) {
     EXPECT_EQ(Failure(1), "Grab timed out. No buffers are available for grabbing.");
 }
 
-TEST_F(GrabSessionTest, WaiterIsServedAlsoByANewSessionAndLeavesWithoutTheCameraLock) {
+TEST_F(GrabSessionTest, WaiterOfAnEarlierSessionLeavesAndHindersNoOtherAndNeedsNoCameraLock) {
     Start();
-    for (int round = 0; round < 50; ++round) {
-        auto waiter = Waiter();
+    for (int round = 0; round < 2000; ++round) {
+        auto earlier = Waiter();
         m_session->Stop();
         Start();
-        m_grabber.Deliver();
-        const Numbers numbers = waiter.get();
-        EXPECT_TRUE(numbers.empty() || numbers.front() == 1);
-        EXPECT_EQ(Retrieve(numbers.empty() ? kPatience : 0), numbers.empty());
+        EXPECT_FALSE(Retrieve(round % 100 == 0 ? 50 : 0)); // not refused, and by the end of its own time
+        ASSERT_EQ(earlier.wait_for(std::chrono::milliseconds(kPatience / 2)), std::future_status::ready);
+        EXPECT_EQ(earlier.get(), Numbers());
     }
+    EXPECT_EQ(m_log.Count("zelmo.base.InstantCamera", GenICam::LogPriority_Info, "Camera 0xca: Grab timed out."), 20U);
     auto waiter = Waiter();
     GenICam::AutoLock lock(m_cameraLock); // as a handler has it that joins the waiter
     m_session->Stop();
     EXPECT_EQ(waiter.wait_for(std::chrono::milliseconds(kPatience)), std::future_status::ready);
     EXPECT_EQ(waiter.get(), Numbers());
+}
+
+TEST_F(GrabSessionTest, TimeIsUpAlsoWhereNoThreadTakesTheSignalOfTheTimer) {
+    sigset_t alarm;
+    sigset_t before;
+    sigemptyset(&alarm);
+    sigaddset(&alarm, SIGALRM);
+    ASSERT_EQ(pthread_sigmask(SIG_BLOCK, &alarm, &before), 0);
+    const ScopeGuard restore([&before] { pthread_sigmask(SIG_SETMASK, &before, nullptr); });
+    Start(); // the engine's thread does not take it either
+    EXPECT_EQ(Failure(20), "Grab timed out.");
 }
 
 TEST_F(GrabSessionTest, LackOfMemoryOrRecordsCostsNoImage) {
