@@ -53,7 +53,9 @@ endif()
 # Exceptions name their source file relative to the root; the compiler cache hands on paths relative to the build folder.
 cmake_path(RELATIVE_PATH PROJECT_SOURCE_DIR BASE_DIRECTORY ${CMAKE_BINARY_DIR} OUTPUT_VARIABLE source_from_build)
 add_compile_options(-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/= -fmacro-prefix-map=${source_from_build}/=)
-add_link_options(-Wl,--no-undefined)
+if(NOT (ZELMO_SANITIZER AND CMAKE_CXX_COMPILER_ID MATCHES "Clang"))
+    add_link_options(-Wl,--no-undefined) # clang's sanitizers are linked into programs only: libraries find them there
+endif()
 
 if(ZELMO_SANITIZER)
     add_compile_options(-fsanitize=${ZELMO_SANITIZER} -fno-sanitize-recover=all -fno-omit-frame-pointer -g1)
