@@ -12,13 +12,13 @@ int main() {
         Zelmo::CTlFactory& factory = Zelmo::CTlFactory::GetInstance();
         Zelmo::IZelmoDevice* camera = factory.CreateFirstDevice(Zelmo::CDeviceInfo());
         camera->Open(Zelmo::AccessModeSet(Zelmo::Control));
-        GenApi::CFloatPtr exposure(camera->GetNodeMap()->GetNode("ExposureTime"));
+        GenApi::CFloatPtr exposure(camera->GetNodeMap(), "ExposureTime");
         exposure->SetValue(5000.0); // microseconds
         std::cout << camera->GetDeviceInfo().GetFriendlyName() << ": " << exposure->GetValue() << " us\n";
         factory.DestroyDevice(camera); // closes it as well
         return 0;
     } catch (const GenICam::GenericException& e) {
-        std::cerr << e.GetDescription() << '\n';
+        std::cerr << e.what() << '\n'; // names the feature too
         return 1;
     }
 }

@@ -13,8 +13,8 @@ namespace {
 using Buffer = std::vector<unsigned char>;
 
 int Grab(Zelmo::IZelmoDevice& camera, Zelmo::IStreamGrabber& grabber, int wanted) {
-    const auto number = [&](const char* name) { return GenApi::CIntegerPtr(grabber.GetNodeMap()->GetNode(name)); };
-    const auto execute = [&](const char* name) { GenApi::CCommandPtr(camera.GetNodeMap()->GetNode(name))->Execute(); };
+    const auto number = [&](const char* name) { return GenApi::CIntegerPtr(grabber.GetNodeMap(), name); };
+    const auto execute = [&](const char* name) { GenApi::CCommandPtr(camera.GetNodeMap(), name)->Execute(); };
 
     // Prepare: tell sizes, make buffers known, hand all of them over.
     std::vector<Buffer> buffers(3, Buffer(number("PayloadSize")->GetValue()));
@@ -73,7 +73,7 @@ int main() {
         std::cout << grabbed << " images\n";
         return grabbed == 5 ? 0 : 1;
     } catch (const GenICam::GenericException& e) {
-        std::cerr << e.GetDescription() << '\n';
+        std::cerr << e.what() << '\n';
         return 1;
     }
 }

@@ -20,18 +20,45 @@
 #include <GenApi/IString.h>
 #include <GenApi/IUserData.h>
 
+#include <memory>
+#include <type_traits>
+#include <typeinfo>
+
 namespace GenApi {
 
+/// What an invalid pointer says when it is used; for CPointer only.
+namespace PointerError {
+
+using Cause = std::shared_ptr<const gcstring>; ///< null: nothing is known
+
+GENICAM_API Cause NoSuchNode(INodeMap* pNodeMap, const gcstring& name) noexcept;
+GENICAM_API Cause WrongKind(INode* pNode) noexcept; ///< null without a node
+[[noreturn]] GENICAM_API void Raise(const std::type_info& wanted, const Cause& cause);
+
+} // namespace PointerError
+
 /// A borrowed pointer to the interface @p T of an object that is known as a @p B. An object without that interface
-/// gives an invalid pointer; using an invalid one raises GenICam::LogicalErrorException.
+/// gives an invalid pointer; using an invalid one raises GenICam::LogicalErrorException, which says as far as it is
+/// known what was looked for: the interface; the node that lacks it; the name that no node has, if the pointer was made
+/// from a node map and a name.
 template <class T, class B = IBase>
 class CPointer {
 public:
     CPointer() noexcept = default;
-    CPointer(B* pB) : m_pT(dynamic_cast<T*>(pB)) {}
+    CPointer(B* pB) { Point(pB); }
+    /// The node of that name; invalid if there is none, or no node map.
+    CPointer(INodeMap* pNodeMap, const gcstring& name) {
+        INode* const node = pNodeMap ? pNodeMap->GetNode(name) : nullptr;
+        Point(node);
+        if (!node) {
+            m_cause = PointerError::NoSuchNode(pNodeMap, name);
+        }
+    }
+    CPointer(INodeMap& nodeMap, const gcstring& name) : CPointer(&nodeMap, name) {}
 
     CPointer& operator=(B* pB) {
-        m_pT = dynamic_cast<T*>(pB);
+        m_cause.reset();
+        Point(pB);
         return *this;
     }
 
@@ -41,29 +68,40 @@ public:
     T* operator->() const { return Checked(); }
 
     bool IsValid() const noexcept { return m_pT != nullptr; }
-    operator bool() const noexcept { return IsValid(); }
+    /// To bool and to nothing that a bool becomes: else NULL, an integer, would be compared as a number, not as a
+    /// pointer.
+    template <class Bool, std::enable_if_t<std::is_same<Bool, bool>::value, int> = 0>
+    operator Bool() const noexcept {
+        return IsValid();
+    }
 
+    // with NULL, 0 and nullptr too
     bool operator==(const CPointer& other) const noexcept { return m_pT == other.m_pT; }
     bool operator==(T* pT) const noexcept { return m_pT == pT; }
-    bool operator==(int nullPtr) const noexcept { return nullPtr == 0 && !IsValid(); }
-    bool operator==(long nullPtr) const noexcept { return nullPtr == 0 && !IsValid(); } // NULL is a long
-    bool operator==(std::nullptr_t) const noexcept { return !IsValid(); }
-    bool operator!=(const CPointer& other) const noexcept { return !(*this == other); }
-    bool operator!=(T* pT) const noexcept { return !(*this == pT); }
-    bool operator!=(int nullPtr) const noexcept { return !(*this == nullPtr); }
-    bool operator!=(long nullPtr) const noexcept { return !(*this == nullPtr); }
-    bool operator!=(std::nullptr_t) const noexcept { return IsValid(); }
+    bool operator!=(const CPointer& other) const noexcept { return m_pT != other.m_pT; }
+    bool operator!=(T* pT) const noexcept { return m_pT != pT; }
+    friend bool operator==(T* pT, const CPointer& pointer) noexcept { return pointer == pT; }
+    friend bool operator!=(T* pT, const CPointer& pointer) noexcept { return pointer != pT; }
 
 protected:
     T* m_pT = nullptr;
 
 private:
+    template <class Object>
+    void Point(Object* object) {
+        m_pT = dynamic_cast<T*>(object);
+        if (!m_pT && object) { // told now: the object may be gone when the pointer is used
+            m_cause = PointerError::WrongKind(dynamic_cast<INode*>(object));
+        }
+    }
     T* Checked() const {
         if (!m_pT) {
-            throw LOGICAL_ERROR_EXCEPTION("NULL pointer dereferenced");
+            PointerError::Raise(typeid(T), m_cause);
         }
         return m_pT;
     }
+
+    PointerError::Cause m_cause; // of an invalid pointer
 };
 
 /// Questions about the access mode of what a pointer points to; an invalid one is nothing of all that.

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <GenApi/GenApi.h>
 
+#include "genicam/genapi/MapFixture.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -24,7 +26,8 @@ TEST(PointerTest, FindsOtherInterfacesOfAnObjectAndIsInvalidWithout) {
     CTestPort port, second;
     IBase* const base = &port;
     CPortPtr asPort = base;
-    EXPECT_TRUE(asPort && asPort == static_cast<IPort*>(&port) && asPort != nullptr && asPort != 0);
+    EXPECT_TRUE(asPort == static_cast<IPort*>(&port));
+    EXPECT_TRUE(static_cast<IPort*>(&port) == asPort);
     EXPECT_EQ(static_cast<IPort*>(asPort), static_cast<IPort*>(&port));
     EXPECT_TRUE(CPortReplayPtr(base) && IsReadable(asPort) && (*asPort).GetAccessMode() == asPort().GetAccessMode());
     const CPortPtr copy = asPort;
@@ -34,11 +37,54 @@ TEST(PointerTest, FindsOtherInterfacesOfAnObjectAndIsInvalidWithout) {
     EXPECT_TRUE(!asPort.IsValid() && copy.IsValid());
 
     CIntegerPtr integer = base;
-    EXPECT_TRUE(!integer && integer == 0 && integer == CIntegerPtr());
+    EXPECT_TRUE(integer == CIntegerPtr());
     EXPECT_FALSE(IsReadable(integer) || IsWritable(integer) || IsImplemented(integer) || IsAvailable(integer));
     EXPECT_THROW(integer->GetValue(), GenICam::LogicalErrorException);
     EXPECT_THROW(static_cast<void>(static_cast<IInteger*>(integer)), GenICam::LogicalErrorException);
     EXPECT_THROW(CFloatPtr(base).GetIntAlias(), GenICam::LogicalErrorException);
+}
+
+// Compiled by g++ and clang with warnings about conversions of NULL as errors.
+TEST(PointerTest, IsComparedWithNullInAllItsSpellings) {
+    CTestPort port;
+    const CPortPtr valid(&port);
+    const CFloatPtr invalid(&port);
+    // NOLINTBEGIN(modernize-use-nullptr): ported code spells it so
+    const bool isNull[] = {invalid == NULL, invalid == nullptr, invalid == 0, NULL == invalid, nullptr == invalid,
+                           !invalid,        valid != NULL,      valid != 0,   NULL != valid,   valid != nullptr};
+    for (const bool is : isNull) {
+        EXPECT_TRUE(is);
+    }
+    const bool converted[] = {invalid, valid == NULL, invalid != NULL, !valid};
+    // NOLINTEND(modernize-use-nullptr)
+    for (const bool is : converted) {
+        EXPECT_FALSE(is);
+    }
+}
+
+TEST(PointerTest, SaysWhatWasLookedFor) {
+    tests::MapPtr map = tests::MakeMap(tests::Value("Width"));
+    const CFloatPtr width(map->GetNode("Width"));
+    const CFloatPtr misspelt(map.get(), "Wdith");
+    CFloatPtr unnamed(map->GetNode("Wdith"));
+    EXPECT_EQ(CIntegerPtr(*map, "Width")->GetValue(), 0);
+    map.reset();
+    const CIntegerPtr copy = CIntegerPtr(map.get(), "Width");
+    const auto failure = [](const auto& pointer) {
+        try {
+            pointer->GetValue();
+        } catch (const GenICam::LogicalErrorException& e) {
+            return std::string(e.GetDescription());
+        }
+        return std::string();
+    };
+    EXPECT_EQ(failure(width), "NULL pointer dereferenced: an IFloat was looked for, but node 'Width' is an IInteger.");
+    EXPECT_EQ(failure(misspelt),
+              "NULL pointer dereferenced: an IFloat was looked for, but node map 'Device' has no node 'Wdith'.");
+    EXPECT_EQ(failure(unnamed),
+              "NULL pointer dereferenced: an IFloat was looked for, but the pointer was made from no node.");
+    EXPECT_EQ(failure(copy), "NULL pointer dereferenced: an IInteger was looked for, but there is no node map to find "
+                             "node 'Width' in.");
 }
 
 TEST(AccessModeTest, TwoModesLeaveWhatBothAllow) {
