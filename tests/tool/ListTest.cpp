@@ -90,6 +90,20 @@ TEST(ListTest, WatchEndsWithASummaryAtEitherSignal) {
     }
 }
 
+TEST(ListTest, StreamsEndWhenNobodyReadsThemAlsoWithNothingToWrite) {
+    for (const std::vector<std::string>& words : {std::vector<std::string>{"list", "--watch", "--interval", "3600000"},
+                                                  {"grab", "-d", "0", "--duration", "3600", "--timeout", "3600000",
+                                                   "--set", "AcquisitionFrameRate=0.01", "--json"},
+                                                  {"bench", "0", "--duration", "3600", "--progress", "always"}}) {
+        ToolProcess process(words, {});
+        ASSERT_TRUE(process.WaitForOutput(words[0] == "bench" ? "fps" : "0815-0000"));
+        process.StopReading();
+        const ToolResult result = process.Wait();
+        EXPECT_EQ(result.exitCode, 1);
+        EXPECT_THAT(result.err, HasSubstr("Nobody reads standard output any more"));
+    }
+}
+
 TEST(ListTest, StandardOutputThatIsFullIsTold) {
     ToolProcess::Settings settings;
     settings.output = "/dev/full";

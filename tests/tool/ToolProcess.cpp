@@ -119,6 +119,11 @@ void ToolProcess::Signal(int signal) {
     kill(m_pid, signal);
 }
 
+void ToolProcess::StopReading() {
+    close(m_out);
+    m_out = -1;
+}
+
 bool ToolProcess::ReadSome() {
     pollfd ends[] = {{m_out, POLLIN, 0}, {m_err, POLLIN, 0}}; // those at their end stand as -1 and are passed over
     if ((m_out < 0 && m_err < 0) || poll(ends, 2, kPatienceMs) <= 0) {

@@ -38,6 +38,7 @@ public:
     ToolProcess& operator=(const ToolProcess&) = delete;
 
     void Signal(int signal);
+    void StopReading(); ///< Closes this end of its standard output.
 
     /// Reads until standard output or error holds @p text, or both have ended. @return whether one does.
     bool WaitForOutput(const std::string& text);

@@ -6,7 +6,7 @@
 #include "Output.h"
 
 #include <algorithm>
-#include <poll.h>
+#include <iterator>
 
 namespace tool {
 
@@ -14,13 +14,14 @@ DeviceWatch::DeviceWatch(Library& library, Output& output, const ListOptions& op
     : m_library(library), m_output(output), m_options(options) {}
 
 ExitCode DeviceWatch::Run() {
-    for (;;) {
+    pollfd events[] = {{m_signals.GetFd(), POLLIN, 0}, {m_output.GetDataFd(), 0, 0}};
+    do {
         Report(Look());
-        m_output.Flush(); // ends the watch when nobody reads it any more
-        pollfd stop{m_signals.GetFd(), POLLIN, 0};
-        if (IsOver() || poll(&stop, 1, GetPauseMs()) > 0) {
-            break;
-        }
+        m_output.Flush(); // ends the watch when it cannot be written
+    } while (!IsOver() && poll(events, std::size(events), GetPauseMs()) <= 0);
+    if (HasHungUp(events[1])) {
+        m_output.DropData();
+        throw NobodyReads();
     }
     m_output.Event("summary", {{"arrivals", m_arrivals}, {"departures", m_departures}, {"devices", m_known.size()}});
     m_output.Note(std::to_string(m_arrivals) + " arrivals, " + std::to_string(m_departures) + " departures, " +

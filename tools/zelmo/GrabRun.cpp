@@ -138,7 +138,7 @@ void CheckGrabOptions(const GrabOptions& options) {
 }
 
 GrabRun::GrabRun(const std::vector<Zelmo::CDeviceInfo>& infos, const GrabOptions& options, Output& output)
-    : m_options(options), m_output(output) {
+    : m_options(options), m_output(output), m_readers{{output.GetDataFd(), 0, 0}} {
     for (const auto& info : infos) {
         CheckStrategy(info, options.strategy);
     }
@@ -165,12 +165,18 @@ void GrabRun::Run() {
 
 /// Waits for a pause between two progress lines, or less when something happens.
 void GrabRun::WatchOver() {
-    std::vector<pollfd> events; // -1 for what has happened and would end every wait
+    std::vector<pollfd> events = m_readers;
+    // -1 stands for what has happened and would end every wait.
     events.push_back({m_signals.StopRequested() ? -1 : m_signals.GetFd(), POLLIN, 0});
     for (const auto& camera : m_cameras) {
         events.push_back({camera->IsRunning() ? camera->GetEndFd() : -1, POLLIN, 0});
     }
     poll(events.data(), events.size(), kProgressIntervalMs);
+    if (std::any_of(events.begin(), events.begin() + static_cast<std::ptrdiff_t>(m_readers.size()), HasHungUp)) {
+        m_isReaderGone = true;
+        m_readers.clear();
+        m_signals.RequestStop();
+    }
     for (const auto& camera : m_cameras) {
         if (m_signals.StopRequested() || camera->IsExhausted()) {
             camera->Stop();
@@ -184,6 +190,13 @@ ExitCode GrabRun::Conclude() {
         if (const auto& error = camera->GetError()) {
             m_output.Error(*error);
             failure = failure.value_or(error->GetExitCode());
+        }
+    }
+    if (m_isReaderGone) {
+        m_output.DropData();
+        if (!failure) {
+            m_output.Error(NobodyReads());
+            failure = ExitCode::Failed;
         }
     }
     if (failure) {

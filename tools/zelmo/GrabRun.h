@@ -45,6 +45,8 @@ private:
     const GrabOptions& m_options;
     Output& m_output;
     StopSignals m_signals;
+    std::vector<pollfd> m_readers; // what has to be read as long as the grab runs
+    bool m_isReaderGone = false;
     CameraGrabs m_cameras;
 };
 

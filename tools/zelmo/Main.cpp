@@ -72,6 +72,7 @@ bool AsksForJson(int argc, char** argv) {
 } // namespace
 
 int main(int argc, char** argv) {
+    OccupyStandardStreams();
     IgnoreWriteSignals();
     GlobalOptions early;
     early.json = AsksForJson(argc, argv);

@@ -37,9 +37,9 @@ std::size_t TerminalColumns(int terminal, std::size_t unknown) {
     return known ? size.ws_col : unknown;
 }
 
-std::size_t DataColumns(const std::ostream& data) {
-    constexpr std::size_t unlimited = std::numeric_limits<std::size_t>::max();
-    return &data == &std::cout ? TerminalColumns(STDOUT_FILENO, unlimited) : unlimited;
+std::size_t DataColumns(int dataFd) {
+    constexpr std::size_t kUnlimited = std::numeric_limits<std::size_t>::max();
+    return dataFd >= 0 ? TerminalColumns(dataFd, kUnlimited) : kUnlimited;
 }
 
 /// Whether a byte goes on with the character before it.
@@ -55,14 +55,15 @@ std::size_t CountColumns(const std::string& text) {
 
 Output::Output(const GlobalOptions& options, std::ostream& data, std::ostream& messages)
     : m_data(data), m_messages(messages), m_json(options.json), m_quiet(options.quiet), m_colour(WantsColour()),
-      m_dataColumns(DataColumns(data)), m_progress(WantsProgress(options)) {}
+      m_dataFd(&data == &std::cout ? STDOUT_FILENO : -1), m_dataColumns(DataColumns(m_dataFd)),
+      m_progress(WantsProgress(options)) {}
 
 void Output::Line(const std::string& text) {
     Bytes(text + '\n');
 }
 
 void Output::Bytes(const std::string& bytes) {
-    if (m_json) {
+    if (!Writes(false)) {
         return;
     }
     std::lock_guard lock(m_mutex);
@@ -77,7 +78,7 @@ void Output::Table(const std::vector<std::vector<std::string>>& rows, const std:
 }
 
 void Output::Document(Json document) {
-    if (!m_json) {
+    if (!Writes(true)) {
         return;
     }
     Json whole = {{"schema", kSchema}};
@@ -87,7 +88,7 @@ void Output::Document(Json document) {
 }
 
 void Output::Event(const std::string& type, Json fields) {
-    if (!m_json) {
+    if (!Writes(true)) {
         return;
     }
     // To the millisecond: more digits would only be noise.
@@ -178,7 +179,7 @@ double Output::SecondsSinceStart() const {
 void Output::Flush() {
     std::lock_guard lock(m_mutex);
     m_data.flush();
-    if (!m_data) {
+    if (!m_data && !m_isDropped) {
         throw HostError("Cannot write to standard output: the disk is full or the reader has gone");
     }
 }

@@ -5,6 +5,7 @@
 #include "Json.h"
 #include "Options.h"
 
+#include <atomic>
 #include <chrono>
 #include <mutex>
 #include <ostream>
@@ -21,6 +22,10 @@ public:
     Output(const GlobalOptions& options, std::ostream& data, std::ostream& messages);
 
     bool IsJson() const noexcept { return m_json; }
+
+    /// Descriptor of the data, for HasHungUp; -1 where they go to a stream of this program.
+    int GetDataFd() const noexcept { return m_dataFd; }
+    void DropData() noexcept { m_isDropped = true; } ///< Nobody reads data: from here on none are written.
 
     void Line(const std::string& text);   ///< One line of data; nothing with --json.
     void Bytes(const std::string& bytes); ///< Data as it is; nothing with --json.
@@ -47,6 +52,7 @@ public:
     void Flush();
 
 private:
+    bool Writes(bool json) const noexcept { return m_json == json && !m_isDropped; }
     void WipeProgress();
     void WriteMessage(const char* label, const char* colour, const std::string& message);
 
@@ -55,6 +61,8 @@ private:
     const bool m_json;
     const bool m_quiet;
     const bool m_colour;
+    const int m_dataFd;
+    std::atomic<bool> m_isDropped{false};
     const std::size_t m_dataColumns; // the terminal's; without limit where data goes elsewhere
     bool m_progress;
     bool m_progressStands = false;

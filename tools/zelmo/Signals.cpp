@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Signals.h"
 
-#include "Errors.h"
 #include "PartialFiles.h"
 
 #include <atomic>
@@ -84,6 +83,19 @@ ExitCode StopSignals::GetExitCode() const noexcept {
         return ExitCode::Terminated;
     default:
         return ExitCode::Done;
+    }
+}
+
+ToolError NobodyReads(const std::string& what) {
+    return HostError("Nobody reads " + what + " any more: stopped");
+}
+
+void OccupyStandardStreams() noexcept {
+    for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd) {
+        if (fcntl(fd, F_GETFD) < 0) {
+            // The lowest free number is given. The wrong direction makes each use fail.
+            [[maybe_unused]] const int opened = open("/dev/null", fd == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+        }
     }
 }
 

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "ExitCode.h"
+#include "Errors.h"
+
+#include <poll.h>
 
 namespace tool {
 
@@ -26,6 +28,19 @@ public:
     /// Interrupted or Terminated after a signal, else Done.
     ExitCode GetExitCode() const noexcept;
 };
+
+/// True once nobody can read any more what is written to @p polled.fd: of an entry without events that poll() has
+/// looked at, so also while there is nothing to write.
+inline bool HasHungUp(const pollfd& polled) noexcept {
+    return polled.fd >= 0 && (polled.revents & (POLLERR | POLLHUP)) != 0;
+}
+
+/// What is said then.
+ToolError NobodyReads(const std::string& what = "standard output");
+
+/// Opens descriptors 0 to 2 where the caller has closed them, or the next files would take their places and get what
+/// is printed. Writing to them fails as before.
+void OccupyStandardStreams() noexcept;
 
 /// SIGPIPE and SIGXFSZ are ignored from here on: the write that caused them fails with an error that can be told.
 void IgnoreWriteSignals() noexcept;
