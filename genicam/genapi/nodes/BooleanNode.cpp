@@ -41,11 +41,12 @@ bool BooleanNode::ReadTruth(ReadMode mode) {
         return m_value;
     }
     const EvaluationGuard guard(*this, EvaluationGuard::Reading);
+    const std::uint32_t drops = Drops();
     const bool value = (m_target != nullptr ? m_target->ReadInteger(mode) : m_own) == m_on;
     if (mode.verify) {
         CheckErrorNodes();
     }
-    if (KeepsValue()) {
+    if (KeepsValue() && drops == Drops()) {
         m_value = value;
         MarkCached(Cached_Value);
     }
@@ -59,6 +60,7 @@ void BooleanNode::WriteTruth(bool value, bool verify) {
         RequireWritable();
     }
     WriteScope scope(*this);
+    const std::uint32_t drops = Drops();
     if (m_target != nullptr) {
         m_target->WriteInteger(value ? m_on : m_off, verify);
     } else {
@@ -67,7 +69,7 @@ void BooleanNode::WriteTruth(bool value, bool verify) {
     if (verify) {
         CheckErrorNodes();
     }
-    if (Caching() == WriteThrough) {
+    if (Caching() == WriteThrough && drops == Drops()) {
         m_value = value;
         MarkCached(Cached_Value);
         MarkCached(Cached_Protected);

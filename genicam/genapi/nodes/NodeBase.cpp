@@ -102,6 +102,7 @@ EAccessMode NodeBase::FindMode() {
     }
     const EvaluationGuard guard(*this, EvaluationGuard::Asking);
     m_isComputingMode = true;
+    const std::uint32_t drops = Drops();
     EAccessMode mode;
     try {
         mode = Combine(ComputeMode(), imposed);
@@ -110,7 +111,7 @@ EAccessMode NodeBase::FindMode() {
         m_isComputingMode = false;
         throw;
     }
-    if (IsModeCacheable()) {
+    if (IsModeCacheable() && drops == Drops()) {
         m_mode = static_cast<std::uint8_t>(mode);
         MarkCached(Cached_Mode);
     }

@@ -159,7 +159,8 @@ public:
             DropRaw();
         }
         const int kept = (onlyValue ? ~(Cached_Value | Cached_Protected) : 0) | (spare ? Cached_Value : 0);
-        m_cached = static_cast<std::uint8_t>(m_cached & kept);
+        // counted in the same word as the bits, as a write does this to all that depends on it
+        m_cached = (m_cached & (kDropsMask | static_cast<std::uint8_t>(kept))) + kOneDrop;
     }
     bool HasRegistrations() const noexcept { return !m_registrations.empty(); }
     const std::vector<RegistrationPtr>& Registrations() const noexcept { return m_registrations; }
@@ -188,15 +189,22 @@ protected:
     void ForEachReference(PropertyKind kind, Visitor&& visit) const;
     static ECachingMode CachingOver(NodeBase* target); ///< of what another node stores, or of an own value
     bool HasCached(CacheBit bit) const noexcept { return (m_cached & bit) != 0; }
-    void MarkCached(CacheBit bit) noexcept { m_cached = static_cast<std::uint8_t>(m_cached | bit); }
-    void DropCached(CacheBit bit) noexcept { m_cached = static_cast<std::uint8_t>(m_cached & ~bit); }
+    void MarkCached(CacheBit bit) noexcept { m_cached |= bit; }
+    void DropCached(CacheBit bit) noexcept { m_cached &= ~std::uint32_t(bit); }
     void MarkHasRaw() noexcept { m_hasRaw = true; }
 
     /// Whether a value may be cached: its caching mode is not NoCache.
     bool KeepsValue() { return Caching() != NoCache; }
 
+    /// How often the caches of this node were dropped. Something that is found while this stays as it is may be cached:
+    /// a port may come back into its map in the middle of a read and make void what is just being found.
+    std::uint32_t Drops() const noexcept { return m_cached & kDropsMask; }
+
 private:
     friend class EvaluationGuard;
+
+    static constexpr std::uint32_t kOneDrop = 0x100;
+    static constexpr std::uint32_t kDropsMask = ~(kOneDrop - 1);
 
     EAccessMode FindMode();
     EAccessMode ComputeMode();
@@ -208,8 +216,8 @@ private:
 
     MapCore& m_core;
     const NodeIndex m_index;
+    std::uint32_t m_cached = 0; // bits of CacheBit; above them the drops are counted
     const NodeKind m_kind;
-    std::uint8_t m_cached = 0;
     std::uint8_t m_mode = RW;        // EAccessMode with what is imposed, while cached
     std::uint8_t m_imposedMode = RW; // by ImposeAccessMode
     std::uint8_t m_givenMode = RW;   // element ImposedAccessMode

@@ -149,12 +149,13 @@ T NumericBase<T>::ReadNumber(ReadMode mode) {
         }
     }
     const EvaluationGuard guard(*this, EvaluationGuard::Reading);
+    const std::uint32_t drops = Drops();
     const T value = Evaluate(mode);
     if (mode.verify) {
         CheckLimits(value);
         CheckErrorNodes();
     }
-    if (KeepsOwnValue() && KeepsValue()) {
+    if (KeepsOwnValue() && KeepsValue() && drops == Drops()) {
         m_value = value;
         MarkCached(Cached_Value);
     }
@@ -171,11 +172,12 @@ void NumericBase<T>::WriteNumber(T value, bool verify) {
         CheckListed(value);
     }
     WriteScope scope(*this);
+    const std::uint32_t drops = Drops();
     Store(value, verify);
     if (verify) {
         CheckErrorNodes();
     }
-    if (KeepsOwnValue() && Caching() == WriteThrough) {
+    if (KeepsOwnValue() && Caching() == WriteThrough && drops == Drops()) {
         m_value = value;
         MarkCached(Cached_Value);
         MarkCached(Cached_Protected);
@@ -217,30 +219,30 @@ bool NumericBase<T>::AreLimitsCacheable() {
     return m_limitsCacheable == Yes;
 }
 
+/// A limit from the cache, or found anew and then kept if it may be.
 template <typename T>
-T NumericBase<T>::CheckedMin() {
-    if (HasCached(Cached_Min)) {
-        return m_min;
+T NumericBase<T>::Limit(CacheBit bit, T& kept, T (NumericBase::*find)()) {
+    if (HasCached(bit)) {
+        return kept;
     }
     const EvaluationGuard guard(*this, EvaluationGuard::Asking);
-    m_min = NaturalMin();
-    if (AreLimitsCacheable()) {
-        MarkCached(Cached_Min);
+    const std::uint32_t drops = Drops();
+    const T limit = (this->*find)();
+    if (AreLimitsCacheable() && drops == Drops()) {
+        kept = limit;
+        MarkCached(bit);
     }
-    return m_min;
+    return limit;
+}
+
+template <typename T>
+T NumericBase<T>::CheckedMin() {
+    return Limit(Cached_Min, m_min, &NumericBase::NaturalMin);
 }
 
 template <typename T>
 T NumericBase<T>::CheckedMax() {
-    if (HasCached(Cached_Max)) {
-        return m_max;
-    }
-    const EvaluationGuard guard(*this, EvaluationGuard::Asking);
-    m_max = NaturalMax();
-    if (AreLimitsCacheable()) {
-        MarkCached(Cached_Max);
-    }
-    return m_max;
+    return Limit(Cached_Max, m_max, &NumericBase::NaturalMax);
 }
 
 template <typename T>
@@ -251,15 +253,21 @@ bool NumericBase<T>::NaturalInc(T& inc) {
 
 template <typename T>
 bool NumericBase<T>::CheckedInc(T& inc) {
-    if (!HasCached(Cached_Inc)) {
-        const EvaluationGuard guard(*this, EvaluationGuard::Asking);
-        m_hasInc = NaturalInc(m_inc);
-        if (AreLimitsCacheable()) {
-            MarkCached(Cached_Inc);
-        }
+    if (HasCached(Cached_Inc)) {
+        inc = m_inc;
+        return m_hasInc;
     }
-    inc = m_inc;
-    return m_hasInc;
+    const EvaluationGuard guard(*this, EvaluationGuard::Asking);
+    const std::uint32_t drops = Drops();
+    T found{};
+    const bool hasInc = NaturalInc(found);
+    inc = found;
+    if (AreLimitsCacheable() && drops == Drops()) {
+        m_inc = found;
+        m_hasInc = hasInc;
+        MarkCached(Cached_Inc);
+    }
+    return hasInc;
 }
 
 template <typename T>

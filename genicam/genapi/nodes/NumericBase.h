@@ -54,6 +54,7 @@ protected:
     T m_imposedMax = std::numeric_limits<T>::max();
 
 private:
+    T Limit(CacheBit bit, T& kept, T (NumericBase::*find)());
     void CheckLimits(T value);
     void CheckListed(T value);
 

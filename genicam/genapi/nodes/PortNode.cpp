@@ -65,7 +65,7 @@ void PortNode::Write(const void* pBuffer, int64_t Address, int64_t Length) {
     const EvaluationGuard guard(*this, EvaluationGuard::Writing);
     RequireConnected();
     RequireWritable();
-    WriteThroughPort(pBuffer, Address, Length);
+    WriteThroughPort(pBuffer, Address, Length, {});
 }
 
 /// @throws GenICam::InvalidArgumentException if @p port leads back to this node
@@ -146,7 +146,8 @@ void PortNode::ReadBytes(std::uint8_t* bytes, std::int64_t address, std::int64_t
     }
 }
 
-void PortNode::WriteBytes(const std::uint8_t* bytes, std::int64_t address, std::int64_t length) {
+void PortNode::WriteBytes(const std::uint8_t* bytes, std::int64_t address, std::int64_t length,
+                          const RawCache::Claim& claim) {
     RequireConnected();
     RequireWritable();
     if (length == 0) {
@@ -155,9 +156,9 @@ void PortNode::WriteBytes(const std::uint8_t* bytes, std::int64_t address, std::
     if (NeedsSwap(length)) {
         std::uint8_t swapped[8];
         std::reverse_copy(bytes, bytes + length, swapped);
-        WriteThroughPort(swapped, address, length);
+        WriteThroughPort(swapped, address, length, claim);
     } else {
-        WriteThroughPort(bytes, address, length);
+        WriteThroughPort(bytes, address, length, claim);
     }
 }
 
@@ -167,11 +168,11 @@ namespace {
 /// fails.
 class OverlapScope {
 public:
-    OverlapScope(RawCache& raw, std::int64_t address, std::int64_t length) noexcept
-        : m_raw(raw), m_address(address), m_length(length) {
-        m_raw.DropOverlapping(address, length);
+    OverlapScope(RawCache& raw, std::int64_t address, std::int64_t length, const RawCache::Claim& spared) noexcept
+        : m_raw(raw), m_address(address), m_length(length), m_spared(spared) {
+        m_raw.DropOverlapping(address, length, spared);
     }
-    ~OverlapScope() { m_raw.DropOverlapping(m_address, m_length); }
+    ~OverlapScope() { m_raw.DropOverlapping(m_address, m_length, m_spared); }
     OverlapScope(const OverlapScope&) = delete;
     OverlapScope& operator=(const OverlapScope&) = delete;
 
@@ -179,12 +180,14 @@ private:
     RawCache& m_raw;
     const std::int64_t m_address;
     const std::int64_t m_length;
+    const RawCache::Claim& m_spared;
 };
 
 } // namespace
 
-void PortNode::WriteThroughPort(const void* bytes, std::int64_t address, std::int64_t length) {
-    const OverlapScope overlap(m_raw, address, length);
+void PortNode::WriteThroughPort(const void* bytes, std::int64_t address, std::int64_t length,
+                                const RawCache::Claim& claim) {
+    const OverlapScope overlap(m_raw, address, length, claim);
     if (m_recording != nullptr) {
         m_recording->Write(bytes, address, length);
     } else {

@@ -42,7 +42,9 @@ public:
 
     /// Accesses of registers, with the bytes swapped where the port asks for it; under the lock.
     void ReadBytes(std::uint8_t* bytes, std::int64_t address, std::int64_t length);
-    void WriteBytes(const std::uint8_t* bytes, std::int64_t address, std::int64_t length);
+    /// A write makes void what is kept of the place, but spares @p claim, by which the caller is going to keep the
+    /// bytes.
+    void WriteBytes(const std::uint8_t* bytes, std::int64_t address, std::int64_t length, const RawCache::Claim& claim);
     RawCache& Raw() noexcept { return m_raw; }
     /// A buffer for the bytes of one read, lent so that registers need none of their own; what is given back stands
     /// until the next one is.
@@ -62,7 +64,7 @@ private:
     }
     void RequireConnected();
     void RefuseCircle(IPort* port);
-    void WriteThroughPort(const void* bytes, std::int64_t address, std::int64_t length);
+    void WriteThroughPort(const void* bytes, std::int64_t address, std::int64_t length, const RawCache::Claim& claim);
 
     IPort* m_implementation = nullptr;
     IPortWriteList* m_recording = nullptr;

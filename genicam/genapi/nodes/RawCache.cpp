@@ -33,9 +33,20 @@ RawCache::Entry& RawCache::At(std::int64_t address, std::int64_t length) {
     return entry;
 }
 
-void RawCache::Keep(Entry& entry, std::span<const std::uint8_t> bytes) {
-    entry.bytes.assign(bytes.begin(), bytes.end());
-    entry.stamp = ++m_lastStamp;
+RawCache::Claim RawCache::Begin(Entry& entry) noexcept {
+    m_lastStamp += 2;
+    entry.stamp = m_lastStamp;
+    return {&entry, m_generation, m_lastStamp};
+}
+
+bool RawCache::Keep(const Claim& claim, std::span<const std::uint8_t> bytes) {
+    // the generation first: entries of an earlier one are gone
+    if (claim.entry == nullptr || claim.generation != m_generation || claim.entry->stamp != claim.stamp) {
+        return false;
+    }
+    claim.entry->bytes.assign(bytes.begin(), bytes.end());
+    claim.entry->stamp = claim.stamp + 1;
+    return true;
 }
 
 void RawCache::Drop(std::int64_t address, std::int64_t length) noexcept {
@@ -46,12 +57,17 @@ void RawCache::Drop(std::int64_t address, std::int64_t length) noexcept {
     }
 }
 
-void RawCache::DropOverlapping(std::int64_t address, std::int64_t length) noexcept {
-    m_short.DropOverlapping(address, length);
-    m_long.DropOverlapping(address, length);
+void RawCache::DropOverlapping(std::int64_t address, std::int64_t length, const Claim& claim) noexcept {
+    m_short.DropOverlapping(address, length, claim.stamp);
+    m_long.DropOverlapping(address, length, claim.stamp);
 }
 
-void RawCache::Lane::DropOverlapping(std::int64_t address, std::int64_t length) noexcept {
+void RawCache::Lane::DropOverlapping(std::int64_t address, std::int64_t length, std::uint64_t spared) noexcept {
+    const auto drop = [spared](Entry& entry) {
+        if (entry.stamp != spared) {
+            entry.Drop();
+        }
+    };
     // no entry that begins earlier than the longest one is long can reach the place
     const std::int64_t lowest = std::numeric_limits<std::int64_t>::min();
     const std::int64_t first = address < lowest + longest ? lowest : address - longest;
@@ -63,9 +79,9 @@ void RawCache::Lane::DropOverlapping(std::int64_t address, std::int64_t length) 
             if (ahead >= distance) {
                 break;
             }
-            entry->second.Drop();
+            drop(entry->second);
         } else if (static_cast<std::uint64_t>(entry->first.second) > std::uint64_t(0) - ahead) {
-            entry->second.Drop();
+            drop(entry->second);
         }
     }
 }

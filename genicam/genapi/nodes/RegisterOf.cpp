@@ -21,8 +21,11 @@ void RegisterOf<Base>::BindProperty(const Property& property) {
 template <typename Base>
 RegisterPart& RegisterOf<Base>::Located() {
     if (!this->HasCached(Cached_Place)) {
+        const std::uint32_t drops = this->Drops();
         m_register.Locate(*this, MinLength(), MaxLength());
-        if (m_register.IsPlaceCacheable()) {
+        if (drops != this->Drops()) {
+            this->DropCached(Cached_Place); // somebody has found it meanwhile, and this find took its place
+        } else if (m_register.IsPlaceCacheable()) {
             this->MarkCached(Cached_Place);
         }
     }
@@ -31,8 +34,7 @@ RegisterPart& RegisterOf<Base>::Located() {
 
 template <typename Base>
 void RegisterOf<Base>::WriteBytes(std::span<const std::uint8_t> bytes) {
-    m_register.Write(bytes); // found anew, the place could be longer than the bytes
-    if (m_register.Caching() == WriteThrough) {
+    if (m_register.Write(bytes)) { // not located again: the place could then be longer than the bytes
         this->MarkCached(Cached_Protected);
     }
 }

@@ -122,37 +122,33 @@ RawCache::Entry& RegisterPart::Entry() {
     return *m_entry;
 }
 
-/// The port may come back to this register while it reads: until the bytes are there nothing of it is relied on.
+/// The port may come back to this place while it reads, write it or make it void: only what nobody has touched since
+/// the read began is kept, as the bytes of the read may be the older ones.
 std::span<const std::uint8_t> RegisterPart::Read(ReadMode mode) {
+    RawCache::Claim claim{};
     if (m_caching != NoCache) {
         RawCache::Entry& entry = Entry();
         if (entry.IsValid() && mode.MayUseCache()) {
             return entry.bytes;
         }
-        entry.Drop(); // until all bytes are there
+        claim = m_port->Raw().Begin(entry);
     }
-    const std::int64_t address = m_address;
+    const std::int64_t address = m_address; // the register may move meanwhile
     const std::int64_t length = m_length;
     std::vector<std::uint8_t> bytes = m_port->TakeBuffer();
     bytes.resize(static_cast<std::size_t>(length));
     m_port->ReadBytes(bytes.data(), address, length);
-    Keep(bytes, address);
+    m_port->Raw().Keep(claim, bytes);
     return m_port->GiveBuffer(std::move(bytes));
 }
 
-void RegisterPart::Write(std::span<const std::uint8_t> bytes) {
-    const std::int64_t address = m_address;
-    m_port->WriteBytes(bytes.data(), address, static_cast<std::int64_t>(bytes.size()));
-    if (m_caching == WriteThrough) {
-        Keep(bytes, address);
-    }
-}
-
-void RegisterPart::Keep(std::span<const std::uint8_t> bytes, std::int64_t address) {
-    if (m_caching == NoCache || address != m_address || bytes.size() != static_cast<std::size_t>(m_length)) {
-        return;
-    }
-    m_port->Raw().Keep(Entry(), bytes);
+bool RegisterPart::Write(std::span<const std::uint8_t> bytes) {
+    RawCache& raw = m_port->Raw();
+    // not where the register has moved, after its bytes were made up, to a place of another length
+    const bool keeps = m_caching == WriteThrough && bytes.size() == static_cast<std::size_t>(m_length);
+    const RawCache::Claim claim = keeps ? raw.Begin(Entry()) : RawCache::Claim{};
+    m_port->WriteBytes(bytes.data(), m_address, static_cast<std::int64_t>(bytes.size()), claim);
+    return raw.Keep(claim, bytes);
 }
 
 bool RegisterPart::IsCached() {

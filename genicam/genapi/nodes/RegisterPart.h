@@ -28,7 +28,7 @@ public:
 
     /// All bytes, from the cache if allowed. Located before. The span is valid until the next access to the port.
     std::span<const std::uint8_t> Read(ReadMode mode);
-    void Write(std::span<const std::uint8_t> bytes);
+    bool Write(std::span<const std::uint8_t> bytes); ///< @return whether the bytes are kept as what a read would give
     bool IsCached();
     /// The bytes of the place located last, if they are cached; else null.
     const RawCache::Entry* Kept() const noexcept {
@@ -47,7 +47,6 @@ private:
         bool hasFactor = false;     ///< else the length counts
     };
     RawCache::Entry& Entry();
-    void Keep(std::span<const std::uint8_t> bytes, std::int64_t address); ///< unless the register has moved meanwhile
 
     std::int64_t m_fixedAddress = 0; // sum of the constants
     std::int64_t m_fixedLength = 0;

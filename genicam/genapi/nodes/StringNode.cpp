@@ -31,11 +31,12 @@ std::string StringBase::ReadText(ReadMode mode) {
         return m_value;
     }
     const EvaluationGuard guard(*this, EvaluationGuard::Reading);
+    const std::uint32_t drops = Drops();
     std::string value = Evaluate(mode);
     if (mode.verify) {
         CheckErrorNodes();
     }
-    if (KeepsOwnValue() && KeepsValue()) {
+    if (KeepsOwnValue() && KeepsValue() && drops == Drops()) {
         m_value = value;
         MarkCached(Cached_Value);
     }
@@ -49,11 +50,12 @@ void StringBase::WriteText(const std::string& value, bool verify) {
         RequireWritable();
     }
     WriteScope scope(*this);
+    const std::uint32_t drops = Drops();
     Store(value, verify);
     if (verify) {
         CheckErrorNodes();
     }
-    if (KeepsOwnValue() && Caching() == WriteThrough) {
+    if (KeepsOwnValue() && Caching() == WriteThrough && drops == Drops()) {
         m_value = value;
         MarkCached(Cached_Value);
         MarkCached(Cached_Protected);

@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <map>
 #include <random>
 #include <set>
 #include <tuple>
@@ -184,17 +185,96 @@ TEST_F(InvalidationTest, NodesOverOneRegisterAgree) {
     EXPECT_EQ(Int("Whole").GetValue(), 0x7856);
 }
 
-/// A device that does something of its own when it is written.
+/// A device that does something of its own when it is read or written.
 class BusyPort : public tests::MemoryPort {
 public:
+    void Read(void* bytes, int64_t address, int64_t length) override {
+        MemoryPort::Read(bytes, address, length);
+        if (const auto action = std::exchange(OnRead, nullptr)) {
+            action();
+        }
+    }
     void Write(const void* bytes, int64_t address, int64_t length) override {
         MemoryPort::Write(bytes, address, length);
         if (OnWrite) {
             OnWrite();
         }
     }
+    std::function<void()> OnRead; // once
     std::function<void()> OnWrite;
 };
+
+TEST_F(InvalidationTest, WhatIsMadeVoidWhileItIsFoundIsNotKept) {
+    BusyPort busy;
+    Load(Register("R", 0, "<PollingTime>0</PollingTime>") + Above("Over", "R") +
+         Node("Float", "Rounded", "<pValue>R</pValue>") + Value("Limited", 9, "<pMin>R</pMin><pMax>R</pMax>") +
+         Value("Gated", 1, "<pIsAvailable>R</pIsAvailable>") +
+         Node("Enumeration", "E",
+              "<EnumEntry Name=\"No\"><Value>0</Value></EnumEntry><EnumEntry Name=\"Yes\"><Value>1</Value></EnumEntry>"
+              "<pValue>R</pValue>") +
+         Node("Boolean", "B", "<pValue>R</pValue>") + Node("IntReg", "Moved", Place(16, 4, "<pAddress>R</pAddress>")));
+    const std::map<std::string, std::function<void()>> changes = {
+        {"write", [this] { Int("R").SetValue(1); }}, {"node", [this] { Map->GetNode("R")->InvalidateNode(); }},
+        {"port", [&] { busy.InvalidateNode(); }},    {"map", [this] { Map->InvalidateNodes(); }},
+        {"poll", [this] { Map->Poll(1); }},          {"connect", [&] { Map->Connect(&busy); }}};
+    const std::map<std::string, std::function<int64_t()>> looks = {
+        {"R", [this] { return Int("R").GetValue(); }},
+        {"Over", [this] { return Int("Over").GetValue(); }},
+        {"Rounded", [this] { return static_cast<int64_t>(Float("Rounded").GetValue()); }},
+        {"E", [this] { return As<IEnumeration>("E").GetIntValue(); }},
+        {"B", [this] { return As<IBoolean>("B").GetValue() ? 1 : 0; }},
+        {"minimum", [this] { return Int("Limited").GetMin(); }},
+        {"maximum", [this] { return Int("Limited").GetMax(); }},
+        {"mode", [this] { return Mode("Gated") == RW ? 1 : 0; }},
+        {"place", [this] { return As<IRegister>("Moved").GetAddress() - 16; }}};
+    for (const auto& [change, act] : changes) {
+        for (const auto& [what, look] : looks) {
+            SCOPED_TRACE(change + " while looking at " + what);
+            busy.Memory[0] = 0;
+            Map->Connect(&busy);
+            busy.OnRead = [&] {
+                busy.Memory[0] = 1; // only now, so what was read is old
+                act();
+            };
+            EXPECT_EQ(look(), 0);
+            EXPECT_EQ(look(), 1);
+            const int reads = busy.Reads;
+            EXPECT_EQ(look(), 1);
+            EXPECT_EQ(busy.Reads, reads) << "from then on it is kept";
+        }
+    }
+}
+
+TEST_F(InvalidationTest, WhatIsMadeVoidWhileItIsWrittenIsNotKeptAsWritten) {
+    BusyPort busy;
+    Load(Register("R", 0) + Register("Alias", 0) + Above("Over", "R") + Node("StringReg", "Letter", Place(8, 1)) +
+         tests::Above("String", "Word", "Letter"));
+    Map->Connect(&busy);
+    const std::map<std::string, std::function<void()>> changes = {
+        {"node", [this] { Map->GetNode("R")->InvalidateNode(); }},
+        {"map", [this] { Map->InvalidateNodes(); }},
+        {"alias", [&] {
+             busy.OnWrite = nullptr;
+             Int("Alias").SetValue(3);
+         }}};
+    for (const auto& [change, act] : changes) {
+        SCOPED_TRACE(change);
+        busy.OnWrite = [&] {
+            busy.Memory[0] = 3; // what the device made of it
+            act();
+        };
+        Int("R").SetValue(5);
+        EXPECT_EQ(Int("R").GetValue(), 3);
+    }
+    busy.OnWrite = [&] {
+        busy.Memory[0] = busy.Memory[8] = '3';
+        Map->InvalidateNodes();
+    };
+    Int("Over").SetValue(5);
+    EXPECT_EQ(Int("Over").GetValue(), '3');
+    As<IString>("Word").SetValue("5");
+    EXPECT_EQ(Text("Word"), "3");
+}
 
 TEST_F(InvalidationTest, WhatIsReadInTheMiddleOfAWriteDoesNotStay) {
     BusyPort busy;
