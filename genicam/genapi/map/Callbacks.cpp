@@ -4,8 +4,6 @@
 #include <Base/GCException.h>
 #include <Log/CLog.h>
 
-#include <atomic>
-
 namespace GenApi {
 
 namespace {
@@ -38,11 +36,95 @@ thread_local int NestingGuard::s_depth = 0;
 
 } // namespace
 
-void EndRegistration(Registration& registration) {
-    registration.isLive = false;
-    if (registration.running == 0) {
-        registration.callback->Destroy();
+/// A call of a registration in progress on this thread; inner ones stand for callbacks that callbacks fired.
+class Registration::Frame {
+public:
+    explicit Frame(Registration& registration) noexcept : m_registration(registration), m_outer(s_innermost) {
+        s_innermost = this;
     }
+    ~Frame() { s_innermost = m_outer; }
+    Frame(const Frame&) = delete;
+    Frame& operator=(const Frame&) = delete;
+
+    template <typename Condition>
+    static Registration* Find(Condition&& holds) noexcept {
+        for (const Frame* frame = s_innermost; frame != nullptr; frame = frame->m_outer) {
+            if (holds(frame->m_registration)) {
+                return &frame->m_registration;
+            }
+        }
+        return nullptr;
+    }
+
+private:
+    static thread_local Frame* s_innermost;
+
+    Registration& m_registration;
+    Frame* const m_outer;
+};
+
+thread_local Registration::Frame* Registration::Frame::s_innermost = nullptr;
+
+void Registration::Call(ECallbackType cause) {
+    // counted and looked at in one step: either End comes first, and nothing begins, or Finish waits for this call
+    std::uint32_t calls = m_calls.load();
+    do {
+        if ((calls & kEnded) != 0) {
+            return;
+        }
+    } while (!m_calls.compare_exchange_weak(calls, calls + 1));
+    try {
+        const NestingGuard nesting;
+        const Frame frame(*this);
+        (*m_callback.load())(cause);
+    } catch (...) {
+        Leave();
+        throw;
+    }
+    Leave();
+}
+
+/// Of a callback that was deregistered in its own call nothing is read here unless it is left to this call: somebody
+/// may own it and have deleted it there.
+void Registration::Leave() {
+    const std::uint32_t left = m_calls.fetch_sub(1) - 1;
+    if (left == (kEnded | kOrphan)) {
+        Destroy();
+    } else if (left == kEnded) {
+        m_calls.notify_all(); // Finish waits, and destroys
+    }
+}
+
+void Registration::Finish() {
+    if (Frame::Find([this](const Registration& running) { return &running == this; }) != nullptr) {
+        m_calls.fetch_or(kOrphan); // before the last call leaves, as this thread is in one
+        return;
+    }
+    for (std::uint32_t calls = m_calls.load(); calls != kEnded; calls = m_calls.load()) {
+        m_calls.wait(calls);
+    }
+    Destroy();
+}
+
+void Registration::Destroy() {
+    if (CNodeCallback* const callback = m_callback.exchange(nullptr)) {
+        callback->Destroy();
+    }
+}
+
+/// Only of those that were deregistered: to delete one that is still registered is its owner's error.
+void Registration::Forget(const CNodeCallback& dying) noexcept {
+    Registration* const running = Frame::Find([&dying](const Registration& each) {
+        return each.m_callback.load() == &dying && (each.m_calls.load() & kEnded) != 0;
+    });
+    if (running != nullptr) {
+        running->m_callback = nullptr;
+    }
+}
+
+/// One that is deleted in its own call, after it was deregistered there, must not be destroyed behind that call.
+CNodeCallback::~CNodeCallback() {
+    Registration::Forget(*this);
 }
 
 void CallbackBatch::Add(const std::vector<RegistrationPtr>& registrations) {
@@ -58,30 +140,13 @@ void CallbackBatch::Add(const std::vector<RegistrationPtr>& registrations) {
     }
 }
 
-void CallbackBatch::Fire(CLock& lock, ECallbackType cause) {
+void CallbackBatch::Fire(ECallbackType cause) {
     for (const RegistrationPtr& registration : m_registrations) {
-        FireOne(lock, *registration, cause);
-    }
-}
-
-void CallbackBatch::FireOne(CLock& lock, Registration& registration, ECallbackType cause) {
-    {
-        const GenICam::AutoLock guard(lock);
-        if (!registration.isLive) {
-            return;
+        try {
+            registration->Call(cause);
+        } catch (...) {
+            KeepFailure();
         }
-        ++registration.running;
-    }
-    try {
-        const NestingGuard nesting;
-        (*registration.callback)(cause);
-    } catch (...) {
-        KeepFailure();
-    }
-    const GenICam::AutoLock guard(lock);
-    --registration.running;
-    if (!registration.isLive && registration.running == 0) {
-        registration.callback->Destroy();
     }
 }
 

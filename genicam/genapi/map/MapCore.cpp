@@ -14,8 +14,9 @@ constexpr std::size_t kMaxKeptClosureNodes = std::size_t(4) << 20; // 32 MiB of 
 } // namespace
 
 MapCore::MapCore(ModelPtr model, CLock* userLock, const gcstring& deviceName, INodeMap& map)
-    : m_model(std::move(model)), m_lock(userLock != nullptr ? userLock : &m_ownLock), m_map(map),
-      m_deviceName(deviceName) {
+    : m_model(std::move(model)), m_lock(userLock != nullptr ? std::shared_ptr<CLock>(std::shared_ptr<CLock>(), userLock)
+                                                            : std::make_shared<CLock>()),
+      m_map(map), m_deviceName(deviceName) {
     try {
         CreateNodes();
     } catch (...) {
@@ -25,13 +26,25 @@ MapCore::MapCore(ModelPtr model, CLock* userLock, const gcstring& deviceName, IN
 }
 
 MapCore::~MapCore() {
-    if (m_registrations != 0) {
+    EndRegistrations();
+    DestroyNodes();
+}
+
+/// As if each was deregistered; the nodes stay until no callback runs that may use them.
+void MapCore::EndRegistrations() noexcept {
+    if (m_registrations == 0) {
+        return;
+    }
+    std::vector<RegistrationPtr> ended;
+    {
         const GenICam::AutoLock lock(*m_lock);
         for (NodeBase* node : m_nodes) {
-            node->DestroyRegistrations();
+            node->EndRegistrations(ended);
         }
     }
-    DestroyNodes();
+    for (const RegistrationPtr& registration : ended) {
+        registration->Finish(); // without the lock, as the calls that it waits for may take it
+    }
 }
 
 void MapCore::CreateNodes() {

@@ -78,6 +78,7 @@ private:
     bool IsDue(NodeBase& node, std::int64_t elapsedMs); ///< counts the time for a polled node
     void CreateNodes();
     void DestroyNodes() noexcept;
+    void EndRegistrations() noexcept;
     void DropAll(const Closure& closure);
     void Collect(const Closure& closure);
     const Closure& Keep(std::unique_ptr<Closure> made, const Closure*& kept, std::unique_ptr<Closure>& spare);
@@ -88,8 +89,7 @@ private:
     void AddUnvisited(std::span<const NodeIndex> nodes, std::vector<NodeBase*>& list);
 
     const ModelPtr m_model;
-    CLock m_ownLock;
-    CLock* const m_lock;
+    const std::shared_ptr<CLock> m_lock; // the map's own, or borrowed
     INodeMap& m_map;
     const gcstring m_deviceName;
 
@@ -251,15 +251,19 @@ private:
 template <typename Action>
 void MapCore::ChangeAll(Action&& action) {
     CallbackBatch batch;
+    std::shared_ptr<CLock> lockLife; // outlives the guard
     {
         const GenICam::AutoLock lock(*m_lock);
         batch.Run([&] {
             const BatchScope scope(*this, batch);
             action(batch);
         });
-        batch.Fire(*m_lock, cbPostInsideLock);
+        if (!batch.IsEmpty()) {
+            lockLife = m_lock; // callbacks may destroy the map: nothing of it is touched from here on
+            batch.Fire(cbPostInsideLock);
+        }
     }
-    batch.Fire(*m_lock, cbPostOutsideLock);
+    batch.Fire(cbPostOutsideLock);
     batch.Rethrow();
 }
 

@@ -195,13 +195,12 @@ bool NodeBase::IsPollingBlocked() {
     return blocked;
 }
 
-void NodeBase::DestroyRegistrations() noexcept {
-    // callbacks may deregister others when they are destroyed
-    const std::vector<RegistrationPtr> registrations = std::move(m_registrations);
-    m_registrations.clear();
-    for (const RegistrationPtr& registration : registrations) {
-        EndRegistration(*registration);
+void NodeBase::EndRegistrations(std::vector<RegistrationPtr>& ended) {
+    for (RegistrationPtr& registration : m_registrations) {
+        registration->End();
+        ended.push_back(std::move(registration));
     }
+    m_registrations.clear(); // a callback that deregisters another one when it is destroyed finds none
 }
 
 void NodeBase::FailKind(const char* what) {

@@ -164,7 +164,7 @@ public:
     }
     bool HasRegistrations() const noexcept { return !m_registrations.empty(); }
     const std::vector<RegistrationPtr>& Registrations() const noexcept { return m_registrations; }
-    void DestroyRegistrations() noexcept; ///< with the map
+    void EndRegistrations(std::vector<RegistrationPtr>& ended); ///< all, with the map; they are still to be finished
 
     /// When pBlockPolling is set, whether it says to wait.
     bool IsPollingBlocked();

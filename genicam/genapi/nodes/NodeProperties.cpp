@@ -161,17 +161,20 @@ CallbackHandleType NodeBase::RegisterCallback(CNodeCallback* pCallback) {
 }
 
 bool NodeBase::DeregisterCallback(CallbackHandleType hCallback) {
-    const GenICam::AutoLock lock(m_core.Lock());
-    const auto found = std::find_if(m_registrations.begin(), m_registrations.end(), [hCallback](const auto& each) {
-        return reinterpret_cast<CallbackHandleType>(each->callback) == hCallback;
-    });
-    if (found == m_registrations.end()) {
-        return false;
+    RegistrationPtr registration;
+    {
+        const GenICam::AutoLock lock(m_core.Lock());
+        const auto found = std::find_if(m_registrations.begin(), m_registrations.end(),
+                                        [hCallback](const auto& each) { return each->Is(hCallback); });
+        if (found == m_registrations.end()) {
+            return false;
+        }
+        registration = std::move(*found);
+        m_registrations.erase(found);
+        m_core.AddRegistrations(-1);
+        registration->End();
     }
-    const RegistrationPtr registration = *found;
-    m_registrations.erase(found);
-    m_core.AddRegistrations(-1);
-    EndRegistration(*registration);
+    registration->Finish(); // without the lock: a call that runs may be waiting for it
     return true;
 }
 

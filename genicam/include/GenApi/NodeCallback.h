@@ -13,13 +13,16 @@ namespace GenApi {
 /// Something to call when a node changes. The node map calls the functor twice for each change, once with each cause:
 /// while it holds its lock, and after it gave the lock back; the functor compares the cause with its own type.
 /// Registered callbacks belong to the node, which gives them back through Destroy() and never deletes them itself.
+/// Those of cbPostOutsideLock may run on several threads at once.
 class GENICAM_API CNodeCallback {
 public:
     CNodeCallback(INode* pNode, ECallbackType CallbackType) : m_pNode(pNode), m_CallbackType(CallbackType) {}
-    virtual ~CNodeCallback() = default;
+    virtual ~CNodeCallback();
 
     virtual void operator()(ECallbackType CallbackType) const = 0;
-    virtual void Destroy() = 0; ///< Called once, on deregistration or with the node map.
+    /// Called once, on deregistration or with the node map, when no call runs any more. Not called for one that was
+    /// deregistered and deleted in its own call.
+    virtual void Destroy() = 0;
 
     INode* GetNode() { return m_pNode; }
 
@@ -95,6 +98,11 @@ intptr_t Register(INode* pNode, Client& client, Member member, ECallbackType Cal
 }
 
 /// Ends a registration made by Register(); the handle is used up. A zero handle is ignored.
+/// Waits until no call of the callback runs on another thread, and none begins afterwards. So whoever calls this while
+/// holding a lock that the callback takes hangs; the lock of the node map is one where the callback uses nodes. In a
+/// call of the callback itself this returns at once; other threads may then still be in a call. A callback that is to
+/// be ended by a thread with a lock of its own therefore tests the thread, or whatever tells that the end is near,
+/// before it takes that lock.
 /// @throws GenICam::InvalidArgumentException for a callback that knows no node: deregister it at its node.
 GENICAM_API void Deregister(CallbackHandleType pCallbackInfo);
 

@@ -4,6 +4,8 @@
 #include <GenApi/EventAdapterGeneric.h>
 
 #include <atomic>
+#include <future>
+#include <memory>
 #include <thread>
 
 // Many threads at one node map; meant to run under the thread sanitizer as well.
@@ -89,6 +91,53 @@ TEST_F(ConcurrencyTest, CallbacksComeAndGoWhileTheyFire) {
     const int after = calls;
     Int("Above").SetValue(1);
     EXPECT_EQ(calls, after) << "no registration was left behind";
+}
+
+// Whoever ends a registration may free at once what its callback uses.
+TEST_F(ConcurrencyTest, NoCallRunsOrBeginsOnceItsRegistrationHasEnded) {
+    std::atomic<int> late = 0;
+    struct Client {
+        explicit Client(std::atomic<int>& counter) : Late(counter) {}
+        std::atomic<int>& Late;
+        std::atomic<bool> IsGone = false;
+        void OnChange(INode* node) {
+            dynamic_cast<IInteger&>(*node).GetValue(); // takes the lock of the map
+            Late += IsGone;
+        }
+    };
+    const auto registerBriefly = [&](int i) {
+        auto client = std::make_unique<Client>(late);
+        const auto handle =
+            Register(Map->GetNode("Above"), *client, &Client::OnChange, i % 2 ? cbPostInsideLock : cbPostOutsideLock);
+        Int("Double").GetValue();
+        Deregister(handle);
+        client->IsGone = true;
+    };
+    const auto write = [&](int i) { Int("Above").SetValue(i); };
+    RunTogether(kRounds, {write, write, registerBriefly, registerBriefly});
+    EXPECT_EQ(late, 0);
+}
+
+TEST_F(ConcurrencyTest, DeregisterWaitsForACallThatRunsButHoldsNoLockMeanwhile) {
+    std::promise<void> begun;
+    std::atomic<bool> isThrough = false;
+    const auto handle = Register(
+        Map->GetNode("X"),
+        [&](INode*) {
+            begun.set_value();
+            std::thread([&] {
+                for (int i = 0; i < kRounds; ++i) {
+                    Int("X").GetValue(false, true);
+                }
+            }).join();
+            isThrough = true;
+        },
+        cbPostOutsideLock);
+    std::thread writer([&] { Int("X").SetValue(1); });
+    begun.get_future().wait();
+    Deregister(handle);
+    EXPECT_TRUE(isThrough);
+    writer.join();
 }
 
 // All numbers are of four equal bytes, whoever brings them.

@@ -73,6 +73,51 @@ TEST_F(SemanticsTest, CallbacksMayDeregisterEachOtherAndWrite) {
     EXPECT_EQ(calls.size(), 2u);
 }
 
+class EndingTest : public SemanticsTest, public testing::WithParamInterface<ECallbackType> {};
+INSTANTIATE_TEST_SUITE_P(Phases, EndingTest, testing::Values(cbPostInsideLock, cbPostOutsideLock));
+
+// for the address sanitizer too: nothing that has died is touched afterwards
+TEST_P(EndingTest, ACallbackMayEndAndDieInItsOwnCall) {
+    class Dying : public CNodeCallback {
+    public:
+        Dying(INode* node, ECallbackType type, int& destroyed) : CNodeCallback(node, type), m_destroyed(destroyed) {}
+        void operator()(ECallbackType cause) const override {
+            if (cause == m_CallbackType) {
+                Deregister(reinterpret_cast<CallbackHandleType>(this));
+                delete this;
+            }
+        }
+        void Destroy() override { ++m_destroyed; }
+
+    private:
+        int& m_destroyed;
+    };
+    Load(Value("X"));
+    int destroyed = 0;
+    int calls = 0;
+    Map->GetNode("X")->RegisterCallback(new Dying(Map->GetNode("X"), GetParam(), destroyed));
+    Count("X", calls, GetParam());
+    Int("X").SetValue(1);
+    Int("X").SetValue(2);
+    EXPECT_EQ(calls, 2);
+    EXPECT_EQ(destroyed, 0) << "nobody is left to be told";
+}
+
+TEST_P(EndingTest, ACallbackMayDestroyTheMap) {
+    Load(Value("X"));
+    int calls = 0;
+    Register(
+        Map->GetNode("X"),
+        [&, text = std::string(100, 'x')](INode*) {
+            Map.reset();
+            calls += static_cast<int>(text.size()); // the function itself lives until it returns
+        },
+        GetParam());
+    Count("X", calls, cbPostOutsideLock);
+    Int("X").SetValue(1);
+    EXPECT_EQ(calls, 100) << "the others ended with the map";
+}
+
 TEST_F(SemanticsTest, AThrowingCallbackHindersNoOther) {
     Load(Value("X"));
     int calls = 0;
