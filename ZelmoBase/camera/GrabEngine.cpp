@@ -65,6 +65,7 @@ void CGrabEngine::StartEngine(IStreamGrabber* grabber, EGrabStrategy strategy, u
     m_clearBuffers = clearBuffers;
     PrepareQueue();
     m_grabber = grabber;
+    m_isGrabbing = true;
     ScopeGuard stop([this] { StopEngine(); });
     grabber->Open();
     const std::uint64_t sizeBytes = GetPayloadSize(payloadSize);
@@ -212,6 +213,7 @@ void CGrabEngine::StopEngine() noexcept {
                 "Unknown exception caught while releasing item cache.",
                 [this] { m_bufferProvider.Reset(0, nullptr, CReusableBufferProvider::EReset::Forced); });
     m_grabber = nullptr;
+    m_isGrabbing = false;
     GenICam::AutoLock lock(m_queueLock);
     m_isQueueInUse = false;
 }

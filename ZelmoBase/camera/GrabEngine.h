@@ -40,9 +40,9 @@ protected:
 /// Takes filled buffers off a stream grabber and keeps it fed, session after session; lives as long as the camera.
 /// Owns:    the engine thread, the output queue and the buffers.
 /// Borrows: during a session, the stream grabber (the device owns it).
-/// Threads: StartEngine, StopEngine, RequestBuffer, CancelUpcomingImage, SetBufferFactory and IsGrabbing under the
-///          camera lock, which the engine itself never takes; the rest from any. Run is the engine thread; OnItem… run
-///          on any thread that drops a result.
+/// Threads: StartEngine, StopEngine, RequestBuffer, CancelUpcomingImage and SetBufferFactory under the camera lock,
+///          which the engine itself never takes; the rest from any. Run is the engine thread; OnItem… run on any thread
+///          that drops a result.
 /// Locks:   m_queueLock, then the buffer pool's mutex (the buffer lock), then m_exceptionLock; never the other way
 /// round.
 ///
@@ -72,7 +72,7 @@ public:
                      bool clearBuffers);
     void StopEngine() noexcept; ///< Ends the session, if there is one. Queued results are lost, held ones stay valid.
 
-    bool IsGrabbing() const noexcept { return m_grabber != nullptr; }
+    bool IsGrabbing() const noexcept { return m_isGrabbing.load(); } ///< From the start until the stop is done.
 
     /// With GrabStrategy_UpcomingImage: the buffer that was asked for comes back, and whatever stood in the queue is
     /// dropped. Else nothing. @throws GenICam::RuntimeException when the buffer does not come back within 5 s.
@@ -158,8 +158,9 @@ private:
     const GenICam::GenericException m_outOfMemory; // where no memory is left to build another one
 
     // set by StartEngine, before the thread and after its end; see the class comment
-    IStreamGrabber* m_grabber = nullptr; // set while a session runs
-    std::uint64_t m_session = 0;         // never 0 after the first start
+    IStreamGrabber* m_grabber = nullptr;   // set while a session runs
+    std::atomic<bool> m_isGrabbing{false}; // whether it is, for those without the camera lock
+    std::uint64_t m_session = 0;           // never 0 after the first start
     EGrabStrategy m_strategy = GrabStrategy_OneByOne;
     std::uint64_t m_maxBuffers = 0;
     std::uint64_t m_maxQueued = 0;

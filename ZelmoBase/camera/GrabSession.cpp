@@ -81,11 +81,6 @@ void CGrabSession::ReleaseRecords() noexcept {
               [this] { m_resultProvider.SetMaxItems(0); });
 }
 
-bool CGrabSession::IsGrabbing() const {
-    GenICam::AutoLock lock(m_cameraLock);
-    return m_engine.IsGrabbing();
-}
-
 bool CGrabSession::Retrieve(unsigned int timeoutMs, CGrabResultPtr& result, ETimeoutHandling handling) {
     result.Release();
     const std::shared_ptr<CSessionWait> wait = BeginWait();

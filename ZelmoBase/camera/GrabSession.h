@@ -71,7 +71,8 @@ public:
     /// @throws GenICam::RuntimeException while a session runs, and what the engine throws; nothing is left started.
     void Start(IStreamGrabber* grabber, const CGrabSettings& settings);
     void Stop() noexcept; ///< Wakes a thread inside Retrieve. Results that are held stay valid.
-    bool IsGrabbing() const;
+    /// Takes no lock, so that callbacks may ask it which run with the lock of a node map held.
+    bool IsGrabbing() const noexcept { return m_engine.IsGrabbing(); }
 
     /// As CDeviceGrab::RetrieveResult.
     bool Retrieve(unsigned int timeoutMs, CGrabResultPtr& result, ETimeoutHandling handling);

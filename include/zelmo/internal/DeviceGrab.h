@@ -42,7 +42,7 @@ public:
     ///         device throws; nothing is left started then.
     void StartGrabbing(const Settings& settings);
     void StopGrabbing() noexcept; ///< Without effect when nothing runs. Wakes a thread inside RetrieveResult.
-    bool IsGrabbing() const;
+    bool IsGrabbing() const;      ///< Takes no lock: allowed in every callback of a node, also inside its map's lock.
 
     /// Waits at most @p timeoutMs milliseconds for the next result; lets go of what @p result held before all else.
     /// @return whether @p result holds a result, be it that of a failed grab. False also when no session runs or it was
