@@ -16,12 +16,12 @@ using tool::ExitCode;
 class CableCutter : public tool::FrameSink {
 public:
     explicit CableCutter(tool::Camera& camera) : m_camera(camera) {}
-    void OnImage(const Zelmo::CGrabResultData&, std::uint64_t number) override {
+    std::unique_ptr<tool::FrameTask> Take(const Zelmo::CGrabResultData&, std::uint64_t number) override {
         if (number == 3) {
             GenApi::CCommandPtr(m_camera.GetNodeMap("device").GetNode("SimulateRemoval"))->Execute();
         }
+        return nullptr;
     }
-    void OnFailed(const Zelmo::CGrabResultData&, std::uint64_t, const std::string&) override {}
 
 private:
     tool::Camera& m_camera;
@@ -50,7 +50,7 @@ TEST_F(GrabRunTest, PulledCableEndsItsCameraWithNineAndNotTheOther) {
     for (const auto& camera : run.GetCameras()) {
         camera->SendTo(std::make_unique<CableCutter>(camera->GetCamera()));
     }
-    run.GetCameras()[1]->SendTo(std::make_unique<tool::ImageSink>("other", std::nullopt, m_output));
+    run.GetCameras()[1]->SendTo(std::make_unique<tool::ImageSink>("other", std::nullopt, false, m_output));
     run.Run();
     EXPECT_EQ(run.Conclude(), ExitCode::Removed);
     EXPECT_EQ(run.GetCameras()[0]->GetError()->GetCode(), "removed");

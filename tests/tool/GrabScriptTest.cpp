@@ -129,7 +129,9 @@ TEST_F(GrabScriptTest, RemovedCameraKeepsWhatCameAndIsNoticedEvenWhenItDoesNotTe
 
 TEST_F(GrabScriptTest, FormatThatOnlyTheFramesTellIsRefusedThere) {
     const char* const script = "Frame:*:lie-strange";
-    EXPECT_EQ(RunScript(script, {"grab", "-o", m_folder / "a.png"}), ExitCode::Feature);
+    EXPECT_EQ(RunScript("frames=1;" + std::string(script), {"grab", "-n", "2", "-o", m_folder / "a.png"}),
+              ExitCode::Feature)
+        << "ends at once, not when the next image comes";
     EXPECT_THAT(m_folder.List(), testing::IsEmpty());
     EXPECT_EQ(RunScript(script, {"grab", "--raw", "-o", m_folder / "a.raw"}), ExitCode::Done);
     EXPECT_THAT(m_folder.List(), ElementsAre("a.raw"));

@@ -67,20 +67,33 @@ void CameraGrab::Join() {
     }
 }
 
+void CameraGrab::SendTo(std::unique_ptr<FrameSink> sink, WorkerPool* pool) {
+    m_sink = std::move(sink);
+    m_work.emplace(pool);
+}
+
 void CameraGrab::Run() noexcept {
+    std::optional<ToolError> error;
     try {
         StartSession();
-        while (!IsDone() && TakeNext()) {
+        // There has to be room first: an image that is taken later is a newer one, with strategies that skip.
+        for (m_work->WaitForRoom(); !IsDone() && TakeNext(); m_work->WaitForRoom()) {
         }
-    } catch (const ToolError& error) {
-        m_error = error;
-    } catch (const GenICam::GenericException& error) {
-        m_error = FromLibrary(error, "Grabbing from camera " + GetName());
-    } catch (const std::exception& error) {
-        m_error = HostError("Grabbing from camera " + GetName() + " failed: " + error.what());
+    } catch (const ToolError& failure) {
+        error = failure;
+    } catch (const GenICam::GenericException& failure) {
+        error = FromLibrary(failure, "Grabbing from camera " + GetName());
+    } catch (const std::exception& failure) {
+        error = HostError("Grabbing from camera " + GetName() + " failed: " + failure.what());
     }
     m_ended = Clock::now().time_since_epoch().count();
     m_session.StopGrabbing();
+    if (m_work->Drain()) { // what was still being written counts, and so does its time
+        m_ended = Clock::now().time_since_epoch().count();
+    }
+    if (!m_error) { // else an image ended it
+        m_error = error;
+    }
     if (m_camera.IsRemoved()) { // whatever failed first, this is the cause
         m_error = Removed();
     }
@@ -106,8 +119,8 @@ void CameraGrab::StartSession() {
 }
 
 bool CameraGrab::IsDone() const {
-    const bool counted = m_options.count && m_frames + m_failed >= *m_options.count;
-    return counted || m_signals.StopRequested() ||
+    const bool counted = m_options.count && m_taken >= *m_options.count;
+    return counted || m_hasFailed || m_signals.StopRequested() ||
            (m_options.durationSeconds && GetCounts().seconds >= *m_options.durationSeconds);
 }
 
@@ -140,7 +153,7 @@ ToolError CameraGrab::Removed() const {
 ToolError CameraGrab::TimedOut() const {
     return {ExitCode::Timeout, "timeout",
             "No image from camera " + GetName() + " within " + std::to_string(m_options.timeoutMs) + " ms after " +
-                std::to_string(m_frames + m_failed) +
+                std::to_string(m_taken) +
                 " images; --timeout sets the limit. Does it wait for a trigger, is its frame rate lower, or has its "
                 "AcquisitionMode ended it?"};
 }
@@ -149,23 +162,58 @@ void CameraGrab::TakeResult(const Zelmo::CGrabResultData& result) {
     if (result.GetID() == 0) {
         return; // a buffer that was called back
     }
-    const std::uint64_t number = m_frames + m_failed + 1;
+    ++m_taken;
     CountMissing(result);
-    if (!result.GrabSucceeded()) {
-        CountFailed(result, number, result.GetErrorDescription().c_str());
-        return;
+    const std::exception_ptr failure =
+        result.GrabSucceeded()
+            ? nullptr
+            : std::make_exception_ptr(FeatureError("", "incomplete", result.GetErrorDescription().c_str()));
+    const std::shared_ptr<FrameTask> task = m_sink->Take(result, m_taken);
+    const std::uint64_t bytes = GetFilledBytes(result);
+    if (!task) {
+        return Settle(nullptr, bytes, failure);
     }
+    OrderedWork::Work work; // none for what came damaged: it only waits for its turn to be told
+    if (!failure) {
+        work = [task] { task->Work(); };
+    }
+    m_work->Add(std::move(work), [this, task, bytes, failure](const std::exception_ptr& error) {
+        Settle(task.get(), bytes, failure ? failure : error);
+    });
+}
+
+/// Image by image, though on changing threads.
+void CameraGrab::Settle(FrameTask* task, std::uint64_t bytes, const std::exception_ptr& error) noexcept {
+    std::optional<std::string> failure;
     try {
-        m_sink->OnImage(result, number);
-    } catch (const ToolError& error) {
-        if (error.GetCode() != "incomplete") {
-            throw;
+        if (error) {
+            std::rethrow_exception(error);
         }
-        CountFailed(result, number, error.what());
-        return;
+        m_bytes += bytes;
+        ++m_frames;
+    } catch (const ToolError& reason) {
+        if (reason.GetCode() != "incomplete") {
+            return Fail(reason);
+        }
+        ++m_failed;
+        failure = reason.what();
+    } catch (const std::exception& reason) {
+        return Fail(HostError("Writing an image of camera " + GetName() + " failed: " + reason.what()));
     }
-    m_bytes += GetFilledBytes(result);
-    ++m_frames;
+    if (task != nullptr) {
+        task->Tell(failure ? &*failure : nullptr);
+    }
+}
+
+/// What was found last is dropped: it may be a consequence of the first.
+void CameraGrab::Fail(const ToolError& error) {
+    if (!m_error) {
+        m_error = error;
+    }
+    m_hasFailed = true;
+    if (error.GetCode() == "host") {
+        m_signals.RequestStop(); // at once, and for all: the others would fail alike
+    }
 }
 
 void CameraGrab::CountMissing(const Zelmo::CGrabResultData& result) {
@@ -175,11 +223,6 @@ void CameraGrab::CountMissing(const Zelmo::CGrabResultData& result) {
     const bool meant = m_options.strategy == Zelmo::GrabStrategy_UpcomingImage;
     m_skipped += meant ? skipped + lost : skipped;
     m_lost += meant ? 0 : lost;
-}
-
-void CameraGrab::CountFailed(const Zelmo::CGrabResultData& result, std::uint64_t number, const std::string& why) {
-    ++m_failed;
-    m_sink->OnFailed(result, number, why);
 }
 
 GrabCounts CameraGrab::GetCounts() const {

@@ -6,6 +6,7 @@
 #include "FrameSink.h"
 #include "LossCounter.h"
 #include "Options.h"
+#include "OrderedWork.h"
 #include "Signals.h"
 
 #include <zelmo/WaitObject.h>
@@ -34,7 +35,7 @@ struct GrabCounts {
 };
 
 /// Grabs from one camera on a thread of its own, until the number of images, the time, a stop or a failure ends it.
-/// Owns the camera, its grab session, its sink and its thread. Borrows options and signals.
+/// Owns the camera, its grab session, its sink and its thread. Borrows options, signals and the pool.
 /// Threads: started and joined by one thread; Stop, IsExhausted and the counts any.
 class CameraGrab {
 public:
@@ -45,7 +46,8 @@ public:
     /// @throws ToolError for the first step that is refused; the others are left out.
     void Configure(const std::vector<SetupStep>& setup);
 
-    void SendTo(std::unique_ptr<FrameSink> sink) { m_sink = std::move(sink); } ///< Before Start; there must be one.
+    /// Before Start; there must be a sink. With a pool, its threads do what the sink leaves to be done.
+    void SendTo(std::unique_ptr<FrameSink> sink, WorkerPool* pool = nullptr);
     void Start();
     /// Ends the session that runs. The thread is inside RetrieveResult, so whoever starts it watches over the reasons
     /// to stop, again and again while IsRunning: a session that only just starts is not stopped yet.
@@ -55,7 +57,8 @@ public:
     Camera& GetCamera() noexcept { return m_camera; }
     const std::string& GetName() const noexcept { return m_camera.GetName(); }
     bool IsRunning() const noexcept { return m_running; }
-    bool IsExhausted() const { return m_camera.IsRemoved() && m_session.GetNumReadyBuffers() == 0; } ///< No more comes.
+    /// No more comes, or is wanted.
+    bool IsExhausted() const { return m_hasFailed || (m_camera.IsRemoved() && m_session.GetNumReadyBuffers() == 0); }
     int GetEndFd() const noexcept { return m_endObject.GetFd(); } ///< Readable when it has ended; for poll().
     GrabCounts GetCounts() const;
     const std::optional<ToolError>& GetError() const noexcept { return m_error; } ///< After Join.
@@ -69,7 +72,8 @@ private:
     bool WaitForResult(Zelmo::CGrabResultPtr& result);
     void TakeResult(const Zelmo::CGrabResultData& result);
     void CountMissing(const Zelmo::CGrabResultData& result);
-    void CountFailed(const Zelmo::CGrabResultData& result, std::uint64_t number, const std::string& why);
+    void Settle(FrameTask* task, std::uint64_t bytes, const std::exception_ptr& error) noexcept;
+    void Fail(const ToolError& error);
     bool IsDone() const;
     ToolError Removed() const;
     ToolError TimedOut() const;
@@ -79,8 +83,10 @@ private:
     Camera m_camera;
     Zelmo::CDeviceGrab m_session;
     std::unique_ptr<FrameSink> m_sink;
+    std::optional<OrderedWork> m_work;
 
     LossCounter m_lossCounter;
+    std::uint64_t m_taken = 0; // failed ones among them
     std::atomic<std::uint64_t> m_frames{0};
     std::atomic<std::uint64_t> m_failed{0};
     std::atomic<std::uint64_t> m_lost{0};
@@ -89,9 +95,10 @@ private:
     std::atomic<Clock::rep> m_started{0}; // 0 before
     std::atomic<Clock::rep> m_ended{0};   // 0 before
     std::atomic<bool> m_running{false};
+    std::atomic<bool> m_hasFailed{false}; // while an image was worked on
     Zelmo::WaitObjectEx m_endObject;
-    std::optional<ToolError> m_error;
-    std::thread m_thread; // last: it touches all of the above
+    std::optional<ToolError> m_error; // written where images are told of, then by Run
+    std::thread m_thread;             // last: it touches all of the above
 };
 
 } // namespace tool

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "FrameWriter.h"
 
-#include "FrameSink.h"
+#include "ImageWriter.h"
 #include "PartialFiles.h"
 
 namespace tool {
@@ -9,22 +9,16 @@ namespace tool {
 FrameWriter::FrameWriter(FilePattern pattern, std::string camera, bool raw)
     : m_pattern(std::move(pattern)), m_camera(std::move(camera)), m_raw(raw) {}
 
-std::string FrameWriter::Write(const Zelmo::CGrabResultData& result, std::uint64_t number) {
-    const std::string name = GetName(number);
-    Frame frame;
-    frame.data = static_cast<const std::uint8_t*>(result.GetBuffer());
-    frame.sizeBytes = GetFilledBytes(result);
+void FrameWriter::Write(const Frame& frame, const std::string& name) const {
     if (m_raw) {
-        WriteFileWhole(name, frame.data, frame.sizeBytes);
-        return name;
+        return WriteFileWhole(name, frame.data, frame.sizeBytes);
     }
-    frame.pixelType = result.GetPixelType();
-    frame.width = result.GetWidth();
-    frame.height = result.GetHeight();
-    frame.paddingX = result.GetPaddingX();
-    m_converter.Convert(frame, m_image);
-    m_writer.WritePng(name, m_image);
-    return name;
+    // Each thread keeps its memory from image to image.
+    thread_local PixelConverter converter;
+    thread_local Image image;
+    thread_local ImageWriter writer;
+    converter.Convert(frame, image);
+    writer.WritePng(name, image);
 }
 
 } // namespace tool

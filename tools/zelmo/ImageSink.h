@@ -13,22 +13,25 @@ class Camera;
 class Output;
 
 /// What 'grab' does with the images of one camera: writes them where that was asked for, and tells of each as an event.
-/// Borrows the output. Threads: that of the grab.
+/// Borrows the output.
 class ImageSink : public FrameSink {
 public:
-    ImageSink(std::string camera, std::optional<FrameWriter> writer, Output& output);
+    /// @param copies images are written when the camera has their buffers again.
+    ImageSink(std::string camera, std::optional<FrameWriter> writer, bool copies, Output& output);
 
-    void OnImage(const Zelmo::CGrabResultData& result, std::uint64_t number) override;
-    void OnFailed(const Zelmo::CGrabResultData& result, std::uint64_t number, const std::string& why) override;
+    std::unique_ptr<FrameTask> Take(const Zelmo::CGrabResultData& result, std::uint64_t number) override;
 
     /// Tells where @p count images are, when they were written.
     void NoteFiles(std::uint64_t count) const;
 
 private:
+    class Task;
+
     Json MakeEvent(const Zelmo::CGrabResultData& result, std::uint64_t number) const;
 
     std::string m_camera;
-    std::optional<FrameWriter> m_writer;
+    const std::optional<FrameWriter> m_writer;
+    const bool m_copies;
     Output& m_output;
 };
 

@@ -22,13 +22,13 @@ class LatencySink : public FrameSink {
 public:
     explicit LatencySink(bool stampsHostTime) : m_stampsHostTime(stampsHostTime) {}
 
-    void OnImage(const Zelmo::CGrabResultData& result, std::uint64_t) override {
-        if (m_stampsHostTime) {
+    std::unique_ptr<FrameTask> Take(const Zelmo::CGrabResultData& result, std::uint64_t) override {
+        if (m_stampsHostTime && result.GrabSucceeded()) {
             const std::chrono::nanoseconds now = std::chrono::steady_clock::now().time_since_epoch();
             m_latencies.Add(now.count() - static_cast<std::int64_t>(result.GetTimeStamp()));
         }
+        return nullptr;
     }
-    void OnFailed(const Zelmo::CGrabResultData&, std::uint64_t, const std::string&) override {}
 
     const LatencyHistogram& GetLatencies() const noexcept { return m_latencies; }
 

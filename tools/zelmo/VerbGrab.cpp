@@ -6,6 +6,7 @@
 #include "Output.h"
 #include "PartialFiles.h"
 #include "Verb.h"
+#include "WorkerPool.h"
 
 #include <algorithm>
 
@@ -70,8 +71,12 @@ public:
                 CheckFolderOf(pattern->GetName(label, 1));
             }
         }
+        std::optional<WorkerPool> encoders; // outlives the cameras
+        if (pattern && !m_files.raw) {
+            encoders.emplace(GetUsefulWorkers());
+        }
         GrabRun run(infos, m_options, output);
-        const auto sinks = MakeSinks(run, pattern, labels, output);
+        const auto sinks = MakeSinks(run, pattern, labels, encoders ? &*encoders : nullptr, output);
         TellStart(run, output);
         run.Run();
         const ExitCode code = run.Conclude();
@@ -107,7 +112,8 @@ private:
 
     /// Owned by the cameras of @p run.
     std::vector<ImageSink*> MakeSinks(GrabRun& run, const std::optional<FilePattern>& pattern,
-                                      const std::vector<std::string>& labels, Output& output) const {
+                                      const std::vector<std::string>& labels, WorkerPool* encoders,
+                                      Output& output) const {
         std::vector<ImageSink*> sinks;
         for (std::size_t i = 0; i < labels.size(); ++i) {
             CameraGrab& camera = *run.GetCameras()[i];
@@ -118,9 +124,9 @@ private:
                     CheckFormat(camera.GetCamera());
                 }
             }
-            auto sink = std::make_unique<ImageSink>(camera.GetName(), std::move(writer), output);
+            auto sink = std::make_unique<ImageSink>(camera.GetName(), std::move(writer), encoders != nullptr, output);
             sinks.push_back(sink.get());
-            camera.SendTo(std::move(sink));
+            camera.SendTo(std::move(sink), encoders);
         }
         return sinks;
     }
