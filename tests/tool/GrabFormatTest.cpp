@@ -28,6 +28,11 @@ protected:
         return DecodePng(m_folder / "a.png");
     }
 
+    std::string Content(const std::string& name) const {
+        std::ifstream file(m_folder / name, std::ios::binary);
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
+
     TemporaryFolder m_folder;
 };
 
@@ -50,12 +55,20 @@ TEST_P(ColourFormatTest, ColourBarsHaveTheirColours) {
 INSTANTIATE_TEST_SUITE_P(Formats, ColourFormatTest,
                          testing::Values("RGB8", "BGR8", "BayerRG8", "BayerGR8", "BayerGB8", "BayerBG8"));
 
-TEST_F(GrabFormatTest, RawFileHoldsTheBufferAsItIs) {
+TEST_F(GrabFormatTest, RawFileHoldsTheBufferAsItIsAndTheSidecarTellsHow) {
     Prepare("Mono12p", "White");
     ASSERT_EQ(Run({"grab", "--raw", "-o", m_folder / "a.raw"}), ExitCode::Done) << m_thrown;
-    std::ifstream file(m_folder / "a.raw", std::ios::binary);
-    const std::string bytes(std::istreambuf_iterator<char>(file), {});
-    EXPECT_EQ(bytes, std::string(256 * 8 * 12 / 8, '\xFF'));
+    EXPECT_EQ(Content("a.raw"), std::string(256 * 8 * 12 / 8, '\xFF'));
+    tool::Json sidecar = tool::Json::parse(Content("a.raw.json"));
+    EXPECT_EQ(sidecar["pixel_format"], "Mono12p");
+    EXPECT_EQ(sidecar["pixel_type"], 0x010C0047);
+    EXPECT_EQ(sidecar["padding_x_bytes"], 0);
+    EXPECT_EQ(sidecar["size_bytes"], 256 * 8 * 12 / 8);
+    EXPECT_EQ(sidecar["file"], "a.raw");
+    const tool::Json frame = Events("frame").front();
+    for (const char* key : {"width", "height", "timestamp_ticks", "block_id", "pixel_format", "size_bytes"}) {
+        EXPECT_EQ(sidecar[key], frame[key]) << key;
+    }
 }
 
 TEST_F(GrabFormatTest, EachFileHoldsTheImageOfItsEvent) {

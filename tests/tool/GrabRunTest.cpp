@@ -50,7 +50,8 @@ TEST_F(GrabRunTest, PulledCableEndsItsCameraWithNineAndNotTheOther) {
     for (const auto& camera : run.GetCameras()) {
         camera->SendTo(std::make_unique<CableCutter>(camera->GetCamera()));
     }
-    run.GetCameras()[1]->SendTo(std::make_unique<tool::ImageSink>("other", std::nullopt, false, m_output));
+    run.GetCameras()[1]->SendTo(
+        std::make_unique<tool::ImageSink>(run.GetCameras()[1]->GetCamera(), std::nullopt, false, m_output));
     run.Run();
     EXPECT_EQ(run.Conclude(), ExitCode::Removed);
     EXPECT_EQ(run.GetCameras()[0]->GetError()->GetCode(), "removed");

@@ -134,7 +134,7 @@ TEST_F(GrabScriptTest, FormatThatOnlyTheFramesTellIsRefusedThere) {
         << "ends at once, not when the next image comes";
     EXPECT_THAT(m_folder.List(), testing::IsEmpty());
     EXPECT_EQ(RunScript(script, {"grab", "--raw", "-o", m_folder / "a.raw"}), ExitCode::Done);
-    EXPECT_THAT(m_folder.List(), ElementsAre("a.raw"));
+    EXPECT_THAT(m_folder.List(), ElementsAre("a.raw", "a.raw.json"));
 }
 
 TEST_F(GrabScriptTest, SilentCameraEndsWithFive) {

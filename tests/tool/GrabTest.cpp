@@ -6,7 +6,9 @@
 #include <gmock/gmock.h>
 
 #include <csignal>
+#include <filesystem>
 #include <fstream>
+#include <sys/stat.h>
 
 namespace {
 
@@ -64,6 +66,44 @@ TEST_F(GrabTest, CommandsAndSettingsAreDoneInTheOrderGiven) {
     EXPECT_EQ(run({"--exec", "SimulateRemoval"}, {}).exitCode, 9);
     EXPECT_EQ(run({"--exec", "SimulateRemoval"}, set).exitCode, 9);
     EXPECT_EQ(run({"--exec", "Width"}, {}).exitCode, 7);
+}
+
+TEST_F(GrabTest, StreamsTakeTheBytesOfAllImagesAndNothingElse) {
+    const std::size_t bytes = 64 * 8 * 3;
+    std::ofstream(m_folder / "out");
+    ToolProcess::Settings toFile = InFolder();
+    toFile.output = m_folder / "out";
+    for (const std::vector<std::string>& words : {std::vector<std::string>{"-o", "-"},
+                                                  {"-o", "-", "--json"},
+                                                  {"-o", "/dev/stdout", "--raw"},
+                                                  {"-o", "/dev/fd/1", "--raw"}}) {
+        std::vector<std::string> arguments{"grab", "-d", "0", "-n", "3", "--set", "Width=64", "--set", "Height=8"};
+        arguments.insert(arguments.end(), words.begin(), words.end());
+        const ToolResult result = Run(arguments);
+        EXPECT_EQ(result.out.size(), bytes) << words[1];
+        EXPECT_THAT(result.err, HasSubstr(words.back() == "--json" ? "\"frames\":3" : "Mono8, 64 x 8"));
+        std::filesystem::resize_file(m_folder / "out", 0);
+        EXPECT_EQ(RunTool(arguments, toFile).exitCode, 0);
+        EXPECT_EQ(std::filesystem::file_size(m_folder / "out"), bytes) << words[1];
+    }
+    EXPECT_THAT(m_folder.List(), ElementsAre("out"));
+    EXPECT_EQ(Run({"grab", "--all", "-o", "-"}).exitCode, 2);
+    EXPECT_EQ(Run({"grab", "-d", "0", "-o", "/dev/full", "--raw"}).exitCode, 1);
+}
+
+TEST_F(GrabTest, NamedPipesTakeAllImagesAndTheirReaderEndsTheGrab) {
+    ASSERT_EQ(mkfifo((m_folder / "pipe").c_str(), 0600), 0);
+    const std::vector<std::string> arguments{"grab", "-d", "0", "--duration", "3600", "-o", "pipe", "--raw"};
+    auto inTime = arguments;
+    inTime.insert(inTime.end(), {"--timeout", "20"});
+    EXPECT_EQ(Run(inTime).exitCode, 5) << "nobody reads";
+    ToolProcess process(arguments, InFolder());
+    std::vector<char> images(2 * 1024 * 1024);
+    std::ifstream(m_folder / "pipe").read(images.data(), static_cast<std::streamsize>(images.size()));
+    const ToolResult result = process.Wait();
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_THAT(result.err, HasSubstr("Nobody reads pipe any more"));
+    EXPECT_THAT(m_folder.List(), ElementsAre("pipe"));
 }
 
 TEST_F(GrabTest, SeveralCamerasWriteFilesThatDiffer) {

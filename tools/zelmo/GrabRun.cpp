@@ -138,7 +138,7 @@ void CheckGrabOptions(const GrabOptions& options) {
 }
 
 GrabRun::GrabRun(const std::vector<Zelmo::CDeviceInfo>& infos, const GrabOptions& options, Output& output)
-    : m_options(options), m_output(output), m_readers{{output.GetDataFd(), 0, 0}} {
+    : m_options(options), m_output(output) {
     for (const auto& info : infos) {
         CheckStrategy(info, options.strategy);
     }
@@ -148,7 +148,13 @@ GrabRun::GrabRun(const std::vector<Zelmo::CDeviceInfo>& infos, const GrabOptions
     }
 }
 
+void GrabRun::WatchReader(int fd, const std::string& name) {
+    m_readers.push_back({fd, 0, 0});
+    m_readerNames.push_back(name);
+}
+
 void GrabRun::Run() {
+    WatchReader(m_output.GetDataFd(), "standard output");
     for (const auto& camera : m_cameras) {
         camera->Start();
     }
@@ -172,15 +178,26 @@ void GrabRun::WatchOver() {
         events.push_back({camera->IsRunning() ? camera->GetEndFd() : -1, POLLIN, 0});
     }
     poll(events.data(), events.size(), kProgressIntervalMs);
-    if (std::any_of(events.begin(), events.begin() + static_cast<std::ptrdiff_t>(m_readers.size()), HasHungUp)) {
-        m_isReaderGone = true;
-        m_readers.clear();
-        m_signals.RequestStop();
-    }
+    LookAfterReaders(events);
     for (const auto& camera : m_cameras) {
         if (m_signals.StopRequested() || camera->IsExhausted()) {
             camera->Stop();
         }
+    }
+}
+
+/// @param polled has the readers in front.
+void GrabRun::LookAfterReaders(const std::vector<pollfd>& polled) {
+    for (std::size_t i = 0; i < m_readers.size(); ++i) {
+        if (!HasHungUp(polled[i])) {
+            continue;
+        }
+        if (polled[i].fd == m_output.GetDataFd()) {
+            m_output.DropData();
+        }
+        m_goneReader = m_readerNames[i];
+        m_readers.clear(); // it would end every wait from now on
+        m_signals.RequestStop();
     }
 }
 
@@ -192,12 +209,9 @@ ExitCode GrabRun::Conclude() {
             failure = failure.value_or(error->GetExitCode());
         }
     }
-    if (m_isReaderGone) {
-        m_output.DropData();
-        if (!failure) {
-            m_output.Error(NobodyReads());
-            failure = ExitCode::Failed;
-        }
+    if (!m_goneReader.empty() && !failure) { // else whoever wrote to it has told already
+        m_output.Error(NobodyReads(m_goneReader));
+        failure = ExitCode::Failed;
     }
     if (failure) {
         return *failure;

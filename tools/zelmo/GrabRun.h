@@ -31,6 +31,10 @@ public:
     GrabRun(const std::vector<Zelmo::CDeviceInfo>& infos, const GrabOptions& options, Output& output);
 
     const CameraGrabs& GetCameras() const noexcept { return m_cameras; }
+    const StopSignals& GetSignals() const noexcept { return m_signals; }
+
+    /// The grab ends when nobody reads @p fd any more, as it does with standard output; @p name is for the message.
+    void WatchReader(int fd, const std::string& name);
 
     /// Starts all cameras and returns when each has ended. Shows progress meanwhile.
     void Run();
@@ -40,13 +44,15 @@ public:
 
 private:
     void WatchOver();
+    void LookAfterReaders(const std::vector<pollfd>& polled);
     bool TooManyMissing();
 
     const GrabOptions& m_options;
     Output& m_output;
     StopSignals m_signals;
     std::vector<pollfd> m_readers; // what has to be read as long as the grab runs
-    bool m_isReaderGone = false;
+    std::vector<std::string> m_readerNames;
+    std::string m_goneReader; // its name, once one has gone
     CameraGrabs m_cameras;
 };
 

@@ -3,8 +3,12 @@
 
 #include "Camera.h"
 #include "Output.h"
+#include "PartialFiles.h"
 
 #include <GenApi/GenApi.h>
+
+#include <filesystem>
+#include <unistd.h>
 
 namespace tool {
 
@@ -22,13 +26,29 @@ Frame MakeFrame(const Zelmo::CGrabResultData& result) {
     return frame;
 }
 
+/// Names of pixel formats by their values, as the camera calls them.
+std::map<std::int64_t, std::string> GetPixelFormats(GenApi::INodeMap& nodeMap) {
+    std::map<std::int64_t, std::string> names;
+    auto* format = dynamic_cast<GenApi::IEnumeration*>(nodeMap.GetNode("PixelFormat"));
+    if (format == nullptr) {
+        return names;
+    }
+    GenApi::NodeList_t entries;
+    format->GetEntries(entries);
+    for (GenApi::INode* node : entries) {
+        if (auto* entry = dynamic_cast<GenApi::IEnumEntry*>(node)) {
+            names.emplace(entry->GetValue(), entry->GetSymbolic().c_str());
+        }
+    }
+    return names;
+}
+
 } // namespace
 
 class ImageSink::Task : public FrameTask {
 public:
-    Task(const ImageSink& sink, const Zelmo::CGrabResultData& result, std::uint64_t number)
-        : m_sink(sink), m_number(number) {
-        if (sink.m_output.IsJson()) {
+    Task(ImageSink& sink, const Zelmo::CGrabResultData& result, std::uint64_t number) : m_sink(sink), m_number(number) {
+        if (sink.m_output.IsJson() || (sink.m_writer && sink.m_writer->IsRaw())) {
             m_event = sink.MakeEvent(result, number);
         }
         if (sink.m_writer && result.GrabSucceeded()) {
@@ -39,13 +59,20 @@ public:
     void Work() override {
         if (m_sink.m_writer) {
             const std::vector<std::uint8_t> bytes = std::move(m_bytes); // they go before others have their turn
-            m_sink.m_writer->Write(m_frame, m_sink.m_writer->GetName(m_number));
+            const std::string name = m_sink.m_writer->GetName(m_number);
+            m_sink.m_writer->Write(m_frame, name);
+            if (m_sink.m_writer->IsRaw() && !m_sink.m_writer->IsStream()) {
+                WriteSidecar(name);
+            }
         }
     }
 
     void Tell(const std::string* failure) override {
-        if (m_sink.m_writer && failure == nullptr) {
-            m_event["file"] = m_sink.m_writer->GetName(m_number);
+        const auto& writer = m_sink.m_writer;
+        if (writer && failure == nullptr && !writer->IsStream()) {
+            m_event["file"] = writer->GetName(m_number);
+        } else if (writer && failure == nullptr && writer->IsRaw()) {
+            m_sink.NoteLayout(m_event);
         }
         m_event["status"] = failure == nullptr ? "grabbed" : "failed";
         if (failure != nullptr) {
@@ -65,15 +92,29 @@ private:
         }
     }
 
-    const ImageSink& m_sink;
+    /// What a raw file alone does not tell. Whoever finds this one finds the image whole.
+    void WriteSidecar(const std::string& name) const {
+        Json sidecar = {{"schema", kJsonSchema}, {"file", std::filesystem::path(name).filename().string()}};
+        sidecar.update(m_event);
+        const std::string text = sidecar.dump(2, ' ', false, Json::error_handler_t::replace) + '\n';
+        try {
+            WriteFileWhole(name + ".json", reinterpret_cast<const std::uint8_t*>(text.data()), text.size());
+        } catch (...) {
+            unlink(name.c_str()); // both or none
+            throw;
+        }
+    }
+
+    ImageSink& m_sink;
     const std::uint64_t m_number;
     Json m_event;
     Frame m_frame;
     std::vector<std::uint8_t> m_bytes; // a copy of the frame's, or empty
 };
 
-ImageSink::ImageSink(std::string camera, std::optional<FrameWriter> writer, bool copies, Output& output)
-    : m_camera(std::move(camera)), m_writer(std::move(writer)), m_copies(copies), m_output(output) {}
+ImageSink::ImageSink(Camera& camera, std::optional<FrameWriter> writer, bool copies, Output& output)
+    : m_camera(camera.GetName()), m_writer(std::move(writer)), m_copies(copies),
+      m_formats(GetPixelFormats(camera.GetNodeMap("device"))), m_output(output) {}
 
 std::unique_ptr<FrameTask> ImageSink::Take(const Zelmo::CGrabResultData& result, std::uint64_t number) {
     const bool isOfInterest = m_writer || m_output.IsJson() || !result.GrabSucceeded();
@@ -88,16 +129,45 @@ Json ImageSink::MakeEvent(const Zelmo::CGrabResultData& result, std::uint64_t nu
     event["timestamp_ticks"] = JsonInteger(result.GetTimeStamp());
     event["width"] = result.GetWidth();
     event["height"] = result.GetHeight();
+    if (result.GrabSucceeded()) { // else it means nothing
+        AddLayout(result, event);
+    }
     return event;
 }
 
+void ImageSink::AddLayout(const Zelmo::CGrabResultData& result, Json& event) const {
+    const std::int64_t type = result.GetPixelType();
+    const auto format = m_formats.find(type);
+    event["offset_x"] = result.GetOffsetX();
+    event["offset_y"] = result.GetOffsetY();
+    event["pixel_format"] = format != m_formats.end() ? Json(format->second) : Json();
+    event["pixel_type"] = type;
+    event["padding_x_bytes"] = result.GetPaddingX();
+    event["padding_y_bytes"] = result.GetPaddingY();
+    event["size_bytes"] = JsonInteger(std::uint64_t{GetFilledBytes(result)});
+}
+
+/// In a stream nothing else stands between the images.
+void ImageSink::NoteLayout(const Json& event) {
+    const std::string format =
+        event["pixel_format"].is_string() ? event["pixel_format"].get<std::string>() : "an unknown format";
+    const std::string layout = format + ", " + event["width"].dump() + " x " + event["height"].dump() + ", padding " +
+                               event["padding_x_bytes"].dump() + " bytes a line, " + event["size_bytes"].dump() +
+                               " bytes an image";
+    if (layout != m_layout) {
+        m_output.Note("From image " + event["number"].dump() + " on: " + layout);
+        m_layout = layout;
+    }
+}
+
 void ImageSink::NoteFiles(std::uint64_t count) const {
-    if (!m_writer || count == 0) {
+    if (!m_writer || m_writer->IsStream() || count == 0) {
         return;
     }
     const std::string first = m_writer->GetName(1);
     const std::string last = m_writer->GetName(count);
-    m_output.Note("Images of " + m_camera + ": " + Printable(first) + (first == last ? "" : " to " + Printable(last)));
+    m_output.Note("Images of " + m_camera + ": " + Printable(first) + (first == last ? "" : " to " + Printable(last)) +
+                  (m_writer->IsRaw() ? "; beside each, in a file that ends in .json, what it holds" : ""));
 }
 
 void CheckFormat(Camera& camera) {

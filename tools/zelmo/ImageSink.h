@@ -5,7 +5,9 @@
 #include "FrameWriter.h"
 #include "Json.h"
 
+#include <map>
 #include <optional>
+#include <string>
 
 namespace tool {
 
@@ -17,7 +19,7 @@ class Output;
 class ImageSink : public FrameSink {
 public:
     /// @param copies images are written when the camera has their buffers again.
-    ImageSink(std::string camera, std::optional<FrameWriter> writer, bool copies, Output& output);
+    ImageSink(Camera& camera, std::optional<FrameWriter> writer, bool copies, Output& output);
 
     std::unique_ptr<FrameTask> Take(const Zelmo::CGrabResultData& result, std::uint64_t number) override;
 
@@ -28,10 +30,14 @@ private:
     class Task;
 
     Json MakeEvent(const Zelmo::CGrabResultData& result, std::uint64_t number) const;
+    void AddLayout(const Zelmo::CGrabResultData& result, Json& event) const;
+    void NoteLayout(const Json& event);
 
     std::string m_camera;
     const std::optional<FrameWriter> m_writer;
     const bool m_copies;
+    std::map<std::int64_t, std::string> m_formats; // names of pixel formats
+    std::string m_layout;                          // as it was noted last
     Output& m_output;
 };
 

@@ -31,7 +31,7 @@ void AppendEncoded(png_structp png, png_bytep data, png_size_t size) {
 void IgnoreWarning(png_structp, png_const_charp) {}
 
 /// False when libpng gave up. No object with a destructor may live here: libpng leaves by longjmp.
-bool Encode(png_structp png, png_infop info, const Image& image) {
+bool EncodeRows(png_structp png, png_infop info, const Image& image) {
     if (setjmp(png_jmpbuf(png)) != 0) {
         return false;
     }
@@ -53,20 +53,25 @@ bool Encode(png_structp png, png_infop info, const Image& image) {
 
 } // namespace
 
-void ImageWriter::WritePng(const std::string& path, const Image& image) {
+const std::vector<std::uint8_t>& ImageWriter::Encode(const Image& image, const std::string& path) {
     m_encoded.clear();
     png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, IgnoreWarning, IgnoreWarning);
     png_infop info = png != nullptr ? png_create_info_struct(png) : nullptr;
     bool done = false;
     if (info != nullptr) {
         png_set_write_fn(png, &m_encoded, AppendEncoded, nullptr);
-        done = Encode(png, info, image);
+        done = EncodeRows(png, info, image);
     }
     png_destroy_write_struct(&png, &info);
     if (!done) {
         throw HostError("Cannot write '" + path + "': the image could not be encoded as PNG");
     }
-    WriteFileWhole(path, m_encoded.data(), m_encoded.size());
+    return m_encoded;
+}
+
+void ImageWriter::WritePng(const std::string& path, const Image& image) {
+    const auto& encoded = Encode(image, path);
+    WriteFileWhole(path, encoded.data(), encoded.size());
 }
 
 } // namespace tool

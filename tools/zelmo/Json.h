@@ -10,6 +10,8 @@ namespace tool {
 
 using Json = nlohmann::ordered_json;
 
+constexpr int kJsonSchema = 1; ///< Stands as "schema" in whatever the tool writes; fields are only added.
+
 /// Integers that a double cannot hold (beyond 2^53) stand as text: most readers of JSON would round them.
 Json JsonInteger(std::int64_t value);
 Json JsonInteger(std::uint64_t value);

@@ -13,8 +13,6 @@
 namespace tool {
 namespace {
 
-constexpr int kSchema = 1;
-
 bool IsTerminal() {
     return isatty(STDERR_FILENO) == 1;
 }
@@ -54,7 +52,7 @@ std::size_t CountColumns(const std::string& text) {
 } // namespace
 
 Output::Output(const GlobalOptions& options, std::ostream& data, std::ostream& messages)
-    : m_data(data), m_messages(messages), m_json(options.json), m_quiet(options.quiet), m_colour(WantsColour()),
+    : m_data(&data), m_messages(messages), m_json(options.json), m_quiet(options.quiet), m_colour(WantsColour()),
       m_dataFd(&data == &std::cout ? STDOUT_FILENO : -1), m_dataColumns(DataColumns(m_dataFd)),
       m_progress(WantsProgress(options)) {}
 
@@ -68,7 +66,7 @@ void Output::Bytes(const std::string& bytes) {
     }
     std::lock_guard lock(m_mutex);
     WipeProgress();
-    m_data << bytes;
+    *m_data << bytes;
 }
 
 void Output::Table(const std::vector<std::vector<std::string>>& rows, const std::vector<std::size_t>& widest) {
@@ -81,10 +79,10 @@ void Output::Document(Json document) {
     if (!Writes(true)) {
         return;
     }
-    Json whole = {{"schema", kSchema}};
+    Json whole = {{"schema", kJsonSchema}};
     whole.update(document);
     std::lock_guard lock(m_mutex);
-    m_data << whole.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
+    *m_data << whole.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
 }
 
 void Output::Event(const std::string& type, Json fields) {
@@ -92,11 +90,11 @@ void Output::Event(const std::string& type, Json fields) {
         return;
     }
     // To the millisecond: more digits would only be noise.
-    Json whole = {{"type", type}, {"t", std::round(SecondsSinceStart() * 1000) / 1000}, {"schema", kSchema}};
+    Json whole = {{"type", type}, {"t", std::round(SecondsSinceStart() * 1000) / 1000}, {"schema", kJsonSchema}};
     whole.update(fields);
     std::lock_guard lock(m_mutex);
     WipeProgress();
-    m_data << ToLine(whole) << std::endl; // whoever reads the stream wants each line at once
+    *m_data << ToLine(whole) << std::endl; // whoever reads the stream wants each line at once
 }
 
 void Output::Note(const std::string& text) {
@@ -172,14 +170,19 @@ void Output::WipeProgress() {
     }
 }
 
+void Output::SendDataToMessages() {
+    m_data = &m_messages;
+    m_dataFd = -1;
+}
+
 double Output::SecondsSinceStart() const {
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - m_start).count();
 }
 
 void Output::Flush() {
     std::lock_guard lock(m_mutex);
-    m_data.flush();
-    if (!m_data && !m_isDropped) {
+    m_data->flush();
+    if (!*m_data && !m_isDropped) {
         throw HostError("Cannot write to standard output: the disk is full or the reader has gone");
     }
 }

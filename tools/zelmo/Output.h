@@ -25,6 +25,7 @@ public:
 
     /// Descriptor of the data, for HasHungUp; -1 where they go to a stream of this program.
     int GetDataFd() const noexcept { return m_dataFd; }
+    void SendDataToMessages(); ///< Standard output is needed for something else; before anything was printed.
     void DropData() noexcept { m_isDropped = true; } ///< Nobody reads data: from here on none are written.
 
     void Line(const std::string& text);   ///< One line of data; nothing with --json.
@@ -56,12 +57,12 @@ private:
     void WipeProgress();
     void WriteMessage(const char* label, const char* colour, const std::string& message);
 
-    std::ostream& m_data;
+    std::ostream* m_data; // never null
     std::ostream& m_messages;
     const bool m_json;
     const bool m_quiet;
     const bool m_colour;
-    const int m_dataFd;
+    int m_dataFd;
     std::atomic<bool> m_isDropped{false};
     const std::size_t m_dataColumns; // the terminal's; without limit where data goes elsewhere
     bool m_progress;

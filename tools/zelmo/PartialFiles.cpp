@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "PartialFiles.h"
 
-#include "Errors.h"
+#include "OutputFile.h"
 
 #include <atomic>
 #include <cerrno>
@@ -45,45 +45,8 @@ std::string TemporaryNameFor(const std::string& path) {
     return (target.parent_path() / name).string();
 }
 
-/// Owns a descriptor; Close tells what the kernel only finds out then (network file systems, quotas).
-class File {
-public:
-    explicit File(const std::string& path, int flags = O_CREAT | O_EXCL)
-        : m_fd(open(path.c_str(), O_WRONLY | O_CLOEXEC | flags, 0666)) {}
-    ~File() { Close(); }
-    File(const File&) = delete;
-    File& operator=(const File&) = delete;
-
-    bool IsOpen() const { return m_fd >= 0; }
-    bool Close() {
-        const int fd = m_fd;
-        m_fd = -1;
-        return fd < 0 || close(fd) == 0;
-    }
-    bool Write(const std::uint8_t* data, std::size_t size) {
-        while (size > 0) {
-            const ssize_t written = write(m_fd, data, size);
-            if (written < 0 && errno != EINTR) {
-                return false;
-            }
-            if (written > 0) {
-                data += written;
-                size -= static_cast<std::size_t>(written);
-            }
-        }
-        return true;
-    }
-
-private:
-    int m_fd;
-};
-
-ToolError CannotWrite(const std::string& path, int error) {
-    std::string message = "Cannot write '" + path + "': " + std::strerror(error);
-    if (error == ENOSPC || error == EDQUOT) {
-        message += ". Make room, or choose another folder";
-    }
-    return HostError(message);
+int OpenNew(const std::string& path) {
+    return open(path.c_str(), O_WRONLY | O_CLOEXEC | O_CREAT | O_EXCL, 0666);
 }
 
 /// Where a link leads: renaming to the link's own name would replace the link.
@@ -94,15 +57,8 @@ std::string TargetOf(const std::string& path) {
     return error ? path : target;
 }
 
-/// Whether a device or a pipe has this name; that takes the bytes as they come and must not be replaced.
-bool IsSpecial(const std::string& path) {
-    std::error_code error;
-    const auto status = std::filesystem::status(path, error);
-    return std::filesystem::exists(status) && std::filesystem::is_other(status);
-}
-
-void WriteSpecial(const std::string& path, const std::uint8_t* data, std::size_t size) {
-    File file(path, 0);
+void WriteSpecial(const std::string& path, int descriptor, const std::uint8_t* data, std::size_t size) {
+    OutputFile file(descriptor >= 0 ? fcntl(descriptor, F_DUPFD_CLOEXEC, 0) : open(path.c_str(), O_WRONLY | O_CLOEXEC));
     if (!file.IsOpen() || !file.Write(data, size) || !file.Close()) {
         throw CannotWrite(path, errno);
     }
@@ -132,13 +88,14 @@ void PartialFiles::RemoveAllFromSignalHandler() noexcept {
 }
 
 void WriteFileWhole(const std::string& path, const std::uint8_t* data, std::size_t size) {
-    const std::string target = TargetOf(path);
-    if (IsSpecial(target)) {
-        return WriteSpecial(path, data, size);
+    const int descriptor = FindDescriptor(path);
+    if (descriptor >= 0 || IsSpecialFile(path)) {
+        return WriteSpecial(path, descriptor, data, size);
     }
+    const std::string target = TargetOf(path);
     const std::string temporary = TemporaryNameFor(target);
     PartialFiles::Entry partial(temporary);
-    File file(temporary);
+    OutputFile file(OpenNew(temporary));
     if (!file.IsOpen() || !file.Write(data, size) || !file.Close() || rename(temporary.c_str(), target.c_str()) != 0) {
         throw CannotWrite(path, errno);
     }
@@ -161,7 +118,7 @@ void CheckFolderOf(const std::string& path) {
     }
     const std::string probe = TemporaryNameFor(path);
     PartialFiles::Entry partial(probe);
-    if (!File(probe).IsOpen()) {
+    if (!OutputFile(OpenNew(probe)).IsOpen()) {
         throw HostError(what + std::strerror(errno) + ". Choose another one with -o");
     }
 }

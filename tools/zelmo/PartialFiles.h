@@ -32,7 +32,8 @@ public:
 
 /// Writes @p size bytes to @p path so that the file is there whole or not at all: under a hidden name in the same
 /// folder first, then renamed; a file of that name is replaced, and where the name is a link, the file that it leads
-/// to. A device or a pipe is written to instead. @throws ToolError that names the file and the cause; nothing stays
+/// to. A device, a pipe and what is open already
+/// (/dev/stdout) is written to instead. @throws ToolError that names the file and the cause; nothing stays
 /// behind.
 void WriteFileWhole(const std::string& path, const std::uint8_t* data, std::size_t size);
 

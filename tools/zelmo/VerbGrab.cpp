@@ -32,6 +32,7 @@ public:
             {"zelmo grab --all --duration 5", "Five seconds from each camera without writing, to see rate and losses"},
             {"zelmo grab -d 0815-0000 -d left -n 3 -o '/data/%s/%d.png'", "A folder for each of two cameras"},
             {"zelmo grab -n 100 --raw -o '%06d.raw' --max-lost 0", "Buffers as they are; exit code 6 when one is lost"},
+            {"zelmo grab -n 100 -o -", "Raw bytes to standard output, for another program to read"},
             {"zelmo grab -n 50 -o '%d.png' --strategy latest-image-only",
              "The newest image each time the disk is ready for one; the others are skipped"},
         };
@@ -49,11 +50,19 @@ public:
         command.add_option("-n,--count", m_options.count, "End after N images of each camera")
             ->type_name("N")
             ->check(WholeNumber(1, 4'000'000'000));
-        auto* output =
-            command.add_option("-o,--output", m_files.output, "Name of the files; nothing is written without it")
-                ->type_name("PATTERN")
-                ->check(NotEmpty());
-        command.add_flag("--raw", m_files.raw, "Write buffers as they are, of any pixel format")->needs(output);
+        auto* output = command
+                           .add_option("-o,--output", m_files.output,
+                                       "Name of the files; nothing is written without it. A device or a pipe takes all "
+                                       "images one after the "
+                                       "other; - is standard output, raw, and all else goes to standard error then")
+                           ->type_name("PATTERN")
+                           ->check(NotEmpty());
+        command
+            .add_flag("--raw", m_files.raw,
+                      "Write buffers as they are, of any pixel format; NAME.json beside each file tells format, size, "
+                      "padding and "
+                      "time stamp")
+            ->needs(output);
         DefineGrabOptions(command, m_options);
     }
 
@@ -61,9 +70,16 @@ public:
         if (!m_options.count && !m_options.durationSeconds) {
             m_options.count = 1;
         }
-        std::optional<FilePattern> pattern = MakePattern();
+        const bool isStream = !m_files.output.empty() && ByteStream::IsNamedBy(m_files.output);
+        m_files.raw = m_files.raw || m_files.output == "-";
+        std::optional<FilePattern> pattern = isStream ? std::nullopt : MakePattern();
         CheckGrabOptions(m_options);
         const auto infos = SelectDevices(library, m_options.devices, m_options.all);
+        if (isStream && infos.size() > 1) {
+            throw UsageError("-o '" + m_files.output +
+                             "': there is room for the images of one camera only, as nothing "
+                             "stands between them; -d chooses one");
+        }
         const auto labels = MakeLabels(infos);
         if (pattern) {
             pattern->Complete(infos.size() > 1, m_options.count != 1u);
@@ -76,7 +92,8 @@ public:
             encoders.emplace(GetUsefulWorkers());
         }
         GrabRun run(infos, m_options, output);
-        const auto sinks = MakeSinks(run, pattern, labels, encoders ? &*encoders : nullptr, output);
+        Target target{pattern, isStream ? OpenStream(run, output) : nullptr};
+        const auto sinks = MakeSinks(run, target, labels, encoders ? &*encoders : nullptr, output);
         TellStart(run, output);
         run.Run();
         const ExitCode code = run.Conclude();
@@ -85,6 +102,28 @@ public:
     }
 
 private:
+    /// Where images go: to files, to a stream, or nowhere.
+    struct Target {
+        std::optional<FilePattern> pattern;
+        std::shared_ptr<ByteStream> stream;
+    };
+
+    std::shared_ptr<ByteStream> OpenStream(GrabRun& run, Output& output) const {
+        auto stream = std::make_shared<ByteStream>(m_files.output, m_options.timeoutMs, run.GetSignals());
+        run.WatchReader(stream->GetFd(), stream->GetName());
+        if (stream->IsStandardOutput()) {
+            output.SendDataToMessages();
+        }
+        return stream;
+    }
+
+    std::optional<FrameWriter> MakeWriter(const Target& target, const std::string& label) const {
+        if (target.stream) {
+            return FrameWriter(target.stream, m_files.raw);
+        }
+        return target.pattern ? std::optional(FrameWriter(*target.pattern, label, m_files.raw)) : std::nullopt;
+    }
+
     std::optional<FilePattern> MakePattern() const {
         if (m_files.output.empty()) {
             return std::nullopt;
@@ -111,20 +150,16 @@ private:
     }
 
     /// Owned by the cameras of @p run.
-    std::vector<ImageSink*> MakeSinks(GrabRun& run, const std::optional<FilePattern>& pattern,
-                                      const std::vector<std::string>& labels, WorkerPool* encoders,
-                                      Output& output) const {
+    std::vector<ImageSink*> MakeSinks(GrabRun& run, const Target& target, const std::vector<std::string>& labels,
+                                      WorkerPool* encoders, Output& output) const {
         std::vector<ImageSink*> sinks;
         for (std::size_t i = 0; i < labels.size(); ++i) {
             CameraGrab& camera = *run.GetCameras()[i];
-            std::optional<FrameWriter> writer;
-            if (pattern) {
-                writer.emplace(*pattern, labels[i], m_files.raw);
-                if (!m_files.raw) {
-                    CheckFormat(camera.GetCamera());
-                }
+            std::optional<FrameWriter> writer = MakeWriter(target, labels[i]);
+            if (writer && !m_files.raw) {
+                CheckFormat(camera.GetCamera());
             }
-            auto sink = std::make_unique<ImageSink>(camera.GetName(), std::move(writer), encoders != nullptr, output);
+            auto sink = std::make_unique<ImageSink>(camera.GetCamera(), std::move(writer), encoders != nullptr, output);
             sinks.push_back(sink.get());
             camera.SendTo(std::move(sink), encoders);
         }
