@@ -5,6 +5,8 @@
 
 #include <zelmo/StreamGrabber.h>
 
+#include <GenApi/GenApi.h>
+
 #include <algorithm>
 
 namespace tool {
@@ -91,6 +93,7 @@ void CameraGrab::Run() noexcept {
     if (m_work->Drain()) { // what was still being written counts, and so does its time
         m_ended = Clock::now().time_since_epoch().count();
     }
+    CollectClues();
     if (!m_error) { // else an image ended it
         m_error = error;
     }
@@ -195,8 +198,10 @@ void CameraGrab::Settle(FrameTask* task, std::uint64_t bytes, const std::excepti
         if (reason.GetCode() != "incomplete") {
             return Fail(reason);
         }
-        ++m_failed;
         failure = reason.what();
+        if (m_failed++ == 0) {
+            m_clues.firstFailure = *failure;
+        }
     } catch (const std::exception& reason) {
         return Fail(HostError("Writing an image of camera " + GetName() + " failed: " + reason.what()));
     }
@@ -223,6 +228,20 @@ void CameraGrab::CountMissing(const Zelmo::CGrabResultData& result) {
     const bool meant = m_options.strategy == Zelmo::GrabStrategy_UpcomingImage;
     m_skipped += meant ? skipped + lost : skipped;
     m_lost += meant ? 0 : lost;
+}
+
+void CameraGrab::CollectClues() noexcept {
+    m_clues.busySeconds = m_work->GetHeldSeconds();
+    try {
+        Zelmo::IStreamGrabber* grabber = m_camera.GetDevice().GetStreamGrabber(0);
+        GenApi::INodeMap* nodeMap = grabber != nullptr ? grabber->GetNodeMap() : nullptr;
+        const GenApi::CIntegerPtr underruns(nodeMap != nullptr ? nodeMap->GetNode("Statistic_Buffer_Underrun_Count")
+                                                               : nullptr);
+        if (GenApi::IsReadable(underruns)) {
+            m_clues.underruns = static_cast<std::uint64_t>(underruns->GetValue());
+        }
+    } catch (const std::exception&) { // a clue less
+    }
 }
 
 GrabCounts CameraGrab::GetCounts() const {

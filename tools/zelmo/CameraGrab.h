@@ -34,6 +34,13 @@ struct GrabCounts {
     double GetMegabytesPerSecond() const { return seconds > 0 ? static_cast<double>(bytes) / 1e6 / seconds : 0; }
 };
 
+/// What hints at why images are missing.
+struct LossClues {
+    double busySeconds = 0;                 ///< In which the camera's thread waited for images to be written.
+    std::optional<std::uint64_t> underruns; ///< Images for which no buffer was free; none: the stream does not tell.
+    std::string firstFailure;               ///< Of a damaged image, in words.
+};
+
 /// Grabs from one camera on a thread of its own, until the number of images, the time, a stop or a failure ends it.
 /// Owns the camera, its grab session, its sink and its thread. Borrows options, signals and the pool.
 /// Threads: started and joined by one thread; Stop, IsExhausted and the counts any.
@@ -62,6 +69,7 @@ public:
     int GetEndFd() const noexcept { return m_endObject.GetFd(); } ///< Readable when it has ended; for poll().
     GrabCounts GetCounts() const;
     const std::optional<ToolError>& GetError() const noexcept { return m_error; } ///< After Join.
+    const LossClues& GetLossClues() const noexcept { return m_clues; }            ///< After Join.
 
 private:
     using Clock = std::chrono::steady_clock;
@@ -74,6 +82,7 @@ private:
     void CountMissing(const Zelmo::CGrabResultData& result);
     void Settle(FrameTask* task, std::uint64_t bytes, const std::exception_ptr& error) noexcept;
     void Fail(const ToolError& error);
+    void CollectClues() noexcept;
     bool IsDone() const;
     ToolError Removed() const;
     ToolError TimedOut() const;
@@ -86,6 +95,7 @@ private:
     std::optional<OrderedWork> m_work;
 
     LossCounter m_lossCounter;
+    LossClues m_clues;         // written as m_error is
     std::uint64_t m_taken = 0; // failed ones among them
     std::atomic<std::uint64_t> m_frames{0};
     std::atomic<std::uint64_t> m_failed{0};

@@ -4,6 +4,7 @@
 #include "CommonOptions.h"
 #include "DeviceSelector.h"
 #include "GrabReport.h"
+#include "LossReport.h"
 #include "Output.h"
 
 #include <algorithm>
@@ -202,6 +203,21 @@ void GrabRun::LookAfterReaders(const std::vector<pollfd>& polled) {
 }
 
 ExitCode GrabRun::Conclude() {
+    const ExitCode code = TellFailures();
+    TellLosses();
+    return code;
+}
+
+void GrabRun::TellLosses() {
+    for (const auto& camera : m_cameras) {
+        for (const std::string& line :
+             ExplainLosses(camera->GetName(), camera->GetCounts(), camera->GetLossClues(), m_options)) {
+            m_output.Note(line);
+        }
+    }
+}
+
+ExitCode GrabRun::TellFailures() {
     std::optional<ExitCode> failure;
     for (const auto& camera : m_cameras) {
         if (const auto& error = camera->GetError()) {

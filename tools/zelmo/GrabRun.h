@@ -39,12 +39,14 @@ public:
     /// Starts all cameras and returns when each has ended. Shows progress meanwhile.
     void Run();
 
-    /// Tells what went wrong. @return the exit code for it.
+    /// Tells what went wrong, and what is missing and why. @return the exit code for it.
     ExitCode Conclude();
 
 private:
     void WatchOver();
     void LookAfterReaders(const std::vector<pollfd>& polled);
+    ExitCode TellFailures();
+    void TellLosses();
     bool TooManyMissing();
 
     const GrabOptions& m_options;

@@ -4,20 +4,39 @@
 #include "WorkerPool.h"
 
 namespace tool {
+namespace {
+
+/// Adds the time of its life to a sum.
+class Stopwatch {
+public:
+    explicit Stopwatch(std::chrono::steady_clock::duration& sum) : m_sum(sum) {}
+    ~Stopwatch() { m_sum += std::chrono::steady_clock::now() - m_start; }
+    Stopwatch(const Stopwatch&) = delete;
+    Stopwatch& operator=(const Stopwatch&) = delete;
+
+private:
+    std::chrono::steady_clock::duration& m_sum;
+    const std::chrono::steady_clock::time_point m_start = std::chrono::steady_clock::now();
+};
+
+} // namespace
 
 void OrderedWork::WaitForRoom() {
+    if (m_pool == nullptr) {
+        return; // there is always room
+    }
+    const Stopwatch watch(m_held);
     // What is done waits for its turn to be told without its memory. So many are behind one that does not get on.
     constexpr std::size_t kMostUntold = 256;
     {
         std::unique_lock lock(m_mutex);
         m_told.wait(lock, [this] { return m_items.size() < kMostUntold; });
     }
-    if (m_pool != nullptr) {
-        m_pool->WaitForRoom();
-    }
+    m_pool->WaitForRoom();
 }
 
 void OrderedWork::Add(Work work, Tell tell) {
+    const Stopwatch watch(m_held);
     const bool isForPool = m_pool != nullptr && work;
     const auto item = std::make_shared<Item>(Item{std::move(work), std::move(tell), nullptr});
     {

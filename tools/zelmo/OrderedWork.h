@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <chrono>
 #include <condition_variable>
 #include <deque>
 #include <exception>
@@ -28,6 +29,9 @@ public:
     /// @param tell called after it with what it threw, or with null; must not throw or add anything itself.
     void Add(Work work, Tell tell);
 
+    /// How long WaitForRoom and Add have held their caller; on its thread.
+    double GetHeldSeconds() const { return std::chrono::duration<double>(m_held).count(); }
+
     bool Drain(); ///< Waits until all is told. @return whether there was something to wait for.
 
 private:
@@ -41,6 +45,7 @@ private:
     void Do(Item& item) noexcept;
 
     WorkerPool* const m_pool;
+    std::chrono::steady_clock::duration m_held{};
     std::mutex m_mutex; // held while something is told: that keeps the order
     std::condition_variable m_told;
     std::deque<std::shared_ptr<Item>> m_items; // not told yet, the oldest first
