@@ -98,24 +98,36 @@ TEST_F(GrabFormatTest, CameraIsFreeAgainAfterEachGrab) {
     }
 }
 
-TEST_F(GrabFormatTest, CameraInUseIsToldByEveryVerb) {
-    ASSERT_EQ(Run({"list"}), ExitCode::Done);
+TEST_F(GrabFormatTest, ControlThatIsTakenLeavesLookingAndIsToldByAllOthers) {
+    ASSERT_EQ(Run({"save", m_folder / "a"}), ExitCode::Done);
     Zelmo::CTlFactory& factory = Zelmo::CTlFactory::GetInstance();
     Zelmo::IZelmoDevice* other = factory.CreateFirstDevice(Zelmo::CDeviceInfo());
     other->Open(Zelmo::Control | Zelmo::Stream);
-    for (const std::vector<std::string>& words : {std::vector<std::string>{"features"},
-                                                  {"get", "Width"},
-                                                  {"set", "Width=64"},
-                                                  {"exec", "DeviceReset"},
-                                                  {"grab"}}) {
-        EXPECT_EQ(Run(words), ExitCode::Access) << words[0];
-        EXPECT_THAT(m_thrown, testing::HasSubstr("0815-0000"));
+    const std::vector<std::vector<std::string>> looking{
+        {"features", "--values"}, {"get", "Width"}, {"describe", "Width"}, {"info"}, {"xml"}};
+    for (const auto& words : looking) {
+        EXPECT_EQ(Run(words), ExitCode::Done) << words[0] << m_thrown;
+        const bool opens = words[0] != "info" && words[0] != "xml";
+        EXPECT_EQ(m_messages.str().find("control of camera 0815-0000") != std::string::npos, opens) << words[0];
     }
+    const std::vector<std::vector<std::string>> changing{
+        {"set", "Width=64"},      {"exec", "DeviceReset"}, {"grab"}, {"bench"}, {"load", m_folder / "a"},
+        {"save", m_folder / "a"}, {"diff", m_folder / "a"}};
+    for (const auto& words : changing) {
+        EXPECT_EQ(Run(words), ExitCode::Access) << words[0];
+        EXPECT_THAT(m_thrown, testing::HasSubstr("camera 0815-0000"));
+        EXPECT_THAT(m_thrown, testing::HasSubstr("another program, which has control"));
+    }
+    EXPECT_THAT(m_thrown, testing::HasSubstr("comparing sets selectors"));
     EXPECT_EQ(Run({"info"}), ExitCode::Done);
-    EXPECT_THAT(m_data.str(),
-                testing::AllOf(testing::HasSubstr("\"accessible\": false"), testing::HasSubstr("in use")));
+    EXPECT_THAT(m_data.str(), testing::AllOf(testing::HasSubstr("\"accessible\": false"),
+                                             testing::HasSubstr("\"monitor_accessible\": true")));
+    other->Close();
+    other->Open(Zelmo::Exclusive);
+    EXPECT_EQ(Run({"get", "Width"}), ExitCode::Access) << "no look beside an exclusive one";
     factory.DestroyDevice(other);
     EXPECT_EQ(Run({"get", "Width"}), ExitCode::Done);
+    EXPECT_EQ(m_messages.str(), "");
 }
 
 } // namespace

@@ -3,6 +3,7 @@
 
 #include "DeviceSelector.h"
 #include "Errors.h"
+#include "Output.h"
 
 #include <zelmo/EventGrabber.h>
 #include <zelmo/StreamGrabber.h>
@@ -44,11 +45,15 @@ GenApi::INodeMap* FindNodeMap(IZelmoDevice& device, const std::string& name) {
 
 } // namespace
 
-Camera::Camera(const CDeviceInfo& info) : m_name(GetCameraName(info)) {
+Camera::Camera(const CDeviceInfo& info, const std::string& why) : Camera(info, why, nullptr) {}
+
+Camera::Camera(const CDeviceInfo& info, Output& output) : Camera(info, {}, &output) {}
+
+Camera::Camera(const CDeviceInfo& info, const std::string& why, Output* looker) : m_name(GetCameraName(info)) {
     try {
         m_device = CTlFactory::GetInstance().CreateDevice(info);
         m_removalCallback = RegisterRemovalCallback(m_device, *this, &Camera::OnRemoved);
-        Open(info);
+        Open(info, why, looker);
     } catch (const GenICam::GenericException& error) {
         Release();
         throw FromLibrary(error, "Reaching camera " + m_name);
@@ -62,18 +67,34 @@ Camera::~Camera() {
     Release();
 }
 
-void Camera::Open(const CDeviceInfo& info) {
+void Camera::Open(const CDeviceInfo& info, const std::string& why, Output* looker) {
     try {
         m_device->Open(GetWantedAccess());
     } catch (const GenICam::GenericException& error) {
         const EDeviceAccessiblityInfo access = LookUpAccess(info);
+        const bool isTaken =
+            access == DeviceAccessibility_InUse || dynamic_cast<const GenICam::AccessException*>(&error) != nullptr;
+        if (isTaken && looker != nullptr && OpenAsMonitor()) {
+            looker->Note("Another program has control of camera " + m_name + ": opened to look at it only");
+            return;
+        }
         const bool told = access != DeviceAccessibility_Ok && access != DeviceAccessibility_Unknown;
         const std::string attempted = "Opening camera " + m_name;
         if (!told) {
             throw FromLibrary(error, attempted);
         }
         throw ToolError(ExitCode::Access, access == DeviceAccessibility_InUse ? "in_use" : "access_denied",
-                        attempted + " failed: " + error.GetDescription() + " (" + ExplainAccess(access) + ")");
+                        attempted + " failed: " + error.GetDescription() + " (" + ExplainAccess(access) +
+                            (why.empty() ? "" : "; " + why) + ")");
+    }
+}
+
+bool Camera::OpenAsMonitor() noexcept {
+    try {
+        m_device->Open(AccessModeSet());
+        return true;
+    } catch (const std::exception&) { // the first failure tells more
+        return false;
     }
 }
 
@@ -120,7 +141,7 @@ std::string ExplainAccess(EDeviceAccessiblityInfo access) {
     case DeviceAccessibility_Ok:
         return "ok";
     case DeviceAccessibility_InUse:
-        return "it is in use by another program; close that one first";
+        return "it is in use by another program, which has control of it; close that one first";
     case DeviceAccessibility_WrongSubnet:
         return "its address is out of reach of this host; give one of both an address in the other's subnet";
     case DeviceAccessibility_NoPermission:

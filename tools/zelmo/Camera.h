@@ -12,11 +12,18 @@ struct INodeMap;
 
 namespace tool {
 
+class Output;
+
 /// A camera, open from construction to destruction. Threads: one at a time; IsRemoved any.
 class Camera {
 public:
+    /// Opens it to control it and to get images. @param why that is needed, for the message when somebody else has
+    /// control; may be empty.
     /// @throws ToolError: access denied or in use when it cannot be opened for that, else what the library told.
-    explicit Camera(const Zelmo::CDeviceInfo& info);
+    explicit Camera(const Zelmo::CDeviceInfo& info, const std::string& why = {});
+
+    /// Opens it to look at it: as monitor, which @p output tells, where somebody else has control. @throws likewise.
+    Camera(const Zelmo::CDeviceInfo& info, Output& output);
     ~Camera();
     Camera(const Camera&) = delete;
     Camera& operator=(const Camera&) = delete;
@@ -31,7 +38,9 @@ public:
     bool IsRemoved() const { return m_isRemoved || m_device->IsRemoved(); }
 
 private:
-    void Open(const Zelmo::CDeviceInfo& info);
+    Camera(const Zelmo::CDeviceInfo& info, const std::string& why, Output* looker);
+    void Open(const Zelmo::CDeviceInfo& info, const std::string& why, Output* looker);
+    bool OpenAsMonitor() noexcept;
     void OnRemoved(Zelmo::IZelmoDevice* device); // on a thread of the plug-in
     void Release() noexcept;
 

@@ -15,7 +15,7 @@ void FeatureListVerb::Define(CLI::App& command) {
 }
 
 ExitCode FeatureListVerb::Run(Library& library, Output& output) {
-    Camera camera(SelectDevice(library, m_device.device));
+    Camera camera(SelectDevice(library, m_device.device), output);
     GenApi::INodeMap& nodeMap = camera.GetNodeMap(m_device.nodeMap);
     Json list = Json::array();
     ExitCode result = ExitCode::Done;

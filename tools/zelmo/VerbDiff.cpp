@@ -33,7 +33,7 @@ public:
 
     ExitCode Run(Library& library, Output& output) override {
         const GenApi::CFeatureBag bag = ReadSettings(m_file);
-        Camera camera(SelectDevice(library, m_device.device));
+        Camera camera(SelectDevice(library, m_device.device), "comparing sets selectors, so it needs control");
         std::vector<SettingFailure> failures;
         for (const GenApi::CBagDifference& one : bag.Compare(&camera.GetNodeMap(m_device.nodeMap))) {
             if (one.Problem.empty()) {

@@ -158,7 +158,7 @@ public:
     }
 
     ExitCode Run(Library& library, Output& output) override {
-        Camera camera(SelectDevice(library, m_device.device));
+        Camera camera(SelectDevice(library, m_device.device), output);
         FeatureTree(output, camera, m_options).Print(camera.GetNodeMap(m_device.nodeMap));
         return ExitCode::Done;
     }

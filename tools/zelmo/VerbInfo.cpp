@@ -13,6 +13,7 @@ namespace {
 
 struct Access {
     bool accessible;
+    bool asMonitor; // to look only
     std::string why;
     std::string word;
 };
@@ -20,12 +21,13 @@ struct Access {
 Access LookUpAccess(const Zelmo::CDeviceInfo& info) {
     static const char* const kWords[] = {"unknown", "ok", "in_use", "wrong_subnet", "no_permission", "not_reachable"};
     Zelmo::EDeviceAccessiblityInfo state = Zelmo::DeviceAccessibility_Unknown;
-    const bool accessible = Zelmo::CTlFactory::GetInstance().IsDeviceAccessible(info, GetWantedAccess(), &state);
-    if (accessible) {
-        return {true, "", "ok"};
+    Zelmo::CTlFactory& factory = Zelmo::CTlFactory::GetInstance();
+    if (factory.IsDeviceAccessible(info, GetWantedAccess(), &state)) {
+        return {true, true, "", "ok"};
     }
+    const bool asMonitor = factory.IsDeviceAccessible(info, Zelmo::AccessModeSet());
     const auto position = static_cast<std::size_t>(state);
-    return {false, ExplainAccess(state), position < std::size(kWords) ? kWords[position] : "unknown"};
+    return {false, asMonitor, ExplainAccess(state), position < std::size(kWords) ? kWords[position] : "unknown"};
 }
 
 class InfoVerb : public Verb {
@@ -45,7 +47,10 @@ public:
     ExitCode Run(Library& library, Output& output) override {
         const Zelmo::CDeviceInfo info = SelectDevice(library, m_device);
         const Access access = LookUpAccess(info);
-        Json json = {{"device", MakeInfoJson(info)}, {"accessible", access.accessible}, {"access", access.word}};
+        Json json = {{"device", MakeInfoJson(info)},
+                     {"accessible", access.accessible},
+                     {"monitor_accessible", access.asMonitor},
+                     {"access", access.word}};
         if (!access.accessible) {
             json["reason"] = access.why;
         }
@@ -54,7 +59,10 @@ public:
         for (const auto& [key, value] : json["device"].items()) {
             rows.push_back({key, Printable(value.get<std::string>())});
         }
-        rows.push_back({"Access", access.accessible ? "can be opened" : "cannot be opened: " + access.why});
+        rows.push_back({"Access", (access.accessible  ? "can be opened"
+                                   : access.asMonitor ? "can be looked at only: "
+                                                      : "cannot be opened: ") +
+                                      access.why});
         for (const std::string& line : FormatTable(rows)) {
             output.Line(line);
         }

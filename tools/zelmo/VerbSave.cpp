@@ -32,7 +32,7 @@ public:
     }
 
     ExitCode Run(Library& library, Output& output) override {
-        Camera camera(SelectDevice(library, m_device.device));
+        Camera camera(SelectDevice(library, m_device.device), "saving sets selectors, so it needs control");
         GenApi::CFeatureBag bag;
         bag.SetInfo(("Settings of camera " + Printable(camera.GetName())).c_str());
         GenApi::gcstring_vector errors;
