@@ -71,10 +71,6 @@ void CTlFactoryInstance::Destroy() noexcept {
     theFactory = nullptr;
 }
 
-CTlFactory* CTlFactoryInstance::Get() noexcept {
-    return theFactory;
-}
-
 /// One reference to a transport layer, given back at the end of the scope; a failure in that ends the process.
 class CTlFactory::CTlReference {
 public:

@@ -3,8 +3,6 @@
 
 namespace Zelmo {
 
-class CTlFactory;
-
 /// The one factory of the process: how the library's start and stop make it and end it. Everybody else reaches it by
 /// CTlFactory::GetInstance. Threads: Create and Destroy under the init lock.
 class CTlFactoryInstance {
@@ -16,8 +14,6 @@ public:
     /// Deletes the factory, which ends the transport layers and unloads the plug-ins, and then takes it out of
     /// GetInstance: while they end, plug-ins can still reach it. Harmless without one.
     static void Destroy() noexcept;
-
-    static CTlFactory* Get() noexcept; ///< Null when there is none.
 };
 
 } // namespace Zelmo

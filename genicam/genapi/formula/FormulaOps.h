@@ -62,9 +62,6 @@ enum class EFormulaOp : std::uint8_t {
 constexpr bool IsBinary(EFormulaOp op) {
     return op >= EFormulaOp::BitOr;
 }
-constexpr bool IsUnary(EFormulaOp op) {
-    return op >= EFormulaOp::Neg && !IsBinary(op);
-}
 
 /// The arithmetic of the two machines, used to fold constants and to evaluate.
 /// @throws GenICam::RuntimeException as CFormula::Evaluate.

@@ -147,20 +147,6 @@ bool IsItemAttribute(PropertyKind kind) noexcept {
            kind == PropertyKind::pOffset;
 }
 
-bool IsRegisterKind(NodeKind kind) noexcept {
-    switch (kind) {
-    case NodeKind::IntReg:
-    case NodeKind::MaskedIntReg:
-    case NodeKind::StructEntry:
-    case NodeKind::FloatReg:
-    case NodeKind::StringReg:
-    case NodeKind::Register:
-        return true;
-    default:
-        return false;
-    }
-}
-
 bool IsFloatSyntax(NodeKind kind) noexcept {
     return kind == NodeKind::Float || kind == NodeKind::SwissKnife || kind == NodeKind::Converter;
 }

@@ -181,7 +181,6 @@ PropertyKind FindPropertyKind(std::string_view element) noexcept; ///< Unknown i
 
 bool IsAttribute(PropertyKind kind) noexcept;     ///< of a node
 bool IsItemAttribute(PropertyKind kind) noexcept; ///< of the property before it
-bool IsRegisterKind(NodeKind kind) noexcept;      ///< has address, length and port
 bool IsFloatSyntax(NodeKind kind) noexcept;       ///< its Value, Min, Max, Inc and Constant are floats
 bool Accepts(Target target, NodeKind kind) noexcept;
 

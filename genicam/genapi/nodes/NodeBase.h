@@ -106,7 +106,6 @@ public:
     EAccessMode Mode() { return HasCached(Cached_Mode) ? static_cast<EAccessMode>(m_mode) : FindMode(); }
     ECachingMode Caching(); ///< of the value
     bool IsModeCacheable(); ///< whether the natural mode may be kept until something it depends on is invalidated
-    bool HasErrorNodes() const noexcept { return m_hasErrorNodes; }
     /// @throws GenICam::AccessException
     void RequireReadable() {
         if (!IsReadable(Mode())) {

@@ -35,7 +35,6 @@ protected:
     T CheckedMax();
     bool CheckedInc(T& inc);
     EIncMode IncMode();
-    const std::vector<T>& ValidValues() const noexcept { return m_validValues; }
     autovector<T> ListValidValues(bool bounded);
     void ImposeLimit(const char* method, T& limit, T value);
 
