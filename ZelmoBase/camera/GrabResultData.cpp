@@ -2,12 +2,14 @@
 #include "ZelmoBase/camera/GrabResultDataImpl.h"
 
 #include "ZelmoBase/camera/CameraLog.h"
+#include "ZelmoBase/camera/GrabResultPtrImpl.h"
 #include "ZelmoBase/camera/QueueEntry.h"
 #include "ZelmoBase/core/Guarded.h"
 
 #include <GenApi/IDestroy.h>
 #include <GenApi/NodeMapFactory.h>
 
+#include <algorithm>
 #include <utility>
 
 namespace Zelmo {
@@ -32,8 +34,33 @@ void DestroyNodeMap(GenApi::INodeMap* nodeMap) noexcept {
 
 } // namespace
 
+CGrabResultData::CGrabResultDataImpl::CGrabResultDataImpl() {
+    m_spareBodies.front() = new CGrabResultPtrImpl; // now, as records are made before the first image
+}
+
 CGrabResultData::CGrabResultDataImpl::~CGrabResultDataImpl() {
     DestroyNodeMap(emptyChunkNodeMap.load());
+    for (const auto& body : m_spareBodies) {
+        delete body.load();
+    }
+}
+
+CGrabResultPtrImpl* CGrabResultData::CGrabResultDataImpl::LendBody() noexcept {
+    for (auto& place : m_spareBodies) {
+        if (place.load() != nullptr) { // a look first: an exchange costs more, and most pointers find one at once
+            if (CGrabResultPtrImpl* const body = place.exchange(nullptr)) {
+                return body;
+            }
+        }
+    }
+    return nullptr;
+}
+
+bool CGrabResultData::CGrabResultDataImpl::KeepBody(CGrabResultPtrImpl* body) noexcept {
+    return std::any_of(m_spareBodies.begin(), m_spareBodies.end(), [body](auto& place) {
+        CGrabResultPtrImpl* none = nullptr;
+        return place.compare_exchange_strong(none, body); // another pointer to this record may go at the same time
+    });
 }
 
 void CGrabResultData::CGrabResultDataImpl::Fill(CQueueEntry&& entry) noexcept {

@@ -8,19 +8,21 @@
 
 #include <GenApi/INodeMap.h>
 
+#include <array>
 #include <atomic>
 #include <cstdint>
 #include <memory>
 
 namespace Zelmo {
 
+class CGrabResultPtrImpl;
 struct CQueueEntry;
 
 /// The private record behind a CGrabResultData. Pooled with it: the values below are those of a new record and of one
 /// that came home.
 class CGrabResultData::CGrabResultDataImpl {
 public:
-    CGrabResultDataImpl() = default;
+    CGrabResultDataImpl();
     CGrabResultDataImpl(const CGrabResultDataImpl&) = delete;
     CGrabResultDataImpl& operator=(const CGrabResultDataImpl&) = delete;
     ~CGrabResultDataImpl();
@@ -32,6 +34,13 @@ public:
     /// Sets the values of a new record. The parser lets go of the buffer first. @return the hold of the buffer, which
     /// goes home with it: on that thread it is then queued again.
     std::shared_ptr<CBufferData> ResetResultData() noexcept;
+
+    /// Lends a body to a pointer that has none: mostly that of a pointer which has held this record before. So a
+    /// pointer made anew for each image allocates nothing. @return null when both are lent.
+    CGrabResultPtrImpl* LendBody() noexcept;
+    /// Takes the body of a pointer that goes, if there is a place for it. @return false when the caller has to delete
+    /// it.
+    bool KeepBody(CGrabResultPtrImpl* body) noexcept;
 
     /// The parser's node map; without a parser an empty one, made on first use by any thread and then always the same.
     GenApi::INodeMap& GetChunkDataNodeMap();
@@ -62,6 +71,9 @@ public:
     long bufferContext = 0;
 
 private:
+    // for the pointer that retrieves and for one copy, as in an application's own queue; owned, and without a result
+    std::array<std::atomic<CGrabResultPtrImpl*>, 2> m_spareBodies{};
+
     void ResetFields() noexcept; // those that Fill and the session set, but for the hold of the buffer
     void DetachChunkParser() const noexcept;
     GenApi::INodeMap& GetEmptyChunkNodeMap();

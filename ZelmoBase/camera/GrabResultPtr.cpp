@@ -6,6 +6,9 @@
 
 #include <Base/GCException.h>
 
+#include <memory>
+#include <utility>
+
 namespace Zelmo {
 
 static_assert(sizeof(CGrabResultPtr) == 2 * sizeof(void*), "other builds pass it by value");
@@ -21,7 +24,13 @@ CGrabResultPtr::CGrabResultPtr(const CGrabResultPtr& rhs) {
 }
 
 CGrabResultPtr::~CGrabResultPtr() {
-    delete m_impl;
+    if (m_impl == nullptr) {
+        return;
+    }
+    const std::shared_ptr<CGrabResultData> data = std::move(m_impl->data); // keeps the record until the body lies in it
+    if (data == nullptr || !data->GetGrabResultDataImpl()->KeepBody(m_impl)) {
+        delete m_impl;
+    }
 }
 
 // without a test for self-assignment: that it empties the pointer is promised
@@ -35,6 +44,9 @@ CGrabResultPtr& CGrabResultPtr::operator=(const CGrabResultPtr& rhs) {
 }
 
 CGrabResultPtr& CGrabResultPtr::operator=(const CGrabResultPtrImpl& rhs) {
+    if (m_impl == nullptr && rhs.data != nullptr) {
+        m_impl = rhs.data->GetGrabResultDataImpl()->LendBody();
+    }
     Body().data = rhs.data;
     m_data = rhs.data.get();
     return *this;

@@ -147,12 +147,15 @@ TEST_F(GrabSessionTest, LackOfMemoryOrRecordsCostsNoImage) {
     Start({.maxNumGrabResults = 1});
     m_grabber.Deliver(2);
     ASSERT_TRUE(Settles(2, 8));
+    std::size_t allocations = 0;
     for (std::size_t count = 0; !m_result; ++count) {
-        CGrabResultPtr fresh; // one that allocates its body
+        CGrabResultPtr fresh; // made anew, as for each image
         const bool fails = ScarceMemory::Fails<std::bad_alloc>(count, [&] { m_session->Retrieve(0, fresh, kRaises); });
         ASSERT_EQ(fresh.IsValid(), !fails);
         m_result = fresh;
+        allocations = count;
     }
+    EXPECT_EQ(allocations, 1U); // the record's control block; the buffer had its own when it was queued
     EXPECT_EQ(Failure(),
               "Cannot retrieve grab result. The maximum number of available grab results (1) has been reached. "
               "Check the MaxNumGrabResults setting of the camera object.");
