@@ -78,6 +78,7 @@ void CDeviceGrab::Impl::Start(const Settings& settings) {
         static_cast<unsigned long>(CIntegerParameter(m_device.GetNodeMap(), "PayloadSize").GetValueOrDefault(0));
     session.priority = GetEnginePriority();
     session.clearBuffers = settings.clearBufferModeEnable;
+    session.cameraName = m_device.GetDeviceInfo().GetSerialNumber().c_str();
     if (!m_session.IsGrabbing()) {
         m_session.GetEngine().SetOutputQueueSize(settings.outputQueueSize);
     }
@@ -98,8 +99,10 @@ void CDeviceGrab::Impl::StopGrabbing() noexcept {
     m_acquisition.Stop(m_device, "Exception caught while executing acquisition stop, msg='%s'",
                        "Unknown exception caught while executing acquisition stop.");
     m_session.Stop();
-    RunLogged(CameraLogCategory(), "Exception caught while signaling the end of grabbing, msg='%s'",
-              "Unknown exception caught while signaling the end of grabbing.", [this] { m_stopObject.Signal(); });
+    RunLogged(
+        CameraLogCategory(), "Camera %s: Cannot signal the end of grabbing, msg='%s'",
+        "Camera %s: Cannot signal the end of grabbing.", [this] { m_stopObject.Signal(); },
+        m_device.GetDeviceInfo().GetSerialNumber().c_str());
 }
 
 void CDeviceGrab::Impl::OnGrabCountReached() {

@@ -77,10 +77,10 @@ void CGrabEngine::StartEngine(IStreamGrabber* grabber, EGrabStrategy strategy, u
         AnnounceBuffers();
     }
     grabber->StartStreaming();
-    if (strategy != GrabStrategy_UpcomingImage) {
+    if (strategy != GrabStrategy_UpcomingImage) { // there a buffer is queued when a retrieval asks for it
         QueueFreeBuffers();
-        m_bufferProvider.SetObserver(this);
     }
+    m_bufferProvider.SetObserver(this); // last: it queues what is free as soon as it is set
     m_thread.Start([this] { Run(); });
     stop.Dismiss();
 }
@@ -116,7 +116,8 @@ void CGrabEngine::PrepareQueue() {
         m_cancelWaitSet.Add(GetResultObject());
     }
     GenICam::AutoLock lock(m_queueLock);
-    m_outputQueue.set_capacity(GetQueueCapacity(m_strategy, m_maxBuffers, m_outputQueueSize));
+    m_capacity = GetQueueCapacity(m_strategy, m_maxBuffers, m_outputQueueSize);
+    m_outputQueue.set_capacity(std::min(m_capacity, m_maxBuffers)); // more than that never wait
     m_isQueueInUse = true;
     m_end = std::move(end); // last, with nothing that can fail behind it: between sessions the end stays signaled
 }
@@ -140,12 +141,12 @@ std::uint64_t CGrabEngine::GetPayloadSize(std::uint64_t deviceSize) const {
 void CGrabEngine::WriteGrabberValue(const char* name, std::uint64_t value) const {
     bool written = false;
     RunLogged(
-        CameraLogCategory(), "Camera %p: Setting stream grabber value '%s' to %llu failed, msg='%s'",
-        "Camera %p: Setting stream grabber value '%s' to %llu failed for an unknown reason",
+        CameraLogCategory(), "Camera %s: Setting stream grabber value '%s' to %llu failed, msg='%s'",
+        "Camera %s: Setting stream grabber value '%s' to %llu failed for an unknown reason",
         [&] {
             written = CIntegerParameter(m_grabber->GetNodeMap(), name).TrySetValue(static_cast<std::int64_t>(value));
         },
-        static_cast<const void*>(m_camera), name, static_cast<unsigned long long>(value));
+        m_cameraName.c_str(), name, static_cast<unsigned long long>(value));
     if (!written) {
         throw RUNTIME_EXCEPTION("Cannot set stream grabber value '%s'.", name);
     }
@@ -206,9 +207,10 @@ void CGrabEngine::StopEngine() noexcept {
                     }
                     isClosed = true;
                 });
-    RunStopStep("Exception caught while releasing buffers that were not retrieved, msg='%s'",
-                "Unknown exception caught while releasing buffers that were not retrieved.",
-                [&] { ReleaseKeptBuffers(isClosed); });
+    RunLogged(
+        CameraLogCategory(), "Camera %s: Exception caught while releasing buffers that were not retrieved, msg='%s'",
+        "Camera %s: Unknown exception caught while releasing buffers that were not retrieved.",
+        [&] { ReleaseKeptBuffers(isClosed); }, m_cameraName.c_str());
     RunStopStep("Exception caught while releasing item cache, msg='%s'",
                 "Unknown exception caught while releasing item cache.",
                 [this] { m_bufferProvider.Reset(0, nullptr, CReusableBufferProvider::EReset::Forced); });
@@ -241,8 +243,8 @@ void CGrabEngine::ReleaseKeptBuffers(bool isClosed) {
         return;
     }
     hxlog::LogTrace(CameraLogCategory(), hxlog::LogLevel_Warn,
-                    "Camera %p: The stream grabber kept %lu queued buffers%s", static_cast<const void*>(m_camera),
-                    static_cast<unsigned long>(m_inGrabber.size()), isClosed ? "" : ": their memory is lost");
+                    "Camera %s: The stream grabber kept %lu queued buffers%s", m_cameraName.c_str(),
+                    static_cast<unsigned long>(m_queued), isClosed ? "" : ": their memory is lost");
     for (; !m_inGrabber.empty() && isClosed; m_inGrabber.pop_front()) {
         const std::shared_ptr<CBufferData> last = std::move(m_inGrabber.front()->selfReference);
     }
@@ -328,14 +330,17 @@ void CGrabEngine::MoveResultToQueue() {
 
 bool CGrabEngine::RetrieveResult(CQueueEntry& entry) {
     CLockGuard lock(GetBufferLock());
-    if (RetrieveFromStreamGrabber(entry)) {
-        ++m_retrieved;
-        return true;
+    for (int attempt = 0; attempt < 2; ++attempt) {
+        if (RetrieveFromStreamGrabber(entry)) {
+            ++m_retrieved;
+            return true;
+        }
+        if (!m_grabber->GetWaitObject().Wait(0)) {
+            return false; // a wake-up for nothing
+        }
+        // a result may have come between the retrieval and the look at the object: only twice in a row is a fault
     }
-    if (m_grabber->GetWaitObject().Wait(0)) {
-        throw RUNTIME_EXCEPTION("The stream grabber signals an available result but the retrieval fails.");
-    }
-    return false; // a wake-up for nothing
+    throw RUNTIME_EXCEPTION("The stream grabber signals an available result but the retrieval fails.");
 }
 
 /// Appends @p entry. Afterwards it holds what found no place, to be let go without a lock.
@@ -348,7 +353,7 @@ void CGrabEngine::Append(CQueueEntry& entry) {
     if (!m_outputQueue.full()) {
         m_outputQueue.push_back(std::move(entry));
     } else {
-        ++m_skipped;
+        m_skipped += IsImage(m_outputQueue.empty() ? entry : m_outputQueue.front()) ? 1 : 0;
         if (m_outputQueue.capacity() > 0) {
             CQueueEntry oldest = std::move(m_outputQueue.front());
             m_outputQueue.pop_front();
@@ -360,6 +365,12 @@ void CGrabEngine::Append(CQueueEntry& entry) {
     if (wasEmpty) { // else it is signaled
         m_resultSignal.Signal();
     }
+}
+
+/// Whether it counts as skipped when nobody takes it. A buffer that the engine itself has called back does not; the
+/// others, failed ones among them, do.
+bool CGrabEngine::IsImage(const CQueueEntry& entry) const noexcept {
+    return m_strategy != GrabStrategy_UpcomingImage || entry.status != GrabStatus_Canceled;
 }
 
 /// Read without a lock on the engine thread, where it is a hint.
@@ -375,9 +386,15 @@ void CGrabEngine::QueueFreeBuffers() {
         }
         return;
     }
-    m_bufferWantedObject.Reset();        // first: the next request may come at once
-    if (m_imageWanted.exchange(false)) { // else whoever asked has given up meanwhile
-        QueueOneBuffer();
+    m_bufferWantedObject.Reset(); // first: the next request may come at once
+    MeetRequest();
+}
+
+/// Queues a buffer, no matter how many are queued, unless whoever asked has given up or got one meanwhile. A request
+/// that finds no buffer stands until one comes home.
+void CGrabEngine::MeetRequest() {
+    if (m_imageWanted.exchange(false) && !QueueOneBuffer()) {
+        m_imageWanted = true;
     }
 }
 
@@ -440,7 +457,9 @@ void CGrabEngine::OnItemAvailable() {
     ScopeGuard leave([this] { --m_returnGuard; });
     if (!m_exceptionRaised && m_grabber != nullptr) {
         try {
-            if (CanQueueBuffer()) {
+            if (m_strategy == GrabStrategy_UpcomingImage) {
+                MeetRequest();
+            } else if (CanQueueBuffer()) {
                 QueueOneBuffer();
             }
         } catch (...) {
@@ -451,8 +470,9 @@ void CGrabEngine::OnItemAvailable() {
     if (m_exceptionRaised) {
         SignalFailure();
     }
-    if (m_bufferProvider.GetAvailableCount() > 0) {
-        SetBufferWanted(true); // more buffers are free
+    // more buffers are free; with GrabStrategy_UpcomingImage the object belongs to the requests
+    if (m_strategy != GrabStrategy_UpcomingImage && m_bufferProvider.GetAvailableCount() > 0) {
+        SetBufferWanted(true);
     }
 }
 
@@ -474,34 +494,59 @@ void CGrabEngine::SetBufferWanted(bool wanted) {
 }
 
 void CGrabEngine::RequestBuffer() {
+    if (!m_exceptionRaised) { // else the caller is told why, and takes nothing back from a grabber that has failed
+        CancelUpcomingImage();
+    }
     m_imageWanted = true;
     m_bufferWantedObject.Signal();
 }
 
-/// @return whether the request was met already and its buffer has not reached the output queue.
-bool CGrabEngine::TakeBackRequest() {
-    CLockGuard lock(GetBufferLock());
-    m_imageWanted = false;
-    m_bufferWantedObject.Reset();
+/// Whether a buffer is in the grabber, or a result between there and the queue. In this order: a result is underway
+/// before its buffer counts as queued no more. What is in neither stands in the queue.
+bool CGrabEngine::IsAnythingOnItsWay() const noexcept {
     return m_queued != 0 || m_underway;
+}
+
+/// With the buffer lock, so that no buffer is queued for the request any more.
+void CGrabEngine::TakeBackRequest() {
+    CLockGuard lock(GetBufferLock());
+    if (m_imageWanted.exchange(false)) {
+        m_bufferWantedObject.Reset();
+    }
 }
 
 void CGrabEngine::CancelUpcomingImage() {
     if (!IsGrabbing() || m_strategy != GrabStrategy_UpcomingImage) {
         return;
     }
-    if (!TakeBackRequest() && GetNumReadyBuffers() == 0) {
-        return; // nothing would ever come
+    TakeBackRequest();
+    if (m_queued != 0) {
+        m_grabber->FlushBuffers();
     }
-    m_grabber->FlushBuffers();
-    if (!m_cancelWaitSet.WaitForAny(kCancelTimeoutMs)) {
-        throw RUNTIME_EXCEPTION(
-            "Timeout while waiting for canceled buffer after timeout with strategy GrabStrategy_UpcomingImage.");
+    // Each buffer comes home through the engine thread. A failed engine moves none, but shows its end.
+    while (IsAnythingOnItsWay() && !m_end->IsSignaled()) {
+        if (!m_cancelWaitSet.WaitForAny(kCancelTimeoutMs)) {
+            throw RUNTIME_EXCEPTION(
+                "Timeout while waiting for canceled buffer after timeout with strategy GrabStrategy_UpcomingImage.");
+        }
+        DropResults();
     }
-    ClearOutputQueue();
-    if (m_exceptionRaised) {
+    DropResults();
+    if (m_exceptionRaised) { // which the result object must go on to show
         SignalFailure();
     }
+}
+
+/// Of an upcoming image that nobody waits for any more.
+void CGrabEngine::DropResults() {
+    GenICam::AutoLock lock(m_queueLock);
+    if (m_outputQueue.empty() && !m_resultSignal.IsSet()) { // as a rule, when a retrieval begins: no system call then
+        return;
+    }
+    m_skipped += static_cast<std::uint64_t>(std::count_if(m_outputQueue.begin(), m_outputQueue.end(),
+                                                          [this](const CQueueEntry& entry) { return IsImage(entry); }));
+    m_outputQueue.clear();
+    m_resultSignal.ResetAll();
 }
 
 void CGrabEngine::ClearOutputQueue() {
@@ -517,8 +562,8 @@ bool CGrabEngine::TryTake(CQueueEntry& entry, std::uint64_t& skipped) {
     if (found) {
         entry = std::move(m_outputQueue.front());
         m_outputQueue.pop_front();
+        skipped = std::exchange(m_skipped, 0); // without a result nobody would be told: it stays for the next one
     }
-    skipped = std::exchange(m_skipped, 0);
     if (m_outputQueue.empty()) {
         m_resultSignal.Reset();
         if (m_exceptionRaised) { // which it must go on to show
@@ -539,14 +584,14 @@ std::uint64_t CGrabEngine::GetNumEmptyBuffers() const {
 
 std::uint64_t CGrabEngine::GetOutputQueueSize() const {
     GenICam::AutoLock lock(m_queueLock);
-    return m_isQueueInUse ? m_outputQueue.capacity() : m_outputQueueSize;
+    return m_isQueueInUse ? m_capacity : m_outputQueueSize;
 }
 
 void CGrabEngine::SetOutputQueueSize(std::uint64_t size) {
     boost::circular_buffer<CQueueEntry> former; // let go after the lock
     GenICam::AutoLock lock(m_queueLock);
     if (m_isQueueInUse) {
-        former.set_capacity(size);
+        former.set_capacity(std::min(size, m_maxBuffers)); // m_maxBuffers stands while the queue is in use
         const std::uint64_t left = std::min<std::uint64_t>(m_outputQueue.size(), size);
         if (size < m_outputQueue.size()) {
             m_skipped += m_outputQueue.size() - size;
@@ -554,6 +599,7 @@ void CGrabEngine::SetOutputQueueSize(std::uint64_t size) {
         std::move(m_outputQueue.end() - static_cast<std::ptrdiff_t>(left), m_outputQueue.end(),
                   std::back_inserter(former));
         m_outputQueue.swap(former);
+        m_capacity = size;
     }
     m_outputQueueSize = size;
 }
@@ -604,9 +650,9 @@ void CGrabEngine::StoreException(const GenICam::GenericException& exception) noe
 }
 
 void CGrabEngine::SignalFailure() noexcept {
-    const auto guarded = [](auto&& signal) { // one that cannot be signaled must not keep the other from it
-        RunLogged(CameraLogCategory(), "Exception caught while signaling the failure of the grab engine, msg='%s'",
-                  "Unknown exception caught while signaling the failure of the grab engine.", signal);
+    const auto guarded = [this](auto&& signal) { // one that cannot be signaled must not keep the other from it
+        RunLogged(CameraLogCategory(), "Camera %s: Cannot signal the failure of the grab engine, msg='%s'",
+                  "Camera %s: Cannot signal the failure of the grab engine.", signal, m_cameraName.c_str());
     };
     guarded([this] { m_end->SignalFailure(); });
     guarded([this] { m_resultSignal.Signal(); });

@@ -20,6 +20,7 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <string>
 #include <utility>
 
 namespace Zelmo {
@@ -74,14 +75,16 @@ public:
 
     bool IsGrabbing() const noexcept { return m_isGrabbing.load(); } ///< From the start until the stop is done.
 
-    /// With GrabStrategy_UpcomingImage: the buffer that was asked for comes back, and whatever stood in the queue is
-    /// dropped. Else nothing. @throws GenICam::RuntimeException when the buffer does not come back within 5 s.
+    /// With GrabStrategy_UpcomingImage: the buffer that was asked for comes back, and whatever stands in the queue is
+    /// dropped and counted as skipped. Else nothing.
+    /// @throws GenICam::RuntimeException when the buffer does not come back within 5 s.
     void CancelUpcomingImage();
-    void RequestBuffer(); ///< With GrabStrategy_UpcomingImage: asks for an image.
+    /// With GrabStrategy_UpcomingImage: asks for an image, once what an earlier request has left is taken back: its
+    /// result would be older than this call. @throws as CancelUpcomingImage.
+    void RequestBuffer();
 
-    void ClearOutputQueue();
-    /// Takes the oldest result. Reads and clears the count of skipped ones in any case; resets the result object when
-    /// the queue is empty then and the engine has not failed. @return false, with @p entry as it was, when there is
+    /// Takes the oldest result and with it the count of those that were skipped before. Resets the result object when
+    /// the queue is empty then and the engine has not failed. @return false, with both as they were, when there is
     /// none.
     bool TryTake(CQueueEntry& entry, std::uint64_t& skipped);
 
@@ -103,6 +106,9 @@ public:
     std::uint64_t GetOutputQueueSize() const;
     void SetOutputQueueSize(std::uint64_t size); ///< At once; results that do not fit are lost, the oldest first.
 
+    /// Between sessions: what log lines of our own words call the camera, the serial number.
+    void SetCameraName(std::string name) { m_cameraName = std::move(name); }
+
     /// For the next session. @p factory null: memory from the heap.
     void SetBufferFactory(std::shared_ptr<IBufferFactory> factory) { m_bufferFactory = std::move(factory); }
 
@@ -115,6 +121,7 @@ private:
     // StartEngine, step by step
     void CheckStartable(const IStreamGrabber* grabber) const;
     void PrepareQueue();
+    void ClearOutputQueue();
     void ForgetException();
     std::uint64_t GetPayloadSize(std::uint64_t deviceSize) const;
     void WriteGrabberValue(const char* name, std::uint64_t value) const;
@@ -136,10 +143,14 @@ private:
     void MoveResultToQueue();
     bool RetrieveResult(CQueueEntry& entry);
     void Append(CQueueEntry& entry);
+    bool IsImage(const CQueueEntry& entry) const noexcept;
 
     // feeding the grabber; the buffer lock is held
     bool CanQueueBuffer() const noexcept;
-    bool TakeBackRequest();
+    void TakeBackRequest();
+    void MeetRequest();
+    bool IsAnythingOnItsWay() const noexcept;
+    void DropResults();
     void QueueFreeBuffers();
     bool QueueOneBuffer();
     void RegisterBuffer(CBufferData& buffer);
@@ -154,6 +165,7 @@ private:
     void SignalFailure() noexcept;
 
     const CInstantCamera* const m_camera;
+    std::string m_cameraName;
     IGrabEngineObserver& m_observer;
     const GenICam::GenericException m_outOfMemory; // where no memory is left to build another one
 
@@ -182,12 +194,14 @@ private:
     std::shared_ptr<CSessionEnd> m_end = std::make_shared<CSessionEnd>(); // of the session; its stop object
     CGrabSignal m_resultSignal;
     WaitObjects m_cancelWaitSet;            // stop, result; of the session
-    std::atomic<bool> m_imageWanted{false}; // with GrabStrategy_UpcomingImage: asked for and not queued yet
+    std::atomic<bool> m_imageWanted{false}; // with GrabStrategy_UpcomingImage: asked for, and no buffer queued for it
 
     mutable GenICam::CLock m_queueLock;
     boost::circular_buffer<CQueueEntry> m_outputQueue GENICAM_GUARDED_BY(m_queueLock);
     bool m_isQueueInUse GENICAM_GUARDED_BY(m_queueLock) = false; // a session runs
-    std::uint64_t m_skipped GENICAM_GUARDED_BY(m_queueLock) = 0; // since the last retrieval
+    std::uint64_t
+        m_capacity GENICAM_GUARDED_BY(m_queueLock) = 0; // as asked for; places for more than all buffers are none
+    std::uint64_t m_skipped GENICAM_GUARDED_BY(m_queueLock) = 0; // since the last result that was taken
     std::uint64_t m_outputQueueSize GENICAM_GUARDED_BY(m_queueLock) = 5;
     std::uint64_t m_delivered GENICAM_GUARDED_BY(m_queueLock) = 0; // over all sessions
 

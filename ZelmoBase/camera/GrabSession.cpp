@@ -33,6 +33,7 @@ void CGrabSession::Start(IStreamGrabber* grabber, const CGrabSettings& settings)
         throw RUNTIME_EXCEPTION("Grabbing has already been started.");
     }
     m_settings = settings;
+    m_engine.SetCameraName(settings.cameraName);
     m_imagesLeft = settings.maxImages;
     m_imageNumber = 0;
     m_countLimitActive = settings.maxImages != 0;

@@ -15,6 +15,7 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <string>
 
 namespace Zelmo {
 
@@ -32,6 +33,7 @@ struct CGrabSettings {
     int priority = 25;             // of the engine thread
     bool clearBuffers = false;
     long cameraContext = 0;
+    std::string cameraName{}; // in the log: the serial number
 };
 
 /// What a session needs of the object around it. All but CreateGrabResultData come on the thread that retrieves, with

@@ -33,10 +33,9 @@ protected:
     Frames Take() {
         Frames frames;
         CQueueEntry entry;
-        for (m_skipped = 0; m_engine.TryTake(entry, m_lost); m_skipped += m_lost, entry = {}) {
+        for (m_skipped = 0; m_engine.TryTake(entry, m_lost); m_skipped += std::exchange(m_lost, 0), entry = {}) {
             frames.push_back(static_cast<int>(entry.blockId));
         }
-        m_skipped += m_lost;
         return frames;
     }
     std::string Stored() const { return m_engine.GetException().GetDescription(); }
@@ -62,7 +61,7 @@ TEST_P(GrabStrategyTest, KeepsTheLatestThatHavePlaceAndCountsTheOthersAsSkipped)
     const auto& [strategy, size, capacity, delivered, kept] = GetParam();
     const bool limited = strategy == GrabStrategy_OneByOne;
     m_engine.SetOutputQueueSize(size);
-    m_grabber.SetScript("Frame:2:fail"); // which counts like any other
+    m_grabber.SetScript("Frame:2:fail;RetrieveResult:1:false"); // one that failed counts; one look in vain is none
     Start({strategy, 10, 50, /*limit*/ 4});
     EXPECT_EQ(m_engine.GetOutputQueueSize(), capacity);
     m_grabber.Deliver(delivered);
@@ -70,11 +69,11 @@ TEST_P(GrabStrategyTest, KeepsTheLatestThatHavePlaceAndCountsTheOthersAsSkipped)
     EXPECT_TRUE(m_engine.GetResultObject().Wait(10000));
     EXPECT_EQ(m_engine.GetNumEmptyBuffers(), (limited ? 6 : 0));
     EXPECT_EQ(Take(), kept);
-    EXPECT_EQ(m_skipped, delivered - kept.size());
+    EXPECT_EQ(m_skipped, kept.empty() ? 0 : delivered - kept.size()); // told with a result only
     EXPECT_FALSE(m_engine.GetResultObject().Wait(0));
     EXPECT_EQ(m_grabber.Calls(EOperation::QueueBuffer), limited ? 4U : 10 + delivered);
     m_grabber.SignalWaitObject(); // for nothing
-    EXPECT_TRUE(Eventually([this, n = delivered + 1] { return m_grabber.Calls(EOperation::RetrieveResult) == n; }));
+    EXPECT_TRUE(Eventually([this, n = delivered + 2] { return m_grabber.Calls(EOperation::RetrieveResult) == n; }));
     EXPECT_TRUE(Eventually([&] { return m_countReached == (limited ? 2 : 0); }));
     EXPECT_FALSE(m_engine.IsExceptionRaised());
     m_engine.StopEngine();
@@ -85,6 +84,7 @@ INSTANTIATE_TEST_SUITE_P(All, GrabStrategyTest,
                          testing::Values(Discipline{GrabStrategy_OneByOne, 2, 10, 4, {0, 1, 2, 3}},
                                          Discipline{GrabStrategy_LatestImageOnly, 5, 1, 3, {2}},
                                          Discipline{GrabStrategy_LatestImages, 5, 5, 7, {2, 3, 4, 5, 6}},
+                                         Discipline{GrabStrategy_LatestImages, ~0ULL, ~0ULL, 4, {0, 1, 2, 3}},
                                          Discipline{GrabStrategy_LatestImages, 0, 0, 3, {}}));
 
 TEST_F(GrabEngineTest, QueueSizeChangesAtOnceAndLosesTheOldest) {
@@ -102,7 +102,11 @@ TEST_F(GrabEngineTest, QueueSizeChangesAtOnceAndLosesTheOldest) {
     m_engine.SetOutputQueueSize(0);
     m_grabber.Deliver(3);
     EXPECT_TRUE(Settles(0, 10));
-    EXPECT_TRUE(Take().empty());
+    EXPECT_TRUE(Take().empty()); // and the count of what is lost waits for the next one
+    m_engine.SetOutputQueueSize(1);
+    m_grabber.Deliver();
+    EXPECT_TRUE(Settles(1, 9));
+    EXPECT_EQ(Take(), Frames{11});
     EXPECT_EQ(m_skipped, 5U);
 }
 
@@ -148,6 +152,7 @@ TEST_F(GrabEngineTest, PayloadSizeOfTheDeviceStandsInAndBuffersAreCleared) {
 }
 
 TEST_F(GrabEngineTest, RefusedStartSaysWhy) {
+    m_engine.SetCameraName("S1");
     for (const auto& [script, text] : std::vector<std::pair<const char*, const char*>>{
              {"IsOpen:1:true", "The stream grabber of the attached device is already open. It might already being used "
                                "for grabbing."},
@@ -157,6 +162,7 @@ TEST_F(GrabEngineTest, RefusedStartSaysWhy) {
         m_grabber.SetScript(script);
         EXPECT_EQ(Fakes::FailureOf<GenICam::GenericException>([&] { Start(); }), text);
     }
+    EXPECT_EQ(m_log.Errors("Camera S1: Setting stream grabber value 'MaxBufferSize' to 1024 failed, msg="), 1U);
     RunPlainSession();
     Start();
     EXPECT_EQ(Fakes::FailureOf([&] { Start(); }), "Grabbing has already been started.");
@@ -208,7 +214,7 @@ TEST_F(GrabEngineTest, FailureIsStoredAndShownUntilTheStop) {
               "Exception caught in grab engine thread, msg=RetrieveResult" + failed},
              {"RetrieveResult:1:throw-int", "Unknown exception caught in grab engine thread",
               "Unknown exception caught in grab engine thread."},
-             {"RetrieveResult:1:false", genicam + unread, unread},
+             {"RetrieveResult:1:false;RetrieveResult:2:false", genicam + unread, unread},
              {"RetrieveResult:1:stray", genicam + kForeign, kForeign},
              {"RetrieveResult:2:again", genicam + kForeign, kForeign},
              {"QueueBuffer:11:throw-runtime", "", "QueueBuffer" + failed},

@@ -203,6 +203,35 @@ TEST_F(GrabSessionTest, RequestForAnUpcomingImageEndsWithItsCallAndItsSession) {
     }
 }
 
+TEST_F(GrabSessionTest, WhatAnEarlierCallHasLeftIsNoUpcomingImage) {
+    Start({.strategy = GrabStrategy_UpcomingImage, .maxNumBuffer = 3, .maxNumQueuedBuffer = 1, .maxNumGrabResults = 1});
+    auto first = Waiter();
+    ASSERT_TRUE(m_grabber.WaitForQueued(1));
+    m_grabber.Deliver(2);
+    EXPECT_EQ(first.get(), (Numbers{1, 1, 0, 0}));
+    auto refused = std::async(std::launch::async, [this] { return Failure(kPatience); }); // there is but one record
+    ASSERT_TRUE(m_grabber.WaitForQueued(1));
+    m_grabber.Deliver();
+    EXPECT_THAT(refused.get(), testing::StartsWith("Cannot retrieve grab result."));
+    Engine().RequestBuffer(); // as of a call that ended by a failure of its wait
+    ASSERT_TRUE(m_grabber.WaitForQueued(1));
+    m_waitersResult.Release();
+    auto next = Waiter();
+    EXPECT_GE(m_grabber.Account().canceled, 1U);
+    ASSERT_TRUE(m_grabber.WaitForQueued(1)); // no more than one, as promised: the grabber would complain
+    m_grabber.Deliver();
+    EXPECT_EQ(next.get(), (Numbers{2, 3, 1, 3}));
+}
+
+TEST_F(GrabSessionTest, BufferThatComesHomeDuringTheWaitIsUsedForTheUpcomingImage) {
+    m_grabber.SetScript("source=free");
+    Start({GrabStrategy_UpcomingImage, 0, 1});
+    ASSERT_TRUE(Retrieve());
+    auto waiter = Waiter();
+    m_result.Release();
+    EXPECT_EQ(waiter.get(), (Numbers{2, 2, 0, 1}));
+}
+
 TEST_F(GrabSessionTest, UpcomingImageNeverBeganBeforeTheCall) {
     m_grabber.SetScript("source=3000;size=32x1");
     Start({GrabStrategy_UpcomingImage, 0, 3});
