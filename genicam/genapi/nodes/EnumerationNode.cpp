@@ -5,6 +5,7 @@
 #include "genicam/genapi/nodes/IntegerBase.h"
 #include "genicam/genapi/nodes/NodeError.h"
 
+#include <algorithm>
 #include <cinttypes>
 #include <cmath>
 
@@ -73,15 +74,16 @@ void EnumerationNode::BindProperty(const Property& property) {
 
 EAccessMode EnumerationNode::OwnMode() {
     EvaluationGuard::Spend(*this, m_entries.size() / 8);
+    const EAccessMode value = m_target != nullptr ? m_target->Mode() : RW;
     EAccessMode best = NI;
     for (EnumEntryNode* entry : m_entries) {
         const EAccessMode mode = entry->Mode();
         if (IsAvailable(mode)) {
-            return m_target != nullptr ? m_target->Mode() : RW;
+            return value;
         }
         best = mode == NA ? NA : best;
     }
-    return best;
+    return Combine(value, best);
 }
 
 bool EnumerationNode::IsOwnModeCacheable() {
@@ -105,13 +107,42 @@ EnumEntryNode* EnumerationNode::FindSymbolic(std::string_view symbolic) const no
     return nullptr;
 }
 
-EnumEntryNode* EnumerationNode::FindValue(std::int64_t value) const noexcept {
-    for (EnumEntryNode* entry : m_entries) {
-        if (entry->Value() == value) {
-            return entry;
+bool EnumerationNode::HasSharedValues() {
+    if (m_hasSharedValues == _UndefinedYesNo) {
+        std::vector<std::int64_t> values;
+        for (EnumEntryNode* entry : m_entries) {
+            values.push_back(entry->Value());
         }
+        std::sort(values.begin(), values.end());
+        const bool isShared = std::adjacent_find(values.begin(), values.end()) != values.end();
+        m_hasSharedValues = static_cast<std::uint8_t>(isShared ? Yes : No);
     }
-    return nullptr;
+    return m_hasSharedValues == Yes;
+}
+
+/// Cameras ship a mode under its old and its new name, or two entries of which a model has one: what is read must be
+/// what can be written back, so availability decides before the order of the file.
+EnumEntryNode* EnumerationNode::FindValue(std::int64_t value) {
+    const auto next = [&](auto from) {
+        return std::find_if(from, m_entries.end(), [value](EnumEntryNode* entry) { return entry->Value() == value; });
+    };
+    const auto first = next(m_entries.begin());
+    if (first == m_entries.end()) {
+        return nullptr;
+    }
+    // modes are asked for only where they decide: they may cost reads of the device
+    if (!HasSharedValues() || next(first + 1) == m_entries.end()) {
+        return *first;
+    }
+    EnumEntryNode* implemented = nullptr;
+    for (auto entry = first; entry != m_entries.end(); entry = next(entry + 1)) {
+        const EAccessMode mode = (*entry)->Mode();
+        if (IsAvailable(mode)) {
+            return *entry;
+        }
+        implemented = implemented == nullptr && IsImplemented(mode) ? *entry : implemented;
+    }
+    return implemented != nullptr ? implemented : *first;
 }
 
 void EnumerationNode::GetSymbolics(StringList_t& Symbolics) {
@@ -164,6 +195,7 @@ IEnumEntry* EnumerationNode::GetEntryByName(const gcstring& Symbolic) {
 }
 
 IEnumEntry* EnumerationNode::GetEntry(const int64_t IntValue) {
+    const Call call(*this, "GetEntry");
     return FindValue(IntValue);
 }
 

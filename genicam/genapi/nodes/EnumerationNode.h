@@ -70,7 +70,9 @@ public:
     void OnPollingTime() override;
 
     EnumEntryNode* FindSymbolic(std::string_view symbolic) const noexcept; ///< null if there is none
-    EnumEntryNode* FindValue(std::int64_t value) const noexcept;           ///< null if there is none
+    /// The entry that a value stands for; of several that share it, one that can be chosen. @return null if there is
+    /// none.
+    EnumEntryNode* FindValue(std::int64_t value);
 
 protected:
     void BindProperty(const Property& property) override;
@@ -84,6 +86,7 @@ private:
     template <typename Read>
     auto ReadPublic(const char* method, Read&& read);
     std::int64_t ReadIntValue(ReadMode mode);
+    bool HasSharedValues();
     void WriteIntValue(std::int64_t value, bool verify);
     void WriteEntry(EnumEntryNode* entry, std::int64_t value, bool verify); ///< null: the value has none
     EnumEntryNode& CurrentEntry(ReadMode mode); ///< @throws GenICam::AccessException for a value without entry
@@ -94,6 +97,7 @@ private:
     std::int64_t m_value = 0;
     bool m_isBusy = false; // a self-clearing value was written and stands yet
     std::int64_t m_busyValue = 0;
+    std::uint8_t m_hasSharedValues = _UndefinedYesNo; // until computed
 };
 
 } // namespace GenApi

@@ -4,6 +4,8 @@
 #include "genicam/genapi/nodes/TextForms.h"
 
 #include <GenApi/IBoolean.h>
+#include <GenApi/IEnumEntry.h>
+#include <GenApi/IEnumeration.h>
 #include <GenApi/IFloat.h>
 #include <GenApi/IInteger.h>
 
@@ -62,6 +64,11 @@ bool HasValue(IValue& feature, std::string_view text) {
     }
     case intfIBoolean:
         return ParseBoolean(text) == dynamic_cast<IBoolean&>(feature).GetValue(false, true);
+    case intfIEnumeration: { // entries may share a value
+        auto& enumeration = dynamic_cast<IEnumeration&>(feature);
+        IEnumEntry* const entry = enumeration.GetEntryByName(gcstring(text));
+        return entry != nullptr && entry->GetValue() == enumeration.GetIntValue(false, true);
+    }
     case intfIRegister:
         return ParseBytes(text) == ParseBytes(feature.ToString(false, true).view());
     default:

@@ -170,7 +170,8 @@ TEST_F(AccessModeTest, AnEnumerationNeedsAnEntryThatCanBeChosen) {
     Load(Value("HasA", 1) + Value("HasB", 1) + Value("CanB", 1) + "<Enumeration Name=\"E\">" +
          Entry("A", 0, "<pIsImplemented>HasA</pIsImplemented>") +
          Entry("B", 1, "<pIsImplemented>HasB</pIsImplemented><pIsAvailable>CanB</pIsAvailable>") +
-         "<Value>0</Value></Enumeration>");
+         "<Value>0</Value></Enumeration>" + Value("V", 1, "<pIsImplemented>HasB</pIsImplemented>") +
+         Above("Enumeration", "Over", "V", Entry("C", 1, "<pIsAvailable>CanB</pIsAvailable>")));
     EXPECT_EQ(Mode("E"), RW);
     EXPECT_EQ(Mode("EnumEntry_E_B"), RO);
     Int("HasA").SetValue(0);
@@ -178,8 +179,10 @@ TEST_F(AccessModeTest, AnEnumerationNeedsAnEntryThatCanBeChosen) {
     Int("CanB").SetValue(0);
     EXPECT_EQ(Mode("EnumEntry_E_B"), NA);
     EXPECT_EQ(Mode("E"), NA) << "one is there, none can be chosen";
+    EXPECT_EQ(Mode("Over"), NA);
     Int("HasB").SetValue(0);
     EXPECT_EQ(Mode("E"), NI);
+    EXPECT_EQ(Mode("Over"), NI) << "the value is not there at all";
     Int("HasA").SetValue(1);
     EXPECT_EQ(Mode("E"), RW);
 }

@@ -73,6 +73,31 @@ TEST_F(EnumerationTest, ValuesAreRefusedByWhatTheyAre) {
     EXPECT_THAT(Failure([this] { Text("E"); }), HasSubstr("'E' has no entry for its value 7"));
 }
 
+TEST_F(EnumerationTest, OfEntriesThatShareAValueTheOneThatCanBeChosenIsMeant) {
+    Load(Node("Category", "Root", "<pFeature>E</pFeature>") + Value("HasGlobal") + Value("CanRolling", 1) +
+         Enumeration("E", Entry("Off", 0) + Entry("Global", 1, "<pIsImplemented>HasGlobal</pIsImplemented>") +
+                              Entry("Rolling", 1, "<pIsAvailable>CanRolling</pIsAvailable>") +
+                              "<Value>1</Value><Streamable>Yes</Streamable>"));
+    EXPECT_EQ(Text("E"), "Rolling");
+    EXPECT_EQ(Enum("E").GetCurrentEntry(), Enum("E").GetEntryByName("Rolling"));
+    EXPECT_EQ(Enum("E").GetEntry(1), Enum("E").GetCurrentEntry());
+    EXPECT_NO_THROW(Enum("E").SetIntValue(Enum("E").GetIntValue()));
+    EXPECT_NO_THROW(Enum("E") = *Enum("E"));
+    EXPECT_THROW(Enum("E") = "Global", GenICam::AccessException);
+    CFeatureBag bag;
+    EXPECT_EQ(bag.StoreToBag(Map.get()), 1);
+    EXPECT_TRUE(bag.LoadFromBag(Map.get()));
+    Int("CanRolling").SetValue(0);
+    EXPECT_EQ(Text("E"), "Rolling") << "one that is there, rather than one that is not";
+    Int("CanRolling").SetValue(1);
+    Int("HasGlobal").SetValue(1);
+    EXPECT_EQ(Text("E"), "Global") << "the first of two that can be chosen";
+    EXPECT_TRUE(bag.LoadFromBag(Map.get())) << "the other name is the same value";
+    Int("CanRolling").SetValue(0);
+    Int("HasGlobal").SetValue(0);
+    EXPECT_THROW(Enum("E").SetIntValue(1), GenICam::AccessException);
+}
+
 TEST_F(EnumerationTest, TheValueMayBeThatOfAnotherNode) {
     Load(Node("IntReg", "R", Place(0, 4)) + Enumeration("E", Entry("A", 0) + Entry("B", 1) + "<pValue>R</pValue>"));
     As<IValue>("E").FromString("B");
