@@ -6,6 +6,8 @@
 namespace GenApi {
 
 CNodeMapHolder::CNodeMapHolder(const gcstring& DeviceName) : m_deviceName(DeviceName) {}
+CNodeMapHolder::CNodeMapHolder(INodeMap* pNodeMap)
+    : m_deviceName("Device"), m_nodeMap(std::shared_ptr<INodeMap>(), pNodeMap) {} // an owner of nothing
 
 bool CNodeMapHolder::IsSet() const noexcept {
     return m_nodeMap != nullptr;
@@ -40,8 +42,16 @@ void CNodeMapHolder::Reset() noexcept {
     m_nodeMap.reset();
 }
 
-const gcstring& CNodeMapHolder::GetDeviceName() const noexcept {
-    return m_deviceName;
+gcstring CNodeMapHolder::GetDeviceName() const {
+    return m_nodeMap ? m_nodeMap->GetDeviceName() : m_deviceName;
+}
+
+IDeviceInfo& CNodeMapHolder::Device() const {
+    auto* const info = dynamic_cast<IDeviceInfo*>(&Checked());
+    if (!info) {
+        throw DYNAMICCAST_EXCEPTION("The node map tells nothing of its device");
+    }
+    return *info;
 }
 
 } // namespace GenApi

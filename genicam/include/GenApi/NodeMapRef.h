@@ -2,6 +2,7 @@
 #pragma once
 
 #include <GenApi/IDestroy.h>
+#include <GenApi/IDeviceInfo.h>
 #include <GenApi/INodeMap.h>
 #include <GenApi/NodeMapFactory.h>
 
@@ -23,6 +24,7 @@ protected:
 class GENICAM_API CNodeMapHolder {
 public:
     explicit CNodeMapHolder(const gcstring& DeviceName);
+    explicit CNodeMapHolder(INodeMap* pNodeMap); ///< Borrows the map, which may be null.
 
     bool IsSet() const noexcept;
     INodeMap* Get() const noexcept;             ///< Null as long as nothing is loaded.
@@ -30,21 +32,24 @@ public:
     INodeMap* Create(CNodeMapFactory& Factory); ///< @throws GenICam::RuntimeException when there is a map already.
     INodeMap* Create(CNodeMapFactory& Factory, CNodeMapFactory& Injection);
     void Reset() noexcept;
-    const gcstring& GetDeviceName() const noexcept;
+    gcstring GetDeviceName() const; ///< That of the map; as long as nothing is loaded, of the one to come.
+    IDeviceInfo& Device() const; ///< What the map tells of its device. @throws GenICam::AccessException as Checked().
 
 private:
     gcstring m_deviceName;
     std::shared_ptr<INodeMap> m_nodeMap;
 };
 
-/// Holds a node map and, through its base @p TCameraParams, the features of a camera class. Copies share the map, which
-/// is destroyed with the last of them.
+/// Holds a node map and, through its base @p TCameraParams, the features of a camera class. Copies share the map. One
+/// that was loaded is destroyed with the last of them; one that was given belongs to who gave it, such as a camera, and
+/// must outlive them.
 /// @throws GenICam::RuntimeException "Node map already created" when loading twice, and as CNodeMapFactory does;
 /// @throws GenICam::AccessException  "Feature not present (reference not valid)" when used before loading.
 template <class TCameraParams>
 class CNodeMapRefT : public TCameraParams {
 public:
     explicit CNodeMapRefT(const gcstring& DeviceName = "Device") : m_holder(DeviceName) {}
+    explicit CNodeMapRefT(INodeMap* pNodeMap) : m_holder(pNodeMap) { InitializeIfSet(); } ///< Null: nothing is loaded.
     CNodeMapRefT(const CNodeMapRefT& other) : TCameraParams(), m_holder(other.m_holder) { InitializeIfSet(); }
     CNodeMapRefT& operator=(const CNodeMapRefT& other) {
         m_holder = other.m_holder;
@@ -79,6 +84,25 @@ public:
     void _InvalidateNodes() const { m_holder.Checked().InvalidateNodes(); }
     void _Poll(int64_t ElapsedTime) { m_holder.Checked().Poll(ElapsedTime); }
     gcstring _GetDeviceName() const { return m_holder.GetDeviceName(); }
+    CLock& _GetLock() const { return m_holder.Checked().GetLock(); }
+    uint64_t _GetNumNodes() const { return m_holder.Checked().GetNumNodes(); }
+    bool _ParseSwissKnifes(gcstring_vector* pErrorList = nullptr) const {
+        return m_holder.Checked().ParseSwissKnifes(pErrorList);
+    }
+
+    /// What the description says of the device and of itself; see IDeviceInfo.
+    gcstring _GetModelName() const { return m_holder.Device().GetModelName(); }
+    gcstring _GetVendorName() const { return m_holder.Device().GetVendorName(); }
+    gcstring _GetToolTip() const { return m_holder.Device().GetToolTip(); }
+    gcstring _GetStandardNameSpace() const { return m_holder.Device().GetStandardNameSpace(); }
+    void _GetGenApiVersion(Version_t& Version, uint16_t& Build) const {
+        m_holder.Device().GetGenApiVersion(Version, Build);
+    }
+    void _GetSchemaVersion(Version_t& Version) const { m_holder.Device().GetSchemaVersion(Version); }
+    void _GetDeviceVersion(Version_t& Version) const { m_holder.Device().GetDeviceVersion(Version); }
+    gcstring _GetProductGuid() const { return m_holder.Device().GetProductGuid(); }
+    gcstring _GetVersionGuid() const { return m_holder.Device().GetVersionGuid(); }
+
     /// Lets go of the map; nothing happens without one. The features that the camera class fetched from it lead nowhere
     /// then, until the next description is loaded.
     void _Destroy() { m_holder.Reset(); }

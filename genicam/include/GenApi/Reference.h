@@ -176,25 +176,31 @@ public:
 template <typename E>
 class CEnumerationTRef : public CEnumerationRef, public IEnumReference {
 public:
-    void SetNumEnums(int NumEnums) override { m_values.assign(CheckedIndex(NumEnums), std::nullopt); }
+    void SetNumEnums(int NumEnums) override { m_enumerators.assign(CheckedIndex(NumEnums), std::nullopt); }
     void SetEnumReference(int Index, const gcstring& Name) override {
         const std::size_t index = CheckedIndex(Index);
-        if (index >= m_values.size()) {
-            m_values.resize(index + 1);
+        if (index >= m_enumerators.size()) {
+            m_enumerators.resize(index + 1);
         }
         IEnumEntry* const entry = IsValid() ? GetEntryByName(Name) : nullptr;
-        m_values[index] = entry ? std::optional(entry->GetValue()) : std::nullopt;
+        m_enumerators[index] = entry ? std::optional(Enumerator{entry, entry->GetValue()}) : std::nullopt;
     }
 
     void SetValue(E Value, bool Verify = true) { SetIntValue(NumberOf(Value), Verify); }
     E GetValue(bool Verify = false, bool IgnoreCache = false) {
-        const int64_t value = GetIntValue(Verify, IgnoreCache);
-        for (std::size_t index = 0; index < m_values.size(); ++index) {
-            if (m_values[index] == value) {
-                return static_cast<E>(index);
+        IEnumEntry* const current = GetCurrentEntry(Verify, IgnoreCache);
+        std::optional<E> found; // entries may share a value: the current one comes first
+        for (std::size_t index = 0; current && index < m_enumerators.size(); ++index) {
+            const std::optional<Enumerator>& each = m_enumerators[index];
+            if (each && each->Value == current->GetValue() && (!found || each->Entry == current)) {
+                found = static_cast<E>(index);
             }
         }
-        throw INVALID_ARGUMENT_EXCEPTION("No enumerator stands for the value %lld", static_cast<long long>(value));
+        if (!found) {
+            throw INVALID_ARGUMENT_EXCEPTION("No enumerator stands for the value %lld",
+                                             static_cast<long long>(GetIntValue()));
+        }
+        return *found;
     }
     CEnumerationTRef& operator=(E Value) {
         SetValue(Value);
@@ -206,6 +212,10 @@ public:
     using CEnumerationRef::GetEntry;
 
 private:
+    struct Enumerator {
+        const IEnumEntry* Entry; // only compared
+        int64_t Value;
+    };
     static std::size_t CheckedIndex(int index) {
         constexpr int limit = 0x10000;
         if (index < 0 || index > limit) {
@@ -216,13 +226,13 @@ private:
     int64_t NumberOf(E value) const {
         (void)Ref();
         const auto index = static_cast<std::size_t>(value);
-        if (index >= m_values.size() || !m_values[index]) {
+        if (index >= m_enumerators.size() || !m_enumerators[index]) {
             throw INVALID_ARGUMENT_EXCEPTION("The feature has no entry for the enumerator %zu", index);
         }
-        return *m_values[index];
+        return m_enumerators[index]->Value;
     }
 
-    std::vector<std::optional<int64_t>> m_values; // of the entries, by enumerator; nothing where there is none
+    std::vector<std::optional<Enumerator>> m_enumerators; // nothing where there is no entry
 };
 
 class CPortRef : public CBaseRef<IPort> {

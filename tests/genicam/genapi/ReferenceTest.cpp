@@ -27,7 +27,35 @@ TEST(NodeMapRefTest, GivesTheCameraClassItsFeaturesAndHoldsOneMap) {
     EXPECT_THROW(copy._LoadXMLFromString("<x/>"), GenICam::RuntimeException);
 }
 
-enum EMode { Mode_Off, Mode_On, Mode_Auto };
+TEST(NodeMapRefTest, AsksAMapThatBelongsToAnother) {
+    const tests::MapPtr map =
+        tests::MakeMap(tests::Value("Width", 640) + Node("IntSwissKnife", "S", "<Formula>1+</Formula>"));
+    EXPECT_THROW(CNodeMapRef(static_cast<INodeMap*>(nullptr))._GetModelName(), GenICam::AccessException);
+    {
+        CNodeMapRefT<CameraClass> camera(map.get());
+        EXPECT_EQ(camera.Width.GetNode(), map->GetNode("Width"));
+        EXPECT_EQ(&camera._GetLock(), &map->GetLock());
+        EXPECT_EQ(camera._GetNumNodes(), 2u);
+        gcstring_vector errors;
+        EXPECT_FALSE(camera._ParseSwissKnifes(&errors));
+        EXPECT_EQ(errors.size(), 1u);
+        EXPECT_EQ(camera._GetVendorName() + camera._GetModelName() + camera._GetToolTip() +
+                      camera._GetStandardNameSpace() + camera._GetDeviceName(),
+                  "VendorModelNoneDevice");
+        Version_t version{}, ours{};
+        uint16_t build = 0;
+        camera._GetSchemaVersion(version);
+        EXPECT_EQ(version, (Version_t{1, 1, 0}));
+        camera._GetDeviceVersion(version);
+        EXPECT_EQ(version, (Version_t{1, 2, 3}));
+        camera._GetGenApiVersion(ours, build);
+        EXPECT_GT(ours.Major, 0);
+        EXPECT_NE(camera._GetProductGuid(), camera._GetVersionGuid());
+    }
+    EXPECT_EQ(map->GetNumNodes(), 2u) << "the map stays with its owner";
+}
+
+enum EMode { Mode_Off, Mode_Dim, Mode_On, Mode_Auto };
 
 class ReferenceTest : public tests::MapTest {};
 
@@ -37,8 +65,11 @@ TEST_F(ReferenceTest, ForwardsToWhatItRefersToAndRaisesBefore) {
          Node("String", "Name", "<Value>a</Value>") + Node("Register", "Lut", tests::Place(8, 4)) +
          tests::Above("Command", "Go", "Width", "<CommandValue>7</CommandValue>") +
          Node("Enumeration", "Mode",
-              Node("EnumEntry", "Off", "<Value>10</Value>") + Node("EnumEntry", "On", "<Value>20</Value>") +
-                  Node("EnumEntry", "New", "<Value>30</Value>") + "<Value>10</Value>"));
+              Node("EnumEntry", "Off", "<Value>10</Value>") +
+                  Node("EnumEntry", "Dim", "<pIsImplemented>Never</pIsImplemented><Value>20</Value>") +
+                  Node("EnumEntry", "On", "<Value>20</Value>") + Node("EnumEntry", "New", "<Value>30</Value>") +
+                  "<Value>10</Value>") +
+         tests::Value("Never"));
     CIntegerRef width;
     CFloatRef gain;
     CBooleanRef flip;
@@ -52,8 +83,9 @@ TEST_F(ReferenceTest, ForwardsToWhatItRefersToAndRaisesBefore) {
     uint8_t bytes[4] = {1, 2, 3, 4};
     FeatureList_t features;
     const auto modeOn = [&] {
-        for (const int index : {0, 1, 2}) {
-            mode.SetEnumReference(index, index == 0 ? "Off" : index == 1 ? "On" : "Auto");
+        int index = 0;
+        for (const char* const entry : {"Off", "Dim", "On", "Auto"}) {
+            mode.SetEnumReference(index++, entry);
         }
         mode = Mode_On;
     };
