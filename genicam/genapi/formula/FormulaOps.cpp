@@ -102,10 +102,12 @@ double RoundToDigits(double value, double digits) {
     return std::isfinite(scaled) ? std::round(scaled) / factor : value; // too large to have such digits
 }
 
+/// An overflow is infinite, as that of a product; a root of what has none is no number.
 double Power(double base, double exponent) {
+    RefuseZeroDivisor(base == 0 && exponent < 0);
     const double result = std::pow(base, exponent);
-    if (!std::isfinite(result) && std::isfinite(base) && std::isfinite(exponent)) {
-        throw RUNTIME_EXCEPTION("The result of %g ** %g is not a finite number", base, exponent);
+    if (std::isnan(result) && !std::isnan(base) && !std::isnan(exponent)) {
+        throw RUNTIME_EXCEPTION("The result of %g ** %g is not a number", base, exponent);
     }
     return result;
 }
@@ -163,7 +165,7 @@ double Apply(EFormulaOp op, double value) {
     case EFormulaOp::Atan:
         return std::atan(value);
     case EFormulaOp::Exp:
-        return Finite(std::exp(value), value);
+        return std::exp(value);
     case EFormulaOp::Ln:
         return Finite(std::log(value), value);
     case EFormulaOp::Lg:

@@ -110,7 +110,9 @@ INSTANTIATE_TEST_SUITE_P(
                     Both("2-3", -1), Both("- - -5", -5), Both("+7", 7), Vector{"2**-1", 0, 0.5}, Both("(-1)**-3", -1),
                     Both(" 1\t+\n2\r", 3), Both("((((1))))", 1), Vector{"4/(20/10000)", std::nullopt, 2000},
                     Vector{"1/0", std::nullopt, std::nullopt}, Vector{"5%0", std::nullopt, std::nullopt},
-                    Vector{"0**-1", std::nullopt, std::nullopt}));
+                    Vector{"0**-1", std::nullopt, std::nullopt}, Vector{"10**400", 0, std::nullopt},
+                    Vector{"1/10**400", std::nullopt, 0}, Vector{"1/EXP(1000)", std::nullopt, 0},
+                    Vector{"(0-8)**0.5", std::nullopt, std::nullopt}));
 
 INSTANTIATE_TEST_SUITE_P(Bits, FormulaVectorTest,
                          testing::Values(Both("~255", -256), Both("3 ^ 1", 2), Both("16>>4", 1), Both("-16>>2", -4),
