@@ -4,11 +4,7 @@
 #include <cstdint>
 #include <tuple>
 
-#define GC_INT8_MAX INT8_MAX
-#define GC_INT8_MIN INT8_MIN
 #define GC_UINT8_MAX UINT8_MAX
-#define GC_INT16_MAX INT16_MAX
-#define GC_INT16_MIN INT16_MIN
 #define GC_UINT16_MAX UINT16_MAX
 #define GC_INT32_MAX INT32_MAX
 #define GC_INT32_MIN INT32_MIN

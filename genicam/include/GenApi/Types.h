@@ -7,10 +7,6 @@
 
 #include <cstdint>
 
-#ifndef GENAPI_NAMESPACE
-#define GENAPI_NAMESPACE GenApi
-#endif
-
 /// Node maps: the features of a device, described by a file and reached through a port.
 /// The enumerations carry the names and numbers of the GenApi standard, schema 1.1.
 namespace GenApi {
