@@ -9,6 +9,18 @@
 
 namespace GenApi {
 
+namespace {
+
+/// Whether a limit says no more than the type does: the type itself, or 64-bit integers seen as floats.
+bool IsOfType(std::int64_t limit) noexcept {
+    return limit == std::numeric_limits<std::int64_t>::min() || limit == std::numeric_limits<std::int64_t>::max();
+}
+bool IsOfType(double limit) noexcept {
+    return std::fabs(limit) == std::numeric_limits<double>::max() || std::fabs(limit) == 0x1p63;
+}
+
+} // namespace
+
 template <typename Base, typename T>
 void ConverterOf<Base, T>::BindProperty(const Property& property) {
     switch (property.kind) {
@@ -68,8 +80,8 @@ T ConverterOf<Base, T>::Limit(bool wantsMin) {
     const T none = wantsMin ? lowest : highest;
     const T low = NumberOf<T>::Min(*m_target);
     const T high = NumberOf<T>::Max(*m_target);
-    const bool hasLow = low != lowest;
-    const bool hasHigh = high != highest;
+    const bool hasLow = !IsOfType(low);
+    const bool hasHigh = !IsOfType(high);
     if (m_slope == Varying || (!hasLow && !hasHigh)) {
         return none;
     }
@@ -102,7 +114,7 @@ bool ConverterOf<Base, T>::NaturalInc(T& inc) {
             return false;
         }
         const double low = m_target->MinFloat();
-        const double base = low == std::numeric_limits<double>::lowest() ? 0 : low;
+        const double base = IsOfType(low) ? 0 : low;
         const auto one = m_formula.TryEvaluate(m_from, base, ReadMode());
         const auto other = m_formula.TryEvaluate(m_from, base + step, ReadMode());
         if (!one || !other) {

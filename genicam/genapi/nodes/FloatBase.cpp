@@ -85,6 +85,24 @@ gcstring FloatBase::GetUnit() const {
     return gcstring(const_cast<FloatBase*>(this)->Unit());
 }
 
+EDisplayNotation FloatBase::GetDisplayNotation() const {
+    const Call call(*this, "GetDisplayNotation");
+    return const_cast<FloatBase*>(this)->DisplayNotation();
+}
+
+int64_t FloatBase::GetDisplayPrecision() const {
+    const Call call(*this, "GetDisplayPrecision");
+    return const_cast<FloatBase*>(this)->DisplayPrecision();
+}
+
+EDisplayNotation FloatBase::DisplayNotation() {
+    return m_notation != _UndefinedEDisplayNotation ? m_notation : NumericBase::DisplayNotation();
+}
+
+std::int64_t FloatBase::DisplayPrecision() {
+    return m_precision ? *m_precision : NumericBase::DisplayPrecision();
+}
+
 void FloatBase::ImposeMin(double Value) {
     ImposeLimit("ImposeMin", m_imposedMin, Value);
 }
@@ -116,12 +134,14 @@ std::int64_t FloatBase::MaxInteger() {
 std::string FloatBase::FormatValue(ReadMode mode) {
     constexpr double highest = std::numeric_limits<double>::max();
     const double value = ReadNumber(mode);
-    std::string text = FormatFloat(value, m_notation, m_precision, -highest, highest);
+    const EDisplayNotation notation = DisplayNotation();
+    const std::int64_t precision = DisplayPrecision();
+    std::string text = FormatFloat(value, notation, precision, -highest, highest);
     if (ParseFloat(text) == value) {
         return text; // nothing was rounded, so limits need not be asked for
     }
     try {
-        return FormatFloat(value, m_notation, m_precision, CheckedMin(), CheckedMax());
+        return FormatFloat(value, notation, precision, CheckedMin(), CheckedMax());
     } catch (const GenICam::AccessException&) {
         return text; // limits that cannot be read now keep no value from being shown
     }

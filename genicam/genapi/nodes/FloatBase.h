@@ -5,6 +5,8 @@
 
 #include <GenApi/IFloat.h>
 
+#include <optional>
+
 namespace GenApi {
 
 /// The public side of all float nodes, and their view as an integer.
@@ -25,8 +27,8 @@ public:
     double_autovector_t GetListOfValidValues(bool bounded = true) override;
     ERepresentation GetRepresentation() override;
     gcstring GetUnit() const override;
-    EDisplayNotation GetDisplayNotation() const override { return m_notation; }
-    int64_t GetDisplayPrecision() const override { return m_precision; }
+    EDisplayNotation GetDisplayNotation() const override;
+    int64_t GetDisplayPrecision() const override;
     void ImposeMin(double Value) override;
     void ImposeMax(double Value) override;
     EInterfaceType GetPrincipalInterfaceType() const override { return intfIFloat; }
@@ -42,6 +44,8 @@ public:
     double MinFloat() override { return SeenMin(); }
     double MaxFloat() override { return SeenMax(); }
     bool IncFloat(double& inc) override { return CheckedInc(inc); }
+    EDisplayNotation DisplayNotation() override;
+    std::int64_t DisplayPrecision() override;
 
 protected:
     void BindProperty(const Property& property) override;
@@ -49,8 +53,8 @@ protected:
     void WriteFormatted(std::string_view text, bool verify) override;
 
 private:
-    EDisplayNotation m_notation = fnAutomatic;
-    std::int64_t m_precision = -1;
+    EDisplayNotation m_notation = _UndefinedEDisplayNotation; // what is not given is that of the value's node
+    std::optional<std::int64_t> m_precision;
 };
 
 } // namespace GenApi

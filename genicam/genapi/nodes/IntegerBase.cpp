@@ -100,19 +100,6 @@ void IntegerBase::WriteFloat(double value, bool verify) {
     WriteNumber(rounded, verify);
 }
 
-// an extreme means "no limit", and stays one as a float
-double IntegerBase::MinFloat() {
-    const std::int64_t min = SeenMin();
-    return min == std::numeric_limits<std::int64_t>::min() ? std::numeric_limits<double>::lowest()
-                                                           : static_cast<double>(min);
-}
-
-double IntegerBase::MaxFloat() {
-    const std::int64_t max = SeenMax();
-    return max == std::numeric_limits<std::int64_t>::max() ? std::numeric_limits<double>::max()
-                                                           : static_cast<double>(max);
-}
-
 bool IntegerBase::IncFloat(double& inc) {
     inc = static_cast<double>(IncInteger());
     return true;

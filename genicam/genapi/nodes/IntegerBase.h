@@ -36,8 +36,8 @@ public:
     std::int64_t MinInteger() override { return SeenMin(); }
     std::int64_t MaxInteger() override { return SeenMax(); }
     std::int64_t IncInteger() override;
-    double MinFloat() override;
-    double MaxFloat() override;
+    double MinFloat() override { return static_cast<double>(SeenMin()); }
+    double MaxFloat() override { return static_cast<double>(SeenMax()); }
     bool IncFloat(double& inc) override;
 
 protected:

@@ -148,6 +148,8 @@ public:
     virtual std::string ErrorText() { return {}; } ///< of an enumeration: empty unless it tells an error
     virtual ERepresentation Representation() { return PureNumber; }
     virtual std::string Unit() { return {}; }
+    virtual EDisplayNotation DisplayNotation() { return fnAutomatic; }
+    virtual std::int64_t DisplayPrecision() { return -1; }
     virtual bool IsValueCached() { return HasCached(Cached_Value); }
 
     /// Forgets what is cached. @p keepProtected spares the value that the call in progress has written, @p onlyValue

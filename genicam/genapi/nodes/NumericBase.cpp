@@ -111,11 +111,21 @@ void NumericBase<T>::BindProperty(const Property& property) {
 }
 
 template <typename T>
+template <typename Value, typename Ask>
+Value NumericBase<T>::FromOrigin(Value missing, Ask&& ask) {
+    NodeBase* const origin = Origin();
+    if (origin == nullptr) {
+        return missing;
+    }
+    const EvaluationGuard guard(*this, EvaluationGuard::Asking); // values may lead back to this node
+    return ask(*origin);
+}
+
+template <typename T>
 ERepresentation NumericBase<T>::Representation() {
     auto representation = static_cast<ERepresentation>(m_representation);
-    if (NodeBase* const origin = representation == _UndefinedRepresentation ? Origin() : nullptr) {
-        const EvaluationGuard guard(*this, EvaluationGuard::Asking);
-        representation = origin->Representation();
+    if (representation == _UndefinedRepresentation) {
+        representation = FromOrigin(representation, [](NodeBase& origin) { return origin.Representation(); });
     }
     // the others are for whole numbers
     const bool isForFloats = representation == Linear || representation == Logarithmic;
@@ -128,12 +138,17 @@ std::string NumericBase<T>::Unit() {
     if (m_unit != nullptr) {
         return std::string(Description().TextOf(m_unit->payload));
     }
-    NodeBase* const origin = Origin();
-    if (origin == nullptr) {
-        return {};
-    }
-    const EvaluationGuard guard(*this, EvaluationGuard::Asking);
-    return origin->Unit();
+    return FromOrigin(std::string(), [](NodeBase& origin) { return origin.Unit(); });
+}
+
+template <typename T>
+EDisplayNotation NumericBase<T>::DisplayNotation() {
+    return FromOrigin(fnAutomatic, [](NodeBase& origin) { return origin.DisplayNotation(); });
+}
+
+template <typename T>
+std::int64_t NumericBase<T>::DisplayPrecision() {
+    return FromOrigin(std::int64_t(-1), [](NodeBase& origin) { return origin.DisplayPrecision(); });
 }
 
 template <typename T>

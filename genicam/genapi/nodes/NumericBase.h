@@ -20,6 +20,8 @@ public:
 
     ERepresentation Representation() override;
     std::string Unit() override;
+    EDisplayNotation DisplayNotation() override;
+    std::int64_t DisplayPrecision() override;
     bool ReadTruth(ReadMode mode) override { return ReadNumber(mode) != 0; }
     /// Whether limits may be kept until something they depend on is invalidated.
     bool AreLimitsKept() override { return AreLimitsCacheable(); }
@@ -46,7 +48,7 @@ protected:
     virtual T NaturalMax() { return std::numeric_limits<T>::max(); }
     virtual bool NaturalInc(T& inc);
     virtual bool ComputeLimitsCacheable() { return true; }
-    virtual NodeBase* Origin() { return nullptr; } ///< the node that representation and unit are taken from
+    virtual NodeBase* Origin() { return nullptr; } ///< the node that what is shown with a number is taken from
     void BindProperty(const Property& property) override;
 
     T m_imposedMin = std::numeric_limits<T>::lowest();
@@ -56,6 +58,8 @@ private:
     T Limit(CacheBit bit, T& kept, T (NumericBase::*find)());
     void CheckLimits(T value);
     void CheckListed(T value);
+    template <typename Value, typename Ask>
+    Value FromOrigin(Value missing, Ask&& ask); ///< what the origin answers, if there is one
 
     T m_value{};
     T m_min{};

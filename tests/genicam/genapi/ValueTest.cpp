@@ -78,7 +78,10 @@ TEST_F(ValueTest, LimitsComeFromTheNodeItselfThenFromItsValue) {
     Load(Value("Inner", 4,
                "<Min>2</Min><Max>100</Max><Inc>2</Inc><Unit>mm</Unit><Representation>HexNumber</Representation>") +
          Above("Integer", "Plain", "Inner") + Above("Integer", "Own", "Inner", "<Min>0</Min><Unit>cm</Unit>") +
-         Above("Float", "AsFloat", "Inner") + Value("Free"));
+         Above("Float", "AsFloat", "Inner") + Value("Free") + Above("Float", "OverFree", "Free") +
+         FloatValue("Shown", "2.5", "<DisplayNotation>Fixed</DisplayNotation><DisplayPrecision>3</DisplayPrecision>") +
+         Above("Float", "OverShown", "Shown", "<DisplayPrecision>1</DisplayPrecision>") +
+         Above("Float", "OverAll", "OverShown"));
     EXPECT_EQ(Int("Plain").GetMin(), 2);
     EXPECT_EQ(Int("Plain").GetInc(), 2);
     EXPECT_EQ(Int("Plain").GetUnit(), "mm");
@@ -92,6 +95,12 @@ TEST_F(ValueTest, LimitsComeFromTheNodeItselfThenFromItsValue) {
     EXPECT_EQ(Float("AsFloat").GetRepresentation(), PureNumber) << "no float is shown in hexadecimal";
     EXPECT_EQ(Int("Free").GetMax(), INT64_MAX);
     EXPECT_EQ(Int("Free").GetRepresentation(), PureNumber);
+    EXPECT_EQ(Float("OverFree").GetMin(), static_cast<double>(INT64_MIN));
+    EXPECT_EQ(Float("OverFree").GetMax(), static_cast<double>(INT64_MAX));
+    EXPECT_EQ(Text("OverShown"), "2.5");
+    EXPECT_EQ(Text("OverAll"), "2.5");
+    EXPECT_EQ(Float("OverAll").GetDisplayNotation(), fnFixed);
+    EXPECT_EQ(Float("OverAll").GetDisplayPrecision(), 1);
     Int("Inner").ImposeMax(50);
     EXPECT_EQ(Int("Plain").GetMax(), 50) << "those above see what is imposed";
 }
@@ -160,7 +169,7 @@ TEST_F(ValueTest, NumbersOfOtherTypesAreRoundedHalfAwayFromZero) {
     EXPECT_EQ(Float("F").GetValue(), 7.0);
     EXPECT_THROW(Int("TooLarge").GetValue(), GenICam::RuntimeException);
     EXPECT_THROW(Float("OverSmall").SetValue(1e300, false), GenICam::OutOfRangeException);
-    EXPECT_EQ(Float("OverSmall").GetMin(), -DBL_MAX) << "no limit stays no limit";
+    EXPECT_EQ(Float("OverSmall").GetMax(), 5.0);
     EXPECT_EQ(Int("OverNarrow").GetMin(), -1) << "only whole numbers inside the range";
     EXPECT_EQ(Int("OverNarrow").GetMax(), 2);
 }
