@@ -132,7 +132,8 @@ void IntegerRegisterNode::Store(std::int64_t value, bool) {
     const auto length = static_cast<std::size_t>(place.Length());
     const std::uint64_t mask = LowMask(bits.count) << bits.low;
     std::uint64_t raw = 0;
-    if (bits.count < 8 * length && IsReadable(Mode())) {
+    // the register's own mode decides: what is imposed on the field says nothing of the bits beside it
+    if (bits.count < 8 * length && IsReadable(OwnMode())) {
         raw = Decode(place.Read(ReadMode()));
     }
     raw = (raw & ~mask) | ((static_cast<std::uint64_t>(value) << bits.low) & mask);

@@ -112,6 +112,10 @@ TEST_P(BitFieldTest, IsReadAndWrittenWithoutItsNeighbours) {
     EXPECT_THROW(Int("Field").SetValue(highest + 1), GenICam::OutOfRangeException);
     EXPECT_THROW(Int("Field").SetValue(highest + 1, false), GenICam::OutOfRangeException);
     EXPECT_EQ(Int("Whole").GetValue(), mask) << "a refused value changes nothing";
+    Int("Whole").SetValue(0xFFFFFFFF);
+    Map->GetNode("Field")->ImposeAccessMode(WO);
+    Int("Field").SetValue(0);
+    EXPECT_EQ(Int("Whole").GetValue(), ~mask) << "who may not read the field leaves its neighbours all the same";
 }
 
 INSTANTIATE_TEST_SUITE_P(All, BitFieldTest,
