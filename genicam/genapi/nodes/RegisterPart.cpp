@@ -12,7 +12,7 @@ void RegisterPart::BindProperty(NodeBase& owner, const Property& property) {
     const Model& model = owner.Description();
     NodeBase* const target = property.form == Form::Node ? &owner.Core().NodeAt(property.payload) : nullptr;
     switch (property.kind) {
-    case PropertyKind::Address:
+    case PropertyKind::Address: // several add up; modulo 2^64, so in unsigned numbers
         m_fixedAddress = static_cast<std::int64_t>(static_cast<std::uint64_t>(m_fixedAddress) +
                                                    static_cast<std::uint64_t>(model.IntegerOf(property)));
         m_address = m_fixedAddress;
@@ -24,7 +24,7 @@ void RegisterPart::BindProperty(NodeBase& owner, const Property& property) {
     case PropertyKind::pIndex:
         m_terms.push_back({target, true});
         break;
-    case PropertyKind::Offset:
+    case PropertyKind::Offset: // an attribute follows its pIndex, so the last term is the index that it belongs to
         m_terms.back().factor = model.IntegerOf(property);
         m_terms.back().hasFactor = true;
         break;
@@ -53,10 +53,10 @@ void RegisterPart::BindProperty(NodeBase& owner, const Property& property) {
 }
 
 EAccessMode RegisterPart::Mode() {
-    EvaluationGuard::Spend(*m_port, m_terms.size() / 8);
+    EvaluationGuard::Spend(*m_port, m_terms.size() / 8); // terms cost less than visits of nodes
     for (const Term& term : m_terms) {
         if (!IsReadable(term.node->Mode()) || (term.offset != nullptr && !IsReadable(term.offset->Mode()))) {
-            return Combine(m_port->Mode(), NA);
+            return Combine(m_port->Mode(), NA); // NI if the port is
         }
     }
     if (m_lengthNode != nullptr && !IsReadable(m_lengthNode->Mode())) {
@@ -84,6 +84,7 @@ bool RegisterPart::IsPlaceCacheable() {
 }
 
 void RegisterPart::Locate(NodeBase& owner, std::int64_t minLength, std::int64_t maxLength) {
+    // the length first: an index without offset counts in it
     const std::int64_t length = m_lengthNode != nullptr ? m_lengthNode->ReadInteger(ReadMode()) : m_fixedLength;
     if (length < minLength || length > maxLength) {
         throw NODE_EXCEPTION(RuntimeException, owner)("The register has a length of %" PRId64 " bytes, %" PRId64
@@ -101,13 +102,14 @@ void RegisterPart::Locate(NodeBase& owner, std::int64_t minLength, std::int64_t 
         }
         address += part;
     }
+    // 0 - length is the last address at which so many bytes fit below 2^64
     if (address > std::uint64_t(0) - static_cast<std::uint64_t>(length) && length > 0) {
         throw NODE_EXCEPTION(RuntimeException, owner)("The register of %" PRId64 " bytes at address 0x%" PRIx64
                                                       " reaches beyond the last address.",
                                                       length, address);
     }
     if (m_address != static_cast<std::int64_t>(address) || m_length != length) {
-        DropRaw();
+        DropRaw(); // under the old place, so before that is overwritten
         m_entry = nullptr;
     }
     m_address = static_cast<std::int64_t>(address);
@@ -115,6 +117,7 @@ void RegisterPart::Locate(NodeBase& owner, std::int64_t minLength, std::int64_t 
 }
 
 RawCache::Entry& RegisterPart::Entry() {
+    // the port forgets all its entries at once when they are too many, and counts that as a generation
     if (m_entry == nullptr || m_generation != m_port->Raw().Generation()) {
         m_entry = &m_port->Raw().At(m_address, m_length);
         m_generation = m_port->Raw().Generation();

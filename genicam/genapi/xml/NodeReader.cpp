@@ -14,8 +14,8 @@ namespace GenApi {
 
 namespace {
 
-constexpr std::size_t kMaxNameBytes = 1024;
-constexpr std::size_t kMaxTold = 100;
+constexpr std::size_t kMaxNameBytes = 1024; // no real name is near; Model::FindEntry has room for two on its stack
+constexpr std::size_t kMaxTold = 100;       // a broken file must not fill the log
 
 bool IsSuppressible(PropertyKind kind) noexcept {
     return kind == PropertyKind::ToolTip || kind == PropertyKind::Description || kind == PropertyKind::DisplayName;
@@ -44,6 +44,7 @@ std::optional<std::int64_t> ParseTolerantInteger(std::string_view text) {
         return integer;
     }
     const auto number = ParseFloat(text);
+    // below 2^63, which is 9.22e18, so that the cast is defined; written so that NaN fails too
     if (!number || !(std::fabs(*number) < 9.0e18) || *number != std::trunc(*number)) {
         return std::nullopt;
     }
@@ -86,10 +87,10 @@ NodeReader::NodeReader(ModelBuilder& builder, const SourceText& source, const Lo
 void NodeReader::Read(const pugi::xml_node& element, NodeKind kind) {
     switch (kind) {
     case NodeKind::Unknown:
-    case NodeKind::StructEntry:
+    case NodeKind::StructEntry: // has no register of its own outside of a structure
         Ignore("element", LocalName(element.name()), "the file", "is not known", m_source.TagPosition(element.name()));
         break;
-    case NodeKind::Group:
+    case NodeKind::Group: // the caller walks into those that hold something
         break;
     case NodeKind::StructReg:
         ReadStructure(element);
@@ -114,9 +115,11 @@ void NodeReader::ReadNode(const pugi::xml_node& element, Node& node) {
     if (node.draft.node == kNoNode) {
         FailNode(node.name, node.position, "a node of this name stands in the file already");
     }
+    // cleared, not made anew: their memory serves the next node
     node.draft.properties.clear();
     node.draft.positions.clear();
     node.seen = {};
+    // what the file calls an entry, for its symbolic; the node has a longer name
     if (!node.entryName.empty()) {
         AddProperty(node, PropertyKind::Name, node.entryName, node.position);
     }
@@ -140,6 +143,7 @@ void NodeReader::ReadStructure(const pugi::xml_node& element) {
     structure.draft = {};
     structure.seen = {};
     structure.entries.clear();
+    // the structure first, then its entries: whether an entry lacks something is seen with what the structure gives it
     ReadChildren(element, structure);
     for (pugi::xml_node child = element.first_child(); child; child = child.next_sibling()) {
         if (LocalName(child.name()) == "StructEntry") {
@@ -157,7 +161,7 @@ NodeIndex NodeReader::ReadInner(const pugi::xml_node& element, NodeKind kind, st
     ReadNode(element, m_inner);
     CheckRequired(m_inner, shared);
     m_builder.Finish(m_inner.draft);
-    m_inner.entryName = {};
+    m_inner.entryName = {}; // the next inner node may be a formula
     return m_inner.draft.node;
 }
 
@@ -165,6 +169,7 @@ void NodeReader::ReadElement(const pugi::xml_node& element, Node& node) {
     const std::string_view written = element.name();
     const std::uint32_t position = m_source.TagPosition(written.data());
     const PropertyKind property = FindPropertyKind(LocalName(written));
+    // of two that may not repeat the first counts; Unknown is in no set, so all that is odd goes the same way
     if (!AllowedElements(node.kind).Has(property) || (node.seen.Has(property) && !MayRepeat(property))) {
         ReadOther(element, node, property, position);
     } else if (property == PropertyKind::EnumEntry) {
@@ -193,6 +198,7 @@ void NodeReader::ReadEntry(const pugi::xml_node& element, Node& node, std::uint3
 
 void NodeReader::ReadFormula(const pugi::xml_node& element, Node& node, std::uint32_t position) {
     constexpr NodeKind kind = NodeKind::IntSwissKnife;
+    // unique by its number, and none that the file gives another node: those begin with a letter
     m_composedName = element.attribute("Name") ? std::string(NameAttribute(element, kind))
                                                : "_IntSwissKnife_" + std::to_string(++m_anonymous);
     const NodeIndex formula = ReadInner(element, kind, m_composedName, {});
@@ -204,6 +210,7 @@ void NodeReader::ReadKey(const pugi::xml_node& element, NodeKind kind, const Nod
     m_inner.kind = kind;
     m_inner.name = NameAttribute(element, kind);
     ReadNode(element, m_inner);
+    // as if it stood by itself and referred to its ROM
     AddProperty(m_inner, PropertyKind::p1212Parser, rom.name, m_inner.position);
     AddProperty(m_inner, PropertyKind::Key, TextOf(element), m_inner.position);
     m_builder.Finish(m_inner.draft);
@@ -214,7 +221,7 @@ void NodeReader::ReadAttributes(const pugi::xml_node& element, Node& node) {
         const PropertyKind kind = FindPropertyKind(attribute.name());
         if (IsAttribute(kind) && !node.seen.Has(kind)) {
             AddProperty(node, kind, attribute.value(), node.position);
-        } else if (kind != PropertyKind::Name) {
+        } else if (kind != PropertyKind::Name) { // which the caller has read
             IgnoreAttribute(attribute.name(), node, node.position);
         }
     }
@@ -232,6 +239,7 @@ void NodeReader::ReadPropertyAttributes(const pugi::xml_node& element, Node& nod
             IgnoreAttribute(attribute.name(), node, position);
         }
     }
+    // looked for at the end, as attributes come in any order
     const PropertyKind needed = NeededAttribute(owner);
     if (needed != PropertyKind::Unknown && !seen.Has(needed)) {
         FailProperty(node, owner, position, "attribute '" + std::string(TraitsOf(needed).name) + "' is missing");
@@ -242,7 +250,7 @@ void NodeReader::ReadPropertyAttributes(const pugi::xml_node& element, Node& nod
 std::string_view NodeReader::TextOf(const pugi::xml_node& element) {
     pugi::xml_node part = element.first_child();
     if (!part) {
-        return element.value();
+        return element.value(); // the usual case, without a copy
     }
     m_joinedText = element.value();
     for (; part; part = part.next_sibling()) {
@@ -283,10 +291,11 @@ std::optional<Property> NodeReader::ParseProperty(const Node& node, PropertyKind
             (kind == PropertyKind::ValidValueSet && !IsNumberList(trimmed, node.kind))) {
             break;
         }
+        // spaces belong to the value of a String, to no other text
         return Property{kind, Form::Text, m_builder.KeepText(kind == PropertyKind::Value ? text : trimmed)};
     case Syntax::Reference:
         if (!trimmed.empty() && trimmed.size() <= kMaxNameBytes) {
-            return Property{kind, Form::Name, m_builder.Symbolize(trimmed)};
+            return Property{kind, Form::Name, m_builder.Symbolize(trimmed)}; // the node may stand further down
         }
         break;
     case Syntax::Integer:
@@ -323,6 +332,7 @@ void NodeReader::CheckRequired(const Node& node, const PropertySet& shared) cons
 void NodeReader::Ignore(const char* what, std::string_view name, const std::string& where, const char* why,
                         std::uint32_t position) {
     const std::string shown(name.substr(0, 64));
+    // by name alone: a vendor's own element stands in thousands of nodes
     if (m_told.size() < kMaxTold && m_told.insert(shown + why).second) {
         LogLoadWarning(m_source.Describe(position) + ": " + what + " '" + shown + "' of " + where + " " + why +
                        " and ignored, here and wherever else it stands.");
