@@ -56,6 +56,7 @@ void CGrabEngine::StartEngine(IStreamGrabber* grabber, EGrabStrategy strategy, u
                               unsigned long maxQueued, unsigned long imageLimit, bool announceAll,
                               unsigned long payloadSize, int priority, bool clearBuffers) {
     CheckStartable(grabber);
+    // All that the thread and those that drop results read without a lock: none of them is there yet.
     m_strategy = strategy;
     m_maxBuffers = maxBuffers;
     m_maxQueued = maxQueued;
@@ -65,23 +66,24 @@ void CGrabEngine::StartEngine(IStreamGrabber* grabber, EGrabStrategy strategy, u
     m_clearBuffers = clearBuffers;
     PrepareQueue();
     m_grabber = grabber;
-    m_isGrabbing = true;
+    m_isGrabbing = true; // from here on a failure leaves by StopEngine, which undoes whatever was done
     ScopeGuard stop([this] { StopEngine(); });
     grabber->Open();
     const std::uint64_t sizeBytes = GetPayloadSize(payloadSize);
+    // before PrepareGrab, which may allocate by them
     WriteGrabberValue("MaxBufferSize", sizeBytes);
     WriteGrabberValue("MaxNumBuffer", std::min(maxQueued, maxBuffers));
     grabber->PrepareGrab();
     MakeBuffers(sizeBytes);
-    if (announceAll) {
+    if (announceAll) { // while nothing streams: for devices that take no new memory later
         AnnounceBuffers();
     }
-    grabber->StartStreaming();
+    grabber->StartStreaming();                    // before the first QueueBuffer, as the contract says
     if (strategy != GrabStrategy_UpcomingImage) { // there a buffer is queued when a retrieval asks for it
         QueueFreeBuffers();
     }
-    m_bufferProvider.SetObserver(this); // last: it queues what is free as soon as it is set
-    m_thread.Start([this] { Run(); });
+    m_bufferProvider.SetObserver(this); // from here on a buffer that comes home is queued
+    m_thread.Start([this] { Run(); });  // last: nothing has to be undone beside it
     stop.Dismiss();
 }
 
@@ -100,14 +102,18 @@ void CGrabEngine::CheckStartable(const IStreamGrabber* grabber) const {
 
 void CGrabEngine::PrepareQueue() {
     ClearOutputQueue();
-    m_inGrabber.set_capacity(m_maxBuffers);
-    m_queued = 0;
-    m_retrieved = 0;
-    m_underway = false;
-    m_returnGuard = 0;
-    m_imageWanted = false; // a request of the session before is none of this one
-    m_bufferWantedObject.Reset();
-    m_bufferWanted = false;
+    {
+        // that of the last pool, which nobody needs any more: the one of this session is not there yet
+        CLockGuard lock(m_bufferLock);
+        m_inGrabber.set_capacity(m_maxBuffers); // now: later, when a buffer is queued, nothing may fail behind it
+        m_queued = 0;
+        m_retrieved = 0;
+        m_underway = false;
+        m_returnGuard = 0;
+        m_imageWanted = false; // a request of the session before is none of this one
+        m_bufferWantedObject.Reset();
+        m_bufferWanted = false;
+    }
     ForgetException();
     auto end = std::make_shared<CSessionEnd>(); // a waiter of the session before still holds that one's
     m_cancelWaitSet.RemoveAll();
@@ -163,7 +169,8 @@ void CGrabEngine::MakeBuffers(std::uint64_t sizeBytes) {
 }
 
 void CGrabEngine::AnnounceBuffers() {
-    // each buffer goes to the end of the free list when it is let go
+    CLockGuard lock(m_bufferLock);
+    // Each buffer goes to the end of the free list when it is let go: as many steps as there are buffers reach all.
     for (std::uint64_t left = GetNumEmptyBuffers(); left > 0; --left) {
         const std::shared_ptr<CBufferData> buffer = m_bufferProvider.GetItem();
         if (buffer == nullptr) {
@@ -186,7 +193,7 @@ void CGrabEngine::StopEngine() noexcept {
     RunStopStep("Exception caught while releasing allocated buffers, msg='%s'",
                 "Unknown exception caught while releasing allocated buffers.",
                 [this] { m_bufferProvider.SetMaxItems(0); });
-    m_bufferProvider.SetObserver(nullptr);
+    m_bufferProvider.SetObserver(nullptr); // waits for a thread that is queuing one: none touches the grabber any more
     RunStopStep("Exception caught while stopping grab engine thread, msg='%s'",
                 "Unknown exception caught while stopping grab engine thread.", [this] { JoinThread(); });
     RunStopStep("Exception caught while stopping streaming, msg='%s'",
@@ -215,7 +222,7 @@ void CGrabEngine::StopEngine() noexcept {
                 "Unknown exception caught while releasing item cache.",
                 [this] { m_bufferProvider.Reset(0, nullptr, CReusableBufferProvider::EReset::Forced); });
     m_grabber = nullptr;
-    m_isGrabbing = false;
+    m_isGrabbing = false; // the grabber is not touched any more: who sees this may close its device
     GenICam::AutoLock lock(m_queueLock);
     m_isQueueInUse = false;
 }
@@ -230,7 +237,8 @@ void CGrabEngine::JoinThread() {
 }
 
 void CGrabEngine::RetrieveCanceledBuffers() {
-    for (bool found = true; found;) {
+    CLockGuard lock(m_bufferLock);
+    for (bool found = true; found;) { // each entry goes at once, and its buffer dies: the pool's maximum is 0 by now
         CQueueEntry entry;
         found = RetrieveFromStreamGrabber(entry);
     }
@@ -239,12 +247,13 @@ void CGrabEngine::RetrieveCanceledBuffers() {
 /// Those that the grabber did not give back, as it failed to. Closed, it touches them no more; else it may still write
 /// into them, and they are left to it for good.
 void CGrabEngine::ReleaseKeptBuffers(bool isClosed) {
-    if (m_inGrabber.empty()) {
+    if (m_queued == 0) {
         return;
     }
     hxlog::LogTrace(CameraLogCategory(), hxlog::LogLevel_Warn,
                     "Camera %s: The stream grabber kept %lu queued buffers%s", m_cameraName.c_str(),
                     static_cast<unsigned long>(m_queued), isClosed ? "" : ": their memory is lost");
+    CLockGuard lock(m_bufferLock); // after the log line, whose appenders are the application's
     for (; !m_inGrabber.empty() && isClosed; m_inGrabber.pop_front()) {
         const std::shared_ptr<CBufferData> last = std::move(m_inGrabber.front()->selfReference);
     }
@@ -269,7 +278,8 @@ void CGrabEngine::Run() noexcept {
 
 void CGrabEngine::Work() {
     SetUpThread();
-    WaitObjects fed; // the grabber has all that it may have
+    // Stop first: the lowest index wins, so that a session that is stopped does not go on for the images that wait.
+    WaitObjects fed; // the grabber has all that it may have: a wish for buffers cannot be met, and would only spin
     fed.Add(GetStopObject());
     fed.Add(m_grabber->GetWaitObject());
     WaitObjects hungry;
@@ -329,7 +339,7 @@ void CGrabEngine::MoveResultToQueue() {
 }
 
 bool CGrabEngine::RetrieveResult(CQueueEntry& entry) {
-    CLockGuard lock(GetBufferLock());
+    CLockGuard lock(m_bufferLock);
     for (int attempt = 0; attempt < 2; ++attempt) {
         if (RetrieveFromStreamGrabber(entry)) {
             ++m_retrieved;
@@ -375,12 +385,12 @@ bool CGrabEngine::IsImage(const CQueueEntry& entry) const noexcept {
 
 /// Read without a lock on the engine thread, where it is a hint.
 bool CGrabEngine::CanQueueBuffer() const noexcept {
-    const std::uint64_t queued = m_queued;
+    const std::uint64_t queued = m_queued; // once: both tests are about the same moment
     return queued < m_maxQueued && (m_imageLimit == 0 || m_imageLimit > queued + m_retrieved);
 }
 
 void CGrabEngine::QueueFreeBuffers() {
-    CLockGuard lock(GetBufferLock());
+    CLockGuard lock(m_bufferLock);
     if (m_strategy != GrabStrategy_UpcomingImage) {
         while (CanQueueBuffer() && QueueOneBuffer()) {
         }
@@ -408,11 +418,11 @@ bool CGrabEngine::QueueOneBuffer() {
     if (m_clearBuffers) {
         std::memset(buffer.buffer, 0, buffer.sizeBytes);
     }
-    buffer.selfReference = std::move(item);
+    buffer.selfReference = std::move(item); // before QueueBuffer, which may complete the buffer at once
     try {
         m_grabber->QueueBuffer(buffer.handle, &buffer);
     } catch (...) {
-        item = std::move(buffer.selfReference);
+        item = std::move(buffer.selfReference); // which goes home as it leaves this scope
         throw;
     }
     m_inGrabber.push_back(&buffer); // has room for all buffers
@@ -438,7 +448,7 @@ bool CGrabEngine::RetrieveFromStreamGrabber(CQueueEntry& entry) {
         throw RUNTIME_EXCEPTION("The stream grabber delivered a buffer that is not queued.");
     }
     CBufferData& buffer = **found;
-    m_underway = true;
+    m_underway = true; // before the count goes down, so that the buffer is never nowhere for those who look
     entry.bufferReference = std::move(buffer.selfReference);
     m_inGrabber.rerase(found);
     m_queued = m_inGrabber.size();
@@ -453,8 +463,8 @@ void CGrabEngine::OnItemAvailable() {
     if (m_returnGuard != 0) {
         return;
     }
-    ++m_returnGuard;
-    ScopeGuard leave([this] { --m_returnGuard; });
+    ++m_returnGuard; // a buffer that cannot be queued goes home on this very path
+    ScopeGuard leave([this]() ZELMO_NO_THREAD_SAFETY_ANALYSIS { --m_returnGuard; });
     if (!m_exceptionRaised && m_grabber != nullptr) {
         try {
             if (m_strategy == GrabStrategy_UpcomingImage) {
@@ -509,7 +519,7 @@ bool CGrabEngine::IsAnythingOnItsWay() const noexcept {
 
 /// With the buffer lock, so that no buffer is queued for the request any more.
 void CGrabEngine::TakeBackRequest() {
-    CLockGuard lock(GetBufferLock());
+    CLockGuard lock(m_bufferLock);
     if (m_imageWanted.exchange(false)) {
         m_bufferWantedObject.Reset();
     }

@@ -38,6 +38,18 @@ protected:
     ~IGrabEngineObserver() = default;
 };
 
+/// The buffer lock: the mutex of the buffer pool. Each session has a pool, and so a mutex, of its own; this is one name
+/// for it, which the analysis of locks can follow. No pool is replaced while a thread holds it.
+class ZELMO_CAPABILITY("mutex") CBufferLock {
+public:
+    explicit CBufferLock(const CReusableBufferProvider& provider) noexcept : m_provider(provider) {}
+    void lock() ZELMO_ACQUIRE() ZELMO_NO_THREAD_SAFETY_ANALYSIS { m_provider.GetMutex().lock(); }
+    void unlock() noexcept ZELMO_RELEASE() ZELMO_NO_THREAD_SAFETY_ANALYSIS { m_provider.GetMutex().unlock(); }
+
+private:
+    const CReusableBufferProvider& m_provider;
+};
+
 /// Takes filled buffers off a stream grabber and keeps it fed, session after session; lives as long as the camera.
 /// Owns:    the engine thread, the output queue and the buffers.
 /// Borrows: during a session, the stream grabber (the device owns it).
@@ -115,9 +127,6 @@ public:
 private:
     enum class EWork { Stop, BufferWanted, Result };
 
-    /// The buffer lock. Another one after each start and stop.
-    CRecursiveMutex& GetBufferLock() const noexcept { return m_bufferProvider.GetMutex(); }
-
     // StartEngine, step by step
     void CheckStartable(const IStreamGrabber* grabber) const;
     void PrepareQueue();
@@ -145,19 +154,21 @@ private:
     void Append(CQueueEntry& entry);
     bool IsImage(const CQueueEntry& entry) const noexcept;
 
-    // feeding the grabber; the buffer lock is held
+    // feeding the grabber
     bool CanQueueBuffer() const noexcept;
+    void QueueFreeBuffers();
+    bool QueueOneBuffer() ZELMO_REQUIRES(m_bufferLock);
+    void RegisterBuffer(CBufferData& buffer) ZELMO_REQUIRES(m_bufferLock);
+    bool RetrieveFromStreamGrabber(CQueueEntry& entry) ZELMO_REQUIRES(m_bufferLock);
+    void OnItemAvailable() override ZELMO_REQUIRES(m_bufferLock); // the pool calls with its mutex held
+    void OnItemsExhausted() override ZELMO_REQUIRES(m_bufferLock);
+    void SetBufferWanted(bool wanted) ZELMO_REQUIRES(m_bufferLock);
+
+    // requests for an upcoming image
+    void MeetRequest() ZELMO_REQUIRES(m_bufferLock);
     void TakeBackRequest();
-    void MeetRequest();
     bool IsAnythingOnItsWay() const noexcept;
     void DropResults();
-    void QueueFreeBuffers();
-    bool QueueOneBuffer();
-    void RegisterBuffer(CBufferData& buffer);
-    bool RetrieveFromStreamGrabber(CQueueEntry& entry);
-    void OnItemAvailable() override;
-    void OnItemsExhausted() override;
-    void SetBufferWanted(bool wanted);
 
     void StoreException(const GenICam::GenericException& exception) noexcept;
     void LogCurrentException() const noexcept;
@@ -182,13 +193,15 @@ private:
     bool m_clearBuffers = false;
     std::shared_ptr<IBufferFactory> m_bufferFactory;
 
-    // written under the buffer lock
-    boost::circular_buffer<CBufferData*> m_inGrabber; // the oldest first; what else comes from the grabber is not ours
-    std::atomic<std::uint64_t> m_queued{0};           // their number
-    std::atomic<std::uint64_t> m_retrieved{0};        // results taken off the grabber in this session
-    std::atomic<bool> m_underway{false}; // a result is between grabber and queue; cleared under m_queueLock
-    unsigned m_returnGuard = 0;          // keeps OnItemAvailable from running inside itself
-    bool m_bufferWanted = false;         // what m_bufferWantedObject shows, but for GrabStrategy_UpcomingImage
+    // written under the buffer lock; atomics are also read without it, as a hint
+    boost::circular_buffer<CBufferData*>
+        m_inGrabber ZELMO_GUARDED_BY(m_bufferLock); // the oldest first; what else comes from the grabber is not ours
+    std::atomic<std::uint64_t> m_queued{0};         // their number
+    std::atomic<std::uint64_t> m_retrieved{0};      // results taken off the grabber in this session
+    std::atomic<bool> m_underway{false};            // a result is between grabber and queue; cleared under m_queueLock
+    unsigned m_returnGuard ZELMO_GUARDED_BY(m_bufferLock) = 0; // keeps OnItemAvailable from running inside itself
+    bool m_bufferWanted ZELMO_GUARDED_BY(m_bufferLock) =
+        false; // what m_bufferWantedObject shows, but for GrabStrategy_UpcomingImage
 
     WaitObjectEx m_bufferWantedObject;
     std::shared_ptr<CSessionEnd> m_end = std::make_shared<CSessionEnd>(); // of the session; its stop object
@@ -209,8 +222,9 @@ private:
     std::atomic<bool> m_exceptionRaised{false}; // written under m_exceptionLock
     GenICam::GenericException m_exception GENICAM_GUARDED_BY(m_exceptionLock);
 
-    CReusableBufferProvider m_bufferProvider; // its pool's mutex is the buffer lock
-    CThread m_thread;                         // last: it touches all of the above
+    CReusableBufferProvider m_bufferProvider;
+    CBufferLock m_bufferLock{m_bufferProvider};
+    CThread m_thread; // last: it touches all of the above
 };
 
 } // namespace Zelmo

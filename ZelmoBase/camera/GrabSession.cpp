@@ -49,6 +49,7 @@ void CGrabSession::Start(IStreamGrabber* grabber, const CGrabSettings& settings)
 
 void CGrabSession::PrepareRetrieval(unsigned long results) {
     auto wait = std::make_shared<CSessionWait>(++m_sessionNumber, m_engine.GetSessionEnd());
+    // Places are outcomes. The lowest one that is signaled counts: an ended session comes before its results.
     wait->objects.Add(wait->end->GetObject());
     wait->objects.Add(m_engine.GetResultObject());
     {
@@ -71,7 +72,7 @@ void CGrabSession::Stop() noexcept {
         return;
     }
     m_engine.StopEngine(); // which wakes the waiter
-    ReleaseRecords();
+    ReleaseRecords();      // after the engine: no result comes any more
     m_wait.reset();
 }
 
@@ -88,7 +89,7 @@ bool CGrabSession::Retrieve(unsigned int timeoutMs, CGrabResultPtr& result, ETim
     if (wait == nullptr) {
         return false;
     }
-    ScopeGuard endWait([&wait] { wait->isTaken = false; });
+    ScopeGuard endWait([&wait] { wait->isTaken = false; }); // of that session, whichever runs by then
     const EOutcome outcome = Wait(*wait, timeoutMs);
     if (outcome == Outcome_Stopped && !wait->end->HasFailed()) {
         return false; // without the camera lock, whose holder may wait for this thread to leave

@@ -86,7 +86,7 @@ private:
     /// How a wait ended; the numbers are positions in the wait set.
     enum EOutcome : unsigned { Outcome_Stopped = 0, Outcome_Result = 1, Outcome_Timeout = 2 };
 
-    void PrepareRetrieval(unsigned long results);
+    void PrepareRetrieval(unsigned long results) GENICAM_REQUIRES(m_cameraLock);
     void ReleaseRecords() noexcept;
 
     std::shared_ptr<CSessionWait> BeginWait();
@@ -94,21 +94,21 @@ private:
     static EOutcome WaitForOutcome(const WaitObjects& objects, unsigned int timeoutMs);
     template <typename Use>
     void UseTimer(const CSessionWait& wait, Use&& use);
-    void HandleTimeout(unsigned int timeoutMs, ETimeoutHandling handling);
-    void TakeResult(CGrabResultPtr& result);
-    std::shared_ptr<CGrabResultData> TakeRecord();
-    void ForwardEngineException();
+    void HandleTimeout(unsigned int timeoutMs, ETimeoutHandling handling) GENICAM_REQUIRES(m_cameraLock);
+    void TakeResult(CGrabResultPtr& result) GENICAM_REQUIRES(m_cameraLock);
+    std::shared_ptr<CGrabResultData> TakeRecord() GENICAM_REQUIRES(m_cameraLock);
+    void ForwardEngineException() GENICAM_REQUIRES(m_cameraLock);
     void StopAtCount(const std::shared_ptr<CSessionWait>& wait);
 
     const CInstantCamera* const m_camera;
-    GenICam::CLock& m_cameraLock; // guards all that follows, but for what the wait uses
+    GenICam::CLock& m_cameraLock;
     IGrabSessionOwner& m_owner;
-    CGrabSettings m_settings; // of the session
-    std::uint64_t m_imagesLeft = 0;
-    bool m_countLimitActive = false;
-    std::int64_t m_imageNumber = 0;
-    std::uint64_t m_sessionNumber = 0;    // counts the starts
-    std::shared_ptr<CSessionWait> m_wait; // of the running session; null without one
+    CGrabSettings m_settings GENICAM_GUARDED_BY(m_cameraLock); // of the session
+    std::uint64_t m_imagesLeft GENICAM_GUARDED_BY(m_cameraLock) = 0;
+    bool m_countLimitActive GENICAM_GUARDED_BY(m_cameraLock) = false;
+    std::int64_t m_imageNumber GENICAM_GUARDED_BY(m_cameraLock) = 0;
+    std::uint64_t m_sessionNumber GENICAM_GUARDED_BY(m_cameraLock) = 0;    // counts the starts
+    std::shared_ptr<CSessionWait> m_wait GENICAM_GUARDED_BY(m_cameraLock); // of the running session; null without one
 
     CMutex m_timerLock;
     std::uint64_t m_timerSession ZELMO_GUARDED_BY(m_timerLock) = 0; // whose waiter may use the timer

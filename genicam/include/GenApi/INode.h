@@ -30,6 +30,9 @@ struct GENICAM_API INode : virtual public IBase {
     virtual void GetChildren(NodeList_t& Children, ELinkType LinkType = ctReadingChildren) const = 0;
     virtual void GetParents(NodeList_t& Parents) const = 0; ///< The nodes that become invalid with this one.
     /// Takes @p pCallback over and gives it back through its Destroy(). The callback does not fire at once.
+    /// A callback inside the lock (cbPostInsideLock) must not take a lock that others hold while they use the node map,
+    /// or two threads wait for each other for good. Operations of a camera object take such a lock, all but IsGrabbing;
+    /// a callback outside the lock (cbPostOutsideLock) may call them.
     virtual CallbackHandleType RegisterCallback(CNodeCallback* pCallback) = 0;
     /// Ends a registration and destroys the callback. @return false when the handle is unknown here.
     virtual bool DeregisterCallback(CallbackHandleType hCallback) = 0;
