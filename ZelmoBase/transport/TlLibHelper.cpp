@@ -3,6 +3,7 @@
 
 #include "ZelmoBase/core/ExpandEnvironment.h"
 #include "ZelmoBase/core/Guarded.h"
+#include "ZelmoBase/transport/LibraryFile.h"
 #include "ZelmoBase/transport/TlFactoryLog.h"
 #include <Base/GCException.h>
 
@@ -22,6 +23,12 @@ void CSharedLibrary::Open(std::string path) {
     if (ExpandEnvironment(path, ExpandDialect_LibraryPath) < 0) {
         m_lastError = "Failed to expand environment variables";
         return;
+    }
+    if (path.find('/') != std::string::npos) { // else the loader looks for the file
+        if (const std::string damage = FindFileDamage(path); !damage.empty()) {
+            m_lastError = path + ": " + damage; // as the loader words its errors
+            return;
+        }
     }
     void* const handle = dlopen(path.c_str(), RTLD_NOW | RTLD_GLOBAL);
     m_lastError = TakeDlError();

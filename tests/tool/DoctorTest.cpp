@@ -4,6 +4,7 @@
 
 #include <gmock/gmock.h>
 
+#include <filesystem>
 #include <fstream>
 
 namespace {
@@ -60,6 +61,17 @@ TEST(DoctorTest, PluginThatIsNoLibraryIsNamedWithItsCause) {
     EXPECT_THAT(broken["detail"].get<std::string>(),
                 testing::AnyOf(HasSubstr("invalid ELF header"), HasSubstr("too short")));
     EXPECT_EQ(CheckNamed(result.Document(), "HarlixCamEmu")["verdict"], "ok") << "the others go on working";
+}
+
+TEST(DoctorTest, PluginThatWasCopiedByHalfIsNamed) {
+    TemporaryFolder folder;
+    const auto file = folder / "libzelmo_TL_half.so";
+    std::filesystem::copy_file(TEST_PLUGINS "/faulty/libzelmo_TL_faulty.so", file);
+    std::filesystem::resize_file(file, std::filesystem::file_size(file) / 2);
+    const ToolResult result = Examine(folder.Path());
+    EXPECT_EQ(result.exitCode, 8);
+    EXPECT_THAT(CheckNamed(result.Document(), "libzelmo_TL_half.so")["detail"].get<std::string>(),
+                HasSubstr("the file is cut short"));
 }
 
 TEST(DoctorTest, PluginWithoutAnExportIsNamed) {

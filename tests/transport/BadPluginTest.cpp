@@ -14,6 +14,7 @@
 #include <fstream>
 #include <ostream>
 #include <stdexcept>
+#include <sys/stat.h>
 
 using namespace Zelmo;
 using testing::ElementsAre;
@@ -67,6 +68,22 @@ TEST_F(PluginSearchTest, EmptyFolderListElementIsTheRootFolder) {
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "globbing failed\n");
 }
 
+TEST_F(PluginSearchTest, FileThatWasCutAnywhereIsNotLoaded) {
+    const auto file = m_folder.Path() / "libzelmo_TL_cut.so";
+    std::filesystem::copy_file(FileOf("good"), file);
+    const auto size = std::filesystem::file_size(file);
+    for (unsigned twentieths = 20; twentieths-- > 0;) {
+        const auto kept = twentieths == 19 ? size - 1 : size * twentieths / 20;
+        std::filesystem::resize_file(file, kept);
+        Start({"good"});
+        EXPECT_EQ(EnumerateTls(), 1) << kept << " of " << size << " bytes";
+        m_library.reset();
+    }
+    EXPECT_EQ(m_log.Count(kCategory, GenICam::LogPriority_Error, "Could not load TL lib '" + file.string() + "' : "),
+              20u);
+    EXPECT_TRUE(m_log.Contains(kCategory, GenICam::LogPriority_Error, "the file is cut short"));
+}
+
 TEST_F(PluginSearchTest, FilesThatAreNoPluginsAreNamedAndLeftOut) {
     const auto text = m_folder.Path() / "libzelmo_TL_text.so";
     std::ofstream(text) << "no shared library at all\n";
@@ -76,12 +93,13 @@ TEST_F(PluginSearchTest, FilesThatAreNoPluginsAreNamedAndLeftOut) {
     elf.seekp(18).write("\x08\x00", 2); // e_machine: MIPS
     elf.close();
     std::filesystem::create_directory(m_folder.Path() / "libzelmo_TL_folder.so");
+    mkfifo((m_folder.Path() / "libzelmo_TL_pipe.so").c_str(), 0600);
     std::filesystem::create_symlink("/nowhere", m_folder.Path() / "libzelmo_TL_dangling.so");
 
     Start({"good", "incomplete"});
     DeviceInfoList devices;
     EXPECT_EQ(Factory().EnumerateDevices(devices), 2);
-    for (const char* const name : {"text", "foreign", "folder"}) {
+    for (const char* const name : {"text", "foreign", "folder", "pipe"}) {
         const std::string file = (m_folder.Path() / ("libzelmo_TL_" + std::string(name) + ".so")).string();
         EXPECT_EQ(m_log.Count(kCategory, GenICam::LogPriority_Error, "Could not load TL lib '" + file + "' : "), 1u);
     }
