@@ -150,8 +150,7 @@ void CTlFactory::LoadLibraries() {
     }
 }
 
-/// All entries in the order of their device classes, each with its plug-in. Of plug-ins with the same entry the one
-/// that was loaded first stays first, and makes the transport layer.
+/// All entries in the order of their device classes, each with the plug-in that makes its transport layer.
 void CTlFactory::ReadEntries(std::vector<CTlEntry>& entries) {
     CLockGuard lock(*m_lock);
     if (m_libraries->NeedsSearch()) {

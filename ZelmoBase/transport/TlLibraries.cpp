@@ -8,6 +8,7 @@
 #include <zelmo/Utilities.h>
 
 #include <algorithm>
+#include <unordered_map>
 #include <utility>
 
 namespace Zelmo {
@@ -43,11 +44,45 @@ void CTlLibraries::Search(std::vector<CTlEntry>& entries) {
         AppendEntries(*library, entries);
         m_libraries.push_back(std::move(library));
     }
+    Settle(entries);
 }
 
 void CTlLibraries::ReadEntries(std::vector<CTlEntry>& entries) {
     for (const auto& library : m_libraries) {
         AppendEntries(*library, entries);
+    }
+    Settle(entries);
+}
+
+/// One plug-in after the other is compared with those before it. So a plug-in with a million entries, of one name or of
+/// many, costs a look-up for each.
+void CTlLibraries::Settle(std::vector<CTlEntry>& entries) {
+    std::unordered_multimap<String_t, const CTlEntry*> earlier;
+    for (auto begin = entries.begin(); begin != entries.end();) {
+        CTlLibHelper* const library = begin->library;
+        const auto end = std::find_if(begin, entries.end(), [&](const CTlEntry& e) { return e.library != library; });
+        for (auto entry = begin; entry != end; ++entry) {
+            const auto [from, to] = earlier.equal_range(entry->info.GetFullName());
+            if (from == to) {
+                continue;
+            }
+            ReportSharedName(from->first, *from->second->library, *library);
+            const auto same = std::find_if(from, to, [&](const auto& e) { return e.second->info == entry->info; });
+            if (same != to) {
+                entry->library = same->second->library;
+            }
+        }
+        for (; begin != end; ++begin) {
+            earlier.emplace(begin->info.GetFullName(), &*begin);
+        }
+    }
+}
+
+void CTlLibraries::ReportSharedName(const String_t& fullName, const CTlLibHelper& first, const CTlLibHelper& second) {
+    if (m_sharedNames.insert(fullName).second) {
+        hxlog::LogTrace(TlFactoryCatId(), hxlog::LogLevel_Warn,
+                        "TL lib '%s' cannot be used beside TL lib '%s': both have a transport layer of the name '%s'",
+                        second.GetPath().c_str(), first.GetPath().c_str(), fullName.c_str());
     }
 }
 

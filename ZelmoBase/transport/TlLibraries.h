@@ -4,6 +4,7 @@
 #include "ZelmoBase/transport/TlLibHelper.h"
 
 #include <memory>
+#include <unordered_set>
 #include <vector>
 
 namespace Zelmo {
@@ -21,10 +22,11 @@ public:
     /// A plug-in that is asked for its entries by a search and comes back sees those loaded before it.
     bool NeedsSearch() const { return m_libraries.empty() && !m_isSearching; }
 
-    /// Loads the plug-ins of the transport layer folders and appends their entries as it goes.
+    /// Loads the plug-ins of the transport layer folders and appends their entries as it goes. Of plug-ins with the
+    /// same entry the first one stands in each, as it makes the transport layer; equal full names are warned of once.
     void Search(std::vector<CTlEntry>& entries);
 
-    /// Appends the entries of all plug-ins that are loaded.
+    /// Appends the entries of all plug-ins that are loaded; the same holds.
     void ReadEntries(std::vector<CTlEntry>& entries);
 
     /// The first plug-in with an entry equal to @p info, null when there is none.
@@ -34,7 +36,11 @@ public:
     bool FindEntry(const String_t& deviceClass, CTlInfo& info);
 
 private:
+    void Settle(std::vector<CTlEntry>& entries);
+    void ReportSharedName(const String_t& fullName, const CTlLibHelper& first, const CTlLibHelper& second);
+
     std::vector<std::unique_ptr<CTlLibHelper>> m_libraries;
+    std::unordered_set<String_t> m_sharedNames; // of which it was warned
     bool m_isSearching = false;
 };
 

@@ -37,6 +37,7 @@ INSTANTIATE_TEST_SUITE_P(
         Case{"Exception while enumerating HarlixUsb devices. Error: 'bus'", "HarlixUsb", "bus"},
         Case{"Unknown error while enumerating HarlixUsb devices.", "HarlixUsb", "unknown"},
         Case{"Device 'D' of transport layer 'T' cannot be used: no class", "T", "'D' cannot be used: no class"},
+        Case{"TL lib '/x/e.so' cannot be used beside TL lib '/x/d.so': both", "/x/e.so", "'/x/d.so': both"},
         Case{"Trying to load TL lib '/x/libzelmo_TL_a.so'", nullptr, nullptr},
         Case{"Could not load TL lib '", nullptr, nullptr}, Case{"", nullptr, nullptr}));
 

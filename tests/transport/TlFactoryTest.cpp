@@ -11,6 +11,8 @@
 
 #include <csignal>
 #include <cstdlib>
+#include <exception>
+#include <fstream>
 #include <memory>
 #include <string>
 #include <thread>
@@ -199,6 +201,21 @@ TEST_F(TlFactoryTest, LibraryStartsAnewAfterTermination) {
     m_library = std::make_unique<ZelmoScope>(false);
     EXPECT_EQ(Factory().EnumerateDevices(devices), 2);
     EXPECT_EQ(m_log.Count(kCategory, GenICam::LogPriority_Notice, "Trying to load"), 2u);
+}
+
+TEST_F(TlFactoryTest, OfTwoPluginsWithTheSameEntryTheFirstOneIsAskedAndTheOtherIsToldOfOnce) {
+    for (const char* const name : {"libzelmo_TL_a.so", "libzelmo_TL_b.so"}) {
+        std::filesystem::copy_file(FileOf("faulty"), m_folder.Path() / name);
+    }
+    setenv("ZELMO_TEST_FAULT", "Create null in libzelmo_TL_a.so", 1);
+    Start({});
+    DeviceInfoList devices;
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(Factory().EnumerateDevices(devices), 0) << "the first one makes none, and the second is not asked";
+    }
+    EXPECT_EQ(Factory().CreateTl(String_t("FakeFaulty")), nullptr);
+    EXPECT_EQ(m_log.Count(kCategory, GenICam::LogPriority_Warn, "/libzelmo_TL_b.so' cannot be used beside TL lib '"),
+              1u);
 }
 
 struct Admission {

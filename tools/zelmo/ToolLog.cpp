@@ -101,6 +101,10 @@ bool ParsePluginFailure(std::string_view message, PluginFailure& failure) {
         failure.reason = "its device '" + device + "' cannot be used: " + std::string(rest);
         return true;
     }
+    if (TakeBetween(message, "TL lib '", "' cannot be used beside ", failure.plugin, rest)) {
+        failure.reason = "it cannot be used beside " + std::string(rest);
+        return true;
+    }
     if (TakeBetween(message, "Could not find required exports in TL lib '", "'", failure.plugin, rest)) {
         failure.reason = "it lacks one of the exports GetTLInfoList, Create and Destroy";
         return true;

@@ -9,6 +9,8 @@
 #include <zelmo/TlFactory.h>
 
 #include <cstdlib>
+#include <dlfcn.h>
+#include <filesystem>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -32,6 +34,13 @@ void FailIn(const std::string& place) {
     if (Fault(place + " unknown")) {
         throw 1;
     }
+}
+
+std::string OwnFileName() {
+    static const char kAnchor = 0;
+    Dl_info info{};
+    dladdr(&kAnchor, &info);
+    return std::filesystem::path(info.dli_fname).filename();
 }
 
 /// Runs @p step unless that is what led here: the factory comes back to the plug-in that calls it.
@@ -100,7 +109,7 @@ ZELMO_PLUGIN_EXPORT void GetTLInfoList(Zelmo::TlInfoList& list, bool) {
 ZELMO_PLUGIN_EXPORT Zelmo::ITransportLayer* Create(const Zelmo::CTlInfo& info) {
     FailIn("Create");
     CallBack([](Zelmo::CTlFactory& factory) { factory.ReleaseTl(factory.CreateTl(Zelmo::String_t("FakeGood"))); });
-    if (Fault("Create null") || Fault("Million null")) {
+    if (Fault("Create null") || Fault("Create null in " + OwnFileName()) || Fault("Million null")) {
         return nullptr;
     }
     if (Fault("Not counted") || Fault("Destroy not counted")) {
