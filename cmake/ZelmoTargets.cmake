@@ -13,6 +13,12 @@ function(zelmo_layer name)
     target_link_libraries(${name} PUBLIC ${ARG_LINK} Threads::Threads)
 endfunction()
 
+# zelmo_visible_symbols(<target> <version script>)
+function(zelmo_visible_symbols target script)
+    target_link_options(${target} PRIVATE -Wl,--version-script=${script})
+    set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${script})
+endfunction()
+
 # zelmo_plugin(<name> SOURCES … [LINK …] [TEST])
 # A transport layer plug-in libzelmo_TL_<name>.so: only its three exports are visible, symbols bind inside. With TEST it
 # goes to test-plugins/<name>/, is found only through ZELMO_TL_PATH and is never installed.
@@ -22,6 +28,7 @@ function(zelmo_plugin name)
     add_library(${target} MODULE ${ARG_SOURCES})
     target_link_libraries(${target} PRIVATE zelmo genicam ${ARG_LINK})
     target_link_options(${target} PRIVATE -Wl,-Bsymbolic)
+    zelmo_visible_symbols(${target} ${PROJECT_SOURCE_DIR}/cmake/plugin-exports.map)
     set_target_properties(${target} PROPERTIES INSTALL_RPATH "$ORIGIN")
     if(ARG_TEST)
         set_target_properties(${target} PROPERTIES

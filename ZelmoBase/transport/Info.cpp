@@ -139,6 +139,14 @@ bool CInfoBase::operator<(const CInfoBase& other) const {
     return rank == 0 && otherRank == 0 ? deviceClass < otherClass : rank > otherRank;
 }
 
+bool CTlInfo::IsSubset(const IProperties& other) const {
+    return CInfoBase::IsSubset(other);
+}
+
+bool CInterfaceInfo::IsSubset(const IProperties& other) const {
+    return CInfoBase::IsSubset(other);
+}
+
 bool CInterfaceInfo::operator<(const CInterfaceInfo& other) const {
     if (Property("DeviceClass") == other.Property("DeviceClass")) {
         return Property("InterfaceID") < other.Property("InterfaceID");

@@ -83,6 +83,10 @@ private:
 /// What is known of a transport layer: one entry of a plug-in.
 class ZELMO_API CTlInfo : public CInfoBase {
 public:
+    /// The one operation with its code in the library: so its table stands there, and not in each plug-in that makes
+    /// an info, which is gone before its infos are.
+    bool IsSubset(const IProperties& other) const override;
+
     ZELMO_INFO_PROPERTY(CTlInfo, FileName, "FileName")   ///< File of the plug-in.
     ZELMO_INFO_PROPERTY(CTlInfo, InfoID, "InfoID")       ///< Identifier of the entry.
     ZELMO_INFO_PROPERTY(CTlInfo, ModelName, "ModelName") ///< Name of the transport layer.
@@ -92,6 +96,8 @@ public:
 /// What is known of an interface: a point in a transport layer to which devices attach.
 class ZELMO_API CInterfaceInfo : public CInfoBase {
 public:
+    bool IsSubset(const IProperties& other) const override; ///< Here for the same reason as that of CTlInfo.
+
     /// By interface identifier within one device class.
     bool operator<(const CInterfaceInfo& other) const;
 

@@ -3,26 +3,11 @@
 
 #include "PluginLog.h"
 
-#include <array>
 #include <charconv>
 #include <cstdlib>
-#include <memory>
-#include <mutex>
 #include <string_view>
 
 namespace CamEmu {
-
-CPoolCamera& PoolCamera(std::size_t number) {
-    // Never destroyed: a stream thread may still run when the process exits.
-    static auto& lock = *new std::mutex;
-    static auto& cameras = *new std::array<std::unique_ptr<CPoolCamera>, kMaxCameras>;
-    const std::lock_guard guard(lock);
-    std::unique_ptr<CPoolCamera>& camera = cameras.at(number);
-    if (!camera) {
-        camera = std::make_unique<CPoolCamera>(static_cast<std::uint32_t>(number));
-    }
-    return *camera;
-}
 
 std::size_t WantedCameras() {
     const char* const value = std::getenv("ZELMO_CAMEMU");

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "CameraLink.h"
+#include "RemovalWatch.h"
 #include "core/Camera.h"
 
 #include <atomic>
@@ -17,14 +18,10 @@ struct CPoolCamera {
     CCamera camera;
     CCameraLink link{camera};
     std::atomic<bool> isStreaming = false; ///< some stream grabber is open
+    CEndedThreads endedWatches;            ///< of device objects that were closed in a removal callback
 };
 
 inline constexpr std::size_t kMaxCameras = 256;
-
-/// The camera of that number, below maxCameras. Made at first need and alive until the process ends, as a camera on
-/// the wall goes on while programs come and go: its user-defined name outlives the library's termination.
-/// Threads: any.
-CPoolCamera& PoolCamera(std::size_t number);
 
 /// How many cameras the environment variable ZELMO_CAMEMU asks for; 0 when it is unset. What is no number up to
 /// maxCameras counts as 0 and is logged as an error.

@@ -29,6 +29,7 @@ Zelmo::CDeviceInfo DescribeCamera(CCamera& camera) {
         .SetDeviceFactory("CamEmu")
         .SetDeviceIdx(std::to_string(camera.Number()).c_str())
         .SetXMLSource(CRegisterPort::DescriptionUrl().c_str());
+    info.ClearUserProvidedFlag();
     return info;
 }
 
@@ -36,7 +37,7 @@ CDevice::CDevice(CPoolCamera& camera, Zelmo::ITransportLayer& transportLayer)
     : m_camera(camera), m_transportLayer(transportLayer), m_info(DescribeCamera(camera.camera)), m_port(camera.link),
       m_connectionPort([this](std::int64_t address) { return ConnectionValue(address); }),
       m_connectionMap(MakeConnectionNodeMap(m_connectionPort)), m_grabber(camera, [this] { InvalidateLock(); }),
-      m_watch(*this, m_info.GetFullName().c_str()) {}
+      m_watch(*this, m_info.GetFullName().c_str(), camera.endedWatches) {}
 
 CDevice::~CDevice() {
     Close();

@@ -41,7 +41,26 @@ struct CRemovalWatch::CState {
     std::map<Zelmo::DeviceCallbackHandle, ClientPtr> clients;
 };
 
-CRemovalWatch::CRemovalWatch(Zelmo::IZelmoDevice& device, std::string name) : m_state(std::make_shared<CState>()) {
+CEndedThreads::~CEndedThreads() {
+    for (CEnding& ending : m_threads) {
+        ending.thread.join();
+    }
+}
+
+void CEndedThreads::Add(std::thread thread, std::shared_ptr<const std::atomic<bool>> isOver) {
+    const std::lock_guard lock(m_lock);
+    std::erase_if(m_threads, [](CEnding& ending) {
+        const bool joins = *ending.isOver;
+        if (joins) {
+            ending.thread.join();
+        }
+        return joins;
+    });
+    m_threads.push_back({std::move(thread), std::move(isOver)});
+}
+
+CRemovalWatch::CRemovalWatch(Zelmo::IZelmoDevice& device, std::string name, CEndedThreads& ended)
+    : m_state(std::make_shared<CState>()), m_ended(ended) {
     m_state->device = &device;
     m_state->name = std::move(name);
 }
@@ -73,7 +92,11 @@ void CRemovalWatch::Remove(Zelmo::DeviceCallbackHandle handle) {
 
 void CRemovalWatch::Start() {
     const std::lock_guard lock(m_state->lock);
-    m_thread = std::thread([state = m_state, session = m_state->session + 1] { Run(state, session); });
+    m_isOver = std::make_shared<std::atomic<bool>>(false);
+    m_thread = std::thread([state = m_state, session = m_state->session + 1, isOver = m_isOver] {
+        Run(state, session);
+        *isOver = true;
+    });
     ++m_state->session;
     m_state->isLost = false;
     for (const auto& [handle, client] : m_state->clients) {
@@ -91,7 +114,7 @@ void CRemovalWatch::Stop() noexcept {
         m_state->changed.notify_all();
     }
     if (m_thread.get_id() == std::this_thread::get_id()) {
-        m_thread.detach(); // closed in a callback: it ends right after
+        m_ended.Add(std::move(m_thread), m_isOver); // closed in a callback: it ends right after
     } else {
         m_thread.join();
     }

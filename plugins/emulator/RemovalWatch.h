@@ -3,22 +3,47 @@
 
 #include <zelmo/Device.h>
 
+#include <atomic>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <thread>
+#include <vector>
 
 namespace CamEmu {
+
+/// Threads that could not be waited for where they were told to end: at the end of this object they are.
+/// Threads: any.
+class CEndedThreads {
+public:
+    CEndedThreads() = default;
+    ~CEndedThreads();
+    CEndedThreads(const CEndedThreads&) = delete;
+    CEndedThreads& operator=(const CEndedThreads&) = delete;
+
+    /// @p isOver says whether the thread has nothing left to do; those of which it does are joined here already.
+    void Add(std::thread thread, std::shared_ptr<const std::atomic<bool>> isOver);
+
+private:
+    struct CEnding {
+        std::thread thread;
+        std::shared_ptr<const std::atomic<bool>> isOver;
+    };
+
+    std::mutex m_lock;
+    std::vector<CEnding> m_threads;
+};
 
 /// Tells the clients of a device object that its camera was removed, each once for every time the device is opened, on
 /// a thread of its own. A client that comes late, but before the device is closed, is told at once.
 /// Owns:    copies of the callbacks; the watch thread, from Start to Stop.
 /// Threads: any; Start and Stop one at a time. All of it, destroying included, may also happen inside a callback: the
-///          thread then outlives the watch, and touches nothing but the state that they share.
+///          thread then outlives the watch, touches nothing but the state that they share, and is handed over.
 /// Locks:   the state's, a leaf; not held in a callback.
 class CRemovalWatch {
 public:
     /// @p device is what callbacks get; @p name is for the log.
-    CRemovalWatch(Zelmo::IZelmoDevice& device, std::string name);
+    CRemovalWatch(Zelmo::IZelmoDevice& device, std::string name, CEndedThreads& ended);
     ~CRemovalWatch();
     CRemovalWatch(const CRemovalWatch&) = delete;
     CRemovalWatch& operator=(const CRemovalWatch&) = delete;
@@ -38,6 +63,8 @@ private:
     static void Run(const std::shared_ptr<CState>& state, std::uint64_t session) noexcept;
 
     const std::shared_ptr<CState> m_state;
+    CEndedThreads& m_ended;
+    std::shared_ptr<std::atomic<bool>> m_isOver; // whether the thread has left the callbacks for good
     std::thread m_thread;
 };
 

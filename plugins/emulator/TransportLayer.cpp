@@ -57,9 +57,11 @@ Zelmo::CTlInfo DescribeTransportLayer() {
 CTransportLayer::CTransportLayer() : m_interface(new Zelmo::CDefaultInterface(this, DescribeInterface())) {
     const std::size_t count = WantedCameras();
     for (std::size_t number = 0; number < count; ++number) {
-        m_cameras.push_back(&PoolCamera(number));
+        m_cameras.push_back(std::make_unique<CPoolCamera>(static_cast<std::uint32_t>(number)));
     }
 }
+
+CTransportLayer::~CTransportLayer() = default;
 
 // The plain list; the default interface calls it and adds filter and order.
 int CTransportLayer::EnumerateDevices(Zelmo::DeviceInfoList& list, bool addToList) {
@@ -82,7 +84,7 @@ int CTransportLayer::EnumerateDevices(Zelmo::DeviceInfoList& list, const Zelmo::
 }
 
 Zelmo::IZelmoDevice* CTransportLayer::CreateDevice(const Zelmo::CDeviceInfo& info) {
-    return AtBoundary("create the device", [&] { return new CDevice(TheOne(LookForCameras(), info), *this); });
+    return AtBoundary("create the device", [&] { return MakeDevice(TheOne(LookForCameras(), info)); });
 }
 
 Zelmo::IZelmoDevice* CTransportLayer::CreateFirstDevice(const Zelmo::CDeviceInfo& info) {
@@ -91,7 +93,7 @@ Zelmo::IZelmoDevice* CTransportLayer::CreateFirstDevice(const Zelmo::CDeviceInfo
         if (found.empty()) {
             throw RUNTIME_EXCEPTION("%s", kNoDevice);
         }
-        return new CDevice(*found.front(), *this);
+        return MakeDevice(*found.front());
     });
 }
 
@@ -112,7 +114,14 @@ Zelmo::IZelmoDevice* CTransportLayer::CreateDevice(const Zelmo::String_t& fullNa
 }
 
 void CTransportLayer::DestroyDevice(Zelmo::IZelmoDevice* device) {
-    delete dynamic_cast<CDevice*>(device);
+    std::unique_ptr<CDevice> ending; // outside of the lock: it waits for a removal callback, which may destroy devices
+    const std::lock_guard lock(m_devicesLock);
+    const auto found =
+        std::find_if(m_devices.begin(), m_devices.end(), [&](const auto& own) { return own.get() == device; });
+    if (found != m_devices.end()) {
+        ending = std::move(*found);
+        m_devices.erase(found);
+    }
 }
 
 bool CTransportLayer::IsDeviceAccessible(const Zelmo::CDeviceInfo& info, Zelmo::AccessModeSet modes,
@@ -146,20 +155,25 @@ void CTransportLayer::SetPrivateProperty(int id, const void* data, std::size_t s
     }
 }
 
+Zelmo::IZelmoDevice* CTransportLayer::MakeDevice(CPoolCamera& camera) {
+    auto device = std::make_unique<CDevice>(camera, *this);
+    const std::lock_guard lock(m_devicesLock);
+    return m_devices.emplace_back(std::move(device)).get();
+}
+
 // The cameras that exist under the global filter.
 CTransportLayer::Cameras CTransportLayer::KnownCameras() const {
     const Zelmo::DeviceInfoList* const filter = Zelmo::GetGlobalDeviceFilterInstance();
-    if (!filter) {
-        return m_cameras;
-    }
     Cameras known;
-    if (!m_isAdmitted) {
+    if (filter && !m_isAdmitted) {
         return known;
     }
-    for (CPoolCamera* const camera : m_cameras) {
-        const Zelmo::CDeviceInfo info = DescribeCamera(camera->camera);
-        if (std::any_of(filter->begin(), filter->end(), [&](const auto& entry) { return info.IsSubset(entry); })) {
-            known.push_back(camera);
+    for (const auto& camera : m_cameras) {
+        const auto isMeant = [info = DescribeCamera(camera->camera)](const auto& entry) {
+            return info.IsSubset(entry);
+        };
+        if (!filter || std::any_of(filter->begin(), filter->end(), isMeant)) {
+            known.push_back(camera.get());
         }
     }
     return known;

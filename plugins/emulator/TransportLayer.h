@@ -8,20 +8,25 @@
 
 #include <atomic>
 #include <memory>
+#include <mutex>
 #include <vector>
 
 namespace CamEmu {
+
+class CDevice;
 
 /// The entry of "GetTLInfoList", and of GetTlInfo.
 Zelmo::CTlInfo DescribeTransportLayer();
 
 /// Offers as many cameras as ZELMO_CAMEMU told when it was made; of these, where ZELMO_DEVICE_FILTER is set, the ones
 /// that it lets pass, and none at all when it does not admit the device class.
-/// Owns:    the default interface, which gives enumeration its filter and order.
+/// Owns:    the cameras, whose settings last as long as it does; the devices that it made; the default interface, which
+///          gives enumeration its filter and order.
 /// Threads: any; the list of cameras never changes, but those that were removed are left out.
 class CTransportLayer final : public Zelmo::ITransportLayer, public Zelmo::ITransportLayerPrivate {
 public:
     CTransportLayer();
+    ~CTransportLayer(); ///< Destroys the devices that were not given back: their threads run in this plug-in.
 
     int EnumerateDevices(Zelmo::DeviceInfoList& list, bool addToList) override;
     int EnumerateDevices(Zelmo::DeviceInfoList& list, const Zelmo::DeviceInfoList& filter, bool addToList) override;
@@ -52,9 +57,12 @@ private:
     Cameras KnownCameras() const;
     Cameras LookForCameras() const;
     static Cameras Matching(Cameras cameras, const Zelmo::CDeviceInfo& pattern);
+    Zelmo::IZelmoDevice* MakeDevice(CPoolCamera& camera);
     static CPoolCamera& TheOne(const Cameras& cameras, const Zelmo::CDeviceInfo& pattern);
 
-    Cameras m_cameras;
+    std::vector<std::unique_ptr<CPoolCamera>> m_cameras;
+    std::mutex m_devicesLock;
+    std::vector<std::unique_ptr<CDevice>> m_devices; // behind the cameras, which they use
     std::atomic<int> m_references = 0;
     std::atomic<bool> m_isAdmitted = false;
     std::unique_ptr<Zelmo::CDefaultInterface, CInterfaceDeleter> m_interface;

@@ -101,20 +101,20 @@ TEST(CreateDeviceTest, PartialInfoIsTakenWhenItFitsOneCamera) {
                  "0815-0002");
 }
 
-TEST(UserDefinedNameTest, IsShownByEnumerationAndSurvivesResetAndTermination) {
+TEST(UserDefinedNameTest, IsShownByEnumerationAndLastsUntilTermination) {
     {
         Library library("2");
         const Zelmo::CDeviceInfo before = library.Devices()[0];
+        EXPECT_FALSE(before.IsUserProvided());
         Camera("0815-0000").Set("DeviceUserID", "left eye");
         EXPECT_TRUE(DevicePtr(Zelmo::CTlFactory::GetInstance().CreateDevice(before))) << "an older info still fits";
         Camera again("0815-0000"); // resets
         EXPECT_EQ(again.Text("DeviceUserID"), "left eye");
+        EXPECT_STREQ(library.Devices()[0].GetUserDefinedName().c_str(), "left eye");
+        EXPECT_STREQ(library.Devices()[0].GetFriendlyName().c_str(), "left eye (0815-0000)");
+        EXPECT_STREQ(library.Devices()[1].GetUserDefinedName().c_str(), "");
     }
-    Library library("2");
-    EXPECT_STREQ(library.Devices()[0].GetUserDefinedName().c_str(), "left eye");
-    EXPECT_STREQ(library.Devices()[0].GetFriendlyName().c_str(), "left eye (0815-0000)");
-    EXPECT_STREQ(library.Devices()[1].GetUserDefinedName().c_str(), "");
-    Camera("0815-0000").Set("DeviceUserID", "");
+    EXPECT_STREQ(Library("2").Devices()[0].GetUserDefinedName().c_str(), "");
 }
 
 /// The modes that one device object holds and a second one wants, whether it gets them, and how it sees the camera.

@@ -12,7 +12,7 @@
 #include <sstream>
 
 /// Runs verbs in the test's own process, so that one command finds the camera as another one left it: an emulated
-/// camera lives as long as its process.
+/// camera lives as long as the library is started.
 class InProcess : public testing::Test {
 protected:
     explicit InProcess(const std::string& pluginPath = {}, const char* emulatedCameras = "1") {

@@ -218,6 +218,46 @@ TEST_F(TlFactoryTest, OfTwoPluginsWithTheSameEntryTheFirstOneIsAskedAndTheOtherI
               1u);
 }
 
+/// The plug-in files of which something is mapped into this process.
+std::vector<std::string> MappedPlugins() {
+    std::vector<std::string> lines;
+    std::ifstream maps("/proc/self/maps");
+    for (std::string line; std::getline(maps, line);) {
+        if (line.find("libzelmo_TL_") != std::string::npos) {
+            lines.push_back(line);
+        }
+    }
+    return lines;
+}
+
+TEST_F(TlFactoryTest, NothingOfAPluginIsLeftAfterTheLastTerminationAndWhatItGaveStaysUsable) {
+    setenv("ZELMO_CAMEMU", "1", 1);
+    Start({"good", "faulty", "minimal", "scripted", "../lib"});
+    DeviceInfoList devices;
+    EXPECT_GE(Factory().EnumerateDevices(devices), 5);
+    EXPECT_THAT(MappedPlugins(), testing::SizeIs(testing::Ge(5u)));
+    std::vector<std::unique_ptr<CTlInfo>> infos;
+    std::exception_ptr failure;
+    for (const CDeviceInfo& device : devices) {
+        ITransportLayer* const tl = Factory().CreateTl(device.GetDeviceClass());
+        infos.emplace_back(new CTlInfo(tl->GetTlInfo()));
+        Factory().ReleaseTl(tl);
+    }
+    IZelmoDevice* const forgotten = Factory().CreateDevice(Camera("HarlixCamEmu"));
+    forgotten->Open(Control | Stream); // its threads run now
+    try {
+        forgotten->Open(Control);
+    } catch (const GenICam::LogicalErrorException&) {
+        failure = std::current_exception();
+    }
+    m_library.reset();
+    EXPECT_THAT(MappedPlugins(), IsEmpty());
+    for (const auto& info : infos) {
+        EXPECT_TRUE(info->IsSubset(CTlInfo()));
+    }
+    EXPECT_THROW(std::rethrow_exception(failure), GenICam::LogicalErrorException);
+}
+
 struct Admission {
     const char* filter; ///< Null for unset.
     bool admitted;
