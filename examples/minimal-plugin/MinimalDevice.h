@@ -1,21 +1,26 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <zelmo/Device.h>
-
+#include "MinimalPort.h"
 #include "MinimalStreamGrabber.h"
+
+#include <zelmo/Device.h>
 
 namespace Minimal {
 
-/// The one camera: features, a stream, and nothing else. It does not go away, so it reports no removal.
-class MinimalDevice final : public Zelmo::IZelmoDevice, public Zelmo::IDescriptionSource {
+/// One application's handle on the camera: features, a stream, and the news that the camera is gone. It gives the
+/// description as well (IDescriptionSource) and tells that it has none for chunks (IZelmoDevicePrivate).
+/// Threads: one at a time, but for IsOpen, which the removal thread asks, too.
+class MinimalDevice final : public Zelmo::IZelmoDevice,
+                            public Zelmo::IZelmoDevicePrivate,
+                            public Zelmo::IDescriptionSource {
 public:
-    MinimalDevice(Zelmo::ITransportLayer& transportLayer, const Zelmo::CDeviceInfo& info)
-        : m_transportLayer(transportLayer), m_info(info) {}
+    MinimalDevice(Zelmo::ITransportLayer& transportLayer, MinimalCamera& camera, const Zelmo::CDeviceInfo& info);
+    ~MinimalDevice();
 
     void Open(Zelmo::AccessModeSet modes) override;
     void Close() override;
-    bool IsOpen() const override { return m_nodeMap != nullptr; }
+    bool IsOpen() const override { return m_isOpen; }
     Zelmo::AccessModeSet AccessMode() const override { return m_modes; }
 
     const Zelmo::CDeviceInfo& GetDeviceInfo() const override { return m_info; }
@@ -24,23 +29,30 @@ public:
     Zelmo::IEventGrabber* GetEventGrabber() override { return nullptr; }
     GenApi::INodeMap* GetNodeMap() override { return m_nodeMap.get(); }
     GenApi::INodeMap* GetTLNodeMap() override { return m_tlNodeMap.get(); }
-    bool IsRemoved() const override { return false; }
+    bool IsRemoved() const override { return m_isOpen && !m_camera.IsPluggedIn(); }
     Zelmo::ITransportLayer* GetTransportLayer() const override { return &m_transportLayer; }
     Zelmo::IEventAdapter* CreateEventAdapter() override { return nullptr; }
     void DestroyEventAdapter(Zelmo::IEventAdapter*) override {}
     Zelmo::IChunkParser* CreateChunkParser() override { return nullptr; }
     void DestroyChunkParser(Zelmo::IChunkParser*) override {}
-    Zelmo::DeviceCallbackHandle RegisterRemovalCallback(Zelmo::DeviceRemovalCallback&) override { return 0; }
-    void DeregisterRemovalCallback(Zelmo::DeviceCallbackHandle) override {}
+    Zelmo::DeviceCallbackHandle RegisterRemovalCallback(Zelmo::DeviceRemovalCallback& callback) override;
+    void DeregisterRemovalCallback(Zelmo::DeviceCallbackHandle handle) override;
+
+    void* GetNativeHandle() const override { return nullptr; }
+    Zelmo::String_t GetChunkNodeMapDescription() const override { return {}; }
+    bool IsChunkNodeMapDescriptionAvailable() const override { return false; }
 
     void GetDescription(Zelmo::String_t& url, Zelmo::String_t& bytes) override;
 
 private:
     Zelmo::ITransportLayer& m_transportLayer;
-    Zelmo::CDeviceInfo m_info;
+    MinimalCamera& m_camera;
+    const Zelmo::CDeviceInfo m_info;
+    std::atomic<bool> m_isOpen{false};
     Zelmo::AccessModeSet m_modes;
-    NodeMapPtr m_nodeMap;
-    NodeMapPtr m_tlNodeMap;
+    MinimalPort m_port;     // outlives the node map
+    NodeMapPtr m_nodeMap;   // while open
+    NodeMapPtr m_tlNodeMap; // always: it is set before the device is opened
     MinimalStreamGrabber m_stream;
 };
 

@@ -2,9 +2,12 @@
 #include "MinimalStreamGrabber.h"
 
 #include <Base/GCException.h>
+#include <GenApi/IInteger.h>
+#include <GenApi/Pointer.h>
 
 #include <algorithm>
 #include <string>
+#include <utility>
 
 namespace Minimal {
 namespace {
@@ -36,7 +39,8 @@ std::string StreamDescription() {
 
 } // namespace
 
-MinimalStreamGrabber::MinimalStreamGrabber() : m_nodeMap(MakeNodeMap(StreamDescription().c_str())) {}
+MinimalStreamGrabber::MinimalStreamGrabber(MinimalCamera& camera, GenApi::INodeMap& connection)
+    : m_camera(camera), m_connection(connection), m_nodeMap(MakeNodeMap(StreamDescription().c_str())) {}
 
 MinimalStreamGrabber::~MinimalStreamGrabber() {
     StopStreaming();
@@ -45,6 +49,9 @@ MinimalStreamGrabber::~MinimalStreamGrabber() {
 void MinimalStreamGrabber::Open() {
     if (IsOpen()) {
         throw LOGICAL_ERROR_EXCEPTION("Cannot open the stream grabber: it is open already.");
+    }
+    if (!m_isPermitted) {
+        throw LOGICAL_ERROR_EXCEPTION("Cannot open the stream grabber: the device was not opened for Stream.");
     }
     m_isOpen = true; // a real one takes the channel here
 }
@@ -58,6 +65,9 @@ void MinimalStreamGrabber::Close() {
 void MinimalStreamGrabber::PrepareGrab() {
     std::lock_guard lock(m_mutex);
     m_nextBlockId = 0;
+    if (!std::exchange(m_isPrepared, true)) {
+        m_camera.LockParams();
+    }
 }
 
 void MinimalStreamGrabber::FinishGrab() {
@@ -66,6 +76,9 @@ void MinimalStreamGrabber::FinishGrab() {
     m_queued.clear();
     m_results.clear();
     m_resultsPending.Reset();
+    if (std::exchange(m_isPrepared, false)) {
+        m_camera.UnlockParams();
+    }
 }
 
 Zelmo::StreamBufferHandle MinimalStreamGrabber::RegisterBuffer(void* buffer, std::size_t sizeBytes) {
@@ -87,6 +100,7 @@ void MinimalStreamGrabber::StartStreaming() {
     {
         std::lock_guard lock(m_mutex);
         m_stop = false;
+        m_framePeriod = std::chrono::milliseconds(GenApi::CIntegerPtr(m_connection.GetNode("FramePeriod"))->GetValue());
     }
     m_thread = std::thread([this] { Run(); });
 }
@@ -141,23 +155,27 @@ bool MinimalStreamGrabber::RetrieveResult(Zelmo::GrabResult& result) {
 /// The camera's clock: by points in time, not by pauses, so that nothing drifts.
 void MinimalStreamGrabber::Run() {
     std::unique_lock lock(m_mutex);
-    for (auto due = Clock::now() + kFramePeriod; !m_stopped.wait_until(lock, due, [this] { return m_stop; });
-         due += kFramePeriod) {
+    for (auto due = Clock::now() + m_framePeriod; !m_stopped.wait_until(lock, due, [this] { return m_stop; });
+         due += m_framePeriod) {
         Expose();
     }
 }
 
 /// One image into the oldest queued buffer; without one it is lost, which the gap in the block ids tells.
 void MinimalStreamGrabber::Expose() {
+    if (!m_camera.IsAcquiring()) {
+        return;
+    }
     const std::uint64_t blockId = m_nextBlockId++;
     if (m_queued.empty()) {
         return;
     }
     Zelmo::GrabResult result = ResultOf(m_queued.front(), Zelmo::GrabStatus_Grabbed);
     m_queued.pop_front();
+    const std::uint32_t brightness = m_camera.Brightness();
     auto* const pixels = static_cast<std::uint8_t*>(result.buffer);
     for (int i = 0; i < kPayloadSizeBytes; ++i) {
-        pixels[i] = static_cast<std::uint8_t>(blockId + static_cast<unsigned int>(i % kWidth));
+        pixels[i] = static_cast<std::uint8_t>(blockId + brightness + static_cast<unsigned int>(i % kWidth));
     }
     result.blockId = blockId;
     result.timeStamp = static_cast<std::uint64_t>(

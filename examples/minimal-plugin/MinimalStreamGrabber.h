@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "MinimalCamera.h"
 #include "NodeMaps.h"
 #include <zelmo/PixelType.h>
 #include <zelmo/StreamGrabber.h>
@@ -15,17 +16,19 @@
 
 namespace Minimal {
 
-/// Fills queued buffers with a picture that moves by one grey step a frame, a hundred times a second.
+/// Fills queued buffers with a picture that moves by one grey step a frame, while the camera acquires.
 /// Threads: the application's, and while streaming one of its own; m_mutex guards what both touch.
 class MinimalStreamGrabber final : public Zelmo::IStreamGrabber {
 public:
     static constexpr int kWidth = 64;
     static constexpr int kHeight = 48;
     static constexpr int kPayloadSizeBytes = kWidth * kHeight; // Mono8
-    static constexpr std::chrono::milliseconds kFramePeriod{10};
 
-    MinimalStreamGrabber();
+    /// @p connection is asked for the parameter FramePeriod when streaming starts.
+    MinimalStreamGrabber(MinimalCamera& camera, GenApi::INodeMap& connection);
     ~MinimalStreamGrabber();
+
+    void Permit(bool streaming) { m_isPermitted = streaming; } ///< Whether the device is open for Stream.
 
     void Open() override;
     void Close() override;
@@ -60,7 +63,12 @@ private:
     static Zelmo::GrabResult ResultOf(const QueuedBuffer& queued, Zelmo::EGrabStatus status);
     void Deliver(Zelmo::GrabResult result);
 
-    NodeMapPtr m_nodeMap; // there while the grabber is closed, too
+    MinimalCamera& m_camera;
+    GenApi::INodeMap& m_connection;
+    bool m_isPermitted = false;
+    bool m_isPrepared = false;
+    std::chrono::milliseconds m_framePeriod{}; // of this streaming
+    NodeMapPtr m_nodeMap;                      // there while the grabber is closed, too
     bool m_isOpen = false;
     mutable Zelmo::WaitObjectEx m_resultsPending = Zelmo::WaitObjectEx::Create();
 

@@ -47,8 +47,8 @@ def run(page, commands):
 
 
 def find_fault(info, text):
-    if info.startswith("cpp "):
-        path = info.removeprefix("cpp ")
+    if " " in info:
+        path = info.split(" ", 1)[1]
         return None if text in Path(SOURCE, path).read_text(encoding="utf-8") else f"is not in {path} word by word"
     return "is neither run here, nor listed with the reason" if info or COMMAND.search(text) else None
 

@@ -64,6 +64,7 @@ plugin) # by the lines that docs/writing-a-plugin.md tells
     } >"$work/plugin-source/CMakeLists.txt"
     configure "$work/plugin-source" "$work/plugin" -DCMAKE_PREFIX_PATH="$prefix"
     "$CMAKE" --build "$work/plugin"
+    NM=nm "$tests/../exports/exports-test.sh" zelmo_TL_minimal "$work/plugin/libzelmo_TL_minimal.so"
     ZELMO_TL_PATH=$work/plugin "$prefix/bin/zelmo" list | grep -F ExampleMinimal
     ;;
 part) # by default the two libraries and nothing else; our warnings are not other people's errors

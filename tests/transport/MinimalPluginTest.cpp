@@ -52,6 +52,7 @@ protected:
         for (std::size_t i = 0; i < bufferCount; ++i) {
             m_grabber->QueueBuffer(m_handles[i], &m_buffers[i]);
         }
+        Command("AcquisitionStart")->Execute();
     }
 
     /// Down again. @return how many buffers came back cancelled.
@@ -77,6 +78,7 @@ protected:
         return result;
     }
 
+    GenApi::CCommandPtr Command(const char* name) { return m_device->GetNodeMap()->GetNode(name); }
     GenApi::CIntegerPtr StreamNode(const char* name) { return m_grabber->GetNodeMap()->GetNode(name); }
 
     IZelmoDevice* m_device = nullptr;
@@ -157,14 +159,94 @@ TEST_F(MinimalPluginTest, FeaturesAndDescriptionAreThoseOfTheCamera) {
     EXPECT_EQ(m_device->GetNodeMap(), nullptr);
 }
 
-TEST_F(MinimalPluginTest, DevicesHaveTheDefaultParametersOfTransportLayers) {
-    const GenApi::CBooleanPtr enable = m_device->GetTLNodeMap()->GetNode("ChunkNodeMapSupportEnable");
+TEST_F(MinimalPluginTest, MonitorReadsOnlyAndASecondControllerIsRefused) {
+    CDeviceInfo info;
+    IZelmoDevice* const other = Factory().CreateDevice(info.SetSerialNumber("0001"));
+    EXPECT_THROW(other->Open(Control), GenICam::AccessException);
+    EXPECT_FALSE(Factory().IsDeviceAccessible(info, Control));
+    other->Open(AccessModeSet());
+    EXPECT_THROW(GenApi::CIntegerPtr(other->GetNodeMap()->GetNode("Brightness"))->SetValue(1),
+                 GenICam::AccessException);
+    EXPECT_THROW(other->GetStreamGrabber(0)->Open(), GenICam::LogicalErrorException);
+    Factory().DestroyDevice(other);
+}
+
+TEST_F(MinimalPluginTest, FeaturesAreLockedWhileAGrabIsPreparedAndCommandsClearThemselves) {
+    const GenApi::CIntegerPtr brightness = m_device->GetNodeMap()->GetNode("Brightness");
+    brightness->SetValue(7);
+    StartGrabbing(1);
+    EXPECT_TRUE(Command("AcquisitionStart")->IsDone());
+    EXPECT_THROW(brightness->SetValue(8), GenICam::AccessException);
+    const GrabResult result = NextResult();
+    EXPECT_EQ(*static_cast<std::uint8_t*>(result.buffer), static_cast<std::uint8_t>(result.blockId + 7));
+    StopGrabbing();
+    EXPECT_NO_THROW(brightness->SetValue(0));
+}
+
+/// Gives its device back in the removal callback, as an application may.
+class Quitter {
+public:
+    Quitter(IZelmoDevice& device, WaitObjectEx done)
+        : m_done(std::move(done)), m_handle(RegisterRemovalCallback(&device, *this, &Quitter::OnRemoved)) {}
+
+private:
+    void OnRemoved(IZelmoDevice* device) {
+        WaitObjectEx done = m_done; // this object may go as soon as it is signaled
+        device->DeregisterRemovalCallback(m_handle);
+        CTlFactory::GetInstance().DestroyDevice(device);
+        done.Signal();
+    }
+
+    WaitObjectEx m_done;
+    DeviceCallbackHandle m_handle;
+};
+
+TEST_F(MinimalPluginTest, RemovalIsToldAndTheDeviceMayBeDestroyedInTheCallback) {
+    IZelmoDevice* const monitor = Factory().CreateDevice(m_device->GetDeviceInfo());
+    monitor->Open(AccessModeSet());
+    const WaitObjectEx done = WaitObjectEx::Create();
+    const Quitter quitter(*monitor, done);
+    StartGrabbing(1);
+    Command("SimulateRemoval")->Execute();
+    EXPECT_TRUE(done.Wait(kLongEnoughMs));
+    StopGrabbing();
+    DeviceInfoList devices;
+    EXPECT_EQ(Factory().EnumerateDevices(devices), 0) << "one device is open still";
+    m_device->Close();
+    EXPECT_EQ(Factory().EnumerateDevices(devices), 1) << "it is back";
+}
+
+TEST_F(MinimalPluginTest, ClosedDevicesHaveTheirConnectionParameters) {
+    m_device->Close();
+    const GenApi::CIntegerPtr period = m_device->GetTLNodeMap()->GetNode("FramePeriod");
+    EXPECT_EQ(period->GetValue(), 10);
+    EXPECT_TRUE(period->GetNode()->IsStreamable());
+    EXPECT_FALSE(dynamic_cast<IZelmoDevicePrivate&>(*m_device).IsChunkNodeMapDescriptionAvailable());
+}
+
+class MinimalFilterTest : public PluginTest, public testing::WithParamInterface<std::pair<const char*, int>> {};
+
+TEST_P(MinimalFilterTest, HidesCamerasThatTheProcessDoesNotWant) {
+    setenv("ZELMO_DEVICE_FILTER", GetParam().first, 1);
+    Start({"minimal"});
+    DeviceInfoList devices;
+    EXPECT_EQ(Factory().EnumerateDevices(devices), GetParam().second);
+}
+
+INSTANTIATE_TEST_SUITE_P(Filters, MinimalFilterTest,
+                         testing::Values(std::pair{"SerialNumber=0001", 1}, std::pair{"SerialNumber=0002", 0},
+                                         std::pair{"DeviceClass=Other||SerialNumber=0001", 0}));
+
+TEST(DefaultParametersTest, AreThoseThatEveryTransportLayerHas) {
+    const std::unique_ptr<GenApi::INodeMap, void (*)(GenApi::INodeMap*)> parameters(
+        CreateDefaultTransportLayerParamsNodeMap(), DestroyNodeMap);
+    const GenApi::CBooleanPtr enable = parameters->GetNode("ChunkNodeMapSupportEnable");
     ASSERT_TRUE(enable.IsValid());
     EXPECT_TRUE(enable->GetValue());
     EXPECT_TRUE(enable->GetNode()->IsStreamable());
     EXPECT_EQ(enable->GetNode()->GetVisibility(), GenApi::Guru);
     EXPECT_EQ(enable->GetNode()->GetDisplayName(), "Chunk Node Map Support Enable");
-    EXPECT_EQ(m_device->GetTLNodeMap()->GetDeviceName(), "Device");
+    EXPECT_EQ(parameters->GetDeviceName(), "Device");
     DestroyNodeMap(nullptr);
 }
 
