@@ -174,8 +174,13 @@ int CTlFactory::EnumerateTls(TlInfoList& list) {
     return Count(list.size());
 }
 
+/// Not null while the factory is not terminated, which checkInitialized has seen.
+CTlMap& CTlFactory::Map() const {
+    return *m_tlMap;
+}
+
 ITransportLayer* CTlFactory::AddRefLiveTl(const String_t& fullName) {
-    ITransportLayer* const tl = m_tlMap.load()->FindByFullName(fullName);
+    ITransportLayer* const tl = Map().FindByFullName(fullName);
     if (auto* const counted = Counted(tl)) {
         counted->AddRef();
     }
@@ -210,7 +215,7 @@ ITransportLayer* CTlFactory::CreateTl(const String_t& deviceClass) {
 }
 
 ITransportLayer* CTlFactory::CreateNewTl(const CTlInfo& info, CTlLibHelper& library) {
-    CTlMap& tlMap = *m_tlMap;
+    CTlMap& tlMap = Map();
     try {
         ITransportLayer* const tl = library.CreateTl(info);
         if (!tl) {
@@ -251,10 +256,10 @@ void CTlFactory::ReleaseTl(const ITransportLayer* released) {
     if (counted && counted->Release() != 0) {
         return;
     }
-    if (CTlLibHelper* const library = m_tlMap.load()->GetLib(tl)) {
+    if (CTlLibHelper* const library = Map().GetLib(tl)) {
         library->DestroyTl(tl);
     }
-    m_tlMap.load()->Remove(tl);
+    Map().Remove(tl);
     if (m_implicitTlRefs) {
         m_implicitTlRefs->Forget(tl);
     }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <Base/GCThreadAnnotations.h>
 #include <zelmo/Export.h>
 #include <zelmo/internal/InterfaceBase.h>
 
@@ -46,7 +47,7 @@ public:
     void Delete() override;
 
 private:
-    bool m_isOpen = false; // guarded by m_lock
+    bool m_isOpen GENICAM_GUARDED_BY(m_lock) = false;
     ITransportLayer* m_transportLayer;
     CInterfaceInfo m_interfaceInfo; // never changes
     CRecursiveMutex* m_lock;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <Base/GCThreadAnnotations.h>
 #include <zelmo/DeviceFilter.h>
 #include <zelmo/Export.h>
 #include <zelmo/TransportLayer.h>
@@ -84,23 +85,24 @@ private:
     CTlFactory(const CTlFactory&) = delete;
     CTlFactory& operator=(const CTlFactory&) = delete;
 
-    int InternalEnumerateTls(TlInfoList& list);
+    int InternalEnumerateTls(TlInfoList& list) GENICAM_REQUIRES(m_lock);
     void ReadEntries(std::vector<CTlEntry>& entries);
-    void LoadLibraries();
-    ITransportLayer* AddRefLiveTl(const String_t& fullName);
+    void LoadLibraries() GENICAM_REQUIRES(m_lock);
+    CTlMap& Map() const GENICAM_REQUIRES(m_lock);
+    ITransportLayer* AddRefLiveTl(const String_t& fullName) GENICAM_REQUIRES(m_lock);
     ITransportLayer* CreateTl(const CTlEntry& entry);
     void KeepAlive(ITransportLayer* tl);
-    ITransportLayer* CreateNewTl(const CTlInfo& info, CTlLibHelper& library);
+    ITransportLayer* CreateNewTl(const CTlInfo& info, CTlLibHelper& library) GENICAM_REQUIRES(m_lock);
     CTlReference RequireTl(const String_t& deviceClass);
     CDeviceInfo FindDevice(const CDeviceInfo& info, bool firstFound);
     void ReportClassless(const DeviceInfoList& devices, const CTlInfo& transportLayer);
     void EnumerateDevicesOf(const CTlEntry& entry, DeviceInfoList& list, const DeviceInfoList& filter);
 
     std::atomic<CTlMap*> m_tlMap; // owned, like all pointers here; null once terminated
-    ImplicitTlRefs* m_implicitTlRefs;
-    CTlLibraries* m_libraries;
-    CClasslessDevices* m_classless;
-    CRecursiveMutex* m_lock; // guards all of the above and all calls of plug-ins' exports
+    ImplicitTlRefs* m_implicitTlRefs GENICAM_GUARDED_BY(m_lock) GENICAM_PT_GUARDED_BY(m_lock);
+    CTlLibraries* m_libraries GENICAM_GUARDED_BY(m_lock) GENICAM_PT_GUARDED_BY(m_lock);
+    CClasslessDevices* m_classless GENICAM_GUARDED_BY(m_lock) GENICAM_PT_GUARDED_BY(m_lock);
+    CRecursiveMutex* m_lock; // guards what the map points to as well, and all calls of plug-ins' exports
 };
 
 } // namespace Zelmo

@@ -31,7 +31,7 @@ std::string NamesOf(Zelmo::AccessModeSet modes) {
 } // namespace
 
 void CCameraLink::Admit(const CHolder& holder) {
-    const std::lock_guard lock(m_lock);
+    const CLockGuard lock(m_lock);
     const Zelmo::String_t name = holder.device->GetDeviceInfo().GetFullName();
     if (m_isPulled) {
         throw RUNTIME_EXCEPTION("Cannot open device '%s': it was removed, and is not back yet.", name.c_str());
@@ -45,12 +45,12 @@ void CCameraLink::Admit(const CHolder& holder) {
 }
 
 void CCameraLink::Leave(const Zelmo::IZelmoDevice& device) noexcept {
-    const std::lock_guard lock(m_lock);
+    const CLockGuard lock(m_lock);
     std::erase_if(m_holders, [&](const CHolder& holder) { return holder.device == &device; });
 }
 
 Zelmo::EDeviceAccessiblityInfo CCameraLink::LookUp(Zelmo::AccessModeSet modes) const {
-    const std::lock_guard lock(m_lock);
+    const CLockGuard lock(m_lock);
     if (m_isPulled) {
         return Zelmo::DeviceAccessibility_NotReachable;
     }
@@ -58,7 +58,7 @@ Zelmo::EDeviceAccessiblityInfo CCameraLink::LookUp(Zelmo::AccessModeSet modes) c
 }
 
 EAccessStatus CCameraLink::StatusFor(const Zelmo::IZelmoDevice& device) const {
-    const std::lock_guard lock(m_lock);
+    const CLockGuard lock(m_lock);
     if (m_isPulled) {
         return EAccessStatus::NoAccess;
     }
@@ -74,7 +74,7 @@ EAccessStatus CCameraLink::StatusFor(const Zelmo::IZelmoDevice& device) const {
 }
 
 void CCameraLink::Pull() {
-    const std::lock_guard lock(m_lock);
+    const CLockGuard lock(m_lock);
     m_isPulled = true;
     m_camera.Stream().StopAcquisition();
     for (const CHolder& holder : m_holders) {
@@ -83,7 +83,7 @@ void CCameraLink::Pull() {
 }
 
 bool CCameraLink::Restore() {
-    const std::lock_guard lock(m_lock);
+    const CLockGuard lock(m_lock);
     if (m_holders.empty()) {
         m_isPulled = false;
     }

@@ -2,12 +2,12 @@
 #pragma once
 
 #include "core/Camera.h"
+#include "core/Mutex.h"
 
 #include <zelmo/Device.h>
 
 #include <atomic>
 #include <cstdint>
-#include <mutex>
 #include <utility>
 #include <vector>
 
@@ -53,7 +53,7 @@ public:
     /// pulled. Once Pull has returned no operation is under way.
     template <class Operation>
     bool Access(Operation operation) {
-        const std::lock_guard lock(m_lock);
+        const CLockGuard lock(m_lock);
         if (m_isPulled) {
             return false;
         }
@@ -66,12 +66,12 @@ public:
     bool IsPulled() const { return m_isPulled; }
 
 private:
-    const CHolder* FindObstacle(Zelmo::AccessModeSet modes) const;
+    const CHolder* FindObstacle(Zelmo::AccessModeSet modes) const CAMEMU_REQUIRES(m_lock);
 
     CCamera& m_camera;
     std::atomic<bool> m_isPulled = false; // written under m_lock
-    mutable std::mutex m_lock;            // guards m_holders
-    std::vector<CHolder> m_holders;
+    mutable CMutex m_lock;
+    std::vector<CHolder> m_holders CAMEMU_GUARDED_BY(m_lock);
 };
 
 } // namespace CamEmu

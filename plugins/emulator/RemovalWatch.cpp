@@ -5,7 +5,6 @@
 
 #include <condition_variable>
 #include <map>
-#include <mutex>
 #include <utility>
 
 namespace CamEmu {
@@ -22,7 +21,7 @@ using ClientPtr = std::shared_ptr<CClient>;
 } // namespace
 
 struct CRemovalWatch::CState {
-    ClientPtr NextToTell() const {
+    ClientPtr NextToTell() const CAMEMU_REQUIRES(lock) {
         for (const auto& [handle, client] : clients) {
             if (isLost && !client->isTold && client->runner == std::thread::id()) {
                 return client;
@@ -33,12 +32,13 @@ struct CRemovalWatch::CState {
 
     Zelmo::IZelmoDevice* device = nullptr;
     std::string name;
-    std::mutex lock; // guards all below
+    CMutex lock;
     std::condition_variable changed;
-    std::uint64_t session = 0; // changes with each Start and Stop; a thread ends when it is not its own any more
-    bool isLost = false;
-    Zelmo::DeviceCallbackHandle lastHandle = 0;
-    std::map<Zelmo::DeviceCallbackHandle, ClientPtr> clients;
+    std::uint64_t session CAMEMU_GUARDED_BY(lock) =
+        0; // changes with each Start and Stop; a thread ends when it is not its own any more
+    bool isLost CAMEMU_GUARDED_BY(lock) = false;
+    Zelmo::DeviceCallbackHandle lastHandle CAMEMU_GUARDED_BY(lock) = 0;
+    std::map<Zelmo::DeviceCallbackHandle, ClientPtr> clients CAMEMU_GUARDED_BY(lock); // with their states
 };
 
 CEndedThreads::~CEndedThreads() {
@@ -48,7 +48,7 @@ CEndedThreads::~CEndedThreads() {
 }
 
 void CEndedThreads::Add(std::thread thread, std::shared_ptr<const std::atomic<bool>> isOver) {
-    const std::lock_guard lock(m_lock);
+    const CLockGuard lock(m_lock);
     std::erase_if(m_threads, [](CEnding& ending) {
         const bool joins = *ending.isOver;
         if (joins) {
@@ -71,30 +71,32 @@ CRemovalWatch::~CRemovalWatch() {
 
 Zelmo::DeviceCallbackHandle CRemovalWatch::Add(const Zelmo::DeviceRemovalCallback& callback) {
     auto client = std::make_shared<CClient>(CClient{callback});
-    const std::lock_guard lock(m_state->lock);
+    const CLockGuard lock(m_state->lock);
     m_state->clients.emplace(m_state->lastHandle + 1, std::move(client));
     m_state->changed.notify_all();
     return ++m_state->lastHandle;
 }
 
 void CRemovalWatch::Remove(Zelmo::DeviceCallbackHandle handle) {
-    ClientPtr client;
-    std::unique_lock lock(m_state->lock);
-    const auto found = m_state->clients.find(handle);
-    if (found == m_state->clients.end()) {
+    ClientPtr client; // goes last: its end runs the destructor of the application's callback
+    CState& state = *m_state;
+    const CLockGuard lock(state.lock);
+    const auto found = state.clients.find(handle);
+    if (found == state.clients.end()) {
         return;
     }
     client = std::move(found->second);
-    m_state->clients.erase(found);
-    m_state->changed.wait(
-        lock, [&] { return client->runner == std::thread::id() || client->runner == std::this_thread::get_id(); });
+    state.clients.erase(found);
+    while (client->runner != std::thread::id() && client->runner != std::this_thread::get_id()) {
+        state.lock.WaitFor(state.changed);
+    }
 }
 
 void CRemovalWatch::Start() {
-    const std::lock_guard lock(m_state->lock);
+    const CLockGuard lock(m_state->lock);
     m_isOver = std::make_shared<std::atomic<bool>>(false);
     m_thread = std::thread([state = m_state, session = m_state->session + 1, isOver = m_isOver] {
-        Run(state, session);
+        Run(*state, session);
         *isOver = true;
     });
     ++m_state->session;
@@ -109,7 +111,7 @@ void CRemovalWatch::Stop() noexcept {
         return;
     }
     {
-        const std::lock_guard lock(m_state->lock);
+        const CLockGuard lock(m_state->lock);
         ++m_state->session;
         m_state->changed.notify_all();
     }
@@ -121,35 +123,34 @@ void CRemovalWatch::Stop() noexcept {
 }
 
 void CRemovalWatch::LinkLost() noexcept {
-    const std::lock_guard lock(m_state->lock);
+    const CLockGuard lock(m_state->lock);
     m_state->isLost = true;
     m_state->changed.notify_all();
 }
 
 bool CRemovalWatch::IsLost() const {
-    const std::lock_guard lock(m_state->lock);
+    const CLockGuard lock(m_state->lock);
     return m_state->isLost;
 }
 
-void CRemovalWatch::Run(const std::shared_ptr<CState>& state, std::uint64_t session) noexcept {
-    std::unique_lock lock(state->lock);
-    for (;;) {
-        ClientPtr client;
-        state->changed.wait(lock,
-                            [&] { return state->session != session || (client = state->NextToTell()) != nullptr; });
-        if (state->session != session) {
-            return;
+void CRemovalWatch::Run(CState& state, std::uint64_t session) noexcept {
+    const CLockGuard lock(state.lock);
+    while (state.session == session) {
+        ClientPtr client = state.NextToTell();
+        if (!client) {
+            state.lock.WaitFor(state.changed);
+            continue;
         }
         client->isTold = true;
         client->runner = std::this_thread::get_id();
-        lock.unlock();
-        RunLogged(state->name.c_str(), "a removal callback", [&] { client->callback(state->device); });
-        lock.lock();
+        {
+            const CLockGap gap(state.lock);
+            RunLogged(state.name.c_str(), "a removal callback", [&] { client->callback(state.device); });
+        }
         client->runner = {};
-        state->changed.notify_all();
-        lock.unlock();
+        state.changed.notify_all();
+        const CLockGap gap(state.lock);
         client.reset(); // its last owner runs the destructor of the application's callback: not under the lock
-        lock.lock();
     }
 }
 

@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "core/Mutex.h"
+
 #include <zelmo/Device.h>
 
 #include <atomic>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -30,8 +31,8 @@ private:
         std::shared_ptr<const std::atomic<bool>> isOver;
     };
 
-    std::mutex m_lock;
-    std::vector<CEnding> m_threads;
+    CMutex m_lock;
+    std::vector<CEnding> m_threads CAMEMU_GUARDED_BY(m_lock);
 };
 
 /// Tells the clients of a device object that its camera was removed, each once for every time the device is opened, on
@@ -60,7 +61,7 @@ public:
 private:
     struct CState;
 
-    static void Run(const std::shared_ptr<CState>& state, std::uint64_t session) noexcept;
+    static void Run(CState& state, std::uint64_t session) noexcept;
 
     const std::shared_ptr<CState> m_state;
     CEndedThreads& m_ended;

@@ -69,7 +69,7 @@ void CStreamGrabber::Open() {
         throw RUNTIME_EXCEPTION("Cannot open the stream grabber: the images of camera %s go to another one.",
                                 m_camera.camera.Text(Reg::kSerialNumber).c_str());
     }
-    const std::lock_guard lock(m_lock);
+    const CLockGuard lock(m_lock);
     m_state = EState::Open;
 }
 
@@ -82,7 +82,7 @@ void CStreamGrabber::Close() {
     m_camera.camera.Stream().DropQueued();
     ReleaseFormat();
     {
-        const std::lock_guard lock(m_lock);
+        const CLockGuard lock(m_lock);
         m_results.clear();
         m_wait.Reset();
         m_buffers.clear();
@@ -97,7 +97,7 @@ bool CStreamGrabber::IsOpen() const {
 }
 
 Zelmo::StreamBufferHandle CStreamGrabber::RegisterBuffer(void* buffer, std::size_t sizeBytes) {
-    const std::lock_guard lock(m_lock);
+    const CLockGuard lock(m_lock);
     if (m_state != EState::Prepared && m_state != EState::Streaming) {
         throw LOGICAL_ERROR_EXCEPTION("Cannot register a buffer: PrepareGrab was not called.");
     }
@@ -114,7 +114,8 @@ Zelmo::StreamBufferHandle CStreamGrabber::RegisterBuffer(void* buffer, std::size
                                       m_maxBuffers);
     }
     auto* const handle = reinterpret_cast<Zelmo::StreamBufferHandle>(++m_lastHandle);
-    CBuffer& registered = AtBoundary("register a buffer", [&]() -> CBuffer& {
+    // The check does not see that the lock is held inside the lambda.
+    CBuffer& registered = AtBoundary("register a buffer", [&]() CAMEMU_UNCHECKED_LOCKS -> CBuffer& {
         m_camera.camera.Stream().Reserve(m_buffers.size() + 1);
         if (m_results.capacity() <= m_buffers.size()) {
             m_results.set_capacity(m_buffers.size() * 2 + 8);
@@ -127,7 +128,7 @@ Zelmo::StreamBufferHandle CStreamGrabber::RegisterBuffer(void* buffer, std::size
 }
 
 void* CStreamGrabber::DeregisterBuffer(Zelmo::StreamBufferHandle handle) {
-    const std::lock_guard lock(m_lock);
+    const CLockGuard lock(m_lock);
     void* const memory = IdleBuffer(handle, "deregister").memory.data();
     m_buffers.erase(handle);
     return memory;
@@ -148,7 +149,7 @@ void CStreamGrabber::PrepareGrab() {
                                 format.PayloadSize());
     }
     {
-        const std::lock_guard lock(m_lock);
+        const CLockGuard lock(m_lock);
         m_format = format;
         m_maxBufferSize = promised;
         m_maxBuffers = maxBuffers;
@@ -165,14 +166,14 @@ void CStreamGrabber::StartStreaming() {
     RequireReachable("start streaming");
     CImageFormat format;
     {
-        const std::lock_guard lock(m_lock);
+        const CLockGuard lock(m_lock);
         if (m_state != EState::Prepared) {
             throw LOGICAL_ERROR_EXCEPTION("Cannot start streaming: PrepareGrab was not called, or streaming goes on.");
         }
         format = m_format;
     }
     AtBoundary("start streaming", [&] { m_camera.camera.Stream().Start(format, *this); });
-    const std::lock_guard lock(m_lock);
+    const CLockGuard lock(m_lock);
     m_state = EState::Streaming;
 }
 
@@ -181,7 +182,7 @@ void CStreamGrabber::StopStreaming() {
         return;
     }
     m_camera.camera.Stream().Stop();
-    const std::lock_guard lock(m_lock);
+    const CLockGuard lock(m_lock);
     m_counters = m_camera.camera.Stream().Counters();
     m_state = EState::Prepared;
 }
@@ -189,7 +190,7 @@ void CStreamGrabber::StopStreaming() {
 // Nothing is wrong with a call when nothing was prepared: a failed start is undone by the same calls as a good one.
 void CStreamGrabber::FinishGrab() {
     {
-        const std::lock_guard lock(m_lock);
+        const CLockGuard lock(m_lock);
         if (m_state == EState::Streaming) {
             throw LOGICAL_ERROR_EXCEPTION("Cannot finish the grab: streaming was not stopped.");
         }
@@ -203,7 +204,7 @@ void CStreamGrabber::FinishGrab() {
 }
 
 void CStreamGrabber::QueueBuffer(Zelmo::StreamBufferHandle handle, void* context) {
-    const std::lock_guard lock(m_lock);
+    const CLockGuard lock(m_lock);
     CBuffer& buffer = IdleBuffer(handle, "queue");
     buffer.context = context;
     m_camera.camera.Stream().Queue({buffer.memory, &buffer});
@@ -218,12 +219,12 @@ void CStreamGrabber::FlushBuffers() {
 }
 
 std::size_t CStreamGrabber::GetNumQueuedBuffers() const {
-    const std::lock_guard lock(m_lock);
+    const CLockGuard lock(m_lock);
     return m_away;
 }
 
 bool CStreamGrabber::RetrieveResult(Zelmo::GrabResult& result) {
-    const std::lock_guard lock(m_lock);
+    const CLockGuard lock(m_lock);
     if (m_results.empty()) {
         return false;
     }
@@ -257,7 +258,7 @@ GenApi::INodeMap* CStreamGrabber::GetNodeMap() {
 }
 
 void CStreamGrabber::OnFrame(const CFrame& frame) noexcept {
-    const std::lock_guard lock(m_lock);
+    const CLockGuard lock(m_lock);
     static_cast<CBuffer*>(frame.buffer.context)->state = CBuffer::EState::Ready;
     m_results.push_back(frame);
     if (m_results.size() == 1) {
@@ -266,7 +267,7 @@ void CStreamGrabber::OnFrame(const CFrame& frame) noexcept {
 }
 
 CStreamGrabber::EState CStreamGrabber::State() const {
-    const std::lock_guard lock(m_lock);
+    const CLockGuard lock(m_lock);
     return m_state;
 }
 
@@ -283,7 +284,7 @@ std::size_t CStreamGrabber::Promise(const char* parameter) const {
 
 void CStreamGrabber::ReleaseFormat() {
     {
-        const std::lock_guard lock(m_lock);
+        const CLockGuard lock(m_lock);
         if (m_state != EState::Prepared) {
             return;
         }
@@ -320,7 +321,7 @@ std::uint64_t CStreamGrabber::RegisterValue(std::int64_t address) const {
     if (address == 0x00) {
         return ImageSize();
     }
-    const std::lock_guard lock(m_lock);
+    const CLockGuard lock(m_lock);
     switch (address) {
     case 0x08:
         return m_state == EState::Prepared || m_state == EState::Streaming;

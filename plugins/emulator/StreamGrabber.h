@@ -4,6 +4,7 @@
 #include "CameraPool.h"
 #include "Descriptions.h"
 #include "NumberPort.h"
+#include "core/Mutex.h"
 
 #include <zelmo/StreamGrabber.h>
 #include <zelmo/WaitObject.h>
@@ -13,7 +14,6 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <unordered_map>
 
 namespace CamEmu {
@@ -69,10 +69,10 @@ private:
     void RequireReachable(const char* attempt) const;
     std::size_t Promise(const char* parameter) const;
     void ReleaseFormat();
-    CBuffer& IdleBuffer(Zelmo::StreamBufferHandle handle, const char* attempt);
+    CBuffer& IdleBuffer(Zelmo::StreamBufferHandle handle, const char* attempt) CAMEMU_REQUIRES(m_lock);
     std::uint64_t ImageSize() const;
     std::uint64_t RegisterValue(std::int64_t address) const;
-    std::uint64_t FrameCount(std::int64_t address) const;
+    std::uint64_t FrameCount(std::int64_t address) const CAMEMU_REQUIRES(m_lock);
 
     CPoolCamera& m_camera;
     const std::function<void()> m_lockChanged;
@@ -81,16 +81,16 @@ private:
     NodeMapPtr m_nodeMap;
     mutable Zelmo::WaitObjectEx m_wait; // signaled exactly while m_results is not empty
 
-    mutable std::mutex m_lock; // guards all below
-    EState m_state = EState::Closed;
-    CImageFormat m_format; // from PrepareGrab to FinishGrab, like the next two
-    std::size_t m_maxBufferSize = 0;
-    std::size_t m_maxBuffers = 0;
-    std::size_t m_away = 0;     // buffers that are queued, or ready and not retrieved
-    CStreamCounters m_counters; // of the last streaming that was stopped
-    std::uintptr_t m_lastHandle = 0;
-    std::unordered_map<Zelmo::StreamBufferHandle, CBuffer> m_buffers;
-    boost::circular_buffer<CFrame> m_results; // room for every registered buffer
+    mutable CMutex m_lock;
+    EState m_state CAMEMU_GUARDED_BY(m_lock) = EState::Closed;
+    CImageFormat m_format CAMEMU_GUARDED_BY(m_lock); // from PrepareGrab to FinishGrab, like the next two
+    std::size_t m_maxBufferSize CAMEMU_GUARDED_BY(m_lock) = 0;
+    std::size_t m_maxBuffers CAMEMU_GUARDED_BY(m_lock) = 0;
+    std::size_t m_away CAMEMU_GUARDED_BY(m_lock) = 0;     // buffers that are queued, or ready and not retrieved
+    CStreamCounters m_counters CAMEMU_GUARDED_BY(m_lock); // of the last streaming that was stopped
+    std::uintptr_t m_lastHandle CAMEMU_GUARDED_BY(m_lock) = 0;
+    std::unordered_map<Zelmo::StreamBufferHandle, CBuffer> m_buffers CAMEMU_GUARDED_BY(m_lock);
+    boost::circular_buffer<CFrame> m_results CAMEMU_GUARDED_BY(m_lock); // room for every registered buffer
 };
 
 } // namespace CamEmu

@@ -115,7 +115,7 @@ Zelmo::IZelmoDevice* CTransportLayer::CreateDevice(const Zelmo::String_t& fullNa
 
 void CTransportLayer::DestroyDevice(Zelmo::IZelmoDevice* device) {
     std::unique_ptr<CDevice> ending; // outside of the lock: it waits for a removal callback, which may destroy devices
-    const std::lock_guard lock(m_devicesLock);
+    const CLockGuard lock(m_devicesLock);
     const auto found =
         std::find_if(m_devices.begin(), m_devices.end(), [&](const auto& own) { return own.get() == device; });
     if (found != m_devices.end()) {
@@ -157,7 +157,7 @@ void CTransportLayer::SetPrivateProperty(int id, const void* data, std::size_t s
 
 Zelmo::IZelmoDevice* CTransportLayer::MakeDevice(CPoolCamera& camera) {
     auto device = std::make_unique<CDevice>(camera, *this);
-    const std::lock_guard lock(m_devicesLock);
+    const CLockGuard lock(m_devicesLock);
     return m_devices.emplace_back(std::move(device)).get();
 }
 

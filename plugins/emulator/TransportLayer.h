@@ -2,13 +2,13 @@
 #pragma once
 
 #include "CameraPool.h"
+#include "core/Mutex.h"
 
 #include <zelmo/DefaultInterface.h>
 #include <zelmo/TransportLayer.h>
 
 #include <atomic>
 #include <memory>
-#include <mutex>
 #include <vector>
 
 namespace CamEmu {
@@ -61,8 +61,9 @@ private:
     static CPoolCamera& TheOne(const Cameras& cameras, const Zelmo::CDeviceInfo& pattern);
 
     std::vector<std::unique_ptr<CPoolCamera>> m_cameras;
-    std::mutex m_devicesLock;
-    std::vector<std::unique_ptr<CDevice>> m_devices; // behind the cameras, which they use
+    CMutex m_devicesLock;
+    std::vector<std::unique_ptr<CDevice>>
+        m_devices CAMEMU_GUARDED_BY(m_devicesLock); // behind the cameras, which they use
     std::atomic<int> m_references = 0;
     std::atomic<bool> m_isAdmitted = false;
     std::unique_ptr<Zelmo::CDefaultInterface, CInterfaceDeleter> m_interface;

@@ -86,7 +86,7 @@ void CCamera::SetDefaults() {
 }
 
 EAccessResult CCamera::Read(std::uint64_t address, void* bytes, std::size_t length) {
-    const std::lock_guard lock(m_lock);
+    const CLockGuard lock(m_lock);
     const EAccessResult result = m_bank.MayRead(address, length);
     if (result != EAccessResult::Ok) {
         return result;
@@ -97,7 +97,7 @@ EAccessResult CCamera::Read(std::uint64_t address, void* bytes, std::size_t leng
 }
 
 EAccessResult CCamera::Write(std::uint64_t address, const void* bytes, std::size_t length) {
-    std::unique_lock lock(m_lock);
+    const CLockGuard lock(m_lock);
     const EAccessResult result = m_bank.MayWrite(address, length, m_formatLocked);
     if (result != EAccessResult::Ok) {
         return result;
@@ -110,29 +110,29 @@ EAccessResult CCamera::Write(std::uint64_t address, const void* bytes, std::size
         return EAccessResult::InvalidValue;
     }
     std::memcpy(m_bank.Bytes(written.address), value.data(), written.length);
-    TakeEffect(written, lock);
+    TakeEffect(written);
     return EAccessResult::Ok;
 }
 
 std::string CCamera::Text(std::uint32_t address) {
-    const std::lock_guard lock(m_lock);
+    const CLockGuard lock(m_lock);
     return TextAt(address);
 }
 
 std::size_t CCamera::PayloadSize() {
-    const std::lock_guard lock(m_lock);
+    const CLockGuard lock(m_lock);
     return Format().PayloadSize();
 }
 
 CImageFormat CCamera::LockFormat() {
-    const std::lock_guard lock(m_lock);
+    const CLockGuard lock(m_lock);
     m_formatLocked = true;
     UpdateComputed();
     return Format();
 }
 
 void CCamera::UnlockFormat() {
-    const std::lock_guard lock(m_lock);
+    const CLockGuard lock(m_lock);
     m_formatLocked = false;
     UpdateComputed();
 }
@@ -198,12 +198,12 @@ bool CCamera::IsValidGeometry(const CRegister& written, std::uint32_t value) con
     }
 }
 
-void CCamera::TakeEffect(const CRegister& written, std::unique_lock<std::mutex>& lock) {
+void CCamera::TakeEffect(const CRegister& written) {
     switch (written.address) {
     case Reg::kDeviceReset:
         return SetDefaults();
     case Reg::kAcquisitionStart:
-        return StartAcquisition(lock);
+        return StartAcquisition();
     case Reg::kAcquisitionStop:
         return m_stream.StopAcquisition();
     case Reg::kForceFailedBuffer:
@@ -220,7 +220,7 @@ void CCamera::TakeEffect(const CRegister& written, std::unique_lock<std::mutex>&
 }
 
 // Files are read without the lock, which whoever lists cameras needs as well. The settings may be changed meanwhile.
-void CCamera::StartAcquisition(std::unique_lock<std::mutex>& lock) {
+void CCamera::StartAcquisition() {
     CImageReplayPtr images;
     while (Get<std::uint32_t>(Reg::kImageFileMode) != 0) {
         const std::string path = TextAt(Reg::kImageFilename);
@@ -228,9 +228,8 @@ void CCamera::StartAcquisition(std::unique_lock<std::mutex>& lock) {
         if (images && images->Path() == path && images->Format() == format) {
             return m_stream.StartAcquisition(FramesOfAcquisition(), images);
         }
-        lock.unlock();
+        const CLockGap gap(m_lock);
         images = CImageReplay::Load(path, format, m_stream.Images());
-        lock.lock();
     }
     m_stream.StartAcquisition(FramesOfAcquisition());
 }

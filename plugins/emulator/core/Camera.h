@@ -2,10 +2,10 @@
 #pragma once
 
 #include "FrameStream.h"
+#include "Mutex.h"
 #include "RegisterBank.h"
 
 #include <cstdint>
-#include <mutex>
 #include <string>
 
 namespace CamEmu {
@@ -38,27 +38,27 @@ public:
     CFrameStream& Stream() { return m_stream; }
 
 private:
-    void SetDefaults();
-    void SetText(std::uint32_t address, const std::string& text);
-    bool IsValid(const CRegister& written, const void* value) const;
-    bool IsValidGeometry(const CRegister& written, std::uint32_t value) const;
-    void TakeEffect(const CRegister& written, std::unique_lock<std::mutex>& lock);
-    void StartAcquisition(std::unique_lock<std::mutex>& lock);
-    std::string TextAt(std::uint32_t address) const;
-    void UpdateComputed();
-    CImageFormat Format() const;
-    CFrameSettings Settings() const;
-    std::uint64_t FramesOfAcquisition() const;
+    void SetDefaults() CAMEMU_REQUIRES(m_lock);
+    void SetText(std::uint32_t address, const std::string& text) CAMEMU_REQUIRES(m_lock);
+    bool IsValid(const CRegister& written, const void* value) const CAMEMU_REQUIRES(m_lock);
+    bool IsValidGeometry(const CRegister& written, std::uint32_t value) const CAMEMU_REQUIRES(m_lock);
+    void TakeEffect(const CRegister& written) CAMEMU_REQUIRES(m_lock);
+    void StartAcquisition() CAMEMU_REQUIRES(m_lock);
+    std::string TextAt(std::uint32_t address) const CAMEMU_REQUIRES(m_lock);
+    void UpdateComputed() CAMEMU_REQUIRES(m_lock);
+    CImageFormat Format() const CAMEMU_REQUIRES(m_lock);
+    CFrameSettings Settings() const CAMEMU_REQUIRES(m_lock);
+    std::uint64_t FramesOfAcquisition() const CAMEMU_REQUIRES(m_lock);
 
     template <typename T>
-    T Get(std::uint32_t address) const;
+    T Get(std::uint32_t address) const CAMEMU_REQUIRES(m_lock);
     template <typename T>
-    void Set(std::uint32_t address, T value);
+    void Set(std::uint32_t address, T value) CAMEMU_REQUIRES(m_lock);
 
     const std::uint32_t m_number;
-    std::mutex m_lock;
-    CRegisterBank m_bank;
-    bool m_formatLocked = false;
+    CMutex m_lock;
+    CRegisterBank m_bank CAMEMU_GUARDED_BY(m_lock);
+    bool m_formatLocked CAMEMU_GUARDED_BY(m_lock) = false;
     CFrameStream m_stream;
 };
 

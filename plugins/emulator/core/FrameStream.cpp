@@ -44,7 +44,7 @@ CFrameError FrameError(EFrameStatus status) {
 
 void CFrameStream::Start(const CImageFormat& format, IFrameSink& sink) {
     LoadImagesAgain(format);
-    const std::lock_guard lock(m_lock);
+    const CLockGuard lock(m_lock);
     m_generator.Configure(format);
     m_format = format;
     m_counters = {};
@@ -61,7 +61,7 @@ void CFrameStream::LoadImagesAgain(const CImageFormat& format) {
         return;
     }
     const CImageReplayPtr images = CImageReplay::Load(before->Path(), format, nullptr);
-    const std::lock_guard lock(m_lock);
+    const CLockGuard lock(m_lock);
     if (m_images == before) {
         m_images = images;
     }
@@ -72,23 +72,23 @@ void CFrameStream::Stop() noexcept {
         return;
     }
     {
-        const std::lock_guard lock(m_lock);
+        const CLockGuard lock(m_lock);
         m_stopping = true;
     }
     m_changed.notify_all();
     m_thread.join();
-    const std::lock_guard lock(m_lock);
+    const CLockGuard lock(m_lock);
     m_sink = nullptr;
 }
 
 void CFrameStream::Apply(const CFrameSettings& settings) {
-    const std::lock_guard lock(m_lock);
+    const CLockGuard lock(m_lock);
     m_settings = settings;
     m_changed.notify_all();
 }
 
 void CFrameStream::StartAcquisition(std::uint64_t frames, CImageReplayPtr images) {
-    const std::lock_guard lock(m_lock);
+    const CLockGuard lock(m_lock);
     if (m_sink && images && images->Format() != m_format) {
         throw std::logic_error("Images in another format than that of the stream cannot be shown.");
     }
@@ -100,41 +100,41 @@ void CFrameStream::StartAcquisition(std::uint64_t frames, CImageReplayPtr images
 }
 
 void CFrameStream::StopAcquisition() {
-    const std::lock_guard lock(m_lock);
+    const CLockGuard lock(m_lock);
     m_acquiring = false;
     m_changed.notify_all();
 }
 
 bool CFrameStream::IsAcquiring() const {
-    const std::lock_guard lock(m_lock);
+    const CLockGuard lock(m_lock);
     return m_acquiring;
 }
 
 CImageReplayPtr CFrameStream::Images() const {
-    const std::lock_guard lock(m_lock);
+    const CLockGuard lock(m_lock);
     return m_images;
 }
 
 void CFrameStream::DropImages() noexcept {
     CImageReplayPtr dropped; // freed without the lock
-    const std::lock_guard lock(m_lock);
+    const CLockGuard lock(m_lock);
     m_images.swap(dropped);
 }
 
 void CFrameStream::ForceFrameFailures(std::uint32_t frames) {
-    const std::lock_guard lock(m_lock);
+    const CLockGuard lock(m_lock);
     m_failuresLeft = frames;
 }
 
 void CFrameStream::Reserve(std::size_t buffers) {
-    const std::lock_guard lock(m_lock);
+    const CLockGuard lock(m_lock);
     if (m_queue.capacity() < buffers) {
         m_queue.set_capacity(buffers);
     }
 }
 
 void CFrameStream::Queue(const CFrameBuffer& buffer) {
-    const std::lock_guard lock(m_lock);
+    const CLockGuard lock(m_lock);
     if (m_queue.full()) {
         m_queue.set_capacity(m_queue.capacity() * 2 + 8);
     }
@@ -145,34 +145,37 @@ void CFrameStream::Queue(const CFrameBuffer& buffer) {
 }
 
 void CFrameStream::DropQueued() noexcept {
-    const std::lock_guard lock(m_lock);
+    const CLockGuard lock(m_lock);
     m_queue.clear();
 }
 
 void CFrameStream::CancelQueued(IFrameSink& sink) {
-    Lock lock(m_lock);
+    const CLockGuard lock(m_lock);
     const std::vector<CFrameBuffer> cancelled(m_queue.begin(), m_queue.end());
     m_queue.clear();
     const std::uint64_t finished = m_finished;
-    lock.unlock();
-    for (const CFrameBuffer& buffer : cancelled) {
-        CFrame frame;
-        frame.buffer = buffer;
-        sink.OnFrame(frame);
+    {
+        const CLockGap gap(m_lock);
+        for (const CFrameBuffer& buffer : cancelled) {
+            CFrame frame;
+            frame.buffer = buffer;
+            sink.OnFrame(frame);
+        }
     }
-    lock.lock();
     // the one that was being drawn, not those that were begun since: there may be no end of them
-    m_changed.wait(lock, [&] { return !m_drawing || m_finished != finished; });
+    while (m_drawing && m_finished == finished) {
+        m_lock.WaitFor(m_changed);
+    }
 }
 
 CStreamCounters CFrameStream::Counters() const {
-    const std::lock_guard lock(m_lock);
+    const CLockGuard lock(m_lock);
     return m_counters;
 }
 
 void CFrameStream::Run() noexcept {
-    Lock lock(m_lock);
-    while (WaitForFrame(lock)) {
+    const CLockGuard lock(m_lock);
+    while (WaitForFrame()) {
         CFrame frame;
         if (!TakeBuffer(frame)) {
             continue;
@@ -180,16 +183,19 @@ void CFrameStream::Run() noexcept {
         m_drawing = true;
         const CFrameSettings settings = m_settings;
         const CImageReplayPtr images = m_images;
-        lock.unlock();
-        if (frame.status != EFrameStatus::Forced) {
-            Draw(frame, settings, images.get());
+        {
+            const CLockGap gap(m_lock);
+            if (frame.status != EFrameStatus::Forced) {
+                Draw(frame, settings, images.get());
+            }
         }
-        lock.lock();
         // before it is handed over: whoever has the last image finds all of them counted
         ++(frame.status == EFrameStatus::Complete ? m_counters.delivered : m_counters.failed);
-        lock.unlock();
-        m_sink->OnFrame(frame);
-        lock.lock();
+        IFrameSink& sink = *m_sink;
+        {
+            const CLockGap gap(m_lock);
+            sink.OnFrame(frame);
+        }
         m_drawing = false;
         ++m_finished;
         m_changed.notify_all();
@@ -197,11 +203,11 @@ void CFrameStream::Run() noexcept {
 }
 
 // Returns with the lock held when a frame is to begin now, or false when the stream is to stop.
-bool CFrameStream::WaitForFrame(Lock& lock) {
+bool CFrameStream::WaitForFrame() {
     while (!m_stopping) {
         if (!m_acquiring) {
-            m_changed.wait(lock);
-        } else if (m_settings.IsPaced() ? WaitUntilDue(lock) : WaitForBuffer(lock)) {
+            m_lock.WaitFor(m_changed);
+        } else if (m_settings.IsPaced() ? WaitUntilDue() : WaitForBuffer()) {
             return true;
         }
     }
@@ -209,16 +215,16 @@ bool CFrameStream::WaitForFrame(Lock& lock) {
 }
 
 // Both waits look once and wait at most once: what they waited for may have changed meanwhile.
-bool CFrameStream::WaitForBuffer(Lock& lock) {
+bool CFrameStream::WaitForBuffer() {
     m_clock.Stop();
     if (!m_queue.empty()) {
         return true;
     }
-    m_changed.wait(lock);
+    m_lock.WaitFor(m_changed);
     return false;
 }
 
-bool CFrameStream::WaitUntilDue(Lock& lock) {
+bool CFrameStream::WaitUntilDue() {
     const double rateHz = m_settings.ResultingRateHz(m_format.PayloadSize());
     if (m_clock.IsRunning()) {
         m_clock.SetRate(rateHz);
@@ -228,7 +234,7 @@ bool CFrameStream::WaitUntilDue(Lock& lock) {
     const std::int64_t dueNs = m_clock.DueNs();
     const std::int64_t nowNs = MonotonicNs();
     if (dueNs > nowNs) {
-        m_changed.wait_until(lock, TimePoint(dueNs));
+        m_lock.WaitUntil(m_changed, TimePoint(dueNs));
         return false;
     }
     std::uint64_t missed = m_clock.SkipBehind(nowNs, kMaxLagNs);

@@ -3,13 +3,13 @@
 
 #include "AcquisitionClock.h"
 #include "ImageReplay.h"
+#include "Mutex.h"
 #include "PatternGenerator.h"
 
 #include <boost/circular_buffer.hpp>
 
 #include <condition_variable>
 #include <cstdint>
-#include <mutex>
 #include <span>
 #include <thread>
 
@@ -118,33 +118,31 @@ public:
     CStreamCounters Counters() const;
 
 private:
-    using Lock = std::unique_lock<std::mutex>;
-
     void LoadImagesAgain(const CImageFormat& format);
     void Run() noexcept;
-    bool WaitForFrame(Lock& lock);
-    bool WaitForBuffer(Lock& lock);
-    bool WaitUntilDue(Lock& lock);
-    void CountFrames(std::uint64_t frames);
-    bool TakeBuffer(CFrame& frame);
+    bool WaitForFrame() CAMEMU_REQUIRES(m_lock);
+    bool WaitForBuffer() CAMEMU_REQUIRES(m_lock);
+    bool WaitUntilDue() CAMEMU_REQUIRES(m_lock);
+    void CountFrames(std::uint64_t frames) CAMEMU_REQUIRES(m_lock);
+    bool TakeBuffer(CFrame& frame) CAMEMU_REQUIRES(m_lock);
     void Draw(CFrame& frame, const CFrameSettings& settings, const CImageReplay* images);
 
-    mutable std::mutex m_lock; // guards all but the generator, which belongs to the thread
+    mutable CMutex m_lock;
     std::condition_variable m_changed;
-    CFrameSettings m_settings;
-    CImageReplayPtr m_images; // while acquiring and streaming, of m_format
-    CImageFormat m_format;
-    bool m_stopping = false;
-    bool m_acquiring = false;
-    bool m_drawing = false;         // a frame is drawn or handed over
-    std::uint64_t m_finished = 0;   // frames handed over, ever
-    std::uint64_t m_framesLeft = 0; // of the acquisition; 0 with m_acquiring: no end
-    std::uint32_t m_failuresLeft = 0;
-    CAcquisitionClock m_clock;
-    CStreamCounters m_counters;
-    boost::circular_buffer<CFrameBuffer> m_queue;
-    IFrameSink* m_sink = nullptr; // set while the thread runs
-    CPatternGenerator m_generator;
+    CFrameSettings m_settings CAMEMU_GUARDED_BY(m_lock);
+    CImageReplayPtr m_images CAMEMU_GUARDED_BY(m_lock); // while acquiring and streaming, of m_format
+    CImageFormat m_format CAMEMU_GUARDED_BY(m_lock);
+    bool m_stopping CAMEMU_GUARDED_BY(m_lock) = false;
+    bool m_acquiring CAMEMU_GUARDED_BY(m_lock) = false;
+    bool m_drawing CAMEMU_GUARDED_BY(m_lock) = false;         // a frame is drawn or handed over
+    std::uint64_t m_finished CAMEMU_GUARDED_BY(m_lock) = 0;   // frames handed over, ever
+    std::uint64_t m_framesLeft CAMEMU_GUARDED_BY(m_lock) = 0; // of the acquisition; 0 with m_acquiring: no end
+    std::uint32_t m_failuresLeft CAMEMU_GUARDED_BY(m_lock) = 0;
+    CAcquisitionClock m_clock CAMEMU_GUARDED_BY(m_lock);
+    CStreamCounters m_counters CAMEMU_GUARDED_BY(m_lock);
+    boost::circular_buffer<CFrameBuffer> m_queue CAMEMU_GUARDED_BY(m_lock);
+    IFrameSink* m_sink CAMEMU_GUARDED_BY(m_lock) = nullptr; // set while the thread runs
+    CPatternGenerator m_generator;                          // the thread's while it runs
     std::thread m_thread;
 };
 
