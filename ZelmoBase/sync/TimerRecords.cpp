@@ -14,14 +14,14 @@ static_assert(std::atomic<std::int64_t>::is_always_lock_free && std::atomic<CWai
               "a signal handler must not meet a lock");
 
 /// Sleeps instead of spinning: a waiter of real-time priority would keep the handler's thread from running.
-void WaitForHandlers(const TimerRecord& record) noexcept {
-    while (record.handlers.load() != 0) {
+void WaitForSignalers(const TimerRecord& record) noexcept {
+    while (record.signalers.load() != 0) {
         const timespec pause{0, 20000};
         nanosleep(&pause, nullptr);
     }
 }
 
-/// @return whether this handler is the one to signal; the timer is then unarmed.
+/// @return whether the caller is the one to signal; the timer is then unarmed.
 bool ClaimIfDue(TimerRecord& record) noexcept {
     std::int64_t deadlineNs = record.deadlineNs.load();
     return deadlineNs <= MonotonicNs() && record.deadlineNs.compare_exchange_strong(deadlineNs, TimerRecord::kNever);
@@ -48,31 +48,42 @@ TimerRecord* AcquireTimerRecord(CWaitableTimer* timer) {
 
 void DisarmTimerRecord(TimerRecord& record) noexcept {
     record.deadlineNs.store(TimerRecord::kNever);
-    WaitForHandlers(record);
+    WaitForSignalers(record);
 }
 
 void ReleaseTimerRecord(TimerRecord& record) noexcept {
-    record.timer.store(nullptr);
     DisarmTimerRecord(record);
-    record.taken.store(false); // only now: a handler still in here would take the next owner's deadline for its own
+    record.kernelId.store(-1);
+    record.taken.store(false);
 }
 
-void SignalDueTimer(CWaitableTimer* timer) noexcept {
-    for (TimerRecord* record = g_records.load(); record != nullptr; record = record->next) {
-        if (record->timer.load() != timer) {
-            continue;
-        }
-        record->handlers.fetch_add(1);
-        // only now is what we see of the link safe from its owner
-        const bool isMine = record->timer.load() == timer;
-        if (isMine && ClaimIfDue(*record)) {
-            timer->Signal();
-        }
-        record->handlers.fetch_sub(1);
-        if (isMine) {
-            return;
+bool SignalIfDue(TimerRecord& record) noexcept {
+    record.signalers.fetch_add(1); // first: from here on the owner of a deadline that we claim cannot go
+    const bool isClaimed = ClaimIfDue(record);
+    if (isClaimed) {
+        record.timer.load()->Signal();
+    }
+    record.signalers.fetch_sub(1);
+    return isClaimed;
+}
+
+bool SignalIfDue(const void* timer) noexcept {
+    bool isKnown = false;
+    for (TimerRecord* record = g_records.load(); record != nullptr && timer != nullptr; record = record->next) {
+        if (record->timer.load() == timer) { // of several at one address all but one are gone
+            isKnown = true;
+            SignalIfDue(*record);
         }
     }
+    return isKnown;
+}
+
+bool IsTimerOfOurs(int kernelId) noexcept {
+    const TimerRecord* record = g_records.load();
+    while (record != nullptr && record->kernelId.load() != kernelId) {
+        record = record->next;
+    }
+    return record != nullptr && kernelId >= 0;
 }
 
 std::int64_t MonotonicNs() noexcept {

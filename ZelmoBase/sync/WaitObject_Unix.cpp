@@ -4,8 +4,10 @@
 #include "ZelmoBase/core/ScopeGuard.h"
 #include "ZelmoBase/core/SystemError.h"
 #include "ZelmoBase/sync/Deadline.h"
+#include "ZelmoBase/sync/TimedPoll.h"
 #include "ZelmoBase/sync/WaitObjectPosix.h"
 #include <zelmo/Log.h>
+#include <zelmo/WaitableTimer.h>
 
 #include <Base/GCException.h>
 
@@ -15,6 +17,7 @@
 #include <fcntl.h>
 #include <optional>
 #include <poll.h>
+#include <span>
 #include <thread>
 #include <unistd.h>
 #include <utility>
@@ -78,7 +81,7 @@ void ReleaseHandle(_WaitObjectPosix_t* handle) noexcept {
 _WaitObjectPosix_t* AllocateHandle() noexcept {
     auto* handle = static_cast<_WaitObjectPosix_t*>(std::malloc(sizeof(_WaitObjectPosix_t)));
     if (handle != nullptr) {
-        *handle = {-1, -1};
+        *handle = {-1, -1, nullptr, nullptr};
     }
     return handle;
 }
@@ -96,6 +99,7 @@ _WaitObjectPosix_t* DuplicateHandle(const _WaitObjectPosix_t* source) noexcept {
     if (copy == nullptr) {
         return nullptr;
     }
+    copy->timer = source->timer;
     if (!DuplicateEnd(source->readEnd, copy->readEnd) || !DuplicateEnd(source->writeEnd, copy->writeEnd)) {
         ReleaseHandle(copy);
         return nullptr;
@@ -136,15 +140,17 @@ bool OpenPipe(_WaitObjectPosix_t* handle, bool signaled) noexcept {
     if (pipe(ends) != 0) {
         return false;
     }
-    *handle = {ends[0], ends[1]};
+    handle->readEnd = ends[0];
+    handle->writeEnd = ends[1];
     return SetNonBlocking(handle->readEnd) && (!signaled || SignalHandle(handle));
 }
 
 /// One wait for readability. @return 0 when signaled, else the error number; ETIME when the time was up.
-int PollUntil(int fd, const std::optional<CDeadline>& deadline, bool alertable) noexcept {
-    pollfd entry{fd, POLLIN, 0};
+int PollReadable(const _WaitObjectPosix_t& handle, const std::optional<CDeadline>& deadline, bool alertable) noexcept {
+    pollfd entry{handle.readEnd, POLLIN, 0};
+    const std::span<TimerRecord* const> timer(&handle.timer, handle.timer != nullptr ? 1 : 0);
     for (;;) {
-        const int ready = poll(&entry, 1, deadline ? deadline->PollTimeout() : -1);
+        const int ready = PollUntil({&entry, 1}, deadline, timer);
         if (ready > 0) {
             return 0; // hang-up and errors are news as well
         }
@@ -167,14 +173,15 @@ WaitObject::WaitObject() noexcept = default;
 WaitObject::WaitObject(const WaitObject& other)
     : m_handle(other.IsValid() ? DuplicateOrThrow(other.m_handle) : nullptr) {}
 
-WaitObject::WaitObject(WaitObject&& other) noexcept : m_handle(std::exchange(other.m_handle, nullptr)) {}
-
 WaitObject::WaitObject(_WaitObjectPosix_t* handle, bool duplicate)
     : m_handle(duplicate ? DuplicateOrThrow(handle) : nullptr) {}
 
 // NOLINTNEXTLINE(bugprone-unhandled-self-assignment): the copy is made before the old handle goes
 WaitObject& WaitObject::operator=(const WaitObject& other) {
     if (other.IsValid()) {
+        if (m_handle != nullptr && m_handle->owner != nullptr) { // a signal may be on its way to the handle
+            throw LOGICAL_ERROR_EXCEPTION("Cannot assign to a waitable timer");
+        }
         _WaitObjectPosix_t* copy = DuplicateOrThrow(other.m_handle);
         ReleaseHandle(std::exchange(m_handle, copy));
     }
@@ -186,6 +193,10 @@ WaitObject::~WaitObject() {
 }
 
 void WaitObject::Destroy() noexcept {
+    if (m_handle != nullptr && m_handle->owner != nullptr) {
+        m_handle->owner->Destroy(); // takes the signal away first, and then comes back for the handle
+        return;
+    }
     ReleaseHandle(std::exchange(m_handle, nullptr));
 }
 
@@ -204,8 +215,9 @@ EWaitExResult WaitObject::WaitEx(unsigned int timeoutMs, bool alertable) const {
         if (timeoutMs != WaitTimeoutInfinite) {
             deadline.emplace(timeoutMs);
         }
-        error = PollUntil(m_handle->readEnd, deadline, alertable);
+        error = PollReadable(*m_handle, deadline, alertable);
     }
+    errno = error; // callers may look at it after any result
     switch (error) {
     case 0:
         return WaitExResult_Signaled;
@@ -255,8 +267,6 @@ WaitObjectEx::WaitObjectEx(int fd) {
 
 WaitObjectEx::WaitObjectEx(const WaitObjectEx& other) = default;
 
-WaitObjectEx::WaitObjectEx(WaitObjectEx&& other) noexcept = default;
-
 WaitObjectEx& WaitObjectEx::operator=(const WaitObjectEx& other) = default;
 
 WaitObjectEx::~WaitObjectEx() = default;
@@ -278,12 +288,13 @@ void WaitObjectEx::Signal() {
 }
 
 void WaitObjectEx::Reset() {
-    errno = EINVAL;
+    const int error = std::exchange(errno, EINVAL);
     char byte;
     if (m_handle == nullptr ||
         (RetryInterrupted([&] { return read(m_handle->readEnd, &byte, 1); }) < 0 && errno != EAGAIN)) {
         throw RUNTIME_EXCEPTION("Failed to reset wait object: %s", SystemErrorText(errno).c_str());
     }
+    errno = error; // that there was nothing to read is no news
 }
 
 } // namespace Zelmo

@@ -4,6 +4,8 @@
 #include "ZelmoBase/core/Mutex.h"
 #include "ZelmoBase/core/SystemError.h"
 #include "ZelmoBase/sync/Deadline.h"
+#include "ZelmoBase/sync/TimedPoll.h"
+#include "ZelmoBase/sync/WaitObjectPosix.h"
 
 #include <Base/GCException.h>
 
@@ -17,9 +19,22 @@
 
 namespace Zelmo {
 
+namespace {
+
+/// A copy of a wait object that can change its place in a set without the use of descriptors.
+class CMember : public WaitObject {
+public:
+    explicit CMember(const WaitObject& object) : WaitObject(object) {}
+    CMember(const CMember&) = default;
+    CMember(CMember&& other) noexcept { std::swap(m_handle, other.m_handle); }
+    CMember& operator=(const CMember&) = default;
+};
+
+} // namespace
+
 struct WaitObjects::Body {
-    mutable CMutex lock;                                    // not taken by waits
-    std::vector<WaitObject> members ZELMO_GUARDED_BY(lock); // in the order of Add
+    mutable CMutex lock;                                 // not taken by waits
+    std::vector<CMember> members ZELMO_GUARDED_BY(lock); // in the order of Add
 };
 
 namespace {
@@ -36,9 +51,9 @@ public:
     CMultipleWait(std::span<pollfd> entries, EWanted wanted, unsigned int* index)
         : m_entries(entries), m_remaining(entries.size()), m_wanted(wanted), m_index(index) {}
 
-    EWaitExResult Run(const std::optional<CDeadline>& deadline, bool alertable) {
+    EWaitExResult Run(const std::optional<CDeadline>& deadline, bool alertable, std::span<TimerRecord* const> timers) {
         do {
-            const int ready = poll(m_entries.data(), m_entries.size(), deadline ? deadline->PollTimeout() : -1);
+            const int ready = PollUntil(m_entries, deadline, timers);
             if (ready < 0 && (errno != EINTR || alertable)) {
                 if (errno != EINTR) {
                     ThrowWaitFailure(errno);
@@ -86,18 +101,24 @@ private:
 };
 
 /// Without the set's lock: the caller does not change the set during a wait.
-EWaitExResult WaitFor(EWanted wanted, const std::vector<WaitObject>& members, unsigned int timeoutMs, bool alertable,
+EWaitExResult WaitFor(EWanted wanted, const std::vector<CMember>& members, unsigned int timeoutMs, bool alertable,
                       unsigned int* index) {
     pollfd entries[WaitObjectsMaxCount]; // a wait allocates nothing
+    TimerRecord* timers[WaitObjectsMaxCount];
     size_t count = 0;
-    for (const WaitObject& member : members) {
-        entries[count++] = {member.GetFd(), POLLIN, 0};
+    size_t timerCount = 0;
+    for (const CMember& member : members) {
+        const _WaitObjectPosix_t& handle = *member;
+        entries[count++] = {handle.readEnd, POLLIN, 0};
+        if (handle.timer != nullptr) {
+            timers[timerCount++] = handle.timer;
+        }
     }
     std::optional<CDeadline> deadline;
     if (timeoutMs != WaitTimeoutInfinite) {
         deadline.emplace(timeoutMs);
     }
-    return CMultipleWait({entries, count}, wanted, index).Run(deadline, alertable);
+    return CMultipleWait({entries, count}, wanted, index).Run(deadline, alertable, {timers, timerCount});
 }
 
 } // namespace
@@ -130,7 +151,7 @@ unsigned int WaitObjects::Add(const WaitObject& object) {
     if (!object.IsValid()) {
         throw RUNTIME_EXCEPTION("WaitObject is not valid");
     }
-    m_body->members.push_back(object);
+    m_body->members.emplace_back(object);
     return static_cast<unsigned int>(position);
 }
 

@@ -5,65 +5,27 @@
 #include "ZelmoBase/core/ScopeGuard.h"
 #include "ZelmoBase/core/SystemError.h"
 #include "ZelmoBase/sync/TimerRecords.h"
+#include "ZelmoBase/sync/TimerSignal.h"
+#include "ZelmoBase/sync/WaitObjectPosix.h"
 
+#include <Base/GCAllocating.h>
 #include <Base/GCException.h>
 
 #include <atomic>
 #include <cerrno>
 #include <cstdint>
-#include <cstdlib>
 #include <signal.h>
 #include <utility>
 
 namespace Zelmo {
 namespace {
 
-constexpr int kSignal = SIGALRM;
-
 std::atomic<std::int32_t> g_userCount{0}; // timers that use the handler
-
-struct SavedAction {
-    std::mutex lock;
-    struct sigaction action {}; // what was installed when the count was 0
-};
-
-SavedAction& Saved() {
-    static SavedAction saved;
-    return saved;
-}
-
-extern "C" void OnTimerSignal(int, siginfo_t* info, void*) {
-    const int error = errno;
-    auto* timer = static_cast<CWaitableTimer*>(info->si_value.sival_ptr);
-    if (timer == nullptr) {
-        std::abort(); // none of ours: somebody else uses the signal
-    }
-    SignalDueTimer(timer);
-    errno = error;
-}
-
-void InstallHandler() {
-    struct sigaction action {};
-    action.sa_sigaction = OnTimerSignal;
-    action.sa_flags = SA_SIGINFO;
-    sigemptyset(&action.sa_mask);
-    SavedAction& saved = Saved();
-    std::lock_guard<std::mutex> guard(saved.lock);
-    sigaction(kSignal, &action, &saved.action);
-}
-
-/// The signal number 0 is refused, and the handler stays installed: signals may still be on their way, and the action
-/// before, the default mostly, would end the process.
-void KeepHandler() {
-    SavedAction& saved = Saved();
-    std::lock_guard<std::mutex> guard(saved.lock);
-    sigaction(0, &saved.action, nullptr);
-}
 
 timer_t CreateTimer(CWaitableTimer* timer) {
     sigevent event{};
     event.sigev_notify = SIGEV_SIGNAL;
-    event.sigev_signo = kSignal;
+    event.sigev_signo = kTimerSignal;
     event.sigev_value.sival_ptr = timer;
     timer_t result{};
     if (timer_create(CLOCK_MONOTONIC, &event, &result) != 0) {
@@ -99,11 +61,14 @@ void CWaitableTimer::Create() {
     const timer_t timer = CreateTimer(this);
     ScopeGuard deleteTimer([timer] { timer_delete(timer); });
     WaitObjectEx flag = WaitObjectEx::Create(false);
-    TimerRecord* record = AcquireTimerRecord(this);
+    TimerRecord* record = GenICam::Allocating([this] { return AcquireTimerRecord(this); });
     ScopeGuard releaseRecord([record] { ReleaseTimerRecord(*record); });
     WaitObjectEx::operator=(flag);
     releaseRecord.Dismiss();
     deleteTimer.Dismiss();
+    record->kernelId.store(static_cast<int>(TimerNumber(timer)));
+    m_handle->timer = record;
+    m_handle->owner = this;
     m_record = record;
     m_timer = timer;
 }
@@ -143,18 +108,19 @@ void CWaitableTimer::Cancel() {
 
 void CWaitableTimer::Destroy() noexcept {
     if (m_record == nullptr) {
-        return; // never created; whoever destroyed only the flag, through the base, still has a timer
+        return; // never created
     }
-    ReleaseTimerRecord(*std::exchange(m_record, nullptr));
     timer_delete(m_timer);
+    ReleaseTimerRecord(*std::exchange(m_record, nullptr));
     RunGuarded([this] { DoneSignalAction(); }, [](const char*) {});
+    m_handle->owner = nullptr; // from here on a flag as any other
     WaitObjectEx::Destroy();
 }
 
 void CWaitableTimer::InitSignalAction() {
     std::lock_guard<std::mutex> guard(m_mutex);
     if (g_userCount.load() == 0) {
-        InstallHandler();
+        GenICam::Allocating([] { InstallTimerHandler(); });
     }
     g_userCount.fetch_add(1);
 }
@@ -162,7 +128,7 @@ void CWaitableTimer::InitSignalAction() {
 void CWaitableTimer::DoneSignalAction() {
     std::lock_guard<std::mutex> guard(m_mutex);
     if (g_userCount.fetch_sub(1) == 1) {
-        KeepHandler();
+        KeepTimerHandler();
     }
 }
 

@@ -26,7 +26,6 @@ public:
     WaitObject() noexcept; ///< Invalid; WaitObjectEx::Create makes an object that is a flag.
     /// The same flag; invalid if @p other is. @throws GenICam::RuntimeException when no descriptor is left.
     WaitObject(const WaitObject& other);
-    WaitObject(WaitObject&& other) noexcept; ///< Takes the flag over; @p other is invalid afterwards.
     /// A copy of @p handle when @p duplicate, else invalid: a handle is never taken over.
     /// @throws GenICam::RuntimeException when no descriptor is left or @p handle is null.
     WaitObject(_WaitObjectPosix_t* handle, bool duplicate);
@@ -67,7 +66,6 @@ public:
     /// @throws GenICam::RuntimeException for a bad descriptor or when none is left.
     explicit WaitObjectEx(int fd);
     WaitObjectEx(const WaitObjectEx& other);
-    WaitObjectEx(WaitObjectEx&& other) noexcept;
     WaitObjectEx& operator=(const WaitObjectEx& other);
     ~WaitObjectEx() override;
 

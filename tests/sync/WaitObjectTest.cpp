@@ -11,6 +11,7 @@
 
 #include <gmock/gmock.h>
 
+#include <cerrno>
 #include <fcntl.h>
 #include <functional>
 #include <poll.h>
@@ -57,12 +58,15 @@ TEST(WaitObjectTest, CopiesAreOneFlagWithDescriptorsOfTheirOwn) {
         EXPECT_TRUE(assigned.Wait(0));
         copy.Reset();
         EXPECT_FALSE(first.Wait(0));
+        const WaitObjectEx moved(std::move(first)); // is one more copy
+        EXPECT_EQ(Fakes::OpenDescriptors(), before + 8);
+        EXPECT_TRUE(first.IsValid());
         first.Destroy();
         first.Destroy();
         copy.Signal();
         EXPECT_TRUE(assigned.Wait(0));
         assigned = WaitObjectEx::Create(); // gives the flag before back
-        EXPECT_EQ(Fakes::OpenDescriptors(), before + 4);
+        EXPECT_EQ(Fakes::OpenDescriptors(), before + 6);
         EXPECT_FALSE(assigned.Wait(0));
     }
     EXPECT_EQ(Fakes::OpenDescriptors(), before);
@@ -102,6 +106,18 @@ TEST(WaitObjectTest, UseOfAnInvalidOrBrokenObjectIsTold) {
     close(broken.GetFd());
     EXPECT_EQ(FailureOf([&] { broken.Reset(); }), "Failed to reset wait object: Bad file descriptor");
     EXPECT_TRUE(broken.Wait(0)); // poll calls a closed descriptor ready
+}
+
+TEST(WaitObjectTest, WaitsTellTheirEndByTheErrorNumberAndResetLeavesItAlone) {
+    WaitObjectEx object = WaitObjectEx::Create();
+    errno = EPERM;
+    object.Reset();
+    EXPECT_EQ(errno, EPERM);
+    object.WaitEx(0, false);
+    EXPECT_EQ(errno, ETIME);
+    object.Signal();
+    object.WaitEx(0, false);
+    EXPECT_EQ(errno, 0);
 }
 
 TEST(ForeignDescriptorTest, IsSignaledWhileReadableAndCannotBeSignaled) {

@@ -9,14 +9,19 @@
 
 #include <atomic>
 #include <fstream>
+#include <functional>
 #include <memory>
 #include <optional>
+#include <poll.h>
 #include <signal.h>
 #include <string>
 #include <sys/resource.h>
 #include <sys/syscall.h>
+#include <sys/time.h>
 #include <thread>
+#include <type_traits>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -68,7 +73,7 @@ void SendTimerSignal(void* value) {
 
 #if defined(ZELMO_SANITIZED)
 // the thread sanitizer holds signals back, one for a thread, and drops the others, whichever timer they are for
-constexpr unsigned int attempts = 600;
+constexpr unsigned int kAttempts = 600;
 #else
 constexpr unsigned int kAttempts = 1;
 #endif
@@ -82,6 +87,11 @@ bool Fires(CWaitableTimer& timer) {
         }
     }
     return false;
+}
+
+bool IsReadable(const WaitObject& object) {
+    pollfd entry{object.GetFd(), POLLIN, 0};
+    return poll(&entry, 1, 0) > 0;
 }
 
 class WaitableTimerTest : public testing::Test {
@@ -141,7 +151,7 @@ TEST_F(WaitableTimerTest, TimeThatEndsWhileTheSignalIsHeldBackIsNotLost) {
         held.AwaitPending();
         m_timer->Set(1);
         WaitObject::Sleep(20); // the second time ends as well
-        EXPECT_FALSE(m_timer->Wait(0));
+        EXPECT_FALSE(IsReadable(*m_timer));
     }
     EXPECT_TRUE(m_timer->Wait(kGenerousMs));
 }
@@ -154,11 +164,137 @@ TEST_F(WaitableTimerTest, HandlerStaysInstalledAfterTheLastTimer) {
     struct sigaction after;
     ASSERT_EQ(sigaction(SIGALRM, nullptr, &after), 0);
     EXPECT_EQ(after.sa_sigaction, with.sa_sigaction);
-    const auto sendNull = [] {
-        SendTimerSignal(nullptr);
+}
+
+TEST_F(WaitableTimerTest, SignalOfOursWithoutItsObjectEndsTheProcess) {
+    siginfo_t info{};
+    info.si_code = SI_TIMER;
+    info.si_timerid = KernelTimers().at(0);
+    const auto sendNull = [&info] {
+        syscall(SYS_rt_tgsigqueueinfo, getpid(), gettid(), SIGALRM, &info);
         WaitObject::Sleep(kGenerousMs); // the thread sanitizer hands signals on when a call blocks
     };
     EXPECT_EXIT(sendNull(), testing::KilledBySignal(SIGABRT), "");
+}
+
+std::atomic<int> g_alarms = 0;
+struct sigaction g_underneath;
+
+struct sigaction ActionOf(void (*handler)(int), void (*handlerOfInfo)(int, siginfo_t*, void*) = nullptr) {
+    struct sigaction action {};
+    action.sa_handler = handler;
+    if (handlerOfInfo != nullptr) {
+        action.sa_sigaction = handlerOfInfo;
+        action.sa_flags = SA_SIGINFO;
+    }
+    return action;
+}
+
+void CountAlarm(int) {
+    ++g_alarms;
+}
+void CountAlarmOfInfo(int, siginfo_t* info, void*) {
+    g_alarms += info->si_code == SI_KERNEL ? 1 : 100;
+}
+void CountAlarmAndPassOn(int number, siginfo_t* info, void* context) {
+    ++g_alarms;
+    g_underneath.sa_sigaction(number, info, context);
+}
+
+void RingOnce() {
+    const itimerval soon{{}, {0, 1000}};
+    setitimer(ITIMER_REAL, &soon, nullptr);
+    for (itimerval left = soon; left.it_value.tv_sec + left.it_value.tv_usec > 0; getitimer(ITIMER_REAL, &left)) {
+        WaitObject::Sleep(1); // ends early, as the signal does
+    }
+    WaitObject::Sleep(1);
+}
+
+struct FormerHandler {
+    struct sigaction action;
+    int alarms;
+};
+
+class ForeignAlarmTest : public testing::TestWithParam<FormerHandler> {};
+
+TEST_P(ForeignAlarmTest, GoesToTheHandlerThatWasThereBeforeOurs) {
+    g_alarms = 0;
+    sigaction(SIGALRM, &GetParam().action, nullptr);
+    CWaitableTimer timer;
+    timer.Create();
+    RingOnce();
+    EXPECT_EQ(g_alarms, GetParam().alarms);
+    timer.Set(1);
+    EXPECT_TRUE(timer.Wait(kGenerousMs));
+    EXPECT_EQ(g_alarms, GetParam().alarms); // ours is none of theirs
+}
+
+INSTANTIATE_TEST_SUITE_P(Handlers, ForeignAlarmTest,
+                         testing::Values(FormerHandler{ActionOf(SIG_DFL), 0}, FormerHandler{ActionOf(SIG_IGN), 0},
+                                         FormerHandler{ActionOf(CountAlarm), 1},
+                                         FormerHandler{ActionOf(nullptr, CountAlarmOfInfo), 1}));
+
+TEST(ForeignHandlerTest, InstalledOverOursAndOursOverItAgainGetsEachAlarmOnce) {
+    g_alarms = 0;
+    const struct sigaction first = ActionOf(CountAlarm);
+    const struct sigaction second = ActionOf(nullptr, CountAlarmAndPassOn);
+    sigaction(SIGALRM, &first, nullptr);
+    CWaitableTimer timer;
+    timer.Create();
+    sigaction(SIGALRM, &second, &g_underneath);
+    timer.Destroy();
+    timer.Create();
+    RingOnce();
+    EXPECT_EQ(g_alarms, 2); // one for each handler
+}
+
+// The application blocks the signal, or takes it over.
+class SilencedTimerTest : public WaitableTimerTest, public testing::WithParamInterface<bool> {
+protected:
+    void SetUp() override {
+        GetParam() ? static_cast<void>(m_held.emplace()) : static_cast<void>(signal(SIGALRM, CountAlarm));
+    }
+    std::optional<SignalHeldBack> m_held;
+};
+
+TEST_P(SilencedTimerTest, WaitsEndByTheDeadlineOfTheTimer) {
+    const WaitObject copy(*m_timer);
+    WaitObjects set;
+    set.Add(WaitObjectEx::Create());
+    set.Add(copy);
+    unsigned int index = 99;
+    const std::function<bool()> waits[] = {
+        [&] { return m_timer->Wait(WaitTimeoutInfinite); },
+        [&] { return copy.Wait(kGenerousMs); },
+        [&] { return set.WaitForAny(WaitTimeoutInfinite, &index); },
+    };
+    for (const auto& wait : waits) {
+        EXPECT_GE(MillisecondsOf([&] {
+                      m_timer->Set(20);
+                      EXPECT_FALSE(m_timer->Wait(1));
+                      EXPECT_TRUE(wait());
+                  }),
+                  20);
+    }
+    EXPECT_EQ(index, 1u);
+}
+
+INSTANTIATE_TEST_SUITE_P(BlockedOrTakenOver, SilencedTimerTest, testing::Bool());
+
+static_assert(!std::is_move_constructible_v<CWaitableTimer>);
+static_assert(!std::is_assignable_v<CWaitableTimer&, WaitObjectEx>);
+
+TEST_F(WaitableTimerTest, StaysWholeWhatEverIsDoneThroughItsBase) {
+    WaitObjectEx& base = *m_timer;
+    WaitObjectEx copy = std::move(base);
+    EXPECT_THROW(base = copy, GenICam::LogicalErrorException);
+    m_timer->Set(1);
+    EXPECT_TRUE(copy.Wait(kGenerousMs));
+    base.Destroy();
+    EXPECT_TRUE(KernelTimers().empty());
+    EXPECT_FALSE(m_timer->IsValid());
+    copy = WaitObjectEx::Create(); // a copy is no timer
+    EXPECT_FALSE(copy.Wait(0));
 }
 
 TEST_F(WaitableTimerTest, ReturnsAllItTookAndTellsWhenTheSystemRefuses) {
