@@ -76,7 +76,7 @@ TEST_F(GrabTest, LossesAreToldWithTheirCause) {
 
 TEST_F(GrabTest, StreamsTakeTheBytesOfAllImagesAndNothingElse) {
     const std::size_t bytes = 64 * 8 * 3;
-    std::ofstream(m_folder / "out");
+    std::ofstream(m_folder / "out") << "";
     ToolProcess::Settings toFile = InFolder();
     toFile.output = m_folder / "out";
     for (const std::vector<std::string>& words : {std::vector<std::string>{"-o", "-"},

@@ -11,7 +11,6 @@
 #include <unistd.h>
 
 namespace tool {
-
 namespace {
 
 /// Borrows the buffer of @p result.

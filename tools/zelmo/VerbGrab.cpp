@@ -9,6 +9,7 @@
 #include "WorkerPool.h"
 
 #include <algorithm>
+#include <unistd.h>
 
 namespace tool {
 namespace {
@@ -110,6 +111,9 @@ private:
 
     std::shared_ptr<ByteStream> OpenStream(GrabRun& run, Output& output) const {
         auto stream = std::make_shared<ByteStream>(m_files.output, m_options.timeoutMs, run.GetSignals());
+        if (isatty(stream->GetFd()) == 1) {
+            throw UsageError("-o '" + m_files.output + "': a terminal cannot show images; send them on with | or >");
+        }
         run.WatchReader(stream->GetFd(), stream->GetName());
         if (stream->IsStandardOutput()) {
             output.SendDataToMessages();
