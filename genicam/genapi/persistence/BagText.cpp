@@ -13,7 +13,7 @@ namespace GenApi {
 namespace {
 
 constexpr std::string_view kEscapedRemark = "#escaped"; // remarks by people begin with "# "
-constexpr std::string_view kVersion = GENICAM_VERSION; // from the root CMakeLists.txt
+constexpr std::string_view kVersion = GENICAM_VERSION;  // from the root CMakeLists.txt
 constexpr char kEscapes[][2] = {{'\n', 'n'}, {'\r', 'r'}, {'\0', '0'}, {'\\', '\\'}};
 
 std::string Escape(std::string_view value) {
