@@ -40,9 +40,8 @@ public:
 
     /// Makes the device that satisfies @p info. With a device class the transport layer of that class decides what a
     /// partial info means; without one all devices are enumerated, and @p strings are not passed on.
-    /// @throws GenICam::RuntimeException when no device, more than one, or no transport layer fits, and when the one
-    /// that
-    ///         fits has no device class.
+    /// @throws GenICam::RuntimeException when no device, more than one, or no transport layer fits, and when the
+    ///         one that fits has no device class.
     IZelmoDevice* CreateDevice(const CDeviceInfo& info) override;
     IZelmoDevice* CreateFirstDevice(const CDeviceInfo& info) override; ///< The same, with the first of several.
     IZelmoDevice* CreateDevice(const CDeviceInfo& info, const StringList_t& strings) override;

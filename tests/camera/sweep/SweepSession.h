@@ -16,7 +16,7 @@
 #include <thread>
 
 /// Under a sanitizer every 17th place of failure is enough.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#if defined(ZELMO_SANITIZED)
 inline constexpr unsigned kSweepStep = 17;
 #else
 inline constexpr unsigned kSweepStep = 1;
