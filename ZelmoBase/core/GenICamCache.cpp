@@ -5,8 +5,6 @@
 
 #include <cerrno>
 #include <cstdlib>
-#include <cstring>
-#include <memory>
 #include <pwd.h>
 #include <string>
 #include <sys/stat.h>
@@ -30,35 +28,38 @@ std::string HomeFolder() {
     return user != nullptr && user->pw_dir != nullptr ? user->pw_dir : "";
 }
 
-/// The folder and its parents. @return whether it was made or something of that name was there already.
-bool CreateFolders(const char* path) noexcept {
-    const std::unique_ptr<char, decltype(&std::free)> copy(strdup(path), &std::free);
-    if (!copy) {
-        return false;
-    }
-    char* text = copy.get();
-    const size_t length = std::strlen(text);
-    if (length > 0 && text[length - 1] == '/') {
-        text[length - 1] = '\0';
-    }
-    char* part = *text == '/' ? text + 1 : text;
-    while ((part = std::strchr(part, '/')) != nullptr) {
-        *part = '\0';
-        mkdir(text, 0777); // the last one tells whether all went well
-        *part++ = '/';
-    }
-    return mkdir(text, 0777) == 0 || errno == EEXIST;
+bool IsThere(const std::string& path) {
+    struct stat status {};
+    return stat(path.c_str(), &status) == 0;
 }
 
-void SetUpDefault(const std::string& folder) {
+/// Whether the folder, which is not there, could be made with its parents: the nearest of them that is there decides.
+bool CanBeMade(const std::string& path) {
+    std::string parent = path;
+    do {
+        const size_t end = parent.find_last_not_of('/');
+        const size_t slash = parent.rfind('/', end);
+        parent = slash == std::string::npos ? "." : slash == 0 ? "/" : parent.substr(0, slash);
+    } while (!IsThere(parent) && errno == ENOENT);
+    return access((parent + "/.").c_str(), W_OK | X_OK) == 0; // a file that has this name is no folder
+}
+
+/// @return whether the modules may use the folder without a further look: nothing of that name is there, but it can be
+/// made. It is left to them to make it once there is something to keep, as most processes never have anything.
+bool SetUpDefault(const std::string& folder) {
     if (setenv(kVariable, folder.c_str(), 1) != 0) {
         hxlog::LogTrace(catId(), hxlog::LogLevel_Warn, "Could not set GENICAM_CACHE_V3_1 to '%s'", folder.c_str());
-        return;
+        return false;
     }
-    if (!CreateFolders(folder.c_str())) {
-        hxlog::LogTrace(catId(), hxlog::LogLevel_Warn, "Could not create directory '%s'. GenICam cache won't be used.",
-                        folder.c_str());
+    if (IsThere(folder)) {
+        return false;
     }
+    if (CanBeMade(folder)) {
+        return true;
+    }
+    hxlog::LogTrace(catId(), hxlog::LogLevel_Warn, "Could not create directory '%s'. GenICam cache won't be used.",
+                    folder.c_str());
+    return false;
 }
 
 bool IsUsableFolder(const char* path) {
@@ -69,19 +70,19 @@ bool IsUsableFolder(const char* path) {
 } // namespace
 
 void SetUpGenICamCache() {
-    std::string folder;
-    if (const char* given = std::getenv(kVariable)) {
-        folder = given;
-    } else {
-        folder = HomeFolder();
-        if (folder.empty()) {
-            hxlog::LogTrace(catId(), hxlog::LogLevel_Warn,
-                            "Could not build default GenICam cache directory name. "
-                            "GenICam cache won't be used.");
-            return;
-        }
-        folder += "/genicam_xml_cache";
-        SetUpDefault(folder);
+    const char* const given = std::getenv(kVariable);
+    const std::string home = HomeFolder();
+    const std::string standard = home.empty() ? home : home + "/genicam_xml_cache";
+    if (given == nullptr && standard.empty()) {
+        hxlog::LogTrace(catId(), hxlog::LogLevel_Warn,
+                        "Could not build default GenICam cache directory name. "
+                        "GenICam cache won't be used.");
+        return;
+    }
+    const std::string folder = given != nullptr ? given : standard;
+    // A former start, or the process that started this one, may have named the default without making it.
+    if (folder == standard && !standard.empty() && SetUpDefault(folder)) {
+        return;
     }
     if (!IsUsableFolder(folder.c_str())) {
         hxlog::LogTrace(catId(), hxlog::LogLevel_Warn,

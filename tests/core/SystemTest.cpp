@@ -84,16 +84,17 @@ protected:
     Fakes::LogRecorder m_log;
 };
 
-TEST_F(GenICamCacheTest, DefaultIsCreatedWithItsParentsInTheHomeFolder) {
+TEST_F(GenICamCacheTest, DefaultInTheHomeFolderIsNamedButLeftToWhoUsesIt) {
     ASSERT_EQ(chdir(m_folder.Path().c_str()), 0);
     for (const std::string& home : {(m_folder.Path() / "not" / "yet").string(), std::string("relative//not/")}) {
         unsetenv("GENICAM_CACHE_V3_1");
         setenv("HOME", home.c_str(), 1);
         Zelmo::SetUpGenICamCache();
         EXPECT_EQ(Variable(), home + "/genicam_xml_cache");
-        EXPECT_TRUE(fs::is_directory(Variable()));
-        Zelmo::SetUpGenICamCache(); // what is given stands
+        Zelmo::SetUpGenICamCache(); // a second start
+        EXPECT_EQ(Variable(), home + "/genicam_xml_cache");
     }
+    EXPECT_TRUE(fs::is_empty(m_folder.Path()));
     EXPECT_TRUE(m_log.Lines().empty());
 }
 
