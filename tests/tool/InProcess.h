@@ -27,10 +27,10 @@ protected:
         m_library = std::make_unique<tool::Library>(quiet, *m_silent);
     }
 
-    /// Runs a command with --json; its output is in m_data, its messages in m_messages.
-    tool::ExitCode Run(std::vector<std::string> words) {
+    /// Runs a command; its output is in m_data, its messages in m_messages.
+    tool::ExitCode Run(std::vector<std::string> words, const std::vector<std::string>& more = {"--json"}) {
         words.insert(words.begin(), "zelmo");
-        words.push_back("--json");
+        words.insert(words.end(), more.begin(), more.end());
         std::vector<const char*> argv;
         for (const std::string& word : words) {
             argv.push_back(word.c_str());

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "Escape.h"
 #include "InProcess.h"
 #include "TemporaryFolder.h"
 
@@ -29,6 +30,22 @@ TEST_F(SettingsTest, WhatWasSavedIsLoadedAgainAndDiffTellsTheDifferenceBefore) {
     EXPECT_EQ(Document()["differences"][0]["file_value"], "640");
     EXPECT_EQ(Run({"load", m_file, "--verify"}), ExitCode::Done) << m_messages.str();
     EXPECT_EQ(Run({"diff", m_file}), ExitCode::Done);
+}
+
+TEST_F(SettingsTest, WhatGetPrintsOfATextSetAccepts) {
+    std::string text = "a\\n \xC2\x9B\xE2\x82\xAC\xFF\xC0\xAF=";
+    for (char c = 1; c < 0x20; ++c) {
+        text += c;
+    }
+    const std::string line = "DeviceUserID=" + tool::Escape(text);
+    EXPECT_THAT(line, testing::StartsWith("DeviceUserID=a\\\\n \\xC2\\x9B\xE2\x82\xAC\\xFF\\xC0\\xAF=\\x01"));
+    for (const std::vector<std::string>& words : {std::vector<std::string>{"set", line}, {"get", "DeviceUserID"}}) {
+        ASSERT_EQ(Run(words, {}), ExitCode::Done) << m_thrown;
+        EXPECT_EQ(m_data.str(), line + "\n");
+    }
+    for (const char* wrong : {"A=\\", "A=\\q", "A=\\x1", "A=\\x1g", "A=\\x00", "A=\\x-1"}) {
+        EXPECT_EQ(Run({"set", wrong}), ExitCode::Usage) << wrong;
+    }
 }
 
 TEST_F(SettingsTest, FailuresAreToldByNameAndLeaveNoFileBehind) {

@@ -2,6 +2,7 @@
 #include "Assignments.h"
 
 #include "Errors.h"
+#include "Escape.h"
 
 namespace tool {
 
@@ -10,7 +11,7 @@ Assignment ParseAssignment(const std::string& text) {
     if (equals == std::string::npos || equals == 0) {
         throw UsageError("'" + text + "' is no assignment; expected NAME=VALUE, for example Width=640");
     }
-    return {text.substr(0, equals), text.substr(equals + 1)};
+    return {text.substr(0, equals), Unescape(text.substr(equals + 1))};
 }
 
 std::vector<Assignment> ParseAssignments(const std::vector<std::string>& texts) {

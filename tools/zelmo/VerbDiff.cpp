@@ -2,6 +2,7 @@
 #include "Camera.h"
 #include "CommonOptions.h"
 #include "DeviceSelector.h"
+#include "Escape.h"
 #include "Output.h"
 #include "Settings.h"
 #include "Verb.h"
@@ -61,9 +62,7 @@ private:
         return one.Selectors.empty() ? name : name + "[" + one.Selectors.c_str() + "]";
     }
 
-    static std::string GetCell(const GenApi::gcstring& value) {
-        return value.empty() ? "''" : Printable(std::string(value.view()));
-    }
+    static std::string GetCell(const GenApi::gcstring& value) { return value.empty() ? "''" : Escape(value.view()); }
 
     void Add(const GenApi::CBagDifference& one) {
         m_rows.push_back({GetTitle(one), GetCell(one.InBag), GetCell(one.InNodeMap)});

@@ -2,6 +2,7 @@
 #include "Camera.h"
 #include "CommonOptions.h"
 #include "DeviceSelector.h"
+#include "Escape.h"
 #include "Feature.h"
 #include "Output.h"
 #include "Verb.h"
@@ -114,7 +115,7 @@ private:
         }
         const bool value = json.contains("value");
         const std::string unit = json.value("unit", "");
-        row.push_back(value ? Printable(feature.GetText()) + (unit.empty() ? "" : " " + unit) : "-");
+        row.push_back(value ? Escape(feature.GetText()) + (unit.empty() ? "" : " " + unit) : "-");
         const bool limited = (access == "RW" || access == "WO") && (json.contains("min") || json.contains("entries"));
         row.push_back(limited ? "(" + feature.GetLimits() + ")" : json.value("error", ""));
         return row;

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "Escape.h"
 #include "Feature.h"
 #include "FeatureListVerb.h"
 #include "Output.h"
@@ -10,6 +11,12 @@ class GetVerb : public FeatureListVerb {
 public:
     std::string GetName() const override { return "get"; }
     std::string GetSummary() const override { return "Print features as NAME=VALUE, as 'set' takes them"; }
+    std::string GetDetails() const override {
+        return "One line each: of a text, \\\\ stands for a backslash, \\n, \\r and \\t for line end, carriage return "
+               "and tab, "
+               "and \\xHH for each byte of any other control character and of what is no UTF-8. --json has the text "
+               "itself.";
+    }
     std::vector<Example> GetExamples() const override {
         return {
             {"zelmo get Width Height PixelFormat", "Three features of the only camera, in this order"},
@@ -22,7 +29,7 @@ protected:
         const Feature feature = Feature::Find(nodeMap, name, camera);
         const std::string text = feature.GetText();
         Json json = feature.GetDescription(true);
-        output.Line(name + "=" + text);
+        output.Line(name + "=" + Escape(text));
         return json;
     }
 };

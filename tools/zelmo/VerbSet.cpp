@@ -3,6 +3,7 @@
 #include "Camera.h"
 #include "CommonOptions.h"
 #include "DeviceSelector.h"
+#include "Escape.h"
 #include "Feature.h"
 #include "Output.h"
 #include "Verb.h"
@@ -16,10 +17,11 @@ public:
     std::string GetSummary() const override { return "Set features, in the order given; each is reported"; }
     std::string GetDetails() const override {
         return "Prints each feature as it then reads, as a camera may round a value. One that is refused does not keep "
-               "the "
-               "others from being set; the exit code then tells of the first refusal. The settings of emulated cameras "
-               "live as long as "
-               "one process: 'grab' and 'bench' set them with --set and --exec.";
+               "the others from being set; the exit code then tells of the first refusal. VALUE is written as 'get' "
+               "prints it: \\\\ for a backslash, \\n, \\r, \\t and \\xHH for line end, carriage return, tab and any "
+               "byte. The settings of emulated cameras live as long as one process: 'grab' and 'bench' set them with "
+               "--set "
+               "and --exec.";
     }
     std::vector<Example> GetExamples() const override {
         return {
@@ -61,7 +63,7 @@ private:
             if (readable) {
                 json["value"] = feature.GetValue();
             }
-            output.Line(one.feature + "=" + (readable ? feature.GetText() : one.value));
+            output.Line(one.feature + "=" + Escape(readable ? feature.GetText() : one.value));
             return ExitCode::Done;
         } catch (const ToolError& error) {
             json["ok"] = false;
