@@ -47,7 +47,7 @@ TEST(BenchTest, TakesDevicesAsArgumentsAndOptions) {
 
 TEST(BenchTest, SignalEndsItWithWhatWasMeasured) {
     ToolProcess process({"bench", "--all", "--duration", "60", "--json", "--progress", "always"}, {});
-    ASSERT_TRUE(process.WaitForOutput("fps"));
+    ASSERT_TRUE(process.WaitForOutput("frames_per_s"));
     process.Signal(SIGINT);
     const ToolResult result = process.Wait();
     EXPECT_EQ(result.exitCode, 130);

@@ -119,10 +119,10 @@ TEST(DescribeTest, TellsRelationsRegistersAndAvailabilityAndGoesOnAfterAMistake)
     EXPECT_EQ(width["step"], 4);
     EXPECT_EQ(width["categories"], tool::Json({"ImageFormatControl"}));
     EXPECT_EQ(width["locked_by"].dump(), R"([{"name":"TLParamsLocked","of":"Width","holds":false}])");
-    EXPECT_EQ(width["registers"].dump(), R"([{"name":"WidthReg","address":"0x308","length_bytes":4}])");
+    EXPECT_EQ(width["registers"].dump(), R"([{"name":"WidthReg","address":776,"length_bytes":4}])");
     const tool::Json selector = FeatureNamed(result.Document(), "AcquisitionStatusSelector");
     EXPECT_EQ(selector["selects"], tool::Json({"AcquisitionStatus"}));
-    EXPECT_EQ(selector["entries"][0]["available"], true);
+    EXPECT_EQ(selector["enum_entries"][0]["available"], true);
     EXPECT_THAT(RunTool(On0({"describe", "Width"})).out,
                 testing::ContainsRegex("\n +locked if +TLParamsLocked: does not hold now\n"));
 }
@@ -130,7 +130,7 @@ TEST(DescribeTest, TellsRelationsRegistersAndAvailabilityAndGoesOnAfterAMistake)
 TEST(XmlTest, DeliversTheDescriptionByteByByte) {
     const ToolResult text = RunTool({"xml", "0815-0000"});
     const tool::Json json = RunTool({"xml", "0815-0000", "--json"}).Document();
-    EXPECT_EQ(json["description"], text.out);
+    EXPECT_EQ(json["xml"], text.out);
     EXPECT_EQ(json["size_bytes"], text.out.size());
     EXPECT_THAT(text.out, testing::AllOf(HasSubstr("<RegisterDescription"), HasSubstr("Name=\"WidthReg\"")));
     EXPECT_EQ(RunTool({"xml", "0815-0000", "--out", "/nowhere/a.xml"}).exitCode, 1);
@@ -141,20 +141,20 @@ TEST(SetTest, ReportsEachInOrderAsItThenReads) {
     EXPECT_EQ(text.exitCode, 0);
     EXPECT_EQ(text.out, "Width=64\nDeviceUserID=my cam\nWidth=128\n");
     const tool::Json json = RunTool(On0({"set", "Width=64", "Height=1", "--json"})).Document();
-    EXPECT_EQ(json["features"][0]["requested"], "64");
-    EXPECT_EQ(json["features"][0]["value"], 64);
-    EXPECT_EQ(json["features"][0]["ok"], true);
-    EXPECT_EQ(json["features"][1]["name"], "Height");
+    EXPECT_EQ(json["settings"][0]["requested"], 64);
+    EXPECT_EQ(json["settings"][0]["value"], 64);
+    EXPECT_EQ(json["settings"][0]["ok"], true);
+    EXPECT_EQ(json["settings"][1]["name"], "Height");
 }
 
 TEST(SetTest, RefusalDoesNotKeepTheOthersFromBeingSet) {
     const ToolResult result = RunTool(On0({"set", "Width=64", "Width=1", "Height=32", "--json"}));
     EXPECT_EQ(result.exitCode, 7);
-    const tool::Json features = result.Document()["features"];
-    EXPECT_EQ(features[0]["ok"], true);
-    EXPECT_EQ(features[1]["ok"], false);
-    EXPECT_EQ(features[1]["error"]["code"], "value_refused");
-    EXPECT_EQ(features[2]["value"], 32);
+    const tool::Json settings = result.Document()["settings"];
+    EXPECT_EQ(settings[0]["ok"], true);
+    EXPECT_EQ(settings[1]["ok"], false);
+    EXPECT_EQ(settings[1]["error"]["code"], "value_refused");
+    EXPECT_EQ(settings[2]["value"], 32);
     EXPECT_EQ(result.Error()["feature"], "Width");
 }
 

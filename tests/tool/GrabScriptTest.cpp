@@ -107,9 +107,9 @@ TEST_F(GrabScriptTest, CountsWhatCameWhatFailedAndWhatIsMissing) {
     EXPECT_THAT(m_folder.List(), ElementsAre("1.png", "3.png", "5.png", "7.png"));
     const auto frames = Events("frame");
     EXPECT_EQ(frames[1]["status"], "failed");
-    EXPECT_EQ(frames[1]["error"], "lines are missing");
+    EXPECT_EQ(frames[1]["message"], "lines are missing");
     EXPECT_EQ(frames[2]["block_id"], 4);
-    EXPECT_THAT(frames[3]["error"].get<std::string>(), HasSubstr("holds 1023 bytes"));
+    EXPECT_THAT(frames[3]["message"].get<std::string>(), HasSubstr("holds 1023 bytes"));
 }
 
 TEST_F(GrabScriptTest, MoreLossesThanPermittedEndWithSix) {

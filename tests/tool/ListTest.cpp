@@ -64,14 +64,14 @@ TEST(ListTest, FilterWithoutAConditionIsWrongUsage) {
 
 TEST(ListTest, TransportLayersStandWithTheirClass) {
     EXPECT_THAT(RunTool({"list", "--tls"}).out, testing::ContainsRegex("\nHarlixCamEmu .*/libzelmo_TL_camemu[.]so\n"));
-    EXPECT_EQ(RunTool({"list", "--tls", "--json"}).Document()["transport_layers"][0]["DeviceClass"], "HarlixCamEmu");
+    EXPECT_EQ(RunTool({"list", "--tls", "--json"}).Document()["transport_layers"][0]["device_class"], "HarlixCamEmu");
 }
 
 TEST(ListTest, WatchTellsWhatIsThereAndEndsAtItsLimits) {
     const auto counted = RunTool({"list", "--watch", "--json", "--count", "3"}).Events();
     ASSERT_EQ(counted.size(), 4u);
     EXPECT_EQ(counted[0]["type"], "arrival");
-    EXPECT_EQ(counted[0]["device"]["serial_number"], "0815-0000");
+    EXPECT_EQ(counted[0]["serial_number"], "0815-0000");
     EXPECT_EQ(counted[3]["type"], "summary");
     EXPECT_EQ(counted[3]["arrivals"], 3);
     const ToolResult timed = RunTool({"list", "--watch", "--duration", "0.05", "--interval", "20"});
@@ -118,9 +118,9 @@ TEST(InfoTest, TellsIdentityAndWhetherItCanBeOpened) {
     EXPECT_THAT(text.out, testing::AllOf(HasSubstr("SerialNumber      0815-0001\n"),
                                          HasSubstr("Access            can be opened\n")));
     const tool::Json json = RunTool({"info", "2", "--json"}).Document();
-    EXPECT_EQ(json["device"]["SerialNumber"], "0815-0002");
+    EXPECT_EQ(json["serial_number"], "0815-0002");
     EXPECT_EQ(json["accessible"], true);
-    EXPECT_EQ(json["access"], "ok");
+    EXPECT_EQ(json["access_state"], "ok");
 }
 
 TEST(InfoTest, WithoutADeviceTheOnlyCameraIsMeant) {
@@ -168,7 +168,7 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(VersionTest, NamesLibraryCommitAndPlugins) {
     EXPECT_THAT(RunTool({"--version"}).out,
                 testing::ContainsRegex("zelmo 6\\.1\\.0\\.[0-9]+ \\(commit [0-9a-z]+\\)\nplug-in HarlixCamEmu "));
-    EXPECT_EQ(RunTool({"--version", "--json"}).Document()["plugins"][0]["DeviceClass"], "HarlixCamEmu");
+    EXPECT_EQ(RunTool({"--version", "--json"}).Document()["transport_layers"][0]["device_class"], "HarlixCamEmu");
 }
 
 TEST(LogTest, LibrarysLinesGoWhereTheOptionsSay) {
@@ -189,6 +189,11 @@ TEST(LogTest, LibrarysLinesGoWhereTheOptionsSay) {
 TEST(LogTest, WrongLogOptionsAreTold) {
     EXPECT_EQ(RunTool({"list", "--log", "zelmo.base=loud"}).exitCode, 2);
     EXPECT_EQ(RunTool({"list", "--log-file", "/proc/self/log"}).exitCode, 1);
+    TemporaryFolder folder;
+    const ToolResult result = RunTool({"list", "--log-file", folder / "new/log"});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_THAT(result.err, HasSubstr("mkdir -p"));
+    EXPECT_THAT(folder.List(), testing::IsEmpty());
 }
 
 } // namespace

@@ -47,21 +47,20 @@ TEST(NodemapTest, ListsEachNodeInFileOrderWithItsErrorsInItsRow) {
     rows.erase(std::remove(rows.begin(), rows.end(), '"'), rows.end());
     EXPECT_EQ(rows, R"(
 name=Root kind=Category RO Beginner Root
-name=Big kind=Integer RW Guru unit=µs 9007199254740993 9007199254740993 min=-5 max=9223372036854775807 step=2
-name=R kind=IntReg RW Beginner 1 1 min=0 max=65535 step=1
-name=_IntSwissKnife_1 kind=IntSwissKnife RO Beginner 16 16 min=-9223372036854775808 max=9223372036854775807 step=1
-name=Bit3 kind=StructEntry RO Beginner 1 1 min=0 max=1 step=1
+name=Big kind=Integer RW Guru unit=µs 9007199254740993 min=-5 max=9223372036854775807 step=2
+name=R kind=IntReg RW Beginner 1 min=0 max=65535 step=1
+name=_IntSwissKnife_1 kind=IntSwissKnife RO Beginner 16 min=-9223372036854775808 max=9223372036854775807 step=1
+name=Bit3 kind=StructEntry RO Beginner 1 min=0 max=1 step=1
 name=E kind=Enumeration RW Beginner One 1 [One]
 name=EnumEntry_E_One kind=EnumEntry RO Beginner One 1
-name=Quotient kind=SwissKnife RO Beginner 10 10.0 min=-1.7976931348623157e+308 max=1.7976931348623157e+308
-name=F kind=Float RO Beginner 10 10.0 min=10.0 max=99.5
+name=Quotient kind=SwissKnife RO Beginner 10.0 min=-1.7976931348623157e+308 max=1.7976931348623157e+308
+name=F kind=Float RO Beginner 10.0 min=10.0 max=99.5
 name=S kind=StringReg RO Beginner hi 2
 name=C kind=Command WO Beginner
 name=Device kind=Port RW Beginner
 name=Chunk kind=Port RW Beginner)");
-    EXPECT_TRUE(nodes[1]["number"].is_string());
-    EXPECT_TRUE(nodes[1]["min"].is_number());
-    EXPECT_TRUE(nodes[2]["number"].is_number());
+    EXPECT_TRUE(nodes[1]["value"].is_string());
+    EXPECT_TRUE(nodes[2]["value"].is_number());
     const ToolResult zeros = RunTool({"nodemap", file});
     EXPECT_EQ(zeros.exitCode, 0);
     EXPECT_EQ(zeros.err, "3 of 13 nodes have properties that cannot be read\n");

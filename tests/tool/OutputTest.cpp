@@ -82,14 +82,27 @@ TEST_F(OutputTest, QuietSilencesNotesButNotErrors) {
 TEST_F(OutputTest, ProgressIsOneLineThatMessagesReplace) {
     m_options.progress = "always";
     Output output = Make();
-    output.ShowProgress("1/2");
-    output.ShowProgress("2/2");
+    output.ShowProgress("1/2", {});
+    output.ShowProgress("2/2", {});
     output.Note("note");
     EXPECT_EQ(m_messages.str(), "\r1/2\033[K\r2/2\033[K\r\033[Knote\n");
-    output.ShowProgress(std::string(1000, 'x'));
+    output.ShowProgress(std::string(1000, 'x'), {});
     output.EndProgress();
     EXPECT_LT(m_messages.str().size(), 600u) << "a line that wraps cannot be rewritten";
     EXPECT_THAT(m_messages.str(), EndsWith("\n"));
+}
+
+TEST_F(OutputTest, WarningsOfTheLogAreToldOnceUnlessAskedFor) {
+    for (const int verbosity : {0, 1}) {
+        m_options.verbosity = verbosity;
+        m_messages.str("");
+        Output output = Make();
+        for (const char* level : {"warning", "warning", "info", "info"}) {
+            output.LogLine(level, "a", level);
+        }
+        EXPECT_EQ(m_messages.str(), std::string(verbosity == 0 ? "" : "warning [a] warning\n") +
+                                        "warning [a] warning\ninfo [a] info\ninfo [a] info\n");
+    }
 }
 
 TEST_F(OutputTest, StandardOutputThatCannotBeWrittenIsAFailureOfTheHost) {

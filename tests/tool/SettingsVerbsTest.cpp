@@ -27,7 +27,7 @@ TEST_F(SettingsTest, WhatWasSavedIsLoadedAgainAndDiffTellsTheDifferenceBefore) {
     ASSERT_EQ(Run({"set", "OffsetX=1900", "Gain=1", "Width=32", "OffsetX=1900"}), ExitCode::Feature);
     EXPECT_EQ(Run({"diff", m_file}), ExitCode::Failed);
     EXPECT_EQ(Document()["differences"].size(), 3u);
-    EXPECT_EQ(Document()["differences"][0]["file_value"], "640");
+    EXPECT_EQ(Document()["differences"][0]["file_value"], 640);
     EXPECT_EQ(Run({"load", m_file, "--verify"}), ExitCode::Done) << m_messages.str();
     EXPECT_EQ(Run({"diff", m_file}), ExitCode::Done);
 }
@@ -51,7 +51,7 @@ TEST_F(SettingsTest, WhatGetPrintsOfATextSetAccepts) {
 TEST_F(SettingsTest, FailuresAreToldByNameAndLeaveNoFileBehind) {
     std::ofstream(m_file) << "# {05D8C294-F295-4dfb-9D01-096BD04049F4}\nWidth\t99999\nNope\t1\nGain\t2\n";
     EXPECT_EQ(Run({"load", m_file}), ExitCode::Feature);
-    EXPECT_EQ(Document()["failed"].size(), 2u);
+    EXPECT_EQ(Document()["failures"].size(), 2u);
     EXPECT_THAT(m_messages.str(), HasSubstr("Width: it could not be set on camera 0815-0000: Value = 99999"));
     EXPECT_EQ(Run({"diff", m_file}), ExitCode::Feature);
     std::ofstream(m_file) << "Width\t64\n";
@@ -65,7 +65,7 @@ TEST_F(SettingsTest, FailuresAreToldByNameAndLeaveNoFileBehind) {
 TEST_F(SettingsTest, RemovedCameraExplainsAllThatFails) {
     std::ofstream(m_file) << "# {05D8C294-F295-4dfb-9D01-096BD04049F4}\nSimulateRemoval\t1\nWidth\t64\n";
     EXPECT_EQ(Run({"load", m_file}), ExitCode::Removed);
-    EXPECT_EQ(Document()["failed"].size(), 1u);
+    EXPECT_EQ(Document()["failures"].size(), 1u);
     EXPECT_THAT(m_messages.str(), HasSubstr("Camera 0815-0000 was removed meanwhile"));
 }
 

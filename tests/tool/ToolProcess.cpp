@@ -20,9 +20,6 @@ std::vector<tool::Json> ParseLines(const std::string& text) {
     std::vector<tool::Json> objects;
     std::istringstream lines(text);
     for (std::string line; std::getline(lines, line);) {
-        if (line == "globbing failed") { // the library's own, told by its search for plug-ins
-            continue;
-        }
         tool::Json object = tool::Json::parse(line, nullptr, false);
         EXPECT_TRUE(object.is_object()) << line;
         objects.push_back(object);

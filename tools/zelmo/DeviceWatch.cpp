@@ -23,7 +23,7 @@ ExitCode DeviceWatch::Run() {
         m_output.DropData();
         throw NobodyReads();
     }
-    m_output.Event("summary", {{"arrivals", m_arrivals}, {"departures", m_departures}, {"devices", m_known.size()}});
+    m_output.Event("summary", {{"arrivals", m_arrivals}, {"departures", m_departures}, {"present", m_known.size()}});
     m_output.Note(std::to_string(m_arrivals) + " arrivals, " + std::to_string(m_departures) + " departures, " +
                   std::to_string(m_known.size()) + " cameras now");
     return m_signals.GetExitCode();
@@ -54,9 +54,7 @@ void DeviceWatch::Report(const Devices& now) {
 }
 
 void DeviceWatch::Print(const char* type, const Zelmo::CDeviceInfo& info) {
-    Json device = MakeDeviceJson(info, 0);
-    device.erase("index"); // it means nothing while cameras come and go
-    m_output.Event(type, {{"device", device}});
+    m_output.Event(type, MakeDeviceJson(info));
     m_output.Line(std::string(type == std::string("arrival") ? "+ " : "- ") + DescribeCamera(info));
 }
 

@@ -52,10 +52,17 @@ std::optional<double> ParseFloat(const std::string& text) {
     return result.ec == std::errc() && result.ptr == end ? std::optional(value) : std::nullopt;
 }
 
-/// Addresses have a text form of their own, which only the node itself reads.
-bool IsPlainNumber(IInteger& integer) {
-    const ERepresentation representation = integer.GetRepresentation();
-    return representation != IPV4Address && representation != MACAddress;
+std::optional<bool> ParseBoolean(const std::string& text) {
+    static const std::pair<const char*, bool> words[] = {
+        {"1", true},      {"0", false},  {"true", true}, {"false", false}, {"True", true},
+        {"False", false}, {"Yes", true}, {"No", false},  {"On", true},     {"Off", false},
+    };
+    for (const auto& [word, value] : words) {
+        if (text == word) {
+            return value;
+        }
+    }
+    return std::nullopt;
 }
 
 std::vector<std::string> AvailableEntries(IEnumeration& enumeration) {
@@ -263,6 +270,22 @@ Json Feature::GetValue() const {
     });
 }
 
+Json Feature::ToJson(const std::string& text) const {
+    if (auto* integer = dynamic_cast<IInteger*>(m_node); integer != nullptr && IsPlainNumber(*integer)) {
+        const auto value = ParseInteger(text);
+        return value ? JsonInteger(*value) : Json(text);
+    }
+    if (dynamic_cast<IFloat*>(m_node) != nullptr) {
+        const auto value = ParseFloat(text);
+        return value ? JsonNumber(*value) : Json(text);
+    }
+    if (dynamic_cast<IBoolean*>(m_node) != nullptr) {
+        const auto value = ParseBoolean(text);
+        return value ? Json(*value) : Json(text);
+    }
+    return text;
+}
+
 void Feature::AddLimits(Json& json) const {
     ForEachLimit(*m_node, [&](const char* name, const auto& read) {
         if (Json value = read(); !value.is_null()) {
@@ -364,12 +387,9 @@ void Feature::CheckEntry(const std::string& text) const {
 }
 
 void Feature::CheckBoolean(const std::string& text) const {
-    for (const char* word : {"1", "0", "true", "false", "True", "False", "Yes", "No", "On", "Off"}) {
-        if (text == word) {
-            return;
-        }
+    if (!ParseBoolean(text)) {
+        throw Refuse("'" + text + "' is no truth value", "true and false, or 1 and 0");
     }
-    throw Refuse("'" + text + "' is no truth value", "true and false, or 1 and 0");
 }
 
 void Feature::CheckText(const std::string& text) const {

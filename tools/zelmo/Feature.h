@@ -40,6 +40,9 @@ public:
 
     std::string GetText() const; ///< The value, as SetText takes it.
     Json GetValue() const;       ///< The same as JSON.
+
+    /// A value as somebody wrote it: a number or a truth value where the feature has such and the text is one.
+    Json ToJson(const std::string& text) const;
     Json GetDescription(bool withValues) const;
 
     void SetText(const std::string& text);

@@ -7,7 +7,6 @@
 #include <GenApi/EnumClasses.h>
 #include <GenApi/GenApi.h>
 
-#include <charconv>
 #include <set>
 
 namespace tool {
@@ -89,19 +88,13 @@ Json ConditionsOf(const std::vector<INode*>& chain, const char* property) {
     return UnlessEmpty(list);
 }
 
-std::string Hex(std::int64_t value) {
-    char text[16];
-    const auto result = std::to_chars(text, text + sizeof(text), static_cast<std::uint64_t>(value), 16);
-    return "0x" + std::string(text, result.ptr);
-}
-
 Json RegistersOf(const std::vector<INode*>& chain) {
     Json list = Json::array();
     for (INode* node : chain) {
         auto* bytes = dynamic_cast<IRegister*>(node);
         if (bytes != nullptr && IsAvailable(node->GetAccessMode())) {
             list.push_back({{"name", NameOf(node)},
-                            {"address", Hex(bytes->GetAddress())},
+                            {"address", JsonInteger(static_cast<std::uint64_t>(bytes->GetAddress()))},
                             {"length_bytes", JsonInteger(std::int64_t{bytes->GetLength()})}});
         }
     }
@@ -180,7 +173,7 @@ void TakeValue(const Feature& feature, EAccessMode mode, FieldCollector& fields)
     if (IsAvailable(mode)) {
         ForEachLimit(node, [&](const char* name, const auto& read) { fields.Take(name, read); });
     }
-    fields.Take("entries", [&] { return EntriesOf(node); });
+    fields.Take("enum_entries", [&] { return EntriesOf(node); });
 }
 
 void TakeRelations(INode& node, FieldCollector& fields) {
@@ -189,7 +182,7 @@ void TakeRelations(INode& node, FieldCollector& fields) {
     if (auto* category = dynamic_cast<ICategory*>(&node)) {
         FeatureList_t features;
         category->GetFeatures(features);
-        fields.Take("features", [&] { return NamesOf(features); });
+        fields.Take("members", [&] { return NamesOf(features); });
     }
     if (auto* selector = dynamic_cast<ISelector*>(&node)) {
         FeatureList_t selecting;

@@ -25,6 +25,10 @@ Json MakeCountsJson(const GrabCounts& counts) {
             {"mb_per_s", JsonNumber(counts.GetMegabytesPerSecond())}};
 }
 
+std::uint64_t CountWanted(const CameraGrabs& grabs, unsigned ofEach) {
+    return std::uint64_t{ofEach} * grabs.size();
+}
+
 std::vector<std::string> MakeRow(const std::string& name, const GrabCounts& counts) {
     return {name,
             std::to_string(counts.frames),
@@ -57,7 +61,7 @@ std::string MakeProgressLine(const CameraGrabs& grabs, const GrabOptions& option
     const std::uint64_t delivered = sum.frames + sum.failed;
     std::string text;
     if (options.count) {
-        const std::uint64_t wanted = std::uint64_t{*options.count} * grabs.size();
+        const std::uint64_t wanted = CountWanted(grabs, *options.count);
         text = Bar(static_cast<double>(delivered) / static_cast<double>(wanted)) + std::to_string(delivered) + "/" +
                std::to_string(wanted) + " images";
     } else {
@@ -67,6 +71,14 @@ std::string MakeProgressLine(const CameraGrabs& grabs, const GrabOptions& option
     return text + "  " + Fixed(sum.GetFramesPerSecond(), 1) + " fps  " + Fixed(sum.GetMegabytesPerSecond(), 1) +
            " MB/s  failed " + std::to_string(sum.failed) + "  lost " + std::to_string(sum.lost) + "  skipped " +
            std::to_string(sum.skipped);
+}
+
+Json MakeProgressJson(const CameraGrabs& grabs, const GrabOptions& options) {
+    Json json = MakeCountsJson(Sum(grabs));
+    if (options.count) {
+        json["wanted"] = CountWanted(grabs, *options.count);
+    }
+    return json;
 }
 
 GrabReport MakeReport(const CameraGrabs& grabs) {

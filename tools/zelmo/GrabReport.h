@@ -15,6 +15,9 @@ GrabCounts Sum(const CameraGrabs& grabs);
 /// One line about all cameras: a bar when the end is known, else the count; rate and losses.
 std::string MakeProgressLine(const CameraGrabs& grabs, const GrabOptions& options);
 
+/// The same for programs: the counts, and how many images are "wanted" where that is known.
+Json MakeProgressJson(const CameraGrabs& grabs, const GrabOptions& options);
+
 /// What came of all cameras: the sum, each camera under "cameras"; and a table with a header and, where there are
 /// several, the sum as its last row.
 struct GrabReport {

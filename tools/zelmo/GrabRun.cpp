@@ -160,14 +160,18 @@ void GrabRun::Run() {
         camera->Start();
     }
     while (std::any_of(m_cameras.begin(), m_cameras.end(), [](const auto& one) { return one->IsRunning(); })) {
-        m_output.ShowProgress(MakeProgressLine(m_cameras, m_options));
+        ShowProgress();
         WatchOver();
     }
     for (const auto& camera : m_cameras) {
         camera->Join();
     }
-    m_output.ShowProgress(MakeProgressLine(m_cameras, m_options));
+    ShowProgress();
     m_output.EndProgress();
+}
+
+void GrabRun::ShowProgress() {
+    m_output.ShowProgress(MakeProgressLine(m_cameras, m_options), MakeProgressJson(m_cameras, m_options));
 }
 
 /// Waits for a pause between two progress lines, or less when something happens.

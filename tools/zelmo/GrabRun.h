@@ -43,6 +43,7 @@ public:
     ExitCode Conclude();
 
 private:
+    void ShowProgress();
     void WatchOver();
     void LookAfterReaders(const std::vector<pollfd>& polled);
     ExitCode TellFailures();

@@ -75,7 +75,7 @@ public:
         }
         m_event["status"] = failure == nullptr ? "grabbed" : "failed";
         if (failure != nullptr) {
-            m_event["error"] = *failure;
+            m_event["message"] = *failure;
             m_sink.m_output.Note("Image " + std::to_string(m_number) + " of camera " + m_sink.m_camera +
                                  " failed: " + *failure);
         }

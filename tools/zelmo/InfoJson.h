@@ -10,10 +10,11 @@ namespace tool {
 /// A property as it may be shown; empty when it is absent.
 std::string GetProperty(const Zelmo::CInfoBase& info, const char* key);
 
-/// All properties, under their own names.
-Json MakeInfoJson(const Zelmo::CInfoBase& info);
+/// The camera's name as "device", its usual properties in the spelling of all our keys, and all of them as they are
+/// under "properties".
+Json MakeDeviceJson(const Zelmo::CDeviceInfo& info);
 
-/// Index, the usual properties under fixed names, and all of them under "properties".
-Json MakeDeviceJson(const Zelmo::CDeviceInfo& info, std::size_t index);
+/// Likewise of a transport layer, without "device".
+Json MakeTransportLayerJson(const Zelmo::CInfoBase& info);
 
 } // namespace tool

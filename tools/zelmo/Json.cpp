@@ -31,6 +31,10 @@ Json JsonNumber(double value) {
     return std::isnan(value) ? "nan" : value > 0 ? "inf" : "-inf";
 }
 
+Json MakeCauseJson(const ToolError& error) {
+    return {{"code", error.GetCode()}, {"message", error.what()}};
+}
+
 std::string ToLine(const Json& json) {
     return json.dump(-1, ' ', false, Json::error_handler_t::replace);
 }

@@ -3,6 +3,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include "Errors.h"
+
 #include <cstdint>
 #include <string>
 
@@ -18,6 +20,9 @@ Json JsonInteger(std::uint64_t value);
 
 /// Infinities and NaN, which JSON does not have, stand as text.
 Json JsonNumber(double value);
+
+/// "code" and "message" of what went wrong.
+Json MakeCauseJson(const ToolError& error);
 
 /// One line; bytes that are no UTF-8 are replaced.
 std::string ToLine(const Json& json);

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "CommandLine.h"
+#include "ErrorLines.h"
 #include "Errors.h"
 #include "Library.h"
 #include "Output.h"
@@ -10,6 +11,7 @@
 
 #include <cstring>
 #include <iostream>
+#include <optional>
 
 namespace {
 
@@ -29,6 +31,10 @@ ExitCode RunRequest(CommandLine& commandLine, CommandLine::Request request, Outp
     case CommandLine::Request::Version:
     case CommandLine::Request::RunVerb:
         break;
+    }
+    std::optional<ErrorLines> foreignLines; // what is no object must not stand between objects
+    if (output.IsJson()) {
+        foreignLines.emplace([&](const std::string& line) { output.LogForeignLine(line); });
     }
     Library library(commandLine.GetGlobalOptions(), output);
     if (request == CommandLine::Request::Version) {
@@ -61,7 +67,7 @@ ExitCode Guarded(Output& output, Action action) {
 
 /// Errors in the options have to look right before the options are known.
 bool AsksForJson(int argc, char** argv) {
-    for (int i = 1; i < argc; ++i) {
+    for (int i = 1; i < argc && std::strcmp(argv[i], "--") != 0; ++i) {
         if (std::strcmp(argv[i], "--json") == 0) {
             return true;
         }
@@ -74,9 +80,10 @@ bool AsksForJson(int argc, char** argv) {
 int main(int argc, char** argv) {
     OccupyStandardStreams();
     IgnoreWriteSignals();
+    ErrorStream errors;
     GlobalOptions early;
     early.json = AsksForJson(argc, argv);
-    Output messages(early, std::cout, std::cerr);
+    Output messages(early, std::cout, errors);
     CommandLine commandLine;
     CommandLine::Request request{};
     ExitCode code = Guarded(messages, [&] {
@@ -86,7 +93,7 @@ int main(int argc, char** argv) {
     if (code != ExitCode::Done) {
         return static_cast<int>(code);
     }
-    Output output(commandLine.GetGlobalOptions(), std::cout, std::cerr);
+    Output output(commandLine.GetGlobalOptions(), std::cout, errors);
     code = Guarded(output, [&] { return RunRequest(commandLine, request, output); });
     const ExitCode flushed = Guarded(output, [&] {
         output.Flush();

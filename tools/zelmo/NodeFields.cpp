@@ -64,20 +64,34 @@ std::string ReadText(IValue& value) {
     return text;
 }
 
+/// Whether numbers are told as such: the other ones are told by a name or by an address.
+bool ShowsNumber(INode& node) {
+    auto* integer = dynamic_cast<IInteger*>(&node);
+    return integer != nullptr ? IsPlainNumber(*integer) : dynamic_cast<IFloat*>(&node) != nullptr;
+}
+
 /// A number that cannot be read stands as the error of the value: the text would fail for the same cause.
 void TakeValue(INode& node, FieldCollector& fields) {
     auto* value = dynamic_cast<IValue*>(&node);
     if (value == nullptr) {
         return;
     }
+    if (auto* boolean = dynamic_cast<IBoolean*>(&node)) {
+        fields.Take("value", [&] { return Json(boolean->GetValue()); });
+        return;
+    }
     Json number;
-    const bool isRead = fields.Take("value", [&] {
-        number = ReadNumber(node);
-        return Json();
-    });
-    if (isRead) {
+    if (!fields.Take("value", [&] { return number = ReadNumber(node), ShowsNumber(node) ? number : Json(); })) {
+        return;
+    }
+    if (!ShowsNumber(node)) {
         fields.Take("value", [&] { return Json(ReadText(*value)); });
         fields.Take("number", [&] { return number; });
+    } else if (number.is_number_integer()) {
+        fields.Take("text", [&] {
+            const std::string text = ReadText(*value);
+            return text == number.dump() ? Json() : Json(text);
+        });
     }
 }
 
@@ -104,8 +118,13 @@ void ForEachLimit(INode& node, const FieldTaker& take) {
     } else if (auto* text = dynamic_cast<IString*>(&node)) {
         take("max_length", [&] { return FromInteger(text->GetMaxLength()); });
     } else if (auto* bytes = dynamic_cast<IRegister*>(&node)) {
-        take("length", [&] { return FromInteger(bytes->GetLength()); });
+        take("length_bytes", [&] { return FromInteger(bytes->GetLength()); });
     }
+}
+
+bool IsPlainNumber(IInteger& integer) {
+    const ERepresentation representation = integer.GetRepresentation();
+    return representation != IPV4Address && representation != MACAddress;
 }
 
 std::string GetKind(INode& node) {

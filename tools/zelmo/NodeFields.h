@@ -9,6 +9,7 @@
 
 namespace GenApi {
 struct IEnumeration;
+struct IInteger;
 struct INode;
 } // namespace GenApi
 
@@ -19,8 +20,11 @@ namespace tool {
 using FieldTaker = std::function<void(const char* name, const std::function<Json()>& read)>;
 
 /// Hands out what limits the value of a node: "min", "max", "step" and "valid_values" of numbers, "max_length" of
-/// texts, "length" of registers.
+/// texts, "length_bytes" of registers.
 void ForEachLimit(GenApi::INode& node, const FieldTaker& take);
+
+/// Whether its value is told as a number; addresses have a text form of their own, which only the node itself reads.
+bool IsPlainNumber(GenApi::IInteger& integer);
 
 /// The element that stands for the node in its description, such as "IntReg".
 std::string GetKind(GenApi::INode& node);
@@ -47,7 +51,8 @@ private:
 };
 
 /// All that can be read of a node now: "name", "kind", "access", "visibility", and where there is such a thing "unit",
-/// "value" as text, "number", limits and "entries".
+/// "value", limits and "entries"; with the value "number" where it is a text that stands for one, and "text" where the
+/// text of a number is another one than the JSON has.
 Json ReadNode(GenApi::INode& node);
 
 } // namespace tool

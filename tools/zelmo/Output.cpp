@@ -40,6 +40,11 @@ std::size_t DataColumns(int dataFd) {
     return dataFd >= 0 ? TerminalColumns(dataFd, kUnlimited) : kUnlimited;
 }
 
+/// More digits would only be noise.
+double RoundedToMilliseconds(double seconds) {
+    return std::round(seconds * 1000) / 1000;
+}
+
 /// Whether a byte goes on with the character before it.
 bool IsContinuation(char byte) {
     return (static_cast<unsigned char>(byte) & 0xC0) == 0x80;
@@ -53,8 +58,8 @@ std::size_t CountColumns(const std::string& text) {
 
 Output::Output(const GlobalOptions& options, std::ostream& data, std::ostream& messages)
     : m_data(&data), m_messages(messages), m_json(options.json), m_quiet(options.quiet), m_colour(WantsColour()),
-      m_dataFd(&data == &std::cout ? STDOUT_FILENO : -1), m_dataColumns(DataColumns(m_dataFd)),
-      m_progress(WantsProgress(options)) {}
+      m_repeats(options.verbosity > 0), m_dataFd(&data == &std::cout ? STDOUT_FILENO : -1),
+      m_dataColumns(DataColumns(m_dataFd)), m_progress(WantsProgress(options)) {}
 
 void Output::Line(const std::string& text) {
     Bytes(text + '\n');
@@ -89,8 +94,7 @@ void Output::Event(const std::string& type, Json fields) {
     if (!Writes(true)) {
         return;
     }
-    // To the millisecond: more digits would only be noise.
-    Json whole = {{"type", type}, {"t", std::round(SecondsSinceStart() * 1000) / 1000}, {"schema", kJsonSchema}};
+    Json whole = {{"type", type}, {"t", RoundedToMilliseconds(SecondsSinceStart())}, {"schema", kJsonSchema}};
     whole.update(fields);
     std::lock_guard lock(m_mutex);
     WipeProgress();
@@ -117,7 +121,8 @@ void Output::Error(const ToolError& error) {
         WriteMessage("error", "\033[31m", error.what());
         return;
     }
-    Json object = {{"type", "error"}, {"code", error.GetCode()}, {"message", error.what()}};
+    Json object = {{"type", "error"}};
+    object.update(MakeCauseJson(error));
     if (!error.GetFeature().empty()) {
         object["feature"] = error.GetFeature();
     }
@@ -127,6 +132,9 @@ void Output::Error(const ToolError& error) {
 
 void Output::LogLine(const std::string& level, const std::string& category, const std::string& message) {
     std::lock_guard lock(m_mutex);
+    if (IsRepeated(level, category + '\n' + message)) {
+        return;
+    }
     WipeProgress();
     if (m_json) {
         m_messages << ToLine({{"type", "log"}, {"level", level}, {"category", category}, {"message", message}})
@@ -134,6 +142,15 @@ void Output::LogLine(const std::string& level, const std::string& category, cons
     } else {
         m_messages << level << " [" << category << "] " << Printable(message) << std::endl;
     }
+}
+
+bool Output::IsRepeated(const std::string& level, const std::string& text) {
+    constexpr std::size_t most = 1000; // of texts that are kept: some name a time or an address and never come again
+    const bool matters = level == "warning" || level == "error" || level == "critical";
+    if (m_repeats || !matters || (m_told.size() >= most && m_told.count(text) == 0)) {
+        return false;
+    }
+    return !m_told.insert(text).second;
 }
 
 // Devices, files and users have a part in messages: nothing of it but line ends steers the terminal.
@@ -146,11 +163,17 @@ void Output::WriteMessage(const char* label, const char* colour, const std::stri
     }
 }
 
-void Output::ShowProgress(const std::string& text) {
+void Output::ShowProgress(const std::string& text, const Json& fields) {
     if (!m_progress) {
         return;
     }
     std::lock_guard lock(m_mutex);
+    if (m_json) {
+        Json whole = {{"type", "progress"}, {"t", RoundedToMilliseconds(SecondsSinceStart())}};
+        whole.update(fields);
+        m_messages << ToLine(whole) << std::endl;
+        return;
+    }
     m_messages << '\r' << text.substr(0, TerminalColumns(STDERR_FILENO, 80) - 1) << "\033[K" << std::flush;
     m_progressStands = true;
 }

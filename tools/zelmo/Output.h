@@ -9,6 +9,7 @@
 #include <chrono>
 #include <mutex>
 #include <ostream>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -41,11 +42,16 @@ public:
 
     void Note(const std::string& text); ///< For people: a hint, a warning. Silent with -q.
     void Error(const ToolError& error);
+
+    /// Warnings and worse ones are told once each: what is tried again and again fails alike. With -v all are.
     void LogLine(const std::string& level, const std::string& category, const std::string& message);
 
-    bool ShowsProgress() const noexcept { return m_progress; }
-    void ShowProgress(const std::string& text); ///< One line, rewritten; cut at the terminal's width.
-    void EndProgress();                         ///< Leaves the last progress line standing.
+    /// What a plug-in or a system library wrote to standard error by itself.
+    void LogForeignLine(const std::string& line) { LogLine("warning", "stderr", line); }
+
+    /// One line, rewritten and cut at the terminal's width; with --json an object of @p fields instead.
+    void ShowProgress(const std::string& text, const Json& fields);
+    void EndProgress(); ///< Leaves the last progress line standing.
 
     double SecondsSinceStart() const;
 
@@ -54,6 +60,7 @@ public:
 
 private:
     bool Writes(bool json) const noexcept { return m_json == json && !m_isDropped; }
+    bool IsRepeated(const std::string& level, const std::string& text);
     void WipeProgress();
     void WriteMessage(const char* label, const char* colour, const std::string& message);
 
@@ -62,11 +69,13 @@ private:
     const bool m_json;
     const bool m_quiet;
     const bool m_colour;
+    const bool m_repeats; // log lines
     int m_dataFd;
     std::atomic<bool> m_isDropped{false};
     const std::size_t m_dataColumns; // the terminal's; without limit where data goes elsewhere
     bool m_progress;
     bool m_progressStands = false;
+    std::set<std::string> m_told; // log lines
     const std::chrono::steady_clock::time_point m_start = std::chrono::steady_clock::now();
     mutable std::mutex m_mutex;
 };

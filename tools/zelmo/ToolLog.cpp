@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cstdlib>
+#include <filesystem>
 #include <optional>
 
 namespace tool {
@@ -67,6 +68,16 @@ void SetLevels(const GlobalOptions& options) {
     }
     for (const std::string& text : options.logLevels) {
         SetCategoryLevel(text);
+    }
+}
+
+/// The log would make the folder: a name with a slip of the pen must not leave folders behind.
+void CheckLogFolder(const std::string& file) {
+    const auto folder = std::filesystem::absolute(file).parent_path();
+    std::error_code error;
+    if (!std::filesystem::is_directory(folder, error)) {
+        throw HostError("--log-file '" + file + "': there is no folder '" + folder.string() +
+                        "'. Make it with: mkdir -p '" + folder.string() + "'");
     }
 }
 
@@ -175,6 +186,7 @@ ToolLog::ToolLog(const GlobalOptions& options, Output& output) {
             root.removeAllAppenders();
         }
         if (!options.logFile.empty()) {
+            CheckLogFolder(options.logFile);
             root.addAppender(GenICam::CLog::CreateFileAppender("log-file", options.logFile.c_str(), true));
         }
         SetLevels(options);

@@ -4,6 +4,8 @@
 #include "FeatureListVerb.h"
 #include "Output.h"
 
+#include <sstream>
+
 namespace tool {
 namespace {
 
@@ -30,7 +32,7 @@ void AddTexts(const Json& json, Rows& rows) {
         {"max", "maximum"},
         {"step", "step"},
         {"max_length", "longest text"},
-        {"length", "length in bytes"},
+        {"length_bytes", "length in bytes"},
         {"alias", "alias"},
         {"cast_alias", "cast alias"},
     };
@@ -60,7 +62,11 @@ std::string EntryText(const Json& entry) {
 }
 
 std::string RegisterText(const Json& one) {
-    return TextOf(one["name"]) + " at " + TextOf(one["address"]) + ", " + TextOf(one["length_bytes"]) + " bytes";
+    const Json& address = one["address"];
+    std::ostringstream hex;
+    hex << "0x" << std::hex
+        << (address.is_string() ? std::stoull(address.get<std::string>()) : address.get<std::uint64_t>());
+    return TextOf(one["name"]) + " at " + hex.str() + ", " + TextOf(one["length_bytes"]) + " bytes";
 }
 
 /// "TLParamsLocked: holds now", and through which node where that is not the feature itself.
@@ -78,9 +84,9 @@ Rows MakeRows(const Json& json) {
     AddTexts(json, rows);
     const auto condition = [&](const Json& one) { return ConditionText(one, json["name"]); };
     AddList(json, "valid_values", "valid values", rows, TextOf);
-    AddList(json, "entries", "entries", rows, EntryText);
+    AddList(json, "enum_entries", "entries", rows, EntryText);
     AddList(json, "categories", "in category", rows, TextOf);
-    AddList(json, "features", "features", rows, TextOf);
+    AddList(json, "members", "features", rows, TextOf);
     AddList(json, "selected_by", "selected by", rows, TextOf);
     AddList(json, "selects", "selects", rows, TextOf);
     AddList(json, "implemented_if", "implemented if", rows, condition);

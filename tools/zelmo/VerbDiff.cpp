@@ -3,6 +3,7 @@
 #include "CommonOptions.h"
 #include "DeviceSelector.h"
 #include "Escape.h"
+#include "Feature.h"
 #include "Output.h"
 #include "Settings.h"
 #include "Verb.h"
@@ -36,9 +37,10 @@ public:
         const GenApi::CFeatureBag bag = ReadSettings(m_file);
         Camera camera(SelectDevice(library, m_device.device), "comparing sets selectors, so it needs control");
         std::vector<SettingFailure> failures;
-        for (const GenApi::CBagDifference& one : bag.Compare(&camera.GetNodeMap(m_device.nodeMap))) {
+        GenApi::INodeMap& nodeMap = camera.GetNodeMap(m_device.nodeMap);
+        for (const GenApi::CBagDifference& one : bag.Compare(&nodeMap)) {
             if (one.Problem.empty()) {
-                Add(one);
+                Add(one, Feature::Find(nodeMap, one.Name.c_str(), camera.GetName()));
             } else {
                 failures.push_back({GetTitle(one), one.Problem.c_str()});
             }
@@ -52,7 +54,7 @@ public:
                          {"lines", bag.GetEntries().size()},
                          {"equal", m_rows.empty() && failures.empty()},
                          {"differences", m_json},
-                         {"failed", ToJson(failures)}});
+                         {"failures", ToJson(failures)}});
         return result == ExitCode::Done && !m_rows.empty() ? ExitCode::Failed : result;
     }
 
@@ -64,12 +66,12 @@ private:
 
     static std::string GetCell(const GenApi::gcstring& value) { return value.empty() ? "''" : Escape(value.view()); }
 
-    void Add(const GenApi::CBagDifference& one) {
+    void Add(const GenApi::CBagDifference& one, const Feature& feature) {
         m_rows.push_back({GetTitle(one), GetCell(one.InBag), GetCell(one.InNodeMap)});
         m_json.push_back({{"name", one.Name.c_str()},
                           {"selectors", one.Selectors.c_str()},
-                          {"file_value", one.InBag.c_str()},
-                          {"device_value", one.InNodeMap.c_str()}});
+                          {"file_value", feature.ToJson(one.InBag.c_str())},
+                          {"device_value", feature.ToJson(one.InNodeMap.c_str())}});
     }
 
     DeviceOptions m_device;

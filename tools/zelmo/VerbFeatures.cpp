@@ -102,7 +102,7 @@ private:
                 json = feature.GetDescription(true);
             }
         } catch (const ToolError& error) {
-            json["error"] = error.what();
+            json["error"] = MakeCauseJson(error);
         }
         return json;
     }
@@ -117,7 +117,9 @@ private:
         const std::string unit = json.value("unit", "");
         row.push_back(value ? Escape(feature.GetText()) + (unit.empty() ? "" : " " + unit) : "-");
         const bool limited = (access == "RW" || access == "WO") && (json.contains("min") || json.contains("entries"));
-        row.push_back(limited ? "(" + feature.GetLimits() + ")" : json.value("error", ""));
+        row.push_back(limited                  ? "(" + feature.GetLimits() + ")"
+                      : json.contains("error") ? json["error"]["message"].get<std::string>()
+                                               : "");
         return row;
     }
 

@@ -171,11 +171,11 @@ private:
     }
 
     void TellStart(const GrabRun& run, Output& output) const {
-        Json names = Json::array();
+        Json cameras = Json::array();
         for (const auto& camera : run.GetCameras()) {
-            names.push_back(camera->GetName());
+            cameras.push_back({{"device", camera->GetName()}});
         }
-        output.Event("start", {{"devices", names}, {"strategy", GetStrategyName(m_options.strategy)}});
+        output.Event("start", {{"cameras", cameras}, {"strategy", GetStrategyName(m_options.strategy)}});
     }
 
     static void Report(const GrabRun& run, const std::vector<ImageSink*>& sinks, Output& output) {

@@ -47,16 +47,16 @@ public:
     ExitCode Run(Library& library, Output& output) override {
         const Zelmo::CDeviceInfo info = SelectDevice(library, m_device);
         const Access access = LookUpAccess(info);
-        Json json = {{"device", MakeInfoJson(info)},
-                     {"accessible", access.accessible},
+        Json json = MakeDeviceJson(info);
+        json.update({{"accessible", access.accessible},
                      {"monitor_accessible", access.asMonitor},
-                     {"access", access.word}};
+                     {"access_state", access.word}});
         if (!access.accessible) {
             json["reason"] = access.why;
         }
         output.Document(json);
         std::vector<std::vector<std::string>> rows;
-        for (const auto& [key, value] : json["device"].items()) {
+        for (const auto& [key, value] : json["properties"].items()) {
             rows.push_back({key, Printable(value.get<std::string>())});
         }
         rows.push_back({"Access", (access.accessible  ? "can be opened"

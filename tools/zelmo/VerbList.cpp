@@ -58,7 +58,8 @@ private:
         Json list = Json::array();
         std::vector<std::vector<std::string>> rows{{"INDEX", "SERIAL", "MODEL", "NAME", "CLASS"}};
         for (std::size_t i = 0; i < devices.size(); ++i) {
-            list.push_back(MakeDeviceJson(devices[i], i));
+            list.push_back({{"index", i}});
+            list.back().update(MakeDeviceJson(devices[i]));
             rows.push_back({std::to_string(i), GetProperty(devices[i], "SerialNumber"),
                             GetProperty(devices[i], "ModelName"), GetProperty(devices[i], "UserDefinedName"),
                             GetProperty(devices[i], "DeviceClass")});
@@ -76,7 +77,7 @@ private:
         std::vector<std::vector<std::string>> rows{{"CLASS", "NAME", "VERSION", "FILE"}};
         const Zelmo::TlInfoList layers = library.FindTransportLayers();
         for (const Zelmo::CTlInfo& info : layers) {
-            list.push_back(MakeInfoJson(info));
+            list.push_back(MakeTransportLayerJson(info));
             rows.push_back({GetProperty(info, "DeviceClass"), GetProperty(info, "ModelName"),
                             GetProperty(info, "Version"), GetProperty(info, "FileName")});
         }

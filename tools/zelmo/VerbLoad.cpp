@@ -43,7 +43,7 @@ public:
                          {"file", m_file},
                          {"lines", lines},
                          {"verified", m_verify},
-                         {"failed", ToJson(failures)}});
+                         {"failures", ToJson(failures)}});
         if (result == ExitCode::Removed) {
             return result;
         }

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "CommonOptions.h"
+#include "Description.h"
 #include "InputFile.h"
 #include "MemoryImage.h"
 #include "NodeFields.h"
@@ -18,10 +19,6 @@ namespace {
 
 constexpr std::size_t kMostBytes = std::size_t{64} << 20; // of a file
 
-struct NodeMapDestroyer {
-    void operator()(GenApi::INodeMap* nodeMap) const { dynamic_cast<GenApi::IDestroy&>(*nodeMap).Destroy(); }
-};
-
 /// A description that is loaded without a camera, all its ports over one image of memory: chunk and event ports too,
 /// so that their nodes can be looked at like the others.
 class OfflineNodeMap {
@@ -33,8 +30,7 @@ public:
         }
         const std::string content = ReadInputFile(file, kMostBytes);
         try {
-            GenApi::CNodeMapFactory factory(GenApi::ContentType_Xml, content.data(), content.size());
-            m_nodeMap.reset(factory.CreateNodeMap());
+            m_nodeMap = LoadDescription(content);
         } catch (const GenICam::GenericException& error) {
             throw ToolError(ExitCode::Failed, "description", "'" + file + "': " + error.GetDescription());
         }
@@ -56,7 +52,7 @@ private:
 
     MemoryImage m_image;
     std::vector<std::unique_ptr<MemoryPort>> m_ports;
-    std::unique_ptr<GenApi::INodeMap, NodeMapDestroyer> m_nodeMap; // goes before its ports
+    NodeMapPtr m_nodeMap; // goes before its ports
     GenApi::NodeList_t m_nodes;
 };
 
@@ -77,7 +73,7 @@ std::string MakeValueCell(const Json& node) {
         return "-";
     }
     constexpr std::size_t widest = 60;
-    const std::string text = node["value"].get<std::string>();
+    const std::string text = TextOf(node[node.contains("text") ? "text" : "value"]);
     const bool isNamed = node["kind"] == "Enumeration" || node["kind"] == "EnumEntry"; // its number says more
     return Cut(Printable(text), widest) + (isNamed ? " (" + TextOf(node["number"]) + ")" : "") +
            (node.contains("unit") ? " " + Printable(node["unit"]) : "");
@@ -95,8 +91,8 @@ std::string MakeLimitsCell(const Json& node) {
         text += node.contains("valid_values") ? ": " + Joined(node["valid_values"]) : "";
     } else if (node.contains("max_length")) {
         text = "at most " + TextOf(node["max_length"]) + " characters";
-    } else if (node.contains("length")) {
-        text = TextOf(node["length"]) + " bytes";
+    } else if (node.contains("length_bytes")) {
+        text = TextOf(node["length_bytes"]) + " bytes";
     }
     return text;
 }

@@ -52,7 +52,7 @@ public:
         const auto text = bag.ToString();
         WriteFileWhole(m_file, reinterpret_cast<const std::uint8_t*>(text.c_str()), text.size());
         output.Document(
-            {{"device", camera.GetName()}, {"file", m_file}, {"lines", lines}, {"failed", ToJson(failures)}});
+            {{"device", camera.GetName()}, {"file", m_file}, {"lines", lines}, {"failures", ToJson(failures)}});
         output.Note(std::to_string(lines) + " lines saved to '" + m_file + "'; 'zelmo load' sets them again");
         return result;
     }

@@ -48,7 +48,7 @@ public:
             result = result == ExitCode::Done ? code : result;
             list.push_back(json);
         }
-        output.Document({{"device", camera.GetName()}, {"features", list}});
+        output.Document({{"device", camera.GetName()}, {"settings", list}});
         return result;
     }
 
@@ -57,6 +57,7 @@ private:
                           Json& json) {
         try {
             Feature feature = Feature::Find(nodeMap, one.feature, camera.GetName());
+            json["requested"] = feature.ToJson(one.value);
             feature.SetText(one.value);
             json["ok"] = true;
             const bool readable = feature.IsReadable();
@@ -67,7 +68,7 @@ private:
             return ExitCode::Done;
         } catch (const ToolError& error) {
             json["ok"] = false;
-            json["error"] = {{"code", error.GetCode()}, {"message", error.what()}};
+            json["error"] = MakeCauseJson(error);
             output.Error(error);
             return error.GetExitCode();
         }

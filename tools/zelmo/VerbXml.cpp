@@ -1,56 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "CommonOptions.h"
+#include "Description.h"
 #include "DeviceSelector.h"
 #include "Output.h"
 #include "PartialFiles.h"
 #include "Verb.h"
 
-#include <zelmo/Device.h>
-#include <zelmo/TlFactory.h>
-
 #include <CLI/CLI.hpp>
-
-#include <memory>
 
 namespace tool {
 namespace {
-
-struct DeviceDestroyer {
-    void operator()(Zelmo::IZelmoDevice* device) const noexcept {
-        try {
-            Zelmo::CTlFactory::GetInstance().DestroyDevice(device);
-        } catch (const std::exception&) { // the verb's result stands; the library logged the cause
-        }
-    }
-};
-
-struct Description {
-    std::string url;
-    std::string bytes;
-
-    bool IsZipped() const { return bytes.rfind("PK\x03\x04", 0) == 0; }
-};
-
-/// The device is not opened: opening makes node maps, which a broken description does not permit, and another program
-/// may have it open.
-Description FetchDescription(const Zelmo::CDeviceInfo& info) {
-    const std::string camera = GetCameraName(info);
-    try {
-        const std::unique_ptr<Zelmo::IZelmoDevice, DeviceDestroyer> device(
-            Zelmo::CTlFactory::GetInstance().CreateDevice(info));
-        auto* source = dynamic_cast<Zelmo::IDescriptionSource*>(device.get());
-        if (source == nullptr) {
-            throw FeatureError("", "no_description",
-                               "Camera " + camera + ": its transport layer does not give out descriptions");
-        }
-        Zelmo::String_t url;
-        Zelmo::String_t bytes;
-        source->GetDescription(url, bytes);
-        return {url.c_str(), std::string(bytes.c_str(), bytes.size())};
-    } catch (const GenICam::GenericException& error) {
-        throw FromLibrary(error, "Reading the description of camera " + camera);
-    }
-}
 
 class XmlVerb : public Verb {
 public:
@@ -88,7 +47,7 @@ public:
             output.Note(std::to_string(description.bytes.size()) + " bytes from " + Printable(description.url) +
                         " written to " + m_file);
         } else if (!description.IsZipped()) {
-            json["description"] = description.bytes;
+            json["xml"] = description.bytes;
         }
         if (m_file.empty()) {
             output.Bytes(description.bytes);

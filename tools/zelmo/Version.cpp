@@ -11,15 +11,15 @@ namespace tool {
 
 void PrintVersion(Library& library, Output& output) {
     const std::string version = Zelmo::GetZelmoVersionString();
-    Json plugins = Json::array();
+    Json layers = Json::array();
     output.Line("zelmo " + version + " (commit " ZELMO_COMMIT ")");
     for (const Zelmo::CTlInfo& info : library.FindTransportLayers()) {
-        plugins.push_back(MakeInfoJson(info));
+        layers.push_back(MakeTransportLayerJson(info));
         const std::string own = GetProperty(info, "Version");
         output.Line("plug-in " + GetProperty(info, "DeviceClass") + " " + (own.empty() ? "(no version)" : own) + "  " +
                     GetProperty(info, "FileName"));
     }
-    output.Document({{"version", version}, {"commit", ZELMO_COMMIT}, {"plugins", plugins}});
+    output.Document({{"version", version}, {"commit", ZELMO_COMMIT}, {"transport_layers", layers}});
 }
 
 } // namespace tool
