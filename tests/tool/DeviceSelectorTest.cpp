@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "DeviceSelector.h"
 #include "Errors.h"
+#include "FilterCheck.h"
 
 #include <gmock/gmock.h>
 
@@ -8,6 +9,7 @@ namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
+using tool::FindFilterFault;
 using Zelmo::CDeviceInfo;
 
 CDeviceInfo MakeInfo(const char* serial, const char* name, const char* fullName, const char* model) {
@@ -75,6 +77,18 @@ TEST_F(DeviceSelectorTest, CameraIsCalledBySerialNumberOrElseByItsFullName) {
                      "9");
     EXPECT_EQ(tool::GetCameraName(bare), "bus/?9");
     EXPECT_EQ(tool::DescribeCamera(m_devices[0]), "100  Small  'left'  (HarlixGigE)");
+}
+
+TEST(DeviceFilterTest, WhatTheLibraryPassesOverIsAFault) {
+    for (const char* filter : {"A=1", " A = 1 && B=2||C=x y ", "A=1&&&B=2", "A=1|2", "A=1&"}) {
+        EXPECT_EQ(FindFilterFault(filter), "") << filter;
+    }
+    for (const auto& [filter, fault] :
+         {std::pair("A", "'A' is no condition"), std::pair("A=1 && =2", "'=2'"), std::pair("A=1 && B= ", "'B='"),
+          std::pair("A=1=2", "'A=1=2'"), std::pair("A=1 & & B=2", "''"), std::pair("A=1 ||", "one side of '||'"),
+          std::pair(" ", "nothing")}) {
+        EXPECT_THAT(FindFilterFault(filter), testing::HasSubstr(fault)) << filter;
+    }
 }
 
 } // namespace

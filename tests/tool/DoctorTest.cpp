@@ -4,6 +4,7 @@
 
 #include <gmock/gmock.h>
 
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 
@@ -38,17 +39,62 @@ TEST(DoctorTest, GivesAVerdictOnEachPartOfTheHost) {
     EXPECT_THAT(RunTool({"doctor"}).out, HasSubstr("ok       plug-in path: "));
 }
 
-TEST(DoctorTest, TellsHowManyCamerasTheDescriptorLimitAllows) {
-    const auto detail = [](const char* limit) {
+TEST(DoctorTest, CountsTheDescriptorsThatGrabbingTakes) {
+    const auto limited = [](unsigned files, const std::vector<std::string>& words) {
         ToolProcess::Settings settings;
-        settings.openFileLimit = static_cast<unsigned>(std::atoi(limit));
-        return CheckNamed(RunTool({"doctor", "--json"}, settings).Document(), "open files");
+        settings.openFileLimit = files;
+        return RunTool(words, settings);
     };
-    EXPECT_THAT(detail("64")["detail"].get<std::string>(), HasSubstr("enough for 2 cameras"));
-    EXPECT_EQ(detail("64")["verdict"], "warning");
-    EXPECT_THAT(detail("64")["remedy"].get<std::string>(), HasSubstr("ulimit -n"));
-    EXPECT_THAT(detail("1024")["detail"].get<std::string>(), HasSubstr("enough for 42 cameras"));
-    EXPECT_EQ(detail("1024")["verdict"], "ok");
+    const tool::Json few = CheckNamed(limited(64, {"doctor", "--json"}).Document(), "open files");
+    EXPECT_EQ(few["verdict"], "warning");
+    EXPECT_THAT(few["remedy"].get<std::string>(), HasSubstr("ulimit -n"));
+    const std::string many = CheckNamed(limited(1024, {"doctor", "--json"}).Document(), "open files")["detail"];
+    unsigned cameras = 0;
+    unsigned each = 0;
+    unsigned process = 0;
+    ASSERT_EQ(std::sscanf(many.c_str(),
+                          "the limit is 1024, enough for %u grabbing cameras: each takes %u, as measured "
+                          "with an emulated one, and the process %u",
+                          &cameras, &each, &process),
+              3)
+        << many;
+    EXPECT_EQ(cameras, (1024 - process) / each);
+    const std::vector<std::string> grab{"grab", "--all", "--duration", "0.3", "-q"};
+    EXPECT_EQ(limited(process + 3 * each + 12, grab).exitCode, 0) << many;
+    EXPECT_EQ(limited(process + 3 * each - each / 2, grab).exitCode, 1) << many;
+}
+
+TEST(DoctorTest, PluginThatEndsTheProcessIsNamedAndTheOtherChecksAreMade) {
+    const ToolResult result = RunTool(
+        {"doctor", "--json", "-q"},
+        WithEnvironment({{"ZELMO_TL_PATH", TEST_PLUGINS "/faulty"}, {"ZELMO_TEST_FAULT", "GetTLInfoList abort"}}));
+    EXPECT_EQ(result.exitCode, 8);
+    EXPECT_THAT(CheckNamed(result.Document(), "plug-ins")["detail"].get<std::string>(),
+                testing::ContainsRegex("ended by signal 6 .* while loading the plug-in '.*/libzelmo_TL_faulty.so'"));
+    EXPECT_EQ(CheckNamed(result.Document(), "settings file")["verdict"], "ok");
+}
+
+TEST(DoctorTest, BrokenSettingsFileIsNamedAndTheOtherChecksAreMade) {
+    TemporaryFolder folder; // the file lies beside the library
+    std::filesystem::copy_file(PRODUCT_PLUGINS "/libzelmo.so.6", folder / "libzelmo.so.6");
+    std::ofstream(folder / "zelmo.xml") << "<settings><setting";
+    const auto environment = WithEnvironment({{"LD_LIBRARY_PATH", folder.Path()}, {"ZELMO_TL_PATH", PRODUCT_PLUGINS}});
+    const ToolResult result = RunTool({"doctor", "--json", "-q"}, environment);
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_THAT(CheckNamed(result.Document(), "settings file")["detail"].get<std::string>(),
+                HasSubstr(folder / "zelmo.xml"));
+    CheckNamed(result.Document(), "real-time priority");
+    EXPECT_THAT(RunTool({"list"}, environment).err, HasSubstr("'zelmo doctor' looks for the cause"));
+}
+
+TEST(DoctorTest, DeviceFilterOffItsGrammarIsTold) {
+    const auto environment = WithEnvironment({{"ZELMO_DEVICE_FILTER", "SerialNumber=0815-0000 || nonsense"}});
+    const ToolResult result = RunTool({"doctor", "--json"}, environment);
+    EXPECT_EQ(result.exitCode, 0);
+    const tool::Json check = CheckNamed(result.Document(), "device filter");
+    EXPECT_EQ(check["verdict"], "warning");
+    EXPECT_THAT(check["detail"].get<std::string>(), HasSubstr("'nonsense' is no condition KEY=VALUE"));
+    EXPECT_THAT(RunTool({"list"}, environment).err, HasSubstr("'nonsense' is no condition KEY=VALUE"));
 }
 
 TEST(DoctorTest, PluginThatIsNoLibraryIsNamedWithItsCause) {

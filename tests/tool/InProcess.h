@@ -25,6 +25,7 @@ protected:
         quiet.quiet = true;
         m_silent = std::make_unique<tool::Output>(quiet, m_log, m_log);
         m_library = std::make_unique<tool::Library>(quiet, *m_silent);
+        m_library->Start();
     }
 
     /// Runs a command; its output is in m_data, its messages in m_messages.

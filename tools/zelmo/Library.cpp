@@ -2,6 +2,7 @@
 #include "Library.h"
 
 #include "Errors.h"
+#include "FilterCheck.h"
 
 #include <zelmo/DeviceFilter.h>
 #include <zelmo/Lifecycle.h>
@@ -13,6 +14,8 @@
 
 namespace tool {
 namespace {
+
+constexpr const char* kFilterVariable = "ZELMO_DEVICE_FILTER";
 
 /// Plug-ins on the default interface filter for themselves; this holds for all the others too.
 Zelmo::DeviceInfoList Admitted(const Zelmo::DeviceInfoList& found) {
@@ -32,35 +35,39 @@ Zelmo::DeviceInfoList Admitted(const Zelmo::DeviceInfoList& found) {
     return admitted;
 }
 
-void SetFilter(const std::string& filter) {
-    if (!filter.empty()) {
-        setenv("ZELMO_DEVICE_FILTER", filter.c_str(), 1);
-    }
-}
-
 } // namespace
 
-Library::Library(const GlobalOptions& options, Output& output) : m_log(options, output) {
-    SetFilter(options.filter);
+Library::Library(const GlobalOptions& options, Output& output) : m_filter(options.filter), m_log(options, output) {}
+
+void Library::Start() {
+    SetFilter();
     Zelmo::ZelmoInitialize();
+    m_isStarted = true;
     try {
         Zelmo::CTlFactory::GetInstance();
-        if (!options.filter.empty() && Zelmo::GetGlobalDeviceFilterInstance() == nullptr) {
-            throw UsageError("--filter '" + options.filter +
-                             "': no condition found. Expected KEY=VALUE, joined by && and ||; for example "
-                             "'DeviceClass=HarlixGigE && IpAddress=192.168.0.2'");
-        }
     } catch (const GenICam::GenericException& error) {
-        Zelmo::ZelmoTerminate();
-        throw FromLibrary(error, "Starting the library");
-    } catch (...) {
-        Zelmo::ZelmoTerminate();
-        throw;
+        throw ToolError(ExitCode::Failed, "library",
+                        std::string("The library does not start: ") + error.GetDescription() +
+                            "; 'zelmo doctor' looks for the cause");
     }
 }
 
 Library::~Library() {
-    Zelmo::ZelmoTerminate();
+    if (m_isStarted) {
+        Zelmo::ZelmoTerminate();
+    }
+}
+
+void Library::SetFilter() const {
+    if (m_filter.empty()) {
+        return;
+    }
+    if (const std::string fault = FindFilterFault(m_filter); !fault.empty()) {
+        throw UsageError("--filter '" + m_filter + "': " + fault +
+                         ". Expected KEY=VALUE, joined by && and ||; for example "
+                         "'DeviceClass=HarlixGigE && IpAddress=192.168.0.2'");
+    }
+    setenv(kFilterVariable, m_filter.c_str(), 1);
 }
 
 Zelmo::DeviceInfoList Library::FindDevices() {
@@ -88,6 +95,12 @@ bool Library::CanCreate(const Zelmo::CTlInfo& info) {
     Zelmo::ITransportLayer* layer = factory.CreateTl(info);
     factory.ReleaseTl(layer);
     return layer != nullptr;
+}
+
+std::string FindEnvironmentFilterFault() {
+    const char* filter = std::getenv(kFilterVariable);
+    const std::string fault = filter == nullptr || *filter == '\0' ? "" : FindFilterFault(filter);
+    return fault.empty() ? "" : std::string(kFilterVariable) + " '" + filter + "': " + fault + ", and is passed over";
 }
 
 std::string GetPluginPath() {

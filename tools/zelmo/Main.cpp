@@ -37,7 +37,16 @@ ExitCode RunRequest(CommandLine& commandLine, CommandLine::Request request, Outp
         foreignLines.emplace([&](const std::string& line) { output.LogForeignLine(line); });
     }
     Library library(commandLine.GetGlobalOptions(), output);
-    if (request == CommandLine::Request::Version) {
+    const bool isVersion = request == CommandLine::Request::Version;
+    if (!isVersion && !commandLine.GetVerb().NeedsLibrary()) {
+        foreignLines.reset(); // nothing foreign in this process, which may fork: no thread must run then
+    } else {
+        library.Start();
+        if (const std::string fault = FindEnvironmentFilterFault(); !fault.empty()) {
+            output.Note(fault);
+        }
+    }
+    if (isVersion) {
         PrintVersion(library, output);
         return ExitCode::Done;
     }

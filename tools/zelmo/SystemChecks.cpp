@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "SystemChecks.h"
 
+#include "DescriptorUse.h"
 #include "Library.h"
 #include "Output.h"
 
-#include <Base/GCUtilities.h>
 #include <zelmo/ThreadPriority.h>
 
 #include <algorithm>
@@ -36,22 +36,35 @@ Check CheckRealTime() {
     return check;
 }
 
-/// Per camera, with a wait object being a pipe of two descriptors: of the stream grabber 2, of the event grabber 2, of
-/// the removal notice 2 with the forwarding thread's 2, of a grab session's stop, result and buffer-wanted objects and
-/// their sets 8, of the connection itself up to 4 (sockets or a device file); that is 20, and 24 leave room for a
-/// transport layer's own needs. The process has its three standard streams, the log file, the signal pipe and the
-/// plug-ins' control sockets besides.
-Check CheckOpenFiles() {
+Check CheckFilter() {
+    const std::string fault = FindEnvironmentFilterFault();
+    return fault.empty()
+               ? Check{"device filter", Verdict::Ok, "ZELMO_DEVICE_FILTER keeps to its grammar, or is not set", ""}
+               : Check{"device filter", Verdict::Warning, fault,
+                       "Write conditions KEY=VALUE, joined by && and ||, or unset ZELMO_DEVICE_FILTER"};
+}
+
+/// @p use says what one camera takes; the limit is that of this process.
+Check CheckOpenFiles(const DescriptorUse& use) {
     rlimit limit{};
     getrlimit(RLIMIT_NOFILE, &limit);
-    const bool unlimited = limit.rlim_cur == RLIM_INFINITY;
-    const rlim_t usable = limit.rlim_cur > kDescriptorsOfProcess ? limit.rlim_cur - kDescriptorsOfProcess : 0;
     Check check{"open files", Verdict::Ok, "", ""};
-    check.detail = unlimited ? "no limit on open files"
-                             : "the limit of " + std::to_string(limit.rlim_cur) + " open files is enough for " +
-                                   std::to_string(usable / kDescriptorsOfCamera) + " cameras at " +
-                                   std::to_string(kDescriptorsOfCamera) + " each";
-    if (!unlimited && usable < 8 * kDescriptorsOfCamera) {
+    const bool unlimited = limit.rlim_cur == RLIM_INFINITY;
+    check.detail = unlimited ? "no limit" : "the limit is " + std::to_string(limit.rlim_cur);
+    constexpr rlim_t kFewCameras = 8;
+    constexpr rlim_t kUsualLimit = 1024;
+    bool isEnough = unlimited || limit.rlim_cur >= kUsualLimit;
+    if (use.ofCamera == 0) {
+        check.detail += "; what a camera takes was not measured: " + use.failure;
+    } else {
+        const rlim_t usable = limit.rlim_cur > use.ofProcess ? limit.rlim_cur - use.ofProcess : 0;
+        const rlim_t cameras = usable / use.ofCamera;
+        isEnough = unlimited || cameras >= kFewCameras;
+        check.detail += (unlimited ? "" : ", enough for " + std::to_string(cameras) + " grabbing cameras") +
+                        std::string(": each takes ") + std::to_string(use.ofCamera) +
+                        ", as measured with an emulated one, and the process " + std::to_string(use.ofProcess);
+    }
+    if (!isEnough) {
         check.verdict = Verdict::Warning;
         check.remedy = "Raise it with 'ulimit -n 4096', for good in /etc/security/limits.conf";
     }
@@ -74,26 +87,6 @@ Check CheckSocketBuffers() {
         check.verdict = Verdict::Warning;
         check.detail += "; cameras on Ethernet want " + std::to_string(kWantedSocketBuffer);
         check.remedy = "As root: sysctl -w net.core.rmem_max=33554432, for good in /etc/sysctl.d/60-cameras.conf";
-    }
-    return check;
-}
-
-Check CheckCacheFolder() {
-    Check check{"cache folder", Verdict::Ok, "", ""};
-    GenICam::gcstring folder;
-    if (!GenICam::GetValueOfEnvironmentVariable("GENICAM_CACHE_V3_1", folder) || folder.empty()) {
-        check.verdict = Verdict::Warning;
-        check.detail = "no folder for prepared camera descriptions is set";
-        check.remedy = "Set HOME, or GENICAM_CACHE_V3_1 to a folder that can be written";
-        return check;
-    }
-    check.detail = Printable(folder.c_str());
-    if (access(folder.c_str(), W_OK | X_OK) != 0) {
-        check.verdict = Verdict::Warning;
-        check.detail += " cannot be written";
-        check.remedy = "Make it with 'mkdir -p', give it to this user, or set GENICAM_CACHE_V3_1 to another folder";
-    } else {
-        check.detail += " can be written";
     }
     return check;
 }
@@ -134,7 +127,7 @@ std::vector<Check> CheckPlugins(Library& library) {
 }
 
 std::vector<Check> CheckSystem() {
-    return {CheckRealTime(), CheckOpenFiles(), CheckSocketBuffers(), CheckCacheFolder()};
+    return {CheckFilter(), CheckRealTime(), CheckOpenFiles(MeasureDescriptorUse()), CheckSocketBuffers()};
 }
 
 } // namespace tool

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "ExitCode.h"
+
 #include <string>
 #include <vector>
 
@@ -14,19 +16,16 @@ enum class Verdict { Ok, Warning, Problem };
 struct Check {
     std::string name;
     Verdict verdict;
-    std::string detail; ///< What was found.
-    std::string remedy; ///< What to do; empty when all is well.
+    std::string detail;                   ///< What was found.
+    std::string remedy;                   ///< What to do; empty when all is well.
+    ExitCode exitCode = ExitCode::Plugin; ///< What a problem ends the tool with.
 };
 
 /// The plug-in path, each transport layer that was loaded, and each plug-in that was not. Problems are plug-ins that
 /// could not be loaded.
 std::vector<Check> CheckPlugins(Library& library);
 
-/// Real-time priority, open files, socket buffers and cache folder.
+/// Device filter, real-time priority, open files and socket buffers.
 std::vector<Check> CheckSystem();
-
-/// Descriptors that one grabbing camera takes, and those that the process has besides.
-constexpr unsigned kDescriptorsOfCamera = 24;
-constexpr unsigned kDescriptorsOfProcess = 16;
 
 } // namespace tool

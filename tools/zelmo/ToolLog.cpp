@@ -143,6 +143,7 @@ public:
         if (ofFactory) {
             Remember(record.message);
         }
+        RememberError(record);
         if (m_show && (!ofFactory || record.priority <= m_factoryLimit)) {
             m_output.LogLine(NameOfPriority(record.priority), std::string(record.category),
                              std::string(record.message));
@@ -154,9 +155,27 @@ public:
         return m_failures;
     }
 
+    std::string GetLastError() const {
+        std::lock_guard lock(m_mutex);
+        return m_lastError;
+    }
+
+    void SetLoadListener(std::function<void(const std::string&)> onLoad) { m_onLoad = std::move(onLoad); }
+
 private:
+    void RememberError(const GenICam::LogRecord& record) {
+        if (record.priority <= GenICam::LogPriority_Error) {
+            std::lock_guard lock(m_mutex);
+            m_lastError = record.message;
+        }
+    }
+
     void Remember(std::string_view message) {
         PluginFailure failure;
+        std::string_view rest;
+        if (m_onLoad && TakeBetween(message, "Trying to load TL lib '", "'", failure.plugin, rest)) {
+            m_onLoad(failure.plugin);
+        }
         if (!ParsePluginFailure(message, failure)) {
             return;
         }
@@ -171,8 +190,10 @@ private:
 
     Output& m_output;
     const bool m_show;
-    int m_factoryLimit = GenICam::LogPriority_Warn; // set before any thread logs
+    int m_factoryLimit = GenICam::LogPriority_Warn;   // set before any thread logs
+    std::function<void(const std::string&)> m_onLoad; // likewise
     mutable std::mutex m_mutex;
+    std::string m_lastError;
     std::vector<PluginFailure> m_failures;
 };
 
@@ -214,6 +235,14 @@ ToolLog::~ToolLog() {
 
 std::vector<PluginFailure> ToolLog::GetPluginFailures() const {
     return m_listener->GetFailures();
+}
+
+std::string ToolLog::GetLastError() const {
+    return m_listener->GetLastError();
+}
+
+void ToolLog::SetLoadListener(std::function<void(const std::string& plugin)> onLoad) {
+    m_listener->SetLoadListener(std::move(onLoad));
 }
 
 } // namespace tool

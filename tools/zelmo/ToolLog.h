@@ -5,6 +5,7 @@
 
 #include <Log/Appender.h>
 
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -32,6 +33,12 @@ public:
 
     /// In the order of their first appearance, each once.
     std::vector<PluginFailure> GetPluginFailures() const;
+
+    /// The last line of an error or worse; empty without.
+    std::string GetLastError() const;
+
+    /// Hears of each plug-in before it is loaded, which may end the process. Set before the library starts.
+    void SetLoadListener(std::function<void(const std::string& plugin)> onLoad);
 
 private:
     class Listener;

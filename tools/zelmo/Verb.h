@@ -36,6 +36,9 @@ public:
     /// Adds the verb's options to @p command; they are parsed into members of this object.
     virtual void Define(CLI::App& command) = 0;
 
+    /// Whether the library has to run: else it is only prepared, and this verb starts it itself, if at all.
+    virtual bool NeedsLibrary() const { return true; }
+
     /// @throws ToolError, and what the library throws.
     virtual ExitCode Run(Library& library, Output& output) = 0;
 };

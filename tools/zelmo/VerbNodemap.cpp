@@ -143,6 +143,8 @@ public:
             ->check(NotEmpty());
     }
 
+    bool NeedsLibrary() const override { return false; }
+
     ExitCode Run(Library&, Output& output) override {
         const OfflineNodeMap nodeMap(m_file, m_image);
         Json nodes = Json::array();

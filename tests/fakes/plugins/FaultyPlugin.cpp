@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 
 // A plug-in of class "FakeFaulty" whose fault is named by the environment variable ZELMO_TEST_FAULT: "<where> <what>",
-// where is an export or EnumerateDevices, and what is thrown there: GenICam, standard or unknown; or one of the faults
-// that are told apart below. With "none, calls back" its exports use the factory themselves.
+// where is an export or EnumerateDevices, and what is thrown there: GenICam, standard or unknown, or abort; or one of
+// the faults that are told apart below. With "none, calls back" its exports use the factory themselves.
 
 #include "FakeTransportLayer.h"
 #include "ManyEntries.h"
@@ -33,6 +33,9 @@ void FailIn(const std::string& place) {
     }
     if (Fault(place + " unknown")) {
         throw 1;
+    }
+    if (Fault(place + " abort")) {
+        std::abort();
     }
 }
 
