@@ -47,6 +47,10 @@ void ExpectColumns(const std::string& text, std::size_t columns) {
 const char* const kVerbs[] = {"list", "info", "features", "describe", "get",  "set",   "exec",  "save",
                               "load", "diff", "xml",      "nodemap",  "grab", "bench", "doctor"};
 
+std::vector<std::string> AllVerbs() {
+    return {std::begin(kVerbs), std::end(kVerbs)};
+}
+
 TEST(CommandLineTest, HelpOfTheToolFitsOneScreenAndNamesEveryVerb) {
     const std::string help = HelpOf({"--help"});
     EXPECT_LE(std::count(help.begin(), help.end(), '\n'), 24);
@@ -145,19 +149,58 @@ INSTANTIATE_TEST_SUITE_P(
         Wrong{{"nodemap", "a", "--memory", ""}, "--memory: the text"},
         Wrong{{"list", "--log-file", ""}, "--log-file: the text"}));
 
-TEST(CommandLineTest, ManualPageAndCompletionKnowEveryVerbAndOption) {
+TEST(CommandLineTest, ManualPageKnowsEveryVerb) {
     CommandLine line;
-    const std::string page = line.GetManualPage();
-    const std::string completion = line.GetCompletion();
+    EXPECT_EQ(Parse(line, {"generate", "man"}), CommandLine::Request::Document);
+    const std::string page = line.GetDocument();
     EXPECT_THAT(page, testing::StartsWith(".TH ZELMO 1\n"));
     for (const char* verb : kVerbs) {
         EXPECT_THAT(page, HasSubstr(".SS " + std::string(verb) + "\n"));
-        EXPECT_THAT(completion, HasSubstr("    " + std::string(verb) + ")\n"));
     }
     EXPECT_THAT(page, HasSubstr("\\-\\-max\\-lost N"));
-    EXPECT_THAT(completion, HasSubstr("--max-lost"));
-    EXPECT_THAT(completion, HasSubstr("--strategy) COMPREPLY=($(compgen -W 'one-by-one latest-image-only"));
-    EXPECT_THAT(completion, HasSubstr("--nodemap) COMPREPLY=($(compgen -W 'device tl stream event camera chunk'"));
 }
+
+struct FakeSource : tool::CompletionSource {
+    std::vector<std::string> GetDevices() override { return {"08-1", "08-2", "left camera"}; }
+    std::vector<tool::FeatureChoice> GetFeatures(const std::string& device) override {
+        return {{"Width" + device, false, {}}, {"Format", false, {"Mono8", "Mono12"}}, {"Reset", true, {}}};
+    }
+};
+
+struct Typed {
+    std::vector<const char*> words;
+    std::vector<std::string> offered;
+};
+
+std::ostream& operator<<(std::ostream& stream, const Typed& one) {
+    return stream << Wrong{one.words, nullptr};
+}
+
+class CompletionTest : public testing::TestWithParam<Typed> {};
+
+TEST_P(CompletionTest, OffersWhatFitsTheWordThatIsTyped) {
+    std::vector<const char*> words{"complete", "--"};
+    words.insert(words.end(), GetParam().words.begin(), GetParam().words.end());
+    CommandLine line;
+    ASSERT_EQ(Parse(line, words), CommandLine::Request::Complete);
+    FakeSource source;
+    const tool::Completion completion = line.GetCompletion(source);
+    EXPECT_EQ(completion.files ? std::vector<std::string>{":files"} : completion.words, GetParam().offered);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Lines, CompletionTest,
+    testing::Values(Typed{{"de"}, {"describe"}}, Typed{{"--json", "fe"}, {"features"}},
+                    Typed{{"grab", "--max"}, {"--max-lost"}}, Typed{{"list", "--pro"}, {"--progress"}},
+                    Typed{{"--progress", "n"}, {"never"}}, Typed{{"--nope", ""}, AllVerbs()},
+                    Typed{{"info", ""}, {"08-1", "08-2"}}, Typed{{"get", "-d", "08-"}, {"08-1", "08-2"}},
+                    Typed{{"get", "--device=08-2"}, {"--device=08-2"}}, Typed{{"get", "-d", "7", "W"}, {"Width7"}},
+                    Typed{{"get", "Format", "F"}, {"Format"}}, Typed{{"exec", ""}, {"Reset"}},
+                    Typed{{"exec", "Reset", "R"}, {}}, Typed{{"set", "Fo"}, {"Format="}},
+                    Typed{{"set", "Format=M"}, {"Format=Mono8", "Format=Mono12"}},
+                    Typed{{"grab", "--set", "Format=Mono1"}, {"Format=Mono12"}},
+                    Typed{{"grab", "--strategy", "up"}, {"upcoming-image"}}, Typed{{"grab", "-n", ""}, {}},
+                    Typed{{"save", ""}, {":files"}}, Typed{{"xml", "--out", "a"}, {":files"}},
+                    Typed{{"get", "--", "-"}, {}}, Typed{{"bench", "08-1", "08-2"}, {"08-2"}}));
 
 } // namespace

@@ -4,9 +4,11 @@
 #include "CommonOptions.h"
 #include "Documentation.h"
 #include "Errors.h"
+#include "OptionText.h"
 #include "Suggestions.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace tool {
 
@@ -60,10 +62,14 @@ void CommandLine::DefineGlobalOptions() {
 void CommandLine::DefineGenerator() {
     m_generator = m_app->add_subcommand("generate", "Write a document that is made of these definitions");
     m_generator->group(""); // hidden
-    m_generator->add_option("WHAT", m_generated)->required()->check(CLI::IsMember({"man", "completion"}));
+    m_generator->add_option("WHAT", m_generated)->required()->check(CLI::IsMember({"man", "bash", "zsh", "fish"}));
 }
 
 CommandLine::Request CommandLine::Parse(int argc, const char* const* argv) {
+    if (argc > 2 && std::strcmp(argv[1], "complete") == 0 && std::strcmp(argv[2], "--") == 0) {
+        m_typed.assign(argv + 3, argv + argc); // half a command line, which would not pass as one
+        return Request::Complete;
+    }
     try {
         ParseOrThrow(argc, argv);
     } catch (const CLI::CallForHelp&) {
@@ -73,7 +79,7 @@ CommandLine::Request CommandLine::Parse(int argc, const char* const* argv) {
         return Request::Version;
     }
     if (m_generator->parsed()) {
-        return m_generated == "man" ? Request::ManualPage : Request::Completion;
+        return Request::Document;
     }
     if (FindVerb() == m_verbs.size()) {
         throw UsageError("A verb is missing; 'zelmo --help' lists them");
@@ -137,12 +143,18 @@ std::string CommandLine::GetHelp() const {
                                  : MakeToolHelp(*m_app, m_verbs);
 }
 
-std::string CommandLine::GetManualPage() const {
-    return MakeManualPage(*m_app, m_verbs, m_commands);
+std::string CommandLine::GetDocument() const {
+    return m_generated == "man" ? MakeManualPage(*m_app, m_verbs, m_commands) : GetCompletionScript(m_generated);
 }
 
-std::string CommandLine::GetCompletion() const {
-    return MakeBashCompletion(*m_app, m_verbs, m_commands);
+Completion CommandLine::GetCompletion(CompletionSource& source) const {
+    const std::vector<OptionText> common = DescribeOptions(*m_app);
+    std::vector<VerbWords> verbs;
+    for (std::size_t i = 0; i < m_verbs.size(); ++i) {
+        verbs.push_back({m_verbs[i]->GetName(), DescribeOptions(*m_commands[i])});
+        verbs.back().options.insert(verbs.back().options.end(), common.begin(), common.end());
+    }
+    return Complete(verbs, common, m_typed, source);
 }
 
 } // namespace tool

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "Completion.h"
 #include "Verb.h"
 
 #include <memory>
@@ -11,7 +12,7 @@ namespace tool {
 /// the definitions that the verbs make here.
 class CommandLine {
 public:
-    enum class Request { RunVerb, Help, Version, ManualPage, Completion };
+    enum class Request { RunVerb, Help, Version, Document, Complete };
 
     CommandLine();
     ~CommandLine();
@@ -24,9 +25,11 @@ public:
     const GlobalOptions& GetGlobalOptions() const noexcept { return m_global; }
     Verb& GetVerb(); ///< After RunVerb.
 
-    std::string GetHelp() const; ///< Of the verb that was given, else of the tool.
-    std::string GetManualPage() const;
-    std::string GetCompletion() const;
+    std::string GetHelp() const;     ///< Of the verb that was given, else of the tool.
+    std::string GetDocument() const; ///< After Document: a manual page, or a completion script for a shell.
+
+    /// After Complete: what can stand for the last word that was typed.
+    Completion GetCompletion(CompletionSource& source) const;
 
 private:
     void DefineGlobalOptions();
@@ -41,6 +44,7 @@ private:
     std::vector<CLI::App*> m_commands; // of each verb, owned by m_app
     CLI::App* m_generator = nullptr;   // hidden: what the build uses
     std::string m_generated;
+    std::vector<std::string> m_typed; // behind "complete --"
     bool m_version = false;
 };
 

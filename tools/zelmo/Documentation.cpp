@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Documentation.h"
 
+#include "OptionText.h"
+
 #include <sstream>
 
 namespace tool {
@@ -9,39 +11,6 @@ namespace {
 constexpr std::size_t kColumns = 80;
 
 using Verbs = std::vector<std::unique_ptr<Verb>>;
-
-/// What a user sees of one option.
-struct OptionText {
-    std::vector<std::string> names; // empty for a positional argument
-    std::string value;              // placeholder; empty for a flag
-    std::string description;
-};
-
-OptionText Describe(const CLI::Option& option) {
-    OptionText text;
-    for (const std::string& name : option.get_snames()) {
-        text.names.push_back("-" + name);
-    }
-    for (const std::string& name : option.get_lnames()) {
-        text.names.push_back("--" + name);
-    }
-    if (option.get_positional()) {
-        text.value = option.get_name(true);
-    } else if (option.get_items_expected_max() > 0) {
-        const std::string type = option.get_type_name();
-        text.value = type.substr(0, type.find(':')); // behind it stand the texts of the checks
-    }
-    text.description = option.get_description();
-    return text;
-}
-
-std::vector<OptionText> DescribeOptions(const CLI::App& app) {
-    std::vector<OptionText> texts;
-    for (const CLI::Option* option : app.get_options()) {
-        texts.push_back(Describe(*option));
-    }
-    return texts;
-}
 
 std::string JoinNames(const OptionText& option) {
     std::string text;
@@ -129,45 +98,7 @@ const char* const kEnvironment[][2] = {
     {"NO_COLOR", "When set, nothing is coloured."},
 };
 
-std::string JoinWords(const std::vector<std::string>& words) {
-    std::string text;
-    for (const std::string& word : words) {
-        text += (text.empty() ? "" : " ") + word;
-    }
-    return text;
-}
-
-/// case branches for options that take a value: their choices, files, or nothing that could be guessed.
-void AddValueCases(const CLI::App& app, std::string& script) {
-    for (const OptionText& option : DescribeOptions(app)) {
-        if (option.value.empty() || option.names.empty()) {
-            continue;
-        }
-        std::string names = JoinWords(option.names);
-        for (std::size_t i = names.find(' '); i != std::string::npos; i = names.find(' ', i)) {
-            names[i] = '|';
-        }
-        std::string action = "COMPREPLY=()";
-        if (option.value.find('|') != std::string::npos) {
-            std::string choices = option.value;
-            std::replace(choices.begin(), choices.end(), '|', ' ');
-            action = "COMPREPLY=($(compgen -W '" + choices + "' -- \"$word\"))";
-        } else if (option.value == "FILE" || option.value == "PATTERN") {
-            action = "COMPREPLY=($(compgen -f -- \"$word\"))";
-        }
-        script += "        " + names + ") " + action + "; return ;;\n";
-    }
-}
-
 } // namespace
-
-std::vector<std::string> GetOptionNames(const CLI::App& app) {
-    std::vector<std::string> names;
-    for (const OptionText& option : DescribeOptions(app)) {
-        names.insert(names.end(), option.names.begin(), option.names.end());
-    }
-    return names;
-}
 
 std::string MakeToolHelp(const CLI::App& app, const Verbs& verbs) {
     constexpr std::size_t verbIndent = 12;
@@ -229,34 +160,6 @@ std::string MakeManualPage(const CLI::App& app, const Verbs& verbs, const std::v
         page += ".TP\n.B " + Roff(name) + "\n" + Roff(effect) + "\n";
     }
     return page;
-}
-
-std::string MakeBashCompletion(const CLI::App& app, const Verbs& verbs, const std::vector<CLI::App*>& commands) {
-    std::string names;
-    for (const auto& verb : verbs) {
-        names += (names.empty() ? "" : " ") + verb->GetName();
-    }
-    std::string script =
-        "# bash completion of zelmo; generated\n"
-        "_zelmo() {\n"
-        "    local word=\"${COMP_WORDS[COMP_CWORD]}\" previous=\"${COMP_WORDS[COMP_CWORD-1]}\" verb= i\n"
-        "    for ((i = 1; i < COMP_CWORD; ++i)); do\n"
-        "        case \" " +
-        names +
-        " \" in *\" ${COMP_WORDS[i]} \"*) verb=\"${COMP_WORDS[i]}\"; break ;; esac\n"
-        "    done\n"
-        "    case \"$previous\" in\n";
-    AddValueCases(app, script);
-    script += "    esac\n    local options='" + JoinWords(GetOptionNames(app)) + "'\n    case \"$verb\" in\n";
-    for (std::size_t i = 0; i < verbs.size(); ++i) {
-        script += "    " + verbs[i]->GetName() + ")\n        options=\"$options " +
-                  JoinWords(GetOptionNames(*commands[i])) + "\"\n        case \"$previous\" in\n";
-        AddValueCases(*commands[i], script);
-        script += "        esac\n        ;;\n";
-    }
-    script += "    *) options=\"$options " + names +
-              "\" ;;\n    esac\n    COMPREPLY=($(compgen -W \"$options\" -- \"$word\"))\n}\ncomplete -F _zelmo zelmo\n";
-    return script;
 }
 
 } // namespace tool

@@ -17,11 +17,4 @@ std::string MakeVerbHelp(const CLI::App& app, const Verb& verb, const CLI::App& 
 std::string MakeManualPage(const CLI::App& app, const std::vector<std::unique_ptr<Verb>>& verbs,
                            const std::vector<CLI::App*>& commands);
 
-/// A script for bash: verbs, options, and the words that an option takes.
-std::string MakeBashCompletion(const CLI::App& app, const std::vector<std::unique_ptr<Verb>>& verbs,
-                               const std::vector<CLI::App*>& commands);
-
-/// As they are typed: "-d", "--device".
-std::vector<std::string> GetOptionNames(const CLI::App& app);
-
 } // namespace tool

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "CameraSource.h"
 #include "CommandLine.h"
 #include "ErrorLines.h"
 #include "Errors.h"
@@ -17,16 +18,28 @@ namespace {
 
 using namespace tool;
 
+/// One word a line, or ":files" where the shell completes names of files.
+void PrintCompletion(const CommandLine& commandLine) {
+    CameraSource source;
+    const Completion completion = commandLine.GetCompletion(source);
+    if (completion.files) {
+        std::cout << ":files\n";
+    }
+    for (const std::string& word : completion.words) {
+        std::cout << word << '\n';
+    }
+}
+
 ExitCode RunRequest(CommandLine& commandLine, CommandLine::Request request, Output& output) {
     switch (request) {
     case CommandLine::Request::Help:
         std::cout << commandLine.GetHelp();
         return ExitCode::Done;
-    case CommandLine::Request::ManualPage:
-        std::cout << commandLine.GetManualPage();
+    case CommandLine::Request::Document:
+        std::cout << commandLine.GetDocument();
         return ExitCode::Done;
-    case CommandLine::Request::Completion:
-        std::cout << commandLine.GetCompletion();
+    case CommandLine::Request::Complete:
+        PrintCompletion(commandLine);
         return ExitCode::Done;
     case CommandLine::Request::Version:
     case CommandLine::Request::RunVerb:
