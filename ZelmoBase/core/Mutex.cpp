@@ -5,6 +5,7 @@
 #include "ZelmoBase/core/SystemError.h"
 
 #include <Base/GCException.h>
+#include <Base/GCSynch.h>
 
 namespace Zelmo {
 namespace {
@@ -22,7 +23,7 @@ CMutexBase::CMutexBase(int kind) {
     Check("prepare", pthread_mutexattr_init(&attributes));
     ScopeGuard destroy([&attributes] { pthread_mutexattr_destroy(&attributes); });
     Check("choose the kind of", pthread_mutexattr_settype(&attributes, kind));
-    Check("set the protocol of", pthread_mutexattr_setprotocol(&attributes, PTHREAD_PRIO_INHERIT));
+    Check("set the protocol of", pthread_mutexattr_setprotocol(&attributes, GenICam::GetMutexProtocol()));
     Check("create", pthread_mutex_init(&m_mutex, &attributes));
 }
 

@@ -19,8 +19,7 @@
 
 namespace Zelmo {
 
-/// The mutex below both kinds: a pthread mutex whose holder runs at the priority of its most urgent waiter, since
-/// threads of real-time priority share data with those of normal priority.
+/// The mutex below both kinds: a pthread mutex, with priority inheritance by the rule of GenICam::GetMutexProtocol.
 /// Lower-case names, so that std::unique_lock and std::condition_variable_any take it as well.
 class CMutexBase {
 public:

@@ -9,8 +9,12 @@
 #include <chrono>
 #include <cstring>
 #include <fcntl.h>
+#include <linux/capability.h>
+#include <sched.h>
 #include <sys/file.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <thread>
 #include <unistd.h>
 
@@ -28,6 +32,21 @@ int InitRecursive(pthread_mutex_t& mutex, int protocol) noexcept {
     const int error = pthread_mutex_init(&mutex, &attributes);
     pthread_mutexattr_destroy(&attributes);
     return error;
+}
+
+/// Whether threads of this process may run at real-time priority, now or once it uses the rights that it has.
+bool MayRunRealTime() noexcept {
+    __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
+    __user_cap_data_struct data[_LINUX_CAPABILITY_U32S_3]{};
+    if (syscall(SYS_capget, &header, data) == 0 && (data[0].permitted & (1U << CAP_SYS_NICE)) != 0) {
+        return true;
+    }
+    rlimit limit{};
+    if (getrlimit(RLIMIT_RTPRIO, &limit) == 0 && limit.rlim_max > 0) { // the process may raise the soft one to it
+        return true;
+    }
+    const int policy = sched_getscheduler(0);
+    return policy == SCHED_FIFO || policy == SCHED_RR;
 }
 
 constexpr std::string_view kGlobalLockPrefix = "/dev/shm/genicam-";
@@ -67,8 +86,13 @@ int OpenGlobalLock(const std::string& path) noexcept {
 
 } // namespace
 
+int GetMutexProtocol() noexcept {
+    static const int protocol = MayRunRealTime() ? PTHREAD_PRIO_INHERIT : PTHREAD_PRIO_NONE;
+    return protocol;
+}
+
 CLock::CLock() {
-    int error = InitRecursive(m_mutex, PTHREAD_PRIO_INHERIT);
+    int error = InitRecursive(m_mutex, GetMutexProtocol());
     if (error == ENOTSUP) { // kernels without priority-inheriting futexes
         error = InitRecursive(m_mutex, PTHREAD_PRIO_NONE);
     }

@@ -9,8 +9,13 @@
 
 namespace GenICam {
 
-/// A recursive mutex with priority inheritance: the thread that holds it may lock again and unlocks as often.
-/// Priority inheritance keeps a real-time thread from waiting behind threads of middling priority.
+/// The protocol of every mutex here and above, found out once: PTHREAD_PRIO_INHERIT where the process may run threads
+/// at real-time priority (the hard limit RLIMIT_RTPRIO, the capability CAP_SYS_NICE, or such a priority of its own), so
+/// that a real-time thread does not wait behind threads of middling priority; else PTHREAD_PRIO_NONE, since there
+/// inheritance buys nothing and costs a multiple under contention.
+GENICAM_API int GetMutexProtocol() noexcept;
+
+/// A recursive mutex: the thread that holds it may lock again and unlocks as often. Its protocol is GetMutexProtocol().
 class GENICAM_API GENICAM_CAPABILITY("mutex") CLock {
 public:
     CLock(); ///< @throws RuntimeException if the system has no mutex left.

@@ -3,7 +3,12 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <linux/capability.h>
+#include <pthread.h>
 #include <string>
+#include <sys/prctl.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -44,6 +49,37 @@ TEST(CLockTest, GuardUnlocksWhenAnExceptionLeavesTheScope) {
     } catch (int) {
     }
     EXPECT_TRUE(AnotherThreadGets(object.GetLock()));
+}
+
+/// Runs the test of that name again, in a process that may not use real-time priority. @return whether it passes.
+bool PassesWithoutRights(const std::string& test) {
+    const pid_t child = fork();
+    if (child == 0) {
+        const rlimit none{0, 0};
+        prctl(PR_CAPBSET_DROP,
+              CAP_SYS_NICE); // what root gets back as it starts a program; others are refused, and have none
+        if (setrlimit(RLIMIT_RTPRIO, &none) == 0 && setenv("ZELMO_TEST_WITHOUT_RIGHTS", "1", 1) == 0) {
+            execl("/proc/self/exe", "test", ("--gtest_filter=" + test).c_str(), nullptr);
+        }
+        _exit(1);
+    }
+    int status = 1;
+    waitpid(child, &status, 0);
+    return status == 0;
+}
+
+TEST(MutexProtocolTest, InheritsPriorityOnlyWhereThreadsMayRunAtRealTimePriority) {
+    if (std::getenv("ZELMO_TEST_WITHOUT_RIGHTS") != nullptr) {
+        EXPECT_EQ(GetMutexProtocol(), PTHREAD_PRIO_NONE);
+        return;
+    }
+    EXPECT_TRUE(PassesWithoutRights("MutexProtocolTest.*"));
+    std::thread([] {
+        const sched_param lowest{1};
+        if (pthread_setschedparam(pthread_self(), SCHED_RR, &lowest) == 0) {
+            EXPECT_EQ(GetMutexProtocol(), PTHREAD_PRIO_INHERIT);
+        }
+    }).join();
 }
 
 TEST(CGlobalLockTest, KeepsOutAllOthersOfItsNameUntilItsHolderGivesItBackOrEnds) {
