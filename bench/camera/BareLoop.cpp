@@ -15,6 +15,7 @@
 
 #include <array>
 #include <atomic>
+#include <condition_variable>
 #include <csignal>
 #include <fcntl.h>
 #include <mutex>
@@ -138,22 +139,57 @@ private:
     Pipe m_flag;
 };
 
+/// Buffers for the transport.
+class FreeBuffers {
+public:
+    explicit FreeBuffers(bool isSleeping) : m_isSleeping(isSleeping) {}
+
+    void Give(unsigned count) {
+        if (!m_isSleeping) {
+            m_spinning.release(count);
+            return;
+        }
+        {
+            const std::lock_guard lock(m_lock);
+            m_count += count;
+        }
+        m_changed.notify_one();
+    }
+    void Take() {
+        if (!m_isSleeping) {
+            m_spinning.acquire();
+            return;
+        }
+        std::unique_lock lock(m_lock);
+        m_changed.wait(lock, [this] { return m_count > 0; });
+        --m_count;
+    }
+
+private:
+    const bool m_isSleeping;
+    std::counting_semaphore<> m_spinning{0};
+    std::mutex m_lock;
+    std::condition_variable m_changed;
+    unsigned m_count = 0;
+};
+
 class BareFrames final : public IFrames {
 public:
     explicit BareFrames(const Flow& flow)
-        : m_isUpcoming(flow.strategy == Zelmo::GrabStrategy_UpcomingImage), m_capacity(GetQueueCapacity(flow)) {
+        : m_isUpcoming(flow.strategy == Zelmo::GrabStrategy_UpcomingImage), m_capacity(GetQueueCapacity(flow)),
+          m_free(flow.pace == EPace::Sleeping) {
         if (!m_isUpcoming) {
-            GiveBuffers(flow.buffers);
+            m_free.Give(flow.buffers);
         }
         m_engine = std::thread([this] { RunEngine(); });
-        if (flow.pace == EPace::Free) {
+        if (flow.pace != EPace::Told) {
             m_transport = std::thread([this] { RunTransport(); });
         }
     }
     ~BareFrames() override {
         m_isStopping = true;
         m_stop.Signal();
-        m_free.release();
+        m_free.Give(1);
         m_engine.join();
         if (m_transport.joinable()) {
             m_transport.join();
@@ -175,7 +211,6 @@ private:
     void RunTransport();
     void RunEngine();
     void MoveFrame();
-    void GiveBuffers(unsigned count) { m_free.release(count); }
     void WaitForFrame();
 
     const bool m_isUpcoming;
@@ -186,7 +221,7 @@ private:
     Pipe m_stop;
     Pipe m_wanted;
     Timer m_timer;
-    std::counting_semaphore<> m_free{0}; // buffers for the transport
+    FreeBuffers m_free;
     Waiting<EventCounter> m_completed;
     mutable std::mutex m_readyLock; // the application looks at the count before the descriptor
     Waiting<Pipe> m_ready;
@@ -195,7 +230,7 @@ private:
 };
 
 void BareFrames::RunTransport() {
-    for (m_free.acquire(); !m_isStopping; m_free.acquire()) {
+    for (m_free.Take(); !m_isStopping; m_free.Take()) {
         m_completed.Put();
     }
 }
@@ -212,7 +247,7 @@ void BareFrames::RunEngine() {
         }
         if (entries[1].revents != 0) {
             m_wanted.Clear();
-            GiveBuffers(1);
+            m_free.Give(1);
         } else {
             MoveFrame();
         }
@@ -226,13 +261,13 @@ void BareFrames::MoveFrame() {
     if (m_ready.GetCount() < m_capacity) {
         m_ready.Put();
     } else if (!m_isUpcoming) {
-        GiveBuffers(1);
+        m_free.Give(1);
     }
 }
 
 std::uint64_t BareFrames::Take() {
     if (m_holdsFrame && !m_isUpcoming) {
-        GiveBuffers(1);
+        m_free.Give(1);
     }
     if (m_isUpcoming) {
         m_wanted.Signal();

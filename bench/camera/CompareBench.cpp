@@ -11,10 +11,13 @@
 #include "Frames.h"
 #include "Machine.h"
 
+#include <Base/GCSynch.h>
+
 #include <benchmark/benchmark.h>
 
 #include <functional>
 #include <memory>
+#include <pthread.h>
 #include <vector>
 
 namespace camera_bench {
@@ -69,16 +72,7 @@ void RunInTurn(Runs& one, Runs& other) {
     }
 }
 
-/// Arguments: buffers, processors.
-void OursBesideBareLoop(benchmark::State& state, Zelmo::EGrabStrategy strategy) {
-    Flow flow;
-    flow.strategy = strategy;
-    flow.buffers = static_cast<unsigned>(state.range(0));
-    const Processors pinned(static_cast<int>(state.range(1)));
-    if (GetProcessorCount() < state.range(1)) {
-        state.SkipWithError("there are fewer processors");
-        return;
-    }
+void Compare(benchmark::State& state, const Flow& flow) {
     Runs ours([&flow] { return StartOurFrames(flow); });
     Runs bare([&flow] { return StartBareFrames(flow); });
     for (auto _ : state) {
@@ -97,6 +91,19 @@ void OursBesideBareLoop(benchmark::State& state, Zelmo::EGrabStrategy strategy) 
     state.counters["taken_bare"] = bare.GetTaken();
 }
 
+/// Arguments: buffers, processors.
+void OursBesideBareLoop(benchmark::State& state, Zelmo::EGrabStrategy strategy) {
+    Flow flow;
+    flow.strategy = strategy;
+    flow.buffers = static_cast<unsigned>(state.range(0));
+    const Processors pinned(static_cast<int>(state.range(1)));
+    if (GetProcessorCount() < state.range(1)) {
+        state.SkipWithError("there are fewer processors");
+        return;
+    }
+    Compare(state, flow);
+}
+
 void WithEachNumber(benchmark::internal::Benchmark* comparison, const std::vector<std::int64_t>& buffers) {
     comparison->ArgNames({"buffers", "cores"})->ArgsProduct({buffers, {1, 2}});
     comparison->Iterations(1)->UseManualTime()->Unit(benchmark::kMicrosecond);
@@ -111,6 +118,25 @@ BENCHMARK_CAPTURE(OursBesideBareLoop, OneByOne, Zelmo::GrabStrategy_OneByOne)->A
 BENCHMARK_CAPTURE(OursBesideBareLoop, LatestImageOnly, Zelmo::GrabStrategy_LatestImageOnly)->Apply(Flows);
 BENCHMARK_CAPTURE(OursBesideBareLoop, LatestImages, Zelmo::GrabStrategy_LatestImages)->Apply(Flows);
 BENCHMARK_CAPTURE(OursBesideBareLoop, UpcomingImage, Zelmo::GrabStrategy_UpcomingImage)->Apply(LoneFrames);
+
+/// As users run it, not pinned; most of them without real-time rights, which a process has or has not from its start:
+///   setpriv --inh-caps=-sys_nice --bounding-set=-sys_nice prlimit --rtprio=0 camera_bench --benchmark_filter=Unpinned
+/// The source sleeps at once when there is no buffer, as one does that waits for a camera: a spinning semaphore hides
+/// what the others cost. Argument: buffers.
+void Unpinned(benchmark::State& state, Zelmo::EGrabStrategy strategy) {
+    Flow flow;
+    flow.strategy = strategy;
+    flow.pace = EPace::Sleeping;
+    flow.buffers = static_cast<unsigned>(state.range(0));
+    Compare(state, flow);
+    state.counters["real_time"] = GenICam::GetMutexProtocol() == PTHREAD_PRIO_INHERIT ? 1 : 0;
+}
+void AsUsersRun(benchmark::internal::Benchmark* comparison) {
+    comparison->ArgName("buffers")->Arg(1)->Arg(10);
+    comparison->Iterations(1)->UseManualTime()->Unit(benchmark::kMicrosecond);
+}
+BENCHMARK_CAPTURE(Unpinned, OneByOne, Zelmo::GrabStrategy_OneByOne)->Apply(AsUsersRun);
+BENCHMARK_CAPTURE(Unpinned, LatestImages, Zelmo::GrabStrategy_LatestImages)->Apply(AsUsersRun);
 
 /// What a frame costs must not depend on its size, as long as nobody draws or reads it.
 void LargeFramesBesideSmall(benchmark::State& state) {

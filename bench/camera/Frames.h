@@ -10,8 +10,9 @@
 namespace camera_bench {
 
 enum class EPace {
-    Free, ///< A thread of the transport completes a buffer as soon as there is one.
-    Told  ///< Complete completes them, on its thread.
+    Free,     ///< A thread of the transport completes a buffer as soon as there is one.
+    Sleeping, ///< The same, but it waits on a condition variable for one, where Free spins for a while.
+    Told      ///< Complete completes them, on its thread.
 };
 
 /// How frames travel, in ours and in the bare loop alike.

@@ -16,11 +16,14 @@ namespace {
 
 using Pace = Fakes::CNullStreamGrabber::EPace;
 
+Pace PaceOf(const Flow& flow) {
+    return flow.pace == EPace::Free ? Pace::Free : flow.pace == EPace::Sleeping ? Pace::Sleeping : Pace::Told;
+}
+
 class OurFrames final : public IFrames, private Zelmo::IGrabSessionOwner, private Zelmo::IGrabEngineObserver {
 public:
     explicit OurFrames(const Flow& flow)
-        : m_grabber(flow.pace == EPace::Free ? Pace::Free : Pace::Told, flow.width, flow.height),
-          m_session(nullptr, m_lock, *this, *this) {
+        : m_grabber(PaceOf(flow), flow.width, flow.height), m_session(nullptr, m_lock, *this, *this) {
         Zelmo::CGrabSettings settings;
         settings.strategy = flow.strategy;
         settings.maxNumBuffer = flow.buffers;

@@ -9,6 +9,7 @@
 #include <boost/circular_buffer.hpp>
 
 #include <atomic>
+#include <condition_variable>
 #include <mutex>
 #include <semaphore>
 #include <sys/eventfd.h>
@@ -25,9 +26,10 @@ namespace Fakes {
 class CNullStreamGrabber final : public Zelmo::IStreamGrabber, private IRegisters {
 public:
     enum class EPace {
-        AtOnce, ///< QueueBuffer completes the buffer on its thread
-        Told,   ///< Complete and, where that came too early, QueueBuffer complete as many as were told on their thread
-        Free    ///< a thread completes what is queued, one after the other
+        AtOnce,  ///< QueueBuffer completes the buffer on its thread
+        Told,    ///< Complete and, where that came too early, QueueBuffer complete as many as were told on their thread
+        Free,    ///< a thread completes what is queued, one after the other
+        Sleeping ///< the same, but it waits on a condition variable, where Free spins for a while
     };
 
     /// Images are Mono8; up to @p maxQueued buffers may be queued.
@@ -58,12 +60,18 @@ public:
         m_isStreaming = true;
         if (m_pace == EPace::Free) {
             m_thread = std::thread([this] { Run(); });
+        } else if (m_pace == EPace::Sleeping) {
+            m_thread = std::thread([this] { RunSleeping(); });
         }
     }
     void StopStreaming() override {
         m_isStreaming = false;
         if (m_thread.joinable()) {
             m_free.release();
+            {
+                const std::lock_guard lock(m_lock);
+                m_filled.notify_one();
+            }
             m_thread.join();
         }
         while (m_free.try_acquire()) {
@@ -78,6 +86,8 @@ public:
         }
         if (m_pace == EPace::Free) {
             m_free.release();
+        } else if (m_pace == EPace::Sleeping) {
+            m_filled.notify_one();
         } else {
             CompleteQueued(1);
         }
@@ -153,6 +163,24 @@ private:
         }
     }
 
+    void RunSleeping() {
+        std::unique_lock lock(m_lock);
+        while (m_isStreaming) {
+            if (m_queued.empty()) {
+                m_filled.wait(lock);
+                continue;
+            }
+            const bool isFirst = m_results.empty();
+            m_results.push_back(m_queued.front());
+            m_queued.pop_front();
+            lock.unlock();
+            if (isFirst) {
+                eventfd_write(m_eventFd, 1);
+            }
+            lock.lock();
+        }
+    }
+
     const EPace m_pace;
     const std::int32_t m_width, m_height;
     const int m_eventFd = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
@@ -168,6 +196,7 @@ private:
     std::mutex m_lock; // guards all below but the thread
     std::uint64_t m_told = 0, m_nextBlockId = 0;
     boost::circular_buffer<CBuffer> m_queued, m_results;
+    std::condition_variable m_filled;
     std::thread m_thread;
 };
 
