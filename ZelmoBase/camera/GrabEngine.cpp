@@ -82,8 +82,8 @@ void CGrabEngine::StartEngine(IStreamGrabber* grabber, EGrabStrategy strategy, u
     if (strategy != GrabStrategy_UpcomingImage) { // there a buffer is queued when a retrieval asks for it
         QueueFreeBuffers();
     }
-    m_bufferProvider.SetObserver(this); // from here on a buffer that comes home is queued
-    m_thread.Start([this] { Run(); });  // last: nothing has to be undone beside it
+    m_bufferProvider.SetObserver(this);              // from here on a buffer that comes home is queued
+    m_thread.Start("zelmo-grab", [this] { Run(); }); // last: nothing has to be undone beside it
     stop.Dismiss();
 }
 

@@ -5,6 +5,7 @@
 
 #include <Base/GCException.h>
 
+#include <pthread.h>
 #include <system_error>
 
 namespace Zelmo {
@@ -26,7 +27,7 @@ CThread::~CThread() {
     }
 }
 
-void CThread::Start(std::function<void()> body) {
+void CThread::Start(const char* name, std::function<void()> body) {
     CLockGuard lock(m_lock);
     if (m_id != std::thread::id()) {
         throw LOGICAL_ERROR_EXCEPTION("Cannot start thread: the one before is not joined");
@@ -38,6 +39,7 @@ void CThread::Start(std::function<void()> body) {
     }
     m_id = m_thread.get_id();
     m_nativeHandle = m_thread.native_handle();
+    pthread_setname_np(m_nativeHandle, name); // where it fails, the thread has the name of the process
 }
 
 void CThread::Join() {

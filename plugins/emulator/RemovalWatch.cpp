@@ -5,6 +5,7 @@
 
 #include <condition_variable>
 #include <map>
+#include <pthread.h>
 #include <utility>
 
 namespace CamEmu {
@@ -99,6 +100,7 @@ void CRemovalWatch::Start() {
         Run(*state, session);
         *isOver = true;
     });
+    pthread_setname_np(m_thread.native_handle(), "camemu-removal");
     ++m_state->session;
     m_state->isLost = false;
     for (const auto& [handle, client] : m_state->clients) {

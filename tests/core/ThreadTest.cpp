@@ -13,6 +13,7 @@
 #include <future>
 #include <memory>
 #include <mutex>
+#include <pthread.h>
 #include <thread>
 #include <vector>
 
@@ -26,16 +27,18 @@ TEST(ThreadTest, JoinWaitsForTheEndAndLetsTheNextOneStart) {
     for (int round = 0; round < 3; ++round) {
         std::atomic<bool> isDone = false;
         std::promise<void> go;
-        thread.Start([&] {
+        thread.Start("test", [&] {
             go.get_future().wait();
-            isDone = true;
+            char name[16] = "";
+            pthread_getname_np(pthread_self(), name, sizeof(name));
+            isDone = std::string(name) == "test";
         });
         EXPECT_TRUE(thread.IsJoinable());
         EXPECT_NE(thread.GetNativeHandle(), 0u);
-        EXPECT_THROW(thread.Start([] {}), GenICam::LogicalErrorException);
+        EXPECT_THROW(thread.Start("test", [] {}), GenICam::LogicalErrorException);
         go.set_value();
         thread.Join();
-        EXPECT_TRUE(isDone);
+        EXPECT_TRUE(isDone) << "or its name is another one";
         EXPECT_FALSE(thread.IsJoinable());
         EXPECT_EQ(thread.GetNativeHandle(), 0u);
     }
@@ -46,7 +49,7 @@ TEST(ThreadTest, SeveralThreadsMayJoinAtOnceButNoneItself) {
         CThread thread;
         std::atomic<bool> isDone = false;
         std::promise<void> joining;
-        thread.Start([&] {
+        thread.Start("test", [&] {
             EXPECT_THROW(thread.Join(), GenICam::LogicalErrorException);
             joining.get_future().wait();
             EXPECT_THROW(thread.Join(), GenICam::LogicalErrorException); // also while others do
@@ -72,7 +75,7 @@ TEST(ThreadTest, UnjoinedThreadIsDetachedWithOneErrorLine) {
     auto done = std::make_shared<std::promise<void>>();
     {
         CThread thread;
-        thread.Start([go, done] {
+        thread.Start("test", [go, done] {
             go->get_future().wait();
             done->set_value();
         });

@@ -8,6 +8,7 @@
 #include <GenApi/GenApi.h>
 
 #include <algorithm>
+#include <pthread.h>
 
 namespace tool {
 namespace {
@@ -61,6 +62,7 @@ void CameraGrab::Configure(const std::vector<SetupStep>& setup) {
 void CameraGrab::Start() {
     m_running = true;
     m_thread = std::thread([this] { Run(); });
+    pthread_setname_np(m_thread.native_handle(), "zelmo-camera");
 }
 
 void CameraGrab::Join() {

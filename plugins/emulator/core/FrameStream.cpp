@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstring>
+#include <pthread.h>
 #include <stdexcept>
 #include <utility>
 #include <vector>
@@ -52,6 +53,7 @@ void CFrameStream::Start(const CImageFormat& format, IFrameSink& sink) {
     m_clock.Stop();
     m_sink = &sink;
     m_thread = std::thread([this] { Run(); });
+    pthread_setname_np(m_thread.native_handle(), "camemu-stream");
 }
 
 // The images of an acquisition that was started before the format was changed.
