@@ -481,7 +481,7 @@ void CGrabEngine::OnItemAvailable() {
         SignalFailure();
     }
     // more buffers are free; with GrabStrategy_UpcomingImage the object belongs to the requests
-    if (m_strategy != GrabStrategy_UpcomingImage && m_bufferProvider.GetAvailableCount() > 0) {
+    if (m_strategy != GrabStrategy_UpcomingImage && m_bufferProvider.IsAnyAvailable()) {
         SetBufferWanted(true);
     }
 }

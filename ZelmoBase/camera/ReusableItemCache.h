@@ -132,6 +132,8 @@ public:
         CLockGuard lock(m_mutex);
         return m_maximum - std::min(m_maximum, m_out);
     }
+    /// Whether more may be taken now. For observers, and for whoever else holds the mutex.
+    bool IsAnyAvailable() const noexcept ZELMO_NO_THREAD_SAFETY_ANALYSIS { return m_out < m_maximum; }
 
     EReuse GetReuse() const noexcept { return m_reuse; }
     CRecursiveMutex& GetMutex() const noexcept { return m_mutex; }

@@ -39,6 +39,7 @@ public:
     std::uint64_t GetOutCount() const { return Current()->GetOutCount(); }
     std::uint64_t GetFreeCount() const { return Current()->GetFreeCount(); }
     std::uint64_t GetAvailableCount() const { return Current()->GetAvailableCount(); } ///< Maximum minus out.
+    bool IsAnyAvailable() const noexcept { return m_cache->IsAnyAvailable(); }         ///< With the mutex held.
     CRecursiveMutex& GetMutex() const noexcept { return m_cache->GetMutex(); } ///< Another one after each Replace.
 
 protected:
