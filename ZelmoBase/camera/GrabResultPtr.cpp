@@ -4,6 +4,7 @@
 #include "ZelmoBase/camera/GrabResultDataImpl.h"
 #include "ZelmoBase/camera/GrabResultPtrImpl.h"
 
+#include <Base/GCAllocating.h>
 #include <Base/GCException.h>
 
 #include <memory>
@@ -80,7 +81,7 @@ CGrabResultPtr::operator IImage&() const {
 
 CGrabResultPtrImpl& CGrabResultPtr::Body() const {
     if (m_impl == nullptr) {
-        m_impl = new CGrabResultPtrImpl;
+        m_impl = GenICam::Allocating([] { return new CGrabResultPtrImpl; });
     }
     return *m_impl;
 }

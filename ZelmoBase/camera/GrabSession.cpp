@@ -7,6 +7,7 @@
 #include "ZelmoBase/core/Guarded.h"
 #include "ZelmoBase/core/ScopeGuard.h"
 
+#include <Base/GCAllocating.h>
 #include <Base/GCException.h>
 
 #include <algorithm>
@@ -223,7 +224,7 @@ void CGrabSession::TakeResult(CGrabResultPtr& result) {
 }
 
 std::shared_ptr<CGrabResultData> CGrabSession::TakeRecord() {
-    std::shared_ptr<CGrabResultData> record = m_resultProvider.GetItem();
+    std::shared_ptr<CGrabResultData> record = GenICam::Allocating([this] { return m_resultProvider.GetItem(); });
     if (record == nullptr) {
         throw RUNTIME_EXCEPTION("Cannot retrieve grab result. The maximum number of available grab results (%lu) "
                                 "has been reached. Check the MaxNumGrabResults setting of the camera object.",

@@ -5,6 +5,7 @@
 
 #include "ZelmoBase/core/Mutex.h"
 
+#include <Base/GCAllocating.h>
 #include <Base/GCException.h>
 
 #include <boost/filesystem.hpp>
@@ -27,7 +28,7 @@ public:
     template <typename Find>
     const char* Get(const char* tooLongMessage, Find&& find) {
         if (!m_isFilled.load(std::memory_order_acquire)) {
-            Fill(find(), tooLongMessage);
+            Fill(GenICam::Allocating(find), tooLongMessage);
         }
         // the last byte is always zero: the empty text, which nobody overwrites
         return m_isFilled.load(std::memory_order_acquire) ? m_text : m_text + kMaxPathBytes - 1;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <zelmo/Utilities.h>
 
+#include <Base/GCAllocating.h>
 #include <Base/GCException.h>
 
 #include <algorithm>
@@ -53,6 +54,25 @@ void AppendBlocks(std::istream& stream, String_t& text) {
     }
 }
 
+/// Its bytes as they are.
+String_t ReadTextFile(const std::string& name) {
+    std::ifstream stream(name.c_str(), std::ios::in | std::ios::ate);
+    if (!stream) {
+        throw RUNTIME_EXCEPTION("Failed to open file %s for content transfer to string.", name.c_str());
+    }
+    const std::streamoff sizeBytes = stream.tellg();
+    stream.seekg(0);
+    String_t text;
+    if (sizeBytes > 0 && sizeBytes < std::numeric_limits<std::streamoff>::max()) { // what a folder gives
+        text.reserve(static_cast<size_t>(sizeBytes) + 1);
+    }
+    AppendBlocks(stream, text);
+    if (!stream.eof()) {
+        throw RUNTIME_EXCEPTION("Failed to read file %s for content transfer to string.", name.c_str());
+    }
+    return text;
+}
+
 } // namespace
 
 size_t HexEncodeString(const void* data, size_t size, char* buffer, size_t bufferSize, const char* separator) {
@@ -60,6 +80,9 @@ size_t HexEncodeString(const void* data, size_t size, char* buffer, size_t buffe
         return 0;
     }
     const size_t separatorLength = separator != nullptr ? std::strlen(separator) : 0;
+    if (separatorLength + 2 > std::numeric_limits<size_t>::max() / size) {
+        return std::numeric_limits<size_t>::max(); // more than any buffer holds
+    }
     const size_t textLength = (separatorLength + 2) * size - separatorLength;
     if (buffer == nullptr || bufferSize < textLength + 1) {
         return textLength + 1;
@@ -206,23 +229,11 @@ String_t replaceSpacesWith20(const char* text) {
 }
 
 void textFileToString(const String_t& fileName, String_t& content) {
-    const std::string name = fileName.c_str(); // it may be the same object as content
-    content = "";
-    std::ifstream stream(name.c_str(), std::ios::in | std::ios::ate);
-    if (!stream) {
-        throw RUNTIME_EXCEPTION("Failed to open file %s for content transfer to string.", name.c_str());
-    }
-    const std::streamoff sizeBytes = stream.tellg();
-    stream.seekg(0);
-    String_t text;
-    if (sizeBytes > 0 && sizeBytes < std::numeric_limits<std::streamoff>::max()) { // what a folder gives
-        text.reserve(static_cast<size_t>(sizeBytes) + 1);
-    }
-    AppendBlocks(stream, text);
-    if (!stream.eof()) {
-        throw RUNTIME_EXCEPTION("Failed to read file %s for content transfer to string.", name.c_str());
-    }
-    content = std::move(text);
+    GenICam::Allocating([&] {
+        const std::string name = fileName.c_str(); // it may be the same object as content
+        content = "";
+        content = ReadTextFile(name);
+    });
 }
 
 String_t itos(unsigned int value) {

@@ -7,6 +7,7 @@
 #include "ZelmoBase/sync/TimedPoll.h"
 #include "ZelmoBase/sync/WaitObjectPosix.h"
 
+#include <Base/GCAllocating.h>
 #include <Base/GCException.h>
 
 #include <cerrno>
@@ -123,12 +124,13 @@ EWaitExResult WaitFor(EWanted wanted, const std::vector<CMember>& members, unsig
 
 } // namespace
 
-WaitObjects::WaitObjects() : m_body(new Body) {}
+WaitObjects::WaitObjects() : m_body(GenICam::Allocating([] { return new Body; })) {}
 
 WaitObjects::WaitObjects(const WaitObjects& other) : m_body(nullptr) {
-    auto body = std::make_unique<Body>();
+    auto body = GenICam::Allocating([] { return std::make_unique<Body>(); });
     CLockGuard guard(other.m_body->lock);
-    body->members = other.m_body->members;
+    GenICam::Allocating(
+        [&]() ZELMO_NO_THREAD_SAFETY_ANALYSIS { body->members = other.m_body->members; }); // nobody else has the body
     m_body = body.release();
 }
 
@@ -151,7 +153,7 @@ unsigned int WaitObjects::Add(const WaitObject& object) {
     if (!object.IsValid()) {
         throw RUNTIME_EXCEPTION("WaitObject is not valid");
     }
-    m_body->members.emplace_back(object);
+    GenICam::Allocating([&]() ZELMO_REQUIRES(m_body->lock) { m_body->members.emplace_back(object); });
     return static_cast<unsigned int>(position);
 }
 

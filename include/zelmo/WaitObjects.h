@@ -23,7 +23,8 @@ public:
     ~WaitObjects();
 
     /// @return the position of the new member, counted from 0.
-    /// @throws GenICam::RuntimeException for a full set, an invalid object, or when no descriptor is left.
+    /// @throws GenICam::RuntimeException for a full set, an invalid object, or when no descriptor is left;
+    /// GenICam::BadAllocException, with the set as it was.
     unsigned int Add(const WaitObject& object);
     void RemoveAll(); ///< The next Add returns 0 again.
 

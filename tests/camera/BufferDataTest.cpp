@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "camera/Support.h"
-#include "emulator/ScarceMemory.h"
 #include "fakes/Failure.h"
+#include "fakes/ScarceMemory.h"
 
 #include <cstring>
 #include <new>

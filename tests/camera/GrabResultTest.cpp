@@ -4,8 +4,8 @@
 #include "ZelmoBase/camera/GrabResultPtrImpl.h"
 #include "ZelmoBase/camera/QueueEntry.h"
 #include "camera/Support.h"
-#include "emulator/ScarceMemory.h"
 #include "fakes/Failure.h"
+#include "fakes/ScarceMemory.h"
 #include "fakes/VirtualSlots.h"
 
 #include <GenApi/INodeMap.h>

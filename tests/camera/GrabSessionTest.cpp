@@ -2,7 +2,7 @@
 #include "ZelmoBase/camera/GrabSession.h"
 #include "ZelmoBase/core/ScopeGuard.h"
 #include "camera/GrabSupport.h"
-#include "emulator/ScarceMemory.h"
+#include "fakes/ScarceMemory.h"
 #include "fakes/transport/StreamDevice.h"
 
 #include <zelmo/internal/DeviceGrab.h>
@@ -150,7 +150,8 @@ TEST_F(GrabSessionTest, LackOfMemoryOrRecordsCostsNoImage) {
     std::size_t allocations = 0;
     for (std::size_t count = 0; !m_result; ++count) {
         CGrabResultPtr fresh; // made anew, as for each image
-        const bool fails = ScarceMemory::Fails<std::bad_alloc>(count, [&] { m_session->Retrieve(0, fresh, kRaises); });
+        const bool fails =
+            ScarceMemory::Fails<GenICam::BadAllocException>(count, [&] { m_session->Retrieve(0, fresh, kRaises); });
         ASSERT_EQ(fresh.IsValid(), !fails);
         m_result = fresh;
         allocations = count;

@@ -2,6 +2,7 @@
 #include <zelmo/Utilities.h>
 
 #include "fakes/Failure.h"
+#include "fakes/ScarceMemory.h"
 #include "fakes/TempFolder.h"
 
 #include <gmock/gmock.h>
@@ -34,6 +35,10 @@ TEST(HexEncodeTest, TextTooLargeForMemoryNamesTheSize) {
     const char data = 0;
     EXPECT_EQ(FailureOf<GenICam::BadAllocException>([&] { HexEncodeString(&data, SIZE_MAX / 3, nullptr); }),
               "Out of memory when allocating string for hexencoding (cbData = 6148914691236517205)");
+    const std::size_t wrapping = SIZE_MAX / 2 + 2; // twice that is 2
+    char buffer[8] = "";
+    EXPECT_EQ(HexEncodeString(&data, wrapping, buffer, sizeof(buffer), nullptr), SIZE_MAX);
+    EXPECT_THROW(HexEncodeString(&data, wrapping, nullptr), GenICam::BadAllocException);
 }
 
 struct DecodeCase {
@@ -218,6 +223,11 @@ TEST(EnvironmentTest, SetButEmptyVariableHasAValue) {
     EXPECT_EQ(value, "text");
     EXPECT_TRUE(Zelmo::GetValueOfEnvironmentVariable("ZELMO_TEST_EMPTY", value));
     EXPECT_EQ(value, "");
+}
+
+TEST_F(TextFileTest, LackOfMemoryIsTold) {
+    const String_t file("/proc/self/a name that is longer than what a string holds in itself");
+    EXPECT_TRUE(ScarceMemory::Fails<GenICam::BadAllocException>(0, [&] { textFileToString(file, m_content); }));
 }
 
 } // namespace

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "ImageProbe.h"
 #include "PngBytes.h"
-#include "ScarceMemory.h"
+#include "fakes/ScarceMemory.h"
 
 #include <core/FrameRecord.h>
 #include <core/ImageReplay.h>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Emulator.h"
-#include "ScarceMemory.h"
+#include "fakes/ScarceMemory.h"
 
 #include <fakes/Failure.h>
 #include <zelmo/Device.h>

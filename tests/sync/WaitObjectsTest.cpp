@@ -4,6 +4,9 @@
 #include "Support.h"
 #include "fakes/Descriptors.h"
 #include "fakes/Interrupter.h"
+#include "fakes/ScarceMemory.h"
+
+#include <Base/GCException.h>
 
 #include <gtest/gtest.h>
 
@@ -27,6 +30,16 @@ protected:
     std::vector<WaitObjectEx> m_objects;
     WaitObjects m_set;
 };
+
+TEST_F(WaitObjectsTest, LackOfMemoryLeavesASetAsItWas) {
+    Fill(1);
+    const auto fails = [](auto operation) { return ScarceMemory::Fails<GenICam::BadAllocException>(0, operation); };
+    const WaitObjectEx another = WaitObjectEx::Create();
+    EXPECT_TRUE(fails([&] { m_set.Add(another); }));
+    EXPECT_TRUE(fails([&] { const WaitObjects copy(m_set); }));
+    EXPECT_TRUE(fails([] { const WaitObjects empty; }));
+    EXPECT_EQ(m_set.Add(another), 1u);
+}
 
 TEST_F(WaitObjectsTest, AnyGivesTheLowestSignaledPosition) {
     Fill(3);
