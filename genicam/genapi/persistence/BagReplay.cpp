@@ -204,17 +204,38 @@ void BagReplay::Note(Target& target, const gcstring& value, bool stands) {
     }
 }
 
-std::vector<std::string> BagReplay::Load(bool verify) {
+std::vector<std::string> BagReplay::Load(bool verify, std::chrono::milliseconds commandTimeout) {
     std::vector<std::string> errors;
+    Failures failures;
     const InvalidateGuard invalidate(m_nodeMap);
-    StreamingPhase phase(m_nodeMap, "DeviceRegistersStreaming");
+    StreamingPhase phase(m_nodeMap, "DeviceRegistersStreaming", commandTimeout);
     phase.Start(errors);
     m_nodesCheck = !phase.IsOpen();
-    const Failures failures = WriteAll();
+    WriteAll(errors, failures);
+    phase.End(errors); // before the checks: until then the device takes what does not go together
+    if (!m_watch.IsLost()) {
+        CheckAll(errors, failures, verify);
+    }
+    return errors;
+}
+
+void BagReplay::WriteAll(std::vector<std::string>& errors, Failures& failures) {
+    const AutoLock lock(m_nodeMap.GetLock()); // nobody else moves the selectors
+    failures = Write(nullptr);
+    for (int retry = 0; retry < kMaxRetries && !failures.empty() && !m_watch.IsLost(); ++retry) {
+        const std::size_t before = failures.size();
+        failures = Write(&failures);
+        if (failures.size() >= before) {
+            break; // nothing has changed that could help
+        }
+    }
     for (const Failure& failure : failures) {
         errors.push_back(m_entries[failure.line].Name.c_str() + (": " + failure.reason));
     }
-    phase.End(errors);
+}
+
+void BagReplay::CheckAll(std::vector<std::string>& errors, const Failures& failures, bool verify) {
+    const AutoLock lock(m_nodeMap.GetLock());
     if (!m_nodesCheck) {
         CheckRegisters(errors);
     }
@@ -223,19 +244,6 @@ std::vector<std::string> BagReplay::Load(bool verify) {
             errors.push_back(one.Name.c_str() + (": " + ReasonOf(one)));
         }
     }
-    return errors;
-}
-
-BagReplay::Failures BagReplay::WriteAll() {
-    Failures failures = Write(nullptr);
-    for (int retry = 0; retry < kMaxRetries && !failures.empty(); ++retry) {
-        const std::size_t before = failures.size();
-        failures = Write(&failures);
-        if (failures.size() >= before) {
-            break; // nothing has changed that could help
-        }
-    }
-    return failures;
 }
 
 /// Writes all lines, or only those @p due and, as these depend on them, all selectors.
@@ -243,7 +251,7 @@ BagReplay::Failures BagReplay::Write(const Failures* due) {
     ForgetPositions();
     Failures failures;
     std::size_t next = 0;
-    for (std::size_t i = 0; i < m_lines.size(); ++i) {
+    for (std::size_t i = 0; i < m_lines.size() && !m_watch.IsLost(); ++i) {
         Target& target = *m_lines[i];
         const bool isDue = due == nullptr || (next < due->size() && (*due)[next].line == i);
         next += isDue ? 1 : 0;
@@ -259,11 +267,11 @@ BagReplay::Failures BagReplay::Write(const Failures* due) {
     return failures;
 }
 
-std::optional<std::string> BagReplay::WriteLine(const Target& target, const gcstring& value) const {
+std::optional<std::string> BagReplay::WriteLine(const Target& target, const gcstring& value) {
     if (auto reason = ReasonAgainst(target)) {
         return reason;
     }
-    return FailureOf([&] {
+    return m_watch.Try(*target.value, [&] {
         if (!m_nodesCheck && !IsWritable(target.value)) {
             throw ACCESS_EXCEPTION("Node is not writable.");
         }
@@ -284,6 +292,7 @@ void BagReplay::CheckRegisters(std::vector<std::string>& errors) const {
 }
 
 std::vector<CBagDifference> BagReplay::Compare() {
+    const AutoLock lock(m_nodeMap.GetLock());
     SelectorKeeper keeper;
     std::vector<CBagDifference> differences = CompareLines({}, &keeper);
     keeper.RestoreAll();
@@ -297,7 +306,7 @@ std::vector<CBagDifference> BagReplay::CompareLines(const Failures& known, Selec
     ForgetPositions();
     std::vector<CBagDifference> differences;
     std::size_t next = 0;
-    for (std::size_t i = 0; i < m_lines.size(); ++i) {
+    for (std::size_t i = 0; i < m_lines.size() && !m_watch.IsLost(); ++i) {
         const bool isKnown = next < known.size() && known[next].line == i;
         next += isKnown ? 1 : 0;
         if (isKnown && !m_lines[i]->isSelector) {
@@ -318,7 +327,7 @@ std::optional<CBagDifference> BagReplay::CompareLine(Target& target, const CFeat
     bool isSame = true;
     auto problem = ReasonAgainst(target);
     if (!problem) {
-        problem = FailureOf([&] {
+        problem = m_watch.Try(*target.value, [&] {
             if (target.isSelector) {
                 keeper != nullptr ? keeper->Move(target, entry.Value) : target.value->FromString(entry.Value);
             } else if (!target.isCommand && target.value->GetAccessMode() != WO) { // else there is nothing to compare

@@ -49,15 +49,21 @@ bool HasState(const INode& node) {
 } // namespace
 
 void BagStore::Run() {
-    StreamingPhase phase(m_nodeMap, "DeviceFeaturePersistence");
+    StreamingPhase phase(m_nodeMap, "DeviceFeaturePersistence", commandTimeout);
     phase.Start(m_errors);
-    StoreFeatures();
-    StoreSelectors();
+    {
+        const AutoLock lock(m_nodeMap.GetLock()); // nobody else moves the selectors
+        StoreFeatures();
+        StoreSelectors();
+    }
     phase.End(m_errors);
 }
 
 void BagStore::StoreFeatures() {
     for (IValue* const feature : CollectStreamable()) {
+        if (m_watch.IsLost()) {
+            return;
+        }
         if (IsSelector(*feature)) {
             Try(*feature, [&] { AddWithSelectors(*feature); });
         } else {
@@ -70,7 +76,7 @@ void BagStore::StoreFeatures() {
 template <class Action>
 void BagStore::Try(IValue& feature, Action action) {
     const std::size_t before = m_entries.size();
-    if (const auto failure = FailureOf(action)) {
+    if (const auto failure = m_watch.Try(feature, action)) {
         m_entries.resize(before);
         m_errors.push_back(NameOf(feature) + ": " + *failure);
     }
@@ -87,6 +93,9 @@ void BagStore::StoreSelectors() {
         return orders[left].selectors.size() > orders[right].selectors.size();
     });
     for (IValue* const selector : m_selectors) {
+        if (m_watch.IsLost()) {
+            return;
+        }
         Store(*selector, !orders[selector].isCyclic);
     }
 }

@@ -2,9 +2,11 @@
 #pragma once
 
 #include "genicam/genapi/persistence/BagText.h"
+#include "genicam/genapi/persistence/DeviceWatch.h"
 
 #include <GenApi/Container.h>
 
+#include <chrono>
 #include <cstdint>
 #include <string>
 #include <unordered_set>
@@ -15,11 +17,12 @@ namespace GenApi {
 
 class CSelectorSet;
 
-/// Collects the settings of a node map, which it borrows. Hold the lock of the node map.
+/// Collects the settings of a node map, which it borrows. Takes the lock of the node map, but not over its commands.
 class BagStore {
 public:
     explicit BagStore(INodeMap& nodeMap) : m_nodeMap(nodeMap) {}
 
+    std::chrono::milliseconds commandTimeout{0};
     std::int64_t maxEntries = -1;
     const gcstring_vector* filter = nullptr; ///< Names of the only features to store; null: all.
 
@@ -44,6 +47,7 @@ private:
     INodeMap& m_nodeMap;
     BagEntries m_entries;
     std::vector<std::string> m_errors;
+    DeviceWatch m_watch;
     std::vector<IValue*> m_selectors; // whose own values come last
     std::unordered_set<const IValue*> m_known;
 };

@@ -2,6 +2,7 @@
 #include "genicam/genapi/persistence/DeviceSets.h"
 
 #include "genicam/genapi/map/LoadLog.h"
+#include "genicam/genapi/persistence/DeviceWatch.h"
 #include "genicam/genapi/persistence/Failure.h"
 #include "genicam/genapi/persistence/RunToEnd.h"
 #include "genicam/genapi/persistence/Selectors.h"
@@ -15,8 +16,6 @@
 namespace GenApi {
 
 namespace {
-
-constexpr auto kTimeout = std::chrono::seconds(30); // sets may go to slow flash memory
 
 template <class Interface>
 Interface* Find(const INodeMap& nodeMap, const char* name) {
@@ -38,8 +37,8 @@ void PutBack(IValue& feature, std::optional<std::string>& found) {
 
 } // namespace
 
-DeviceSets::DeviceSets(INodeMap& nodeMap, const SetFeatures& features)
-    : m_nodeMap(nodeMap), m_selector(Find<IValue>(nodeMap, features.selector)),
+DeviceSets::DeviceSets(INodeMap& nodeMap, const SetFeatures& features, std::chrono::milliseconds commandTimeout)
+    : m_nodeMap(nodeMap), m_timeout(commandTimeout), m_selector(Find<IValue>(nodeMap, features.selector)),
       m_load(Find<ICommand>(nodeMap, features.load)), m_save(Find<ICommand>(nodeMap, features.save)),
       m_mode(Find<IValue>(nodeMap, features.mode)) {}
 
@@ -54,6 +53,7 @@ bool DeviceSets::IsPresent() const noexcept {
 }
 
 void DeviceSets::Open() {
+    const AutoLock lock(m_nodeMap.GetLock());
     if (m_mode != nullptr && TextOf(*m_mode) != "On") {
         m_modeFound = TextOf(*m_mode);
         m_mode->FromString("On");
@@ -65,6 +65,7 @@ void DeviceSets::Open() {
 }
 
 std::vector<std::string> DeviceSets::List() {
+    const AutoLock lock(m_nodeMap.GetLock());
     const SelectorValue selector(*m_selector);
     std::vector<std::string> names;
     for (const std::int64_t value : selector.ListValues()) {
@@ -80,32 +81,55 @@ void DeviceSets::Select(std::string_view set) {
     }
 }
 
-void DeviceSets::Run(ICommand& command) {
+void DeviceSets::Begin(ICommand& command) {
     if (m_isStuck) {
         throw TIMEOUT_EXCEPTION("Not tried, as the device did not answer in time before.");
     }
+    command.Execute();
+}
+
+void DeviceSets::Await(ICommand& command) {
     try {
-        RunToEnd(command, kTimeout);
+        WaitForEnd(command, m_timeout);
     } catch (const GenICam::TimeoutException&) {
         m_isStuck = true;
         throw;
     }
 }
 
-void DeviceSets::Load() {
-    Run(*m_load);
+bool DeviceSets::Load(std::string_view set) {
+    {
+        const AutoLock lock(m_nodeMap.GetLock());
+        Select(set);
+        if (IsFixed()) {
+            return false;
+        }
+        Begin(*m_load);
+    }
+    Await(*m_load);
     m_nodeMap.InvalidateNodes(); // descriptions seldom tell all that this changes
+    return true;
 }
 
 bool DeviceSets::IsFixed() const {
     return IsWritable(m_load) && !IsWritable(m_save);
 }
 
-void DeviceSets::Save() {
-    Run(*m_save);
+void DeviceSets::Save(std::string_view set) {
+    {
+        const AutoLock lock(m_nodeMap.GetLock());
+        Select(set);
+        Begin(*m_save);
+    }
+    Await(*m_save);
+}
+
+bool DeviceSets::IsLost() const {
+    return IsSilent(*m_selector);
 }
 
 void DeviceSets::Restore() {
+    const AutoLock lock(m_nodeMap.GetLock());
     const auto failure = FailureOf([this] {
         if (m_selector != nullptr) {
             PutBack(*m_selector, m_selectorFound);

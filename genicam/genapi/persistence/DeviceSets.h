@@ -4,6 +4,7 @@
 #include <GenApi/INodeMap.h>
 #include <GenApi/IValue.h>
 
+#include <chrono>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -26,10 +27,11 @@ constexpr SetFeatures kSequencerSets{"SequencerSetSelector", "SequencerSetLoad",
                                      "SequencerConfigurationMode"};
 
 /// The sets of one kind. Puts back selector and mode, but not what Load() does to the other features. Borrows the node
-/// map; hold its lock.
+/// map, whose lock it takes; so nobody moves the selector between a choice and the begin of its command, but others use
+/// the device while the command runs.
 class DeviceSets {
 public:
-    DeviceSets(INodeMap& nodeMap, const SetFeatures& features);
+    DeviceSets(INodeMap& nodeMap, const SetFeatures& features, std::chrono::milliseconds commandTimeout);
     ~DeviceSets(); ///< Restores; a failure is logged.
     DeviceSets(const DeviceSets&) = delete;
     DeviceSets& operator=(const DeviceSets&) = delete;
@@ -39,17 +41,22 @@ public:
     void Open();                     ///< Lets the sets be changed. @throws AccessException when the device does not.
     std::vector<std::string> List(); ///< Their names as text of the selector. Moves it.
 
-    void Select(std::string_view set);
-    void Load();          ///< Sets the device up as the selected set says; waits until that is done.
-    bool IsFixed() const; ///< Whether the selected set can be loaded but not saved, as those of the factory.
-    void Save();          ///< Keeps what the device now is in the selected set; waits until that is done.
+    /// Sets the device up as a set says; waits until that is done. @return false, with nothing done, for a set that can
+    /// be loaded but not saved, as those of the factory.
+    bool Load(std::string_view set);
+    void Save(std::string_view set); ///< Keeps what the device now is in a set; waits until that is done.
+    bool IsLost() const;             ///< Whether the device, which let the sets be opened, does not answer any more.
 
     void Restore();
 
 private:
-    void Run(ICommand& command);
+    void Select(std::string_view set);
+    bool IsFixed() const;
+    void Begin(ICommand& command);
+    void Await(ICommand& command);
 
     INodeMap& m_nodeMap;
+    const std::chrono::milliseconds m_timeout;
     IValue* m_selector;
     ICommand* m_load;
     ICommand* m_save;

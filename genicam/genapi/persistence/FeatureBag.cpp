@@ -18,10 +18,9 @@ CFeatureBag& CFeatureBag::operator=(CFeatureBag&&) noexcept = default;
 CFeatureBag::~CFeatureBag() = default;
 
 int64_t CFeatureBag::StoreToBag(INodeMap* pNodeMap, const int MaxEntries, gcstring_vector* pFeatureFilter,
-                                gcstring_vector* pErrorList) {
-    INodeMap& nodeMap = RequireNodeMap(pNodeMap);
-    const AutoLock lock(nodeMap.GetLock());
-    BagStore store(nodeMap);
+                                gcstring_vector* pErrorList, unsigned int CommandTimeoutMs) {
+    BagStore store(RequireNodeMap(pNodeMap));
+    store.commandTimeout = std::chrono::milliseconds(CommandTimeoutMs);
     store.maxEntries = MaxEntries;
     store.filter = pFeatureFilter;
     store.Run();
@@ -30,16 +29,14 @@ int64_t CFeatureBag::StoreToBag(INodeMap* pNodeMap, const int MaxEntries, gcstri
     return static_cast<int64_t>(m_entries.size());
 }
 
-bool CFeatureBag::LoadFromBag(INodeMap* pNodeMap, bool Verify, gcstring_vector* pErrorList) const {
-    INodeMap& nodeMap = RequireNodeMap(pNodeMap);
-    const AutoLock lock(nodeMap.GetLock());
-    return ReportFailures(BagReplay(nodeMap, m_entries).Load(Verify), pErrorList, "loaded");
+bool CFeatureBag::LoadFromBag(INodeMap* pNodeMap, bool Verify, gcstring_vector* pErrorList,
+                              unsigned int CommandTimeoutMs) const {
+    BagReplay replay(RequireNodeMap(pNodeMap), m_entries);
+    return ReportFailures(replay.Load(Verify, std::chrono::milliseconds(CommandTimeoutMs)), pErrorList, "loaded");
 }
 
 std::vector<CBagDifference> CFeatureBag::Compare(INodeMap* pNodeMap) const {
-    INodeMap& nodeMap = RequireNodeMap(pNodeMap);
-    const AutoLock lock(nodeMap.GetLock());
-    return BagReplay(nodeMap, m_entries).Compare();
+    return BagReplay(RequireNodeMap(pNodeMap), m_entries).Compare();
 }
 
 gcstring CFeatureBag::ToString() const {

@@ -45,10 +45,16 @@ void Try(Errors& errors, const std::string& bag, const std::function<void(gcstri
     }
 }
 
+/// The device, and how long it may take for a command.
+struct Device {
+    INodeMap& nodeMap;
+    unsigned int commandTimeoutMs;
+};
+
 /// Keeps the settings while sets are loaded, and puts them back.
 class SettingsKeeper {
 public:
-    explicit SettingsKeeper(INodeMap& nodeMap) : m_nodeMap(nodeMap) {}
+    explicit SettingsKeeper(const Device& device) : m_device(device) {}
     ~SettingsKeeper() {
         Errors errors;
         if (const auto failure = FailureOf([&] { PutBack(errors); })) {
@@ -64,7 +70,7 @@ public:
     /// What cannot be read cannot be put back either, and is reported. @throws what ends the storing.
     void Keep(Errors& errors) {
         gcstring_vector reasons;
-        m_found.StoreToBag(&m_nodeMap, -1, nullptr, &reasons);
+        m_found.StoreToBag(&m_device.nodeMap, -1, nullptr, &reasons, m_device.commandTimeoutMs);
         m_isDue = true;
         for (const gcstring& reason : reasons) {
             errors.push_back(std::string("Keeping the settings: ") + reason.c_str());
@@ -74,22 +80,27 @@ public:
     void PutBack(Errors& errors) {
         if (m_isDue) {
             m_isDue = false;
-            Try(errors, "Putting back the settings",
-                [this](gcstring_vector& reasons) { m_found.LoadFromBag(&m_nodeMap, false, &reasons); });
+            Try(errors, "Putting back the settings", [this](gcstring_vector& reasons) {
+                m_found.LoadFromBag(&m_device.nodeMap, false, &reasons, m_device.commandTimeoutMs);
+            });
         }
     }
 
 private:
-    INodeMap& m_nodeMap;
+    const Device m_device;
     CFeatureBag m_found;
     bool m_isDue = false;
 };
 
+DeviceSets SetsOf(const Device& device, const SetFeatures& features) {
+    return DeviceSets(device.nodeMap, features, std::chrono::milliseconds(device.commandTimeoutMs));
+}
+
 /// Does something with the sets of one kind, and puts back what that changes.
-void WithSets(INodeMap& nodeMap, const SetFeatures& features, Errors& errors,
+void WithSets(const Device& device, const SetFeatures& features, Errors& errors,
               const std::function<void(DeviceSets&)>& action) {
-    SettingsKeeper keeper(nodeMap);
-    DeviceSets sets(nodeMap, features);
+    SettingsKeeper keeper(device);
+    DeviceSets sets(SetsOf(device, features));
     keeper.Keep(errors);
     Try(errors, features.selector, [&](gcstring_vector&) {
         sets.Open();
@@ -102,17 +113,21 @@ void WithSets(INodeMap& nodeMap, const SetFeatures& features, Errors& errors,
 /// Stores what the device now is.
 class BagWriter {
 public:
-    BagWriter(INodeMap& nodeMap, int maxEntries) : m_nodeMap(nodeMap), m_maxEntries(maxEntries) {}
+    BagWriter(const Device& device, int maxEntries) : m_device(device), m_maxEntries(maxEntries) {}
 
     void StoreAll() {
         Try(errors, kAllName, [&](gcstring_vector& reasons) { Store(kAllName, reasons); });
     }
 
     void StoreSets(const SetFeatures& features) {
-        if (DeviceSets(m_nodeMap, features).IsPresent()) {
-            WithSets(m_nodeMap, features, errors, [&](DeviceSets& sets) {
+        if (SetsOf(m_device, features).IsPresent()) {
+            WithSets(m_device, features, errors, [&](DeviceSets& sets) {
                 for (const std::string& set : sets.List()) {
+                    const std::size_t before = errors.size();
                     StoreSet(sets, set, features.selector + ("=" + set));
+                    if (errors.size() > before && sets.IsLost()) {
+                        break; // each further set would take a time-out
+                    }
                 }
             });
         }
@@ -127,9 +142,7 @@ private:
             if (name.find_first_of("\t\r\n") != std::string::npos) {
                 throw INVALID_ARGUMENT_EXCEPTION("The name of the set cannot stand in a line");
             }
-            sets.Select(set);
-            if (!sets.IsFixed()) {
-                sets.Load();
+            if (sets.Load(set)) {
                 Store(name, reasons);
             }
         });
@@ -138,33 +151,37 @@ private:
     void Store(const std::string& name, gcstring_vector& reasons) {
         CFeatureBag bag;
         bag.SetBagName(name.c_str());
-        bag.StoreToBag(&m_nodeMap, m_maxEntries, nullptr, &reasons);
+        bag.StoreToBag(&m_device.nodeMap, m_maxEntries, nullptr, &reasons, m_device.commandTimeoutMs);
         bags.push_back(std::move(bag));
     }
 
-    INodeMap& m_nodeMap;
-    int m_maxEntries;
+    const Device m_device;
+    const int m_maxEntries;
 };
 
 /// Sets the device up as bags say.
 class BagReader {
 public:
-    BagReader(INodeMap& nodeMap, const std::vector<CFeatureBag>& bags, bool verify)
-        : m_nodeMap(nodeMap), m_bags(bags), m_verify(verify) {}
+    BagReader(const Device& device, const std::vector<CFeatureBag>& bags, bool verify)
+        : m_device(device), m_bags(bags), m_verify(verify) {}
 
     void LoadSets(const SetFeatures& features) {
         const auto isOne = [&](const CFeatureBag& bag) { return SetOf(bag, features).has_value(); };
         if (std::none_of(m_bags.begin(), m_bags.end(), isOne)) {
             return;
         }
-        if (!DeviceSets(m_nodeMap, features).IsPresent()) {
+        if (!SetsOf(m_device, features).IsPresent()) {
             errors.push_back(std::string(features.selector) + ": The device has no such sets.");
             return;
         }
-        WithSets(m_nodeMap, features, errors, [&](DeviceSets& sets) {
+        WithSets(m_device, features, errors, [&](DeviceSets& sets) {
             for (const CFeatureBag& bag : m_bags) {
+                const std::size_t before = errors.size();
                 if (const auto set = SetOf(bag, features)) {
                     Try(errors, NameOf(bag), [&](gcstring_vector& reasons) { LoadSet(sets, *set, bag, reasons); });
+                }
+                if (errors.size() > before && sets.IsLost()) {
+                    break;
                 }
             }
         });
@@ -184,19 +201,18 @@ public:
 
 private:
     bool Load(const CFeatureBag& bag, gcstring_vector& reasons) {
-        return bag.LoadFromBag(&m_nodeMap, m_verify, &reasons);
+        return bag.LoadFromBag(&m_device.nodeMap, m_verify, &reasons, m_device.commandTimeoutMs);
     }
 
     void LoadSet(DeviceSets& sets, const std::string& set, const CFeatureBag& bag, gcstring_vector& reasons) {
         if (Load(bag, reasons)) {
-            sets.Select(set);
-            sets.Save();
+            sets.Save(set);
         } else {
             reasons.push_back("The set was not saved.");
         }
     }
 
-    INodeMap& m_nodeMap;
+    const Device m_device;
     const std::vector<CFeatureBag>& m_bags;
     bool m_verify;
 };
@@ -204,10 +220,8 @@ private:
 } // namespace
 
 int64_t CFeatureBagger::Bag(INodeMap* pNodeMap, bool BagDefault, bool BagUserSets, bool BagSequencerSets,
-                            int MaxEntries, gcstring_vector* pErrorList) {
-    INodeMap& nodeMap = RequireNodeMap(pNodeMap);
-    const AutoLock lock(nodeMap.GetLock());
-    BagWriter writer(nodeMap, MaxEntries);
+                            int MaxEntries, gcstring_vector* pErrorList, unsigned int CommandTimeoutMs) {
+    BagWriter writer({RequireNodeMap(pNodeMap), CommandTimeoutMs}, MaxEntries);
     if (BagDefault) {
         writer.StoreAll();
     }
@@ -222,10 +236,9 @@ int64_t CFeatureBagger::Bag(INodeMap* pNodeMap, bool BagDefault, bool BagUserSet
     return static_cast<int64_t>(m_bags.size());
 }
 
-bool CFeatureBagger::UnBag(INodeMap* pNodeMap, bool Verify, gcstring_vector* pErrorList) const {
-    INodeMap& nodeMap = RequireNodeMap(pNodeMap);
-    const AutoLock lock(nodeMap.GetLock());
-    BagReader reader(nodeMap, m_bags, Verify);
+bool CFeatureBagger::UnBag(INodeMap* pNodeMap, bool Verify, gcstring_vector* pErrorList,
+                           unsigned int CommandTimeoutMs) const {
+    BagReader reader({RequireNodeMap(pNodeMap), CommandTimeoutMs}, m_bags, Verify);
     reader.LoadSets(kUserSets);
     reader.LoadSets(kSequencerSets);
     reader.LoadOthers();

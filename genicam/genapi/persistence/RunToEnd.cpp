@@ -9,12 +9,16 @@
 
 namespace GenApi {
 
-void RunToEnd(ICommand& command, std::chrono::seconds timeout) {
-    const auto end = std::chrono::steady_clock::now() + timeout;
+void RunToEnd(ICommand& command, std::chrono::milliseconds timeout) {
     command.Execute();
+    WaitForEnd(command, timeout);
+}
+
+void WaitForEnd(ICommand& command, std::chrono::milliseconds timeout) {
+    const auto end = std::chrono::steady_clock::now() + timeout;
     while (!command.IsDone()) {
         if (std::chrono::steady_clock::now() >= end) {
-            throw TIMEOUT_EXCEPTION("The device was not done with the command within %lld seconds.",
+            throw TIMEOUT_EXCEPTION("The device was not done with the command within %lld milliseconds.",
                                     static_cast<long long>(timeout.count()));
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(1));

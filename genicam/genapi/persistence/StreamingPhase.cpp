@@ -11,22 +11,22 @@ namespace GenApi {
 
 namespace {
 
-constexpr auto kTimeout = std::chrono::seconds(5);
-
 ICommand* FindCommand(const INodeMap& nodeMap, const std::string& name) {
     return dynamic_cast<ICommand*>(nodeMap.GetNode(gcstring(name)));
 }
 
-void Tell(ICommand& command, const std::string& name, std::vector<std::string>& errors) {
-    if (const auto failure = FailureOf([&] { RunToEnd(command, kTimeout); })) {
+void Tell(ICommand& command, const std::string& name, std::chrono::milliseconds timeout,
+          std::vector<std::string>& errors) {
+    if (const auto failure = FailureOf([&] { RunToEnd(command, timeout); })) {
         errors.push_back(name + ": " + *failure);
     }
 }
 
 } // namespace
 
-StreamingPhase::StreamingPhase(INodeMap& nodeMap, const char* name)
-    : m_name(name), m_start(FindCommand(nodeMap, m_name + "Start")), m_end(FindCommand(nodeMap, m_name + "End")) {}
+StreamingPhase::StreamingPhase(INodeMap& nodeMap, const char* name, std::chrono::milliseconds timeout)
+    : m_name(name), m_start(FindCommand(nodeMap, m_name + "Start")), m_end(FindCommand(nodeMap, m_name + "End")),
+      m_timeout(timeout) {}
 
 StreamingPhase::~StreamingPhase() {
     try {
@@ -43,7 +43,7 @@ StreamingPhase::~StreamingPhase() {
 void StreamingPhase::Start(std::vector<std::string>& errors) {
     if (IsWritable(m_start)) {
         m_isOpen = true; // from here on End is due, also when Start fails halfway
-        Tell(*m_start, m_name + "Start", errors);
+        Tell(*m_start, m_name + "Start", m_timeout, errors);
     }
 }
 
@@ -51,7 +51,7 @@ void StreamingPhase::End(std::vector<std::string>& errors) {
     const bool isDue = m_isOpen;
     m_isOpen = false;
     if (isDue && IsWritable(m_end)) {
-        Tell(*m_end, m_name + "End", errors);
+        Tell(*m_end, m_name + "End", m_timeout, errors);
     }
 }
 

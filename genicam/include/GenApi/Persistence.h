@@ -33,8 +33,10 @@ struct CBagDifference {
 /// remarks. A value ends with its line. A text with line ends or zero bytes in it stands with \n, \r, \0 and \\ in
 /// their place, and a line "#escaped" before it says so; all other values stand as they are, tabs and blanks included.
 /// A number is written as the node shows it when that tells its exact value, otherwise with as many digits as that
-/// takes. Threads: one at a time. Storing, loading and comparing hold the lock of the node map from begin to end, so
-/// that nobody else moves the selectors; callbacks that fire meanwhile must not wait for other users of the node map.
+/// takes. Threads: one at a time. Storing, loading and comparing hold the lock of the node map while they go through
+/// the features, so that nobody else moves the selectors; callbacks that fire meanwhile must not wait for other users
+/// of the node map. They never hold it while they wait for a command of the device. When the device is lost in the
+/// middle, the error of the feature at that point says so, and the others are not tried.
 class GENICAM_API CFeatureBag : public IPersistScript {
 public:
     struct CEntry {
@@ -60,11 +62,12 @@ public:
     /// @param pErrorList     receives "<name>: <reason>", behind what it holds, for each feature that could not be
     ///                       stored and each of the commands that failed; without it that raises, and the content is as
     ///                       before
+    /// @param CommandTimeoutMs how long to wait for each of the two commands; one that takes longer has failed
     /// @return the number of lines.
     /// @throws GenICam::InvalidArgumentException on null,
     /// @throws GenICam::RuntimeException         when features could not be stored, without an error list.
     int64_t StoreToBag(INodeMap* pNodeMap, const int MaxEntries = -1, gcstring_vector* pFeatureFilter = nullptr,
-                       gcstring_vector* pErrorList = nullptr);
+                       gcstring_vector* pErrorList = nullptr, unsigned int CommandTimeoutMs = 5000);
 
     /// Sets all features as the lines say, in their order. What fails is tried twice more when all lines are through,
     /// as features depend on each other. A feature is not written while one of its selectors could not be set. Where
@@ -75,10 +78,12 @@ public:
     ///                   numbers as far as their text form shows
     /// @param pErrorList receives "<name>: <reason>", behind what it holds, for each line that could not be set or
     ///                   reads differently
+    /// @param CommandTimeoutMs how long to wait for each of the two commands; one that takes longer has failed
     /// @return whether there was no error.
     /// @throws GenICam::InvalidArgumentException on null,
     /// @throws GenICam::RuntimeException         when there were errors, without an error list.
-    bool LoadFromBag(INodeMap* pNodeMap, bool Verify = true, gcstring_vector* pErrorList = nullptr) const;
+    bool LoadFromBag(INodeMap* pNodeMap, bool Verify = true, gcstring_vector* pErrorList = nullptr,
+                     unsigned int CommandTimeoutMs = 5000) const;
 
     /// Where @p pNodeMap differs from this bag, in the order of the lines. Sets nothing but selectors, and puts these
     /// back; a selector that nothing selects is compared at its last line. @throws GenICam::InvalidArgumentException on
@@ -117,7 +122,8 @@ private:
 /// Several feature bags in one text: the settings as they are now, under the name "All", and those that the device
 /// keeps in sets of its own, under names like "UserSetSelector=UserSet1" and "SequencerSetSelector=3".
 /// As text: a first line with an identifier of its own, remarks, then for each bag a line "[<name>]" and the whole text
-/// of the bag. Threads: as for CFeatureBag.
+/// of the bag. Threads: as for CFeatureBag; the lock of the node map is given back between the bags, and while the
+/// device loads or saves a set. What others change meanwhile is stored with it.
 class GENICAM_API CFeatureBagger {
 public:
     typedef std::vector<CFeatureBag>::const_iterator const_iterator;
@@ -131,19 +137,23 @@ public:
     /// @param MaxEntries at most so many lines in each bag; -1: no limit
     /// @param pErrorList receives "<bag>: <reason>", behind what it holds, for all that could not be stored or put
     ///                   back; without it that raises, and the bags are as before
+    /// @param CommandTimeoutMs how long to wait for each command, as sets may go to slow flash memory; after one that
+    ///                   takes longer no further set of its kind is tried
     /// @return the number of bags.
     /// @throws GenICam::InvalidArgumentException on null,
     /// @throws GenICam::RuntimeException         when something failed, without an error list.
     int64_t Bag(INodeMap* pNodeMap, bool BagDefault = true, bool BagUserSets = false, bool BagSequencerSets = false,
-                int MaxEntries = -1, gcstring_vector* pErrorList = nullptr);
+                int MaxEntries = -1, gcstring_vector* pErrorList = nullptr, unsigned int CommandTimeoutMs = 30000);
 
     /// Loads the bags of sets, the user sets first, and saves each as that set; then puts the settings back as Bag()
     /// does, and loads the bag "All" at last, so that it stands. A set of which a line fails is not saved: the device
     /// keeps the old one. Bags of other names are reported and not loaded.
     /// @param Verify     read and compare all values, before a set is saved
     /// @param pErrorList receives "<bag>: <reason>" for what failed; without it that raises when all is through
+    /// @param CommandTimeoutMs as for Bag()
     /// @return whether there was no error. @throws as Bag().
-    bool UnBag(INodeMap* pNodeMap, bool Verify = true, gcstring_vector* pErrorList = nullptr) const;
+    bool UnBag(INodeMap* pNodeMap, bool Verify = true, gcstring_vector* pErrorList = nullptr,
+               unsigned int CommandTimeoutMs = 30000) const;
 
     const_iterator begin() const noexcept { return m_bags.begin(); }
     const_iterator end() const noexcept { return m_bags.end(); }

@@ -5,7 +5,9 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <atomic>
 #include <sstream>
+#include <thread>
 
 namespace {
 
@@ -298,6 +300,89 @@ TEST_F(PersistenceTest, SetsOfTheDeviceAreBaggedAndSavedAgain) {
     Load(Value("A"));
     EXPECT_EQ(bagger.Bag(Map.get(), true, true, true), 1);
     EXPECT_THAT(Failure([&] { read.UnBag(Map.get()); }), HasSubstr("UserSetSelector: The device has no such sets"));
+}
+
+TEST_F(PersistenceTest, OthersUseTheDeviceWhileItIsBusyWithACommand) {
+    const char* const names[] = {"DeviceFeaturePersistenceStart", "DeviceRegistersStreamingStart", "UserSetLoad",
+                                 "UserSetSave"};
+    std::string nodes = Register("A", 0, "") + Node("Enumeration", "UserSetSelector", "<Value>2</Value>" + kEntries) +
+                        Value("Off") + Node("IntReg", "Busy", Place(4, 4, "<Cachable>NoCache</Cachable>"));
+    for (const char* name : names) {
+        nodes += Above("Command", name, "Busy", "<CommandValue>1</CommandValue>");
+    }
+    LoadMap("A", nodes);
+    std::atomic<bool> isOver = false;
+    std::thread device([&] {
+        while (!isOver) {
+            const AutoLock lock(Map->GetLock()); // as whoever uses the camera does
+            Port.Memory[4] = 0;
+        }
+    });
+    CFeatureBag bag;
+    CFeatureBagger bagger;
+    EXPECT_NO_THROW(bag.StoreToBag(Map.get()));
+    EXPECT_NO_THROW(bag.LoadFromBag(Map.get()));
+    EXPECT_NO_THROW(bagger.Bag(Map.get(), true, true));
+    EXPECT_NO_THROW(bagger.UnBag(Map.get()));
+    isOver = true;
+    device.join();
+    EXPECT_THAT(Failure([&] { bag.StoreToBag(Map.get(), -1, nullptr, nullptr, 20); }),
+                HasSubstr("DeviceFeaturePersistenceStart: The device was not done with the command within 20 milli"));
+    EXPECT_THAT(Failure([&] { bag.LoadFromBag(Map.get(), false, nullptr, 20); }),
+                HasSubstr("StreamingStart: The device was not"));
+    EXPECT_THAT(Failure([&] { bagger.Bag(Map.get(), false, true, false, -1, nullptr, 20); }), HasSubstr("not done"));
+}
+
+/// Answers so many times and then never again.
+struct VanishingDevice : SetDevice {
+    void Read(void* pBuffer, int64_t Address, int64_t Length) override {
+        Answer();
+        SetDevice::Read(pBuffer, Address, Length);
+    }
+    void Write(const void* pBuffer, int64_t Address, int64_t Length) override {
+        Answer();
+        SetDevice::Write(pBuffer, Address, Length);
+    }
+    void Answer() {
+        if (--Answers < 0) {
+            throw TIMEOUT_EXCEPTION("No answer");
+        }
+    }
+    int Answers = 0;
+};
+
+// Each access of a device that is gone may take a time-out.
+TEST_F(PersistenceTest, ADeviceThatVanishesInTheMiddleIsNotAskedForAllTheRest) {
+    constexpr int kFeatures = 200;
+    VanishingDevice device;
+    device.Memory.resize(4 * kFeatures + 1000);
+    std::string features;
+    std::string nodes = Node("IntReg", "Set", Place(32, 4)) + Above("Enumeration", "UserSetSelector", "Set", kEntries) +
+                        Value("Off") + Value("Never") + SetCommand("UserSetLoad", 40, "Never") +
+                        SetCommand("UserSetSave", 48, "Never");
+    for (int i = 0; i < kFeatures; ++i) {
+        features += Numbered("F", i) + " ";
+        nodes += Register(Numbered("F", i), 1000 + 4 * i, "<Cachable>NoCache</Cachable>");
+    }
+    LoadMap(features, nodes);
+    Map->Connect(&device);
+    CFeatureBag bag;
+    CFeatureBagger bagger;
+    const std::vector<std::function<void()>> jobs = {
+        [&] { bag.StoreToBag(Map.get()); }, [&] { bag.LoadFromBag(Map.get()); },
+        [&] { bagger.Bag(Map.get(), true, true); }, [&] { bagger.UnBag(Map.get()); }};
+    for (const auto& job : jobs) {
+        device.Answers = 1000000;
+        ASSERT_NO_THROW(job());
+        const int needed = 1000000 - device.Answers;
+        EXPECT_GE(needed, kFeatures);
+        for (int answers = 1; answers < needed; answers += needed / 7) {
+            device.Answers = answers;
+            EXPECT_THAT(Failure(job), HasSubstr("No answer")) << answers;
+            EXPECT_GT(device.Answers, -50) << "asked in vain, after " << answers << " answers";
+        }
+    }
+    EXPECT_EQ(bag.GetEntries().size(), size_t{kFeatures}) << "a part does not replace the whole";
 }
 
 TEST(BagTextTest, DamagedTextsAreRefusedByLineAndLeaveTheBagAsItWas) {
