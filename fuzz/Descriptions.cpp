@@ -4,7 +4,7 @@
 // node.
 
 #include "Fuzz.h"
-#include "genicam/genapi/map/Kinds.h"
+#include "genicam/genapi/model/Kinds.h"
 
 #include <string>
 

@@ -16,6 +16,9 @@ from pathlib import Path
 ZELMO_LAYERS = ["core", "sync", "pixel", "transport", "binding", "parameter", "camera"]
 GENICAM_LAYERS = ["Base", "Log", "GenApi"]
 
+# The rooms of genicam/genapi/, each above the next; those of one rank do not include each other.
+GENAPI_ROOMS = {"model": 0, "xml": 1, "formula": 1, "nodes": 2, "map": 3, "adapters": 4, "persistence": 4}
+
 # Libraries that one place wraps: nobody else sees them.
 WRAPPED = {
     "tinyxml2.h": "XMLWrapperLib/",
@@ -93,6 +96,11 @@ def genicam_rank(name):
     return names.index(parts[0].lower()) if parts[0].lower() in names else None
 
 
+def genapi_room(name):
+    parts = name.split("/")
+    return parts[2] if name.startswith("genicam/genapi/") and len(parts) == 4 else None
+
+
 def is_zelmo(name):
     return name.startswith(("zelmo/", "include/zelmo/", "ZelmoBase/", "XMLWrapperLib/"))
 
@@ -133,6 +141,18 @@ def check_genicam(_, file, name):
     return None
 
 
+def check_genapi_rooms(_, file, name):
+    own, other = genapi_room(file), genapi_room(name)
+    if own is None or other is None or own == other:
+        return None
+    for room in own, other:
+        if room not in GENAPI_ROOMS:
+            return f"room {room} has no rank in scripts/lint-layers.py"
+    if GENAPI_ROOMS[other] >= GENAPI_ROOMS[own]:
+        return f"room {own} includes {name} of room {other}, which is not below it"
+    return None
+
+
 def check_zelmo_layers(tree, file, name):
     if not file.startswith(("ZelmoBase/", "XMLWrapperLib/", "include/zelmo/")) or file == "include/zelmo/zelmo.h":
         return None
@@ -154,7 +174,7 @@ def check_outsiders(_, file, name):
     return None
 
 
-CHECKS = [check_wrapped, check_public_header, check_genicam, check_zelmo_layers, check_outsiders]
+CHECKS = [check_wrapped, check_public_header, check_genicam, check_genapi_rooms, check_zelmo_layers, check_outsiders]
 
 
 def missing_in_umbrella(tree):

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "genicam/genapi/adapters/EventNodes.h"
 
-#include "genicam/genapi/map/LoadLog.h"
+#include "genicam/genapi/model/LoadLog.h"
 
 #include <GenApi/INode.h>
 #include <GenApi/INodeMap.h>

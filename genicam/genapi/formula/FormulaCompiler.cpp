@@ -2,7 +2,7 @@
 #include "genicam/genapi/formula/FormulaCompiler.h"
 
 #include "genicam/genapi/formula/FormulaOps.h"
-#include "genicam/genapi/nodes/TextForms.h"
+#include "genicam/genapi/model/TextForms.h"
 #include <Base/GCException.h>
 
 #include <algorithm>

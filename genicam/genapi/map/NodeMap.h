@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "genicam/genapi/map/MapCore.h"
+#include "genicam/genapi/nodes/MapCore.h"
 
 #include <GenApi/IDestroy.h>
 #include <GenApi/IDeviceInfo.h>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <GenApi/NodeMapFactory.h>
 
-#include "genicam/genapi/map/ModelMerge.h"
 #include "genicam/genapi/map/NodeMap.h"
+#include "genicam/genapi/model/ModelMerge.h"
 #include "genicam/genapi/xml/Loader.h"
 #include "genicam/genapi/xml/ReadFile.h"
 #include "genicam/genapi/xml/XmlWriter.h"

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "genicam/genapi/nodes/CommandNode.h"
 
+#include "genicam/genapi/model/TextForms.h"
 #include "genicam/genapi/nodes/DeviceLog.h"
 #include "genicam/genapi/nodes/NodeError.h"
-#include "genicam/genapi/nodes/TextForms.h"
 
 namespace GenApi {
 

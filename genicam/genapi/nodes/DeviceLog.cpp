@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "genicam/genapi/nodes/DeviceLog.h"
 
-#include "genicam/genapi/nodes/TextForms.h"
+#include "genicam/genapi/model/TextForms.h"
 
 #include <limits>
 

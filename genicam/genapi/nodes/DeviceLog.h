@@ -3,7 +3,7 @@
 
 #include <Log/CLog.h>
 
-#include "genicam/genapi/map/MapCore.h"
+#include "genicam/genapi/nodes/MapCore.h"
 
 #include <cstdint>
 #include <span>

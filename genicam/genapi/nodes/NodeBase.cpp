@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "genicam/genapi/nodes/NodeBase.h"
 
-#include "genicam/genapi/map/LoadLog.h"
-#include "genicam/genapi/map/MapCore.h"
+#include "genicam/genapi/model/LoadLog.h"
+#include "genicam/genapi/nodes/MapCore.h"
 #include "genicam/genapi/nodes/NodeError.h"
 
 #include <limits>
@@ -259,6 +259,7 @@ void EvaluationGuard::Fail(const NodeBase& node, bool isCycle, int depth) {
 }
 
 void EvaluationGuard::Spend(const NodeBase& node, std::size_t steps) {
+    node.Core().AssertLocked();
     std::uint32_t& spent = node.Core().m_evaluationSteps;
     spent = node.Core().m_evaluationDepth == 0 ? 0 : spent;
     if (steps > kMaxSteps - spent) {

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "genicam/genapi/map/Callbacks.h"
-#include "genicam/genapi/map/Model.h"
+#include "genicam/genapi/model/Model.h"
+#include "genicam/genapi/nodes/Callbacks.h"
 
 #include <GenApi/INode.h>
 #include <GenApi/ISelector.h>

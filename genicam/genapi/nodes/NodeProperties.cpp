@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "genicam/genapi/model/TextForms.h"
 #include "genicam/genapi/nodes/NodeBase.h"
-#include "genicam/genapi/nodes/TextForms.h"
 
-#include "genicam/genapi/map/MapCore.h"
-#include "genicam/genapi/map/PropertyText.h"
+#include "genicam/genapi/model/PropertyText.h"
+#include "genicam/genapi/nodes/MapCore.h"
 
 #include <Base/GCException.h>
 

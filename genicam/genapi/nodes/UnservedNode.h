@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "genicam/genapi/map/MapCore.h"
 #include "genicam/genapi/nodes/IntegerBase.h"
+#include "genicam/genapi/nodes/MapCore.h"
 #include "genicam/genapi/nodes/RegisterNodes.h"
 #include "genicam/genapi/nodes/StringBase.h"
 

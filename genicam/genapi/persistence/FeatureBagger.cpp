@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <GenApi/Persistence.h>
 
-#include "genicam/genapi/map/LoadLog.h"
+#include "genicam/genapi/model/LoadLog.h"
 #include "genicam/genapi/persistence/BagText.h"
 #include "genicam/genapi/persistence/DeviceSets.h"
 #include "genicam/genapi/persistence/Failure.h"

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "genicam/genapi/persistence/StreamingPhase.h"
 
-#include "genicam/genapi/map/LoadLog.h"
+#include "genicam/genapi/model/LoadLog.h"
 #include "genicam/genapi/persistence/Failure.h"
 #include "genicam/genapi/persistence/RunToEnd.h"
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <GenApi/DescriptionUrl.h>
 
-#include "genicam/genapi/nodes/TextForms.h"
+#include "genicam/genapi/model/TextForms.h"
 #include "genicam/genapi/xml/ReadFile.h"
 #include "genicam/genapi/xml/Unzip.h"
 

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "genicam/genapi/xml/Loader.h"
 
-#include "genicam/genapi/map/LoadLog.h"
-#include "genicam/genapi/map/ModelBuilder.h"
-#include "genicam/genapi/nodes/TextForms.h"
+#include "genicam/genapi/model/LoadLog.h"
+#include "genicam/genapi/model/ModelBuilder.h"
+#include "genicam/genapi/model/TextForms.h"
 #include "genicam/genapi/xml/NodeReader.h"
 #include "genicam/genapi/xml/SourceText.h"
 #include "genicam/genapi/xml/Unzip.h"

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "genicam/genapi/xml/NodeReader.h"
 
-#include "genicam/genapi/map/LoadLog.h"
-#include "genicam/genapi/nodes/TextForms.h"
+#include "genicam/genapi/model/LoadLog.h"
+#include "genicam/genapi/model/TextForms.h"
 
 #include <Base/GCException.h>
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "genicam/genapi/map/ModelBuilder.h"
+#include "genicam/genapi/model/ModelBuilder.h"
 #include "genicam/genapi/xml/Loader.h"
 #include "genicam/genapi/xml/Schema.h"
 #include "genicam/genapi/xml/SourceText.h"

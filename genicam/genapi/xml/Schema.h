@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "genicam/genapi/map/Kinds.h"
+#include "genicam/genapi/model/Kinds.h"
 
 #include <array>
 #include <cstdint>

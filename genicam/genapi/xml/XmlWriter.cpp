@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "genicam/genapi/xml/XmlWriter.h"
 
-#include "genicam/genapi/map/ModelCopy.h"
-#include "genicam/genapi/map/PropertyText.h"
+#include "genicam/genapi/model/ModelCopy.h"
+#include "genicam/genapi/model/PropertyText.h"
 
 namespace GenApi {
 

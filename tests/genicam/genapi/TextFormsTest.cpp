@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "genicam/genapi/nodes/TextForms.h"
+#include "genicam/genapi/model/TextForms.h"
 
 #include <gmock/gmock.h>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "genicam/genapi/map/Callbacks.h"
+#include "genicam/genapi/nodes/Callbacks.h"
 
 #include <Base/GCException.h>
 #include <Log/CLog.h>

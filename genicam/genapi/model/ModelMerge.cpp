@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "genicam/genapi/map/ModelMerge.h"
+#include "genicam/genapi/model/ModelMerge.h"
 
-#include "genicam/genapi/map/ModelCopy.h"
+#include "genicam/genapi/model/ModelCopy.h"
 
 #include <algorithm>
 #include <map>

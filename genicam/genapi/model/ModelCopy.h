@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "genicam/genapi/map/ModelBuilder.h"
+#include "genicam/genapi/model/ModelBuilder.h"
 
 #include <string>
 #include <string_view>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "genicam/genapi/map/Callbacks.h"
-#include "genicam/genapi/map/Model.h"
+#include "genicam/genapi/model/Model.h"
+#include "genicam/genapi/nodes/Callbacks.h"
 #include "genicam/genapi/nodes/NodeBase.h"
 
 #include <GenApi/INodeMap.h>
@@ -11,6 +11,7 @@
 #include <memory>
 #include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace GenApi {
@@ -35,7 +36,10 @@ public:
     ~MapCore();
 
     const Model& Description() const noexcept { return *m_model; }
-    CLock& Lock() const noexcept { return *m_lock; }
+    CLock& Lock() const noexcept GENICAM_RETURN_CAPABILITY(*m_lock) { return *m_lock; }
+    /// Says so where clang cannot see it: the inner protocol of the nodes runs under the lock that its public call
+    /// took.
+    void AssertLocked() const noexcept GENICAM_ASSERT_CAPABILITY(*m_lock) {}
     INodeMap& Map() const noexcept { return m_map; }
     const gcstring& DeviceName() const noexcept { return m_deviceName; }
     std::size_t NodeCount() const noexcept { return m_nodes.size(); }
@@ -43,14 +47,20 @@ public:
 
     /// "Width.SetValue": the outermost public call; empty outside of one.
     std::string EntryPoint() const;
-    bool IsEntry(const NodeBase& node) const noexcept { return m_entryNode == &node; } ///< whether it is this node's
+    bool IsEntry(const NodeBase& node) const noexcept { ///< whether it is this node's
+        AssertLocked();
+        return m_entryNode == &node;
+    }
 
     /// A change of @p node: invalidates, collects callbacks and fires them when the lock is given back.
     template <typename Action>
     void Change(NodeBase& node, const char* method, Action&& action);
     template <typename Action>
-    void ChangeAll(Action&& action);                                ///< likewise, of any nodes
-    bool IsChanging() const noexcept { return m_batch != nullptr; } ///< whether callbacks are being collected
+    void ChangeAll(Action&& action);   ///< likewise, of any nodes
+    bool IsChanging() const noexcept { ///< whether callbacks are being collected
+        AssertLocked();
+        return m_batch != nullptr;
+    }
     void Invalidate(NodeBase& node);         ///< the node and its dependents; their callbacks join the call's batch
     void InvalidateAffected(NodeBase& node); ///< likewise with the terminal nodes, as if it had been written
     /// Likewise several at once, in one walk, as many may have the same dependents. @p closure holds them, each once,
@@ -64,7 +74,10 @@ public:
     const Closure& DependentsOf(NodeBase& node, std::unique_ptr<Closure>& spare); ///< likewise
     std::vector<NodeBase*> TerminalsOf(NodeBase& node);
 
-    void AddRegistrations(int count) noexcept { m_registrations += count; }
+    void AddRegistrations(int count) noexcept {
+        AssertLocked();
+        m_registrations += count;
+    }
 
     /// Expires with the map: for those who may live longer than it.
     std::weak_ptr<const void> Life();
@@ -75,39 +88,54 @@ private:
     friend class BatchScope;
     friend class EvaluationGuard;
 
+    /// @return whether there was no entry point, and this call is it now.
+    bool Enter(const NodeBase& node, const char* method) noexcept {
+        AssertLocked();
+        if (m_entryNode != nullptr) {
+            return false;
+        }
+        m_entryNode = &node;
+        m_entryMethod = method;
+        return true;
+    }
+    void Leave() noexcept {
+        AssertLocked();
+        m_entryNode = nullptr;
+    }
     bool IsDue(NodeBase& node, std::int64_t elapsedMs); ///< counts the time for a polled node
     void CreateNodes();
     void DestroyNodes() noexcept;
     void EndRegistrations() noexcept;
-    void DropAll(const Closure& closure);
-    void Collect(const Closure& closure);
-    const Closure& Keep(std::unique_ptr<Closure> made, const Closure*& kept, std::unique_ptr<Closure>& spare);
-    void AddDependents(Closure& closure);
-    void MarkOnlyValue(Closure& closure);
-    void CollectTerminals(NodeBase& node, std::vector<NodeBase*>& terminals);
-    bool Visit(NodeBase& node) noexcept;
-    void AddUnvisited(std::span<const NodeIndex> nodes, std::vector<NodeBase*>& list);
+    void DropAll(const Closure& closure) GENICAM_REQUIRES(*m_lock);
+    void Collect(const Closure& closure) GENICAM_REQUIRES(*m_lock);
+    const Closure& Keep(std::unique_ptr<Closure> made, const Closure*& kept, std::unique_ptr<Closure>& spare)
+        GENICAM_REQUIRES(*m_lock);
+    void AddDependents(Closure& closure) GENICAM_REQUIRES(*m_lock);
+    void MarkOnlyValue(Closure& closure) GENICAM_REQUIRES(*m_lock);
+    void CollectTerminals(NodeBase& node, std::vector<NodeBase*>& terminals) GENICAM_REQUIRES(*m_lock);
+    bool Visit(NodeBase& node) noexcept GENICAM_REQUIRES(*m_lock);
+    void AddUnvisited(std::span<const NodeIndex> nodes, std::vector<NodeBase*>& list) GENICAM_REQUIRES(*m_lock);
 
     const ModelPtr m_model;
-    const std::shared_ptr<CLock> m_lock; // the map's own, or borrowed
+    const std::shared_ptr<CLock> m_lock; // the map's own, or borrowed; shared with calls that may outlive the map
     INodeMap& m_map;
     const gcstring m_deviceName;
 
-    std::unique_ptr<std::byte[]> m_block;
+    std::unique_ptr<std::byte[]> m_block; // the nodes; like the next two made once, so it needs no lock
     std::vector<NodeBase*> m_nodes;
     std::vector<NodeBase*> m_polled;
 
-    const NodeBase* m_entryNode = nullptr;
-    const char* m_entryMethod = nullptr;
-    int m_evaluationDepth = 0;
-    std::uint32_t m_evaluationSteps = 0; // of the outermost evaluation
-    int m_writeDepth = 0;
-    CallbackBatch* m_batch = nullptr; // of the call in progress
-    int m_registrations = 0;          // of all nodes
-    std::uint32_t m_walk = 0;
-    std::vector<std::unique_ptr<Closure>> m_closures;
-    std::size_t m_closureNodes = 0;
-    std::shared_ptr<const void> m_life; // once somebody asked for it
+    const NodeBase* m_entryNode GENICAM_GUARDED_BY(*m_lock) = nullptr;
+    const char* m_entryMethod GENICAM_GUARDED_BY(*m_lock) = nullptr;
+    int m_evaluationDepth GENICAM_GUARDED_BY(*m_lock) = 0;
+    std::uint32_t m_evaluationSteps GENICAM_GUARDED_BY(*m_lock) = 0; // of the outermost evaluation
+    int m_writeDepth GENICAM_GUARDED_BY(*m_lock) = 0;
+    CallbackBatch* m_batch GENICAM_GUARDED_BY(*m_lock) = nullptr; // of the call in progress
+    int m_registrations GENICAM_GUARDED_BY(*m_lock) = 0;          // of all nodes
+    std::uint32_t m_walk GENICAM_GUARDED_BY(*m_lock) = 0;         // the number of the last one; marks what it has met
+    std::vector<std::unique_ptr<Closure>> m_closures GENICAM_GUARDED_BY(*m_lock);
+    std::size_t m_closureNodes GENICAM_GUARDED_BY(*m_lock) = 0;
+    std::shared_ptr<const void> m_life GENICAM_GUARDED_BY(*m_lock); // once somebody asked for it
 };
 
 /// Makes a public call the entry point unless an outer one is. Under the lock. At DEBUG, category GenApi tells the
@@ -115,11 +143,7 @@ private:
 class EntryScope {
 public:
     EntryScope(const NodeBase& node, const char* method) noexcept
-        : m_core(node.Core()), m_isEntry(m_core.m_entryNode == nullptr) {
-        if (m_isEntry) {
-            m_core.m_entryNode = &node;
-            m_core.m_entryMethod = method;
-        }
+        : m_core(node.Core()), m_isEntry(m_core.Enter(node, method)) {
         if (TraceLog().isPriorityEnabled(GenICam::LogPriority_Debug)) {
             TraceBegin(node, method);
         }
@@ -131,7 +155,7 @@ public:
             TraceEnd();
         }
         if (m_isEntry) {
-            m_core.m_entryNode = nullptr;
+            m_core.Leave();
         }
     }
 
@@ -167,6 +191,7 @@ public:
         : m_core(node.Core()), m_busy(purpose == Reading   ? &node.m_isEvaluating
                                       : purpose == Writing ? &node.m_isWriting
                                                            : nullptr) {
+        m_core.AssertLocked();
         const bool isCycle = m_busy != nullptr && *m_busy;
         std::uint32_t& steps = m_core.m_evaluationSteps;
         steps = m_core.m_evaluationDepth == 0 ? 1 : steps + 1;
@@ -181,6 +206,7 @@ public:
     EvaluationGuard(const EvaluationGuard&) = delete;
     EvaluationGuard& operator=(const EvaluationGuard&) = delete;
     ~EvaluationGuard() {
+        m_core.AssertLocked();
         --m_core.m_evaluationDepth;
         if (m_busy != nullptr) {
             *m_busy = false;
@@ -225,16 +251,18 @@ private:
 /// one is written through it invalidates on its own account, but leaves its callbacks to the outer one.
 class BatchScope {
 public:
-    BatchScope(MapCore& core, CallbackBatch& batch) noexcept
-        : m_core(core), m_isOutermost(core.m_batch == nullptr), m_outerDepth(core.m_writeDepth) {
+    BatchScope(MapCore& core, CallbackBatch& batch) noexcept : m_core(core), m_isOutermost(!core.IsChanging()) {
+        core.AssertLocked();
         if (m_isOutermost) {
             core.m_batch = &batch;
         }
-        core.m_writeDepth = 0;
+        // a change in the middle of a write is no part of it: it makes void by itself what it affects
+        m_outerDepth = std::exchange(core.m_writeDepth, 0);
     }
     BatchScope(const BatchScope&) = delete;
     BatchScope& operator=(const BatchScope&) = delete;
     ~BatchScope() {
+        m_core.AssertLocked();
         if (m_isOutermost) {
             m_core.m_batch = nullptr;
         }
@@ -244,7 +272,7 @@ public:
 private:
     MapCore& m_core;
     const bool m_isOutermost;
-    const int m_outerDepth;
+    int m_outerDepth = 0;
 };
 
 /// @p action gets the batch, to run steps that must not keep each other from their turn.

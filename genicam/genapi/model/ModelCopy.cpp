@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "genicam/genapi/map/ModelCopy.h"
+#include "genicam/genapi/model/ModelCopy.h"
 
 #include <Base/GCException.h>
 

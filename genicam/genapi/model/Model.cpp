@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "genicam/genapi/map/Model.h"
+#include "genicam/genapi/model/Model.h"
 
-#include "genicam/genapi/map/NameHash.h"
+#include "genicam/genapi/model/NameHash.h"
 
 #include <Base/GCException.h>
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "genicam/genapi/map/Kinds.h"
-#include "genicam/genapi/map/NameHash.h"
+#include "genicam/genapi/model/Kinds.h"
+#include "genicam/genapi/model/NameHash.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "genicam/genapi/map/Model.h"
+#include "genicam/genapi/model/Model.h"
 
 #include <string>
 

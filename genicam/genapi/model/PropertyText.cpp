@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "genicam/genapi/map/PropertyText.h"
+#include "genicam/genapi/model/PropertyText.h"
 
 #include <charconv>
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "genicam/genapi/map/ModelBuilder.h"
+#include "genicam/genapi/model/ModelBuilder.h"
 
-#include "genicam/genapi/map/LoadLog.h"
+#include "genicam/genapi/model/LoadLog.h"
 
 #include <Base/GCException.h>
 

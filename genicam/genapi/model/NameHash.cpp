@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "genicam/genapi/map/NameHash.h"
+#include "genicam/genapi/model/NameHash.h"
 
 #include <unistd.h>
 

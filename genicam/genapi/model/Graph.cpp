@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "genicam/genapi/map/Model.h"
+#include "genicam/genapi/model/Model.h"
 
 #include <Base/GCException.h>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "genicam/genapi/map/MapCore.h"
+#include "genicam/genapi/nodes/MapCore.h"
 
 #include "genicam/genapi/nodes/NodeFactory.h"
 
@@ -32,12 +32,12 @@ MapCore::~MapCore() {
 
 /// As if each was deregistered; the nodes stay until no callback runs that may use them.
 void MapCore::EndRegistrations() noexcept {
-    if (m_registrations == 0) {
-        return;
-    }
     std::vector<RegistrationPtr> ended;
     {
         const GenICam::AutoLock lock(*m_lock);
+        if (m_registrations == 0) {
+            return; // most maps: the nodes need not be looked at
+        }
         for (NodeBase* node : m_nodes) {
             node->EndRegistrations(ended);
         }
@@ -77,6 +77,7 @@ void MapCore::DestroyNodes() noexcept {
 }
 
 std::string MapCore::EntryPoint() const {
+    AssertLocked();
     return m_entryNode == nullptr ? std::string() : m_entryNode->NameText() + "." + m_entryMethod;
 }
 
@@ -104,7 +105,7 @@ void MapCore::AddUnvisited(std::span<const NodeIndex> nodes, std::vector<NodeBas
 
 /// The leaves of what the node writes; the node itself if it writes no other.
 void MapCore::CollectTerminals(NodeBase& node, std::vector<NodeBase*>& terminals) {
-    ++m_walk;
+    ++m_walk; // a new number instead of clearing a mark in all nodes
     std::vector<NodeBase*> open{&node};
     Visit(node);
     while (!open.empty()) {
@@ -114,6 +115,7 @@ void MapCore::CollectTerminals(NodeBase& node, std::vector<NodeBase*>& terminals
         if (children.empty()) {
             terminals.push_back(at);
         }
+        // backwards onto the stack, so that they come off in the order of the file
         for (auto child = children.rbegin(); child != children.rend(); ++child) {
             if (Visit(NodeAt(*child))) {
                 open.push_back(&NodeAt(*child));
@@ -123,6 +125,7 @@ void MapCore::CollectTerminals(NodeBase& node, std::vector<NodeBase*>& terminals
 }
 
 std::vector<NodeBase*> MapCore::TerminalsOf(NodeBase& node) {
+    AssertLocked();
     std::vector<NodeBase*> terminals;
     CollectTerminals(node, terminals);
     return terminals;
@@ -170,6 +173,7 @@ void MapCore::MarkOnlyValue(Closure& closure) {
 }
 
 const Closure& MapCore::Keep(std::unique_ptr<Closure> made, const Closure*& kept, std::unique_ptr<Closure>& spare) {
+    // the sum over all nodes may grow with the square of their number
     if (m_closureNodes + made->nodes.size() > kMaxKeptClosureNodes) {
         spare = std::move(made);
         return *spare;
@@ -182,6 +186,7 @@ const Closure& MapCore::Keep(std::unique_ptr<Closure> made, const Closure*& kept
 }
 
 const Closure& MapCore::AffectedBy(NodeBase& node, std::unique_ptr<Closure>& spare) {
+    AssertLocked();
     if (node.affected != nullptr) {
         return *node.affected;
     }
@@ -197,10 +202,12 @@ const Closure& MapCore::AffectedBy(NodeBase& node, std::unique_ptr<Closure>& spa
 }
 
 const Closure& MapCore::DependentsOf(NodeBase& node, std::unique_ptr<Closure>& spare) {
+    AssertLocked();
     if (node.dependents != nullptr) {
         return *node.dependents;
     }
     if (m_model->Edges().writing.Of(node.Index()).empty()) {
+        // a node that writes no other has no terminal nodes beside itself: both closures are one
         return AffectedBy(node, spare);
     }
     auto closure = std::make_unique<Closure>();
@@ -228,11 +235,13 @@ void MapCore::DropAll(const Closure& closure) {
 }
 
 void MapCore::Invalidate(NodeBase& node) {
+    AssertLocked();
     std::unique_ptr<Closure> spare;
     DropAll(DependentsOf(node, spare));
 }
 
 void MapCore::Invalidate(Closure& closure) {
+    AssertLocked();
     if (closure.roots == 0) {
         AddDependents(closure);
     }
@@ -240,15 +249,17 @@ void MapCore::Invalidate(Closure& closure) {
 }
 
 void MapCore::InvalidateAffected(NodeBase& node) {
+    AssertLocked();
     std::unique_ptr<Closure> spare;
     DropAll(AffectedBy(node, spare));
 }
 
 void MapCore::InvalidateAll() {
     ChangeAll([this](CallbackBatch&) {
+        AssertLocked();
         for (NodeBase* node : m_nodes) {
             node->DropCaches(false);
-            m_batch->Add(node->Registrations());
+            m_batch->Add(node->Registrations()); // of the outermost call, which need not be this one
         }
     });
 }
@@ -264,6 +275,7 @@ void MapCore::Poll(std::int64_t elapsedMs) {
                 }
             });
         }
+        // all at once: each callback fires once, however many of the nodes it depends on
         Invalidate(due);
         for (std::size_t i = 0; i < due.roots; ++i) {
             batch.Run([&] {
@@ -299,8 +311,10 @@ void EntryScope::TraceEnd() noexcept {
 }
 
 WriteScope::WriteScope(NodeBase& node) : m_core(node.Core()), m_guard(node, EvaluationGuard::Writing) {
+    m_core.AssertLocked();
     if (m_core.m_writeDepth == 0) {
         m_affected = &m_core.AffectedBy(node, m_spare);
+        // not the roots: read back in part on the way, such as the neighbours of a field, they may come from the cache
         Drop(m_affected->roots, false);
     }
     ++m_core.m_writeDepth;
@@ -313,6 +327,7 @@ WriteScope::~WriteScope() {
 }
 
 void WriteScope::Succeed() {
+    m_core.AssertLocked();
     Leave(true);
     if (m_affected != nullptr) {
         m_core.Collect(*m_affected);
@@ -328,9 +343,10 @@ void WriteScope::Drop(std::size_t from, bool keepProtected) noexcept {
 }
 
 void WriteScope::Leave(bool keepProtected) noexcept {
+    m_core.AssertLocked();
     m_isOpen = false;
     --m_core.m_writeDepth;
-    if (m_affected != nullptr) {
+    if (m_affected != nullptr) { // again: the device may have been read while the write was under way
         Drop(0, keepProtected);
     }
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "genicam/genapi/map/LoadLog.h"
+#include "genicam/genapi/model/LoadLog.h"
 
 #include <Log/CLog.h>
 
