@@ -41,12 +41,12 @@ bool BooleanNode::ReadTruth(ReadMode mode) {
         return m_value;
     }
     const EvaluationGuard guard(*this, EvaluationGuard::Reading);
-    const std::uint32_t drops = Drops();
+    const Find find(*this);
     const bool value = (m_target != nullptr ? m_target->ReadInteger(mode) : m_own) == m_on;
     if (mode.verify) {
         CheckErrorNodes();
     }
-    if (KeepsValue() && drops == Drops()) {
+    if (KeepsValue() && find.IsUndisturbed()) {
         m_value = value;
         MarkCached(Cached_Value);
     }
@@ -60,7 +60,7 @@ void BooleanNode::WriteTruth(bool value, bool verify) {
         RequireWritable();
     }
     WriteScope scope(*this);
-    const std::uint32_t drops = Drops();
+    const Find find(*this);
     if (m_target != nullptr) {
         m_target->WriteInteger(value ? m_on : m_off, verify);
     } else {
@@ -69,7 +69,7 @@ void BooleanNode::WriteTruth(bool value, bool verify) {
     if (verify) {
         CheckErrorNodes();
     }
-    if (Caching() == WriteThrough && drops == Drops()) {
+    if (Caching() == WriteThrough && find.IsUndisturbed()) {
         m_value = value;
         MarkCached(Cached_Value);
         MarkCached(Cached_Protected);

@@ -212,12 +212,12 @@ std::int64_t EnumerationNode::ReadIntValue(ReadMode mode) {
         return m_value;
     }
     const EvaluationGuard guard(*this, EvaluationGuard::Reading);
-    const std::uint32_t drops = Drops();
+    const Find find(*this);
     const std::int64_t value = m_target != nullptr ? m_target->ReadInteger(mode) : m_own;
     if (mode.verify) {
         CheckErrorNodes();
     }
-    const bool isFresh = drops == Drops();
+    const bool isFresh = find.IsUndisturbed();
     // told by the first read that can tell: one through a reference fires nothing
     if (m_isBusy && value != m_busyValue && Core().IsChanging()) {
         m_isBusy = false;
@@ -249,7 +249,7 @@ void EnumerationNode::WriteEntry(EnumEntryNode* entry, std::int64_t value, bool 
         }
     }
     WriteScope scope(*this);
-    const std::uint32_t drops = Drops();
+    const Find find(*this);
     if (m_target != nullptr) {
         m_target->WriteInteger(value, verify);
     } else {
@@ -260,7 +260,7 @@ void EnumerationNode::WriteEntry(EnumEntryNode* entry, std::int64_t value, bool 
     }
     m_isBusy = entry != nullptr && entry->IsSelfClearing();
     m_busyValue = value;
-    if (Caching() == WriteThrough && !m_isBusy && drops == Drops()) {
+    if (Caching() == WriteThrough && !m_isBusy && find.IsUndisturbed()) {
         m_value = value;
         MarkCached(Cached_Value);
         MarkCached(Cached_Protected);

@@ -102,7 +102,7 @@ EAccessMode NodeBase::FindMode() {
     }
     const EvaluationGuard guard(*this, EvaluationGuard::Asking);
     m_isComputingMode = true;
-    const std::uint32_t drops = Drops();
+    const Find find(*this);
     EAccessMode mode;
     try {
         mode = Combine(ComputeMode(), imposed);
@@ -111,7 +111,7 @@ EAccessMode NodeBase::FindMode() {
         m_isComputingMode = false;
         throw;
     }
-    if (IsModeCacheable() && drops == Drops()) {
+    if (IsModeCacheable() && find.IsUndisturbed()) {
         m_mode = static_cast<std::uint8_t>(mode);
         MarkCached(Cached_Mode);
     }

@@ -34,8 +34,9 @@ enum CacheBit : std::uint8_t {
     Cached_Max = 4,
     Cached_Inc = 8,
     Cached_Mode = 16,
-    Cached_Place = 32,    ///< address and length of a register
-    Cached_Protected = 64 ///< the value was written by the call in progress and survives its invalidation
+    Cached_Place = 32,     ///< address and length of a register
+    Cached_Protected = 64, ///< the value was written by the call in progress and survives its invalidation
+    Cached_Finding = 128   ///< nothing, but something is being found, and was not made void since; see Find
 };
 
 /// What all nodes are inside. The public interfaces take the map's lock and call the inner protocol, which nodes use
@@ -159,9 +160,11 @@ public:
         if (m_hasRaw && !spare) {
             DropRaw();
         }
-        const int kept = (onlyValue ? ~(Cached_Value | Cached_Protected) : 0) | (spare ? Cached_Value : 0);
-        // counted in the same word as the bits, as a write does this to all that depends on it
-        m_cached = (m_cached & (kDropsMask | static_cast<std::uint8_t>(kept))) + kOneDrop;
+        const int kept =
+            (onlyValue ? ~(Cached_Value | Cached_Protected | Cached_Finding) : 0) | (spare ? Cached_Value : 0);
+        if ((m_cached & ~kept) != 0) { // else there is nothing: a write comes by all that depends on it, twice
+            m_cached &= static_cast<std::uint8_t>(kept);
+        }
     }
     bool HasRegistrations() const noexcept { return !m_registrations.empty(); }
     const std::vector<RegistrationPtr>& Registrations() const noexcept { return m_registrations; }
@@ -191,21 +194,36 @@ protected:
     static ECachingMode CachingOver(NodeBase* target); ///< of what another node stores, or of an own value
     bool HasCached(CacheBit bit) const noexcept { return (m_cached & bit) != 0; }
     void MarkCached(CacheBit bit) noexcept { m_cached |= bit; }
-    void DropCached(CacheBit bit) noexcept { m_cached &= ~std::uint32_t(bit); }
+    void DropCached(CacheBit bit) noexcept { m_cached &= static_cast<std::uint8_t>(~bit); }
     void MarkHasRaw() noexcept { m_hasRaw = true; }
 
     /// Whether a value may be cached: its caching mode is not NoCache.
     bool KeepsValue() { return Caching() != NoCache; }
 
-    /// How often the caches of this node were dropped. Something that is found while this stays as it is may be cached:
-    /// a port may come back into its map in the middle of a read and make void what is just being found.
-    std::uint32_t Drops() const noexcept { return m_cached & kDropsMask; }
+    /// While something of the node is being found. It may be kept if nothing made the node void meanwhile: a port may
+    /// come back into its map in the middle of a read. One find may lie within another of the same node.
+    class Find {
+    public:
+        explicit Find(NodeBase& node) noexcept : m_node(node), m_isInner(node.HasCached(Cached_Finding)) {
+            node.MarkCached(Cached_Finding);
+        }
+        ~Find() {
+            if (!m_isInner) { // nor is it the mark of an outer one that was disturbed before
+                m_node.DropCached(Cached_Finding);
+            }
+        }
+        Find(const Find&) = delete;
+        Find& operator=(const Find&) = delete;
+
+        bool IsUndisturbed() const noexcept { return m_node.HasCached(Cached_Finding); }
+
+    private:
+        NodeBase& m_node;
+        const bool m_isInner;
+    };
 
 private:
     friend class EvaluationGuard;
-
-    static constexpr std::uint32_t kOneDrop = 0x100;
-    static constexpr std::uint32_t kDropsMask = ~(kOneDrop - 1);
 
     EAccessMode FindMode();
     EAccessMode ComputeMode();
@@ -217,7 +235,7 @@ private:
 
     MapCore& m_core;
     const NodeIndex m_index;
-    std::uint32_t m_cached = 0; // bits of CacheBit; above them the drops are counted
+    std::uint8_t m_cached = 0; // bits of CacheBit
     const NodeKind m_kind;
     std::uint8_t m_mode = RW;        // EAccessMode with what is imposed, while cached
     std::uint8_t m_imposedMode = RW; // by ImposeAccessMode

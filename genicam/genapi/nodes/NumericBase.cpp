@@ -164,13 +164,13 @@ T NumericBase<T>::ReadNumber(ReadMode mode) {
         }
     }
     const EvaluationGuard guard(*this, EvaluationGuard::Reading);
-    const std::uint32_t drops = Drops();
+    const Find find(*this);
     const T value = Evaluate(mode);
     if (mode.verify) {
         CheckLimits(value);
         CheckErrorNodes();
     }
-    if (KeepsOwnValue() && KeepsValue() && drops == Drops()) {
+    if (KeepsOwnValue() && KeepsValue() && find.IsUndisturbed()) {
         m_value = value;
         MarkCached(Cached_Value);
     }
@@ -187,12 +187,12 @@ void NumericBase<T>::WriteNumber(T value, bool verify) {
         CheckListed(value);
     }
     WriteScope scope(*this);
-    const std::uint32_t drops = Drops();
+    const Find find(*this);
     Store(value, verify);
     if (verify) {
         CheckErrorNodes();
     }
-    if (KeepsOwnValue() && Caching() == WriteThrough && drops == Drops()) {
+    if (KeepsOwnValue() && Caching() == WriteThrough && find.IsUndisturbed()) {
         m_value = value;
         MarkCached(Cached_Value);
         MarkCached(Cached_Protected);
@@ -236,14 +236,14 @@ bool NumericBase<T>::AreLimitsCacheable() {
 
 /// A limit from the cache, or found anew and then kept if it may be.
 template <typename T>
-T NumericBase<T>::Limit(CacheBit bit, T& kept, T (NumericBase::*find)()) {
+T NumericBase<T>::Limit(CacheBit bit, T& kept, T (NumericBase::*natural)()) {
     if (HasCached(bit)) {
         return kept;
     }
     const EvaluationGuard guard(*this, EvaluationGuard::Asking);
-    const std::uint32_t drops = Drops();
-    const T limit = (this->*find)();
-    if (AreLimitsCacheable() && drops == Drops()) {
+    const Find find(*this);
+    const T limit = (this->*natural)();
+    if (AreLimitsCacheable() && find.IsUndisturbed()) {
         kept = limit;
         MarkCached(bit);
     }
@@ -273,11 +273,11 @@ bool NumericBase<T>::CheckedInc(T& inc) {
         return m_hasInc;
     }
     const EvaluationGuard guard(*this, EvaluationGuard::Asking);
-    const std::uint32_t drops = Drops();
+    const Find find(*this);
     T found{};
     const bool hasInc = NaturalInc(found);
     inc = found;
-    if (AreLimitsCacheable() && drops == Drops()) {
+    if (AreLimitsCacheable() && find.IsUndisturbed()) {
         m_inc = found;
         m_hasInc = hasInc;
         MarkCached(Cached_Inc);

@@ -55,7 +55,7 @@ protected:
     T m_imposedMax = std::numeric_limits<T>::max();
 
 private:
-    T Limit(CacheBit bit, T& kept, T (NumericBase::*find)());
+    T Limit(CacheBit bit, T& kept, T (NumericBase::*natural)());
     void CheckLimits(T value);
     void CheckListed(T value);
     template <typename Value, typename Ask>

@@ -21,9 +21,9 @@ void RegisterOf<Base>::BindProperty(const Property& property) {
 template <typename Base>
 RegisterPart& RegisterOf<Base>::Located() {
     if (!this->HasCached(Cached_Place)) {
-        const std::uint32_t drops = this->Drops();
+        const NodeBase::Find find(*this);
         m_register.Locate(*this, MinLength(), MaxLength());
-        if (drops != this->Drops()) {
+        if (!find.IsUndisturbed()) {
             this->DropCached(Cached_Place); // somebody has found it meanwhile, and this find took its place
         } else if (m_register.IsPlaceCacheable()) {
             this->MarkCached(Cached_Place);

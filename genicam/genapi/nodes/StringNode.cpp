@@ -31,12 +31,12 @@ std::string StringBase::ReadText(ReadMode mode) {
         return m_value;
     }
     const EvaluationGuard guard(*this, EvaluationGuard::Reading);
-    const std::uint32_t drops = Drops();
+    const Find find(*this);
     std::string value = Evaluate(mode);
     if (mode.verify) {
         CheckErrorNodes();
     }
-    if (KeepsOwnValue() && KeepsValue() && drops == Drops()) {
+    if (KeepsOwnValue() && KeepsValue() && find.IsUndisturbed()) {
         m_value = value;
         MarkCached(Cached_Value);
     }
@@ -50,12 +50,12 @@ void StringBase::WriteText(const std::string& value, bool verify) {
         RequireWritable();
     }
     WriteScope scope(*this);
-    const std::uint32_t drops = Drops();
+    const Find find(*this);
     Store(value, verify);
     if (verify) {
         CheckErrorNodes();
     }
-    if (KeepsOwnValue() && Caching() == WriteThrough && drops == Drops()) {
+    if (KeepsOwnValue() && Caching() == WriteThrough && find.IsUndisturbed()) {
         m_value = value;
         MarkCached(Cached_Value);
         MarkCached(Cached_Protected);
