@@ -25,6 +25,17 @@ long MillisecondsOf(Step&& step) {
 /// A wait that only ends by its timeout when something is wrong.
 inline constexpr unsigned int kGenerousMs = 60000;
 
+/// Waits until a thread of this process sleeps.
+inline void AwaitBlocked(pid_t threadId) {
+    for (char state = '?'; state != 'S'; std::this_thread::yield()) {
+        std::ifstream file("/proc/self/task/" + std::to_string(threadId) + "/stat");
+        std::string text;
+        std::getline(file, text);
+        const size_t name = text.rfind(')'); // the state stands behind the name
+        state = name == std::string::npos || name + 2 >= text.size() ? '?' : text[name + 2];
+    }
+}
+
 /// Runs a call on a thread of its own, and tells when it blocks.
 class BlockingCall {
 public:
@@ -35,20 +46,13 @@ public:
           }) {}
 
     void AwaitBlocked() const {
-        while (m_threadId == 0 || State() != 'S') {
+        while (m_threadId == 0) {
             std::this_thread::yield();
         }
+        ::AwaitBlocked(m_threadId);
     }
 
 private:
-    char State() const {
-        std::ifstream file("/proc/self/task/" + std::to_string(m_threadId) + "/stat");
-        std::string text;
-        std::getline(file, text);
-        const size_t name = text.rfind(')'); // the state stands behind the name
-        return name == std::string::npos || name + 2 >= text.size() ? '?' : text[name + 2];
-    }
-
     std::atomic<pid_t> m_threadId = 0;
     std::jthread m_thread; // last: it touches the above
 };

@@ -189,8 +189,8 @@ TEST(WaitTest, InterruptionsEndAlertableWaitsAndDoNotShortenOthers) {
     EXPECT_EQ(object.WaitEx(kGenerousMs, true), WaitExResult_Alerted);
     EXPECT_EQ(object.WaitEx(WaitTimeoutInfinite, true), WaitExResult_Alerted);
     EXPECT_EQ(object.WaitEx(0, true), WaitExResult_Timeout);
-    std::jthread signaler([copy = object]() mutable {
-        WaitObject::Sleep(20);
+    std::jthread signaler([copy = object, waiter = gettid()]() mutable {
+        AwaitBlocked(waiter);
         copy.Signal();
     });
     EXPECT_EQ(object.WaitEx(WaitTimeoutInfinite, false), WaitExResult_Signaled);

@@ -162,8 +162,8 @@ TEST_F(WaitObjectsTest, InterruptionEndsAlertableWaitsOnly) {
     EXPECT_EQ(m_set.WaitForAnyEx(WaitTimeoutInfinite, true), WaitExResult_Alerted);
     EXPECT_EQ(m_set.WaitForAllEx(kGenerousMs, true), WaitExResult_Alerted);
     EXPECT_GE(MillisecondsOf([&] { EXPECT_EQ(m_set.WaitForAnyEx(50, false), WaitExResult_Timeout); }), 49);
-    std::jthread signaler([copy = m_objects[1]]() mutable {
-        WaitObject::Sleep(20);
+    std::jthread signaler([copy = m_objects[1], waiter = gettid()]() mutable {
+        AwaitBlocked(waiter);
         copy.Signal();
     });
     unsigned int index = 99;
