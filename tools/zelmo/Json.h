@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <nlohmann/json.hpp>
-
 #include "Errors.h"
+
+#include <nlohmann/json.hpp>
 
 #include <cstdint>
 #include <string>
