@@ -99,7 +99,7 @@ Interface& CTypedParameter<Parameter, InterfaceEx, Interface>::NodeFor(const cha
 template <class Parameter, class InterfaceEx, class Interface>
 bool CTypedParameter<Parameter, InterfaceEx, Interface>::Bind(GenApi::INode* node) {
     m_node = dynamic_cast<Interface*>(node);
-    PointTo(m_node);
+    this->PointTo(m_node);
     return m_node != nullptr;
 }
 

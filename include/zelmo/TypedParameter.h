@@ -6,13 +6,18 @@
 
 namespace Zelmo {
 
+/// The bases of a typed parameter. A kind whose interface is derived from further, as that of enumerations is for each
+/// typed one, says so by a specialisation that shares it.
+template <class InterfaceEx>
+class ParameterBases : public InterfaceEx, public CParameter {};
+
 /// What the typed parameters have in common: they attach to nodes of one kind only. See CParameter for all of it; an
 /// untyped view of a node of that kind can be attached as well.
 /// @tparam Parameter   the class that derives from this one
 /// @tparam InterfaceEx what it offers: Interface and IValueEx, with conveniences of its own
 /// @tparam Interface   what nodes of that kind offer
 template <class Parameter, class InterfaceEx, class Interface>
-class ZELMO_API CTypedParameter : public InterfaceEx, public CParameter {
+class ZELMO_API CTypedParameter : public ParameterBases<InterfaceEx> {
 public:
     CTypedParameter() = default;
     CTypedParameter(GenApi::INode* node);
@@ -28,7 +33,7 @@ public:
     bool Attach(GenApi::INode* node) override;
     virtual bool Attach(Interface* value);
 
-    using CParameter::Equals;
+    using ParameterBases<InterfaceEx>::Equals;
     virtual bool Equals(const Parameter& other) const;
     bool Equals(const GenApi::INode* node) const override;
     virtual bool Equals(const Interface* value) const;

@@ -4,14 +4,19 @@
 /// All of the library: for programs that would rather include one header than choose.
 
 #include <zelmo/AccessMode.h>
+#include <zelmo/ArrayParameter.h>
+#include <zelmo/BooleanParameter.h>
 #include <zelmo/BufferFactory.h>
 #include <zelmo/Callback.h>
 #include <zelmo/ChunkParser.h>
 #include <zelmo/Cleanup.h>
+#include <zelmo/CommandParameter.h>
 #include <zelmo/DefaultInterface.h>
 #include <zelmo/Device.h>
 #include <zelmo/DeviceFilter.h>
 #include <zelmo/DeviceInfo.h>
+#include <zelmo/EnumParameter.h>
+#include <zelmo/EnumParameterT.h>
 #include <zelmo/EventGrabber.h>
 #include <zelmo/Export.h>
 #include <zelmo/FloatParameter.h>
@@ -27,6 +32,7 @@
 #include <zelmo/Parameter.h>
 #include <zelmo/PixelType.h>
 #include <zelmo/StreamGrabber.h>
+#include <zelmo/StringParameter.h>
 #include <zelmo/TList.h>
 #include <zelmo/ThreadPriority.h>
 #include <zelmo/TlFactory.h>

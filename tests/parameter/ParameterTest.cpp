@@ -2,8 +2,13 @@
 #include "fakes/Failure.h"
 #include "fakes/VirtualSlots.h"
 #include "genicam/genapi/MapFixture.h"
+#include <zelmo/ArrayParameter.h>
+#include <zelmo/BooleanParameter.h>
+#include <zelmo/CommandParameter.h>
+#include <zelmo/EnumParameterT.h>
 #include <zelmo/FloatParameter.h>
 #include <zelmo/IntegerParameter.h>
+#include <zelmo/StringParameter.h>
 
 #include <gmock/gmock.h>
 
@@ -158,6 +163,35 @@ TEST(ParameterWithoutNodeTest, FailuresNameClassAndOperation) {
                  "ToString", toString, "FromString", fromString, "GetInfo", getInfo);
     ExpectNoNodeOfNumber("CIntegerParameter", CIntegerParameter(), IntegerValueCorrection_Up);
     ExpectNoNodeOfNumber("CFloatParameter", CFloatParameter(), FloatValueCorrection_ClipToRange);
+    CBooleanParameter boolean;
+    using B = CBooleanParameter;
+    ExpectNoNode(
+        "CBooleanParameter", boolean, "operator()", &B::operator(), "SetValue", [](B& o) { o.SetValue(true); },
+        "operator=", [](B& o) { o = true; });
+    CStringParameter text;
+    using S = CStringParameter;
+    ExpectNoNode("CStringParameter", text, "operator*", &S::operator*, "GetMaxLength", &S::GetMaxLength,
+                 "operator=", [](S& o) { o = "x"; });
+    CCommandParameter command;
+    using C = CCommandParameter;
+    ExpectNoNode(
+        "CCommandParameter", command, "operator()", &C::operator(), "Execute", [](C& o) { o.Execute(); }, "IsDone",
+        [](C& o) { o.IsDone(); });
+    CArrayParameter array;
+    using A = CArrayParameter;
+    ExpectNoNode(
+        "CArrayParameter", array, "GetLength", &A::GetLength, "GetAddress", &A::GetAddress, "Set",
+        [](A& o) { o.Set(nullptr, 0); }, "Get", [](A& o) { o.Get(nullptr, 0); });
+    CEnumParameter choice;
+    using E = CEnumParameter;
+    StringList_t names;
+    const char* list[] = {"x", nullptr};
+    ExpectNoNode(
+        "CEnumParameter", choice, "operator*", &E::operator*, "GetValue", [](E& o) { o.GetValue(); }, "SetValue",
+        [](E& o) { o.SetValue("x"); }, "SetValue", [&](E& o) { o.SetValue(list); }, "GetSettableValues",
+        [&](E& o) { o.GetSettableValues(names); }, "GetEntryByNameAsParameter",
+        [](E& o) { o.GetEntryByNameAsParameter("x"); }, "GetCurrentEntryAsParameter", &E::GetCurrentEntryAsParameter,
+        "operator=", [](E& o) { o = "x"; });
 }
 
 // Applications are built apart from the library and call through tables of virtual operations.
@@ -178,6 +212,14 @@ TEST(ParameterOrderTest, OperationsKeepTheirPlaces) {
     EXPECT_THAT(Slots(&F::GetValueOrDefault, &F::SetValuePercentOfRange, &F::SetToMaximum, &F::TrySetToMaximum,
                       &F::GetAlternativeIntegerRepresentation, &CFloatParameter::Release, &CFloatParameter::IsValid),
                 ElementsAre(25, 29, 31, 33, 35, 43, 44));
+    EXPECT_THAT(Slots(&CBooleanParameter::Release, &CStringParameter::Release, &CCommandParameter::Release,
+                      &CArrayParameter::Release),
+                ElementsAre(20, 22, 18, 18));
+    using E = CEnumParameter;
+    EXPECT_THAT(Slots(&E::Release, &E::GetSymbolics, &E::GetEntries, &E::SetIntValue, &E::GetIntValue,
+                      &E::GetEntryByName, &E::GetCurrentEntry, &E::GetValueOrDefault, &E::GetSettableValues,
+                      &E::GetAllValues, &E::GetEntryByNameAsParameter, &E::GetCurrentEntryAsParameter),
+                ElementsAre(20, 24, 25, 27, 29, 30, 32, 33, 40, 41, 42, 43));
 }
 
 } // namespace
