@@ -153,7 +153,8 @@ unsigned int WaitObjects::Add(const WaitObject& object) {
     if (!object.IsValid()) {
         throw RUNTIME_EXCEPTION("WaitObject is not valid");
     }
-    GenICam::Allocating([&]() ZELMO_REQUIRES(m_body->lock) { m_body->members.emplace_back(object); });
+    GenICam::Allocating( // called here and now, under the lock
+        [&]() ZELMO_NO_THREAD_SAFETY_ANALYSIS { m_body->members.emplace_back(object); });
     return static_cast<unsigned int>(position);
 }
 

@@ -7,6 +7,10 @@
 
 namespace Zelmo {
 
+// GetValue() gives the enumerator here; that of the base, which gives the text, is meant to be hidden.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Woverloaded-virtual"
+
 /// An enumeration whose values are the enumerators of a C++ type. What is refused as text is refused here: GetValue()
 /// gives the enumerator, ToString() the text.
 template <typename EnumT>
@@ -73,5 +77,7 @@ public:
 private:
     static unsigned long Index(EnumT value) noexcept { return static_cast<unsigned long>(value); }
 };
+
+#pragma GCC diagnostic pop
 
 } // namespace Zelmo

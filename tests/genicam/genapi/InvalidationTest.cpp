@@ -232,9 +232,9 @@ TEST_F(InvalidationTest, WhatIsMadeVoidWhileItIsFoundIsNotKept) {
             SCOPED_TRACE(change + " while looking at " + what);
             busy.Memory[0] = 0;
             Map->Connect(&busy);
-            busy.OnRead = [&] {
+            busy.OnRead = [&busy, &run = act] {
                 busy.Memory[0] = 1; // only now, so what was read is old
-                act();
+                run();
             };
             EXPECT_EQ(look(), 0);
             EXPECT_EQ(look(), 1);
@@ -259,9 +259,9 @@ TEST_F(InvalidationTest, WhatIsMadeVoidWhileItIsWrittenIsNotKeptAsWritten) {
          }}};
     for (const auto& [change, act] : changes) {
         SCOPED_TRACE(change);
-        busy.OnWrite = [&] {
+        busy.OnWrite = [&busy, &run = act] {
             busy.Memory[0] = 3; // what the device made of it
-            act();
+            run();
         };
         Int("R").SetValue(5);
         EXPECT_EQ(Int("R").GetValue(), 3);
