@@ -5,6 +5,7 @@
 #include <atomic>
 #include <cerrno>
 #include <cstdarg>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <dlfcn.h>
@@ -31,6 +32,16 @@ bool Strikes(const char* call) {
     return true;
 }
 
+/// The system's own form of a call. A sanitizer that is linked into the program sees a call, such as a new thread, only
+/// through a form of its own, which lies there under this name.
+template <typename Function>
+Function* SystemForm(const char* name) {
+    char sanitizers[64]; // no text that allocates: that is a call which may fail, too
+    std::snprintf(sanitizers, sizeof(sanitizers), "__interceptor_%s", name);
+    void* const form = dlsym(RTLD_DEFAULT, sanitizers);
+    return reinterpret_cast<Function*>(form != nullptr ? form : dlsym(RTLD_NEXT, name));
+}
+
 /// The system's own form of @p call, or the armed error.
 template <typename Function, typename... Arguments>
 int Call(const char* name, Function*, Arguments... arguments) {
@@ -39,7 +50,7 @@ int Call(const char* name, Function*, Arguments... arguments) {
         errno = g_error;
         return std::strcmp(name, "pthread_create") == 0 ? g_error.load() : -1;
     }
-    return static_cast<int>(reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name))(arguments...));
+    return static_cast<int>(SystemForm<Function>(name)(arguments...));
 }
 
 } // namespace
@@ -94,7 +105,7 @@ int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*
     return Call("pthread_create", &pthread_create, thread, attributes, body, argument);
 }
 int poll(pollfd* entries, nfds_t count, int timeoutMs) {
-    const auto system = reinterpret_cast<decltype(&poll)>(dlsym(RTLD_NEXT, "poll"));
+    auto* const system = SystemForm<decltype(poll)>("poll");
     if (Strikes("poll")) {
         const int ready = system(entries, count, 0);
         errno = g_error;
