@@ -14,6 +14,7 @@ namespace Zelmo {
 /// mode is neither NI nor NA, and implemented when it is not NI.
 struct ZELMO_API IEnumerationEx : virtual public GenApi::IEnumeration, virtual public IValueEx {
     using GenApi::IEnumeration::operator=;
+    IEnumerationEx& operator=(const IEnumerationEx&) = delete; // it would set nothing
 
     /// The name of the current entry; @p defaultValue without a node, and when it cannot be read now.
     virtual String_t GetValueOrDefault(const String_t& defaultValue) = 0;

@@ -21,6 +21,7 @@ struct IEnumParameterT : virtual public IEnumerationEx {
     using IEnumerationEx::SetValue;
     using IEnumerationEx::TrySetValue;
     using IEnumerationEx::operator=;
+    IEnumParameterT& operator=(const IEnumParameterT&) = delete; // it would set nothing
 
     /// @throws GenICam::AccessException for an enumerator that is none of the type's, without a node, and when it
     ///         cannot be written now; GenICam::InvalidArgumentException for an entry that the camera does not have.
@@ -47,6 +48,12 @@ public:
     using CEnumParameter::SetValue;
     using CEnumParameter::TrySetValue;
     using CEnumParameter::operator=;
+    CEnumParameterT(const CEnumParameterT& other) : CEnumParameter(other) {}
+    CEnumParameterT& operator=(const CEnumParameterT& other) { ///< Attaches to the node of @p other, if any.
+        CEnumParameter::operator=(other);
+        return *this;
+    }
+    ~CEnumParameterT() override = default;
 
     void SetValue(EnumT value, bool verify = true) override {
         CEnumParameter::SetValue(GetTable(), Index(value), verify);

@@ -23,6 +23,7 @@ enum EFloatValueCorrection : int {
 struct ZELMO_API IFloatEx : virtual public GenApi::IFloat, virtual public IValueEx {
     using GenApi::IFloat::SetValue;
     using GenApi::IFloat::operator=;
+    IFloatEx& operator=(const IFloatEx&) = delete; // it would set nothing
 
     virtual bool TrySetValue(double value) = 0;
     /// The value; @p defaultValue without a node, and when it cannot be read now.

@@ -27,6 +27,7 @@ enum EIntegerValueCorrection : int {
 struct ZELMO_API IIntegerEx : virtual public GenApi::IInteger, virtual public IValueEx {
     using GenApi::IInteger::SetValue;
     using GenApi::IInteger::operator=;
+    IIntegerEx& operator=(const IIntegerEx&) = delete; // it would set nothing
 
     virtual bool TrySetValue(int64_t value) = 0;
     /// The value; @p defaultValue without a node, and when it cannot be read now.

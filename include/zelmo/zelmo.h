@@ -25,6 +25,7 @@
 #include <zelmo/GrabStrategy.h>
 #include <zelmo/Image.h>
 #include <zelmo/Info.h>
+#include <zelmo/InstantCameraParams.h>
 #include <zelmo/IntegerParameter.h>
 #include <zelmo/Interface.h>
 #include <zelmo/Lifecycle.h>

@@ -7,7 +7,7 @@ target=$1 file=$2
 required=
 case $target in
 genicam) own='((.* for |.*thunk to )?(GenApi|GenICam)::.*)' required='typeinfo for GenICam::GenericException' ;;
-zelmo) own='((.* for |.*thunk to )?(Zelmo|hxlog)::.*|GetZelmoVersion(String)?)' required='typeinfo for Zelmo::CTlInfo' ;;
+zelmo) own='((.* for |.*thunk to )?(Zelmo|hxlog|Harlix_[A-Za-z]*Params)::.*|GetZelmoVersion(String)?)' required='typeinfo for Zelmo::CTlInfo' ;;
 zelmo_TL_*) own='(Create|Destroy|GetTLInfoList)' required=$'Create\nDestroy\nGetTLInfoList' ;;
 esac
 visible=$("$NM" -DC --defined-only "$file" | sed -E 's/^[0-9a-f]* +[A-Za-z] //' | sort -u)
