@@ -13,7 +13,8 @@ die() { # exit-code message…
 
 # Where the presets are built: in the project, or in the user's cache when the project belongs to somebody else.
 builds=$PWD/build
-mkdir -p "$builds" 2>/dev/null && [ -w "$builds" ] || builds=${XDG_CACHE_HOME:-$HOME/.cache}/zelmo/build
+mkdir -p "$builds" 2>/dev/null && [ -w "$builds" ] ||
+    builds=${XDG_CACHE_HOME:-$HOME/.cache}/zelmo/build-$(cksum <<<"$PWD" | cut -d' ' -f1)
 
 # Configures a preset when it was not yet, and builds it; without changes neither does anything.
 build_preset() ( # preset [target…]

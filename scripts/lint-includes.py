@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
 """Checks that the includes of each file stand in four blocks: its own header; the project's; other libraries'; the system's.
 
 lint-includes.py [--fix] [FILE…]

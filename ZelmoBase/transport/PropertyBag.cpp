@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "ZelmoBase/transport/PropertyBag.h"
 
+#include <Base/GCAllocating.h>
 #include <Base/GCException.h>
 #include <Base/GCUtilities.h>
 
@@ -29,7 +30,7 @@ bool CPropertyBag::GetPropertyValue(const String_t& name, String_t& value) const
 }
 
 CPropertyBag& CPropertyBag::SetPropertyValue(const String_t& name, const String_t& value) {
-    const bool added = m_properties.insert_or_assign(name, value).second;
+    const bool added = GenICam::Allocating([&] { return m_properties.insert_or_assign(name, value).second; });
     (added ? m_extended : m_modified) = true;
     return *this;
 }

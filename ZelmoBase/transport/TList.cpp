@@ -3,6 +3,8 @@
 
 #include <zelmo/DeviceInfo.h>
 
+#include <Base/GCAllocating.h>
+
 #include <limits>
 #include <new>
 #include <utility>
@@ -20,7 +22,7 @@ struct TList<T>::Storage {
 template <class T>
 typename TList<T>::Storage& TList<T>::Data() {
     if (!m_storage) {
-        m_storage = new Storage;
+        m_storage = GenICam::Allocating([] { return new Storage; });
     }
     return *m_storage;
 }
@@ -32,13 +34,14 @@ const typename TList<T>::Storage& TList<T>::Data() const {
 }
 
 template <class T>
-TList<T>::TList() : m_storage(new Storage) {}
+TList<T>::TList() : m_storage(GenICam::Allocating([] { return new Storage; })) {}
 
 template <class T>
-TList<T>::TList(size_type count) : m_storage(new Storage{std::vector<T>(count)}) {}
+TList<T>::TList(size_type count)
+    : m_storage(GenICam::Allocating([count] { return new Storage{std::vector<T>(count)}; })) {}
 
 template <class T>
-TList<T>::TList(const TList& other) : m_storage(new Storage(other.Data())) {}
+TList<T>::TList(const TList& other) : m_storage(GenICam::Allocating([&other] { return new Storage(other.Data()); })) {}
 
 template <class T>
 TList<T>::TList(TList&& other) noexcept : m_storage(std::exchange(other.m_storage, nullptr)) {}
@@ -74,7 +77,7 @@ TList<T>::~TList() {
 
 template <class T>
 void TList<T>::assign(size_type count, const T& value) {
-    Data().items.assign(count, value);
+    GenICam::Allocating([&] { Data().items.assign(count, value); });
 }
 
 template <class T>
@@ -155,7 +158,7 @@ std::size_t TList<T>::size() const {
 
 template <class T>
 typename TList<T>::iterator TList<T>::insert(iterator position, const T& value) {
-    const auto inserted = Data().items.insert(Data().At(position), value);
+    const auto inserted = GenICam::Allocating([&] { return Data().items.insert(Data().At(position), value); });
     return begin() + (inserted - Data().items.begin());
 }
 
@@ -171,22 +174,22 @@ void TList<T>::pop_back() {
 
 template <class T>
 void TList<T>::push_back(const T& value) {
-    Data().items.push_back(value);
+    GenICam::Allocating([&] { Data().items.push_back(value); });
 }
 
 template <class T>
 void TList<T>::push_back(T&& value) {
-    Data().items.push_back(std::move(value));
+    GenICam::Allocating([&] { Data().items.push_back(std::move(value)); });
 }
 
 template <class T>
 void TList<T>::resize(size_type count) {
-    Data().items.resize(count);
+    GenICam::Allocating([&] { Data().items.resize(count); });
 }
 
 template <class T>
 void TList<T>::reserve(size_type count) {
-    Data().items.reserve(count);
+    GenICam::Allocating([&] { Data().items.reserve(count); });
 }
 
 template <class T>

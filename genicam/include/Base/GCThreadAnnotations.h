@@ -17,6 +17,5 @@
 #define GENICAM_TRY_ACQUIRE(...) GENICAM_THREAD_ATTRIBUTE(try_acquire_capability(__VA_ARGS__))
 #define GENICAM_RELEASE(...) GENICAM_THREAD_ATTRIBUTE(release_capability(__VA_ARGS__))
 #define GENICAM_ASSERT_CAPABILITY(lock) GENICAM_THREAD_ATTRIBUTE(assert_capability(lock))
-#define GENICAM_EXCLUDES(...) GENICAM_THREAD_ATTRIBUTE(locks_excluded(__VA_ARGS__))
 #define GENICAM_RETURN_CAPABILITY(lock) GENICAM_THREAD_ATTRIBUTE(lock_returned(lock))
 #define GENICAM_NO_THREAD_SAFETY_ANALYSIS GENICAM_THREAD_ATTRIBUTE(no_thread_safety_analysis)
