@@ -11,6 +11,7 @@
 #include <zelmo/ChunkParser.h>
 #include <zelmo/Cleanup.h>
 #include <zelmo/CommandParameter.h>
+#include <zelmo/ConfigurationEventHandler.h>
 #include <zelmo/DefaultInterface.h>
 #include <zelmo/Device.h>
 #include <zelmo/DeviceFilter.h>
@@ -25,6 +26,7 @@
 #include <zelmo/GrabStrategy.h>
 #include <zelmo/Image.h>
 #include <zelmo/Info.h>
+#include <zelmo/ImageEventHandler.h>
 #include <zelmo/InstantCameraParams.h>
 #include <zelmo/IntegerParameter.h>
 #include <zelmo/Interface.h>
@@ -32,6 +34,7 @@
 #include <zelmo/Log.h>
 #include <zelmo/Parameter.h>
 #include <zelmo/PixelType.h>
+#include <zelmo/Registration.h>
 #include <zelmo/StreamGrabber.h>
 #include <zelmo/StringParameter.h>
 #include <zelmo/TList.h>
