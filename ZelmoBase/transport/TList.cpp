@@ -7,6 +7,7 @@
 
 #include <limits>
 #include <new>
+#include <stdexcept>
 #include <utility>
 #include <vector>
 
@@ -189,6 +190,9 @@ void TList<T>::resize(size_type count) {
 
 template <class T>
 void TList<T>::reserve(size_type count) {
+    if (count > max_size()) {
+        throw std::length_error("TList::reserve beyond max_size()"); // as a growing array does, and no lack of memory
+    }
     GenICam::Allocating([&] { Data().items.reserve(count); });
 }
 

@@ -13,7 +13,8 @@ namespace Zelmo {
 /// Only the three lists at the end of Info.h and DeviceInfo.h exist; their code is in the library.
 ///
 /// Iterators are random access and go stale as those of any growing array do. at() throws std::out_of_range for an
-/// index at or above size(), operator[] does not check. reserve() beyond max_size() throws std::length_error.
+/// index at or above size(), operator[] does not check. reserve() beyond max_size() throws std::length_error,
+/// what finds no memory GenICam::BadAllocException.
 /// Threads: one at a time.
 template <class T>
 class ZELMO_API TList {

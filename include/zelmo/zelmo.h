@@ -25,8 +25,8 @@
 #include <zelmo/GrabResultPtr.h>
 #include <zelmo/GrabStrategy.h>
 #include <zelmo/Image.h>
-#include <zelmo/Info.h>
 #include <zelmo/ImageEventHandler.h>
+#include <zelmo/Info.h>
 #include <zelmo/InstantCameraParams.h>
 #include <zelmo/IntegerParameter.h>
 #include <zelmo/Interface.h>
