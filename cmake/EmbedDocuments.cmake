@@ -3,7 +3,7 @@
 # Embeds text files into a library.
 #
 # zelmo_embed_documents(<header> FILES …)
-# Writes <header>, with a constexpr table builtinDocuments of { name, text } in the order of the files; a name is the
+# Writes <header>, with a constexpr table kBuiltinDocuments of { name, text } in the order of the files; a name is the
 # file's without folder and extension. Written again when one of the files changes. Run as a script (cmake -P), this
 # file is the generator.
 
@@ -28,13 +28,13 @@ function(write_table output files)
         string(LENGTH "${bytes}" digits)
         math(EXPR size "${digits} / 2")
         string(REGEX REPLACE "(..)" "'\\\\x\\1'," bytes "${bytes}")
-        string(APPEND arrays "inline constexpr char document${name}[] = {${bytes}'\\0'};\n")
-        string(APPEND rows "    {\"${name}\", {document${name}, ${size}}},\n")
+        string(APPEND arrays "inline constexpr char kDocument${name}[] = {${bytes}'\\0'};\n")
+        string(APPEND rows "    {\"${name}\", {kDocument${name}, ${size}}},\n")
     endforeach()
     file(WRITE ${output} "#pragma once\n\n#include <string_view>\n\nnamespace Zelmo {\n\n"
         "struct BuiltinDocument {\n    std::string_view name;\n    std::string_view text;\n};\n\n"
         "${arrays}\n"
-        "inline constexpr BuiltinDocument builtinDocuments[] = {\n${rows}};\n\n} // namespace Zelmo\n")
+        "inline constexpr BuiltinDocument kBuiltinDocuments[] = {\n${rows}};\n\n} // namespace Zelmo\n")
 endfunction()
 
 if(CMAKE_SCRIPT_MODE_FILE)

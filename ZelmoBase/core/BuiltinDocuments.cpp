@@ -6,7 +6,7 @@
 namespace Zelmo {
 
 bool FindBuiltinDocument(std::string_view name, std::string_view& text) {
-    for (const BuiltinDocument& document : builtinDocuments) {
+    for (const BuiltinDocument& document : kBuiltinDocuments) {
         if (document.name == name) {
             text = document.text;
             return true;

@@ -87,8 +87,8 @@ int OpenGlobalLock(const std::string& path) noexcept {
 } // namespace
 
 int GetMutexProtocol() noexcept {
-    static const int protocol = MayRunRealTime() ? PTHREAD_PRIO_INHERIT : PTHREAD_PRIO_NONE;
-    return protocol;
+    static const int kProtocol = MayRunRealTime() ? PTHREAD_PRIO_INHERIT : PTHREAD_PRIO_NONE;
+    return kProtocol;
 }
 
 CLock::CLock() {

@@ -27,7 +27,7 @@ NodeMapPtr MakeNodeMap(GenApi::CNodeMapFactory& factory, GenApi::IPort& port) {
 } // namespace
 
 std::string_view DescriptionText(std::string_view name) {
-    for (const Zelmo::BuiltinDocument& document : Zelmo::builtinDocuments) {
+    for (const Zelmo::BuiltinDocument& document : Zelmo::kBuiltinDocuments) {
         if (document.name == name) {
             return document.text;
         }

@@ -60,7 +60,7 @@ TEST(WaitObjectTest, CopiesAreOneFlagWithDescriptorsOfTheirOwn) {
         EXPECT_FALSE(first.Wait(0));
         const WaitObjectEx moved(std::move(first)); // is one more copy
         EXPECT_EQ(Fakes::OpenDescriptors(), before + 8);
-        EXPECT_TRUE(first.IsValid());
+        EXPECT_TRUE(first.IsValid()); // NOLINT(bugprone-use-after-move): it is whole still
         first.Destroy();
         first.Destroy();
         copy.Signal();

@@ -290,7 +290,7 @@ TEST_F(WaitableTimerTest, StaysWholeWhatEverIsDoneThroughItsBase) {
     EXPECT_THROW(base = copy, GenICam::LogicalErrorException);
     m_timer->Set(1);
     EXPECT_TRUE(copy.Wait(kGenerousMs));
-    base.Destroy();
+    base.Destroy(); // NOLINT(bugprone-use-after-move): it is whole still
     EXPECT_TRUE(KernelTimers().empty());
     EXPECT_FALSE(m_timer->IsValid());
     copy = WaitObjectEx::Create(); // a copy is no timer

@@ -53,11 +53,11 @@ std::optional<double> ParseFloat(const std::string& text) {
 }
 
 std::optional<bool> ParseBoolean(const std::string& text) {
-    static const std::pair<const char*, bool> words[] = {
+    static const std::pair<const char*, bool> kWords[] = {
         {"1", true},      {"0", false},  {"true", true}, {"false", false}, {"True", true},
         {"False", false}, {"Yes", true}, {"No", false},  {"On", true},     {"Off", false},
     };
-    for (const auto& [word, value] : words) {
+    for (const auto& [word, value] : kWords) {
         if (text == word) {
             return value;
         }
