@@ -71,7 +71,9 @@ TEST_F(GrabTest, CommandsAndSettingsAreDoneInTheOrderGiven) {
 TEST_F(GrabTest, LossesAreToldWithTheirCause) {
     const ToolResult result = Run({"grab", "-d", "0", "-n", "60", "--set", "ExposureTime=500", "--set",
                                    "AcquisitionFrameRate=2000", "-o", "%d.png"});
-    EXPECT_THAT(result.err, testing::ContainsRegex("images were lost: no buffer was free when they came, as writing"));
+    // the writer is too slow or, where a sanitizer slows the camera down more than the writer, the camera is
+    EXPECT_THAT(result.err, testing::ContainsRegex("images were lost: (no buffer was free when they came, as writing"
+                                                   "|not for want of a buffer, but on the way)"));
 }
 
 TEST_F(GrabTest, StreamsTakeTheBytesOfAllImagesAndNothingElse) {
