@@ -8,7 +8,6 @@
 #include <zelmo/Registration.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cstdint>
 #include <iterator>
 #include <list>
@@ -23,12 +22,12 @@ namespace Zelmo {
 /// in it once it has heard of its registration; what is removed ends at once, and its place stays empty until the walk
 /// is over.
 ///
-/// Locks:   the registry's lock belongs to the owner, who holds it but for Register with RegistrationMode_Append where
-/// it
-///          may do without. Inside, a leaf guards the list; no handler is called with that one held.
+/// Locks:   the registry's lock belongs to the owner, who holds it for all but IsEmpty, SetBlocked and, where
+///          handlers are to be added while others run, Register with RegistrationMode_Append. Inside, a leaf guards
+///          the list; nothing is called or logged with that one held.
 /// Threads: any, under those locks.
-/// @tparam Kind as that of CRegisteredEventHandler; also Registered(handler, camera), LogRegistered(camera, cookie),
-///              LogBlocked(camera, cookie) and LogClearing(camera)
+/// @tparam Kind as that of CRegisteredEventHandler; also Registered(handler, camera),
+///              LogRegistered(camera, cookie, metaData), LogBlocked(camera, cookie) and LogClearing(camera)
 template <class Kind>
 class CEventHandlerRegistry {
 public:
@@ -52,19 +51,22 @@ public:
         }
         std::shared_ptr<Record> record;
         if (handler != nullptr) {
-            record = Own(
-                new CRegisteredEventHandler<Kind>(m_camera, handler, counter, cleanup, cookie, std::move(metaData)));
+            record = Own(new CRegisteredEventHandler<Kind>(m_camera, handler, counter, cleanup, cookie, metaData));
         }
-        if (m_isBlocked) {
-            Kind::LogBlocked(m_camera, record != nullptr ? cookie : Cookie{});
-            return; // the record goes, and ends the registration
+        if (!IsBlocked()) {
+            if (mode == RegistrationMode_ReplaceAll) {
+                Clear();
+            }
+            if (record == nullptr) {
+                return;
+            }
+            if (const std::uint64_t number = Append(record)) {
+                Kind::LogRegistered(m_camera, cookie, metaData);
+                Tell(number);
+                return;
+            }
         }
-        if (mode == RegistrationMode_ReplaceAll) {
-            Clear();
-        }
-        if (record != nullptr) {
-            Tell(Append(std::move(record)));
-        }
+        Kind::LogBlocked(m_camera, record != nullptr ? cookie : Cookie{}); // the record goes, and ends the registration
     }
 
     /// Ends the youngest registration with that cookie. @return false when there is none.
@@ -90,8 +92,11 @@ public:
         }
     }
 
-    /// Whether registrations are turned away.
-    void SetBlocked(bool isBlocked) noexcept { m_isBlocked = isBlocked; }
+    /// Whether registrations are turned away. None is added any more once this has returned.
+    void SetBlocked(bool isBlocked) noexcept {
+        CLockGuard lock(m_listLock);
+        m_isBlocked = isBlocked;
+    }
 
     bool IsEmpty() const noexcept {
         CLockGuard lock(m_listLock);
@@ -125,11 +130,20 @@ private:
         return std::shared_ptr<Record>(record, CInterfaceDataDeallocator()); // without memory it ends the record, too
     }
 
-    /// @return the number of the registration.
-    std::uint64_t Append(std::shared_ptr<Record> record) {
+    bool IsBlocked() const noexcept {
         CLockGuard lock(m_listLock);
-        m_nodes.push_back({std::move(record), ++m_lastNumber});
-        return m_lastNumber;
+        return m_isBlocked;
+    }
+
+    /// Takes @p record. @return the number of the registration; 0, with @p record left, when registrations are blocked.
+    std::uint64_t Append(std::shared_ptr<Record>& record) {
+        CLockGuard lock(m_listLock);
+        if (m_isBlocked) {
+            return 0;
+        }
+        m_nodes.push_back({nullptr, m_lastNumber + 1});
+        m_nodes.back().record = std::move(record);
+        return ++m_lastNumber;
     }
 
     /// From here on the handler is called, whatever it throws when it hears of it.
@@ -145,7 +159,6 @@ private:
             CLockGuard lock(m_listLock);
             if (Node* const node = Find(number)) {
                 handler = node->record->GetInterface();
-                Kind::LogRegistered(m_camera, node->record->GetCookie(), node->record->GetMetaData());
                 node->record->SetNotified();
             }
         }
@@ -207,8 +220,8 @@ private:
     }
 
     CInstantCamera& m_camera;
-    std::atomic<bool> m_isBlocked{false};
     mutable CMutex m_listLock; // a leaf
+    bool m_isBlocked ZELMO_GUARDED_BY(m_listLock) = false;
     Nodes m_nodes ZELMO_GUARDED_BY(m_listLock);
     unsigned m_walks ZELMO_GUARDED_BY(m_listLock) = 0;
     std::uint64_t m_lastNumber ZELMO_GUARDED_BY(m_listLock) = 0;

@@ -194,14 +194,14 @@ private:
     std::shared_ptr<IBufferFactory> m_bufferFactory;
 
     // written under the buffer lock; atomics are also read without it, as a hint
-    boost::circular_buffer<CBufferData*>
-        m_inGrabber ZELMO_GUARDED_BY(m_bufferLock); // the oldest first; what else comes from the grabber is not ours
-    std::atomic<std::uint64_t> m_queued{0};         // their number
-    std::atomic<std::uint64_t> m_retrieved{0};      // results taken off the grabber in this session
-    std::atomic<bool> m_underway{false};            // a result is between grabber and queue; cleared under m_queueLock
+    // in the grabber, the oldest first: what else comes from it is not ours
+    boost::circular_buffer<CBufferData*> m_inGrabber ZELMO_GUARDED_BY(m_bufferLock);
+    std::atomic<std::uint64_t> m_queued{0};    // their number
+    std::atomic<std::uint64_t> m_retrieved{0}; // results taken off the grabber in this session
+    std::atomic<bool> m_underway{false};       // a result is between grabber and queue; cleared under m_queueLock
     unsigned m_returnGuard ZELMO_GUARDED_BY(m_bufferLock) = 0; // keeps OnItemAvailable from running inside itself
-    bool m_bufferWanted ZELMO_GUARDED_BY(m_bufferLock) =
-        false; // what m_bufferWantedObject shows, but for GrabStrategy_UpcomingImage
+    // what m_bufferWantedObject shows, but for GrabStrategy_UpcomingImage
+    bool m_bufferWanted ZELMO_GUARDED_BY(m_bufferLock) = false;
 
     WaitObjectEx m_bufferWantedObject;
     std::shared_ptr<CSessionEnd> m_end = std::make_shared<CSessionEnd>(); // of the session; its stop object

@@ -119,7 +119,7 @@ private:
     void DestroyHandler() noexcept {
         hxlog::LogTrace(CameraLogCategory(), hxlog::LogLevel_Notice, "Camera %p: %s, cookie=%p", Camera(),
                         Kind::kDestroy, Cookie());
-        RunGuarded([this] { Kind::Destroy(*std::exchange(m_handler, nullptr)); },
+        RunGuarded([this] { Kind::Destroy(*m_handler); },
                    [this](const char* text) {
                        LogFailure("Camera %p: Exception caught while calling %s, cookie %p, msg=%s",
                                   "Camera %p: Unknown exception caught while calling %s, cookie %p", Kind::kDestroy,
@@ -135,8 +135,8 @@ private:
         }
     }
 
-    typename Kind::Handler* m_handler; // the application's
-    long* const m_counter;             // likewise
+    typename Kind::Handler* const m_handler; // the application's
+    long* const m_counter;                   // likewise
     const ECleanup m_cleanup;
     CInstantCamera& m_camera;
     bool m_isNotified = false;
