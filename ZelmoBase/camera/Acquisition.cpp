@@ -3,13 +3,17 @@
 
 #include "ZelmoBase/camera/CameraLog.h"
 #include "ZelmoBase/core/Guarded.h"
+#include "ZelmoBase/core/Mutex.h"
+#include "ZelmoBase/core/ScopeGuard.h"
 
-#include <zelmo/Device.h>
+#include <zelmo/WaitObject.h>
 
 #include <Base/GCSynch.h>
 #include <GenApi/ICommand.h>
 #include <GenApi/INodeMap.h>
 #include <GenApi/Pointer.h>
+
+#include <utility>
 
 namespace Zelmo {
 namespace {
@@ -23,27 +27,51 @@ void ExecuteIfWritable(GenApi::INodeMap& nodeMap, const char* name) {
 
 } // namespace
 
-void CAcquisition::Start(IZelmoDevice& device) {
-    GenApi::INodeMap* const nodeMap = device.GetNodeMap();
-    if (nodeMap != nullptr) {
-        GenICam::AutoLock lock(nodeMap->GetLock());
-        ExecuteIfWritable(*nodeMap, "AcquisitionStart");
+/// Without the lock, which those wait for who are called back by what the camera does at its start.
+void CAcquisition::Start() {
+    if (m_nodeMap == nullptr) {
+        return;
+    }
+    {
+        GenICam::AutoLock lock(m_nodeMap->GetLock());
         m_started = true;
+    }
+    ExecuteIfWritable(*m_nodeMap, "AcquisitionStart");
+}
+
+void CAcquisition::StopIfOwed() {
+    if (std::exchange(m_started, false)) {
+        ExecuteIfWritable(*m_nodeMap, "AcquisitionStop");
     }
 }
 
-void CAcquisition::Stop(IZelmoDevice& device, const char* known, const char* unknown) noexcept {
-    RunLogged(CameraLogCategory(), known, unknown, [&] {
-        GenApi::INodeMap* const nodeMap = device.GetNodeMap();
-        if (nodeMap == nullptr) {
-            return;
-        }
-        GenICam::AutoLock lock(nodeMap->GetLock());
-        if (m_started) {
-            m_started = false;
-            ExecuteIfWritable(*nodeMap, "AcquisitionStop");
-        }
-    });
+void CAcquisition::Stop() noexcept {
+    RunLogged(CameraLogCategory(), "Exception caught while executing acquisition stop, msg='%s'",
+              "Unknown exception caught while executing acquisition stop.", [this] {
+                  if (m_nodeMap != nullptr) {
+                      GenICam::AutoLock lock(m_nodeMap->GetLock());
+                      StopIfOwed();
+                  }
+              });
+}
+
+void CAcquisition::StopFromEngine(const WaitObject& stop) noexcept {
+    constexpr unsigned stepMs = 1;
+    RunLogged(CameraLogCategory(), "Exception caught while executing acquisition stop from grab thread, msg='%s'",
+              "Unknown exception caught while executing acquisition stop from grab thread.",
+              [&]() ZELMO_NO_THREAD_SAFETY_ANALYSIS {
+                  if (m_nodeMap == nullptr) {
+                      return;
+                  }
+                  GenICam::CLock& lock = m_nodeMap->GetLock();
+                  while (!lock.TryLock()) {
+                      if (stop.Wait(stepMs)) {
+                          return;
+                      }
+                  }
+                  const ScopeGuard unlock([&lock]() ZELMO_NO_THREAD_SAFETY_ANALYSIS { lock.Unlock(); });
+                  StopIfOwed();
+              });
 }
 
 } // namespace Zelmo

@@ -1,25 +1,38 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+namespace GenApi {
+struct INodeMap;
+}
+
 namespace Zelmo {
 
-class IZelmoDevice;
+class WaitObject;
 
 /// Starts and stops the acquisition of a camera by its features.
-/// Threads: any; Stop also on the engine thread, which never takes the camera lock. Locks: that of the device's node
-/// map, which guards whether the camera owes a stop.
+/// Threads: StopFromEngine is the engine thread's, which never takes the camera lock; the rest comes with that lock
+/// held. Locks: that of the device's node map, which guards whether the camera owes a stop.
 class CAcquisition {
 public:
-    /// Executes "AcquisitionStart", if the device has it and lets it be written; a stop is owed either way.
-    /// @throws what the device throws; no stop is owed then.
-    void Start(IZelmoDevice& device);
+    /// Before the engine starts. Borrows @p nodeMap until the engine has stopped; null where the device has none.
+    void SetNodeMap(GenApi::INodeMap* nodeMap) noexcept { m_nodeMap = nodeMap; }
 
-    /// Executes "AcquisitionStop" likewise, if a stop is owed. What the device throws is logged with @p known or
-    /// @p unknown.
-    void Stop(IZelmoDevice& device, const char* known, const char* unknown) noexcept;
+    /// Executes "AcquisitionStart", if the device has it and lets it be written. A stop is owed from here on, even when
+    /// it throws what the device throws.
+    void Start();
+
+    /// Executes "AcquisitionStop" likewise, if a stop is owed. What the device throws is logged.
+    void Stop() noexcept;
+
+    /// The same. While others hold the lock of the node map it waits no longer than until @p stop is signaled: then the
+    /// thread that stops does it.
+    void StopFromEngine(const WaitObject& stop) noexcept;
 
 private:
-    bool m_started = false; // guarded by the lock of the device's node map
+    void StopIfOwed(); // with the lock of the node map held
+
+    GenApi::INodeMap* m_nodeMap = nullptr; // the device's
+    bool m_started = false;                // guarded by its lock
 };
 
 } // namespace Zelmo

@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "ZelmoBase/camera/CameraEventMetaData.h"
 #include "ZelmoBase/camera/CameraLog.h"
+#include "ZelmoBase/camera/HandlerScope.h"
 #include "ZelmoBase/camera/RegisteredEventHandler.h"
 
+#include <zelmo/CameraEventHandler.h>
 #include <zelmo/ConfigurationEventHandler.h>
 #include <zelmo/ImageEventHandler.h>
 
@@ -11,11 +14,18 @@
 
 #include <cstdint>
 #include <exception>
+#include <memory>
 #include <utility>
 
 namespace Zelmo {
 
-// What the registries of configuration and of image event handlers have of their own; see CEventHandlerRegistry.
+// What the registries of each kind of handler have of their own; see CEventHandlerRegistry.
+
+template <class Kind>
+void LogClearingRegistry(const CInstantCamera& camera) noexcept {
+    hxlog::LogTrace(CameraLogCategory(), hxlog::LogLevel_Notice, "Camera %p: Clearing %s registry.",
+                    static_cast<const void*>(&camera), Kind::kHandlers);
+}
 
 /// The log lines of a kind whose handlers are told apart by their cookie alone.
 template <class Kind, class Cookie>
@@ -30,10 +40,8 @@ struct CCookieLog {
     static void LogBlocked(const CInstantCamera& camera, Cookie cookie) noexcept {
         LogCookie("Camera %p: %s registration blocked, cookie=%p", camera, Kind::kWhat, cookie);
     }
-    static void LogClearing(const CInstantCamera& camera) noexcept {
-        hxlog::LogTrace(CameraLogCategory(), hxlog::LogLevel_Notice, "Camera %p: Clearing %s registry.",
-                        static_cast<const void*>(&camera), Kind::kHandlers);
-    }
+    static void LogClearing(const CInstantCamera& camera) noexcept { LogClearingRegistry<Kind>(camera); }
+    static void End(const NoInterfaceMetaData&) noexcept {}
 
 private:
     static void LogCookie(const char* format, const CInstantCamera& camera, const char* what, Cookie cookie) noexcept {
@@ -52,7 +60,9 @@ struct CConfigurationHandlers : CCookieLog<CConfigurationHandlers, const Configu
     static constexpr char kWhat[] = "Configuration";
     static constexpr char kHandlers[] = "configuration event handler";
 
-    static void Registered(Handler& handler, CInstantCamera& camera) { handler.OnConfigurationRegistered(camera); }
+    static void Registered(Handler& handler, CInstantCamera& camera, const MetaData& /*data*/) {
+        handler.OnConfigurationRegistered(camera);
+    }
     static void Deregistered(Handler& handler, CInstantCamera& camera, Cookie /*cookie*/, const MetaData& /*data*/) {
         handler.OnConfigurationDeregistered(camera);
     }
@@ -69,11 +79,55 @@ struct CImageHandlers : CCookieLog<CImageHandlers, const ImageEventHandlerCookie
     static constexpr char kWhat[] = "Image event handler";
     static constexpr char kHandlers[] = "image event handler";
 
-    static void Registered(Handler& handler, CInstantCamera& camera) { handler.OnImageEventHandlerRegistered(camera); }
+    static void Registered(Handler& handler, CInstantCamera& camera, const MetaData& /*data*/) {
+        handler.OnImageEventHandlerRegistered(camera);
+    }
     static void Deregistered(Handler& handler, CInstantCamera& camera, Cookie /*cookie*/, const MetaData& /*data*/) {
         handler.OnImageEventHandlerDeregistered(camera);
     }
     static void Destroy(Handler& handler) { handler.DestroyImageEventHandler(); }
+};
+
+struct CCameraEventHandlers {
+    using Handler = CCameraEventHandler;
+    using Cookie = CameraEventHandlerCookie;
+    using MetaData = std::shared_ptr<CCameraEventMetaData>;
+    static constexpr char kDeregistered[] = "OnCameraEventHandlerDeregistered";
+    static constexpr char kDestroy[] = "DestroyCameraEventHandler";
+    static constexpr char kHandlers[] = "camera event handler";
+
+    static const void* Address(const Cookie& cookie) noexcept { return cookie.first; }
+    static void LogRegistered(const CInstantCamera& camera, const Cookie& cookie, const MetaData& data) noexcept {
+        LogEvent("OnCameraEventHandlerRegistered", camera, cookie, *data);
+    }
+    static void LogDeregistered(const CInstantCamera& camera, const Cookie& cookie, const MetaData& data) noexcept {
+        LogEvent(kDeregistered, camera, cookie, *data);
+    }
+    static void LogBlocked(const CInstantCamera& camera, const Cookie& cookie) noexcept {
+        hxlog::LogTrace(CameraLogCategory(), hxlog::LogLevel_Notice,
+                        "Camera %p: Camera event handler registration blocked, cookie=%p, node=%s",
+                        static_cast<const void*>(&camera), Address(cookie), cookie.second.c_str());
+    }
+    static void LogClearing(const CInstantCamera& camera) noexcept {
+        LogClearingRegistry<CCameraEventHandlers>(camera);
+    }
+
+    static void Registered(Handler& handler, CInstantCamera& camera, const MetaData& data) {
+        handler.OnCameraEventHandlerRegistered(camera, data->GetNodeName(), data->GetUserId());
+    }
+    static void Deregistered(Handler& handler, CInstantCamera& camera, const Cookie& /*cookie*/, const MetaData& data) {
+        handler.OnCameraEventHandlerDeregistered(camera, data->GetNodeName(), data->GetUserId());
+    }
+    static void Destroy(Handler& handler) { handler.DestroyCameraEventHandler(); }
+    static void End(const MetaData& data) noexcept { data->Disconnect(); }
+
+private:
+    static void LogEvent(const char* what, const CInstantCamera& camera, const Cookie& cookie,
+                         const CCameraEventMetaData& data) noexcept {
+        hxlog::LogTrace(CameraLogCategory(), hxlog::LogLevel_Notice, "Camera %p: %s, cookie=%p, node=%s, userId=%d",
+                        static_cast<const void*>(&camera), what, Address(cookie), data.GetNodeName().c_str(),
+                        static_cast<int>(data.GetUserId()));
+    }
 };
 
 /// Calls a handler for an event. What it throws is logged, and goes on to the caller unless @p isSwallowed.
@@ -82,6 +136,7 @@ template <class Handler, class Call>
 void NotifyHandler(Handler& handler, const char* event, bool isSwallowed, Call&& call) {
     const void* const address = &handler;
     const int isRethrown = isSwallowed ? 0 : 1;
+    const CHandlerScope scope;
     try {
         std::forward<Call>(call)(handler);
         return;

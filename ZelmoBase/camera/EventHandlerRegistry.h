@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "ZelmoBase/camera/HandlerScope.h"
 #include "ZelmoBase/camera/RegisteredEventHandler.h"
 #include "ZelmoBase/core/Mutex.h"
 #include "ZelmoBase/core/ScopeGuard.h"
@@ -8,6 +9,8 @@
 #include <zelmo/Registration.h>
 
 #include <algorithm>
+#include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <iterator>
 #include <list>
@@ -26,7 +29,7 @@ namespace Zelmo {
 ///          handlers are to be added while others run, Register with RegistrationMode_Append. Inside, a leaf guards
 ///          the list; nothing is called or logged with that one held.
 /// Threads: any, under those locks.
-/// @tparam Kind as that of CRegisteredEventHandler; also Registered(handler, camera),
+/// @tparam Kind as that of CRegisteredEventHandler; also Registered(handler, camera, metaData),
 ///              LogRegistered(camera, cookie, metaData), LogBlocked(camera, cookie) and LogClearing(camera)
 template <class Kind>
 class CEventHandlerRegistry {
@@ -43,9 +46,12 @@ public:
 
     /// Adds a handler; with RegistrationMode_ReplaceAll the others are given up first. A null handler gives them up, or
     /// does nothing. While registrations are blocked, this one ends before it began.
-    /// @throws what the handler throws when it hears of it: the registration stands; std::bad_alloc: there is none.
+    /// @param prepare called once the registration stands, before the handler hears of it; what it throws ends it
+    /// @throws what @p prepare throws; what the handler throws when it hears of it: the registration stands;
+    ///         std::bad_alloc: there is none.
+    template <class Prepare>
     void Register(Handler* handler, long* counter, Cookie cookie, ERegistrationMode mode, ECleanup cleanup,
-                  MetaData metaData = {}) {
+                  MetaData metaData, Prepare&& prepare) {
         if (handler == nullptr && mode != RegistrationMode_ReplaceAll) {
             return;
         }
@@ -61,12 +67,21 @@ public:
                 return;
             }
             if (const std::uint64_t number = Append(record)) {
+                ScopeGuard remove([this, number] {
+                    UnhookYoungest([number](const Node& node) { return node.number == number; }).reset();
+                });
+                prepare(metaData);
+                remove.Dismiss();
                 Kind::LogRegistered(m_camera, cookie, metaData);
-                Tell(number);
+                Tell(number, metaData);
                 return;
             }
         }
-        Kind::LogBlocked(m_camera, record != nullptr ? cookie : Cookie{}); // the record goes, and ends the registration
+        Kind::LogBlocked(m_camera, record != nullptr ? cookie : Cookie()); // the record goes, and ends the registration
+    }
+
+    void Register(Handler* handler, long* counter, Cookie cookie, ERegistrationMode mode, ECleanup cleanup) {
+        Register(handler, counter, std::move(cookie), mode, cleanup, {}, [](const MetaData&) {});
     }
 
     /// Ends the youngest registration with that cookie. @return false when there is none.
@@ -86,6 +101,7 @@ public:
             for (Node& node : m_nodes) {
                 node.isEnding = true;
             }
+            m_count = 0;
         }
         while (std::shared_ptr<Record> oldest = TakeEnding()) {
             oldest.reset(); // without the list's lock: the handler hears of it
@@ -98,21 +114,21 @@ public:
         m_isBlocked = isBlocked;
     }
 
-    bool IsEmpty() const noexcept {
-        CLockGuard lock(m_listLock);
-        return std::none_of(m_nodes.begin(), m_nodes.end(), [](const Node& node) { return node.IsThere(); });
-    }
+    /// Takes no lock.
+    bool IsEmpty() const noexcept { return m_count == 0; }
 
     /// Calls each handler, the oldest first. What @p call throws ends the walk.
     template <class Call>
     void ForEach(Call&& call) {
-        typename Nodes::iterator at = BeginWalk();
-        const ScopeGuard end([this] { EndWalk(); });
-        while (Handler* const handler = NextToCall(at)) {
-            call(*handler);
-            CLockGuard lock(m_listLock);
-            ++at;
-        }
+        Walk([](const Node& node) { return node.IsThere() && node.isTold; },
+             [&call](Record& record) { call(*record.GetInterface()); });
+    }
+
+    /// Calls @p call with what belongs to each registration, the oldest first, whether its handler has heard of it or
+    /// not. Likewise.
+    template <class Call>
+    void ForEachMetaData(Call&& call) {
+        Walk([](const Node& node) { return node.IsThere(); }, [&call](Record& record) { call(record.GetMetaData()); });
     }
 
 private:
@@ -143,11 +159,12 @@ private:
         }
         m_nodes.push_back({nullptr, m_lastNumber + 1});
         m_nodes.back().record = std::move(record);
+        ++m_count;
         return ++m_lastNumber;
     }
 
     /// From here on the handler is called, whatever it throws when it hears of it.
-    void Tell(std::uint64_t number) {
+    void Tell(std::uint64_t number, const MetaData& metaData) {
         const ScopeGuard told([this, number] {
             CLockGuard lock(m_listLock);
             if (Node* const node = Find(number)) { // else it has ended meanwhile
@@ -163,7 +180,8 @@ private:
             }
         }
         if (handler != nullptr) {
-            Kind::Registered(*handler, m_camera);
+            const CHandlerScope scope;
+            Kind::Registered(*handler, m_camera, metaData);
         }
     }
 
@@ -171,10 +189,14 @@ private:
         if (Kind::Address(cookie) == nullptr) {
             return nullptr; // that of no handler, and of those that came without a counter
         }
+        return UnhookYoungest([&cookie](const Node& node) { return node.record->GetCookie() == cookie; });
+    }
+
+    template <class Test>
+    std::shared_ptr<Record> UnhookYoungest(Test&& test) noexcept {
         CLockGuard lock(m_listLock);
-        const auto found = std::find_if(m_nodes.rbegin(), m_nodes.rend(), [&cookie](const Node& node) {
-            return node.IsThere() && node.record->GetCookie() == cookie;
-        });
+        const auto found = std::find_if(m_nodes.rbegin(), m_nodes.rend(),
+                                        [&test](const Node& node) { return node.IsThere() && test(node); });
         return found != m_nodes.rend() ? Empty(std::prev(found.base())) : nullptr;
     }
 
@@ -186,6 +208,9 @@ private:
     }
 
     std::shared_ptr<Record> Empty(typename Nodes::iterator node) noexcept ZELMO_REQUIRES(m_listLock) {
+        if (!node->isEnding) {
+            --m_count;
+        }
         std::shared_ptr<Record> record = std::move(node->record);
         if (m_walks == 0) {
             m_nodes.erase(node);
@@ -212,17 +237,30 @@ private:
         }
     }
 
-    /// Moves on to the first handler at @p at or behind it that is to be called; null at the end.
-    Handler* NextToCall(typename Nodes::iterator& at) {
+    template <class Test, class Visit>
+    void Walk(Test&& test, Visit&& visit) {
+        typename Nodes::iterator at = BeginWalk();
+        const ScopeGuard end([this] { EndWalk(); });
+        while (Record* const record = NextRecord(at, test)) {
+            visit(*record);
+            CLockGuard lock(m_listLock);
+            ++at;
+        }
+    }
+
+    /// Moves on to the first registration at @p at or behind it that passes @p test; null at the end.
+    template <class Test>
+    Record* NextRecord(typename Nodes::iterator& at, Test&& test) {
         CLockGuard lock(m_listLock);
-        at = std::find_if(at, m_nodes.end(), [](const Node& node) { return node.IsThere() && node.isTold; });
-        return at != m_nodes.end() ? at->record->GetInterface() : nullptr;
+        at = std::find_if(at, m_nodes.end(), test);
+        return at != m_nodes.end() ? at->record.get() : nullptr;
     }
 
     CInstantCamera& m_camera;
     mutable CMutex m_listLock; // a leaf
     bool m_isBlocked ZELMO_GUARDED_BY(m_listLock) = false;
     Nodes m_nodes ZELMO_GUARDED_BY(m_listLock);
+    std::atomic<std::size_t> m_count{0}; // registrations; written under the list's lock
     unsigned m_walks ZELMO_GUARDED_BY(m_listLock) = 0;
     std::uint64_t m_lastNumber ZELMO_GUARDED_BY(m_listLock) = 0;
 };

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <zelmo/CameraEventHandler.h>
 #include <zelmo/ConfigurationEventHandler.h>
 #include <zelmo/ImageEventHandler.h>
 
@@ -13,5 +14,10 @@ void CImageEventHandler::DestroyImageEventHandler() {
     delete this;
 }
 CImageEventHandler::~CImageEventHandler() = default;
+
+void CCameraEventHandler::DestroyCameraEventHandler() {
+    delete this;
+}
+CCameraEventHandler::~CCameraEventHandler() = default;
 
 } // namespace Zelmo

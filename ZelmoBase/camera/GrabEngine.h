@@ -104,7 +104,7 @@ public:
     const std::shared_ptr<CSessionEnd>& GetSessionEnd() const noexcept { return m_end; }
     const WaitObjectEx& GetStopObject() const noexcept { return m_end->GetObject(); } ///< Of that end.
     /// Results wait, or it failed.
-    const WaitObjectEx& GetResultObject() const noexcept { return m_resultSignal.GetObject(); }
+    WaitObjectEx& GetResultObject() noexcept { return m_resultSignal.GetObject(); }
     bool IsResultSignaled() const noexcept { return m_resultSignal.IsSet(); }
 
     bool IsExceptionRaised() const noexcept { return m_exceptionRaised.load(); }

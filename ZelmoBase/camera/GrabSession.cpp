@@ -2,6 +2,7 @@
 #include "ZelmoBase/camera/GrabSession.h"
 
 #include "ZelmoBase/camera/CameraLog.h"
+#include "ZelmoBase/camera/GrabLoopThread.h"
 #include "ZelmoBase/camera/GrabResultDataImpl.h"
 #include "ZelmoBase/camera/GrabResultPtrImpl.h"
 #include "ZelmoBase/core/Guarded.h"
@@ -19,7 +20,7 @@ namespace Zelmo {
 CSessionWait::CSessionWait(std::uint64_t sessionNumber, std::shared_ptr<const CSessionEnd> sessionEnd)
     : session(sessionNumber), end(std::move(sessionEnd)) {}
 
-CGrabSession::CGrabSession(const CInstantCamera* camera, GenICam::CLock& cameraLock, IGrabSessionOwner& owner,
+CGrabSession::CGrabSession(const CInstantCamera* camera, CCameraLock& cameraLock, IGrabSessionOwner& owner,
                            IGrabEngineObserver& engineObserver)
     : m_camera(camera), m_cameraLock(cameraLock), m_owner(owner), m_resultProvider(owner),
       m_engine(camera, engineObserver) {}
@@ -29,27 +30,23 @@ CGrabSession::~CGrabSession() {
 }
 
 void CGrabSession::Start(IStreamGrabber* grabber, const CGrabSettings& settings) {
-    GenICam::AutoLock lock(m_cameraLock);
+    CCameraGuard lock(m_cameraLock);
     if (IsGrabbing()) {
         throw RUNTIME_EXCEPTION("Grabbing has already been started.");
     }
+    ++m_sessionNumber; // first: the number of a session that is over never runs again
     m_settings = settings;
     m_engine.SetCameraName(settings.cameraName);
     m_imagesLeft = settings.maxImages;
     m_imageNumber = 0;
     m_countLimitActive = settings.maxImages != 0;
-    const bool counted = settings.strategy == GrabStrategy_OneByOne && m_countLimitActive;
-    const unsigned long buffers = counted ? std::min(settings.maxNumBuffer, settings.maxImages) : settings.maxNumBuffer;
-    m_engine.StartEngine(grabber, settings.strategy, buffers, settings.maxNumQueuedBuffer,
-                         counted ? settings.maxImages : 0, settings.announceAll, settings.payloadSize,
-                         settings.priority, settings.clearBuffers);
-    ScopeGuard stop([this] { Stop(); });
-    PrepareRetrieval(std::min(settings.maxNumGrabResults, buffers));
-    stop.Dismiss();
+    m_engine.StartEngine(grabber, settings.strategy, settings.buffers, settings.maxNumQueuedBuffer, settings.maxImages,
+                         settings.announceAll, settings.payloadSize, settings.priority, settings.clearBuffers);
 }
 
-void CGrabSession::PrepareRetrieval(unsigned long results) {
-    auto wait = std::make_shared<CSessionWait>(++m_sessionNumber, m_engine.GetSessionEnd());
+void CGrabSession::PrepareWait(const WaitObject* events) {
+    CCameraGuard lock(m_cameraLock);
+    auto wait = std::make_shared<CSessionWait>(m_sessionNumber, m_engine.GetSessionEnd());
     // Places are outcomes. The lowest one that is signaled counts: an ended session comes before its results.
     wait->objects.Add(wait->end->GetObject());
     wait->objects.Add(m_engine.GetResultObject());
@@ -61,14 +58,26 @@ void CGrabSession::PrepareRetrieval(unsigned long results) {
         wait->objects.Add(m_retrieveTimer);
         m_timerSession = wait->session; // from here on a waiter of an earlier session leaves the timer alone
     }
-    m_resultProvider.Reset();
-    m_resultProvider.SetMaxItems(results);
-    m_resultProvider.PrefillFree();
+    if (events != nullptr) {
+        wait->objects.Add(*events);
+    }
     m_wait = std::move(wait);
 }
 
+void CGrabSession::MakeRecords(unsigned long count) {
+    CCameraGuard lock(m_cameraLock);
+    m_resultProvider.Reset();
+    m_resultProvider.SetMaxItems(count);
+    m_resultProvider.PrefillFree();
+}
+
+void CGrabSession::ReserveForLoop() {
+    CCameraGuard lock(m_cameraLock);
+    m_wait->hasLoop = true;
+}
+
 void CGrabSession::Stop() noexcept {
-    GenICam::AutoLock lock(m_cameraLock);
+    CCameraGuard lock(m_cameraLock);
     if (!IsGrabbing()) {
         return;
     }
@@ -96,8 +105,9 @@ bool CGrabSession::Retrieve(unsigned int timeoutMs, CGrabResultPtr& result, ETim
         return false; // without the camera lock, whose holder may wait for this thread to leave
     }
     bool isCounted = false;
+    std::uint64_t skipped = 0;
     {
-        GenICam::AutoLock lock(m_cameraLock);
+        CCameraGuard lock(m_cameraLock);
         if (m_wait != wait) { // the session is over, and another one may run: what has happened there is not ours
             return false;
         }
@@ -109,9 +119,17 @@ bool CGrabSession::Retrieve(unsigned int timeoutMs, CGrabResultPtr& result, ETim
             HandleTimeout(timeoutMs, handling);
             return false;
         }
-        TakeResult(result);
+        skipped = TakeResult(result);
         isCounted = m_countLimitActive;
     }
+    ScopeGuard stopAtCount([&]() noexcept { // also when a handler throws
+        if (isCounted) {
+            RunLogged(CameraLogCategory(), "Exception caught while calling StopGrabbing, msg='%s'",
+                      "Unknown exception caught while calling StopGrabbing.", [&] { StopAtCount(wait); });
+        }
+    });
+    m_owner.NotifyImageHandlers(skipped, result);
+    stopAtCount.Dismiss();
     if (isCounted) {
         StopAtCount(wait);
     }
@@ -120,7 +138,7 @@ bool CGrabSession::Retrieve(unsigned int timeoutMs, CGrabResultPtr& result, ETim
 
 /// Looks anew, with the lock held until the session has ended: another one that was started meanwhile goes on.
 void CGrabSession::StopAtCount(const std::shared_ptr<CSessionWait>& wait) {
-    GenICam::AutoLock lock(m_cameraLock);
+    CCameraGuard lock(m_cameraLock);
     if (m_wait == wait && m_imagesLeft == 0) {
         m_owner.StopGrabbing();
     }
@@ -128,11 +146,12 @@ void CGrabSession::StopAtCount(const std::shared_ptr<CSessionWait>& wait) {
 
 /// @return what to wait for; null when no session runs.
 std::shared_ptr<CSessionWait> CGrabSession::BeginWait() {
-    GenICam::AutoLock lock(m_cameraLock);
-    if (m_wait == nullptr) {
+    CCameraGuard lock(m_cameraLock);
+    const std::uint64_t ownLoop = CGrabLoopThread::GetLoopOfThisCall(m_camera);
+    if (m_wait == nullptr || (ownLoop != 0 && ownLoop != m_wait->session)) {
         return nullptr;
     }
-    if (m_wait->isTaken.exchange(true)) {
+    if ((m_wait->hasLoop && ownLoop == 0) || m_wait->isTaken.exchange(true)) {
         throw RUNTIME_EXCEPTION("There is already a thread waiting for a result.");
     }
     ScopeGuard endWait([wait = m_wait.get()] { wait->isTaken = false; });
@@ -148,16 +167,23 @@ CGrabSession::EOutcome CGrabSession::Wait(const CSessionWait& wait, unsigned int
     if (wait.end->IsSignaled()) {
         return Outcome_Stopped;
     }
+    m_owner.ProcessCameraEvents();
     if (m_engine.IsResultSignaled()) { // be it that of a session which began just now: the caller looks
         return Outcome_Result;
     }
     if (timeoutMs == 0) {
         return Outcome_Timeout;
     }
+    const auto due = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
     UseTimer(wait, [timeoutMs](CWaitableTimer& timer) { timer.Set(timeoutMs); });
-    const EOutcome outcome = WaitForOutcome(wait.objects, timeoutMs);
-    if (outcome != Outcome_Timeout) {
-        UseTimer(wait, [](CWaitableTimer& timer) { timer.Cancel(); });
+    ScopeGuard cancel([&] { UseTimer(wait, [](CWaitableTimer& timer) { timer.Cancel(); }); });
+    EOutcome outcome = Outcome_Event;
+    while (outcome == Outcome_Event) { // the time goes on while events are handled
+        outcome = WaitForOutcome(wait.objects, timeoutMs, due);
+        m_owner.ProcessCameraEvents();
+    }
+    if (outcome == Outcome_Timeout) {
+        cancel.Dismiss();
     }
     return outcome;
 }
@@ -175,11 +201,14 @@ void CGrabSession::UseTimer(const CSessionWait& wait, Use&& use) {
 /// The timer is what ends the wait when the time is up. It needs its signal, which a process may block, so the wait has
 /// an end of its own, a millisecond later. That one counts in 32 bits and comes at once when they overflow, every 50
 /// days; then the timer alone has to do.
-CGrabSession::EOutcome CGrabSession::WaitForOutcome(const WaitObjects& objects, unsigned int timeoutMs) {
+CGrabSession::EOutcome CGrabSession::WaitForOutcome(const WaitObjects& objects, unsigned int timeoutMs,
+                                                    std::chrono::steady_clock::time_point due) {
     unsigned index = Outcome_Timeout;
     if (timeoutMs < WaitTimeoutInfinite - 1) {
-        const auto due = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
-        if (objects.WaitForAny(timeoutMs + 1, &index) || std::chrono::steady_clock::now() >= due) {
+        using std::chrono::milliseconds;
+        const auto left = std::chrono::ceil<milliseconds>(due - std::chrono::steady_clock::now());
+        const auto leftMs = static_cast<unsigned>(std::max<milliseconds::rep>(left.count(), 0));
+        if (objects.WaitForAny(leftMs + 1, &index) || std::chrono::steady_clock::now() >= due) {
             return static_cast<EOutcome>(index);
         }
     }
@@ -200,27 +229,30 @@ void CGrabSession::HandleTimeout(unsigned int timeoutMs, ETimeoutHandling handli
     if (m_settings.strategy != GrabStrategy_UpcomingImage && m_engine.GetNumQueuedBuffers() == 0) {
         throw TIMEOUT_EXCEPTION("Grab timed out. No buffers are available for grabbing.");
     }
-    throw TIMEOUT_EXCEPTION("Grab timed out.");
+    throw TIMEOUT_EXCEPTION("%s", m_owner.DescribeTimeout());
 }
 
-void CGrabSession::TakeResult(CGrabResultPtr& result) {
+/// @return how many images were skipped before it.
+std::uint64_t CGrabSession::TakeResult(CGrabResultPtr& result) {
     result = CGrabResultPtrImpl(TakeRecord()); // before the entry, which a lack of memory must not cost
     ScopeGuard release([&result] { result.Release(); });
     CQueueEntry entry;
     std::uint64_t skipped = 0;
     if (!m_engine.TryTake(entry, skipped)) {
         ForwardEngineException(); // a failing engine signals the result object
-        return;
+        return 0;
     }
     CGrabResultData::CGrabResultDataImpl& data = *result->GetGrabResultDataImpl();
     data.Fill(std::move(entry));
     data.skippedImages = static_cast<std::int64_t>(skipped);
-    data.cameraContext = m_settings.cameraContext;
+    data.cameraContext = m_owner.GetCameraContext();
     data.imageNumber = ++m_imageNumber;
+    m_owner.CompleteResult(result);
     release.Dismiss();
     if (m_countLimitActive && m_imagesLeft != 0) {
         --m_imagesLeft;
     }
+    return skipped;
 }
 
 std::shared_ptr<CGrabResultData> CGrabSession::TakeRecord() {
@@ -228,7 +260,7 @@ std::shared_ptr<CGrabResultData> CGrabSession::TakeRecord() {
     if (record == nullptr) {
         throw RUNTIME_EXCEPTION("Cannot retrieve grab result. The maximum number of available grab results (%lu) "
                                 "has been reached. Check the MaxNumGrabResults setting of the camera object.",
-                                m_settings.maxNumGrabResults); // in full: the default is above the range of int
+                                m_owner.GetMaxNumGrabResults()); // in full: the default is above the range of int
     }
     return record;
 }
@@ -239,8 +271,6 @@ void CGrabSession::ForwardEngineException() {
         return;
     }
     const GenICam::GenericException exception = m_engine.GetException();
-    hxlog::LogTrace(CameraLogCategory(), hxlog::LogLevel_Error, "Camera %p: OnGrabError msg=%s",
-                    static_cast<const void*>(m_camera), exception.GetDescription());
     m_owner.OnGrabError(exception.GetDescription());
     RunLogged(CameraLogCategory(), "Exception caught while calling StopGrabbing, msg='%s'",
               "Unknown exception caught while calling StopGrabbing.", [this] { m_owner.StopGrabbing(); });

@@ -16,6 +16,7 @@ public:
     void Reset();
     void ResetAll(); ///< Also what several threads signaled at once, of which one Reset takes back but the first.
     bool IsSet() const noexcept { return m_isSet.load(); }
+    WaitObjectEx& GetObject() noexcept { return m_object; }
     const WaitObjectEx& GetObject() const noexcept { return m_object; }
 
 private:

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "ZelmoBase/camera/CameraLog.h"
+#include "ZelmoBase/camera/HandlerScope.h"
 #include "ZelmoBase/core/Guarded.h"
 
 #include <zelmo/Cleanup.h>
@@ -53,8 +54,8 @@ struct NoInterfaceMetaData {};
 
 /// One registration of a handler at a camera object. Counts itself in the handler's reference counter.
 /// @tparam Kind the kind of handler: its types Handler, Cookie and MetaData, and the static operations
-///              LogDeregistered(camera, cookie, metaData), Deregistered(handler, camera, cookie, metaData) and
-///              Destroy(handler), with their names for the log in kDeregistered and kDestroy
+///              LogDeregistered(camera, cookie, metaData), Deregistered(handler, camera, cookie, metaData),
+///              Destroy(handler), with their names for the log in kDeregistered and kDestroy, and End(metaData)
 template <class Kind>
 class CRegisteredEventHandler final
     : public CInterfaceMetaData<typename Kind::Handler, typename Kind::Cookie, typename Kind::MetaData> {
@@ -88,6 +89,7 @@ public:
         if (m_handler != nullptr && m_cleanup == Cleanup_Delete) {
             DestroyHandler();
         }
+        Kind::End(this->GetMetaData());
         delete this;
     }
 
@@ -107,6 +109,7 @@ private:
     }
 
     void TellDeregistered() noexcept {
+        const CHandlerScope scope;
         Kind::LogDeregistered(m_camera, this->GetCookie(), this->GetMetaData());
         RunGuarded([this] { Kind::Deregistered(*m_handler, m_camera, this->GetCookie(), this->GetMetaData()); },
                    [this](const char* text) {

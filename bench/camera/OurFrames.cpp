@@ -1,12 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Frames.h"
 
-#include "ZelmoBase/camera/GrabSession.h"
-#include "fakes/transport/NullTransport.h"
+#include "fakes/transport/StreamDevice.h"
 
-#include <zelmo/GrabResultPtr.h>
-
-#include <Base/GCSynch.h>
+#include <zelmo/InstantCamera.h>
 
 #include <algorithm>
 #include <stdexcept>
@@ -20,37 +17,30 @@ Pace PaceOf(const Flow& flow) {
     return flow.pace == EPace::Free ? Pace::Free : flow.pace == EPace::Sleeping ? Pace::Sleeping : Pace::Told;
 }
 
-class OurFrames final : public IFrames, private Zelmo::IGrabSessionOwner, private Zelmo::IGrabEngineObserver {
+class OurFrames final : public IFrames {
 public:
-    explicit OurFrames(const Flow& flow)
-        : m_grabber(PaceOf(flow), flow.width, flow.height), m_session(nullptr, m_lock, *this, *this) {
-        Zelmo::CGrabSettings settings;
-        settings.strategy = flow.strategy;
-        settings.maxNumBuffer = flow.buffers;
-        settings.maxNumQueuedBuffer = std::max(flow.buffers, 50U);
-        settings.priority = kEnginePriority;
-        m_session.GetEngine().SetOutputQueueSize(flow.outputQueueSize);
-        m_session.Start(&m_grabber, settings);
+    explicit OurFrames(const Flow& flow) : m_device(PaceOf(flow), flow.width, flow.height) {
+        m_camera.RegisterConfiguration(nullptr, Zelmo::RegistrationMode_ReplaceAll, Zelmo::Cleanup_None);
+        m_camera.Attach(&m_device, Zelmo::Cleanup_None);
+        m_camera.MaxNumBuffer.SetValue(flow.buffers);
+        m_camera.MaxNumQueuedBuffer.SetValue(std::max(flow.buffers, 50U));
+        m_camera.OutputQueueSize.SetValue(flow.outputQueueSize);
+        m_camera.StartGrabbing(flow.strategy);
     }
+    ~OurFrames() override { m_camera.DetachDevice(); }
 
     std::uint64_t Take() override {
-        if (!m_session.Retrieve(kTimeoutMs, m_result, Zelmo::TimeoutHandling_Return)) {
+        if (!m_camera.RetrieveResult(kTimeoutMs, m_result, Zelmo::TimeoutHandling_Return)) {
             throw std::runtime_error("no image came");
         }
         return static_cast<std::uint64_t>(m_result->GetID());
     }
-    void Complete(unsigned frames) override { m_grabber.Complete(frames); }
-    std::uint64_t GetReady() const override { return m_session.GetEngine().GetNumReadyBuffers(); }
+    void Complete(unsigned frames) override { m_device.Grabber().Complete(frames); }
+    std::uint64_t GetReady() const override { return static_cast<std::uint64_t>(m_camera.NumReadyBuffers.GetValue()); }
 
 private:
-    Zelmo::CGrabResultData* CreateGrabResultData() override { return new Zelmo::CGrabResultData; }
-    void OnGrabError(const char*) noexcept override {}
-    void StopGrabbing() override { m_session.Stop(); }
-    void OnGrabCountReached() override {}
-
-    GenICam::CLock m_lock;
-    Fakes::CNullStreamGrabber m_grabber;
-    Zelmo::CGrabSession m_session;
+    Fakes::CNullDevice m_device;
+    Zelmo::CInstantCamera m_camera;
     Zelmo::CGrabResultPtr m_result; // used again and again
 };
 

@@ -20,7 +20,10 @@ constexpr unsigned kTimeoutMs = 10000;
 Lane::Lane(std::uint32_t number, std::vector<Zelmo::EGrabStrategy> strategies, std::uint64_t seed,
            std::function<void(const Zelmo::CGrabResultPtr&)> drop)
     : m_number(number), m_strategies(std::move(strategies)), m_drop(std::move(drop)), m_random(seed),
-      m_seen(2 * kFramesPerSession), m_grabber({}, number), m_session(nullptr, m_lock, *this, *this) {}
+      m_seen(2 * kFramesPerSession), m_device({}, number) {
+    m_camera.Attach(&m_device, Zelmo::Cleanup_None);
+    m_camera.Open();
+}
 
 void Lane::Run(std::uint64_t frames) {
     while (m_account.begun < frames) {
@@ -35,15 +38,12 @@ void Lane::RunSession(std::uint64_t frames, Zelmo::EGrabStrategy strategy) {
     const Fakes::CFrameAccount before = m_grabber.Account();
     m_firstId = before.begun;
     std::fill(m_seen.begin(), m_seen.end(), false);
-    Zelmo::CGrabSettings settings;
-    settings.strategy = strategy;
-    settings.priority = 0;
-    m_session.Start(&m_grabber, settings);
+    m_camera.StartGrabbing(strategy);
     std::uint64_t done = 0;
     while (done < frames) { // a gap's lost frames come on top
         done += TakeResult();
     }
-    m_session.Stop();
+    m_camera.StopGrabbing();
     const Fakes::CFrameAccount after = m_grabber.Account();
     m_account.begun += after.begun - before.begun;
     m_account.lost += after.lost - before.lost;
@@ -68,7 +68,7 @@ std::string Lane::MakeScript(std::uint64_t frames, Zelmo::EGrabStrategy strategy
 /// @return the frames that one retrieval accounts for.
 std::uint64_t Lane::TakeResult() {
     Zelmo::CGrabResultPtr result;
-    if (!m_session.Retrieve(kTimeoutMs, result, Zelmo::TimeoutHandling_Return)) {
+    if (!m_camera.RetrieveResult(kTimeoutMs, result, Zelmo::TimeoutHandling_Return)) {
         throw std::runtime_error("No image came for 10 s");
     }
     const auto skipped = static_cast<std::uint64_t>(result->GetNumberOfSkippedImages());

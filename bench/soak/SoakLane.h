@@ -1,14 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "ZelmoBase/camera/GrabSession.h"
-
 #include "core/FrameRecord.h"
-#include "fakes/transport/ScriptedStreamGrabber.h"
+#include "fakes/transport/StreamDevice.h"
 
-#include <zelmo/GrabResultPtr.h>
-
-#include <Base/GCSynch.h>
+#include <zelmo/InstantCamera.h>
 
 #include <atomic>
 #include <cstdint>
@@ -39,7 +35,7 @@ struct Account {
 
 /// One engine with its camera and the thread that retrieves: session after session, each drained before it stops, with
 /// frames that fail, come late or are preceded by a gap, and with results held over the stop.
-class Lane final : private Zelmo::IGrabSessionOwner, private Zelmo::IGrabEngineObserver {
+class Lane final {
 public:
     /// @p drop takes results, on a thread of its own, to let go of them there.
     Lane(std::uint32_t number, std::vector<Zelmo::EGrabStrategy> strategies, std::uint64_t seed,
@@ -59,11 +55,6 @@ private:
     void Audit(const Zelmo::CGrabResultPtr& result);
     void Hold(const Zelmo::CGrabResultPtr& result);
 
-    Zelmo::CGrabResultData* CreateGrabResultData() override { return new Zelmo::CGrabResultData; }
-    void OnGrabError(const char*) noexcept override {}
-    void StopGrabbing() override { m_session.Stop(); }
-    void OnGrabCountReached() override {}
-
     const std::uint32_t m_number;
     const std::vector<Zelmo::EGrabStrategy> m_strategies;
     const std::function<void(const Zelmo::CGrabResultPtr&)> m_drop;
@@ -73,9 +64,9 @@ private:
     std::uint64_t m_firstId = 0; // of the session
     std::vector<bool> m_seen;    // by block id, from the first one of the session on
     std::deque<Zelmo::CGrabResultPtr> m_held;
-    Fakes::CScriptedStreamGrabber m_grabber;
-    GenICam::CLock m_lock;
-    Zelmo::CGrabSession m_session;
+    Fakes::CScriptedDevice m_device;
+    Fakes::CScriptedStreamGrabber& m_grabber = m_device.Grabber();
+    Zelmo::CInstantCamera m_camera;
 };
 
 } // namespace soak

@@ -105,16 +105,34 @@ CLock::~CLock() {
     pthread_mutex_destroy(&m_mutex);
 }
 
+void CLock::CountHold() noexcept {
+    ++m_holds;
+    m_holder.store(pthread_self(), std::memory_order_relaxed);
+}
+
 void CLock::Lock() noexcept {
     pthread_mutex_lock(&m_mutex);
+    CountHold();
 }
 
 bool CLock::TryLock() noexcept {
-    return pthread_mutex_trylock(&m_mutex) == 0;
+    if (pthread_mutex_trylock(&m_mutex) != 0) {
+        return false;
+    }
+    CountHold();
+    return true;
 }
 
 void CLock::Unlock() noexcept {
+    if (--m_holds == 0) {
+        m_holder.store(0, std::memory_order_relaxed);
+    }
     pthread_mutex_unlock(&m_mutex);
+}
+
+/// Another thread may come and go meanwhile, but never writes the number of this one.
+bool CLock::IsHeldByThisThread() const noexcept {
+    return m_holder.load(std::memory_order_relaxed) == pthread_self();
 }
 
 // Each object opens the file itself and so has a lock of its own on it; the kernel drops it with the last descriptor.

@@ -4,10 +4,12 @@
 /// All of the library: for programs that would rather include one header than choose.
 
 #include <zelmo/AccessMode.h>
+#include <zelmo/AcquireContinuousConfiguration.h>
 #include <zelmo/ArrayParameter.h>
 #include <zelmo/BooleanParameter.h>
 #include <zelmo/BufferFactory.h>
 #include <zelmo/Callback.h>
+#include <zelmo/CameraEventHandler.h>
 #include <zelmo/ChunkParser.h>
 #include <zelmo/Cleanup.h>
 #include <zelmo/CommandParameter.h>
@@ -27,6 +29,8 @@
 #include <zelmo/Image.h>
 #include <zelmo/ImageEventHandler.h>
 #include <zelmo/Info.h>
+#include <zelmo/InstantCamera.h>
+#include <zelmo/InstantCameraExtensions.h>
 #include <zelmo/InstantCameraParams.h>
 #include <zelmo/IntegerParameter.h>
 #include <zelmo/Interface.h>
@@ -35,6 +39,7 @@
 #include <zelmo/Parameter.h>
 #include <zelmo/PixelType.h>
 #include <zelmo/Registration.h>
+#include <zelmo/SfncVersion.h>
 #include <zelmo/StreamGrabber.h>
 #include <zelmo/StringParameter.h>
 #include <zelmo/TList.h>

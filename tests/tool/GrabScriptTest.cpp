@@ -54,7 +54,7 @@ TEST_P(FailedGrabTest, TellsTheCameraTheCauseAndWhatCame) {
 INSTANTIATE_TEST_SUITE_P(
     Scripts, FailedGrabTest,
     testing::Values(Failure{"IsOpen:*:true", ExitCode::Access, "in use already"},
-                    Failure{"Open:1:throw-access", ExitCode::Access, "Open was told to fail"},
+                    Failure{"Open:1:throw-access", ExitCode::Failed, "Open was told to fail"},
                     Failure{"StartStreaming:1:throw-runtime", ExitCode::Failed, "StartStreaming was told to fail"},
                     Failure{"MaxNumBuffer:*:limit", ExitCode::Failed, "MaxNumBuffer"},
                     Failure{"RegisterBuffer:1:throw-badalloc", ExitCode::Failed, "buffers"},

@@ -21,21 +21,17 @@ unsigned GetQueueSize(const GrabOptions& options) {
     return options.queueSize.value_or(std::clamp(options.buffers, 3u, usual + 2) - 2);
 }
 
-Zelmo::CDeviceGrab::Settings MakeSettings(const GrabOptions& options) {
-    Zelmo::CDeviceGrab::Settings settings;
-    settings.strategy = options.strategy;
-    settings.maxImages = options.count.value_or(0);
-    settings.maxNumBuffer = options.buffers;
-    settings.maxNumQueuedBuffer = options.buffers;
-    settings.outputQueueSize = GetQueueSize(options);
-    return settings;
-}
-
 } // namespace
 
 CameraGrab::CameraGrab(const Zelmo::CDeviceInfo& info, const GrabOptions& options, StopSignals& signals)
-    : m_options(options), m_signals(signals), m_camera(info), m_session(m_camera.GetDevice()),
-      m_endObject(Zelmo::WaitObjectEx::Create()) {}
+    : m_options(options), m_signals(signals), m_camera(info), m_endObject(Zelmo::WaitObjectEx::Create()) {
+    // The camera's own settings count, not those of a configuration.
+    m_session.RegisterConfiguration(nullptr, Zelmo::RegistrationMode_ReplaceAll, Zelmo::Cleanup_None);
+    m_session.Attach(&m_camera.GetDevice(), Zelmo::Cleanup_None);
+    m_session.MaxNumBuffer.SetValue(options.buffers);
+    m_session.MaxNumQueuedBuffer.SetValue(options.buffers);
+    m_session.OutputQueueSize.SetValue(GetQueueSize(options));
+}
 
 CameraGrab::~CameraGrab() {
     Join();
@@ -115,7 +111,11 @@ void CameraGrab::StartSession() {
         throw ToolError(ExitCode::Access, "in_use", "The stream of camera " + GetName() + " is in use already");
     }
     try {
-        m_session.StartGrabbing(MakeSettings(m_options));
+        if (m_options.count) {
+            m_session.StartGrabbing(*m_options.count, m_options.strategy);
+        } else {
+            m_session.StartGrabbing(m_options.strategy);
+        }
     } catch (const GenICam::GenericException& error) {
         throw FromLibrary(error, "Starting to grab from camera " + GetName() + " with " +
                                      std::to_string(m_options.buffers) + " buffers");

@@ -9,8 +9,8 @@
 #include "OrderedWork.h"
 #include "Signals.h"
 
+#include <zelmo/InstantCamera.h>
 #include <zelmo/WaitObject.h>
-#include <zelmo/internal/DeviceGrab.h>
 
 #include <atomic>
 #include <chrono>
@@ -58,14 +58,16 @@ public:
     void Start();
     /// Ends the session that runs. The thread is inside RetrieveResult, so whoever starts it watches over the reasons
     /// to stop, again and again while IsRunning: a session that only just starts is not stopped yet.
-    void Stop() noexcept { m_session.StopGrabbing(); }
+    void Stop() { m_session.StopGrabbing(); }
     void Join();
 
     Camera& GetCamera() noexcept { return m_camera; }
     const std::string& GetName() const noexcept { return m_camera.GetName(); }
     bool IsRunning() const noexcept { return m_running; }
     /// No more comes, or is wanted.
-    bool IsExhausted() const { return m_hasFailed || (m_camera.IsRemoved() && m_session.GetNumReadyBuffers() == 0); }
+    bool IsExhausted() const {
+        return m_hasFailed || (m_camera.IsRemoved() && m_session.NumReadyBuffers.GetValue() == 0);
+    }
     int GetEndFd() const noexcept { return m_endObject.GetFd(); } ///< Readable when it has ended; for poll().
     GrabCounts GetCounts() const;
     const std::optional<ToolError>& GetError() const noexcept { return m_error; } ///< After Join.
@@ -90,7 +92,7 @@ private:
     const GrabOptions& m_options;
     StopSignals& m_signals;
     Camera m_camera;
-    Zelmo::CDeviceGrab m_session;
+    mutable Zelmo::CInstantCamera m_session; // has the device for grabbing; the tool opens and closes it
     std::unique_ptr<FrameSink> m_sink;
     std::optional<OrderedWork> m_work;
 

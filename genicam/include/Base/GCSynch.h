@@ -5,6 +5,7 @@
 #include <Base/GCString.h>
 #include <Base/GCThreadAnnotations.h>
 
+#include <atomic>
 #include <pthread.h>
 
 namespace GenICam {
@@ -26,9 +27,14 @@ public:
     void Lock() noexcept GENICAM_ACQUIRE();
     bool TryLock() noexcept GENICAM_TRY_ACQUIRE(true); ///< @return false at once when another thread holds it.
     void Unlock() noexcept GENICAM_RELEASE();          ///< Only by the thread that holds it.
+    bool IsHeldByThisThread() const noexcept;
 
 private:
+    void CountHold() noexcept;
+
     pthread_mutex_t m_mutex;
+    std::atomic<pthread_t> m_holder{0}; // 0 for none; of interest to that thread only
+    unsigned long m_holds = 0;          // of that thread; guarded by the mutex
 };
 
 /// Holds a lock from construction to the end of the scope.

@@ -46,15 +46,9 @@ public:
     unsigned asked = 0, nullAt = 0, throwsAt = 0;
 };
 
-class Owner final : public IGrabSessionOwner, public IGrabEngineObserver {
+class Owner final : public SessionOwner {
 public:
     CGrabResultData* CreateGrabResultData() override { return new CountedResult; }
-    void OnGrabError(const char*) noexcept override {}
-    void StopGrabbing() override { session.Stop(); }
-    void OnGrabCountReached() override {}
-
-    GenICam::CLock lock;
-    CGrabSession session{nullptr, lock, *this, *this};
 };
 
 class GrabStress : public testing::Test {
@@ -86,7 +80,7 @@ TEST_F(GrabStress, TenThousandStartsAndStopsWithResultsHeldOverThem) {
     Fakes::CNullStreamGrabber grabber(Fakes::CNullStreamGrabber::EPace::AtOnce);
     std::deque<CGrabResultPtr> held;
     for (int round = 0; round < 10000; ++round) {
-        Session().Start(&grabber, SettingsFor(static_cast<EGrabStrategy>(round % 4), round % 3 == 0 ? 2 : 50));
+        m_owner->Start(grabber, SettingsFor(static_cast<EGrabStrategy>(round % 4), round % 3 == 0 ? 2 : 50));
         held.push_back(Take());
         ASSERT_TRUE(held.back()->GrabSucceeded());
         Session().Stop();
@@ -134,9 +128,9 @@ TEST_F(GrabStress, ResultsDroppedByManyThreadsWhileGrabbingAndStopping) {
         });
         for (int round = 0; round < 200; ++round) {
             auto settings = SettingsFor(round % 2 == 0 ? GrabStrategy_OneByOne : GrabStrategy_LatestImages, 50);
-            settings.maxNumBuffer = 10;
+            settings.buffers = 10;
             grabber.SetScript("source=queue;frames=30");
-            Session().Start(&grabber, settings);
+            m_owner->Start(grabber, settings);
             for (std::uint64_t taken = 0; taken < 30;) {
                 const CGrabResultPtr result = Take();
                 ++good;
@@ -162,7 +156,7 @@ TEST_F(GrabStress, AllGivenUpWithResultsAlive) {
         std::vector<CGrabResultPtr> held;
         {
             Fakes::CNullStreamGrabber grabber(Fakes::CNullStreamGrabber::EPace::Free);
-            Session().Start(&grabber, SettingsFor(GrabStrategy_OneByOne, 50));
+            m_owner->Start(grabber, SettingsFor(GrabStrategy_OneByOne, 50));
             for (int i = 0; i < 4; ++i) {
                 held.push_back(Take());
             }
@@ -188,7 +182,7 @@ TEST_F(GrabStress, MemoryOfTheApplicationThatEndsAtTheNthBuffer) {
         m_memory.asked = 0;
         m_memory.nullAt = n;
         m_memory.throwsAt = 0;
-        Session().Start(&grabber, SettingsFor(GrabStrategy_OneByOne, 50)); // goes on with fewer buffers
+        m_owner->Start(grabber, SettingsFor(GrabStrategy_OneByOne, 50)); // goes on with fewer buffers
         for (int i = 0; i < 20; ++i) {
             EXPECT_TRUE(Take()->GrabSucceeded());
         }
@@ -198,7 +192,7 @@ TEST_F(GrabStress, MemoryOfTheApplicationThatEndsAtTheNthBuffer) {
         m_memory.nullAt = 0;
         m_memory.throwsAt = n;
         if (n <= 5) {
-            EXPECT_THROW(Session().Start(&grabber, SettingsFor(GrabStrategy_OneByOne, 50)), std::runtime_error);
+            EXPECT_THROW(m_owner->Start(grabber, SettingsFor(GrabStrategy_OneByOne, 50)), std::runtime_error);
         }
         ASSERT_FALSE(Session().IsGrabbing());
         ASSERT_EQ(m_memory.alive, 0);
@@ -207,9 +201,7 @@ TEST_F(GrabStress, MemoryOfTheApplicationThatEndsAtTheNthBuffer) {
 
 TEST_F(GrabStress, HeldResultsThatExhaustTheRecordsLeaveTheSessionGoing) {
     Fakes::CNullStreamGrabber grabber(Fakes::CNullStreamGrabber::EPace::Free);
-    CGrabSettings settings = SettingsFor(GrabStrategy_OneByOne, 50);
-    settings.maxNumGrabResults = 3;
-    Session().Start(&grabber, settings);
+    m_owner->Start(grabber, SettingsFor(GrabStrategy_OneByOne, 50), 3);
     for (int round = 0; round < 500; ++round) {
         std::vector<CGrabResultPtr> held{Take(), Take(), Take()};
         CGrabResultPtr none;

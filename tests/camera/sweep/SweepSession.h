@@ -2,11 +2,9 @@
 #pragma once
 
 #include "ZelmoBase/camera/BufferFactoryDeallocator.h"
-#include "ZelmoBase/camera/GrabSession.h"
 
+#include "camera/SessionOwner.h"
 #include "fakes/Descriptors.h"
-
-#include <Base/GCSynch.h>
 
 #include <atomic>
 #include <chrono>
@@ -49,17 +47,16 @@ struct Outcome {
 };
 
 /// A session object as a camera would own it, over and over again used for: start, twenty images, stop.
-class SweepSession final : private Zelmo::IGrabSessionOwner, private Zelmo::IGrabEngineObserver {
+class SweepSession final {
 public:
-    explicit SweepSession(const Zelmo::CGrabSettings& settings)
-        : m_settings(settings), m_session(nullptr, m_lock, *this, *this) {
+    explicit SweepSession(const Zelmo::CGrabSettings& settings) : m_settings(settings) {
         m_session.GetEngine().SetBufferFactory(Zelmo::ShareBufferFactory(&m_memory, Zelmo::Cleanup_None, nullptr));
     }
 
     Outcome Run(Zelmo::IStreamGrabber& grabber) {
         Outcome outcome;
         try {
-            m_session.Start(&grabber, m_settings);
+            m_owner.Start(grabber, m_settings);
             outcome.started = true;
             Zelmo::CGrabResultPtr result;
             while (outcome.images < kImages &&
@@ -79,15 +76,10 @@ public:
     int BuffersAlive() const { return m_memory.alive; }
 
 private:
-    Zelmo::CGrabResultData* CreateGrabResultData() override { return new Zelmo::CGrabResultData; }
-    void OnGrabError(const char*) noexcept override {}
-    void StopGrabbing() override { m_session.Stop(); }
-    void OnGrabCountReached() override {}
-
     const Zelmo::CGrabSettings m_settings;
     CountedMemory m_memory;
-    GenICam::CLock m_lock;
-    Zelmo::CGrabSession m_session;
+    SessionOwner m_owner;
+    Zelmo::CGrabSession& m_session = m_owner.session;
 };
 
 /// Descriptors and threads of the process; the same before and after.
@@ -118,7 +110,7 @@ struct ProcessResources {
 inline Zelmo::CGrabSettings SettingsFor(Zelmo::EGrabStrategy strategy, unsigned long maxNumQueuedBuffer) {
     Zelmo::CGrabSettings settings;
     settings.strategy = strategy;
-    settings.maxNumBuffer = 5;
+    settings.buffers = 5;
     settings.maxNumQueuedBuffer = maxNumQueuedBuffer;
     settings.priority = 0;
     return settings;

@@ -142,7 +142,8 @@ private:
 /// A camera with a null stream grabber, for benchmarks of the camera layer.
 class CNullDevice final : public CStreamDevice {
 public:
-    explicit CNullDevice(CNullStreamGrabber::EPace pace = {}) : CStreamDevice({}, 64, 64), m_grabber(pace) {}
+    explicit CNullDevice(CNullStreamGrabber::EPace pace = {}, std::int32_t width = 64, std::int32_t height = 64)
+        : CStreamDevice({}, width, height), m_grabber(pace, width, height) {}
 
     CNullStreamGrabber& Grabber() { return m_grabber; }
     Zelmo::IStreamGrabber* GetStreamGrabber(std::size_t) override { return &m_grabber; }

@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <zelmo/EventGrabber.h>
+
+#include <atomic>
+#include <memory>
+#include <thread>
+
+namespace Zelmo {
+
+class IZelmoDevice;
+
+/// Fetches event messages from a device and gives them to the device's event adapter, which writes them into the node
+/// map: node callbacks run inside. The adapter lives from opening to closing, the rest from the start to the stop of
+/// grabbing.
+/// Threads: with the camera lock held, but for IsRunning and IsDelivering, which are for any.
+class CEventGrabEngine {
+public:
+    void CreateAdapter(IZelmoDevice& device); ///< None where the device makes none. @throws what the device throws.
+    void DropAdapter() noexcept { m_adapter.reset(); }
+
+    /// Opens the grabber. Without one, or without an adapter, nothing happens.
+    /// @throws what the grabber throws; it is closed then.
+    void Start(IEventGrabber* grabber);
+    void Stop() noexcept; ///< Closes it; what is pending is lost.
+
+    /// Fetches and delivers what is pending. @throws as RetrieveEvent.
+    void ProcessEvents();
+
+    bool IsRunning() const noexcept { return m_grabber != nullptr; }
+    const WaitObject& GetWaitObject() const { return m_grabber.load()->GetWaitObject(); } ///< While it runs.
+    /// Whether the calling thread is the one that delivers a message now.
+    bool IsDelivering() const noexcept { return m_deliveringThread == std::this_thread::get_id(); }
+
+private:
+    /// @throws GenICam::RuntimeException for a message that failed; what the adapter throws.
+    void RetrieveEvent();
+    void Deliver();
+
+    std::atomic<IEventGrabber*> m_grabber{nullptr}; // the device's; null while no events are grabbed
+    std::shared_ptr<IEventAdapter> m_adapter;       // goes back to the device
+    EventResult m_result;
+    std::atomic<std::thread::id> m_deliveringThread{};
+};
+
+} // namespace Zelmo
