@@ -52,6 +52,20 @@ TEST(AcquisitionClockTest, CatchesUpAShortDelayAndSkipsALongOne) {
     EXPECT_EQ(clock.DueNs(), 5'000'000'000) << "in step with the frames before";
 }
 
+TEST(AcquisitionClockTest, AfterAHoldTheNextFrameIsDueAtOnceButNotBeforeItsPeriod) {
+    CAcquisitionClock clock;
+    clock.Resume(5);
+    EXPECT_FALSE(clock.IsRunning());
+    clock.Start(0, 10);
+    clock.Advance();
+    clock.Resume(20'000'000);
+    EXPECT_EQ(clock.DueNs(), 100'000'000);
+    clock.Advance();
+    clock.Resume(7'000'000'000);
+    EXPECT_EQ(clock.DueNs(), 7'000'000'000);
+    EXPECT_EQ(clock.SkipBehind(7'000'000'000, 0), 0u);
+}
+
 /// Collects what comes back; queues buffers again on request.
 class CollectingSink final : public IFrameSink {
 public:
