@@ -203,6 +203,18 @@ TEST_F(TriggerTest, LinesTriggerByTheirEdges) {
     }
 }
 
+TEST_F(TriggerTest, OneEdgeIsTakenByTheTriggersThatWereReadyForIt) {
+    TurnOn("AcquisitionStart", "Line1");
+    TurnOn("FrameStart", "Line1");
+    Start();
+    m_camera.Execute("SimulateLinePulse");
+    ExpectNoImage();
+    EXPECT_TRUE(Is("FrameTriggerWait"));
+    EXPECT_EQ(m_camera.Int("TriggerMissedCount")->GetValue(), 1);
+    m_camera.Execute("SimulateLinePulse");
+    ExpectImages(1);
+}
+
 TEST_F(TriggerTest, ATriggeredAcquisitionEndsAfterItsFramesAndTakesNoMore) {
     m_camera.Set("AcquisitionMode", "MultiFrame");
     m_camera.Set("AcquisitionFrameCount", "2");
