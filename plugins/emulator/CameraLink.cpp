@@ -89,7 +89,6 @@ void CCameraLink::Pull() {
     const CRemovalSettings settings = m_camera.RemovalSettings();
     m_backAtNs = EndOfRemovalNs(settings.durationMs);
     m_comesBackReset = settings.resets;
-    m_camera.Faults().RemoveAfter(0); // this one is enough
     m_isPulled = true;
     m_camera.Stream().StopAcquisition();
     for (const CHolder& holder : m_holders) {

@@ -137,6 +137,9 @@ TEST_F(RemovalTest, ItComesAfterAsManyImagesOfTheStreamAsTold) {
     Session session(*m_camera, 8);
     session->StartStreaming();
     session.QueueAll();
+    session->FlushBuffers(); // what comes back so is no image
+    session.TakeAll();
+    session.QueueAll();
     m_camera->Execute("AcquisitionStart");
     for (std::uint64_t frame = 0; frame < 3; ++frame) {
         EXPECT_EQ(session.Take().blockId, frame);

@@ -249,20 +249,28 @@ TEST_F(TriggerTest, NoTriggeredImageIsLostWithoutALimitAndOneWithoutABufferIsWit
     EXPECT_TRUE(Is("FrameTriggerWait"));
 }
 
-TEST_F(TriggerTest, SwitchingTheTriggerOffLetsTheImagesRun) {
-    TurnOn("FrameStart");
-    Start();
-    ExpectNoImage();
-    m_camera.Set("TriggerMode", "Off");
-    for (int i = 0; i < 20; ++i) {
+TEST_F(TriggerTest, SwitchedOffATriggerHoldsNoImageAndOnAgainItIsMissing) {
+    for (const char* trigger : {"FrameStart", "FrameBurstStart", "AcquisitionStart"}) {
+        SCOPED_TRACE(trigger);
+        m_camera.Set("AcquisitionBurstFrameCount", "1000");
+        TurnOn(trigger);
+        Start();
+        ExpectNoImage();
+        m_camera.Execute("TriggerSoftware");
         m_session->Requeue(m_session->Take());
+        m_camera.Set("TriggerMode", "Off");
+        for (int i = 0; i < 20; ++i) {
+            m_session->Requeue(m_session->Take());
+        }
+        m_camera.Set("TriggerMode", "On");
+        (*m_session)->FlushBuffers(); // waits for the image that is drawn
+        for (const Zelmo::GrabResult& result : m_session->TakeAll()) {
+            m_session->Requeue(result);
+        }
+        ExpectNoImage();
+        m_camera.Set("TriggerMode", "Off");
+        m_session.reset();
     }
-    m_camera.Set("TriggerMode", "On");
-    (*m_session)->FlushBuffers(); // waits for the image that is drawn
-    for (const Zelmo::GrabResult& result : m_session->TakeAll()) {
-        m_session->Requeue(result);
-    }
-    ExpectNoImage();
 }
 
 TEST_F(TriggerTest, SoftwareTriggersFromOneThreadMeetTheStatusOnAnother) {

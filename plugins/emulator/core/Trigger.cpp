@@ -49,13 +49,8 @@ void CTriggers::Disarm() {
 }
 
 void CTriggers::FireSoftware(ETrigger trigger, std::int64_t nowNs) {
-    if (!m_isArmed || !m_settings.IsOn(trigger) || m_settings.Of(trigger).source != ETriggerSource::Software) {
-        return;
-    }
-    if (IsReadyFor(trigger)) {
-        Take(trigger, nowNs);
-    } else {
-        ++m_missed;
+    if (m_isArmed && m_settings.IsOn(trigger) && m_settings.Of(trigger).source == ETriggerSource::Software) {
+        TakeOrMiss(trigger, nowNs);
     }
 }
 
@@ -67,20 +62,20 @@ void CTriggers::SetLine(std::size_t line, bool level, std::int64_t nowNs) {
     if (!m_isArmed) {
         return;
     }
-    std::array<bool, kTriggers> isReady{}; // before the change: it makes the camera ready for no other trigger
-    for (std::size_t i = 0; i < kTriggers; ++i) {
-        isReady[i] = IsReadyFor(static_cast<ETrigger>(i));
+    // From the inside out: what this edge makes the camera ready for, waits for the next one.
+    for (const ETrigger trigger : {ETrigger::FrameStart, ETrigger::FrameBurstStart, ETrigger::AcquisitionStart}) {
+        const CTriggerSetting& setting = m_settings.Of(trigger);
+        if (setting.isOn && setting.source == SourceOfLine(line) && IsActivatedBy(setting.activation, level)) {
+            TakeOrMiss(trigger, nowNs);
+        }
     }
-    for (std::size_t i = 0; i < kTriggers; ++i) {
-        const CTriggerSetting& setting = m_settings.triggers[i];
-        if (!setting.isOn || setting.source != SourceOfLine(line) || !IsActivatedBy(setting.activation, level)) {
-            continue;
-        }
-        if (isReady[i]) {
-            Take(static_cast<ETrigger>(i), nowNs);
-        } else {
-            ++m_missed;
-        }
+}
+
+void CTriggers::TakeOrMiss(ETrigger trigger, std::int64_t nowNs) {
+    if (IsReadyFor(trigger)) {
+        Take(trigger, nowNs);
+    } else {
+        ++m_missed;
     }
 }
 

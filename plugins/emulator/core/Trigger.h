@@ -46,7 +46,8 @@ public:
     void Disarm();                                ///< It has ended: no trigger is taken, and those taken are forgotten.
 
     void FireSoftware(ETrigger trigger, std::int64_t nowNs); ///< Means nothing to a trigger with another source.
-    /// Each trigger that has this line, from 0, as its source sees the change, whatever it does to the others.
+    /// Each trigger that has this line, from 0, as its source sees the change; none becomes ready by what it does to
+    /// another one.
     void SetLine(std::size_t line, bool level, std::int64_t nowNs);
     bool Level(std::size_t line) const { return m_levels[line]; }
 
@@ -70,6 +71,7 @@ private:
     bool HasAcquisition() const { return !m_isOn[kAcquisition] || m_hasAcquisition; }
     bool HasBurst() const { return !m_isOn[kBurst] || m_burstLeft > 0; }
     bool HasFrame() const { return !m_isOn[kFrame] || m_hasFrame; }
+    void TakeOrMiss(ETrigger trigger, std::int64_t nowNs);
     void Take(ETrigger trigger, std::int64_t nowNs);
     void Forget(std::size_t trigger);
 
