@@ -266,7 +266,7 @@ GenApi::INodeMap* CStreamGrabber::GetNodeMap() {
 
 void CStreamGrabber::OnFrame(const CFrame& frame) noexcept {
     Deliver(frame);
-    if (frame.status != EFrameStatus::Cancelled && m_camera.camera.Faults().IsRemoved()) {
+    if (frame.status != EFrameStatus::Cancelled && m_camera.camera.Faults().RemovesNow()) {
         m_camera.link.Pull(); // no frame begins after this one
     }
 }

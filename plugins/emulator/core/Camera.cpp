@@ -123,7 +123,7 @@ void CCamera::LookAtStream() {
     set(EAcquisitionStatus::AcquisitionTriggerWait, status.waitsForTrigger);
     set(EAcquisitionStatus::FrameTriggerWait, status.waitsForFrameTrigger);
     set(EAcquisitionStatus::FrameActive, status.isFrameActive);
-    Set(Reg::kMissedTriggers, m_stream.MissedTriggers());
+    Set(Reg::kMissedTriggers, status.missedTriggers);
 }
 
 EAccessResult CCamera::Write(std::uint64_t address, const void* bytes, std::size_t length) {

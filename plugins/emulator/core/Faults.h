@@ -35,7 +35,7 @@ public:
     bool FailsRetrieval() { return m_retrieval.Take() == 1; } ///< Asked once for each image that is retrieved.
 
     void RemoveAfter(std::uint32_t images) { m_removal.Set(images); } ///< 0: not any more
-    bool IsRemoved() { return m_removal.Take() == 1; } ///< Asked once for each image that was handed over.
+    bool RemovesNow() { return m_removal.Take() == 1; } ///< Asked once for each image that was handed over.
 
     void Clear() {
         FailStarts(0);

@@ -120,7 +120,7 @@ bool CFrameStream::IsAcquiring() const {
 CAcquisitionStatus CFrameStream::Status() const {
     const CLockGuard lock(m_lock);
     return {m_acquiring, m_acquiring && !m_triggers.IsServing(), m_drawing || m_triggers.IsExposing(),
-            m_triggers.IsReadyFor(ETrigger::FrameStart)};
+            m_triggers.IsReadyFor(ETrigger::FrameStart), m_triggers.Missed()};
 }
 
 void CFrameStream::Stall(bool isStalled) {
@@ -166,11 +166,6 @@ void CFrameStream::GoOn(bool wasHeld) {
         m_clock.Resume(MonotonicNs());
     }
     m_changed.notify_all();
-}
-
-std::uint64_t CFrameStream::MissedTriggers() const {
-    const CLockGuard lock(m_lock);
-    return m_triggers.Missed();
 }
 
 CImageReplayPtr CFrameStream::Images() const {

@@ -84,6 +84,7 @@ struct CAcquisitionStatus {
     bool waitsForTrigger;     ///< That, and no frame or burst that was triggered is under way.
     bool isFrameActive;       ///< A frame is exposed, drawn or handed over.
     bool waitsForFrameTrigger;
+    std::uint64_t missedTriggers; ///< Since the acquisition was started.
 };
 
 /// The way of the images out of the camera: takes empty buffers, draws a frame into each and hands it to the sink.
@@ -121,7 +122,6 @@ public:
     void FireSoftwareTrigger(ETrigger trigger);
     void SetLine(std::size_t line, bool level);
     void PulseLine(std::size_t line); ///< To the other level and back.
-    std::uint64_t MissedTriggers() const;
 
     CImageReplayPtr Images() const; ///< Those of the last acquisition; kept after it, as the next may show them again.
     void DropImages() noexcept;     ///< The memory is free as soon as no frame is drawn from it.
