@@ -195,6 +195,25 @@ TEST_F(CameraEventTest, HandlerMayDeregisterItselfAndCloseTheCameraInItsCall) {
     }
 }
 
+TEST_F(CameraEventTest, HandlerMayLetGoOfTheDeviceAndWhatItWritesIsNoEvent) {
+    Register(1);
+    Register(2);
+    m_camera.StartGrabbing();
+    m_diary.Told();
+    m_diary.more = [&](CInstantCamera& camera) {
+        m_diary.more = nullptr;
+        GenApi::CIntegerPtr(camera.GetNodeMap(), "EventValue")->SetValue(77);
+        camera.DetachDevice();
+        m_device.isGone = true;
+    };
+    m_events.Put(1);
+    m_events.Put(2);
+    EXPECT_FALSE(Look());
+    EXPECT_EQ(m_diary.Told(), "1:1 "); // the second one is disconnected by then
+    EXPECT_EQ(m_device.faults, 0);
+    m_device.isGone = false;
+}
+
 TEST_F(CameraEventTest, CameraWithoutEventsOrThatFailsToOpenThemIsTold) {
     m_events.failsToOpen = true;
     EXPECT_EQ(Fakes::FailureOf<GenICam::GenericException>([&] { m_camera.StartGrabbing(); }),

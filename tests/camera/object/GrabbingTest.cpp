@@ -224,6 +224,71 @@ TEST_F(GrabbingTest, FailedEngineIsToldOnceAndEndsTheSession) {
     EXPECT_FALSE(Retrieve());
 }
 
+TEST_F(GrabbingTest, HandlerOfAFailureMayStartAgain) {
+    m_device.Grabber().SetScript("RetrieveResult:1:throw-access");
+    m_diary.on["error"] = [&](CInstantCamera& camera) {
+        camera.StopGrabbing();
+        m_device.Grabber().SetScript("");
+        camera.StartGrabbing();
+    };
+    m_camera.StartGrabbing();
+    m_device.Grabber().Deliver();
+    EXPECT_EQ(Failure([&] { Retrieve(); }), "RetrieveResult was told to fail");
+    EXPECT_TRUE(m_camera.IsGrabbing());
+    Fill(1);
+    EXPECT_TRUE(Retrieve());
+}
+
+TEST_F(GrabbingTest, CallbackThatStopsTheStartFailsIt) {
+    AttachAndOpen();
+    GenApi::INode* const node = m_camera.GetNodeMap().GetNode("AcquisitionStart");
+    const GenApi::CallbackHandleType handle = GenApi::Register(
+        node, [&](GenApi::INode*) { m_camera.StopGrabbing(); }, GenApi::cbPostOutsideLock);
+    for (const EGrabLoop loop : {GrabLoop_ProvidedByUser, GrabLoop_ProvidedByInstantCamera}) {
+        EXPECT_EQ(Failure([&] { m_camera.StartGrabbing(GrabStrategy_OneByOne, loop); }),
+                  "Unexpected error! Grabbing was stopped while it was being started.");
+        EXPECT_FALSE(m_camera.IsGrabbing());
+        EXPECT_TRUE(GenApi::IsWritable(m_camera.MaxNumBuffer));
+    }
+    node->DeregisterCallback(handle);
+}
+
+/// A derived class takes part in what the camera does by itself.
+TEST(DerivedCameraTest, OverridesAreCalledFromInside) {
+    struct Derived final : CInstantCamera {
+        explicit Derived(IZelmoDevice* device) { CInstantCamera::Attach(device, Cleanup_None); }
+        void Open() override {
+            calls += "open ";
+            CInstantCamera::Open();
+        }
+        void Close() override {
+            calls += "close ";
+            CInstantCamera::Close();
+        }
+        void StopGrabbing() override {
+            calls += "stop ";
+            CInstantCamera::StopGrabbing();
+        }
+        CGrabResultData* CreateDeviceSpecificGrabResultData() override {
+            ++records;
+            return CInstantCamera::CreateDeviceSpecificGrabResultData();
+        }
+        std::string calls;
+        int records = 0;
+    };
+    LifeDevice device("source=free");
+    Derived camera(&device);
+    CGrabResultPtr result;
+    EXPECT_TRUE(camera.GrabOne(kPatience, result));
+    EXPECT_EQ(camera.calls, "open stop close ");
+    EXPECT_EQ(camera.records, 1);
+    device.Grabber().SetScript("RetrieveResult:1:throw-runtime");
+    camera.StartGrabbing();
+    device.Grabber().Deliver();
+    EXPECT_THROW(camera.RetrieveResult(kPatience, result), GenICam::GenericException);
+    EXPECT_EQ(camera.calls, "open stop close open stop close ");
+}
+
 // Time-outs
 
 TEST_F(GrabbingTest, GrabOneSaysHowItWent) {

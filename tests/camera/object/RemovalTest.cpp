@@ -91,6 +91,47 @@ TEST_F(CameraTest, DeviceWithoutRemovalOrThatRefusesIsStillACamera) {
     EXPECT_TRUE(m_camera.IsOpen());
 }
 
+TEST_F(CameraTest, DeviceThatClosedItselfIsSetUpAnew) {
+    for (int round = 0; round < 3; ++round) {
+        Attach();
+        m_camera.Open();
+        m_device.FakeDevice::Close(); // as one that drops out without a word
+        m_camera.Open();
+        EXPECT_EQ(m_device.Callbacks(), 1U);
+        m_device.FakeDevice::Close();
+        m_camera.DetachDevice();
+        EXPECT_EQ(m_device.Callbacks(), 0U);
+        EXPECT_TRUE(IsUnlocked());
+    }
+}
+
+TEST_F(CameraTest, HandlerThatOpensAgainAndAgainDoesNotKeepADeviceThatIsDestroyed) {
+    m_diary.on["closed"] = [](CInstantCamera& camera) { camera.Open(); };
+    AttachAndOpen();
+    m_camera.DestroyDevice();
+    EXPECT_FALSE(m_camera.IsZelmoDeviceAttached());
+    EXPECT_FALSE(m_device.FakeDevice::IsOpen());
+    EXPECT_EQ(m_device.Callbacks(), 0U);
+    EXPECT_TRUE(IsUnlocked());
+}
+
+TEST_F(CameraTest, CallbackOfADeviceThatWouldNotForgetItFindsNobody) {
+    AttachAndOpen();
+    m_device.hook = [](const std::string& call) {
+        if (call == "DeregisterRemovalCallback") {
+            throw RUNTIME_EXCEPTION("no");
+        }
+    };
+    m_camera.DetachDevice();
+    m_device.hook = nullptr;
+    LifeDevice other;
+    m_camera.Attach(&other, Cleanup_None);
+    m_device.lastCallback(&m_device);
+    EXPECT_FALSE(m_camera.IsCameraDeviceRemoved());
+    m_camera.DetachDevice();
+    m_device.DeregisterRemovalCallback(1);
+}
+
 /// How a device is once it is gone.
 enum class EGone { StaysOpen, ClosesItself, IsOpenThrows, FiresTwice };
 
