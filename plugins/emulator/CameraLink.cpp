@@ -7,6 +7,7 @@
 #include <Base/GCException.h>
 
 #include <algorithm>
+#include <limits>
 #include <string>
 
 namespace CamEmu {
@@ -15,6 +16,13 @@ namespace {
 
 bool Exclude(Zelmo::AccessModeSet a, Zelmo::AccessModeSet b) {
     return a.test(Zelmo::Exclusive) || b.test(Zelmo::Exclusive) || (a.test(Zelmo::Control) && b.test(Zelmo::Control));
+}
+
+std::int64_t EndOfRemovalNs(std::int32_t durationMs) {
+    if (durationMs == CRemovalSettings::kForGood) {
+        return std::numeric_limits<std::int64_t>::max();
+    }
+    return MonotonicNs() + std::int64_t{durationMs} * 1'000'000;
 }
 
 std::string NamesOf(Zelmo::AccessModeSet modes) {
@@ -75,6 +83,12 @@ EAccessStatus CCameraLink::StatusFor(const Zelmo::IZelmoDevice& device) const {
 
 void CCameraLink::Pull() {
     const CLockGuard lock(m_lock);
+    if (m_isPulled) {
+        return;
+    }
+    const CRemovalSettings settings = m_camera.RemovalSettings();
+    m_backAtNs = EndOfRemovalNs(settings.durationMs);
+    m_comesBackReset = settings.resets;
     m_isPulled = true;
     m_camera.Stream().StopAcquisition();
     for (const CHolder& holder : m_holders) {
@@ -84,7 +98,10 @@ void CCameraLink::Pull() {
 
 bool CCameraLink::Restore() {
     const CLockGuard lock(m_lock);
-    if (m_holders.empty()) {
+    if (m_isPulled && m_holders.empty() && MonotonicNs() >= m_backAtNs) {
+        if (m_comesBackReset) {
+            m_camera.Reset();
+        }
         m_isPulled = false;
     }
     return !m_isPulled;

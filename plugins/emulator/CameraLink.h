@@ -26,7 +26,8 @@ enum class EAccessStatus : std::uint32_t {
 };
 
 /// The emulated cable of a camera: who has the camera open through it, in this process, and whether it is plugged in.
-/// Pulled, it stays out until nobody has the camera open any more and somebody looks for cameras.
+/// Pulled, it stays out until nobody has the camera open any more, the time that the camera is to be away is over, and
+/// somebody looks for cameras.
 /// Threads: any.
 /// Locks:   m_lock, taken before the camera's and the removal watches'.
 class CCameraLink {
@@ -61,8 +62,12 @@ public:
         return true;
     }
 
-    void Pull();    ///< Stops the acquisition and tells all holders.
-    bool Restore(); ///< Plugs the cable in, unless somebody has the camera open. @return whether it is in.
+    /// Stops the acquisition and tells all holders. How long the camera stays away and what becomes of its settings
+    /// is what its registers say now. May be called on the stream thread.
+    void Pull();
+    /// Plugs the cable in, unless somebody has the camera open or it is to be away for longer. @return whether it is
+    /// in.
+    bool Restore();
     bool IsPulled() const { return m_isPulled; }
 
 private:
@@ -72,6 +77,8 @@ private:
     std::atomic<bool> m_isPulled = false; // written under m_lock
     mutable CMutex m_lock;
     std::vector<CHolder> m_holders CAMEMU_GUARDED_BY(m_lock);
+    std::int64_t m_backAtNs CAMEMU_GUARDED_BY(m_lock) = 0; // CLOCK_MONOTONIC; while pulled, as the next
+    bool m_comesBackReset CAMEMU_GUARDED_BY(m_lock) = false;
 };
 
 } // namespace CamEmu

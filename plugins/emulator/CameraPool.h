@@ -17,8 +17,10 @@ struct CPoolCamera {
 
     CCamera camera;
     CCameraLink link{camera};
-    std::atomic<bool> isStreaming = false; ///< some stream grabber is open
-    CEndedThreads endedWatches;            ///< of device objects that were closed in a removal callback
+    std::atomic<bool> isStreaming = false;          ///< some stream grabber is open
+    std::atomic<std::uint32_t> failedOpenCount = 1; ///< what ForceFailedOpen is to make fail
+    CCountdown failingOpens;
+    CEndedThreads endedWatches; ///< of device objects that were closed in a removal callback
 };
 
 inline constexpr std::size_t kMaxCameras = 256;

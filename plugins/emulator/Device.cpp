@@ -35,7 +35,8 @@ Zelmo::CDeviceInfo DescribeCamera(CCamera& camera) {
 
 CDevice::CDevice(CPoolCamera& camera, Zelmo::ITransportLayer& transportLayer)
     : m_camera(camera), m_transportLayer(transportLayer), m_info(DescribeCamera(camera.camera)), m_port(camera.link),
-      m_connectionPort([this](std::int64_t address) { return ConnectionValue(address); }),
+      m_connectionPort([this](std::int64_t address) { return ConnectionValue(address); },
+                       [this](std::int64_t address, std::uint64_t value) { SetConnectionValue(address, value); }),
       m_connectionMap(MakeConnectionNodeMap(m_connectionPort)), m_grabber(camera, [this] { InvalidateLock(); }),
       m_watch(*this, m_info.GetFullName().c_str(), camera.endedWatches) {}
 
@@ -65,6 +66,9 @@ void CDevice::Open(Zelmo::AccessModeSet modes) {
 void CDevice::Connect(Zelmo::AccessModeSet modes) {
     m_watch.Start(); // first: the cable may be pulled as soon as it is in use
     m_camera.link.Admit({this, modes, &m_watch});
+    if (m_camera.failingOpens.Take() != 0) { // last: an attempt that fails anyway does not count
+        throw RUNTIME_EXCEPTION("Cannot open device '%s': ForceFailedOpen was executed.", m_info.GetFullName().c_str());
+    }
     m_port.Open(modes.test(Zelmo::Control) ? GenApi::RW : GenApi::RO);
     m_nodeMap = MakeCameraNodeMap(m_port);
 }
@@ -130,8 +134,27 @@ std::uint64_t CDevice::ConnectionValue(std::int64_t address) const {
         return m_port.Writes().all;
     case 0x28:
         return m_port.Writes().failed;
+    case 0x38:
+        return m_camera.failedOpenCount;
     default:
         ThrowNoNumber(address);
+    }
+}
+
+void CDevice::SetConnectionValue(std::int64_t address, std::uint64_t value) {
+    switch (address) {
+    case 0x30:
+        m_camera.failingOpens.Set(m_camera.failedOpenCount);
+        break;
+    case 0x38:
+        if (value < 1 || value > kMaxForcedFailures) {
+            throw OUT_OF_RANGE_EXCEPTION("Cannot set ForceFailedOpenCount to %llu: it goes from 1 to %u.",
+                                         static_cast<unsigned long long>(value), kMaxForcedFailures);
+        }
+        m_camera.failedOpenCount = static_cast<std::uint32_t>(value);
+        break;
+    default:
+        ThrowReadOnly(address);
     }
 }
 

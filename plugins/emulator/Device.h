@@ -34,7 +34,8 @@ public:
     /// Exclusive includes Control.
     /// @throws GenICam::LogicalErrorException when it is open already
     /// @throws GenICam::AccessException       when somebody else has the camera open in a way that excludes this one
-    /// @throws GenICam::RuntimeException      when the camera was removed, or what opening needs cannot be made
+    /// @throws GenICam::RuntimeException      when the camera was removed, what opening needs cannot be made, or
+    ///                                        ForceFailedOpen wants it so
     void Open(Zelmo::AccessModeSet modes) override;
     void Close() override;
     bool IsOpen() const override { return m_isOpen; }
@@ -66,6 +67,7 @@ private:
     bool HasControl() const { return m_modes.test(Zelmo::Control); }
     void InvalidateLock() noexcept;
     std::uint64_t ConnectionValue(std::int64_t address) const;
+    void SetConnectionValue(std::int64_t address, std::uint64_t value);
 
     CPoolCamera& m_camera;
     Zelmo::ITransportLayer& m_transportLayer;

@@ -102,16 +102,23 @@ void CRegisterPort::Write(const void* bytes, std::int64_t address, std::int64_t 
             throw ACCESS_EXCEPTION("Cannot write %lld bytes at 0x%llX: the device was opened without control.",
                                    static_cast<long long>(length), static_cast<unsigned long long>(address));
         }
+        bool isPulled = false;
         Access(m_link, "write", address, length, [&](CCamera& camera) {
             if (address == kRemovalAddress) {
-                return IsOne(bytes, length) ? EAccessResult::Ok : EAccessResult::InvalidValue;
+                const std::uint32_t delayImages = camera.RemovalSettings().delayImages;
+                if (!IsOne(bytes, length)) {
+                    return EAccessResult::InvalidValue;
+                }
+                camera.Faults().RemoveAfter(delayImages);
+                isPulled = delayImages == 0;
+                return EAccessResult::Ok;
             }
             // only AcquisitionStart throws: image files that it is to show may be missing or broken
             return AtBoundary("start the acquisition", [&] {
                 return camera.Write(static_cast<std::uint64_t>(address), bytes, static_cast<std::size_t>(length));
             });
         });
-        if (address == kRemovalAddress) {
+        if (isPulled) {
             m_link.Pull();
         }
     });

@@ -172,6 +172,10 @@ void CStreamGrabber::StartStreaming() {
         }
         format = m_format;
     }
+    if (m_camera.camera.Faults().FailsStart()) {
+        throw RUNTIME_EXCEPTION("Cannot start streaming: ForceFailedStart was executed on camera %s.",
+                                m_camera.camera.Text(Reg::kSerialNumber).c_str());
+    }
     AtBoundary("start streaming", [&] { m_camera.camera.Stream().Start(format, *this); });
     const CLockGuard lock(m_lock);
     m_state = EState::Streaming;
@@ -229,6 +233,9 @@ bool CStreamGrabber::RetrieveResult(Zelmo::GrabResult& result) {
         return false;
     }
     const CFrame frame = m_results.front();
+    if (frame.status != EFrameStatus::Cancelled && m_camera.camera.Faults().FailsRetrieval()) {
+        throw RUNTIME_EXCEPTION("Cannot retrieve a result: ForceFailedRetrieval was executed on the camera.");
+    }
     m_results.pop_front();
     if (m_results.empty()) {
         m_wait.Reset();
@@ -258,6 +265,13 @@ GenApi::INodeMap* CStreamGrabber::GetNodeMap() {
 }
 
 void CStreamGrabber::OnFrame(const CFrame& frame) noexcept {
+    Deliver(frame);
+    if (frame.status != EFrameStatus::Cancelled && m_camera.camera.Faults().RemovesNow()) {
+        m_camera.link.Pull(); // no frame begins after this one
+    }
+}
+
+void CStreamGrabber::Deliver(const CFrame& frame) noexcept {
     const CLockGuard lock(m_lock);
     static_cast<CBuffer*>(frame.buffer.context)->state = CBuffer::EState::Ready;
     m_results.push_back(frame);

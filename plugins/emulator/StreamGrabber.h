@@ -65,6 +65,7 @@ private:
     };
 
     void OnFrame(const CFrame& frame) noexcept override;
+    void Deliver(const CFrame& frame) noexcept;
     EState State() const;
     void RequireReachable(const char* attempt) const;
     std::size_t Promise(const char* parameter) const;

@@ -70,7 +70,13 @@ INSTANTIATE_TEST_SUITE_P(
         NumberCase{Reg::kAcquisitionMode, 3, kInvalid}, NumberCase{Reg::kAcquisitionFrameCount, 0, kInvalid},
         NumberCase{Reg::kAcquisitionFrameCount, 65536, kInvalid}, NumberCase{Reg::kImageFileMode, 2, kInvalid},
         NumberCase{Reg::kForceFailedBufferCount, 0, kInvalid},
-        NumberCase{Reg::kForceFailedBufferCount, 65536, kInvalid}));
+        NumberCase{Reg::kForceFailedBufferCount, 65536, kInvalid}, NumberCase{Reg::kTriggerSelector, 2, kOk},
+        NumberCase{Reg::kTriggerSelector, 3, kInvalid}, NumberCase{Reg::kTriggerMode + 2 * Reg::kTriggerStride, 1, kOk},
+        NumberCase{Reg::kTriggerSource + Reg::kTriggerStride, 3, kInvalid},
+        NumberCase{Reg::kTriggerSoftware, 2, kInvalid}, NumberCase{Reg::kBurstFrameCount, 0, kInvalid},
+        NumberCase{Reg::kLineSelector, 2, kInvalid}, NumberCase{Reg::kLineLevel + Reg::kLineStride, 1, kOk},
+        NumberCase{Reg::kRemovalDuration, 0xFFFFFFFF, kOk}, // -1: for good
+        NumberCase{Reg::kRemovalDuration, 0xFFFFFFFE, kInvalid}, NumberCase{Reg::kRemovalDelay, 1000001, kInvalid}));
 
 TEST_F(CameraRegisterTest, LargeNumbersOutsideTheirLimitsAreRefused) {
     for (const std::uint32_t address : {Reg::kFrameRate, Reg::kExposureTime, Reg::kGain}) {

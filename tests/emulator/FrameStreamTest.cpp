@@ -11,6 +11,7 @@
 #include <condition_variable>
 #include <memory>
 #include <mutex>
+#include <thread>
 #include <vector>
 
 using namespace CamEmu;
@@ -52,6 +53,20 @@ TEST(AcquisitionClockTest, CatchesUpAShortDelayAndSkipsALongOne) {
     EXPECT_EQ(clock.DueNs(), 5'000'000'000) << "in step with the frames before";
 }
 
+TEST(AcquisitionClockTest, AfterAHoldTheNextFrameIsDueAtOnceButNotBeforeItsPeriod) {
+    CAcquisitionClock clock;
+    clock.Resume(5);
+    EXPECT_FALSE(clock.IsRunning());
+    clock.Start(0, 10);
+    clock.Advance();
+    clock.Resume(20'000'000);
+    EXPECT_EQ(clock.DueNs(), 100'000'000);
+    clock.Advance();
+    clock.Resume(7'000'000'000);
+    EXPECT_EQ(clock.DueNs(), 7'000'000'000);
+    EXPECT_EQ(clock.SkipBehind(7'000'000'000, 0), 0u);
+}
+
 /// Collects what comes back; queues buffers again on request.
 class CollectingSink final : public IFrameSink {
 public:
@@ -60,6 +75,7 @@ public:
     void OnFrame(const CFrame& frame) noexcept override {
         const std::lock_guard lock(m_lock);
         m_frames.push_back(frame);
+        std::this_thread::sleep_for(m_delay);
         if (m_requeue && frame.status == EFrameStatus::Complete) {
             m_stream.Queue(frame.buffer);
         }
@@ -79,6 +95,7 @@ public:
             std::count_if(m_frames.begin(), m_frames.end(), [=](const CFrame& f) { return f.status == status; }));
     }
     std::atomic<bool> m_requeue = false;
+    std::chrono::milliseconds m_delay{0}; // of a slow host
 
 private:
     CFrameStream& m_stream;
@@ -124,6 +141,25 @@ TEST_F(FrameStreamTest, PacedFramesAreStampedExactlyOnePeriodApart) {
         }
         EXPECT_GT(frames[i].timestampNs, frames[i - 1].timestampNs);
     }
+}
+
+TEST_F(FrameStreamTest, AHostThatIsTooSlowLosesFramesOfTheBurstButNoneBeyondIt) {
+    CTriggerSettings triggers;
+    triggers.triggers[static_cast<std::size_t>(ETrigger::FrameBurstStart)].isOn = true;
+    triggers.burstFrames = 5;
+    m_stream.ApplyTriggers(triggers);
+    Configure(1000);
+    Queue(8);
+    m_sink.m_delay = 1200ms; // more than a frame may be late
+    m_stream.Start(m_format, m_sink);
+    m_stream.StartAcquisition(0);
+    m_stream.FireSoftwareTrigger(ETrigger::FrameBurstStart);
+    ASSERT_TRUE(m_sink.WaitFor(2));
+    m_stream.Stop();
+    EXPECT_EQ(m_stream.Counters().begun, 5u);
+    EXPECT_EQ(m_stream.Counters().lost, 3u);
+    EXPECT_FALSE(m_stream.Status().isFrameActive);
+    EXPECT_TRUE(m_stream.Status().waitsForTrigger);
 }
 
 TEST_F(FrameStreamTest, ABufferTooSmallFailsAndIsNotTouched) {

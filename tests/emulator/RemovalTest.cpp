@@ -6,6 +6,7 @@
 #include <zelmo/Device.h>
 
 #include <atomic>
+#include <chrono>
 #include <functional>
 #include <thread>
 
@@ -127,6 +128,62 @@ TEST_F(RemovalTest, StreamingEndsAndEveryBufferComesBack) {
     EXPECT_THROW(session->Open(), GenICam::RuntimeException);
 }
 
+TEST_F(RemovalTest, ItComesAfterAsManyImagesOfTheStreamAsTold) {
+    Witness witness;
+    witness.Watch(Device());
+    m_camera->CountFrames();
+    m_camera->Set("SimulateRemovalDelay", "3");
+    Pull();
+    Session session(*m_camera, 8);
+    session->StartStreaming();
+    session.QueueAll();
+    session->FlushBuffers(); // what comes back so is no image
+    session.TakeAll();
+    session.QueueAll();
+    m_camera->Execute("AcquisitionStart");
+    for (std::uint64_t frame = 0; frame < 3; ++frame) {
+        EXPECT_EQ(session.Take().blockId, frame);
+    }
+    Await([&] { return witness.calls > 0; });
+    EXPECT_TRUE(Device().IsRemoved());
+    session->StopStreaming();
+    session->FlushBuffers();
+    EXPECT_EQ(session.TakeAll().size(), 5u);
+    EXPECT_EQ(session.Parameter("StreamStartedFrameCount"), 3);
+}
+
+TEST_F(RemovalTest, TheCameraIsAwayAsLongAsTold) {
+    m_camera->Set("SimulateRemovalDuration", "300");
+    const auto before = std::chrono::steady_clock::now();
+    Pull();
+    Device().Close();
+    Await([&] { return m_library.Devices().size() == 2; });
+    EXPECT_GE(std::chrono::steady_clock::now() - before, std::chrono::milliseconds(300));
+    Device().Open(ForStreaming());
+    EXPECT_EQ(m_camera->Text("SimulateRemovalDuration"), "300") << "settings are kept";
+    m_camera->Set("SimulateRemovalDuration", "-1");
+    Pull();
+    Device().Close();
+    EXPECT_EQ(m_library.Devices().size(), 1u);
+    EXPECT_THROW(Device().Open(ForStreaming()), GenICam::RuntimeException);
+    EXPECT_THROW(Create(), GenICam::RuntimeException);
+}
+
+TEST_F(RemovalTest, TheCameraComesBackWithItsDefaultsWhereTold) {
+    m_camera->Set("DeviceUserID", "left eye");
+    for (const char* settings : {"Keep", "Default"}) {
+        m_camera->Set("Width", "64");
+        m_camera->Set("SimulateRemovalSettings", settings);
+        Pull();
+        Device().Close();
+        EXPECT_EQ(m_library.Devices().size(), 2u);
+        Device().Open(ForStreaming());
+        EXPECT_EQ(m_camera->Text("Width"), settings == std::string("Keep") ? "64" : "1024");
+        EXPECT_EQ(m_camera->Text("DeviceUserID"), "left eye");
+    }
+    EXPECT_EQ(m_camera->Text("SimulateRemovalSettings"), "Keep");
+}
+
 TEST_F(RemovalTest, DeregisteringAndClosingWaitForTheCallback) {
     for (const bool deregisters : {true, false}) {
         std::atomic<bool> isRunning = false;
@@ -171,10 +228,17 @@ TEST(RemovalStressTest, AllIsAccountedForWhateverIsOpenedReadStreamedAndPulledAt
         Session session(camera, 4);
         session->StartStreaming();
         session.QueueAll();
+        const bool comesOfTheStream = sessions % 2 == 1;
+        if (comesOfTheStream) {
+            camera.Set("SimulateRemovalDelay", "5");
+            camera.Execute("SimulateRemoval");
+        }
         camera.Execute("AcquisitionStart");
         std::thread reader([&] {
-            Await([&] { return session.Parameter("StreamDeliveredFrameCount") > 5; });
-            camera.Execute("SimulateRemoval");
+            Await([&] { return session.Parameter("StreamDeliveredFrameCount") >= 5; });
+            if (!comesOfTheStream) {
+                camera.Execute("SimulateRemoval");
+            }
         });
         int frames = 0;
         for (; witness.calls == 0; session->GetWaitObject().Wait(1)) {

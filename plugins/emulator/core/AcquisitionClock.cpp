@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "AcquisitionClock.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 
@@ -21,6 +22,12 @@ void CAcquisitionClock::SetRate(double rateHz) {
         m_frames = 1;
     }
     m_rateHz = rateHz;
+}
+
+void CAcquisitionClock::Resume(std::int64_t nowNs) {
+    if (IsRunning()) {
+        Start(std::max(nowNs, DueNs()), m_rateHz);
+    }
 }
 
 std::uint64_t CAcquisitionClock::SkipBehind(std::int64_t nowNs, std::int64_t maxLagNs) {

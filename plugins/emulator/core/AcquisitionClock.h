@@ -18,6 +18,10 @@ public:
     /// The frames already taken keep their times; the next one is due one new period after the last.
     void SetRate(double rateHz);
 
+    /// Ends a time in which no frame was due: the next one is, at @p nowNs, but no sooner than one period after the
+    /// last. A stopped clock stays so.
+    void Resume(std::int64_t nowNs);
+
     std::int64_t DueNs() const { return DueNs(m_frames); } ///< of the next frame
     void Advance() { ++m_frames; }                         ///< the next frame was taken
 

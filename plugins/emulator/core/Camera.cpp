@@ -76,13 +76,30 @@ void CCamera::SetDefaults() {
     Set(Reg::kLinkLimitMode, std::uint32_t{0});
     Set(Reg::kLinkLimit, kDefaultLinkBytesPerSecond);
     Set(Reg::kForceFailedBufferCount, std::uint32_t{1});
+    Set(Reg::kForceFailedStartCount, std::uint32_t{1});
+    Set(Reg::kBurstFrameCount, std::uint32_t{1});
+    for (const std::uint32_t address :
+         {Reg::kForceFailedRetrievalDelay, Reg::kForceStall, Reg::kRemovalDelay, Reg::kRemovalDuration,
+          Reg::kRemovalResets, Reg::kTriggerSelector, Reg::kLineSelector, Reg::kStatusSelector}) {
+        Set(address, std::uint32_t{0});
+    }
+    std::fill(m_bank.Bytes(Reg::kTriggerMode), m_bank.Bytes(Reg::kBurstFrameCount), std::uint8_t{0});
+    for (std::uint32_t line = 0; line < kLines; ++line) {
+        Set(Reg::kLineLevel + line * Reg::kLineStride, std::uint32_t{0});
+    }
     Set(Reg::kImageFileMode, std::uint32_t{0});
     std::fill_n(m_bank.Bytes(Reg::kImageFilename), Reg::kFileNameLength, std::uint8_t{0});
     UpdateComputed();
     m_stream.StopAcquisition();
     m_stream.DropImages();
     m_stream.ForceFrameFailures(0);
+    m_stream.Stall(false);
+    m_faults.Clear();
     m_stream.Apply(settings);
+    m_stream.ApplyTriggers(TriggerSettings());
+    for (std::size_t line = 0; line < kLines; ++line) {
+        m_stream.SetLine(line, false);
+    }
 }
 
 EAccessResult CCamera::Read(std::uint64_t address, void* bytes, std::size_t length) {
@@ -91,9 +108,22 @@ EAccessResult CCamera::Read(std::uint64_t address, void* bytes, std::size_t leng
     if (result != EAccessResult::Ok) {
         return result;
     }
-    Set(Reg::kAcquisitionActive, std::uint32_t{m_stream.IsAcquiring()}); // changes by itself
+    LookAtStream();
     std::memcpy(bytes, m_bank.Bytes(address), length);
     return EAccessResult::Ok;
+}
+
+// What changes by itself.
+void CCamera::LookAtStream() {
+    const auto set = [this](EAcquisitionStatus status, bool value) CAMEMU_UNCHECKED_LOCKS {
+        Set(Reg::kStatus + 4 * static_cast<std::uint32_t>(status), std::uint32_t{value});
+    };
+    const CAcquisitionStatus status = m_stream.Status();
+    set(EAcquisitionStatus::AcquisitionActive, status.isAcquisitionActive);
+    set(EAcquisitionStatus::AcquisitionTriggerWait, status.waitsForTrigger);
+    set(EAcquisitionStatus::FrameTriggerWait, status.waitsForFrameTrigger);
+    set(EAcquisitionStatus::FrameActive, status.isFrameActive);
+    Set(Reg::kMissedTriggers, status.missedTriggers);
 }
 
 EAccessResult CCamera::Write(std::uint64_t address, const void* bytes, std::size_t length) {
@@ -122,6 +152,17 @@ std::string CCamera::Text(std::uint32_t address) {
 std::size_t CCamera::PayloadSize() {
     const CLockGuard lock(m_lock);
     return Format().PayloadSize();
+}
+
+CRemovalSettings CCamera::RemovalSettings() {
+    const CLockGuard lock(m_lock);
+    return {Get<std::uint32_t>(Reg::kRemovalDelay), Get<std::int32_t>(Reg::kRemovalDuration),
+            Get<std::uint32_t>(Reg::kRemovalResets) != 0};
+}
+
+void CCamera::Reset() {
+    const CLockGuard lock(m_lock);
+    SetDefaults();
 }
 
 CImageFormat CCamera::LockFormat() {
@@ -155,21 +196,11 @@ bool CCamera::IsValid(const CRegister& written, const void* value) const {
         return IsValidGeometry(written, FromBytes<std::uint32_t>(value));
     case Reg::kPixelFormat:
         return FindPixelFormat(FromBytes<std::uint32_t>(value)) != nullptr;
-    case Reg::kTestImage:
-        return FromBytes<ETestImage>(value) < ETestImage::Count_;
-    case Reg::kAcquisitionMode:
-        return FromBytes<EAcquisitionMode>(value) <= EAcquisitionMode::SingleFrame;
-    case Reg::kAcquisitionFrameCount:
-        return IsWithin(FromBytes<std::uint32_t>(value), 1, kMaxFrameCount);
     case Reg::kLinkLimit:
         return FromBytes<std::uint64_t>(value) >= kMinLinkBytesPerSecond &&
                FromBytes<std::uint64_t>(value) <= kMaxLinkBytesPerSecond;
-    case Reg::kForceFailedBufferCount:
-        return IsWithin(FromBytes<std::uint32_t>(value), 1, kMaxForcedFailures);
-    case Reg::kLinkLimitMode:
-    case Reg::kImageFileMode:
-    case Reg::kFrameRateEnable:
-        return FromBytes<std::uint32_t>(value) <= 1;
+    case Reg::kRemovalDuration:
+        return IsWithin(FromBytes<std::int32_t>(value), CRemovalSettings::kForGood, kMaxRemovalMs);
     case Reg::kFrameRate:
         return IsWithin(FromBytes<double>(value), kMinFrameRateHz, kMaxFrameRateHz);
     case Reg::kExposureTime:
@@ -179,8 +210,8 @@ bool CCamera::IsValid(const CRegister& written, const void* value) const {
     case Reg::kUserId:
     case Reg::kImageFilename:
         return true;
-    default: // commands
-        return FromBytes<std::uint32_t>(value) == 1;
+    default:
+        return IsWithin(FromBytes<std::uint32_t>(value), written.range.min, written.range.max);
     }
 }
 
@@ -199,6 +230,9 @@ bool CCamera::IsValidGeometry(const CRegister& written, std::uint32_t value) con
 }
 
 void CCamera::TakeEffect(const CRegister& written) {
+    if (TakeFaultEffect(written) || TakeTriggerEffect(written)) {
+        return;
+    }
     switch (written.address) {
     case Reg::kDeviceReset:
         return SetDefaults();
@@ -206,10 +240,7 @@ void CCamera::TakeEffect(const CRegister& written) {
         return StartAcquisition();
     case Reg::kAcquisitionStop:
         return m_stream.StopAcquisition();
-    case Reg::kForceFailedBuffer:
-        return m_stream.ForceFrameFailures(Get<std::uint32_t>(Reg::kForceFailedBufferCount));
     case Reg::kUserId: // what is told where it is used
-    case Reg::kForceFailedBufferCount:
     case Reg::kImageFileMode:
     case Reg::kImageFilename:
         return;
@@ -217,6 +248,54 @@ void CCamera::TakeEffect(const CRegister& written) {
         UpdateComputed();
         m_stream.Apply(Settings());
     }
+}
+
+// Answers whether the register is one of faults. Their parameters are read when a command uses them.
+bool CCamera::TakeFaultEffect(const CRegister& written) {
+    switch (written.address) {
+    case Reg::kForceFailedBuffer:
+        m_stream.ForceFrameFailures(Get<std::uint32_t>(Reg::kForceFailedBufferCount));
+        return true;
+    case Reg::kForceFailedStart:
+        m_faults.FailStarts(Get<std::uint32_t>(Reg::kForceFailedStartCount));
+        return true;
+    case Reg::kForceFailedRetrieval:
+        m_faults.FailRetrievalAfter(Get<std::uint32_t>(Reg::kForceFailedRetrievalDelay));
+        return true;
+    case Reg::kForceStall:
+        m_stream.Stall(Get<std::uint32_t>(Reg::kForceStall) != 0);
+        return true;
+    default:
+        return written.address >= Reg::kForceFailedBuffer && written.address < Reg::kTriggerSelector;
+    }
+}
+
+// Answers whether the register is one of triggers, lines or the status, which stand between faults and file name.
+bool CCamera::TakeTriggerEffect(const CRegister& written) {
+    if (written.address < Reg::kTriggerSelector || written.address >= Reg::kImageFilename) {
+        return false;
+    }
+    if (written.address >= Reg::kTriggerMode && written.address < Reg::kBurstFrameCount) {
+        const std::uint32_t offset = written.address - Reg::kTriggerMode;
+        if (offset % Reg::kTriggerStride == Reg::kTriggerSoftware - Reg::kTriggerMode) {
+            m_stream.FireSoftwareTrigger(static_cast<ETrigger>(offset / Reg::kTriggerStride));
+            Set(written.address, std::uint32_t{0}); // taken in, or passed over
+            return true;
+        }
+    } else if (written.address >= Reg::kLineLevel && written.address < Reg::kStatusSelector) {
+        const std::uint32_t offset = written.address - Reg::kLineLevel;
+        const std::size_t line = offset / Reg::kLineStride;
+        if (offset % Reg::kLineStride == 0) {
+            m_stream.SetLine(line, Get<std::uint32_t>(written.address) != 0);
+        } else {
+            m_stream.PulseLine(line);
+        }
+        return true;
+    }
+    UpdateComputed();
+    m_stream.Apply(Settings());
+    m_stream.ApplyTriggers(TriggerSettings());
+    return true;
 }
 
 // Files are read without the lock, which whoever lists cameras needs as well. The settings may be changed meanwhile.
@@ -251,10 +330,24 @@ CFrameSettings CCamera::Settings() const {
     settings.gainDb = Get<double>(Reg::kGain);
     settings.rateLimited = Get<std::uint32_t>(Reg::kFrameRateEnable) != 0;
     settings.rateHz = Get<double>(Reg::kFrameRate);
+    settings.frameTriggered = TriggerSettings().IsOn(ETrigger::FrameStart);
     if (Get<std::uint32_t>(Reg::kLinkLimitMode) != 0) {
         settings.linkBytesPerSecond = Get<std::uint64_t>(Reg::kLinkLimit);
     }
     settings.testImage = Get<ETestImage>(Reg::kTestImage);
+    return settings;
+}
+
+CTriggerSettings CCamera::TriggerSettings() const {
+    CTriggerSettings settings;
+    std::uint32_t offset = 0;
+    for (CTriggerSetting& trigger : settings.triggers) {
+        trigger.isOn = Get<std::uint32_t>(Reg::kTriggerMode + offset) != 0;
+        trigger.source = Get<ETriggerSource>(Reg::kTriggerSource + offset);
+        trigger.activation = Get<ETriggerActivation>(Reg::kTriggerActivation + offset);
+        offset += Reg::kTriggerStride;
+    }
+    settings.burstFrames = Get<std::uint32_t>(Reg::kBurstFrameCount);
     return settings;
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "Faults.h"
 #include "FrameStream.h"
 #include "Mutex.h"
 #include "RegisterBank.h"
@@ -36,6 +37,9 @@ public:
     void UnlockFormat();
 
     CFrameStream& Stream() { return m_stream; }
+    CFaults& Faults() { return m_faults; }
+    CRemovalSettings RemovalSettings();
+    void Reset(); ///< As writing DeviceReset; not while the format is locked.
 
 private:
     void SetDefaults() CAMEMU_REQUIRES(m_lock);
@@ -43,11 +47,15 @@ private:
     bool IsValid(const CRegister& written, const void* value) const CAMEMU_REQUIRES(m_lock);
     bool IsValidGeometry(const CRegister& written, std::uint32_t value) const CAMEMU_REQUIRES(m_lock);
     void TakeEffect(const CRegister& written) CAMEMU_REQUIRES(m_lock);
+    bool TakeFaultEffect(const CRegister& written) CAMEMU_REQUIRES(m_lock);
+    bool TakeTriggerEffect(const CRegister& written) CAMEMU_REQUIRES(m_lock);
+    void LookAtStream() CAMEMU_REQUIRES(m_lock);
     void StartAcquisition() CAMEMU_REQUIRES(m_lock);
     std::string TextAt(std::uint32_t address) const CAMEMU_REQUIRES(m_lock);
     void UpdateComputed() CAMEMU_REQUIRES(m_lock);
     CImageFormat Format() const CAMEMU_REQUIRES(m_lock);
     CFrameSettings Settings() const CAMEMU_REQUIRES(m_lock);
+    CTriggerSettings TriggerSettings() const CAMEMU_REQUIRES(m_lock);
     std::uint64_t FramesOfAcquisition() const CAMEMU_REQUIRES(m_lock);
 
     template <typename T>
@@ -60,6 +68,7 @@ private:
     CRegisterBank m_bank CAMEMU_GUARDED_BY(m_lock);
     bool m_formatLocked CAMEMU_GUARDED_BY(m_lock) = false;
     CFrameStream m_stream;
+    CFaults m_faults;
 };
 
 } // namespace CamEmu

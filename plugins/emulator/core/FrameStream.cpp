@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <cstring>
 #include <pthread.h>
 #include <stdexcept>
@@ -25,7 +26,10 @@ std::chrono::steady_clock::time_point TimePoint(std::int64_t monotonicNs) {
 } // namespace
 
 double CFrameSettings::ResultingRateHz(std::size_t payloadSize) const {
-    double rate = rateLimited ? std::min(rateHz, 1e6 / exposureUs) : kMaxFrameRateHz;
+    double rate = kMaxFrameRateHz;
+    if (rateLimited) {
+        rate = std::min(frameTriggered ? rate : rateHz, 1e6 / exposureUs);
+    }
     if (linkBytesPerSecond != 0) {
         rate = std::min(rate, static_cast<double>(linkBytesPerSecond) / static_cast<double>(payloadSize));
     }
@@ -97,19 +101,71 @@ void CFrameStream::StartAcquisition(std::uint64_t frames, CImageReplayPtr images
     m_images.swap(images); // the old ones are freed without the lock
     m_acquiring = true;
     m_framesLeft = frames;
+    m_triggers.Arm();
     m_clock.Stop();
     m_changed.notify_all();
 }
 
 void CFrameStream::StopAcquisition() {
     const CLockGuard lock(m_lock);
-    m_acquiring = false;
+    EndAcquisition();
     m_changed.notify_all();
 }
 
 bool CFrameStream::IsAcquiring() const {
     const CLockGuard lock(m_lock);
     return m_acquiring;
+}
+
+CAcquisitionStatus CFrameStream::Status() const {
+    const CLockGuard lock(m_lock);
+    return {m_acquiring, m_acquiring && !m_triggers.IsServing(), m_drawing || m_triggers.IsExposing(),
+            m_triggers.IsReadyFor(ETrigger::FrameStart), m_triggers.Missed()};
+}
+
+void CFrameStream::Stall(bool isStalled) {
+    const CLockGuard lock(m_lock);
+    const bool wasHeld = IsHeld();
+    m_stalled = isStalled;
+    GoOn(wasHeld);
+}
+
+void CFrameStream::ApplyTriggers(const CTriggerSettings& settings) {
+    const CLockGuard lock(m_lock);
+    const bool wasHeld = IsHeld();
+    m_triggers.Apply(settings);
+    GoOn(wasHeld);
+}
+
+void CFrameStream::FireSoftwareTrigger(ETrigger trigger) {
+    const CLockGuard lock(m_lock);
+    const bool wasHeld = IsHeld();
+    m_triggers.FireSoftware(trigger, MonotonicNs());
+    GoOn(wasHeld);
+}
+
+void CFrameStream::SetLine(std::size_t line, bool level) {
+    const CLockGuard lock(m_lock);
+    const bool wasHeld = IsHeld();
+    m_triggers.SetLine(line, level, MonotonicNs());
+    GoOn(wasHeld);
+}
+
+void CFrameStream::PulseLine(std::size_t line) {
+    const CLockGuard lock(m_lock);
+    const bool wasHeld = IsHeld();
+    const bool level = m_triggers.Level(line);
+    m_triggers.SetLine(line, !level, MonotonicNs());
+    m_triggers.SetLine(line, level, MonotonicNs());
+    GoOn(wasHeld);
+}
+
+// No frame was due while frames were held.
+void CFrameStream::GoOn(bool wasHeld) {
+    if (wasHeld && !IsHeld()) {
+        m_clock.Resume(MonotonicNs());
+    }
+    m_changed.notify_all();
 }
 
 CImageReplayPtr CFrameStream::Images() const {
@@ -207,16 +263,17 @@ void CFrameStream::Run() noexcept {
 // Returns with the lock held when a frame is to begin now, or false when the stream is to stop.
 bool CFrameStream::WaitForFrame() {
     while (!m_stopping) {
-        if (!m_acquiring) {
+        if (!m_acquiring || IsHeld()) {
             m_lock.WaitFor(m_changed);
-        } else if (m_settings.IsPaced() ? WaitUntilDue() : WaitForBuffer()) {
+        } else if (m_triggers.IsExposing() ? WaitForReadout()
+                                           : (m_settings.IsPaced() ? WaitUntilDue() : WaitForBuffer())) {
             return true;
         }
     }
     return false;
 }
 
-// Both waits look once and wait at most once: what they waited for may have changed meanwhile.
+// These waits look once and wait at most once: what they waited for may have changed meanwhile.
 bool CFrameStream::WaitForBuffer() {
     m_clock.Stop();
     if (!m_queue.empty()) {
@@ -243,24 +300,48 @@ bool CFrameStream::WaitUntilDue() {
     if (m_framesLeft != 0) {
         missed = std::min(missed, m_framesLeft - 1);
     }
+    missed = std::min(missed, m_triggers.FramesToTrigger() - 1);
     m_counters.lost += missed;
     CountFrames(missed);
     return true;
 }
 
+// The frame that was triggered; without a limit its exposure takes no time.
+bool CFrameStream::WaitForReadout() {
+    if (!m_settings.IsPaced()) {
+        return WaitForBuffer();
+    }
+    m_clock.Stop();
+    const double exposureNs = 1e9 / m_settings.ResultingRateHz(m_format.PayloadSize());
+    const std::int64_t dueNs = m_triggers.ExposedSinceNs() + std::llround(exposureNs);
+    if (dueNs > MonotonicNs()) {
+        m_lock.WaitUntil(m_changed, TimePoint(dueNs));
+        return false;
+    }
+    return true;
+}
+
 void CFrameStream::CountFrames(std::uint64_t frames) {
     m_counters.begun += frames;
+    m_triggers.CountFrames(frames);
     if (m_framesLeft == 0) {
         return;
     }
     m_framesLeft -= frames;
-    m_acquiring = m_framesLeft != 0;
+    if (m_framesLeft == 0) {
+        EndAcquisition();
+    }
+}
+
+void CFrameStream::EndAcquisition() {
+    m_acquiring = false;
+    m_triggers.Disarm();
 }
 
 // Begins the next frame. Without a buffer it is lost, and the answer is false.
 bool CFrameStream::TakeBuffer(CFrame& frame) {
     frame.blockId = m_counters.begun;
-    frame.timestampNs = MonotonicNs();
+    frame.timestampNs = m_triggers.IsExposing() ? m_triggers.ExposedSinceNs() : MonotonicNs();
     frame.format = m_format;
     if (m_clock.IsRunning()) {
         frame.timestampNs = m_clock.DueNs();

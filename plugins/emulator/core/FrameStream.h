@@ -5,6 +5,7 @@
 #include "ImageReplay.h"
 #include "Mutex.h"
 #include "PatternGenerator.h"
+#include "Trigger.h"
 
 #include <boost/circular_buffer.hpp>
 
@@ -61,6 +62,7 @@ struct CFrameSettings {
     double gainDb = 0;
     bool rateLimited = true;
     double rateHz = 30;                   ///< wanted while rateLimited; a longer exposure lowers it
+    bool frameTriggered = false;          ///< then rateHz is no limit
     std::uint64_t linkBytesPerSecond = 0; ///< lowers the rate further; 0: no limit
     ETestImage testImage = ETestImage::Off;
 
@@ -76,9 +78,20 @@ struct CStreamCounters {
     std::uint64_t underruns = 0; ///< of the lost ones: for want of a buffer
 };
 
+/// What the camera is doing at a moment.
+struct CAcquisitionStatus {
+    bool isAcquisitionActive; ///< The acquisition was started, and has not ended.
+    bool waitsForTrigger;     ///< That, and no frame or burst that was triggered is under way.
+    bool isFrameActive;       ///< A frame is exposed, drawn or handed over.
+    bool waitsForFrameTrigger;
+    std::uint64_t missedTriggers; ///< Since the acquisition was started.
+};
+
 /// The way of the images out of the camera: takes empty buffers, draws a frame into each and hands it to the sink.
 /// Frames are made while the stream is started and the camera acquires. With a limit of the rate or of the link on, a
 /// frame begins whenever it is due, and is lost when no buffer is queued then; without, as soon as there is a buffer.
+/// While triggers are on, frames wait for them. One with a trigger of its own is exposed from the trigger on, for the
+/// period of the limits, and needs its buffer at the end of it.
 /// Owns:    the stream thread, from Start to Stop.
 /// Borrows: the sink from Start to Stop, queued memory until it went to the sink.
 /// Threads: any; Start and Stop one at a time.
@@ -102,6 +115,14 @@ public:
     void StartAcquisition(std::uint64_t frames, CImageReplayPtr images = nullptr);
     void StopAcquisition();
     bool IsAcquiring() const;
+    CAcquisitionStatus Status() const;
+    void Stall(bool isStalled); ///< While stalled no frame begins, though all else goes on.
+
+    void ApplyTriggers(const CTriggerSettings& settings);
+    void FireSoftwareTrigger(ETrigger trigger);
+    void SetLine(std::size_t line, bool level);
+    void PulseLine(std::size_t line); ///< To the other level and back.
+
     CImageReplayPtr Images() const; ///< Those of the last acquisition; kept after it, as the next may show them again.
     void DropImages() noexcept;     ///< The memory is free as soon as no frame is drawn from it.
     /// The next frames that have a buffer come back as Forced, @p frames of them; replaces what is left of a call
@@ -123,6 +144,10 @@ private:
     bool WaitForFrame() CAMEMU_REQUIRES(m_lock);
     bool WaitForBuffer() CAMEMU_REQUIRES(m_lock);
     bool WaitUntilDue() CAMEMU_REQUIRES(m_lock);
+    bool WaitForReadout() CAMEMU_REQUIRES(m_lock);
+    bool IsHeld() const CAMEMU_REQUIRES(m_lock) { return m_stalled || !m_triggers.MayFrameBegin(); }
+    void GoOn(bool wasHeld) CAMEMU_REQUIRES(m_lock);
+    void EndAcquisition() CAMEMU_REQUIRES(m_lock);
     void CountFrames(std::uint64_t frames) CAMEMU_REQUIRES(m_lock);
     bool TakeBuffer(CFrame& frame) CAMEMU_REQUIRES(m_lock);
     void Draw(CFrame& frame, const CFrameSettings& settings, const CImageReplay* images);
@@ -134,6 +159,8 @@ private:
     CImageFormat m_format CAMEMU_GUARDED_BY(m_lock);
     bool m_stopping CAMEMU_GUARDED_BY(m_lock) = false;
     bool m_acquiring CAMEMU_GUARDED_BY(m_lock) = false;
+    bool m_stalled CAMEMU_GUARDED_BY(m_lock) = false;
+    CTriggers m_triggers CAMEMU_GUARDED_BY(m_lock);           // armed while m_acquiring
     bool m_drawing CAMEMU_GUARDED_BY(m_lock) = false;         // a frame is drawn or handed over
     std::uint64_t m_finished CAMEMU_GUARDED_BY(m_lock) = 0;   // frames handed over, ever
     std::uint64_t m_framesLeft CAMEMU_GUARDED_BY(m_lock) = 0; // of the acquisition; 0 with m_acquiring: no end

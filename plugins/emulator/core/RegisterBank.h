@@ -14,12 +14,19 @@ enum class ERegisterAccess : std::uint8_t { ReadOnly, WriteOnly, ReadWrite };
 /// Whether a register can be written while images are being streamed.
 enum class ERegisterLock : std::uint8_t { Free, WhileStreaming };
 
+/// The values that a register of 4 bytes takes, as an unsigned number; what else it must keep is its owner's concern.
+struct CRegisterRange {
+    std::uint32_t min = 0;
+    std::uint32_t max = ~std::uint32_t{0};
+};
+
 /// A run of bytes with one meaning; numbers are little endian.
 struct CRegister {
     std::uint32_t address;
     std::uint32_t length;
     const char* name;
     ERegisterAccess access = ERegisterAccess::ReadOnly;
+    CRegisterRange range = {};
     ERegisterLock lock = ERegisterLock::Free;
 };
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "RegisterBank.h"
+#include "Trigger.h"
 
 #include <cstdint>
 #include <span>
@@ -36,7 +37,6 @@ inline constexpr std::uint32_t kAcquisitionMode = 0x0400;
 inline constexpr std::uint32_t kAcquisitionFrameCount = 0x0404;
 inline constexpr std::uint32_t kAcquisitionStart = 0x0408;
 inline constexpr std::uint32_t kAcquisitionStop = 0x040C;
-inline constexpr std::uint32_t kAcquisitionActive = 0x0410;
 inline constexpr std::uint32_t kFrameRateEnable = 0x0414;
 inline constexpr std::uint32_t kFrameRate = 0x0418; // double, Hz
 inline constexpr std::uint32_t kResultingFrameRate = 0x0420;
@@ -44,13 +44,44 @@ inline constexpr std::uint32_t kExposureTime = 0x0428;      // double, µs
 inline constexpr std::uint32_t kGain = 0x0430;              // double, dB
 inline constexpr std::uint32_t kForceFailedBuffer = 0x0500; // command
 inline constexpr std::uint32_t kForceFailedBufferCount = 0x0504;
+inline constexpr std::uint32_t kForceFailedStart = 0x0508; // command
+inline constexpr std::uint32_t kForceFailedStartCount = 0x050C;
+inline constexpr std::uint32_t kForceFailedRetrieval = 0x0510; // command
+inline constexpr std::uint32_t kForceFailedRetrievalDelay = 0x0514;
+inline constexpr std::uint32_t kForceStall = 0x0518;
+inline constexpr std::uint32_t kRemovalDelay = 0x0520;
+inline constexpr std::uint32_t kRemovalDuration = 0x0524; // signed, ms
+inline constexpr std::uint32_t kRemovalResets = 0x0528;
+inline constexpr std::uint32_t kTriggerSelector = 0x0600;
+inline constexpr std::uint32_t kTriggerMode = 0x0610; // of the first trigger, as the next three
+inline constexpr std::uint32_t kTriggerSource = 0x0614;
+inline constexpr std::uint32_t kTriggerActivation = 0x0618;
+inline constexpr std::uint32_t kTriggerSoftware = 0x061C; // command; reads as 0 once it is done
+inline constexpr std::uint32_t kTriggerStride = 0x10;     // from one trigger to the next
+inline constexpr std::uint32_t kBurstFrameCount = 0x0640;
+inline constexpr std::uint32_t kMissedTriggers = 0x0648; // unsigned 64 bit
+inline constexpr std::uint32_t kLineSelector = 0x0650;
+inline constexpr std::uint32_t kLineLevel = 0x0660; // of the first line, as the next
+inline constexpr std::uint32_t kLinePulse = 0x0664; // command
+inline constexpr std::uint32_t kLineStride = 8;     // from one line to the next
+inline constexpr std::uint32_t kStatusSelector = 0x0680;
+inline constexpr std::uint32_t kStatus = 0x0690;        // one for each value of EAcquisitionStatus, 4 bytes apart
 inline constexpr std::uint32_t kImageFilename = 0x1000; // text of fileNameLength bytes
 inline constexpr std::uint32_t kTextLength = 64;
 inline constexpr std::uint32_t kFileNameLength = 4096; // as long as a path can be
 } // namespace Reg
 
 /// Values of the register AcquisitionMode.
-enum class EAcquisitionMode : std::uint32_t { Continuous, MultiFrame, SingleFrame };
+enum class EAcquisitionMode : std::uint32_t { Continuous, MultiFrame, SingleFrame, Count_ };
+
+/// Values of the register AcquisitionStatusSelector.
+enum class EAcquisitionStatus : std::uint32_t {
+    AcquisitionActive,
+    AcquisitionTriggerWait,
+    FrameTriggerWait,
+    FrameActive,
+    Count_
+};
 
 /// Limits of the registers, as in CamEmu.xml.
 inline constexpr std::uint32_t kMaxFrameCount = 65535;
@@ -62,7 +93,10 @@ inline constexpr double kMaxGainDb = 24;
 inline constexpr std::uint64_t kMinLinkBytesPerSecond = 1000;
 inline constexpr std::uint64_t kMaxLinkBytesPerSecond = 10'000'000'000;
 inline constexpr std::uint64_t kDefaultLinkBytesPerSecond = 125'000'000;
+inline constexpr std::uint32_t kMaxBurstFrames = 65535;
 inline constexpr std::uint32_t kMaxForcedFailures = 65535;
+inline constexpr std::uint32_t kMaxFaultDelay = 1000000;
+inline constexpr std::int32_t kMaxRemovalMs = 3600000;
 
 /// All registers, in the order of their addresses.
 std::span<const CRegister> Registers();
