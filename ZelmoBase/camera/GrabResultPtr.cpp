@@ -8,10 +8,12 @@
 #include <Base/GCException.h>
 
 #include <memory>
+#include <type_traits>
 #include <utility>
 
 namespace Zelmo {
 
+static_assert(std::is_nothrow_move_constructible_v<CGrabResultPtr>);
 static_assert(sizeof(CGrabResultPtr) == 2 * sizeof(void*), "other builds pass it by value");
 
 bool IsUniqueGrabResult(const std::shared_ptr<CGrabResultData>& data) noexcept {
@@ -23,6 +25,9 @@ CGrabResultPtr::CGrabResultPtr(const CGrabResultPtr& rhs) {
         *this = *rhs.m_impl;
     }
 }
+
+CGrabResultPtr::CGrabResultPtr(CGrabResultPtr&& rhs) noexcept
+    : m_impl(std::exchange(rhs.m_impl, nullptr)), m_data(std::exchange(rhs.m_data, nullptr)) {}
 
 CGrabResultPtr::~CGrabResultPtr() {
     if (m_impl == nullptr) {
@@ -41,6 +46,21 @@ CGrabResultPtr& CGrabResultPtr::operator=(const CGrabResultPtr& rhs) {
     if (rhs.IsValid()) {
         *this = *rhs.m_impl;
     }
+    return *this;
+}
+
+/// A body stays where a view may refer to it.
+CGrabResultPtr& CGrabResultPtr::operator=(CGrabResultPtr&& rhs) noexcept {
+    if (this == &rhs) {
+        return *this;
+    }
+    Release();
+    if (m_impl == nullptr) {
+        m_impl = std::exchange(rhs.m_impl, nullptr);
+    } else if (rhs.m_impl != nullptr) {
+        m_impl->data = std::move(rhs.m_impl->data);
+    }
+    m_data = std::exchange(rhs.m_data, nullptr);
     return *this;
 }
 

@@ -9,7 +9,7 @@
 
 namespace Zelmo {
 
-class ZELMO_API CIntegerParameter;
+class CIntegerParameter;
 
 /// What becomes of a number that may lie outside of the range. Increments play no part.
 enum EFloatValueCorrection : int {

@@ -17,10 +17,15 @@ class ZELMO_API CGrabResultPtr {
 public:
     CGrabResultPtr() noexcept = default;       ///< Refers to no result; allocates nothing.
     CGrabResultPtr(const CGrabResultPtr& rhs); ///< The same result; allocates nothing where @p rhs has none.
+    /// The result of @p rhs, which is left without one and can be used again. A view that @p rhs has given goes along.
+    CGrabResultPtr(CGrabResultPtr&& rhs) noexcept;
     ~CGrabResultPtr();
 
     /// Lets go of the result held before, then refers to that of @p rhs. Assigned to itself it ends up empty.
     CGrabResultPtr& operator=(const CGrabResultPtr& rhs);
+    /// The same, and leaves @p rhs without a result. Assigned to itself it keeps what it has. Views stay where they
+    /// are, but for that of @p rhs where this pointer never had one: that goes along.
+    CGrabResultPtr& operator=(CGrabResultPtr&& rhs) noexcept;
     CGrabResultPtr& operator=(const CGrabResultPtrImpl& rhs); ///< For the library itself.
 
     bool IsValid() const noexcept; ///< Whether there is a result, be it that of a failed grab.

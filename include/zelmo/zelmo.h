@@ -10,6 +10,8 @@
 #include <zelmo/BufferFactory.h>
 #include <zelmo/Callback.h>
 #include <zelmo/CameraEventHandler.h>
+#include <zelmo/CameraSettings.h>
+#include <zelmo/ChronoWaits.h>
 #include <zelmo/ChunkParser.h>
 #include <zelmo/Cleanup.h>
 #include <zelmo/CommandParameter.h>
@@ -25,7 +27,10 @@
 #include <zelmo/FloatParameter.h>
 #include <zelmo/GrabResultData.h>
 #include <zelmo/GrabResultPtr.h>
+#include <zelmo/GrabResults.h>
+#include <zelmo/GrabStatistics.h>
 #include <zelmo/GrabStrategy.h>
+#include <zelmo/HandlerRegistration.h>
 #include <zelmo/Image.h>
 #include <zelmo/ImageEventHandler.h>
 #include <zelmo/Info.h>
@@ -39,6 +44,7 @@
 #include <zelmo/Parameter.h>
 #include <zelmo/PixelType.h>
 #include <zelmo/Registration.h>
+#include <zelmo/Reopen.h>
 #include <zelmo/SfncVersion.h>
 #include <zelmo/StreamGrabber.h>
 #include <zelmo/StringParameter.h>

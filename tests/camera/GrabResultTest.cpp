@@ -178,6 +178,35 @@ TEST_F(GrabResultTest, PointersShareAResultAndTheLastOneLetsItGo) {
     EXPECT_EQ(m_records->GetOutCount(), 0u);
 }
 
+TEST_F(GrabResultTest, MovingTakesTheResultAlongAndNoMemory) {
+    CGrabResultPtr from = Retrieve(Entry());
+    CGrabResultData* const data = from.GetPtr();
+    CGrabResultPtr second = Retrieve(Entry());
+    CGrabResultPtr to;
+    const IImage& view = second; // stays that of its pointer
+    ScarceMemory::FailAfter(0);
+    CGrabResultPtr constructed(std::move(from));
+    second = std::move(constructed); // lets go of its own result
+    to = std::move(second);
+    CGrabResultPtr nothing;
+    CGrabResultPtr ofNothing(std::move(nothing));
+    ofNothing = std::move(nothing);
+    CGrabResultPtr& same = to;
+    to = std::move(same);
+    ScarceMemory::Relax();
+    EXPECT_EQ(to.GetPtr(), data);
+    EXPECT_TRUE(to.IsUnique());
+    EXPECT_EQ(m_records->GetOutCount(), 1u);
+    for (CGrabResultPtr* const left : {&from, &constructed, &second, &nothing, &ofNothing}) {
+        EXPECT_FALSE(left->IsValid() || left->IsUnique() || left->GetPtr() != nullptr);
+        EXPECT_EQ(Values(static_cast<IImage&>(*left)), kEmptyImage);
+    }
+    second = std::move(to); // a moved-from pointer can be used again
+    EXPECT_EQ(static_cast<IImage&>(second).GetBuffer(), data->GetBuffer());
+    EXPECT_EQ(second.GetPtr(), data);
+    EXPECT_TRUE(view.IsValid() || !view.IsValid());
+}
+
 TEST_F(GrabResultTest, OutlivesEverythingAndItsParserLetsGoBeforeTheBufferGoes) {
     CGrabResultPtr result = Retrieve(Entry());
     m_records.reset();

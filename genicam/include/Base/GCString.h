@@ -21,7 +21,9 @@ namespace GenICam {
 
 /// A byte string, UTF-8 by convention; zero bytes may stand inside. It is what all public interfaces pass text in.
 /// Positions and lengths are bytes. A null `const char*` stands for the empty text, everywhere.
-/// Converts to `const char*` by itself, which also makes `s[i]` and `std::string(s)` work; view() keeps inner zeros.
+/// Made of a std::string or a std::string_view by itself, and compared with them; str() and view() are the way back.
+/// Converts by itself to std::string_view, and to `const char*`, which also makes `s[i]` and `std::string(s)` work. It
+/// does not to std::string: assigning it to one would be ambiguous then. All but `const char*` keep inner zeros.
 /// Threads: as std::string: one object is not for several threads at once unless all of them only read.
 /// @throws BadAllocException from whatever allocates, when memory is short or a length is beyond max_size().
 class GENICAM_API gcstring {
@@ -33,8 +35,9 @@ public:
     gcstring(const char* text);                    // implicit: literals are passed wherever a gcstring is asked for
     gcstring(const char* text, std::size_t count); ///< @p count bytes, zeros included.
     gcstring(std::size_t count, char value);
-    explicit gcstring(std::string_view text);
-    explicit gcstring(std::string&& text) noexcept : m_text(std::move(text)) {}
+    gcstring(std::string_view text);
+    gcstring(const std::string& text) : gcstring(std::string_view(text)) {}
+    gcstring(std::string&& text) noexcept : m_text(std::move(text)) {}
     gcstring(const gcstring& other);
     gcstring(gcstring&& other) noexcept = default;
     ~gcstring() = default;
@@ -56,7 +59,9 @@ public:
 
     const char* c_str() const noexcept { return m_text.c_str(); }
     operator const char*() const noexcept { return m_text.c_str(); }
-    std::string_view view() const noexcept { return m_text; } ///< Valid until this string changes.
+    operator std::string_view() const noexcept { return m_text; } ///< Valid until this string changes.
+    std::string_view view() const noexcept { return m_text; }     ///< Likewise.
+    std::string str() const { return m_text; }
     bool empty() const noexcept { return m_text.empty(); }
     std::size_t length() const noexcept { return m_text.size(); }
     std::size_t size() const noexcept { return m_text.size(); }
@@ -86,49 +91,56 @@ public:
     gcstring& erase(std::size_t position = 0, std::size_t count = npos);
     void swap(gcstring& other) noexcept { m_text.swap(other.m_text); }
 
+    // Friends, so that they are found for gcstrings only: what becomes one of them by itself is not meant.
+
+    GENICAM_API friend gcstring operator+(const gcstring& left, const gcstring& right);
+    GENICAM_API friend gcstring operator+(const gcstring& left, const char* right);
+    GENICAM_API friend gcstring operator+(const char* left, const gcstring& right);
+    /// Exactly a char: without it `s + 'x'` would move the pointer that a gcstring converts to.
+    template <class CharT, class = std::enable_if_t<std::is_same_v<CharT, char>>>
+    friend gcstring operator+(const gcstring& left, CharT right) {
+        return gcstring(left) += right;
+    }
+
+    friend bool operator==(const gcstring& left, const gcstring& right) noexcept { return left.view() == right.view(); }
+    friend bool operator!=(const gcstring& left, const gcstring& right) noexcept { return left.view() != right.view(); }
+    friend bool operator<(const gcstring& left, const gcstring& right) noexcept { return left.view() < right.view(); }
+    friend bool operator>(const gcstring& left, const gcstring& right) noexcept { return left.view() > right.view(); }
+    friend bool operator<=(const gcstring& left, const gcstring& right) noexcept { return left.view() <= right.view(); }
+    friend bool operator>=(const gcstring& left, const gcstring& right) noexcept { return left.view() >= right.view(); }
+    friend bool operator==(const gcstring& left, const char* right) noexcept {
+        return left.view() == (right ? std::string_view(right) : std::string_view());
+    }
+    friend bool operator==(const char* left, const gcstring& right) noexcept { return right == left; }
+    friend bool operator!=(const gcstring& left, const char* right) noexcept { return !(left == right); }
+    friend bool operator!=(const char* left, const gcstring& right) noexcept { return !(right == left); }
+
 private:
     std::string m_text;
 };
 
-GENICAM_API gcstring operator+(const gcstring& left, const gcstring& right);
-GENICAM_API gcstring operator+(const gcstring& left, const char* right);
-GENICAM_API gcstring operator+(const char* left, const gcstring& right);
-/// Exactly a char: without it `s + 'x'` would move the pointer that a gcstring converts to.
-template <class CharT, class = std::enable_if_t<std::is_same_v<CharT, char>>>
-gcstring operator+(const gcstring& left, CharT right) {
-    return gcstring(left) += right;
-}
+/// Exactly these types: what else becomes one of them goes by the operators above, or by the standard's.
+template <class String, class Text>
+using IfComparable = std::enable_if_t<std::is_same_v<String, gcstring> &&
+                                          (std::is_same_v<Text, std::string> || std::is_same_v<Text, std::string_view>),
+                                      bool>;
 
-inline bool operator==(const gcstring& left, const gcstring& right) noexcept {
-    return left.view() == right.view();
-}
-inline bool operator!=(const gcstring& left, const gcstring& right) noexcept {
-    return left.view() != right.view();
-}
-inline bool operator<(const gcstring& left, const gcstring& right) noexcept {
-    return left.view() < right.view();
-}
-inline bool operator>(const gcstring& left, const gcstring& right) noexcept {
-    return left.view() > right.view();
-}
-inline bool operator<=(const gcstring& left, const gcstring& right) noexcept {
-    return left.view() <= right.view();
-}
-inline bool operator>=(const gcstring& left, const gcstring& right) noexcept {
-    return left.view() >= right.view();
-}
-inline bool operator==(const gcstring& left, const char* right) noexcept {
-    return left.view() == (right ? std::string_view(right) : std::string_view());
-}
-inline bool operator==(const char* left, const gcstring& right) noexcept {
-    return right == left;
-}
-inline bool operator!=(const gcstring& left, const char* right) noexcept {
-    return !(left == right);
-}
-inline bool operator!=(const char* left, const gcstring& right) noexcept {
-    return !(right == left);
-}
+#define GENICAM_COMPARE_WITH_STANDARD_TEXT(op)                                                                         \
+    template <class String, class Text, IfComparable<String, Text> = true>                                             \
+    bool operator op(const String& left, const Text& right) noexcept {                                                 \
+        return left.view() op std::string_view(right);                                                                 \
+    }                                                                                                                  \
+    template <class Text, class String, IfComparable<String, Text> = true>                                             \
+    bool operator op(const Text& left, const String& right) noexcept {                                                 \
+        return std::string_view(left) op right.view();                                                                 \
+    }
+GENICAM_COMPARE_WITH_STANDARD_TEXT(==)
+GENICAM_COMPARE_WITH_STANDARD_TEXT(!=)
+GENICAM_COMPARE_WITH_STANDARD_TEXT(<)
+GENICAM_COMPARE_WITH_STANDARD_TEXT(>)
+GENICAM_COMPARE_WITH_STANDARD_TEXT(<=)
+GENICAM_COMPARE_WITH_STANDARD_TEXT(>=)
+#undef GENICAM_COMPARE_WITH_STANDARD_TEXT
 
 inline void swap(gcstring& left, gcstring& right) noexcept {
     left.swap(right);

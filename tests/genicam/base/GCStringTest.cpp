@@ -49,6 +49,33 @@ TEST(GCStringTest, LiteralsChangeSidesAndCharactersAreAppended) {
     EXPECT_EQ(std::string(width), "Width");
 }
 
+std::size_t LengthOf(std::string_view text) {
+    return text.size();
+}
+std::size_t LengthOfString(const gcstring& text) {
+    return text.size();
+}
+
+TEST(GCStringTest, StandardTextsComeAndGoWithoutACast) {
+    const std::string_view view = kWithZero;
+    gcstring text = kWithZero;
+    EXPECT_EQ(text.size(), 3u);
+    EXPECT_TRUE(text == kWithZero && kWithZero == text && text == view && view == text);
+    EXPECT_FALSE(text != kWithZero || view != text || text < view || kWithZero > text);
+    EXPECT_LT(text, std::string("b"));
+    EXPECT_GE(std::string_view("b"), text);
+    text = view;
+    EXPECT_EQ(LengthOf(text) + LengthOfString(kWithZero) + LengthOfString(view), 9u);
+    EXPECT_EQ((text + kWithZero + view).size(), 9u);
+    const std::string whole = text.str();
+    const std::string_view seen = text;
+    EXPECT_TRUE(whole == kWithZero && seen == kWithZero);
+    std::string assigned;
+    assigned = text; // and what goes by way of const char* still does
+    assigned += text;
+    EXPECT_EQ(assigned, "aa");
+}
+
 TEST(GCStringTest, TextMayBeAPartOfTheStringItself) {
     gcstring text("a text that is too long for the small buffer");
     text += text.c_str();
