@@ -25,7 +25,10 @@ EDeviceAccessiblityInfo LookUpAccess(const CDeviceInfo& info) {
     }
 }
 
-GenApi::INodeMap* FindNodeMap(IZelmoDevice& device, const std::string& name) {
+GenApi::INodeMap* FindNodeMap(CInstantCamera& camera, IZelmoDevice& device, const std::string& name) {
+    if (name == "camera") {
+        return &camera.GetInstantCameraNodeMap();
+    }
     if (name == "device") {
         return device.GetNodeMap();
     }
@@ -49,22 +52,44 @@ Camera::Camera(const CDeviceInfo& info, const std::string& why) : Camera(info, w
 
 Camera::Camera(const CDeviceInfo& info, Output& output) : Camera(info, {}, &output) {}
 
-Camera::Camera(const CDeviceInfo& info, const std::string& why, Output* looker) : m_name(GetCameraName(info)) {
+Camera::Camera(const CDeviceInfo& info, const std::string& why, Output* looker)
+    : m_name(GetCameraName(info)), m_info(info) {
+    m_object.RegisterConfiguration(nullptr, RegistrationMode_ReplaceAll, Cleanup_None);
+    m_removal = OnRemoved(m_object, [this] { m_isRemoved = true; });
     try {
-        m_device = CTlFactory::GetInstance().CreateDevice(info);
-        m_removalCallback = RegisterRemovalCallback(m_device, *this, &Camera::OnRemoved);
-        Open(info, why, looker);
+        CTlFactory& factory = CTlFactory::GetInstance();
+        m_device = factory.CreateDevice(info);
+        try {
+            Open(info, why, looker); // before it is attached: the object would open it for more than looking
+            m_object.Attach(m_device, Cleanup_Delete);
+        } catch (...) {
+            factory.DestroyDevice(m_device);
+            throw;
+        }
     } catch (const GenICam::GenericException& error) {
-        Release();
         throw FromLibrary(error, "Reaching camera " + m_name);
-    } catch (...) {
-        Release();
-        throw;
     }
 }
 
-Camera::~Camera() {
-    Release();
+Camera::~Camera() = default;
+
+bool Camera::IsRemoved() const {
+    const std::lock_guard lock(m_lock);
+    return m_isRemoved || (m_device != nullptr && m_device->IsRemoved());
+}
+
+CReopenReport Camera::Reopen(const String_t& settings, std::chrono::milliseconds limit, const WaitObject& cancel) {
+    {
+        const std::lock_guard lock(m_lock);
+        m_isRemoved = true;
+        m_device = nullptr;
+    }
+    const CReopenReport report = Zelmo::Reopen(m_object, m_info, settings, limit, &cancel);
+    IZelmoDevice* const device = m_object.GetDevice();
+    const std::lock_guard lock(m_lock);
+    m_device = device;
+    m_isRemoved = false;
+    return report;
 }
 
 void Camera::Open(const CDeviceInfo& info, const std::string& why, Output* looker) {
@@ -98,37 +123,19 @@ bool Camera::OpenAsMonitor() noexcept {
     }
 }
 
-void Camera::OnRemoved(IZelmoDevice*) {
-    m_isRemoved = true;
-}
-
-void Camera::Release() noexcept {
-    if (m_device == nullptr) {
-        return;
-    }
-    try {
-        if (m_removalCallback != 0) {
-            m_device->DeregisterRemovalCallback(m_removalCallback);
-        }
-        m_device->Close();
-        CTlFactory::GetInstance().DestroyDevice(m_device);
-    } catch (const std::exception&) { // the verb's result stands; the library logged the cause
-    }
-}
-
 GenApi::INodeMap& Camera::GetNodeMap(const std::string& name) {
     try {
-        GenApi::INodeMap* nodeMap = FindNodeMap(*m_device, name);
+        GenApi::INodeMap* nodeMap = FindNodeMap(m_object, *m_device, name);
         if (nodeMap != nullptr) {
             return *nodeMap;
         }
     } catch (const GenICam::GenericException& error) {
         throw FromLibrary(error, "Getting the node map '" + name + "' of camera " + m_name);
     }
-    const bool later = name == "camera" || name == "chunk";
+    const bool later = name == "chunk";
     throw FeatureError("", "no_node_map",
                        later ? "The node map '" + name +
-                                   "' is not supported by this version; there are device, tl, stream and event"
+                                   "' is not supported by this version; there are device, tl, stream, event and camera"
                              : "Camera " + m_name + " has no node map '" + name + "'");
 }
 

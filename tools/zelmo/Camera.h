@@ -2,8 +2,13 @@
 #pragma once
 
 #include <zelmo/Device.h>
+#include <zelmo/HandlerRegistration.h>
+#include <zelmo/InstantCamera.h>
+#include <zelmo/Reopen.h>
 
 #include <atomic>
+#include <chrono>
+#include <mutex>
 #include <string>
 
 namespace GenApi {
@@ -14,7 +19,8 @@ namespace tool {
 
 class Output;
 
-/// A camera, open from construction to destruction. Threads: one at a time; IsRemoved any.
+/// A camera, open from construction to destruction, in a camera object without configurations: its own settings count.
+/// Threads: one at a time; IsRemoved any.
 class Camera {
 public:
     /// Opens it to control it and to get images. @param why that is needed, for the message when somebody else has
@@ -30,24 +36,31 @@ public:
 
     const std::string& GetName() const noexcept { return m_name; }
     Zelmo::IZelmoDevice& GetDevice() noexcept { return *m_device; }
+    Zelmo::CInstantCamera& GetObject() noexcept { return m_object; }
 
-    /// "device", "tl", "stream" or "event". @throws ToolError for one that this camera does not have, or not yet.
+    /// Gets it back once it was removed; see Zelmo::Reopen. @throws what that throws; it is no camera any more then.
+    Zelmo::CReopenReport Reopen(const Zelmo::String_t& settings, std::chrono::milliseconds limit,
+                                const Zelmo::WaitObject& cancel);
+
+    /// "device", "tl", "stream", "event" or "camera". @throws ToolError for one that this camera does not have, or not
+    /// yet.
     GenApi::INodeMap& GetNodeMap(const std::string& name);
 
     /// Whether it is physically gone. Asks, too: what it tells comes on another thread, behind the failures.
-    bool IsRemoved() const { return m_isRemoved || m_device->IsRemoved(); }
+    bool IsRemoved() const;
 
 private:
     Camera(const Zelmo::CDeviceInfo& info, const std::string& why, Output* looker);
     void Open(const Zelmo::CDeviceInfo& info, const std::string& why, Output* looker);
     bool OpenAsMonitor() noexcept;
-    void OnRemoved(Zelmo::IZelmoDevice* device); // on a thread of the plug-in
-    void Release() noexcept;
 
     std::string m_name;
+    Zelmo::CDeviceInfo m_info;
     std::atomic<bool> m_isRemoved{false};
-    Zelmo::DeviceCallbackHandle m_removalCallback = 0;
-    Zelmo::IZelmoDevice* m_device = nullptr; // goes back to the factory
+    Zelmo::CInstantCamera m_object;
+    Zelmo::CHandlerRegistration m_removal;   // behind the object, which must outlive it
+    mutable std::mutex m_lock;               // guards the next where another thread may look
+    Zelmo::IZelmoDevice* m_device = nullptr; // the object's; null while there is none
 };
 
 /// The modes in which the tool opens cameras.

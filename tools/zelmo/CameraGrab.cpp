@@ -2,6 +2,9 @@
 #include "CameraGrab.h"
 
 #include "Feature.h"
+#include "Output.h"
+
+#include <zelmo/CameraSettings.h>
 
 #include <zelmo/StreamGrabber.h>
 
@@ -25,9 +28,6 @@ unsigned GetQueueSize(const GrabOptions& options) {
 
 CameraGrab::CameraGrab(const Zelmo::CDeviceInfo& info, const GrabOptions& options, StopSignals& signals)
     : m_options(options), m_signals(signals), m_camera(info), m_endObject(Zelmo::WaitObjectEx::Create()) {
-    // The camera's own settings count, not those of a configuration.
-    m_session.RegisterConfiguration(nullptr, Zelmo::RegistrationMode_ReplaceAll, Zelmo::Cleanup_None);
-    m_session.Attach(&m_camera.GetDevice(), Zelmo::Cleanup_None);
     m_session.MaxNumBuffer.SetValue(options.buffers);
     m_session.MaxNumQueuedBuffer.SetValue(options.buffers);
     m_session.OutputQueueSize.SetValue(GetQueueSize(options));
@@ -75,10 +75,7 @@ void CameraGrab::SendTo(std::unique_ptr<FrameSink> sink, WorkerPool* pool) {
 void CameraGrab::Run() noexcept {
     std::optional<ToolError> error;
     try {
-        StartSession();
-        // There has to be room first: an image that is taken later is a newer one, with strategies that skip.
-        for (m_work->WaitForRoom(); !IsDone() && TakeNext(); m_work->WaitForRoom()) {
-        }
+        Grab();
     } catch (const ToolError& failure) {
         error = failure;
     } catch (const GenICam::GenericException& failure) {
@@ -88,6 +85,7 @@ void CameraGrab::Run() noexcept {
     }
     m_ended = Clock::now().time_since_epoch().count();
     m_session.StopGrabbing();
+    m_trigger.reset();
     if (m_work->Drain()) { // what was still being written counts, and so does its time
         m_ended = Clock::now().time_since_epoch().count();
     }
@@ -95,7 +93,8 @@ void CameraGrab::Run() noexcept {
     if (!m_error) { // else an image ended it
         m_error = error;
     }
-    if (m_camera.IsRemoved()) { // whatever failed first, this is the cause
+    if (m_camera.IsRemoved() &&
+        !(m_error && m_options.reconnect.isWanted)) { // whatever failed first, this is the cause
         m_error = Removed();
     }
     if (m_error && m_error->GetCode() == "host") {
@@ -105,6 +104,62 @@ void CameraGrab::Run() noexcept {
     m_endObject.Signal();
 }
 
+void CameraGrab::Grab() {
+    if (m_options.trigger.isSoftware) {
+        m_trigger.emplace(m_session, GetName(), m_options.trigger);
+    }
+    if (m_options.reconnect.isWanted) {
+        Zelmo::StringList_t failures; // what cannot be saved cannot be put back either
+        m_settings = Zelmo::SaveSettings(m_session, &failures);
+    }
+    for (GrabUntilLost(); m_options.reconnect.isWanted && m_camera.IsRemoved() && !IsDone(); GrabUntilLost()) {
+        Reconnect();
+    }
+}
+
+/// Until the grab is over, or the camera is: then that is the cause of whatever fails.
+void CameraGrab::GrabUntilLost() {
+    try {
+        StartSession();
+        if (m_trigger) {
+            m_trigger->Start();
+        }
+        // There has to be room first: an image that is taken later is a newer one, with strategies that skip.
+        for (m_work->WaitForRoom(); !IsDone() && TakeNext(); m_work->WaitForRoom()) {
+        }
+    } catch (const std::exception&) {
+        if (!m_options.reconnect.isWanted || !m_camera.IsRemoved()) {
+            throw;
+        }
+    }
+    if (m_trigger) {
+        m_trigger->Stop();
+    }
+    m_session.StopGrabbing();
+}
+
+void CameraGrab::Reconnect() {
+    m_output->Note("Camera " + GetName() + " was removed after " + std::to_string(m_taken) +
+                   " images; waiting for it to come back");
+    const auto& limit = m_options.reconnect.limitSeconds;
+    try {
+        const Zelmo::WaitObjectEx cancel(m_signals.GetFd());
+        const Zelmo::CReopenReport report = m_camera.Reopen(
+            m_settings, limit ? ceil<milliseconds>(duration<double>(*limit)) : Zelmo::NoTimeLimit, cancel);
+        for (const Zelmo::String_t& failure : report.notRestored) {
+            m_output->Note("Camera " + GetName() + ": not restored: " + failure.c_str());
+        }
+        m_output->Note("Camera " + GetName() + " came back after " + std::to_string(report.duration.count()) + " ms");
+    } catch (const GenICam::GenericException& error) {
+        if (m_signals.StopRequested()) {
+            return; // nobody waits any more
+        }
+        throw ToolError(ExitCode::Removed, "removed",
+                        "Camera " + GetName() + " was removed before the grab was over: " + error.GetDescription());
+    }
+    m_lossCounter = LossCounter(); // its count begins anew
+}
+
 void CameraGrab::StartSession() {
     const Zelmo::IStreamGrabber* grabber = m_camera.GetDevice().GetStreamGrabber(0);
     if (grabber != nullptr && grabber->IsOpen()) {
@@ -112,7 +167,7 @@ void CameraGrab::StartSession() {
     }
     try {
         if (m_options.count) {
-            m_session.StartGrabbing(*m_options.count, m_options.strategy);
+            m_session.StartGrabbing(*m_options.count - m_taken, m_options.strategy);
         } else {
             m_session.StartGrabbing(m_options.strategy);
         }
@@ -120,7 +175,9 @@ void CameraGrab::StartSession() {
         throw FromLibrary(error, "Starting to grab from camera " + GetName() + " with " +
                                      std::to_string(m_options.buffers) + " buffers");
     }
-    m_started = Clock::now().time_since_epoch().count();
+    if (m_started == 0) {
+        m_started = Clock::now().time_since_epoch().count();
+    }
 }
 
 bool CameraGrab::IsDone() const {
@@ -130,11 +187,34 @@ bool CameraGrab::IsDone() const {
 }
 
 bool CameraGrab::TakeNext() {
+    if (m_trigger && !m_trigger->TriggerNext(m_options.timeoutMs)) {
+        throw ToolError(ExitCode::Timeout, "timeout",
+                        "Camera " + GetName() + " did not get ready for a trigger within " +
+                            std::to_string(m_options.timeoutMs) + " ms; --timeout sets the limit");
+    }
     Zelmo::CGrabResultPtr result;
     if (WaitForResult(result)) {
         TakeResult(*result.GetPtr());
     }
-    return m_session.IsGrabbing();
+    return m_session.IsGrabbing() && !(m_options.reconnect.isWanted && IsLost());
+}
+
+bool CameraGrab::IsLost() const {
+    return m_camera.IsRemoved() && m_session.NumReadyBuffers.GetValue() == 0;
+}
+
+/// In short steps, since nobody else ends the wait for a camera that is to come back.
+bool CameraGrab::WaitForResultOrLoss(Zelmo::CGrabResultPtr& result, unsigned timeoutMs) {
+    constexpr unsigned stepMs = 50;
+    for (; timeoutMs > stepMs; timeoutMs -= stepMs) {
+        if (m_session.RetrieveResult(stepMs, result, Zelmo::TimeoutHandling_Return)) {
+            return true;
+        }
+        if (!m_session.IsGrabbing() || IsLost()) {
+            return false;
+        }
+    }
+    return m_session.RetrieveResult(timeoutMs, result, Zelmo::TimeoutHandling_ThrowException);
 }
 
 bool CameraGrab::WaitForResult(Zelmo::CGrabResultPtr& result) {
@@ -145,7 +225,9 @@ bool CameraGrab::WaitForResult(Zelmo::CGrabResultPtr& result) {
         return m_session.RetrieveResult(static_cast<unsigned>(leftMs), result, Zelmo::TimeoutHandling_Return);
     }
     try {
-        return m_session.RetrieveResult(m_options.timeoutMs, result, Zelmo::TimeoutHandling_ThrowException);
+        return m_options.reconnect.isWanted
+                   ? WaitForResultOrLoss(result, m_options.timeoutMs)
+                   : m_session.RetrieveResult(m_options.timeoutMs, result, Zelmo::TimeoutHandling_ThrowException);
     } catch (const GenICam::TimeoutException&) {
         throw TimedOut();
     }

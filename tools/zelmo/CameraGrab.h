@@ -8,6 +8,7 @@
 #include "Options.h"
 #include "OrderedWork.h"
 #include "Signals.h"
+#include "SoftwareTrigger.h"
 
 #include <zelmo/InstantCamera.h>
 #include <zelmo/WaitObject.h>
@@ -20,6 +21,8 @@
 #include <vector>
 
 namespace tool {
+
+class Output;
 
 /// What became of the images of one camera.
 struct GrabCounts {
@@ -65,9 +68,8 @@ public:
     const std::string& GetName() const noexcept { return m_camera.GetName(); }
     bool IsRunning() const noexcept { return m_running; }
     /// No more comes, or is wanted.
-    bool IsExhausted() const {
-        return m_hasFailed || (m_camera.IsRemoved() && m_session.NumReadyBuffers.GetValue() == 0);
-    }
+    bool IsExhausted() const { return m_hasFailed || (!m_options.reconnect.isWanted && IsLost()); }
+    void TellTo(Output& output) noexcept { m_output = &output; }  ///< Before Start.
     int GetEndFd() const noexcept { return m_endObject.GetFd(); } ///< Readable when it has ended; for poll().
     GrabCounts GetCounts() const;
     const std::optional<ToolError>& GetError() const noexcept { return m_error; } ///< After Join.
@@ -77,9 +79,14 @@ private:
     using Clock = std::chrono::steady_clock;
 
     void Run() noexcept;
+    void Grab();
+    void GrabUntilLost();
+    void Reconnect();
     void StartSession();
     bool TakeNext();
     bool WaitForResult(Zelmo::CGrabResultPtr& result);
+    bool WaitForResultOrLoss(Zelmo::CGrabResultPtr& result, unsigned timeoutMs);
+    bool IsLost() const; // gone, and all taken that it has sent
     void TakeResult(const Zelmo::CGrabResultData& result);
     void CountMissing(const Zelmo::CGrabResultData& result);
     void Settle(FrameTask* task, std::uint64_t bytes, const std::exception_ptr& error) noexcept;
@@ -92,7 +99,10 @@ private:
     const GrabOptions& m_options;
     StopSignals& m_signals;
     Camera m_camera;
-    mutable Zelmo::CInstantCamera m_session; // has the device for grabbing; the tool opens and closes it
+    Zelmo::CInstantCamera& m_session = m_camera.GetObject();
+    std::optional<SoftwareTrigger> m_trigger;
+    Output* m_output = nullptr; // for what is told while it runs
+    Zelmo::String_t m_settings; // before the start, for a camera that comes back
     std::unique_ptr<FrameSink> m_sink;
     std::optional<OrderedWork> m_work;
 

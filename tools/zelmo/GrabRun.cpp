@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstdlib>
 #include <poll.h>
 
 namespace tool {
@@ -85,6 +86,41 @@ void DefineSetup(CLI::App& command, std::vector<SetupStep>& setup) {
         ->trigger_on_parse();
 }
 
+/// software or software:HZ
+TriggerOptions ParseTrigger(const std::string& text) {
+    const std::string word = "software";
+    const std::string rest = text.substr(0, word.size()) == word ? text.substr(word.size()) : ":";
+    if (rest.empty()) {
+        return {true, std::nullopt};
+    }
+    char* end = nullptr;
+    const double hertz = rest.size() > 1 && rest[0] == ':' ? std::strtod(rest.c_str() + 1, &end) : 0;
+    if (end == nullptr || *end != '\0' || !(hertz > 0) || hertz > 100'000) {
+        throw CLI::ValidationError("--trigger", "'" + text + "' is neither software nor software:HZ, as software:10");
+    }
+    return {true, hertz};
+}
+
+void DefineTriggerAndReconnect(CLI::App& command, GrabOptions& options) {
+    command
+        .add_option_function<std::string>(
+            "--trigger", [&options](const std::string& text) { options.trigger = ParseTrigger(text); },
+            "Trigger each image by software: when the camera is ready for it, or HZ times a second, ready or not; its "
+            "trigger settings are put back afterwards")
+        ->type_name("software[:HZ]");
+    command
+        .add_option_function<std::vector<double>>(
+            "--reconnect",
+            [&options](const std::vector<double>& seconds) {
+                options.reconnect = {true, seconds.empty() ? std::nullopt : std::optional(seconds[0])};
+            },
+            "When the camera is removed, wait for it to come back, SECONDS at most, restore its settings and go on; "
+            "without this, removal ends with exit code 9. For one camera")
+        ->type_name("SECONDS")
+        ->expected(0, 1)
+        ->check(CLI::PositiveNumber);
+}
+
 void CheckStrategy(const Zelmo::CDeviceInfo& info, Zelmo::EGrabStrategy strategy) {
     const std::string deviceClass = info.GetDeviceClass().c_str();
     if (strategy == Zelmo::GrabStrategy_UpcomingImage && (deviceClass == "HarlixUsb" || deviceClass == "HarlixMipex")) {
@@ -103,6 +139,7 @@ void DefineGrabOptions(CLI::App& command, GrabOptions& options) {
                   options.durationSeconds ? "Length; default " + Fixed(*options.durationSeconds, 0)
                                           : "End after that time");
     DefineStrategy(command, options.strategy);
+    DefineTriggerAndReconnect(command, options);
     command.add_option("--buffers", options.buffers, "Buffers for each camera; default 10")
         ->type_name("N")
         ->check(WholeNumber(1, 10'000));
@@ -140,11 +177,15 @@ void CheckGrabOptions(const GrabOptions& options) {
 
 GrabRun::GrabRun(const std::vector<Zelmo::CDeviceInfo>& infos, const GrabOptions& options, Output& output)
     : m_options(options), m_output(output) {
+    if (options.reconnect.isWanted && infos.size() > 1) {
+        throw UsageError("--reconnect: waits for one camera, and there are " + std::to_string(infos.size()));
+    }
     for (const auto& info : infos) {
         CheckStrategy(info, options.strategy);
     }
     for (const auto& info : infos) {
         m_cameras.push_back(std::make_unique<CameraGrab>(info, options, m_signals));
+        m_cameras.back()->TellTo(output);
         m_cameras.back()->Configure(options.setup);
     }
 }

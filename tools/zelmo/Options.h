@@ -47,6 +47,18 @@ struct FeaturesOptions {
     std::string visibility = "guru";
 };
 
+/// How images are triggered by the tool.
+struct TriggerOptions {
+    bool isSoftware = false;
+    std::optional<double> hertz; ///< Without: whenever the camera is ready.
+};
+
+/// Whether a grab outlives its camera.
+struct ReconnectOptions {
+    bool isWanted = false;
+    std::optional<double> limitSeconds; ///< Longest time to wait for it.
+};
+
 /// What grab and bench have in common.
 struct GrabOptions {
     std::vector<std::string> devices;
@@ -59,6 +71,8 @@ struct GrabOptions {
     std::optional<unsigned> queueSize; ///< Of GrabStrategy_LatestImages.
     unsigned timeoutMs = 5000;
     std::optional<unsigned> maxLost;
+    TriggerOptions trigger;
+    ReconnectOptions reconnect;
 };
 
 struct FileOptions {
