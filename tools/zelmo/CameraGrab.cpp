@@ -316,6 +316,9 @@ void CameraGrab::CountMissing(const Zelmo::CGrabResultData& result) {
 
 void CameraGrab::CollectClues() noexcept {
     m_clues.busySeconds = m_work->GetHeldSeconds();
+    if (!m_session.IsZelmoDeviceAttached()) {
+        return; // it did not come back
+    }
     try {
         Zelmo::IStreamGrabber* grabber = m_camera.GetDevice().GetStreamGrabber(0);
         GenApi::INodeMap* nodeMap = grabber != nullptr ? grabber->GetNodeMap() : nullptr;

@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: Apache-2.0
+
+// Grabs that trigger the camera, and grabs that outlive it.
+
+#include "ToolProcess.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+using testing::HasSubstr;
+using testing::Not;
+
+namespace {
+
+TEST(TriggerOptionTest, EachImageIsTriggeredAndTheSettingsArePutBack) {
+    for (const std::string trigger : {"software", "software:50"}) {
+        const auto run =
+            RunTool({"grab", "-n", "5", "--trigger", trigger, "--set", "AcquisitionFrameRate=0.1", "--json"},
+                    WithEnvironment({{"ZELMO_CAMEMU", "1"}}));
+        EXPECT_EQ(run.exitCode, 0) << run.err;
+        EXPECT_THAT(run.out, HasSubstr("\"frames\":5"));
+    }
+    EXPECT_EQ(RunTool({"grab", "--trigger", "hardware"}, WithEnvironment({{"ZELMO_CAMEMU", "1"}})).exitCode, 2);
+    EXPECT_EQ(RunTool({"grab", "--trigger", "software:0"}, WithEnvironment({{"ZELMO_CAMEMU", "1"}})).exitCode, 2);
+}
+
+TEST(ReconnectOptionTest, GrabGoesOnWithTheSettingsOfBefore) {
+    const std::vector<std::string> removal{"--set",  "SimulateRemovalDelay=10",
+                                           "--set",  "SimulateRemovalDuration=100",
+                                           "--set",  "SimulateRemovalSettings=Default",
+                                           "--set",  "Width=320",
+                                           "--exec", "SimulateRemoval"};
+    const auto grab = [&removal](std::vector<std::string> words) {
+        words.insert(words.end(), removal.begin(), removal.end());
+        return RunTool(words, WithEnvironment({{"ZELMO_CAMEMU", "2"}}));
+    };
+    const auto run = grab({"grab", "-d", "0", "-n", "30", "--reconnect", "20", "--raw", "-o", "-"});
+    EXPECT_EQ(run.exitCode, 0) << run.err;
+    EXPECT_EQ(run.out.size(), 30U * 320 * 1024);
+    EXPECT_THAT(run.err, HasSubstr("was removed after 10 images; waiting for it to come back"));
+    EXPECT_THAT(run.err, HasSubstr("came back after "));
+    EXPECT_THAT(run.err, Not(HasSubstr("not restored")));
+    EXPECT_EQ(grab({"grab", "-d", "0", "-n", "30"}).exitCode, 9);
+    EXPECT_EQ(grab({"grab", "-d", "0", "-n", "30", "--reconnect", "0.02"}).exitCode, 9); // it is away for longer
+    EXPECT_EQ(grab({"grab", "--all", "-n", "30", "--reconnect"}).exitCode, 2);
+}
+
+} // namespace
