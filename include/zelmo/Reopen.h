@@ -47,7 +47,7 @@ public:
     CReopenReport Run(std::chrono::milliseconds limit) {
         m_camera.DestroyDevice();
         while (!TryOnce()) {
-            const auto left = limit == NoTimeLimit ? kPause : limit - Elapsed();
+            const auto left = limit == kNoTimeLimit ? kPause : limit - Elapsed();
             if (left <= left.zero()) {
                 throw TIMEOUT_EXCEPTION("The camera %s did not come back within %lld ms. %s",
                                         m_pattern.GetSerialNumber().c_str(), static_cast<long long>(limit.count()),
@@ -137,7 +137,7 @@ private:
 ///         GenICam::RuntimeException for a text that is none of settings: nothing has been done then.
 template <class Rep = std::chrono::milliseconds::rep, class Period = std::chrono::milliseconds::period>
 CReopenReport Reopen(CInstantCamera& camera, const CDeviceInfo& info, const String_t& settings,
-                     std::chrono::duration<Rep, Period> limit = NoTimeLimit, const WaitObject* cancel = nullptr) {
+                     std::chrono::duration<Rep, Period> limit = kNoTimeLimit, const WaitObject* cancel = nullptr) {
     return Internal::CReopening(camera, info, settings, cancel)
         .Run(std::chrono::ceil<std::chrono::milliseconds>(limit));
 }
