@@ -192,7 +192,7 @@ TEST_F(GrabResultTest, MovingTakesTheResultAlongAndNoMemory) {
     const bool isViewOfTo = view.GetBuffer() == data->GetBuffer();
     CGrabResultPtr nothing;
     CGrabResultPtr ofNothing(std::move(nothing));
-    ofNothing = std::move(nothing);
+    ofNothing = std::move(nothing); // NOLINT(bugprone-use-after-move): it is empty then
     CGrabResultPtr& same = to;
     to = std::move(same);
     ScarceMemory::Relax();
@@ -200,6 +200,7 @@ TEST_F(GrabResultTest, MovingTakesTheResultAlongAndNoMemory) {
     EXPECT_EQ(to.GetPtr(), data);
     EXPECT_TRUE(to.IsUnique());
     EXPECT_EQ(m_records->GetOutCount(), 1u);
+    // NOLINTNEXTLINE(bugprone-use-after-move): likewise
     for (CGrabResultPtr* const left : {&from, &constructed, &second, &nothing, &ofNothing}) {
         EXPECT_FALSE(left->IsValid() || left->IsUnique() || left->GetPtr() != nullptr);
         EXPECT_EQ(Values(static_cast<IImage&>(*left)), kEmptyImage);
