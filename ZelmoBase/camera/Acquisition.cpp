@@ -6,6 +6,7 @@
 #include "ZelmoBase/core/Mutex.h"
 #include "ZelmoBase/core/ScopeGuard.h"
 
+#include <zelmo/Device.h>
 #include <zelmo/WaitObject.h>
 
 #include <Base/GCSynch.h>
@@ -37,6 +38,13 @@ void CAcquisition::Start() {
         m_started = true;
     }
     ExecuteIfWritable(*m_nodeMap, "AcquisitionStart");
+    if (m_nodeMap == nullptr) {
+        return; // a callback has let go of the device
+    }
+    GenICam::AutoLock lock(m_nodeMap->GetLock());
+    if (!m_started) { // all images had come before: the stop that they brought was too early
+        ExecuteIfWritable(*m_nodeMap, "AcquisitionStop");
+    }
 }
 
 void CAcquisition::StopIfOwed() {
@@ -45,10 +53,10 @@ void CAcquisition::StopIfOwed() {
     }
 }
 
-void CAcquisition::Stop() noexcept {
+void CAcquisition::Stop(IZelmoDevice& device) noexcept {
     RunLogged(CameraLogCategory(), "Exception caught while executing acquisition stop, msg='%s'",
-              "Unknown exception caught while executing acquisition stop.", [this] {
-                  if (m_nodeMap != nullptr) {
+              "Unknown exception caught while executing acquisition stop.", [&] {
+                  if (m_nodeMap != nullptr && device.GetNodeMap() == m_nodeMap) {
                       GenICam::AutoLock lock(m_nodeMap->GetLock());
                       StopIfOwed();
                   }

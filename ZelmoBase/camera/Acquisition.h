@@ -7,6 +7,7 @@ struct INodeMap;
 
 namespace Zelmo {
 
+class IZelmoDevice;
 class WaitObject;
 
 /// Starts and stops the acquisition of a camera by its features.
@@ -15,14 +16,18 @@ class WaitObject;
 class CAcquisition {
 public:
     /// Before the engine starts. Borrows @p nodeMap until the engine has stopped; null where the device has none.
-    void SetNodeMap(GenApi::INodeMap* nodeMap) noexcept { m_nodeMap = nodeMap; }
+    void SetNodeMap(GenApi::INodeMap* nodeMap) noexcept {
+        m_nodeMap = nodeMap;
+        m_started = false;
+    }
 
     /// Executes "AcquisitionStart", if the device has it and lets it be written. A stop is owed from here on, even when
     /// it throws what the device throws.
     void Start();
 
-    /// Executes "AcquisitionStop" likewise, if a stop is owed. What the device throws is logged.
-    void Stop() noexcept;
+    /// Executes "AcquisitionStop" likewise, if a stop is owed and @p device still has that node map. What the device
+    /// throws is logged.
+    void Stop(IZelmoDevice& device) noexcept;
 
     /// The same. While others hold the lock of the node map it waits no longer than until @p stop is signaled: then the
     /// thread that stops does it.

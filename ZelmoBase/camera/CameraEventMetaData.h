@@ -41,7 +41,9 @@ public:
 
 private:
     friend class CCameraEventConnection;
-    void Notify(GenApi::INode* node, const std::shared_ptr<CCameraEventConnection>& connection) noexcept;
+    void OnNodeChanged(const std::shared_ptr<CCameraEventConnection>& connection) noexcept; // any thread
+    void Notify(GenApi::INode* node, const CCameraEventConnection* connection) noexcept;
+    void LogFailure(const char* text) const noexcept;
 
     CInstantCamera& m_camera;
     CCameraEventHandler& m_handler;

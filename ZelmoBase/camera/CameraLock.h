@@ -8,6 +8,7 @@
 #include <Base/GCSynch.h>
 
 #include <atomic>
+#include <thread>
 
 namespace Zelmo {
 
@@ -23,39 +24,54 @@ public:
     /// While no thread holds it. Borrows @p lock; null for none.
     void SetOverride(ILockOverride* lock) noexcept { m_override = lock; }
 
-    /// Whether the calling thread has it from a caller: false for sure, true perhaps where another lock stands in.
-    bool MayBeHeldByThisThread() const noexcept { return m_override != nullptr || m_lock.IsHeldByThisThread(); }
+    bool IsHeldByThisThread() const noexcept {
+        return m_override != nullptr ? m_overrideHolder == std::this_thread::get_id() : m_lock.IsHeldByThisThread();
+    }
 
 private:
     friend class CCameraGuard;
 
+    ILockOverride* Take() ZELMO_NO_THREAD_SAFETY_ANALYSIS {
+        ILockOverride* const taken = m_override;
+        if (taken == nullptr) {
+            m_lock.Lock();
+        } else {
+            taken->Lock();
+            ++m_overrideHolds;
+            m_overrideHolder = std::this_thread::get_id();
+        }
+        return taken;
+    }
+    void GiveBack(ILockOverride* taken) ZELMO_NO_THREAD_SAFETY_ANALYSIS {
+        if (taken == nullptr) {
+            m_lock.Unlock();
+        } else {
+            if (--m_overrideHolds == 0) {
+                m_overrideHolder = std::thread::id();
+            }
+            taken->Unlock();
+        }
+    }
+
     GenICam::CLock& m_lock;
     std::atomic<ILockOverride*> m_override{nullptr};
+    std::atomic<std::thread::id> m_overrideHolder{}; // of interest to that thread only
+    unsigned long m_overrideHolds = 0;               // guarded by the override
 };
 
 /// Holds the lock of a camera object from construction to the end of the scope.
 class ZELMO_SCOPED_CAPABILITY CCameraGuard {
 public:
-    explicit CCameraGuard(CCameraLock& lock) ZELMO_ACQUIRE(lock) : m_lock(lock), m_override(lock.m_override) {
-        if (m_override != nullptr) {
-            m_override->Lock();
-        } else {
-            m_lock.m_lock.Lock();
-        }
-    }
-    ~CCameraGuard() ZELMO_RELEASE() {
-        if (m_override != nullptr) {
-            m_override->Unlock();
-        } else {
-            m_lock.m_lock.Unlock();
-        }
-    }
+    explicit CCameraGuard(CCameraLock& lock) ZELMO_ACQUIRE(lock) ZELMO_NO_THREAD_SAFETY_ANALYSIS
+        : m_lock(lock),
+          m_taken(lock.Take()) {}
+    ~CCameraGuard() ZELMO_RELEASE() ZELMO_NO_THREAD_SAFETY_ANALYSIS { m_lock.GiveBack(m_taken); }
     CCameraGuard(const CCameraGuard&) = delete;
     CCameraGuard& operator=(const CCameraGuard&) = delete;
 
 private:
     CCameraLock& m_lock;
-    ILockOverride* const m_override; // as it was taken
+    ILockOverride* const m_taken; // null: the lock itself
 };
 
 } // namespace Zelmo

@@ -6,9 +6,11 @@
 
 #include <zelmo/Device.h>
 #include <zelmo/WaitObject.h>
+#include <zelmo/WaitObjects.h>
 
 #include <atomic>
 #include <functional>
+#include <memory>
 
 namespace Zelmo {
 
@@ -17,8 +19,9 @@ class CInstantCamera;
 /// Learns from a device that it was physically removed, and tells the camera's handlers on a thread of its own: no code
 /// of the application runs on a thread of the plug-in. A removal is told once, and never while another device is
 /// attached.
-/// Threads: the callback on any, without a lock; IsRemoved from any; the rest with the camera lock held, but for End.
-/// The thread takes the camera lock. It is started with the first device that tells, and lives as long as the camera.
+/// Threads: the callback on any, with a leaf of its own; IsRemoved from any; the rest with the camera lock held, but
+/// for End. The thread takes the camera lock. It is started with the first device that tells, and lives as long as the
+/// camera.
 class CDeviceRemovalForwarder {
 public:
     /// @param tell notifies the handlers; called with the camera lock held
@@ -33,14 +36,18 @@ public:
     void End() noexcept; ///< Joins the thread.
 
 private:
-    void OnRemoved(IZelmoDevice* device);
+    class CToken;
+    class CTokenCallback;
+
+    void OnRemoved();
     void StartThread();
-    void Run() noexcept;
-    void Forward();
+    void Run(const WaitObjects& objects) noexcept;
+    void Forward(const WaitObjects& objects);
 
     const CInstantCamera& m_camera;
     CCameraLock& m_cameraLock;
     const std::function<void()> m_tell;
+    std::shared_ptr<CToken> m_token ZELMO_GUARDED_BY(m_cameraLock); // of the registration
     DeviceCallbackHandle m_handle ZELMO_GUARDED_BY(m_cameraLock) = 0;
     bool m_isRegistered ZELMO_GUARDED_BY(m_cameraLock) = false;
     bool m_isTold ZELMO_GUARDED_BY(m_cameraLock) = false;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "ZelmoBase/camera/EventGrabEngine.h"
 
+#include "ZelmoBase/camera/CameraEventConnection.h"
 #include "ZelmoBase/camera/CameraLog.h"
 #include "ZelmoBase/core/Guarded.h"
 #include "ZelmoBase/core/ScopeGuard.h"
@@ -66,13 +67,28 @@ void CEventGrabEngine::RetrieveEvent() {
     Deliver();
 }
 
-/// The adapter stays until it has returned, and so does the message: a handler may close the camera, or come back here.
+bool CEventGrabEngine::Postpone(const std::shared_ptr<CCameraEventConnection>& connection) const {
+    if (m_deliveringThread != std::this_thread::get_id()) {
+        return false;
+    }
+    m_postponed.push_back(connection);
+    return true;
+}
+
+/// What handlers do may end all this: after the adapter nothing of it is touched, but what they leave to notify.
 void CEventGrabEngine::Deliver() {
-    const std::shared_ptr<IEventAdapter> adapter = m_adapter;
-    const EventResult message = m_result;
-    const std::thread::id before = m_deliveringThread.exchange(std::this_thread::get_id());
-    const ScopeGuard end([this, before] { m_deliveringThread = before; });
-    adapter->DeliverMessage(message.buffer, EventResult::BufferSizeBytes);
+    std::vector<std::shared_ptr<CCameraEventConnection>> changed;
+    {
+        m_deliveringThread = std::this_thread::get_id();
+        const ScopeGuard end([&] {
+            m_deliveringThread = std::thread::id();
+            changed.swap(m_postponed);
+        });
+        m_adapter->DeliverMessage(m_result.buffer, EventResult::BufferSizeBytes);
+    }
+    for (const auto& connection : changed) {
+        connection->Notify();
+    }
 }
 
 } // namespace Zelmo

@@ -6,15 +6,17 @@
 #include <atomic>
 #include <memory>
 #include <thread>
+#include <vector>
 
 namespace Zelmo {
 
+class CCameraEventConnection;
 class IZelmoDevice;
 
 /// Fetches event messages from a device and gives them to the device's event adapter, which writes them into the node
-/// map: node callbacks run inside. The adapter lives from opening to closing, the rest from the start to the stop of
-/// grabbing.
-/// Threads: with the camera lock held, but for IsRunning and IsDelivering, which are for any.
+/// map: node callbacks run inside, and the handlers of the nodes right behind. The adapter lives from opening to
+/// closing, the rest from the start to the stop of grabbing. Threads: with the camera lock held, but for IsRunning and
+/// Postpone, which are for any.
 class CEventGrabEngine {
 public:
     void CreateAdapter(IZelmoDevice& device); ///< None where the device makes none. @throws what the device throws.
@@ -30,8 +32,10 @@ public:
 
     bool IsRunning() const noexcept { return m_grabber != nullptr; }
     const WaitObject& GetWaitObject() const { return m_grabber.load()->GetWaitObject(); } ///< While it runs.
-    /// Whether the calling thread is the one that delivers a message now.
-    bool IsDelivering() const noexcept { return m_deliveringThread == std::this_thread::get_id(); }
+    /// Takes a notification of a node that changes while the calling thread delivers a message: it is made when the
+    /// adapter has returned, so that a handler may close and destroy the device. @return false when it delivers none.
+    /// @throws std::bad_alloc
+    bool Postpone(const std::shared_ptr<CCameraEventConnection>& connection) const;
 
 private:
     /// @throws GenICam::RuntimeException for a message that failed; what the adapter throws.
@@ -41,6 +45,7 @@ private:
     std::atomic<IEventGrabber*> m_grabber{nullptr}; // the device's; null while no events are grabbed
     std::shared_ptr<IEventAdapter> m_adapter;       // goes back to the device
     EventResult m_result;
+    mutable std::vector<std::shared_ptr<CCameraEventConnection>> m_postponed; // of the delivering thread
     std::atomic<std::thread::id> m_deliveringThread{};
 };
 

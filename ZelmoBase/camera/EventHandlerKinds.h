@@ -58,6 +58,7 @@ struct CConfigurationHandlers : CCookieLog<CConfigurationHandlers, const Configu
     static constexpr char kDeregistered[] = "OnConfigurationDeregistered";
     static constexpr char kDestroy[] = "DestroyConfiguration";
     static constexpr char kWhat[] = "Configuration";
+    static constexpr bool kIsAddedWhileOthersRun = false;
     static constexpr char kHandlers[] = "configuration event handler";
 
     static void Registered(Handler& handler, CInstantCamera& camera, const MetaData& /*data*/) {
@@ -77,6 +78,7 @@ struct CImageHandlers : CCookieLog<CImageHandlers, const ImageEventHandlerCookie
     static constexpr char kDeregistered[] = "OnImageEventHandlerDeregistered";
     static constexpr char kDestroy[] = "DestroyImageEventHandler";
     static constexpr char kWhat[] = "Image event handler";
+    static constexpr bool kIsAddedWhileOthersRun = true;
     static constexpr char kHandlers[] = "image event handler";
 
     static void Registered(Handler& handler, CInstantCamera& camera, const MetaData& /*data*/) {
@@ -95,6 +97,7 @@ struct CCameraEventHandlers {
     static constexpr char kDeregistered[] = "OnCameraEventHandlerDeregistered";
     static constexpr char kDestroy[] = "DestroyCameraEventHandler";
     static constexpr char kHandlers[] = "camera event handler";
+    static constexpr bool kIsAddedWhileOthersRun = false;
 
     static const void* Address(const Cookie& cookie) noexcept { return cookie.first; }
     static void LogRegistered(const CInstantCamera& camera, const Cookie& cookie, const MetaData& data) noexcept {

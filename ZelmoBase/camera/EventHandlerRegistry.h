@@ -30,7 +30,8 @@ namespace Zelmo {
 ///          the list; nothing is called or logged with that one held.
 /// Threads: any, under those locks.
 /// @tparam Kind as that of CRegisteredEventHandler; also Registered(handler, camera, metaData),
-///              LogRegistered(camera, cookie, metaData), LogBlocked(camera, cookie) and LogClearing(camera)
+///              LogRegistered(camera, cookie, metaData), LogBlocked(camera, cookie), LogClearing(camera), and
+///              kIsAddedWhileOthersRun: whether a new handler is passed over until it has heard of its registration
 template <class Kind>
 class CEventHandlerRegistry {
 public:
@@ -120,7 +121,7 @@ public:
     /// Calls each handler, the oldest first. What @p call throws ends the walk.
     template <class Call>
     void ForEach(Call&& call) {
-        Walk([](const Node& node) { return node.IsThere() && node.isTold; },
+        Walk([](const Node& node) { return node.IsThere() && (node.isTold || !Kind::kIsAddedWhileOthersRun); },
              [&call](Record& record) { call(*record.GetInterface()); });
     }
 

@@ -33,10 +33,6 @@ std::uint64_t CGrabLoopThread::GetLoopOfThisCall(const CInstantCamera* camera) n
     return t_loop.camera == camera && !CHandlerScope::IsInside() ? t_loop.session : 0;
 }
 
-bool CGrabLoopThread::IsThisThread() const noexcept {
-    return t_loop.camera == &m_camera && t_loop.session == m_session;
-}
-
 void CGrabLoopThread::Start() {
     m_thread.Start("zelmo-loop", [this] { Run(); });
 }
@@ -55,6 +51,7 @@ void CGrabLoopThread::Run() noexcept {
     hxlog::LogTrace(CameraLogCategory(), hxlog::LogLevel_Notice, "Camera %p: Grab loop thread started", camera);
     RunGuarded([this] { Loop(); }, [this](const char* text) { HandleException(text); });
     hxlog::LogTrace(CameraLogCategory(), hxlog::LogLevel_Notice, "Camera %p: Grab loop thread stopped", camera);
+    m_hasEnded = true; // last
 }
 
 void CGrabLoopThread::Loop() {

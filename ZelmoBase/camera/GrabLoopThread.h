@@ -6,6 +6,7 @@
 
 #include <zelmo/InstantCamera.h>
 
+#include <atomic>
 #include <cstdint>
 
 namespace Zelmo {
@@ -34,11 +35,11 @@ public:
     void Start(); ///< @throws GenICam::RuntimeException if the system has no thread left.
     void Join();
     bool IsJoinable() const { return m_thread.IsJoinable(); }
+    bool HasEnded() const noexcept { return m_hasEnded; } ///< Joining waits for nothing any more.
     std::uint64_t GetSession() const noexcept { return m_session; }
 
     /// The session whose loop calls here: on the loop thread of @p camera, but from no handler; else 0.
     static std::uint64_t GetLoopOfThisCall(const CInstantCamera* camera) noexcept;
-    bool IsThisThread() const noexcept;
 
 private:
     void Run() noexcept;
@@ -50,6 +51,7 @@ private:
     CInstantCameraNodeMapPtr& m_parameters;
     IGrabLoopOwner& m_owner;
     const std::uint64_t m_session;
+    std::atomic<bool> m_hasEnded{false};
     CThread m_thread;
 };
 

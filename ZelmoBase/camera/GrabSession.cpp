@@ -140,7 +140,7 @@ bool CGrabSession::Retrieve(unsigned int timeoutMs, CGrabResultPtr& result, ETim
 void CGrabSession::StopAtCount(const std::shared_ptr<CSessionWait>& wait) {
     CCameraGuard lock(m_cameraLock);
     if (m_wait == wait && m_imagesLeft == 0) {
-        m_owner.StopGrabbing();
+        m_owner.StopCamera();
     }
 }
 
@@ -167,7 +167,7 @@ CGrabSession::EOutcome CGrabSession::Wait(const CSessionWait& wait, unsigned int
     if (wait.end->IsSignaled()) {
         return Outcome_Stopped;
     }
-    m_owner.ProcessCameraEvents();
+    m_owner.ProcessEventsOf(wait);
     if (m_engine.IsResultSignaled()) { // be it that of a session which began just now: the caller looks
         return Outcome_Result;
     }
@@ -180,7 +180,9 @@ CGrabSession::EOutcome CGrabSession::Wait(const CSessionWait& wait, unsigned int
     EOutcome outcome = Outcome_Event;
     while (outcome == Outcome_Event) { // the time goes on while events are handled
         outcome = WaitForOutcome(wait.objects, timeoutMs, due);
-        m_owner.ProcessCameraEvents();
+        if (outcome != Outcome_Stopped) {
+            m_owner.ProcessEventsOf(wait);
+        }
     }
     if (outcome == Outcome_Timeout) {
         cancel.Dismiss();
@@ -271,9 +273,14 @@ void CGrabSession::ForwardEngineException() {
         return;
     }
     const GenICam::GenericException exception = m_engine.GetException();
+    const std::uint64_t session = m_sessionNumber;
     m_owner.OnGrabError(exception.GetDescription());
     RunLogged(CameraLogCategory(), "Exception caught while calling StopGrabbing, msg='%s'",
-              "Unknown exception caught while calling StopGrabbing.", [this] { m_owner.StopGrabbing(); });
+              "Unknown exception caught while calling StopGrabbing.", [this, session] {
+                  if (m_sessionNumber == session) { // else a handler has begun another one
+                      m_owner.StopCamera();
+                  }
+              });
     throw exception; // NOLINT(misc-throw-by-value-catch-by-reference,cert-err60-cpp)
 }
 

@@ -20,6 +20,7 @@
 namespace Zelmo {
 
 class CInstantCamera;
+struct CSessionWait;
 
 /// What a session runs with, read once at its start.
 struct CGrabSettings {
@@ -39,9 +40,10 @@ struct CGrabSettings {
 class IGrabSessionOwner : public IGrabResultDataCreator {
 public:
     virtual void OnGrabError(const char* message) noexcept = 0; ///< The engine has failed; the session is stopped next.
-    virtual void StopGrabbing() = 0; ///< Ends the session and what the owner started around it.
-    /// Without the lock. @throws what is to reach the caller of Retrieve; the session goes on.
-    virtual void ProcessCameraEvents() = 0;
+    virtual void StopCamera() = 0; ///< Ends the session and what the owner started around it.
+    /// Without the lock. Nothing happens once @p wait is over. @throws what is to reach the caller of Retrieve; the
+    /// session goes on.
+    virtual void ProcessEventsOf(const CSessionWait& wait) = 0;
     virtual long GetCameraContext() const = 0;               ///< For the next result.
     virtual unsigned long GetMaxNumGrabResults() = 0;        ///< As a message shows it.
     virtual void CompleteResult(CGrabResultPtr& result) = 0; ///< It is filled. @throws as ProcessCameraEvents.

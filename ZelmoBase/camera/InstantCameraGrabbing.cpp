@@ -50,7 +50,7 @@ void CInstantCamera::CInstantCameraImpl::StartGrabbing(unsigned long maxImages, 
         const bool mayJoin = MayJoin();
         JoinGrabLoopThread();
         CCameraGuard lock(m_cameraLock);
-        if (mayJoin && !m_session.IsGrabbing() && HasUnjoinedLoop()) {
+        if (mayJoin && FindUnjoinedLoop() != nullptr) {
             continue; // a session has come and gone meanwhile: its thread is joined without the lock
         }
         StartSession(maxImages, strategy, grabLoop, isUnlimited);
@@ -90,7 +90,8 @@ void CInstantCamera::CInstantCameraImpl::StartSession(unsigned long maxImages, E
         UnlockGrabParameters();
         throw;
     }
-    StartStream(device, maxImages, strategy, grabLoop);
+    m_openReasons |= OpenReason_Session; // a handler may have closed and opened it
+    StartStream(attachment, maxImages, strategy, grabLoop);
     const std::uint64_t session = m_session.GetNumber();
     try {
         Notify(kOnGrabStarted);
@@ -117,11 +118,13 @@ void CInstantCamera::CInstantCameraImpl::CheckStartable(std::uint64_t attachment
     }
 }
 
-void CInstantCamera::CInstantCameraImpl::StartStream(IZelmoDevice& device, unsigned long maxImages,
+void CInstantCamera::CInstantCameraImpl::StartStream(std::uint64_t attachment, unsigned long maxImages,
                                                      EGrabStrategy strategy, EGrabLoop grabLoop) {
     try {
         LockGrabParameters(strategy);
-        const CGrabSettings settings = ReadSettings(device, maxImages, strategy);
+        CheckStartable(attachment); // callbacks of the application may have run
+        IZelmoDevice& device = *m_device.Get();
+        CGrabSettings settings = ReadSettings(device, maxImages, strategy);
         const unsigned long records = std::min(GetMaxNumGrabResults(), settings.buffers);
         hxlog::LogTrace(CameraLogCategory(), hxlog::LogLevel_Notice,
                         "Camera %p: Start grabbing with strategy=%d buffers=%lu, queued=%lu, results=%lu, chunks=%d, "
@@ -132,6 +135,8 @@ void CInstantCamera::CInstantCameraImpl::StartStream(IZelmoDevice& device, unsig
                         static_cast<int>(m_parameters.GrabCameraEvents->GetValue()), settings.priority,
                         static_cast<int>(grabLoop == GrabLoop_ProvidedByInstantCamera),
                         static_cast<int>(settings.clearBuffers));
+        CIntegerParameter payloadSize(device.GetNodeMap(), "PayloadSize");
+        settings.payloadSize = static_cast<unsigned long>(payloadSize.GetValueOrDefault(0));
         m_acquisition.SetNodeMap(device.GetNodeMap());
         m_session.Start(device.GetStreamGrabber(0), settings);
         try {
@@ -162,8 +167,6 @@ CGrabSettings CInstantCamera::CInstantCameraImpl::ReadSettings(IZelmoDevice& dev
         CBooleanParameter anytime(device.GetStreamGrabber(0)->GetNodeMap(), "AnnounceAnytimeEnable");
         settings.announceAll = !anytime.GetValueOrDefault(false);
     }
-    CIntegerParameter payloadSize(device.GetNodeMap(), "PayloadSize");
-    settings.payloadSize = static_cast<unsigned long>(payloadSize.GetValueOrDefault(0));
     settings.cameraName = device.GetDeviceInfo().GetSerialNumber().c_str();
     return settings;
 }
@@ -191,8 +194,12 @@ void CInstantCamera::CInstantCameraImpl::StartRetrieval(IZelmoDevice& device, un
     m_session.PrepareWait(m_events.IsRunning() ? &m_events.GetWaitObject() : nullptr);
     m_chunks.Start(IsChunkModeActive());
     m_session.MakeRecords(records);
+    const std::uint64_t session = m_session.GetNumber();
     if (m_parameters.AcquisitionStartStopExecutionEnable->GetValue()) {
         m_acquisition.Start();
+    }
+    if (!IsSessionRunning(session)) {
+        throw RUNTIME_EXCEPTION("Grabbing was stopped while it was being started.");
     }
     if (grabLoop == GrabLoop_ProvidedByInstantCamera) {
         StartLoopThread();
@@ -224,13 +231,19 @@ void CInstantCamera::CInstantCameraImpl::UnlockGrabParameters() noexcept {
 // The loop thread
 
 void CInstantCamera::CInstantCameraImpl::StartLoopThread() {
+    for (const auto& loop : m_loops) { // where restarts come from handlers, nobody else joins them
+        if (loop->HasEnded()) {
+            loop->Join();
+        }
+    }
+    std::erase_if(m_loops, [](const auto& loop) { return !loop->IsJoinable(); });
     IGrabLoopOwner& owner = *this;
     m_loops.push_back(
         std::make_shared<CGrabLoopThread>(m_camera, m_cameraLock, m_parameters, owner, m_session.GetNumber()));
     ScopeGuard forget([this]() ZELMO_NO_THREAD_SAFETY_ANALYSIS { m_loops.pop_back(); });
+    m_session.ReserveForLoop();
     m_loops.back()->Start();
     forget.Dismiss();
-    m_session.ReserveForLoop();
 }
 
 void CInstantCamera::CInstantCameraImpl::JoinGrabLoopThread() {
@@ -242,27 +255,26 @@ void CInstantCamera::CInstantCameraImpl::JoinGrabLoopThread() {
 /// Not where the loop thread could wait for the caller: in its own handlers, or for a lock that the caller has.
 bool CInstantCamera::CInstantCameraImpl::MayJoin() const noexcept {
     return !CHandlerScope::IsInside() && CGrabLoopThread::GetLoopOfThisCall(&m_camera) == 0 &&
-           !m_cameraLock.MayBeHeldByThisThread();
+           !m_cameraLock.IsHeldByThisThread();
 }
 
-bool CInstantCamera::CInstantCameraImpl::HasUnjoinedLoop() const {
-    return std::any_of(m_loops.begin(), m_loops.end(), [](const auto& loop) { return loop->IsJoinable(); });
+/// Of a session that is over; null when there is none, or while the camera grabs.
+std::shared_ptr<CGrabLoopThread> CInstantCamera::CInstantCameraImpl::FindUnjoinedLoop() const {
+    const auto found =
+        std::find_if(m_loops.begin(), m_loops.end(), [](const auto& loop) { return loop->IsJoinable(); });
+    return found != m_loops.end() && !m_session.IsGrabbing() ? *found : nullptr;
 }
 
+/// Joins without the lock, which their handlers may need.
 void CInstantCamera::CInstantCameraImpl::JoinLoopThreads() {
-    std::vector<std::shared_ptr<CGrabLoopThread>> loops;
-    {
+    const auto next = [this] {
         CCameraGuard lock(m_cameraLock);
-        if (m_session.IsGrabbing()) {
-            return;
-        }
-        loops = m_loops;
-    }
-    for (const auto& loop : loops) { // without the lock, which their handlers may need
+        std::erase_if(m_loops, [](const auto& loop) { return !loop->IsJoinable(); });
+        return FindUnjoinedLoop();
+    };
+    while (const std::shared_ptr<CGrabLoopThread> loop = next()) {
         loop->Join();
     }
-    CCameraGuard lock(m_cameraLock);
-    std::erase_if(m_loops, [](const auto& loop) { return !loop->IsJoinable(); });
 }
 
 bool CInstantCamera::CInstantCameraImpl::IsSessionRunning(std::uint64_t session) const noexcept {
@@ -285,7 +297,7 @@ void CInstantCamera::CInstantCameraImpl::StopSession() noexcept {
     if (!IsSessionRunning(session)) {
         return; // a handler has stopped it, with all that follows
     }
-    m_acquisition.Stop();
+    m_acquisition.Stop(*m_device.Get());
     m_session.Stop();
     m_events.Stop();
     RunLogged(CameraLogCategory(), "Cannot signal the end of grabbing, msg='%s'", "Cannot signal the end of grabbing.",
@@ -399,6 +411,16 @@ void CInstantCamera::CInstantCameraImpl::ProcessCameraEvents() {
     if (m_events.IsRunning()) {
         CCameraGuard lock(m_cameraLock);
         m_events.ProcessEvents();
+    }
+}
+
+/// A thread that is late, and whose session is over, leaves the events of the next one alone.
+void CInstantCamera::CInstantCameraImpl::ProcessEventsOf(const CSessionWait& wait) {
+    if (m_events.IsRunning() && !wait.end->IsSignaled()) {
+        CCameraGuard lock(m_cameraLock);
+        if (IsSessionRunning(wait.session)) {
+            m_events.ProcessEvents();
+        }
     }
 }
 

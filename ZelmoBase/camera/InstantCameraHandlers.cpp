@@ -113,6 +113,7 @@ void CInstantCamera::CInstantCameraImpl::ShutdownEventHandlers() noexcept {
         m_imageHandlers.SetBlocked(isBlocked);
         m_cameraEvents.SetBlocked(isBlocked);
     };
+    ++m_shutdowns;
     setBlocked(true);
     const bool wasDestroying = m_isDestroying.exchange(true);
     RunLogged(CameraLogCategory(), "Exception caught while deregistering all configurations, msg='%s'",
@@ -131,7 +132,9 @@ void CInstantCamera::CInstantCameraImpl::ShutdownEventHandlers() noexcept {
                   GenICam::AutoLock eventLock(m_eventLock);
                   m_cameraEvents.Clear();
               });
-    setBlocked(false);
+    if (--m_shutdowns == 0) { // else a handler that hears of its end has called here
+        setBlocked(false);
+    }
     m_isDestroying = wasDestroying;
 }
 

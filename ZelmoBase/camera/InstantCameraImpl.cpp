@@ -164,8 +164,10 @@ void CInstantCamera::CInstantCameraImpl::Attach(IZelmoDevice* device, ECleanup c
     m_device.Set(device, cleanup == Cleanup_Delete);
     const std::uint64_t attachment = m_device.GetNumber();
     ScopeGuard undo([&]() ZELMO_NO_THREAD_SAFETY_ANALYSIS {
-        CloseTeardown();
-        ResetToDetached();
+        if (m_device.GetNumber() == attachment) { // else a callback has let go of it
+            CloseTeardown();
+            ResetToDetached();
+        }
         LogLife("Camera %p: Attaching Device %p has failed, name=%s", m_camera, static_cast<void*>(device),
                 name.c_str());
     });
@@ -176,15 +178,14 @@ void CInstantCamera::CInstantCameraImpl::Attach(IZelmoDevice* device, ECleanup c
     if (device->IsOpen()) {
         LogLife("Camera %p: The device %p about to be attached is open, name=%s", m_camera, static_cast<void*>(device),
                 name.c_str());
-        TakeOpenDevice(*device);
+        TakeOpenDevice(*device, attachment);
     }
+    CheckSameDevice(attachment);
     undo.Dismiss();
-    if (m_device.GetNumber() == attachment) { // a callback of a parameter may have let go of it
-        m_device.FetchNodes();
-        LogLife("Camera %p: Device %p attached, name=%s, cleanupProcedure=%d", m_camera, static_cast<void*>(device),
-                name.c_str(), static_cast<int>(cleanup));
-        Notify(kOnAttached);
-    }
+    m_device.FetchNodes();
+    LogLife("Camera %p: Device %p attached, name=%s, cleanupProcedure=%d", m_camera, static_cast<void*>(device),
+            name.c_str(), static_cast<int>(cleanup));
+    Notify(kOnAttached);
 }
 
 /// @p next is to be attached: if it is the one that is, it must not be destroyed.
@@ -200,12 +201,13 @@ void CInstantCamera::CInstantCameraImpl::LetGoOfDevice(const IZelmoDevice* next)
 }
 
 /// What the application has chosen when it opened the device becomes what the parameters show.
-void CInstantCamera::CInstantCameraImpl::TakeOpenDevice(IZelmoDevice& device) {
+void CInstantCamera::CInstantCameraImpl::TakeOpenDevice(IZelmoDevice& device, std::uint64_t attachment) {
     OpenSetup(device);
     m_openReasons = OpenReason_Application;
     const AccessModeSet modes = device.AccessMode();
     m_parameters.GrabCameraEvents->SetValue(modes.test(Event));
     m_parameters.MonitorModeActive->SetValue(modes.test(Stream) && !modes.test(Control));
+    CheckSameDevice(attachment); // callbacks of the application may have run
     m_parameters.AccessModeParamsLocked->SetValue(1);
 }
 
@@ -226,11 +228,16 @@ void CInstantCamera::CInstantCameraImpl::DestroyDevice() {
     if (m_device.GetNumber() != attachment || m_session.IsGrabbing()) {
         return; // a handler has made something else of it
     }
+    const std::uint64_t opening = m_openNumber;
     NotifyOnce(kOnDestroy, m_destroyUnderway, attachment);
-    if (m_device.GetNumber() == attachment && !m_session.IsGrabbing() && NeedsClosing()) {
+    if (m_device.GetNumber() == attachment && m_openNumber != opening && !m_session.IsGrabbing()) {
         CloseDevice(); // opened again by a handler
     }
     if (m_device.GetNumber() != attachment || m_session.IsGrabbing()) {
+        return;
+    }
+    CloseQuietly(*device); // whatever handlers do
+    if (m_device.GetNumber() != attachment) {
         return;
     }
     RunStep("Exception caught while destroying device in DestroyDevice, msg='%s'",
@@ -253,8 +260,11 @@ void CInstantCamera::CInstantCameraImpl::DetachDevice() {
     if (m_device.GetNumber() != attachment || m_session.IsGrabbing()) {
         return;
     }
-    if (m_isSetUp) {
+    if (m_isSetUp || IsDeviceOpen()) {
         CloseTeardown();
+        if (m_device.GetNumber() != attachment) {
+            return;
+        }
     }
     ResetToDetached();
     Notify(kOnDetached);
@@ -290,15 +300,22 @@ void CInstantCamera::CInstantCameraImpl::Open() {
 
 void CInstantCamera::CInstantCameraImpl::OpenDevice(IZelmoDevice& device) {
     const std::uint64_t attachment = m_device.GetNumber();
-    ScopeGuard undo([&]() ZELMO_NO_THREAD_SAFETY_ANALYSIS {
+    if (m_isSetUp) { // for an opening that the device has ended itself
         CloseTeardown();
-        if (IsDeviceOpen()) {
+    }
+    ScopeGuard undo([&]() ZELMO_NO_THREAD_SAFETY_ANALYSIS {
+        if (m_device.GetNumber() != attachment) {
+            return; // a callback has let go of it
+        }
+        CloseTeardown();
+        if (m_device.GetNumber() == attachment && IsDeviceOpen()) {
             RunStep("Exception caught while closing device because device open failed, msg='%s'",
                     "Unknown exception caught while closing device because device open failed.",
                     [&device] { device.Close(); });
         }
     });
     m_parameters.AccessModeParamsLocked->SetValue(1);
+    CheckSameDevice(attachment); // callbacks of the application may have run
     AccessModeSet modes;
     if (m_parameters.GrabCameraEvents->GetValue()) {
         modes.set(Event);
@@ -366,22 +383,35 @@ bool CInstantCamera::CInstantCameraImpl::EndSession() noexcept {
 /// Handlers hear of it only from a device that says it is open; the rest also has to be done for one that closed
 /// itself.
 void CInstantCamera::CInstantCameraImpl::CloseDevice() noexcept {
+    const std::uint64_t attachment = m_device.GetNumber();
     const bool isOpen = IsDeviceOpen();
     if (isOpen) {
         const std::uint64_t opening = m_openNumber;
         NotifyOnce(kOnClose, m_closeUnderway, opening);
-        if (m_openNumber != opening || m_session.IsGrabbing()) {
+        if (m_device.GetNumber() != attachment || m_openNumber != opening || m_session.IsGrabbing()) {
             return; // closed by a handler, or in use by one
         }
     }
     if (isOpen || m_isSetUp) {
         CloseTeardown();
     }
-    if (isOpen) {
+    if (isOpen && m_device.GetNumber() == attachment) {
         RunStep("Exception caught while closing the device, msg='%s'",
                 "Unknown exception caught while closing the device.",
                 [this]() ZELMO_NO_THREAD_SAFETY_ANALYSIS { m_device.Get()->Close(); });
         Notify(kOnClosed);
+    }
+}
+
+/// Without a notice, for a device that is about to go.
+void CInstantCamera::CInstantCameraImpl::CloseQuietly(IZelmoDevice& device) noexcept {
+    const std::uint64_t attachment = m_device.GetNumber();
+    if (m_isSetUp) {
+        CloseTeardown();
+        if (m_device.GetNumber() == attachment && IsDeviceOpen()) {
+            RunStep("Exception caught while closing the device, msg='%s'",
+                    "Unknown exception caught while closing the device.", [&device] { device.Close(); });
+        }
     }
 }
 
@@ -396,6 +426,7 @@ void CInstantCamera::CInstantCameraImpl::CloseTeardown() noexcept {
     RunStep("Exception caught while deregistering device removal callback, msg='%s'",
             "Unknown exception caught while deregistering device removal callback.",
             [this]() ZELMO_NO_THREAD_SAFETY_ANALYSIS { m_removal.Deregister(*m_device.Get()); });
+    m_acquisition.SetNodeMap(nullptr); // it lives no longer than this
     m_device.ForgetNodes();
     m_isSetUp = false;
     ++m_openNumber;

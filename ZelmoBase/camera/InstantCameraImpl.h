@@ -85,7 +85,7 @@ public:
 
     // the session
     void StartGrabbing(unsigned long maxImages, bool isUnlimited, EGrabStrategy strategy, EGrabLoop grabLoop);
-    void StopGrabbing() override;
+    void StopGrabbing();
     bool IsGrabbing() const noexcept { return m_session.IsGrabbing(); }
     bool RetrieveResult(unsigned int timeoutMs, CGrabResultPtr& result, ETimeoutHandling handling) {
         return m_session.Retrieve(timeoutMs, result, handling);
@@ -135,11 +135,12 @@ private:
     bool IsDeviceOpen() const noexcept ZELMO_REQUIRES(m_cameraLock);
     bool NeedsClosing() const noexcept ZELMO_REQUIRES(m_cameraLock);
     void LetGoOfDevice(const IZelmoDevice* next) ZELMO_REQUIRES(m_cameraLock);
-    void TakeOpenDevice(IZelmoDevice& device) ZELMO_REQUIRES(m_cameraLock);
+    void TakeOpenDevice(IZelmoDevice& device, std::uint64_t attachment) ZELMO_REQUIRES(m_cameraLock);
     void OpenDevice(IZelmoDevice& device) ZELMO_REQUIRES(m_cameraLock);
     void OpenSetup(IZelmoDevice& device) ZELMO_REQUIRES(m_cameraLock);
     void CloseTeardown() noexcept ZELMO_REQUIRES(m_cameraLock);
     void CloseDevice() noexcept ZELMO_REQUIRES(m_cameraLock);
+    void CloseQuietly(IZelmoDevice& device) noexcept ZELMO_REQUIRES(m_cameraLock);
     bool EndSession() noexcept ZELMO_REQUIRES(m_cameraLock);
     void ResetToDetached() noexcept ZELMO_REQUIRES(m_cameraLock);
     void ResizeChunkPool() ZELMO_REQUIRES(m_cameraLock);
@@ -151,7 +152,7 @@ private:
     void CheckStartable(std::uint64_t attachment) const ZELMO_REQUIRES(m_cameraLock);
     CGrabSettings ReadSettings(IZelmoDevice& device, unsigned long maxImages, EGrabStrategy strategy)
         ZELMO_REQUIRES(m_cameraLock);
-    void StartStream(IZelmoDevice& device, unsigned long maxImages, EGrabStrategy strategy, EGrabLoop grabLoop)
+    void StartStream(std::uint64_t attachment, unsigned long maxImages, EGrabStrategy strategy, EGrabLoop grabLoop)
         ZELMO_REQUIRES(m_cameraLock);
     void StartRetrieval(IZelmoDevice& device, unsigned long records, EGrabLoop grabLoop) ZELMO_REQUIRES(m_cameraLock);
     void StartLoopThread() ZELMO_REQUIRES(m_cameraLock);
@@ -162,11 +163,13 @@ private:
     int GetEnginePriority() ZELMO_REQUIRES(m_cameraLock);
 
     bool MayJoin() const noexcept;
-    bool HasUnjoinedLoop() const ZELMO_REQUIRES(m_cameraLock);
+    std::shared_ptr<CGrabLoopThread> FindUnjoinedLoop() const ZELMO_REQUIRES(m_cameraLock);
     void JoinLoopThreads();
 
     // what the session and the loop thread ask
     void OnGrabError(const char* message) noexcept override;
+    void StopCamera() override { m_camera.StopGrabbing(); }
+    void ProcessEventsOf(const CSessionWait& wait) override;
     unsigned long GetMaxNumGrabResults() override;
     void CompleteResult(CGrabResultPtr& /*result*/) override {}
     const char* DescribeTimeout() noexcept override;
@@ -185,7 +188,7 @@ private:
     long m_context ZELMO_GUARDED_BY(m_cameraLock) = 0;
     unsigned m_openReasons ZELMO_GUARDED_BY(m_cameraLock) = 0;     // of EOpenReason
     bool m_isSetUp ZELMO_GUARDED_BY(m_cameraLock) = false;         // OpenSetup has begun, CloseTeardown has not come
-    std::uint64_t m_openNumber ZELMO_GUARDED_BY(m_cameraLock) = 0; // another one after each opening and closing
+    std::uint64_t m_openNumber ZELMO_GUARDED_BY(m_cameraLock) = 1; // another one after each opening and closing
     const CDeviceInfo m_noDeviceInfo;
     std::optional<CZelmoPowerNodeMapPtr> m_emptyNodeMap ZELMO_GUARDED_BY(m_cameraLock); // made on first need
 
@@ -199,6 +202,7 @@ private:
     CEventHandlerRegistry<CConfigurationHandlers> m_configurations;
     CEventHandlerRegistry<CImageHandlers> m_imageHandlers;
     CEventHandlerRegistry<CCameraEventHandlers> m_cameraEvents;
+    std::atomic<int> m_shutdowns{0};         // of the registries, under way
     std::atomic<bool> m_isDestroying{false}; // no device is attached any more
     std::atomic<bool> m_extensionFlag{true};
 

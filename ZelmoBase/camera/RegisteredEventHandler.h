@@ -120,6 +120,7 @@ private:
     }
 
     void DestroyHandler() noexcept {
+        const CHandlerScope scope;
         hxlog::LogTrace(CameraLogCategory(), hxlog::LogLevel_Notice, "Camera %p: %s, cookie=%p", Camera(),
                         Kind::kDestroy, Cookie());
         RunGuarded([this] { Kind::Destroy(*m_handler); },

@@ -100,8 +100,9 @@ public:
     /// @throws GenICam::OutOfRangeException for 0; and see above.
     virtual void StartGrabbing(unsigned long maxImages, EGrabStrategy strategy = GrabStrategy_OneByOne,
                                EGrabLoop grabLoop = GrabLoop_ProvidedByUser);
-    /// Waits for a result and calls the image handlers with it, on this thread and without the camera lock. With
-    /// GrabStrategy_UpcomingImage the image is taken after the call; a time-out of 0 never gets one.
+    /// Waits for a result and calls the image handlers with it, on this thread and without the camera lock; not with
+    /// that lock held, as in a configuration handler, while an image handler may run on another thread: it may hang.
+    /// With GrabStrategy_UpcomingImage the image is taken after the call; a time-out of 0 never gets one.
     /// @param timeoutMs milliseconds; 0 only looks, 0xFFFFFFFF waits without end
     /// @param result is given back first, then set
     /// @return true with a result: an image, or one that says why there is none (CGrabResultData::GrabSucceeded). False
@@ -116,8 +117,8 @@ public:
     /// took are lost; an image handler may still run for a moment.
     virtual void StopGrabbing();
     virtual bool IsGrabbing() const; ///< Takes no lock.
-    /// A session of one image. @return whether @p result is one that succeeded; false, with the result, for a failed
-    /// one.
+    /// A session of one image; see RetrieveResult for where not to call it. @return whether @p result is one that
+    /// succeeded; false, with the result, for a failed one.
     /// @throws as StartGrabbing and RetrieveResult, but GenICam::TimeoutException only as asked for.
     virtual bool GrabOne(unsigned int timeoutMs, CGrabResultPtr& result,
                          ETimeoutHandling handling = TimeoutHandling_ThrowException);

@@ -151,10 +151,10 @@ TEST_F(EventHandlerRegistryTest, HandlersMayComeAndGoWhileTheyAreCalled) {
     EXPECT_EQ(Told(), "c opened c deregistered a registered a opened ");
 }
 
-TEST_F(EventHandlerRegistryTest, HandlerIsCalledOnceItHasHeardOfItsRegistration) {
+TEST_F(EventHandlerRegistryTest, HandlerStandsInTheListBeforeItHearsOfIt) {
     m_a.onRegistered = [this] { Open(); };
     Register(m_a);
-    EXPECT_EQ(Told(), "a registered ");
+    EXPECT_EQ(Told(), "a registered a opened ");
     m_b.onRegistered = [] { throw std::runtime_error("no"); };
     EXPECT_THROW(Register(m_b), std::runtime_error);
     m_c.onRegistered = [this] { EXPECT_TRUE(Deregister(m_c)); };

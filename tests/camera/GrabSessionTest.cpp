@@ -22,7 +22,7 @@ public:
     ToldOwner(const CInstantCamera* camera, std::atomic<int>& countReached)
         : SessionOwner(camera), m_countReached(countReached) {}
     void OnGrabError(const char* message) noexcept override { events += message; }
-    void StopGrabbing() override {
+    void StopCamera() override {
         events += " stop";
         session.Stop();
     }

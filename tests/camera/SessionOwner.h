@@ -29,8 +29,8 @@ public:
 
     Zelmo::CGrabResultData* CreateGrabResultData() override { return new Zelmo::CGrabResultData; }
     void OnGrabError(const char*) noexcept override {}
-    void StopGrabbing() override { session.Stop(); }
-    void ProcessCameraEvents() override {}
+    void StopCamera() override { session.Stop(); }
+    void ProcessEventsOf(const Zelmo::CSessionWait&) override {}
     long GetCameraContext() const override { return 42; }
     unsigned long GetMaxNumGrabResults() override { return m_maxRecords; }
     void CompleteResult(Zelmo::CGrabResultPtr&) override {}

@@ -10,6 +10,7 @@
 #include <mutex>
 #include <thread>
 #include <utility>
+#include <vector>
 
 namespace Fakes {
 
@@ -61,10 +62,15 @@ public:
 protected:
     enum EFeature : int { Width, Height, PayloadSize, PixelFormat, AcquisitionMode, Start, Stop, Trigger, Count };
 
-    CStreamDevice(const Zelmo::CDeviceInfo& info, std::int64_t width, std::int64_t height, bool tellsRemoval = true)
-        : FakeDevice(info), m_tellsRemoval(tellsRemoval), m_values{width, height, 0, Zelmo::PixelType_Mono8} {}
+    static constexpr int kMoreFeatures = 8; ///< At most; their numbers begin with Count.
 
-    std::int64_t Value(EFeature feature) const { return m_values[feature]; }
+    CStreamDevice(const Zelmo::CDeviceInfo& info, std::int64_t width, std::int64_t height, bool tellsRemoval = true,
+                  std::vector<CFeature> more = {})
+        : FakeDevice(info), m_tellsRemoval(tellsRemoval), m_values{width, height, 0, Zelmo::PixelType_Mono8},
+          m_nodes(WithFeatures(std::move(more)), *this) {}
+
+    std::int64_t Value(int feature) const { return m_values[feature]; }
+    void SetValue(int feature, std::int64_t value) { m_values[feature] = value; }
     virtual void OnFeature(EFeature) {} ///< It was written.
     virtual void OnRemove() {}
 
@@ -78,9 +84,9 @@ private:
         }
     }
     std::int64_t ReadRegister(int number) override {
-        return number == PayloadSize ? m_values[Width] * m_values[Height]
-               : number < Start      ? m_values[number].load()
-                                     : 0;
+        return number == PayloadSize               ? m_values[Width] * m_values[Height]
+               : number < Start || number >= Count ? m_values[number].load()
+                                                   : 0;
     }
     void WriteRegister(int number, std::int64_t value) override {
         m_values[number] = value;
@@ -88,20 +94,25 @@ private:
     }
 
     const bool m_tellsRemoval;
-    std::atomic<std::int64_t> m_values[Count];
+    static std::vector<CFeature> WithFeatures(std::vector<CFeature> more) {
+        std::vector<CFeature> features{
+            {"Integer", "Width", Width, "<Min>1</Min><Max>4096</Max>"},
+            {"Integer", "Height", Height, "<Min>1</Min><Max>4096</Max>"},
+            {"Integer", "PayloadSize", PayloadSize, "<ImposedAccessMode>RO</ImposedAccessMode>"},
+            {"Enumeration", "PixelFormat", PixelFormat, "<EnumEntry Name='Mono8'><Value>17301505</Value></EnumEntry>"},
+            {"Enumeration", "AcquisitionMode", AcquisitionMode,
+             "<EnumEntry Name='Continuous'><Value>0</Value></EnumEntry>"
+             "<EnumEntry Name='SingleFrame'><Value>1</Value></EnumEntry>"},
+            {"Command", "AcquisitionStart", Start, "<CommandValue>1</CommandValue>"},
+            {"Command", "AcquisitionStop", Stop, "<CommandValue>1</CommandValue>"},
+            {"Command", "TriggerSoftware", Trigger, "<CommandValue>1</CommandValue>"}};
+        features.insert(features.end(), more.begin(), more.end());
+        return features;
+    }
+
+    std::atomic<std::int64_t> m_values[Count + kMoreFeatures];
     std::atomic<bool> m_isRemoved{false};
-    CRegisterNodes m_nodes{
-        {{"Integer", "Width", Width, "<Min>1</Min><Max>4096</Max>"},
-         {"Integer", "Height", Height, "<Min>1</Min><Max>4096</Max>"},
-         {"Integer", "PayloadSize", PayloadSize, "<ImposedAccessMode>RO</ImposedAccessMode>"},
-         {"Enumeration", "PixelFormat", PixelFormat, "<EnumEntry Name='Mono8'><Value>17301505</Value></EnumEntry>"},
-         {"Enumeration", "AcquisitionMode", AcquisitionMode,
-          "<EnumEntry Name='Continuous'><Value>0</Value></EnumEntry>"
-          "<EnumEntry Name='SingleFrame'><Value>1</Value></EnumEntry>"},
-         {"Command", "AcquisitionStart", Start, "<CommandValue>1</CommandValue>"},
-         {"Command", "AcquisitionStop", Stop, "<CommandValue>1</CommandValue>"},
-         {"Command", "TriggerSoftware", Trigger, "<CommandValue>1</CommandValue>"}},
-        *this};
+    CRegisterNodes m_nodes;
     std::mutex m_lock; // guards all below
     Zelmo::DeviceCallbackHandle m_lastHandle = 0;
     std::map<Zelmo::DeviceCallbackHandle, Zelmo::DeviceRemovalCallback> m_callbacks;
