@@ -16,14 +16,14 @@
 namespace Zelmo {
 
 /// Waits without end: what an application that wants this has to say.
-inline constexpr std::chrono::milliseconds NoTimeLimit = std::chrono::milliseconds::max();
+inline constexpr std::chrono::milliseconds kNoTimeLimit = std::chrono::milliseconds::max();
 
 /// A limit as the waits in milliseconds take it. @throws GenICam::OutOfRangeException for what does not fit, which is
 /// 49 days and more, and for what is no number.
 template <class Rep, class Period>
 unsigned int ToTimeoutMs(std::chrono::duration<Rep, Period> limit) {
     if constexpr (std::is_same_v<decltype(limit), std::chrono::milliseconds>) {
-        if (limit == NoTimeLimit) {
+        if (limit == kNoTimeLimit) {
             return WaitTimeoutInfinite;
         }
     }
@@ -33,7 +33,7 @@ unsigned int ToTimeoutMs(std::chrono::duration<Rep, Period> limit) {
     const long double limitMs = std::chrono::duration<long double, std::milli>(limit).count();
     constexpr unsigned int longestMs = WaitTimeoutInfinite - 1;
     if (!(limitMs <= longestMs)) {
-        throw OUT_OF_RANGE_EXCEPTION("Cannot wait for %.0Lf milliseconds: the longest limit is %u; NoTimeLimit waits "
+        throw OUT_OF_RANGE_EXCEPTION("Cannot wait for %.0Lf milliseconds: the longest limit is %u; kNoTimeLimit waits "
                                      "without end.",
                                      limitMs, longestMs);
     }

@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <exception>
 
 namespace Zelmo {
 
@@ -44,14 +45,13 @@ public:
         }
     }
 
-    CReopenReport Run(std::chrono::milliseconds limit) {
+    CReopenReport Run(unsigned int limitMs) {
         m_camera.DestroyDevice();
         while (!TryOnce()) {
-            const auto left = limit == NoTimeLimit ? kPause : limit - Elapsed();
+            const auto left = limitMs == WaitTimeoutInfinite ? kPause : std::chrono::milliseconds(limitMs) - Elapsed();
             if (left <= left.zero()) {
-                throw TIMEOUT_EXCEPTION("The camera %s did not come back within %lld ms. %s",
-                                        m_pattern.GetSerialNumber().c_str(), static_cast<long long>(limit.count()),
-                                        m_obstacle.c_str());
+                throw TIMEOUT_EXCEPTION("The camera %s did not come back within %u ms. %s",
+                                        m_pattern.GetSerialNumber().c_str(), limitMs, m_obstacle.c_str());
             }
             Pause(std::min(left, kPause));
         }
@@ -95,6 +95,8 @@ private:
             m_obstacle = "It was removed again.";
         } catch (const GenICam::GenericException& e) {
             m_obstacle = e.GetDescription();
+        } catch (const std::exception& e) { // of a handler
+            m_obstacle = e.what();
         }
         m_camera.DestroyDevice();
         return false;
@@ -125,21 +127,23 @@ private:
 
 /// Gets a camera back after its removal: destroys the device, waits until one with the serial number and the device
 /// class of @p info is there, attaches and opens it as Open does, and restores @p settings, a text of SaveSettings; an
-/// empty one restores nothing. Looks five times a second, and tries again what fails. Handlers, the parameters of the
-/// camera object and results that are held stay; grabbing is for the application to start.
+/// empty one restores nothing. Looks five times a second, and tries again what fails, be it a handler's fault: without
+/// a limit for ever. Handlers, the parameters of the camera object and results that are held stay; grabbing is for the
+/// application to start.
 ///
 /// On a thread of the application, without the camera lock held: for OnRemoved it would lock the camera all the time.
 /// @param info is copied, so that it may be that of the device that goes; taken while the camera was there
 /// @param limit for all of it; the last attempt may run over it
 /// @param cancel ends the wait early when it is signaled; null: nothing does
 /// @throws GenICam::TimeoutException with what stood in the way; GenICam::RuntimeException when it was cancelled; in
-///         both cases no device is attached. GenICam::InvalidArgumentException for an info without serial number, and
-///         GenICam::RuntimeException for a text that is none of settings: nothing has been done then.
+///         both cases no device is attached. GenICam::InvalidArgumentException for an info without serial number,
+///         GenICam::OutOfRangeException for a limit as of ToTimeoutMs, and GenICam::RuntimeException for a text that is
+///         none of settings: nothing has been done then.
 template <class Rep = std::chrono::milliseconds::rep, class Period = std::chrono::milliseconds::period>
 CReopenReport Reopen(CInstantCamera& camera, const CDeviceInfo& info, const String_t& settings,
-                     std::chrono::duration<Rep, Period> limit = NoTimeLimit, const WaitObject* cancel = nullptr) {
-    return Internal::CReopening(camera, info, settings, cancel)
-        .Run(std::chrono::ceil<std::chrono::milliseconds>(limit));
+                     std::chrono::duration<Rep, Period> limit = kNoTimeLimit, const WaitObject* cancel = nullptr) {
+    const unsigned int limitMs = ToTimeoutMs(limit);
+    return Internal::CReopening(camera, info, settings, cancel).Run(limitMs);
 }
 
 } // namespace Zelmo

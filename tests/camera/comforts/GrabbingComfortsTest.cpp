@@ -34,7 +34,7 @@ TEST(ChronoWaitsTest, LimitsAreRoundedUpAndNeverWithoutEndByMistake) {
     EXPECT_EQ(ToTimeoutMs(0s) + ToTimeoutMs(-5h) + ToTimeoutMs(std::chrono::seconds::min()), 0u);
     EXPECT_EQ(ToTimeoutMs(4294967294ms), WaitTimeoutInfinite - 1);
     EXPECT_EQ(ToTimeoutMs(4294967293001us), WaitTimeoutInfinite - 1);
-    EXPECT_EQ(ToTimeoutMs(NoTimeLimit), WaitTimeoutInfinite);
+    EXPECT_EQ(ToTimeoutMs(kNoTimeLimit), WaitTimeoutInfinite);
     using Seconds = std::chrono::duration<double>;
     for (const auto tooLong : {Seconds(4294967.2945), Seconds(std::chrono::hours::max()),
                                Seconds(std::numeric_limits<double>::infinity()), Seconds(std::nan(""))}) {
@@ -42,7 +42,7 @@ TEST(ChronoWaitsTest, LimitsAreRoundedUpAndNeverWithoutEndByMistake) {
     }
     EXPECT_THROW(ToTimeoutMs(std::chrono::milliseconds::max() - 1ms), GenICam::OutOfRangeException);
     EXPECT_EQ(Fakes::FailureOf<GenICam::OutOfRangeException>([] { ToTimeoutMs(4294967295ms); }),
-              "Cannot wait for 4294967295 milliseconds: the longest limit is 4294967294; NoTimeLimit waits without "
+              "Cannot wait for 4294967295 milliseconds: the longest limit is 4294967294; kNoTimeLimit waits without "
               "end.");
 }
 
@@ -52,7 +52,7 @@ TEST_F(GrabbingComfortsTest, WaitsTakeDurations) {
     EXPECT_FALSE(Wait(flag, 1500us));
     EXPECT_GE(std::chrono::steady_clock::now() - begin, 1500us);
     flag.Signal();
-    EXPECT_TRUE(Wait(flag, NoTimeLimit));
+    EXPECT_TRUE(Wait(flag, kNoTimeLimit));
     Attach("");
     camera.StartGrabbing();
     CGrabResultPtr result;

@@ -4,7 +4,25 @@
 #include <cstdlib>
 #include <iostream>
 
+using namespace std::chrono_literals;
+
 class Parameter : public Zelmo::CIntegerParameter {}; // needs all of its base from the library
+
+/// What stands in headers only, here compiled by somebody else.
+void Grab(const Zelmo::CDeviceInfo& info) {
+    Zelmo::CInstantCamera camera(Zelmo::CTlFactory::GetInstance().CreateDevice(info));
+    camera.Open();
+    const Zelmo::String_t settings = SaveSettings(camera);
+    unsigned images = 0;
+    const auto counting = OnImage(camera, [&images](const Zelmo::CGrabResultPtr&) { ++images; });
+    for (const Zelmo::CGrabResultPtr& image : GrabResults(camera, 3, 10s)) {
+        images += image->GrabSucceeded() ? 1 : 0;
+    }
+    const Zelmo::CReopenReport report = Reopen(camera, camera.GetDeviceInfo(), settings, 10s);
+    if (images != 6 || ReadStatistics(camera).lost.value_or(0) != 0 || !report.notRestored.empty()) {
+        throw RUNTIME_EXCEPTION("Of 3 images and as many calls of the handler %u came", images);
+    }
+}
 
 // consumer <number of devices to find>
 int main(int argc, char** argv) {
@@ -19,6 +37,9 @@ int main(int argc, char** argv) {
         std::cout << "Zelmo " << GetZelmoVersionString() << " in " << Zelmo::getZelmoFolderPath(Zelmo::FolderType_Base)
                   << ", rules in " << Zelmo::getZelmoFolderPath(Zelmo::FolderType_ConfigFileRegistry) << ", " << found
                   << " devices\n";
+        for (const Zelmo::CDeviceInfo& info : devices) {
+            Grab(info);
+        }
         return found == expected && !Parameter().IsValid() ? 0 : 1;
     } catch (const GenICam::GenericException& e) { // caught across the library's boundary
         std::cerr << e.what() << '\n';
