@@ -33,9 +33,7 @@ zelmo_install_library(zelmo ${ZELMO_VERSION})
 # For plug-ins that are built outside of this tree.
 install(FILES ${PROJECT_SOURCE_DIR}/cmake/plugin-exports.map DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/zelmo)
 
-# DeviceGrab is no interface for others: the tool grabs through it until the camera object stands.
-install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/zelmo DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
-    PATTERN DeviceGrab.h EXCLUDE)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/zelmo DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(DIRECTORY ${PROJECT_BINARY_DIR}/ZelmoBase/parameter/generated/include/zelmo
     DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/genicam/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/genicam)

@@ -26,9 +26,6 @@ WRAPPED = {
     "spdlog/": "genicam/log/",
 }
 
-# The tool grabs through this one until the camera object stands.
-TOOL_DOOR = "zelmo/internal/DeviceGrab.h"
-
 THIRD_PARTY = re.compile(r"(boost|spdlog|fmt|CLI|nlohmann|gtest|gmock|benchmark)/|(tinyxml2|pugixml|zip|zlib|png)\.h")
 INCLUDE = re.compile(r'^\s*#\s*include\s*[<"]([^>"]+)[>"]')
 
@@ -168,8 +165,6 @@ def check_outsiders(_, file, name):
     if file.startswith(("plugins/", "tools/", "examples/")) and is_private(name):
         return f"includes the private {name}"
     if file.startswith(("tools/", "examples/")) and is_internal(name):
-        if name == TOOL_DOOR and file.startswith("tools/zelmo/"):
-            return None
         return f"includes {name}, which is for plug-ins"
     return None
 

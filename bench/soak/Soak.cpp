@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Grabs for a long time with two engines in one process and looks for what only time shows: images lost, doubled or
+// Grabs for a long time with two cameras in one process and looks for what only time shows: images lost, doubled or
 // torn, and memory, descriptors, threads or mappings that grow.
 
+#include "CameraLane.h"
 #include "ProcessUse.h"
 #include "SoakLane.h"
 
@@ -12,6 +13,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstdio>
+#include <cstdlib>
 #include <deque>
 #include <exception>
 #include <mutex>
@@ -73,9 +75,8 @@ bool ReportGrowth(std::vector<ProcessUse> samples) {
     return flat;
 }
 
-bool Report(const Lane& lane, std::size_t number) {
-    const Account& account = lane.GetAccount();
-    std::printf("engine %zu: %llu sessions, %llu frames begun = %llu lost + %llu good + %llu failed + %llu skipped; "
+bool Report(const Account& account, std::size_t number) {
+    std::printf("camera %zu: %llu sessions, %llu frames begun = %llu lost + %llu good + %llu failed + %llu skipped; "
                 "%llu doubled, %llu torn, %llu of other sessions%s\n",
                 number, static_cast<unsigned long long>(account.sessions),
                 static_cast<unsigned long long>(account.begun), static_cast<unsigned long long>(account.lost),
@@ -83,26 +84,22 @@ bool Report(const Lane& lane, std::size_t number) {
                 static_cast<unsigned long long>(account.skipped), static_cast<unsigned long long>(account.doubled),
                 static_cast<unsigned long long>(account.torn), static_cast<unsigned long long>(account.unaccounted),
                 account.IsClean() ? "" : "  WRONG");
-    for (const std::string& violation : lane.GetViolations()) {
-        std::printf("engine %zu: %s\n", number, violation.c_str());
-    }
-    return account.IsClean() && lane.GetViolations().empty();
+    return account.IsClean();
 }
 
-bool Soak(std::uint64_t frames, std::uint64_t seed) {
-    using Zelmo::EGrabStrategy;
+bool ReportViolations(const Lane& lane, std::size_t number) {
+    for (const std::string& violation : lane.GetViolations()) {
+        std::printf("camera %zu: %s\n", number, violation.c_str());
+    }
+    return lane.GetViolations().empty();
+}
+
+/// Runs both lanes, each on a thread, and samples what the process uses meanwhile. @throws what a lane throws.
+template <class AnyLane>
+std::vector<ProcessUse> RunBoth(std::array<std::unique_ptr<AnyLane>, 2>& lanes, std::uint64_t frames) {
     std::array<std::exception_ptr, 2> failures;
     std::vector<ProcessUse> samples;
     std::atomic<int> running{2};
-    Dropper dropper;
-    const auto drop = [&dropper](const Zelmo::CGrabResultPtr& result) { dropper.Take(result); };
-    std::array<std::unique_ptr<Lane>, 2> lanes{
-        std::make_unique<Lane>(0, std::vector<EGrabStrategy>{Zelmo::GrabStrategy_OneByOne}, seed, drop),
-        std::make_unique<Lane>(
-            1,
-            std::vector<EGrabStrategy>{Zelmo::GrabStrategy_LatestImages, Zelmo::GrabStrategy_OneByOne,
-                                       Zelmo::GrabStrategy_LatestImageOnly, Zelmo::GrabStrategy_UpcomingImage},
-            seed + 1, drop)};
     {
         std::vector<std::jthread> threads;
         for (std::size_t i = 0; i < lanes.size(); ++i) {
@@ -125,23 +122,62 @@ bool Soak(std::uint64_t frames, std::uint64_t seed) {
             std::rethrow_exception(failure);
         }
     }
-    const bool first = Report(*lanes[0], 0);
-    const bool second = Report(*lanes[1], 1);
-    return ReportGrowth(std::move(samples)) && first && second;
+    return samples;
+}
+
+/// Scripted cameras, which fail and come late, under all strategies.
+bool SoakScripted(std::uint64_t frames, std::uint64_t seed) {
+    using Zelmo::EGrabStrategy;
+    Dropper dropper;
+    const auto drop = [&dropper](const Zelmo::CGrabResultPtr& result) { dropper.Take(result); };
+    std::array<std::unique_ptr<Lane>, 2> lanes{
+        std::make_unique<Lane>(0, std::vector<EGrabStrategy>{Zelmo::GrabStrategy_OneByOne}, seed, drop),
+        std::make_unique<Lane>(
+            1,
+            std::vector<EGrabStrategy>{Zelmo::GrabStrategy_LatestImages, Zelmo::GrabStrategy_OneByOne,
+                                       Zelmo::GrabStrategy_LatestImageOnly, Zelmo::GrabStrategy_UpcomingImage},
+            seed + 1, drop)};
+    std::vector<ProcessUse> samples = RunBoth(lanes, frames);
+    bool isRight = true;
+    for (std::size_t i = 0; i < lanes.size(); ++i) {
+        isRight = Report(lanes[i]->GetAccount(), i) && isRight;
+        isRight = ReportViolations(*lanes[i], i) && isRight;
+    }
+    return ReportGrowth(std::move(samples)) && isRight;
+}
+
+/// Emulated cameras that are removed and come back, one grabbed from by the application's loop, one by its own.
+bool SoakEmulated(std::uint64_t frames) {
+    setenv("ZELMO_CAMEMU", "2", 1);
+    const Zelmo::ZelmoScope zelmo;
+    hxlog::LogEnable(false); // what fails behind a removal
+    std::array<std::unique_ptr<CameraLane>, 2> lanes{
+        std::make_unique<CameraLane>("0815-0000", Zelmo::GrabLoop_ProvidedByUser),
+        std::make_unique<CameraLane>("0815-0001", Zelmo::GrabLoop_ProvidedByInstantCamera)};
+    std::vector<ProcessUse> samples = RunBoth(lanes, frames);
+    bool isRight = true;
+    for (std::size_t i = 0; i < lanes.size(); ++i) {
+        std::printf("camera %zu: removed and found again %llu times\n", i,
+                    static_cast<unsigned long long>(lanes[i]->GetRemovals()));
+        isRight = Report(lanes[i]->GetAccount(), i) && lanes[i]->GetAccount().lost == 0 && isRight;
+    }
+    return ReportGrowth(std::move(samples)) && isRight;
 }
 
 } // namespace
 } // namespace soak
 
 int main(int argc, char** argv) {
-    CLI::App app{"Grabs with two engines in one process and watches images and resources."};
+    CLI::App app{"Grabs with two cameras in one process and watches images and resources."};
+    bool isScripted = false;
     std::uint64_t frames = 1000000;
     std::uint64_t seed = 1;
-    app.add_option("--frames", frames, "frames of both engines together")->capture_default_str();
+    app.add_option("--frames", frames, "frames of both cameras together")->capture_default_str();
     app.add_option("--seed", seed, "of what goes wrong on the way")->capture_default_str();
+    app.add_flag("--scripted", isScripted, "with cameras that fail as they are told, in place of emulated ones");
     CLI11_PARSE(app, argc, argv);
     try {
-        return soak::Soak(frames, seed) ? 0 : 1;
+        return (isScripted ? soak::SoakScripted(frames, seed) : soak::SoakEmulated(frames)) ? 0 : 1;
     } catch (const std::exception& e) {
         std::fprintf(stderr, "soak: %s\n", e.what());
         return 1;

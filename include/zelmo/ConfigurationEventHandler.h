@@ -12,7 +12,7 @@ struct ConfigurationEventHandlerCookie_;
 
 /// What an application derives from to hear of the life of a camera object, and to configure the camera in time.
 /// Override what is needed; nothing has to call the base. Handlers are called in the order of their registration, with
-/// the camera lock held but for OnGrabError, so they may use the camera on the same thread. "Swallowed": what a handler
+/// the camera lock held, so they may use the camera on the same thread. "Swallowed": what a handler
 /// throws is logged, and the next one is called. The order of the operations does not change: applications are built
 /// apart from the library.
 class ZELMO_API CConfigurationEventHandler {

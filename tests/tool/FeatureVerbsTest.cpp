@@ -102,7 +102,8 @@ TEST(GetTest, OtherNodeMapsCanBeAskedAndMissingOnesAreNamed) {
     const ToolResult stream = RunTool(On0({"get", "PayloadSize", "--nodemap", "stream", "--json"}));
     EXPECT_EQ(FeatureNamed(stream.Document(), "PayloadSize")["type"], "integer");
     EXPECT_EQ(RunTool(On0({"get", "DeviceAccessStatus", "--nodemap", "tl"})).out, "DeviceAccessStatus=OpenReadWrite\n");
-    for (const char* nodeMap : {"event", "camera", "chunk"}) {
+    EXPECT_EQ(RunTool(On0({"get", "OutputQueueSize", "--nodemap", "camera"})).out, "OutputQueueSize=5\n");
+    for (const char* nodeMap : {"event", "chunk"}) {
         const ToolResult result = RunTool(On0({"get", "Width", "--nodemap", nodeMap, "--json"}));
         EXPECT_EQ(result.exitCode, 7);
         EXPECT_EQ(result.Error()["code"], "no_node_map");

@@ -145,7 +145,7 @@ void CameraGrab::Reconnect() {
     try {
         const Zelmo::WaitObjectEx cancel(m_signals.GetFd());
         const Zelmo::CReopenReport report = m_camera.Reopen(
-            m_settings, limit ? ceil<milliseconds>(duration<double>(*limit)) : Zelmo::NoTimeLimit, cancel);
+            m_settings, limit ? ceil<milliseconds>(duration<double>(*limit)) : Zelmo::kNoTimeLimit, cancel);
         for (const Zelmo::String_t& failure : report.notRestored) {
             m_output->Note("Camera " + GetName() + ": not restored: " + failure.c_str());
         }
@@ -158,6 +158,7 @@ void CameraGrab::Reconnect() {
                         "Camera " + GetName() + " was removed before the grab was over: " + error.GetDescription());
     }
     m_lossCounter = LossCounter(); // its count begins anew
+    m_isLost = false;
 }
 
 void CameraGrab::StartSession() {
@@ -196,21 +197,24 @@ bool CameraGrab::TakeNext() {
     if (WaitForResult(result)) {
         TakeResult(*result.GetPtr());
     }
-    return m_session.IsGrabbing() && !(m_options.reconnect.isWanted && IsLost());
+    return m_session.IsGrabbing() && !m_isLost;
 }
 
 bool CameraGrab::IsLost() const {
     return m_camera.IsRemoved() && m_session.NumReadyBuffers.GetValue() == 0;
 }
 
-/// In short steps, since nobody else ends the wait for a camera that is to come back.
+/// In short steps, since nobody else ends the wait for a camera that is to come back. When nothing has come for a step
+/// that began behind the removal, nothing is on its way any more.
 bool CameraGrab::WaitForResultOrLoss(Zelmo::CGrabResultPtr& result, unsigned timeoutMs) {
     constexpr unsigned stepMs = 50;
     for (; timeoutMs > stepMs; timeoutMs -= stepMs) {
+        const bool isRemoved = m_camera.IsRemoved();
         if (m_session.RetrieveResult(stepMs, result, Zelmo::TimeoutHandling_Return)) {
             return true;
         }
-        if (!m_session.IsGrabbing() || IsLost()) {
+        m_isLost = isRemoved;
+        if (m_isLost || !m_session.IsGrabbing()) {
             return false;
         }
     }

@@ -102,6 +102,7 @@ private:
     Zelmo::CInstantCamera& m_session = m_camera.GetObject();
     std::optional<SoftwareTrigger> m_trigger;
     Output* m_output = nullptr; // for what is told while it runs
+    bool m_isLost = false;      // with reconnect: gone, and all taken that it has sent
     Zelmo::String_t m_settings; // before the start, for a camera that comes back
     std::unique_ptr<FrameSink> m_sink;
     std::optional<OrderedWork> m_work;
