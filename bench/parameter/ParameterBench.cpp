@@ -2,6 +2,7 @@
 
 // Parameters, each operation beside the node's own.
 
+#include <zelmo/InstantCamera.h>
 #include <zelmo/IntegerParameter.h>
 
 #include <GenApi/GenApi.h>
@@ -85,6 +86,31 @@ BENCHMARK_F(ParameterBench, FindAndGetValueOfNode)(benchmark::State& state) {
     for (auto _ : state) {
         const GenApi::CIntegerPtr node(m_map->GetNode("Width"));
         benchmark::DoNotOptimize(GenApi::IsReadable(node) ? node->GetValue() : 0);
+    }
+}
+
+/// Through a reference of a catalogue, as applications write it, beside the node's own.
+class CatalogueBench : public benchmark::Fixture {
+public:
+    void SetUp(benchmark::State&) override {
+        m_camera = std::make_unique<Zelmo::CInstantCamera>();
+        m_integer = dynamic_cast<GenApi::IInteger*>(m_camera->GetInstantCameraNodeMap().GetNode("MaxNumBuffer"));
+    }
+    void TearDown(benchmark::State&) override { m_camera.reset(); }
+
+protected:
+    std::unique_ptr<Zelmo::CInstantCamera> m_camera;
+    GenApi::IInteger* m_integer = nullptr;
+};
+
+BENCHMARK_F(CatalogueBench, GetValue)(benchmark::State& state) {
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(m_camera->MaxNumBuffer.GetValue());
+    }
+}
+BENCHMARK_F(CatalogueBench, GetValueOfNode)(benchmark::State& state) {
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(m_integer->GetValue());
     }
 }
 
