@@ -358,11 +358,12 @@ const char* const kEvents[]{"attach",  "attached", "open",   "opened", "start", 
 class ReentrantTest : public CameraTest, public testing::WithParamInterface<std::tuple<const char*, Call>> {};
 
 TEST_P(ReentrantTest, NothingIsUsedThatIsGoneAndNothingStaysLocked) {
-    const auto& [event, call] = GetParam();
+    const std::string event = std::get<0>(GetParam());
+    const Call call = std::get<1>(GetParam());
     LifeDevice other;
     bool isDone = false;
     for (const bool isDestroyed : {false, true}) {
-        m_diary.on = {{event, [&, call = call](CInstantCamera& camera) {
+        m_diary.on = {{event, [&](CInstantCamera& camera) {
                            m_diary.on.clear(); // once
                            isDone = true;
                            try {
@@ -373,10 +374,10 @@ TEST_P(ReentrantTest, NothingIsUsedThatIsGoneAndNothingStaysLocked) {
                                }
                            }
                            // what the camera has let go of is not used any more
-                           m_device.isGone = std::string(event) != "attach" && camera.IsZelmoDeviceAttached() &&
-                                             camera.GetDevice() == &other;
+                           m_device.isGone =
+                               event != "attach" && camera.IsZelmoDeviceAttached() && camera.GetDevice() == &other;
                            // and what it says is true
-                           if (std::string(event) != "started") { // where the start is not over yet
+                           if (event != "started") { // where the start is not over yet
                                EXPECT_NE(camera.GetGrabStopWaitObject().Wait(0), camera.IsGrabbing());
                            }
                        }}};
