@@ -41,8 +41,15 @@ TEST(ReconnectOptionTest, GrabGoesOnWithTheSettingsOfBefore) {
     EXPECT_THAT(run.err, HasSubstr("came back after "));
     EXPECT_THAT(run.err, Not(HasSubstr("not restored")));
     EXPECT_EQ(grab({"grab", "-d", "0", "-n", "30"}).exitCode, 9);
-    EXPECT_EQ(grab({"grab", "-d", "0", "-n", "30", "--reconnect", "0.02"}).exitCode, 9); // it is away for longer
     EXPECT_EQ(grab({"grab", "--all", "-n", "30", "--reconnect"}).exitCode, 2);
+}
+
+TEST(ReconnectOptionTest, CameraThatDoesNotComeBackInTimeEndsTheGrab) {
+    const auto run = RunTool({"grab", "-d", "0", "-n", "30", "--reconnect", "0.3", "--set", "SimulateRemovalDelay=10",
+                              "--set", "SimulateRemovalDuration=-1", "--exec", "SimulateRemoval"},
+                             WithEnvironment({{"ZELMO_CAMEMU", "1"}}));
+    EXPECT_EQ(run.exitCode, 9);
+    EXPECT_THAT(run.err, HasSubstr("did not come back within 300 ms"));
 }
 
 } // namespace

@@ -23,6 +23,7 @@ public:
         message.status = status;
         message.description = status != 0 ? "it was lost" : "";
         std::memcpy(message.buffer, &value, sizeof value);
+        const std::lock_guard lock(m_lock);
         m_messages.push_back(message);
         m_object.Signal();
     }
@@ -35,6 +36,7 @@ public:
     void Close() override { isOpen = false; }
     bool IsOpen() const override { return isOpen; }
     bool RetrieveEvent(EventResult& result) override {
+        const std::lock_guard lock(m_lock);
         if (m_messages.empty()) {
             return false;
         }
@@ -59,6 +61,7 @@ public:
     GenApi::INodeMap* nodeMap = nullptr;
 
 private:
+    std::mutex m_lock; // guards the two below
     std::deque<EventResult> m_messages;
     mutable WaitObjectEx m_object = WaitObjectEx::Create();
 };

@@ -37,7 +37,38 @@ public:
     using Camera = Zelmo::CInstantCamera;
     using More = std::function<void(Camera&)>;
 
-    std::map<std::string, More> on; ///< May throw.
+    /// What more is done at which event. Threads: any.
+    class Hooks {
+    public:
+        struct Slot {
+            Hooks& hooks;
+            std::string event;
+            void operator=(More more) {
+                const std::lock_guard lock(hooks.m_lock);
+                hooks.m_hooks[event] = std::move(more);
+            }
+        };
+        void operator=(std::map<std::string, More> hooks) {
+            const std::lock_guard lock(m_lock);
+            m_hooks = std::move(hooks);
+        }
+        Slot operator[](std::string event) { return {*this, std::move(event)}; }
+        void clear() { *this = std::map<std::string, More>(); }
+        void erase(const std::string& event) {
+            const std::lock_guard lock(m_lock);
+            m_hooks.erase(event);
+        }
+        More Find(const std::string& event) const { // a copy: it may take itself out
+            const std::lock_guard lock(m_lock);
+            const auto found = m_hooks.find(event);
+            return found != m_hooks.end() ? found->second : nullptr;
+        }
+
+    private:
+        mutable std::mutex m_lock;
+        std::map<std::string, More> m_hooks;
+    };
+    Hooks on; ///< May throw.
 
     std::string Told() {
         const std::lock_guard lock(m_lock);
@@ -88,8 +119,7 @@ private:
             m_story += isWritten ? event + " " : "";
             ++m_counts[event];
         }
-        if (const auto found = on.find(event); found != on.end()) {
-            const More more = found->second; // which may take itself out
+        if (const More more = on.Find(event)) {
             more(camera);
         }
     }

@@ -466,6 +466,7 @@ TEST_F(GrabbingTest, CountIsReachedWhileTheLockOfTheFeaturesIsHeldAndSomebodySto
     AttachAndOpen();
     for (int round = 0; round < 50; ++round) {
         m_camera.StartGrabbing(2);
+        GenICam::AutoLock cameraLock(m_camera.GetLock()); // first: that is the order
         GenICam::AutoLock lock(m_camera.GetNodeMap().GetLock());
         m_device.Grabber().Deliver(2); // the engine wants to stop the acquisition
         m_camera.StopGrabbing();

@@ -4,6 +4,7 @@
 #include "fakes/transport/StreamDevice.h"
 
 #include <functional>
+#include <mutex>
 #include <set>
 #include <string>
 #include <thread>
@@ -19,7 +20,28 @@ public:
         m_grabber.StopAcquisition();
     }
 
-    std::function<void(const std::string& call)> hook; ///< Before each call, on its thread.
+    /// Something to do. Threads: any.
+    class Hook {
+    public:
+        using Call = std::function<void(const std::string& call)>;
+        void operator=(Call call) {
+            const std::lock_guard lock(m_lock);
+            m_call = std::move(call);
+        }
+        void operator()(const char* call) const {
+            std::unique_lock lock(m_lock);
+            const Call todo = m_call; // which may take itself out
+            lock.unlock();
+            if (todo) {
+                todo(call);
+            }
+        }
+
+    private:
+        mutable std::mutex m_lock;
+        Call m_call;
+    };
+    Hook hook;                          ///< Before each call, on its thread.
     std::string life;                   ///< "open1,3 register deregister close …": without what only asks
     bool isClosedByRemoval = false;     ///< IsOpen says no once the camera is removed.
     std::atomic<bool> isGone{false};    ///< Let go of: any call is a fault.
@@ -108,9 +130,7 @@ private:
     }
     void Called(const char* call) const {
         faults += isGone ? 1 : 0;
-        if (hook) {
-            hook(call);
-        }
+        hook(call);
     }
     void OnFeature(EFeature feature) override {
         if (feature == Start) {

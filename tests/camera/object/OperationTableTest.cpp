@@ -192,12 +192,15 @@ std::map<std::string, Place> Places() {
         {"engine",
          [](Stage& stage, const std::function<void()>& call) {
              const std::thread::id here = std::this_thread::get_id();
+             std::atomic<bool> isDone{false};
              stage.device.hook = [&, here](const std::string& name) {
                  if (name == "AcquisitionStop" && std::this_thread::get_id() != here) {
                      call();
+                     isDone = true;
                  }
              };
              stage.camera.StartGrabbing(3);
+             Eventually([&] { return isDone.load(); }); // else this thread may stop the acquisition first
              CGrabResultPtr result;
              while (stage.camera.RetrieveResult(kPatience, result, kReturns)) {
              }

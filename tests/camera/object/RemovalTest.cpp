@@ -152,7 +152,7 @@ TEST_P(RemovalSweep, WhereverItComesItIsToldAtMostOnceAndTheNextDeviceGrabs) {
             device.isClosedByRemoval = gone == EGone::ClosesItself;
             bool isIn = false;
             device.hook = [&](const std::string& call) {
-                if (isIn || std::this_thread::get_id() != thread) {
+                if (std::this_thread::get_id() != thread || isIn) {
                     return;
                 }
                 isIn = true;
