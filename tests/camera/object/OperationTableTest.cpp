@@ -4,6 +4,7 @@
 // two threads start, stop, open, close and write features. A cell that hangs ends the process with its name.
 
 #include "CameraTest.h"
+#include "ScriptedEvents.h"
 
 #include <GenApi/NodeCallback.h>
 #include <GenApi/Pointer.h>
@@ -26,7 +27,11 @@ constexpr auto kLongest = std::chrono::seconds(60); // of a cell: sanitizers are
 struct Stage {
     Stage() {
         camera.RegisterConfiguration(&life, RegistrationMode_ReplaceAll, Cleanup_None);
+        events.nodeMap = device.CStreamDevice::GetNodeMap();
+        device.eventGrabber = &events;
+        device.eventAdapter = &events;
         camera.Attach(&device, Cleanup_None);
+        camera.GrabCameraEvents.SetValue(true);
         other.hasRemoval = false;
     }
     ~Stage() {
@@ -40,7 +45,8 @@ struct Stage {
     CConfigurationEventHandler configuration;
     CImageEventHandler image;
     CCameraEventHandler event;
-    LifeDevice device{"source=free"};
+    ScriptedEvents events;
+    LifeDevice device{"source=free", "Life", {{"Integer", "EventSelector", 8, ""}, {"Integer", "EventValue", 9, ""}}};
     LifeDevice other;
     CInstantCamera camera;
 };
@@ -185,6 +191,30 @@ std::map<std::string, Place> Places() {
              CGrabResultPtr result;
              stage.camera.RetrieveResult(kPatience, result, kReturns);
          }},
+        {"event",
+         [](Stage& stage, const std::function<void()>& call) {
+             const CHandlerRegistration handler = OnEvent(stage.camera, "EventValue", call);
+             stage.camera.StartGrabbing();
+             stage.events.Put(1);
+             CGrabResultPtr result;
+             stage.camera.RetrieveResult(kPatience, result, kReturns);
+         }},
+        {"registered", // and the next one: notices are as the camera's life
+         [](Stage& stage, const std::function<void()>& call) {
+             Diary diary;
+             diary.on["registered"] = [&](CInstantCamera&) { call(); };
+             stage.camera.Open();
+             stage.camera.RegisterConfiguration(&diary, RegistrationMode_Append, Cleanup_None);
+             stage.camera.DeregisterConfiguration(&diary);
+         }},
+        {"deregistered",
+         [](Stage& stage, const std::function<void()>& call) {
+             Diary diary;
+             diary.on["deregistered"] = [&](CInstantCamera&) { call(); };
+             stage.camera.Open();
+             stage.camera.RegisterConfiguration(&diary, RegistrationMode_Append, Cleanup_None);
+             stage.camera.DeregisterConfiguration(&diary);
+         }},
         {"outside",
          [](Stage& stage, const std::function<void()>& call) { OnWrite(stage, GenApi::cbPostOutsideLock, call); }},
         {"inside",
@@ -259,7 +289,13 @@ void Watch(const std::string& name, Step&& step) {
     done.get();
 }
 
-class OperationTable : public testing::TestWithParam<const char*> {};
+class OperationTable : public testing::TestWithParam<const char*> {
+protected:
+    /// Of the table.
+    static std::string ColumnOf(const std::string& place) {
+        return place == "registered" || place == "deregistered" ? "life" : place;
+    }
+};
 
 TEST_P(OperationTable, HoldsInPeace) {
     const auto operations = Operations();
@@ -267,7 +303,7 @@ TEST_P(OperationTable, HoldsInPeace) {
     const Place place = Places().at(name);
     unsigned cells = 0;
     for (const Row& row : ReadTable()) {
-        const std::string cell = row.cells.at(name);
+        const std::string cell = row.cells.at(ColumnOf(name));
         for (const std::string& operation : row.operations) {
             if (cell == "forbidden" || operation == "SetLockOverride") {
                 continue;
@@ -303,7 +339,7 @@ TEST_P(OperationTable, NothingHangsWhileOthersUseTheCamera) {
     const Place place = Places().at(name);
     for (const Row& row : ReadTable()) {
         for (const std::string& operation : row.operations) {
-            if (row.cells.at(name) == "forbidden" || operation == "SetLockOverride" ||
+            if (row.cells.at(ColumnOf(name)) == "forbidden" || operation == "SetLockOverride" ||
                 operation == "InternalShutdownEventHandlers") {
                 continue;
             }
@@ -346,7 +382,8 @@ TEST_P(OperationTable, NothingHangsWhileOthersUseTheCamera) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Places, OperationTable,
-                         testing::Values("thread", "life", "removed", "image", "outside", "inside", "engine"),
+                         testing::Values("thread", "life", "registered", "deregistered", "removed", "image", "event",
+                                         "outside", "inside", "engine"),
                          [](const auto& given) { return std::string(given.param); });
 
 } // namespace
