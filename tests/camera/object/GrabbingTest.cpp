@@ -365,6 +365,7 @@ TEST(FrameTriggerTest, ReadinessIsThatOfTheStatusElseOfTheCommand) {
     plain.hasNodeMap = false;
     camera.Attach(&plain, Cleanup_None);
     EXPECT_FALSE(camera.CanWaitForFrameTriggerReady());
+    camera.DetachDevice(); // which goes first
 }
 
 // The loop of the camera

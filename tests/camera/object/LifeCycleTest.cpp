@@ -172,6 +172,7 @@ TEST_F(CameraTest, SfncVersionIsReadOnceAnOpeningAndOnlyWhole) {
     LifeDevice part({}, "Life", {{"Integer", "DeviceSFNCVersionMajor", 8, ""}});
     camera.Attach(&part, Cleanup_None);
     EXPECT_EQ(Failure([&] { camera.GetSfncVersion(); }), "Failed to read SFNC version from camera device node map.");
+    camera.DetachDevice(); // which goes first
 }
 
 TEST(DeviceKindTest, IsThatOfTheDeviceClass) {
