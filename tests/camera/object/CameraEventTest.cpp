@@ -8,7 +8,6 @@
 
 using namespace Zelmo;
 using GenICam::LogPriority_Error;
-using GenICam::LogPriority_Notice;
 
 namespace {
 

@@ -17,7 +17,6 @@
 namespace {
 
 using Zelmo::EGrabLoop;
-using Zelmo::EGrabStrategy;
 
 /// What a call of the device throws.
 const std::pair<const char*, void (*)()> kThrows[]{
