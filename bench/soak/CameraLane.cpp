@@ -12,8 +12,8 @@
 namespace soak {
 namespace {
 
-constexpr std::uint64_t kFramesPerLife = 50000;
-constexpr unsigned kSilenceMs = 100; // behind a removal: nothing is on its way any more
+constexpr std::uint64_t kFramesPerLife = 50000; // fewer in a short run, so that it has twenty lives, too
+constexpr unsigned kSilenceMs = 100;            // behind a removal: nothing is on its way any more
 constexpr unsigned kTimeoutMs = 10000;
 
 } // namespace
@@ -40,8 +40,9 @@ void CameraLane::Set(const char* name, const char* value) {
 
 void CameraLane::Run(std::uint64_t frames) {
     const Zelmo::CDeviceInfo info = m_camera.GetDeviceInfo();
+    const std::uint64_t framesPerLife = std::clamp<std::uint64_t>(frames / 20, 1000, kFramesPerLife);
     while (m_frames < frames) {
-        const std::uint64_t left = std::min(kFramesPerLife, frames - m_frames);
+        const std::uint64_t left = std::min(framesPerLife, frames - m_frames);
         const Zelmo::String_t settings = Zelmo::SaveSettings(m_camera);
         Live(left);
         m_camera.GetExtensionInterface().JoinGrabLoopThread();

@@ -12,8 +12,8 @@
 namespace soak {
 
 /// One emulated camera, grabbed from by a loop of the application or by that of the camera object. After every 50,000
-/// images it is removed; it comes back, is opened by its serial number, gets its settings again, and goes on. Each life
-/// must give just the images that the camera began in it, one after the other.
+/// images, or fewer in a short run, it is removed; it comes back, is opened by its serial number, gets its settings
+/// again, and goes on. Each life must give just the images that the camera began in it, one after the other.
 class CameraLane {
 public:
     CameraLane(const std::string& serialNumber, Zelmo::EGrabLoop loop);
