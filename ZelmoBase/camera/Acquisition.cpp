@@ -35,20 +35,33 @@ void CAcquisition::Start() {
     }
     {
         GenICam::AutoLock lock(m_nodeMap->GetLock());
-        m_started = true;
+        m_owed = EOwed::StopOfStart;
     }
+    ScopeGuard failed([this] { // the stop routine comes next
+        if (m_nodeMap != nullptr) {
+            GenICam::AutoLock lock(m_nodeMap->GetLock());
+            m_owed = m_owed == EOwed::Nothing ? EOwed::Nothing : EOwed::Stop;
+        }
+    });
     ExecuteIfWritable(*m_nodeMap, "AcquisitionStart");
+    failed.Dismiss();
+    EndStart();
+}
+
+void CAcquisition::EndStart() {
     if (m_nodeMap == nullptr) {
         return; // a callback has let go of the device
     }
     GenICam::AutoLock lock(m_nodeMap->GetLock());
-    if (!m_started) { // all images had come before: the stop that they brought was too early
-        ExecuteIfWritable(*m_nodeMap, "AcquisitionStop");
+    if (m_owed == EOwed::StopBehindStart) {
+        StopIfOwed();
+    } else if (m_owed == EOwed::StopOfStart) {
+        m_owed = EOwed::Stop;
     }
 }
 
 void CAcquisition::StopIfOwed() {
-    if (std::exchange(m_started, false)) {
+    if (std::exchange(m_owed, EOwed::Nothing) != EOwed::Nothing) {
         ExecuteIfWritable(*m_nodeMap, "AcquisitionStop");
     }
 }
@@ -78,7 +91,11 @@ void CAcquisition::StopFromEngine(const WaitObject& stop) noexcept {
                       }
                   }
                   const ScopeGuard unlock([&lock]() ZELMO_NO_THREAD_SAFETY_ANALYSIS { lock.Unlock(); });
-                  StopIfOwed();
+                  if (m_owed == EOwed::StopOfStart || m_owed == EOwed::StopBehindStart) {
+                      m_owed = EOwed::StopBehindStart;
+                  } else {
+                      StopIfOwed();
+                  }
               });
 }
 

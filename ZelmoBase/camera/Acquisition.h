@@ -18,7 +18,7 @@ public:
     /// Before the engine starts. Borrows @p nodeMap until the engine has stopped; null where the device has none.
     void SetNodeMap(GenApi::INodeMap* nodeMap) noexcept {
         m_nodeMap = nodeMap;
-        m_started = false;
+        m_owed = EOwed::Nothing;
     }
 
     /// Executes "AcquisitionStart", if the device has it and lets it be written. A stop is owed from here on, even when
@@ -29,15 +29,19 @@ public:
     /// throws is logged.
     void Stop(IZelmoDevice& device) noexcept;
 
-    /// The same. While others hold the lock of the node map it waits no longer than until @p stop is signaled: then the
-    /// thread that stops does it.
+    /// The same; while the start is under way, the thread that starts does it behind that. While others hold the lock
+    /// of the node map it waits no longer than until @p stop is signaled: then the thread that stops does it.
     void StopFromEngine(const WaitObject& stop) noexcept;
 
 private:
-    void StopIfOwed(); // with the lock of the node map held
+    /// The stop that the camera owes.
+    enum class EOwed { Nothing, Stop, StopOfStart /* the start is under way */, StopBehindStart /* and asked for */ };
+
+    void EndStart();
+    void StopIfOwed(); // with the lock of the node map held; so the next
 
     GenApi::INodeMap* m_nodeMap = nullptr; // the device's
-    bool m_started = false;                // guarded by its lock
+    EOwed m_owed = EOwed::Nothing;         // guarded by its lock
 };
 
 } // namespace Zelmo

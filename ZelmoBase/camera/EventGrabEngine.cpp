@@ -52,19 +52,20 @@ void CEventGrabEngine::Stop() noexcept {
 }
 
 void CEventGrabEngine::ProcessEvents() {
-    while (IsRunning() && GetWaitObject().Wait(0)) { // a handler may have stopped the grabbing
-        RetrieveEvent();
+    // A handler may have stopped the grabbing, and a grabber may signal what it does not have.
+    while (IsRunning() && GetWaitObject().Wait(0) && RetrieveEvent()) {
     }
 }
 
-void CEventGrabEngine::RetrieveEvent() {
+bool CEventGrabEngine::RetrieveEvent() {
     if (!m_grabber.load()->RetrieveEvent(m_result)) {
-        return;
+        return false;
     }
     if (m_result.status != 0) {
         throw RUNTIME_EXCEPTION("Failure while event grabbing, msg = %s", m_result.description.c_str());
     }
     Deliver();
+    return true;
 }
 
 bool CEventGrabEngine::Postpone(const std::shared_ptr<CCameraEventConnection>& connection) const {

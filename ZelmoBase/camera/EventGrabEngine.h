@@ -38,8 +38,9 @@ public:
     bool Postpone(const std::shared_ptr<CCameraEventConnection>& connection) const;
 
 private:
-    /// @throws GenICam::RuntimeException for a message that failed; what the adapter throws.
-    void RetrieveEvent();
+    /// @return false when there was none. @throws GenICam::RuntimeException for a message that failed; what the adapter
+    /// throws.
+    bool RetrieveEvent();
     void Deliver();
 
     std::atomic<IEventGrabber*> m_grabber{nullptr}; // the device's; null while no events are grabbed

@@ -219,13 +219,14 @@ void CInstantCamera::CInstantCameraImpl::UnlockGrabParameters() noexcept {
     if (m_session.IsGrabbing()) {
         return;
     }
-    const auto unlock = [](const char* known, const char* unknown, auto& node) {
-        RunLogged(CameraLogCategory(), known, unknown, [&node] { node->SetValue(0); });
+    const auto unlock = [this](const char* known, const char* unknown, auto& node) {
+        RunLogged(
+            CameraLogCategory(), known, unknown, [&node] { node->SetValue(0); }, static_cast<const void*>(&m_camera));
     };
-    unlock("Cannot unlock the parameters of grabbing, msg='%s'", "Cannot unlock the parameters of grabbing.",
-           m_parameters.GrabParamsLocked);
-    unlock("Cannot unlock the parameters of the output queue, msg='%s'",
-           "Cannot unlock the parameters of the output queue.", m_parameters.QueueParamsLocked);
+    unlock("Camera %p: Cannot unlock the parameters of grabbing, msg='%s'",
+           "Camera %p: Cannot unlock the parameters of grabbing.", m_parameters.GrabParamsLocked);
+    unlock("Camera %p: Cannot unlock the parameters of the output queue, msg='%s'",
+           "Camera %p: Cannot unlock the parameters of the output queue.", m_parameters.QueueParamsLocked);
 }
 
 // The loop thread
@@ -300,8 +301,10 @@ void CInstantCamera::CInstantCameraImpl::StopSession() noexcept {
     m_acquisition.Stop(*m_device.Get());
     m_session.Stop();
     m_events.Stop();
-    RunLogged(CameraLogCategory(), "Cannot signal the end of grabbing, msg='%s'", "Cannot signal the end of grabbing.",
-              [this] { m_grabStopObject.Signal(); });
+    RunLogged(
+        CameraLogCategory(), "Camera %p: Cannot signal the end of grabbing, msg='%s'",
+        "Camera %p: Cannot signal the end of grabbing.", [this] { m_grabStopObject.Signal(); },
+        static_cast<const void*>(&m_camera));
     Notify(kOnGrabStopped);
     if (m_session.IsGrabbing()) {
         return; // a handler has begun another one

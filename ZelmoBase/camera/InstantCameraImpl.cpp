@@ -26,9 +26,9 @@ void LogLife(const char* format, const CInstantCamera& camera, const Args&... ar
 }
 
 /// A downward step that must not keep the next one from being done.
-template <class Step>
-bool RunStep(const char* known, const char* unknown, Step&& step) noexcept {
-    return RunLogged(CameraLogCategory(), known, unknown, std::forward<Step>(step));
+template <class Step, class... Args>
+bool RunStep(const char* known, const char* unknown, Step&& step, const Args&... args) noexcept {
+    return RunLogged(CameraLogCategory(), known, unknown, std::forward<Step>(step), args...);
 }
 
 } // namespace
@@ -57,16 +57,18 @@ void CInstantCamera::CInstantCameraImpl::LetGo() noexcept {
                 }
             });
     for (int attempt = 0; attempt < 2 && IsAttached(); ++attempt) { // handlers may do what they like: once
-        RunStep("Exception caught while letting go of the device, msg='%s'",
-                "Unknown exception caught while letting go of the device.",
-                [this] { HasOwnership() ? DestroyDevice() : DetachDevice(); });
+        RunStep(
+            "Camera %p: Exception caught while letting go of the device, msg='%s'",
+            "Camera %p: Unknown exception caught while letting go of the device.",
+            [this] { HasOwnership() ? DestroyDevice() : DetachDevice(); }, static_cast<const void*>(&m_camera));
         if (IsAttached()) {
             ShutdownEventHandlers();
-            m_isDestroying = true;
         }
     }
-    RunStep("Exception caught while joining the grab loop thread, msg='%s'",
-            "Unknown exception caught while joining the grab loop thread.", [this] { JoinLoopThreads(); });
+    RunStep(
+        "Camera %p: Exception caught while joining the grab loop thread, msg='%s'",
+        "Camera %p: Unknown exception caught while joining the grab loop thread.", [this] { JoinLoopThreads(); },
+        static_cast<const void*>(&m_camera));
     m_removal.End();
     ShutdownEventHandlers();
 }
@@ -431,9 +433,10 @@ void CInstantCamera::CInstantCameraImpl::CloseTeardown() noexcept {
     m_isSetUp = false;
     ++m_openNumber;
     m_openReasons = 0;
-    RunStep("Cannot unlock the parameters of the access mode, msg='%s'",
-            "Cannot unlock the parameters of the access mode.",
-            [this] { m_parameters.AccessModeParamsLocked->SetValue(0); });
+    RunStep(
+        "Camera %p: Cannot unlock the parameters of the access mode, msg='%s'",
+        "Camera %p: Cannot unlock the parameters of the access mode.",
+        [this] { m_parameters.AccessModeParamsLocked->SetValue(0); }, static_cast<const void*>(&m_camera));
 }
 
 void CInstantCamera::CInstantCameraImpl::ResizeChunkPool() {

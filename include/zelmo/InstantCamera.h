@@ -142,7 +142,8 @@ public:
     /// with the camera lock held, as from a configuration handler, while another thread may be in an image handler: it
     /// may hang. @throws what the handler throws on hearing of it.
     virtual void RegisterImageEventHandler(CImageEventHandler* handler, ERegistrationMode mode, ECleanup cleanup);
-    virtual bool DeregisterImageEventHandler(CImageEventHandler* handler); ///< See above, and DeregisterConfiguration.
+    /// See above, and DeregisterConfiguration. Not while another thread registers this handler.
+    virtual bool DeregisterImageEventHandler(CImageEventHandler* handler);
     /// Adds a handler of events that change the node @p nodeName, or one of the features in a category of that name.
     /// @throws GenICam::RuntimeException for a mandatory node that an open camera does not have: nothing is registered;
     ///         what the handler throws on hearing of it.

@@ -7,6 +7,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <csignal>
+
 using testing::HasSubstr;
 using testing::Not;
 
@@ -44,10 +46,28 @@ TEST(ReconnectOptionTest, GrabGoesOnWithTheSettingsOfBefore) {
     EXPECT_EQ(grab({"grab", "--all", "-n", "30", "--reconnect"}).exitCode, 2);
 }
 
+/// A camera that goes after ten images, for good.
+std::vector<std::string> Vanishing(std::vector<std::string> words) {
+    for (const char* word :
+         {"--set", "SimulateRemovalDelay=10", "--set", "SimulateRemovalDuration=-1", "--exec", "SimulateRemoval"}) {
+        words.emplace_back(word);
+    }
+    return words;
+}
+
+TEST(ReconnectOptionTest, WaitEndsWithTheGrabAndWithItsUser) {
+    const auto settings = WithEnvironment({{"ZELMO_CAMEMU", "1"}});
+    EXPECT_EQ(RunTool(Vanishing({"grab", "--duration", "1", "--reconnect"}), settings).exitCode, 9);
+    EXPECT_EQ(RunTool(Vanishing({"grab", "-n", "10", "--reconnect"}), settings).exitCode, 0); // all are there
+    ToolProcess run(Vanishing({"grab", "-n", "20", "--reconnect"}), settings);
+    ASSERT_TRUE(run.WaitForOutput("waiting for it to come back"));
+    run.Signal(SIGINT);
+    EXPECT_EQ(run.Wait().exitCode, 130);
+}
+
 TEST(ReconnectOptionTest, CameraThatDoesNotComeBackInTimeEndsTheGrab) {
-    const auto run = RunTool({"grab", "-d", "0", "-n", "30", "--reconnect", "0.3", "--set", "SimulateRemovalDelay=10",
-                              "--set", "SimulateRemovalDuration=-1", "--exec", "SimulateRemoval"},
-                             WithEnvironment({{"ZELMO_CAMEMU", "1"}}));
+    const auto run =
+        RunTool(Vanishing({"grab", "-n", "30", "--reconnect", "0.3"}), WithEnvironment({{"ZELMO_CAMEMU", "1"}}));
     EXPECT_EQ(run.exitCode, 9);
     EXPECT_THAT(run.err, HasSubstr("did not come back within 300 ms"));
 }

@@ -93,8 +93,7 @@ void CameraGrab::Run() noexcept {
     if (!m_error) { // else an image ended it
         m_error = error;
     }
-    if (m_camera.IsRemoved() &&
-        !(m_error && m_options.reconnect.isWanted)) { // whatever failed first, this is the cause
+    if (m_camera.IsRemoved() && !IsOverWithoutCamera()) { // whatever failed first, this is the cause
         m_error = Removed();
     }
     if (m_error && m_error->GetCode() == "host") {
@@ -113,8 +112,19 @@ void CameraGrab::Grab() {
         m_settings = Zelmo::SaveSettings(m_session, &failures);
     }
     for (GrabUntilLost(); m_options.reconnect.isWanted && m_camera.IsRemoved() && !IsDone(); GrabUntilLost()) {
-        Reconnect();
+        if (!Reconnect()) {
+            return;
+        }
     }
+}
+
+/// Whether its removal ends nothing: all images are there, or somebody has told why they are not.
+bool CameraGrab::IsOverWithoutCamera() const {
+    if (m_error) {
+        return m_options.reconnect.isWanted; // that it did not come back, for one
+    }
+    const bool isComplete = m_options.count && m_taken >= *m_options.count;
+    return isComplete || (m_options.reconnect.isWanted && m_signals.StopRequested());
 }
 
 /// Until the grab is over, or the camera is: then that is the cause of whatever fails.
@@ -138,27 +148,37 @@ void CameraGrab::GrabUntilLost() {
     m_session.StopGrabbing();
 }
 
-void CameraGrab::Reconnect() {
+/// @return false when the user does not want to wait any more: there is no camera then.
+bool CameraGrab::Reconnect() {
     m_output->Note("Camera " + GetName() + " was removed after " + std::to_string(m_taken) +
                    " images; waiting for it to come back");
-    const auto& limit = m_options.reconnect.limitSeconds;
     try {
         const Zelmo::WaitObjectEx cancel(m_signals.GetFd());
-        const Zelmo::CReopenReport report = m_camera.Reopen(
-            m_settings, limit ? ceil<milliseconds>(duration<double>(*limit)) : Zelmo::kNoTimeLimit, cancel);
+        const Zelmo::CReopenReport report = m_camera.Reopen(m_settings, GetReconnectLimit(), cancel);
         for (const Zelmo::String_t& failure : report.notRestored) {
             m_output->Note("Camera " + GetName() + ": not restored: " + failure.c_str());
         }
         m_output->Note("Camera " + GetName() + " came back after " + std::to_string(report.duration.count()) + " ms");
     } catch (const GenICam::GenericException& error) {
         if (m_signals.StopRequested()) {
-            return; // nobody waits any more
+            return false;
         }
         throw ToolError(ExitCode::Removed, "removed",
                         "Camera " + GetName() + " was removed before the grab was over: " + error.GetDescription());
     }
     m_lossCounter = LossCounter(); // its count begins anew
     m_isLost = false;
+    return true;
+}
+
+/// No longer than the grab itself is to last.
+milliseconds CameraGrab::GetReconnectLimit() const {
+    std::optional<double> seconds = m_options.reconnect.limitSeconds;
+    if (m_options.durationSeconds) {
+        const double left = std::max(*m_options.durationSeconds - GetCounts().seconds, 0.0);
+        seconds = std::min(seconds.value_or(left), left);
+    }
+    return seconds ? ceil<milliseconds>(duration<double>(*seconds)) : Zelmo::kNoTimeLimit;
 }
 
 void CameraGrab::StartSession() {

@@ -81,7 +81,9 @@ private:
     void Run() noexcept;
     void Grab();
     void GrabUntilLost();
-    void Reconnect();
+    bool Reconnect();
+    std::chrono::milliseconds GetReconnectLimit() const;
+    bool IsOverWithoutCamera() const;
     void StartSession();
     bool TakeNext();
     bool WaitForResult(Zelmo::CGrabResultPtr& result);

@@ -6,6 +6,7 @@
 
 #include <zelmo/CommandParameter.h>
 
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
@@ -67,8 +68,16 @@ bool SoftwareTrigger::TriggerNext(unsigned timeoutMs) {
     if (m_options.hertz) {
         return true;
     }
-    if (!m_camera.WaitForFrameTriggerReady(timeoutMs, Zelmo::TimeoutHandling_Return)) {
-        return false;
+    constexpr unsigned stepMs = 50; // the camera is locked for others meanwhile: who stops it needs a chance
+    while (!m_camera.WaitForFrameTriggerReady(std::min(timeoutMs, stepMs), Zelmo::TimeoutHandling_Return)) {
+        if (timeoutMs <= stepMs) {
+            return false;
+        }
+        timeoutMs -= stepMs;
+        Zelmo::WaitObject::Sleep(1);
+        if (!m_camera.IsGrabbing()) {
+            return true;
+        }
     }
     m_camera.ExecuteSoftwareTrigger();
     return true;

@@ -24,8 +24,8 @@ public:
 
     void Start(); ///< With a rate: triggers from here on, whether the camera is ready or not.
     void Stop() noexcept;
-    /// Without a rate: waits until the camera is ready, at most @p timeoutMs, and triggers it.
-    /// @return false when it does not get ready.
+    /// Without a rate: waits until the camera is ready, at most @p timeoutMs, and triggers it, unless it is stopped
+    /// meanwhile. @return false when it does not get ready.
     bool TriggerNext(unsigned timeoutMs);
 
 private:

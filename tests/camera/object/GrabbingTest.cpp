@@ -475,6 +475,25 @@ TEST_F(GrabbingTest, CountIsReachedWhileTheLockOfTheFeaturesIsHeldAndSomebodySto
     EXPECT_EQ(m_diary.Count("stopped"), 50U);
 }
 
+TEST_F(GrabbingTest, AcquisitionIsStoppedOnceHoweverSoonTheCountIsReached) {
+    m_device.Grabber().SetScript("source=free");
+    AttachAndOpen();
+    std::string commands;
+    std::mutex lock;
+    m_device.hook = [&](const std::string& call) {
+        if (call.starts_with("Acquisition")) {
+            const std::lock_guard guard(lock);
+            commands += call == "AcquisitionStart" ? "+" : "-";
+        }
+    };
+    std::string expected;
+    for (int session = 0; session < 300; ++session) {
+        EXPECT_TRUE(m_camera.GrabOne(kPatience, m_result, kRaises));
+        expected += "+-";
+    }
+    EXPECT_EQ(commands, expected);
+}
+
 /// Without one order of the camera's lock and the node map's, the two threads soon wait for each other.
 TEST_F(GrabbingTest, NodeCallbacksAskInsideTheLockAndCallOutsideOfItWhileSessionsComeAndGo) {
     m_device.Grabber().SetScript("source=free");

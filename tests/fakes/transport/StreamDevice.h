@@ -93,7 +93,6 @@ private:
         OnFeature(static_cast<EFeature>(number));
     }
 
-    const bool m_tellsRemoval;
     static std::vector<CFeature> WithFeatures(std::vector<CFeature> more) {
         std::vector<CFeature> features{
             {"Integer", "Width", Width, "<Min>1</Min><Max>4096</Max>"},
@@ -110,6 +109,7 @@ private:
         return features;
     }
 
+    const bool m_tellsRemoval;
     std::atomic<std::int64_t> m_values[Count + kMoreFeatures];
     std::atomic<bool> m_isRemoved{false};
     CRegisterNodes m_nodes;
