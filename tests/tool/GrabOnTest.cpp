@@ -7,7 +7,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <csignal>
+#include <thread>
 
 using testing::HasSubstr;
 using testing::Not;
@@ -36,14 +38,19 @@ TEST(ReconnectOptionTest, GrabGoesOnWithTheSettingsOfBefore) {
         words.insert(words.end(), removal.begin(), removal.end());
         return RunTool(words, WithEnvironment({{"ZELMO_CAMEMU", "2"}}));
     };
-    const auto run = grab({"grab", "-d", "0", "-n", "30", "--reconnect", "20", "--raw", "-o", "-"});
-    EXPECT_EQ(run.exitCode, 0) << run.err;
-    EXPECT_EQ(run.out.size(), 30U * 320 * 1024);
-    EXPECT_THAT(run.err, HasSubstr("was removed after 10 images; waiting for it to come back"));
-    EXPECT_THAT(run.err, HasSubstr("came back after "));
-    EXPECT_THAT(run.err, Not(HasSubstr("not restored")));
+    for (const std::string reconnect : {"--reconnect", "--reconnect=20"}) { // for ever, or not so long
+        const auto run = grab({"grab", "-d", "0", "-n", "30", reconnect, "--raw", "-o", "-"});
+        EXPECT_EQ(run.exitCode, 0) << run.err;
+        EXPECT_EQ(run.out.size(), 30U * 320 * 1024);
+        EXPECT_THAT(run.err, HasSubstr("was removed after 10 images; waiting for it to come back"));
+        EXPECT_THAT(run.err, HasSubstr("came back after "));
+        EXPECT_THAT(run.err, Not(HasSubstr("not restored")));
+    }
     EXPECT_EQ(grab({"grab", "-d", "0", "-n", "30"}).exitCode, 9);
     EXPECT_EQ(grab({"grab", "--all", "-n", "30", "--reconnect"}).exitCode, 2);
+    for (const std::string limit : {"0", "-1", "1s", "soon", "nan", "inf"}) {
+        EXPECT_EQ(grab({"grab", "-d", "0", "--reconnect=" + limit}).exitCode, 2) << limit;
+    }
 }
 
 /// A camera that goes after ten images, for good.
@@ -61,6 +68,7 @@ TEST(ReconnectOptionTest, WaitEndsWithTheGrabAndWithItsUser) {
     EXPECT_EQ(RunTool(Vanishing({"grab", "-n", "10", "--reconnect"}), settings).exitCode, 0); // all are there
     ToolProcess run(Vanishing({"grab", "-n", "20", "--reconnect"}), settings);
     ASSERT_TRUE(run.WaitForOutput("waiting for it to come back"));
+    std::this_thread::sleep_for(std::chrono::milliseconds(300)); // it looks again and again until it is told to stop
     run.Signal(SIGINT);
     EXPECT_EQ(run.Wait().exitCode, 130);
 }

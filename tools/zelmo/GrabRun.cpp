@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cmath>
 #include <cstdlib>
 #include <poll.h>
 
@@ -86,19 +87,36 @@ void DefineSetup(CLI::App& command, std::vector<SetupStep>& setup) {
         ->trigger_on_parse();
 }
 
+/// @return nothing for a text that is no number above 0, whole
+std::optional<double> ParsePositive(const std::string& text) {
+    char* end = nullptr;
+    const double number = std::strtod(text.c_str(), &end);
+    const bool isOne = !text.empty() && *end == '\0' && number > 0 && std::isfinite(number);
+    return isOne ? std::optional(number) : std::nullopt;
+}
+
 /// software or software:HZ
 TriggerOptions ParseTrigger(const std::string& text) {
     const std::string word = "software";
-    const std::string rest = text.substr(0, word.size()) == word ? text.substr(word.size()) : ":";
-    if (rest.empty()) {
+    if (text == word) {
         return {true, std::nullopt};
     }
-    char* end = nullptr;
-    const double hertz = rest.size() > 1 && rest[0] == ':' ? std::strtod(rest.c_str() + 1, &end) : 0;
-    if (end == nullptr || *end != '\0' || !(hertz > 0) || hertz > 100'000) {
+    const std::size_t length = word.size() + 1;
+    const std::optional<double> hertz =
+        text.substr(0, length) == word + ":" ? ParsePositive(text.substr(length)) : std::nullopt;
+    if (!hertz || *hertz > 100'000) {
         throw CLI::ValidationError("--trigger", "'" + text + "' is neither software nor software:HZ, as software:10");
     }
     return {true, hertz};
+}
+
+/// Nothing, or the longest time to wait in seconds. Parsed here, as the parser makes a 0 of a number that is not there.
+ReconnectOptions ParseReconnect(const std::string& text) {
+    const std::optional<double> seconds = ParsePositive(text);
+    if (!seconds && !text.empty()) {
+        throw CLI::ValidationError("--reconnect", "'" + text + "' is no number of seconds above 0");
+    }
+    return {true, seconds};
 }
 
 void DefineTriggerAndReconnect(CLI::App& command, GrabOptions& options) {
@@ -109,16 +127,13 @@ void DefineTriggerAndReconnect(CLI::App& command, GrabOptions& options) {
             "trigger settings are put back afterwards")
         ->type_name("software[:HZ]");
     command
-        .add_option_function<std::vector<double>>(
-            "--reconnect",
-            [&options](const std::vector<double>& seconds) {
-                options.reconnect = {true, seconds.empty() ? std::nullopt : std::optional(seconds[0])};
-            },
-            "When the camera is removed, wait for it to come back, SECONDS at most, restore its settings and go on; "
-            "without this, removal ends with exit code 9. For one camera")
+        .add_option_function<std::string>(
+            "--reconnect", [&options](const std::string& text) { options.reconnect = ParseReconnect(text); },
+            "When the camera is removed, wait for it to come back, with SECONDS that long at most, restore its "
+            "settings "
+            "and go on; without this, removal ends with exit code 9. For one camera")
         ->type_name("SECONDS")
-        ->expected(0, 1)
-        ->check(CLI::PositiveNumber);
+        ->expected(0, 1);
 }
 
 void CheckStrategy(const Zelmo::CDeviceInfo& info, Zelmo::EGrabStrategy strategy) {
