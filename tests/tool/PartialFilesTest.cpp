@@ -116,6 +116,15 @@ TEST_F(PartialFilesTest, HandlerRemovesWhatIsBeingWrittenAndNothingElse) {
     EXPECT_THAT(m_folder.List(), ElementsAre("done"));
 }
 
+TEST_F(PartialFilesTest, FileThatIsDoneLeavesThatOfTheNextOneAlone) {
+    std::ofstream(m_folder / "next") << "x";
+    auto done = std::make_unique<tool::PartialFiles::Entry>(m_folder / "done");
+    done->Release();
+    tool::PartialFiles::Entry next(m_folder / "next"); // in the place that became free
+    done.reset();
+    EXPECT_THAT(m_folder.List(), ElementsAre("next"));
+}
+
 TEST_F(PartialFilesTest, TooManyFilesAtATimeAreRefused) {
     std::vector<std::unique_ptr<tool::PartialFiles::Entry>> entries;
     EXPECT_THAT(MessageOf([&] {

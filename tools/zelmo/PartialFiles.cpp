@@ -69,13 +69,14 @@ void WriteSpecial(const std::string& path, int descriptor, const std::uint8_t* d
 PartialFiles::Entry::Entry(const std::string& path) : m_slot(TakeSlot(path)) {}
 
 PartialFiles::Entry::~Entry() {
-    if (g_slots[m_slot].state != Slot_Free) {
+    if (m_isHeld) {
         unlink(g_slots[m_slot].path);
         Release();
     }
 }
 
 void PartialFiles::Entry::Release() noexcept {
+    m_isHeld = false; // from now on the slot may be another's
     g_slots[m_slot].state = Slot_Free;
 }
 

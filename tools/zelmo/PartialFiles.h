@@ -24,6 +24,7 @@ public:
 
     private:
         std::size_t m_slot;
+        bool m_isHeld = true;
     };
 
     /// Async-signal-safe.
