@@ -34,7 +34,7 @@ zelmo_install_library(zelmo ${ZELMO_VERSION})
 install(FILES ${PROJECT_SOURCE_DIR}/cmake/plugin-exports.map DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/zelmo)
 
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/zelmo DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-install(DIRECTORY ${PROJECT_BINARY_DIR}/ZelmoBase/parameter/generated/include/zelmo
+install(DIRECTORY ${PROJECT_BINARY_DIR}/parameters/generated/include/zelmo
     DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/genicam/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/genicam)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/resources/ConfigFileRegistry DESTINATION ${CMAKE_INSTALL_DATADIR}/zelmo)

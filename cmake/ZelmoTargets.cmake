@@ -13,25 +13,6 @@ function(zelmo_layer name)
     target_link_libraries(${name} PUBLIC ${ARG_LINK} Threads::Threads)
 endfunction()
 
-# zelmo_catalogue(<target> <list>)
-# The classes of a catalogue of parameters, written while building, as parameters/generate.py tells, and compiled into a
-# target; whoever links it finds the headers <zelmo/<stem>.h> and <zelmo/<stem>Classes.h>.
-function(zelmo_catalogue target list)
-    find_package(Python3 REQUIRED COMPONENTS Interpreter)
-    get_filename_component(stem ${list} NAME_WE)
-    get_filename_component(list ${list} ABSOLUTE)
-    set(generator ${PROJECT_SOURCE_DIR}/parameters/generate.py)
-    set(headers ${CMAKE_CURRENT_BINARY_DIR}/generated/include)
-    set(sources ${CMAKE_CURRENT_BINARY_DIR}/generated/src)
-    set(outputs ${headers}/zelmo/${stem}.h ${headers}/zelmo/${stem}Classes.h ${sources}/${stem}.cpp
-        ${sources}/${stem}Tables.cpp)
-    add_custom_command(OUTPUT ${outputs}
-        COMMAND ${Python3_EXECUTABLE} ${generator} ${list} ${headers}/zelmo ${sources}
-        DEPENDS ${generator} ${list} COMMENT "Writing the catalogue ${stem}" VERBATIM)
-    target_sources(${target} PRIVATE ${outputs})
-    target_include_directories(${target} PUBLIC ${headers})
-endfunction()
-
 # zelmo_visible_symbols(<target> <version script>)
 function(zelmo_visible_symbols target script)
     target_link_options(${target} PRIVATE -Wl,--version-script=${script})

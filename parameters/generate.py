@@ -6,7 +6,11 @@ generate.py LIST HEADER_FOLDER SOURCE_FOLDER
 Writes HEADER_FOLDER/<stem>.h, with the enumerations and the class; HEADER_FOLDER/<stem>Classes.h, with the class of each
 enumeration; SOURCE_FOLDER/<stem>.cpp and SOURCE_FOLDER/<stem>Tables.cpp. All four are always written.
 
-A list has one line for each parameter, in any order, behind lines that name the whole; # begins a comment:
+Whoever includes the first header instantiates no template, as there are hundreds of enumerations. Their classes keep
+their tables of virtual operations inside the library, for the same reason: only what others call is exported.
+
+A list has one line for each parameter, in any order, behind lines that name the whole; # begins a comment, and a line
+that begins with a blank goes on with the one before:
     namespace <name>
     class     <name>               the catalogue
     derived   <name>               optional: a class that derives from it and adds nothing
@@ -56,17 +60,28 @@ class Catalogue:
         self.path = path
         self.head = {}
         self.parameters = []
-        for number, line in enumerate(path.read_text(encoding="ascii").split("\n"), 1):
+        for number, words in self._lines():
             self.where = f"{path}:{number}"
-            words = line.split("#")[0].split()
-            if words:
-                self._take(words)
+            self._take(words)
         for word in set(HEAD) - {"derived"}:
             if word not in self.head:
                 sys.exit(f"{path}: there is no line '{word}'")
         if not self.parameters:
             sys.exit(f"{path}: there is no parameter")
         self.parameters.sort(key=lambda parameter: parameter.name.encode())
+
+    def _lines(self):
+        """Number and words of each, those that go on with others joined to them."""
+        lines = []
+        for number, line in enumerate(self.path.read_text(encoding="ascii").split("\n"), 1):
+            text = line.split("#")[0]
+            if text[:1].isspace() and text.strip():
+                if not lines:
+                    sys.exit(f"{self.path}:{number}: goes on with nothing")
+                lines[-1][1].extend(text.split())
+            elif text.strip():
+                lines.append((number, text.split()))
+        return lines
 
     def _take(self, words):
         kind, rest = words[0], words[1:]
@@ -142,17 +157,28 @@ public:
 
     def classes_header(self):
         text = LICENSE + f"// Generated from parameters/{self.path.name}.\n#pragma once\n\n"
-        text += f"#include <zelmo/{self.stem}.h>\n\n"
-        text += f"namespace {self.head['namespace']}::EnumParameterClasses {{\n"
+        text += f"#include <zelmo/EnumParameterT.h>\n#include <zelmo/Export.h>\n#include <zelmo/{self.stem}.h>\n\n"
+        text += f"""/// The classes behind the enumerations of {self.head['namespace']}::{self.head['class']}, for views of single
+/// nodes; see Zelmo::CParameter. Not to be derived from.
+namespace {self.head['namespace']}::EnumParameterClasses {{
+"""
         for parameter in self.enumerations:
             name = parameter.enum_class
             text += f"""
-class ZELMO_API {name} : public Zelmo::CEnumParameterT<{parameter.enumeration}> {{
+class {name} : public Zelmo::CEnumParameterT<{parameter.enumeration}> {{
 public:
-    {name}();
-    ~{name}() override;
+    ZELMO_API {name}();
+    {name}(GenApi::INode* node) : {name}() {{ Attach(node); }}
+    {name}(GenApi::INodeMap& map, const char* name) : {name}() {{ Attach(map, name); }}
+    {name}(GenApi::INodeMap* map, const char* name) : {name}() {{ Attach(map, name); }}
+    {name}(const {name}& other) : {name}() {{ CEnumParameterT::operator=(other); }}
+    {name}& operator=(const {name}& other) {{
+        CEnumParameterT::operator=(other);
+        return *this;
+    }}
+    ZELMO_API ~{name}() override;
     using CEnumParameterT::operator=;
-    const Table_t& GetTable() const override;
+    ZELMO_API const Table_t& GetTable() const override;
 }};
 """
         return text + f"\n}} // namespace {self.head['namespace']}::EnumParameterClasses\n"

@@ -33,6 +33,7 @@
 #include <zelmo/HandlerRegistration.h>
 #include <zelmo/Image.h>
 #include <zelmo/ImageEventHandler.h>
+#include <zelmo/ImageFormatConverterParams.h>
 #include <zelmo/Info.h>
 #include <zelmo/InstantCamera.h>
 #include <zelmo/InstantCameraExtensions.h>
@@ -55,7 +56,14 @@
 #include <zelmo/TransportLayerParams.h>
 #include <zelmo/TypedParameter.h>
 #include <zelmo/Types.h>
+#include <zelmo/UniversalCameraParams.h>
+#include <zelmo/UniversalChunkDataParams.h>
+#include <zelmo/UniversalEventParams.h>
+#include <zelmo/UniversalInterfaceParams.h>
+#include <zelmo/UniversalStreamParams.h>
+#include <zelmo/UniversalTLParams.h>
 #include <zelmo/Utilities.h>
+#include <zelmo/VideoWriterParams.h>
 #include <zelmo/WaitObject.h>
 #include <zelmo/WaitObjects.h>
 #include <zelmo/WaitableTimer.h>

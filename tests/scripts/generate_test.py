@@ -22,6 +22,8 @@ CASES = [
     (HEAD + "Enum E Red\n", ":4: an enumeration is written 'Enum NAME = ENTRY ENTRY'"),
     (HEAD + "Enum E = Red Red\n", ":4: an entry is named twice"),
     (HEAD + "Enum E = Red;\n", ":4: 'Red;' is no name of an entry"),
+    (HEAD + "Enum E = Red\n  Green\n  Blue Red\n", ":4: an entry is named twice"),
+    (" \n  Boolean B\n", ":2: goes on with nothing"),
 ]
 
 

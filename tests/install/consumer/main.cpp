@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <zelmo/UniversalCameraParamsClasses.h>
 #include <zelmo/zelmo.h>
 
 #include <cstdlib>
@@ -17,6 +18,13 @@ void Grab(const Zelmo::CDeviceInfo& info) {
     const auto counting = OnImage(camera, [&images](const Zelmo::CGrabResultPtr&) { ++images; });
     for (const Zelmo::CGrabResultPtr& image : GrabResults(camera, 3, 10s)) {
         images += image->GrabSucceeded() ? 1 : 0;
+    }
+    using namespace Harlix_UniversalCameraParams;
+    EnumParameterClasses::PixelFormatEnumParameter format(camera.GetNodeMap(), "PixelFormat");
+    Zelmo::IEnumParameterT<PixelFormatEnums>& sameFormat = format;
+    sameFormat = PixelFormat_Mono12;
+    if (EnumParameterClasses::PixelFormatEnumParameter(format).GetValue() != PixelFormat_Mono12) {
+        throw RUNTIME_EXCEPTION("A pixel format that was set is not there");
     }
     const Zelmo::CReopenReport report = Reopen(camera, camera.GetDeviceInfo(), settings, 10s);
     if (images != 6 || ReadStatistics(camera).lost.value_or(0) != 0 || !report.notRestored.empty()) {
