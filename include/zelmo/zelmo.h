@@ -41,6 +41,7 @@
 #include <zelmo/Interface.h>
 #include <zelmo/Lifecycle.h>
 #include <zelmo/Log.h>
+#include <zelmo/NodeMapTools.h>
 #include <zelmo/Parameter.h>
 #include <zelmo/PixelType.h>
 #include <zelmo/Registration.h>
@@ -52,7 +53,6 @@
 #include <zelmo/ThreadPriority.h>
 #include <zelmo/TlFactory.h>
 #include <zelmo/TransportLayer.h>
-#include <zelmo/TransportLayerParams.h>
 #include <zelmo/TypedParameter.h>
 #include <zelmo/Types.h>
 #include <zelmo/Utilities.h>
