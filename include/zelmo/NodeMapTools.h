@@ -10,10 +10,11 @@ struct INodeMap;
 namespace Zelmo {
 
 /// Sets nodes of a node map from a text of pairs `Key=Value`, such as "Width=640 Height=480 TriggerMode=On", from left
-/// to right. Keys are the names of nodes; the values are what the nodes take as text. Keys and values are made of ASCII
-/// letters, digits and underscores, one at least; pairs are separated by white space. There are no quotes, and no white
-/// space around "=" or at either end of the text. Of a text of any other form nothing is set. Threads: any; each node
-/// is set on its own under the lock of the node map.
+/// to right. Keys are the names of nodes; the values are what the nodes take as text.
+/// Keys and values are made of ASCII letters, digits and underscores, one at least; pairs are separated by white space.
+/// There are no quotes, and no white space around "=" or at either end of the text. Of a text of any other form nothing
+/// is set.
+/// Threads: any; each node is set on its own under the lock of the node map.
 /// @throws GenICam::InvalidArgumentException without a node map or text.
 /// @throws GenICam::RuntimeException for a text of another form, also an empty one; for a key that names no node or one
 /// without a value, such as a category. What a node raises that refuses its value passes. The pairs before a failing
@@ -22,7 +23,8 @@ ZELMO_API void SetGenICamNodeValuesFromKeyValueStr(GenApi::INodeMap* nodeMap, co
 
 /// A node map with the parameters that every transport layer has: the boolean "ChunkNodeMapSupportEnable", which is
 /// true at first. For plug-ins that have nothing to add, as the device's transport layer node map. It belongs to the
-/// caller and goes back through DestroyNodeMap. Threads: any.
+/// caller and goes back through DestroyNodeMap.
+/// Threads: any.
 /// @throws what GenApi::CNodeMapFactory does.
 ZELMO_API GenApi::INodeMap* CreateDefaultTransportLayerParamsNodeMap();
 

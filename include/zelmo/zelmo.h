@@ -44,6 +44,7 @@
 #include <zelmo/NodeMapTools.h>
 #include <zelmo/Parameter.h>
 #include <zelmo/PixelType.h>
+#include <zelmo/PixelTypeMapper.h>
 #include <zelmo/Registration.h>
 #include <zelmo/Reopen.h>
 #include <zelmo/SfncVersion.h>
