@@ -6,6 +6,7 @@
 #include "ZelmoBase/core/OsDescription.h"
 #include "ZelmoBase/transport/TlFactoryInstance.h"
 #include <zelmo/Log.h>
+#include <zelmo/NodeMapTools.h>
 #include <zelmo/ZelmoSettings.h>
 
 #include <Log/CLog.h>

@@ -1,17 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "ZelmoBase/camera/InstantCameraParameters.h"
 
-#include "ZelmoBase/core/BuiltinDocuments.h"
+#include "ZelmoBase/parameter/NodeMapFromResource.h"
 
+#include <zelmo/NodeMapTools.h>
 #include <zelmo/ThreadPriority.h>
-
-#include <GenApi/IDestroy.h>
-#include <GenApi/NodeMapFactory.h>
 
 #include <Base/GCException.h>
 
 #include <algorithm>
-#include <string_view>
 
 namespace Zelmo {
 namespace {
@@ -19,13 +16,8 @@ namespace {
 constexpr int kGrabEngineThreadPriority = 25;
 
 GenApi::INodeMap* CreateNodeMap() {
-    std::string_view document;
-    if (!FindBuiltinDocument("InstantCameraParams", document)) {
-        return nullptr;
-    }
     try {
-        return GenApi::CNodeMapFactory(GenApi::ContentType_Xml, document.data(), document.size())
-            .CreateNodeMap("Device");
+        return CreateNodeMapFromResource("InstantCameraParams");
     } catch (const GenICam::GenericException&) { // the first use tells
         return nullptr;
     }
@@ -34,9 +26,7 @@ GenApi::INodeMap* CreateNodeMap() {
 } // namespace
 
 CZelmoPowerNodeMapPtr::~CZelmoPowerNodeMapPtr() {
-    if (auto* const destroyable = dynamic_cast<GenApi::IDestroy*>(m_nodeMap)) {
-        destroyable->Destroy();
-    }
+    DestroyNodeMap(m_nodeMap);
 }
 
 GenApi::INodeMap& CZelmoPowerNodeMapPtr::operator*() const {

@@ -3,7 +3,7 @@
 
 #include <GenApi/INodeMap.h>
 #include <GenApi/NodeMapFactory.h>
-#include <zelmo/TransportLayerParams.h>
+#include <zelmo/NodeMapTools.h>
 
 #include <memory>
 

@@ -11,7 +11,7 @@ namespace Zelmo {
 /// Calls are counted, so that independent parts of a process may each start and stop the library; only the first one
 /// starts it, and other threads that call meanwhile return when the start is complete. Calls that come out of the
 /// start's or stop's own steps, as from a plug-in that goes, only count. The decimal number in the environment variable
-/// `ZELMOIF`, if set, is given to AddInternalFlags first.
+/// `ZELMOIF`, if set, is given to AddInternalFlags (NodeMapTools.h) first.
 ///
 /// Never throws: a failure is logged as critical, the rest of the start is left out, and CTlFactory::GetInstance then
 /// raises. After the matching ZelmoTerminate it may be tried again.
@@ -21,16 +21,6 @@ ZELMO_API void ZelmoInitialize() noexcept;
 /// Without a matching start nothing happens. @p shutDownLogging is looked at in the last call: false leaves the GenICam
 /// log running for other users in the process.
 ZELMO_API void ZelmoTerminate(bool shutDownLogging = true) noexcept;
-
-/// Bits of the internal flags.
-enum EInternalFlag : long {
-    InternalFlag_UntilTerminate = 1, ///< Cleared by the last ZelmoTerminate; without meaning for the library.
-    InternalFlag_ForeignLogging = 2  ///< The application starts and stops GenICam::CLog itself; the library does not.
-};
-
-/// Set or clear bits of the process-wide internal flags; from any thread, best before the first ZelmoInitialize.
-ZELMO_API void AddInternalFlags(long flags);
-ZELMO_API void ClearInternalFlags(long flags);
 
 /// Keeps the library started while it lives: the first object in main(), so that all others go before it.
 class ZelmoScope {

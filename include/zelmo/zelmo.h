@@ -42,8 +42,10 @@
 #include <zelmo/Interface.h>
 #include <zelmo/Lifecycle.h>
 #include <zelmo/Log.h>
+#include <zelmo/NodeMapTools.h>
 #include <zelmo/Parameter.h>
 #include <zelmo/PixelType.h>
+#include <zelmo/PixelTypeMapper.h>
 #include <zelmo/Registration.h>
 #include <zelmo/Reopen.h>
 #include <zelmo/SfncVersion.h>
@@ -53,7 +55,6 @@
 #include <zelmo/ThreadPriority.h>
 #include <zelmo/TlFactory.h>
 #include <zelmo/TransportLayer.h>
-#include <zelmo/TransportLayerParams.h>
 #include <zelmo/TypedParameter.h>
 #include <zelmo/Types.h>
 #include <zelmo/UniversalCameraParams.h>

@@ -5,6 +5,7 @@
 
 #include <zelmo/Lifecycle.h>
 #include <zelmo/Log.h>
+#include <zelmo/NodeMapTools.h>
 #include <zelmo/TlFactory.h>
 #include <zelmo/Utilities.h>
 #include <zelmo/ZelmoSettings.h>

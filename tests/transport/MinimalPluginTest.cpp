@@ -6,7 +6,6 @@
 #include <GenApi/GenApi.h>
 #include <zelmo/Device.h>
 #include <zelmo/StreamGrabber.h>
-#include <zelmo/TransportLayerParams.h>
 #include <zelmo/WaitObject.h>
 
 #include <gmock/gmock.h>
@@ -236,18 +235,5 @@ TEST_P(MinimalFilterTest, HidesCamerasThatTheProcessDoesNotWant) {
 INSTANTIATE_TEST_SUITE_P(Filters, MinimalFilterTest,
                          testing::Values(std::pair{"SerialNumber=0001", 1}, std::pair{"SerialNumber=0002", 0},
                                          std::pair{"DeviceClass=Other||SerialNumber=0001", 0}));
-
-TEST(DefaultParametersTest, AreThoseThatEveryTransportLayerHas) {
-    const std::unique_ptr<GenApi::INodeMap, void (*)(GenApi::INodeMap*)> parameters(
-        CreateDefaultTransportLayerParamsNodeMap(), DestroyNodeMap);
-    const GenApi::CBooleanPtr enable = parameters->GetNode("ChunkNodeMapSupportEnable");
-    ASSERT_TRUE(enable.IsValid());
-    EXPECT_TRUE(enable->GetValue());
-    EXPECT_TRUE(enable->GetNode()->IsStreamable());
-    EXPECT_EQ(enable->GetNode()->GetVisibility(), GenApi::Guru);
-    EXPECT_EQ(enable->GetNode()->GetDisplayName(), "Chunk Node Map Support Enable");
-    EXPECT_EQ(parameters->GetDeviceName(), "Device");
-    DestroyNodeMap(nullptr);
-}
 
 } // namespace
