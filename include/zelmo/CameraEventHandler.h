@@ -25,7 +25,7 @@ using CameraEventHandlerCookie = std::pair<const CameraEventHandlerCookie_*, Str
 /// The order of the operations does not change: applications are built apart from the library.
 class ZELMO_API CCameraEventHandler {
 public:
-    /// The node has changed. @param userProvidedId as given at the registration. @param node the camera's
+    /// The camera's node has changed; the number is that of the registration.
     virtual void OnCameraEvent(CInstantCamera& /*camera*/, long /*userProvidedId*/, GenApi::INode* /*node*/) {}
     /// This handler was registered. What it throws reaches the caller of the registration, which stands.
     virtual void OnCameraEventHandlerRegistered(CInstantCamera& /*camera*/, const String_t& /*nodeName*/,

@@ -11,6 +11,7 @@
 #include <ratio>
 #include <type_traits>
 
+/// @file
 /// The waits with the standard's durations, found by their first argument: `RetrieveResult(camera, 500ms, result)`.
 /// A limit is rounded up to whole milliseconds, so that none is shorter than asked for. Not above zero: only looks.
 namespace Zelmo {

@@ -8,6 +8,7 @@ namespace GenApi {
 struct INodeMap;
 }
 
+/// @file
 /// Real-time priorities of threads: round robin (SCHED_RR) from 1 upwards, 0 is normal scheduling.
 /// A thread is named by its `pthread_t`. Nothing is kept here: the limits of the process are read on every call.
 /// Threads: any.

@@ -6,6 +6,7 @@
 
 #include <cstddef>
 
+/// @file
 /// Small tools for text, paths and the environment. Threads: any.
 namespace Zelmo {
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+/// @file
 /// All of the library: for programs that would rather include one header than choose.
 
 #include <zelmo/AccessMode.h>

@@ -168,7 +168,7 @@ private:
 #define TIMEOUT_EXCEPTION GENICAM_EXCEPTION_OF(TimeoutException)
 #define DYNAMICCAST_EXCEPTION GENICAM_EXCEPTION_OF(DynamicCastException)
 
-/// The same from inside a node: `throw GENICAM_NODE_EXCEPTION(AccessException, entryPoint, name)("Node is not
-/// writable.")`.
+/// The same from inside a node:
+/// `throw GENICAM_NODE_EXCEPTION(AccessException, entryPoint, name)("Node is not writable.");`.
 #define GENICAM_NODE_EXCEPTION(Type, entryPoint, errorNodeName)                                                        \
     GenICam::ExceptionReporter<GenICam::Type>(__FILE__, __LINE__, entryPoint, errorNodeName, #Type).Report

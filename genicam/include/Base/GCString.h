@@ -155,9 +155,11 @@ GENICAM_API std::istream& getline(std::istream& stream, gcstring& text, char del
 
 } // namespace GenICam
 
+namespace std {
 template <>
-struct std::hash<GenICam::gcstring> {
+struct hash<GenICam::gcstring> {
     std::size_t operator()(const GenICam::gcstring& text) const noexcept {
         return std::hash<std::string_view>()(text.view());
     }
 };
+} // namespace std

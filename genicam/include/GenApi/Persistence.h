@@ -30,13 +30,14 @@ struct CBagDifference {
 
 /// The settings of a device as lines of name and value, in the order in which they are to be set again.
 /// As text: a first line with an identifier, then a line "<name><tab><value>" for each; lines that begin with # are
-/// remarks. A value ends with its line. A text with line ends or zero bytes in it stands with \n, \r, \0 and \\ in
-/// their place, and a line "#escaped" before it says so; all other values stand as they are, tabs and blanks included.
-/// A number is written as the node shows it when that tells its exact value, otherwise with as many digits as that
-/// takes. Threads: one at a time. Storing, loading and comparing hold the lock of the node map while they go through
-/// the features, so that nobody else moves the selectors; callbacks that fire meanwhile must not wait for other users
-/// of the node map. They never hold it while they wait for a command of the device. When the device is lost in the
-/// middle, the error of the feature at that point says so, and the others are not tried.
+/// remarks. A value ends with its line. A text with line ends or zero bytes in it stands with `\n`, `\r`, `\0` and `\\`
+/// in their place, and a line "#escaped" before it says so; all other values stand as they are, tabs and blanks
+/// included. A number is written as the node shows it when that tells its exact value, otherwise with as many digits as
+/// that takes.
+/// Threads: one at a time. Storing, loading and comparing hold the lock of the node map while they go through the
+/// features, so that nobody else moves the selectors; callbacks that fire meanwhile must not wait for other users of
+/// the node map. They never hold it while they wait for a command of the device. When the device is lost in the middle,
+/// the error of the feature at that point says so, and the others are not tried.
 class GENICAM_API CFeatureBag : public IPersistScript {
 public:
     struct CEntry {
