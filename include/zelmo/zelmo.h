@@ -6,6 +6,7 @@
 #include <zelmo/AccessMode.h>
 #include <zelmo/AcquireContinuousConfiguration.h>
 #include <zelmo/ArrayParameter.h>
+#include <zelmo/BindingReport.h>
 #include <zelmo/BooleanParameter.h>
 #include <zelmo/BufferFactory.h>
 #include <zelmo/Callback.h>
@@ -15,6 +16,7 @@
 #include <zelmo/ChunkParser.h>
 #include <zelmo/Cleanup.h>
 #include <zelmo/CommandParameter.h>
+#include <zelmo/ConfigFileRegistry.h>
 #include <zelmo/ConfigurationEventHandler.h>
 #include <zelmo/DefaultInterface.h>
 #include <zelmo/Device.h>
