@@ -110,8 +110,7 @@ std::string MakeToolHelp(const CLI::App& app, const Verbs& verbs) {
     for (const OptionText& option : DescribeOptions(app)) {
         options += (options.empty() ? "" : "; ") + JoinNames(option);
     }
-    help +=
-        Wrap("", "The settings of emulated cameras live as long as one process: see --set and --exec of 'grab'.", 0);
+    help += Wrap("", "Emulated cameras keep settings for one process: see --set of 'grab'.", 0);
     return help + Wrap("", "Options of all verbs, which the help of each verb explains: " + options, 0);
 }
 
