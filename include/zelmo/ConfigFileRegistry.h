@@ -17,7 +17,8 @@ struct CBindingReport;
 ///
 /// Rules decide, by device class, vendor, model and serial number. The standard rules are built in; a site adds rule
 /// files, `Rules*.xml` in the folder getZelmoFolderPath(FolderType_ConfigFileRegistry), which win ties. All are read
-/// at the first use and kept until the last ZelmoTerminate. ExplainBinding says which rule it was and why.
+/// at the first use and kept until the last ZelmoTerminate; docs/configuration.md tells what they say. ExplainBinding
+/// says which rule it was and why.
 ///
 /// Threads: any, at the same time; but nobody may use the registry while the last ZelmoTerminate ends it.
 class ZELMO_API CConfigFileRegistry {

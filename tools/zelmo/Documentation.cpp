@@ -93,6 +93,8 @@ const char* const kExitCodes[] = {
 const char* const kEnvironment[][2] = {
     {"ZELMO_TL_PATH", "Folders of plug-ins, separated by colons; default: the folder of the library."},
     {"ZELMO_DEVICE_FILTER", "Cameras that count as present; see --filter."},
+    {"ZELMO_CONFIG_FILE_REGISTRY_PATH", "Folder of the rule files that 'binding' tells of."},
+    {"ZELMO_DEFAULT_CDF_DIR", "Folder of the description files that rules name."},
     {"ZELMO_CAMEMU", "Number of emulated cameras."},
     {"ZELMO_LOG_LEVEL, ZELMO_LOG_FILE", "Level and file of the library's log."},
     {"NO_COLOR", "When set, nothing is coloured."},
