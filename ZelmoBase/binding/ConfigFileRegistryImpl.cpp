@@ -81,7 +81,8 @@ void CConfigFileRegistryImpl::AddRulesFromResources(const String_t& resourceName
 
 void CConfigFileRegistryImpl::AddRulesFromRegistryDir() {
     AsRuntimeException([this] {
-        for (const std::string& file : ListRuleFolder().files) {
+        const CRuleFolder folder = ListRuleFolder();
+        for (const std::string& file : folder.files) {
             AddRuleFile(file);
         }
     });
