@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <zelmo/Lifecycle.h>
 
+#include "ZelmoBase/binding/ConfigFileRegistryInstance.h"
 #include "ZelmoBase/core/GenICamCache.h"
 #include "ZelmoBase/core/Mutex.h"
 #include "ZelmoBase/core/OsDescription.h"
@@ -75,6 +76,7 @@ void Start() ZELMO_REQUIRES(g_initLock) {
 
 /// What follows the factory's end.
 void Stop(bool shutDownLogging) ZELMO_REQUIRES(g_initLock) {
+    CConfigFileRegistryInstance::Destroy();
     CZelmoSettings::ClearSettings();
     ClearInternalFlags(InternalFlag_UntilTerminate);
     hxlog::LogTrace(catId(), hxlog::LogLevel_Notice, "Terminated Zelmo for Linux.");

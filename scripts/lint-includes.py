@@ -14,7 +14,7 @@ from pathlib import Path
 
 INCLUDE = re.compile(r'^#include ([<"])([^>"]+)[>"]')
 PROJECT = ("zelmo/", "GenApi/", "Base/", "Log/", "ZelmoBase/", "XMLWrapperLib/", "genicam/", "plugins/", "tests/", "tools/",
-           "core/", "camera/", "emulator/", "fakes/", "DocumentedCheck.h")
+           "core/", "binding/", "camera/", "emulator/", "fakes/", "DocumentedCheck.h")
 OTHERS = re.compile(r"(boost|spdlog|fmt|CLI|nlohmann|gtest|gmock|benchmark|fuzzer)/|(tinyxml2\.h|pugixml\.hpp|png\.h|zip\.h|zlib\.h)$")
 OWN, PROJECTS, LIBRARIES, SYSTEM = range(4)
 

@@ -18,6 +18,7 @@ namespace Zelmo {
 ZELMO_API void ZelmoInitialize() noexcept;
 
 /// Takes one ZelmoInitialize back; the last one stops the library. Everything it handed out must be gone by then.
+/// Settings and binding rules are forgotten, and read anew when they are next needed.
 /// Without a matching start nothing happens. @p shutDownLogging is looked at in the last call: false leaves the GenICam
 /// log running for other users in the process.
 ZELMO_API void ZelmoTerminate(bool shutDownLogging = true) noexcept;

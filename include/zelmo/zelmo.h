@@ -7,6 +7,7 @@
 #include <zelmo/AccessMode.h>
 #include <zelmo/AcquireContinuousConfiguration.h>
 #include <zelmo/ArrayParameter.h>
+#include <zelmo/BindingReport.h>
 #include <zelmo/BooleanParameter.h>
 #include <zelmo/BufferFactory.h>
 #include <zelmo/Callback.h>
@@ -16,6 +17,7 @@
 #include <zelmo/ChunkParser.h>
 #include <zelmo/Cleanup.h>
 #include <zelmo/CommandParameter.h>
+#include <zelmo/ConfigFileRegistry.h>
 #include <zelmo/ConfigurationEventHandler.h>
 #include <zelmo/DefaultInterface.h>
 #include <zelmo/Device.h>

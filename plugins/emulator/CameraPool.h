@@ -20,6 +20,8 @@ struct CPoolCamera {
     std::atomic<bool> isStreaming = false;          ///< some stream grabber is open
     std::atomic<std::uint32_t> failedOpenCount = 1; ///< what ForceFailedOpen is to make fail
     CCountdown failingOpens;
+    std::atomic<std::uint32_t> failedDownloadCount = 1; ///< what ForceFailedDownload is to make fail
+    CCountdown failingDownloads;
     CEndedThreads endedWatches; ///< of device objects that were closed in a removal callback
 };
 

@@ -5,7 +5,6 @@
 
 #include <Base/GCException.h>
 #include <GenApi/IDestroy.h>
-#include <GenApi/NodeMapFactory.h>
 
 namespace CamEmu {
 
@@ -16,15 +15,19 @@ GenApi::CNodeMapFactory MakeFactory(std::string_view name) {
     return {GenApi::ContentType_Xml, text.data(), text.size()};
 }
 
+} // namespace
+
 NodeMapPtr MakeNodeMap(GenApi::CNodeMapFactory& factory, GenApi::IPort& port) {
     NodeMapPtr nodeMap(factory.CreateNodeMap("Device"));
     if (!nodeMap->Connect(&port, "Device")) {
-        throw RUNTIME_EXCEPTION("The description of the emulated camera has no port 'Device'.");
+        throw RUNTIME_EXCEPTION("The description has no port 'Device'.");
     }
     return nodeMap;
 }
 
-} // namespace
+GenApi::CNodeMapFactory MakeCameraFactory() {
+    return MakeFactory(kCameraDescription);
+}
 
 std::string_view DescriptionText(std::string_view name) {
     for (const Zelmo::BuiltinDocument& document : Zelmo::kBuiltinDocuments) {
@@ -42,7 +45,7 @@ void CNodeMapDeleter::operator()(GenApi::INodeMap* nodeMap) const {
 }
 
 NodeMapPtr MakeCameraNodeMap(GenApi::IPort& port) {
-    static GenApi::CNodeMapFactory factory = MakeFactory(kCameraDescription);
+    static GenApi::CNodeMapFactory factory = MakeCameraFactory();
     return MakeNodeMap(factory, port);
 }
 

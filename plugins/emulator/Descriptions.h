@@ -2,6 +2,7 @@
 #pragma once
 
 #include <GenApi/INodeMap.h>
+#include <GenApi/NodeMapFactory.h>
 
 #include <memory>
 #include <string_view>
@@ -20,6 +21,13 @@ struct CNodeMapDeleter {
     void operator()(GenApi::INodeMap* nodeMap) const;
 };
 using NodeMapPtr = std::unique_ptr<GenApi::INodeMap, CNodeMapDeleter>;
+
+/// A node map of @p factory, connected to @p port, which must outlive it.
+/// @throws GenICam::RuntimeException
+NodeMapPtr MakeNodeMap(GenApi::CNodeMapFactory& factory, GenApi::IPort& port);
+
+/// For node maps of the camera with something added.
+GenApi::CNodeMapFactory MakeCameraFactory();
 
 /// A node map of its own over the description, connected to @p port, which must outlive it. The text is parsed once in
 /// the process.

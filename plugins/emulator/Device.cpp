@@ -2,13 +2,28 @@
 #include "Device.h"
 
 #include "Boundary.h"
+#include "DescriptionBinding.h"
 #include "PluginLog.h"
 #include "core/RegisterMap.h"
 
 #include <Base/GCException.h>
 #include <GenApi/INode.h>
 
+#include <utility>
+
 namespace CamEmu {
+
+namespace {
+
+std::uint32_t CheckForcedFailures(const char* parameter, std::uint64_t value) {
+    if (value < 1 || value > kMaxForcedFailures) {
+        throw OUT_OF_RANGE_EXCEPTION("Cannot set %s to %llu: it goes from 1 to %u.", parameter,
+                                     static_cast<unsigned long long>(value), kMaxForcedFailures);
+    }
+    return static_cast<std::uint32_t>(value);
+}
+
+} // namespace
 
 Zelmo::CDeviceInfo DescribeCamera(CCamera& camera) {
     const std::string serial = camera.Text(Reg::kSerialNumber);
@@ -66,11 +81,12 @@ void CDevice::Open(Zelmo::AccessModeSet modes) {
 void CDevice::Connect(Zelmo::AccessModeSet modes) {
     m_watch.Start(); // first: the cable may be pulled as soon as it is in use
     m_camera.link.Admit({this, modes, &m_watch});
+    m_port.Open(modes.test(Zelmo::Control) ? GenApi::RW : GenApi::RO);
+    NodeMapPtr nodeMap = MakeBoundNodeMap(m_info, m_port, m_camera.failingDownloads);
     if (m_camera.failingOpens.Take() != 0) { // last: an attempt that fails anyway does not count
         throw RUNTIME_EXCEPTION("Cannot open device '%s': ForceFailedOpen was executed.", m_info.GetFullName().c_str());
     }
-    m_port.Open(modes.test(Zelmo::Control) ? GenApi::RW : GenApi::RO);
-    m_nodeMap = MakeCameraNodeMap(m_port);
+    m_nodeMap = std::move(nodeMap);
 }
 
 void CDevice::Close() {
@@ -117,8 +133,11 @@ void CDevice::GetDescription(Zelmo::String_t& url, Zelmo::String_t& bytes) {
 // The lock itself is read anew each time, since another device object may stream; but the application may have
 // callbacks on what it decides.
 void CDevice::InvalidateLock() noexcept {
-    RunLogged(m_info.GetFullName().c_str(), "a node callback",
-              [this] { m_nodeMap->GetNode("TLParamsLockedReg")->InvalidateNode(); });
+    RunLogged(m_info.GetFullName().c_str(), "a node callback", [this] {
+        if (GenApi::INode* const node = m_nodeMap->GetNode("TLParamsLockedReg")) { // a site's description may lack it
+            node->InvalidateNode();
+        }
+    });
 }
 
 // The addresses are those of CamEmuConnection.xml.
@@ -136,6 +155,8 @@ std::uint64_t CDevice::ConnectionValue(std::int64_t address) const {
         return m_port.Writes().failed;
     case 0x38:
         return m_camera.failedOpenCount;
+    case 0x48:
+        return m_camera.failedDownloadCount;
     default:
         ThrowNoNumber(address);
     }
@@ -147,11 +168,13 @@ void CDevice::SetConnectionValue(std::int64_t address, std::uint64_t value) {
         m_camera.failingOpens.Set(m_camera.failedOpenCount);
         break;
     case 0x38:
-        if (value < 1 || value > kMaxForcedFailures) {
-            throw OUT_OF_RANGE_EXCEPTION("Cannot set ForceFailedOpenCount to %llu: it goes from 1 to %u.",
-                                         static_cast<unsigned long long>(value), kMaxForcedFailures);
-        }
-        m_camera.failedOpenCount = static_cast<std::uint32_t>(value);
+        m_camera.failedOpenCount = CheckForcedFailures("ForceFailedOpenCount", value);
+        break;
+    case 0x40:
+        m_camera.failingDownloads.Set(m_camera.failedDownloadCount);
+        break;
+    case 0x48:
+        m_camera.failedDownloadCount = CheckForcedFailures("ForceFailedDownloadCount", value);
         break;
     default:
         ThrowReadOnly(address);

@@ -31,11 +31,11 @@ public:
     CDevice(CPoolCamera& camera, Zelmo::ITransportLayer& transportLayer);
     ~CDevice();
 
-    /// Exclusive includes Control.
+    /// Exclusive includes Control. The binding rules say whose description the node map is made of.
     /// @throws GenICam::LogicalErrorException when it is open already
     /// @throws GenICam::AccessException       when somebody else has the camera open in a way that excludes this one
-    /// @throws GenICam::RuntimeException      when the camera was removed, what opening needs cannot be made, or
-    ///                                        ForceFailedOpen wants it so
+    /// @throws GenICam::RuntimeException      when the camera was removed, what opening needs cannot be made, no
+    ///                                        description can be had, or ForceFailedOpen wants it so
     void Open(Zelmo::AccessModeSet modes) override;
     void Close() override;
     bool IsOpen() const override { return m_isOpen; }

@@ -35,7 +35,7 @@ tree) # installs and moves the result away, so that no absolute path can be of u
     "$CMAKE" --install "$build" --prefix "$work/installed" >/dev/null
     mv "$work/installed" "$prefix"
     { grep -rlF -e "$work/installed" -e "$build" "$prefix" --include='*.cmake' --include='*.pc' || true; } | refuse
-    test -d "$prefix/share/zelmo/ConfigFileRegistry"
+    test -f "$prefix/share/zelmo/ConfigFileRegistry/BindingRules.xsd"
     test -f "$prefix/include/zelmo/internal/PixelTypePrivate.h"
     ;;
 find-package)

@@ -24,7 +24,9 @@ TEST_P(BuiltinDocument, IsTheFileByteForByteAndZeroTerminated) {
     EXPECT_EQ(text.data()[text.size()], '\0');
 }
 
-INSTANTIATE_TEST_SUITE_P(All, BuiltinDocument, testing::Values("DefaultTransportLayerParams"));
+INSTANTIATE_TEST_SUITE_P(All, BuiltinDocument,
+                         testing::Values("DefaultTransportLayerParams", "InstantCameraParams",
+                                         "ConfigFileRegistryStandardRules"));
 
 TEST(BuiltinDocuments, UnknownNamesFindNothingAndLeaveTheTextAlone) {
     for (const char* name : {"", "defaulttransportlayerparams", "DefaultTransportLayerParams.xml", "Default"}) {

@@ -63,10 +63,11 @@ public:
     }
 
     /// Runs the tool; @p type is what its document is called on the page, or empty for a verb that streams.
-    void CheckRun(const std::vector<std::string>& words, const std::string& type) {
+    void CheckRun(const std::vector<std::string>& words, const std::string& type,
+                  const ToolProcess::Settings& settings = {}) {
         std::vector<std::string> arguments = words;
         arguments.push_back("--json");
-        const ToolResult result = RunTool(arguments);
+        const ToolResult result = RunTool(arguments, settings);
         if (type.empty()) {
             for (const Json& line : result.Events()) {
                 CheckTop(line, words[0] + ": " + line["type"].get<std::string>());
@@ -123,6 +124,14 @@ constexpr const char* kDescription =
 <Enumeration Name="E"><EnumEntry Name="A"><Value>0</Value></EnumEntry><Value>0</Value></Enumeration>
 </RegisterDescription>)";
 
+/// With a rule that has all there is to a rule.
+ToolProcess::Settings WithRules(const TemporaryFolder& folder) {
+    std::ofstream(folder / "Rules.xml")
+        << "<BindingRules type='custom'><TransportLayer name='HarlixCamEmu'><Rule><File>a.zip</File><AdditionalFile>"
+           "b.zip</AdditionalFile></Rule></TransportLayer></BindingRules>";
+    return WithEnvironment({{"ZELMO_CONFIG_FILE_REGISTRY_PATH", folder.Path()}});
+}
+
 TEST(JsonPageTest, HoldsEachKeyThatAVerbWritesAndNoOther) {
     const TemporaryFolder folder;
     std::ofstream(folder / "m.xml") << kDescription;
@@ -136,6 +145,7 @@ TEST(JsonPageTest, HoldsEachKeyThatAVerbWritesAndNoOther) {
     page.CheckRun({"--version"}, "--version");
     page.CheckRun({"info", "0"}, "info");
     page.CheckRun({"doctor"}, "doctor");
+    page.CheckRun({"binding", "0"}, "binding", WithRules(folder));
     page.CheckRun({"features", "--values", "-d", "0"}, "features");
     page.CheckRun({"get", "Width", "DeviceUserID", "Nope", "-d", "0"}, "get");
     page.CheckRun({"describe", "Width", "PixelFormat", "TestImageSelector", "AcquisitionStatusSelector", "Gain",

@@ -27,6 +27,7 @@ CommandLine::CommandLine() : m_app(std::make_unique<CLI::App>("Find, configure a
     m_verbs.push_back(MakeDiffVerb());
     m_verbs.push_back(MakeXmlVerb());
     m_verbs.push_back(MakeNodemapVerb());
+    m_verbs.push_back(MakeBindingVerb());
     m_verbs.push_back(MakeGrabVerb());
     m_verbs.push_back(MakeBenchVerb());
     m_verbs.push_back(MakeDoctorVerb());

@@ -93,6 +93,8 @@ const char* const kExitCodes[] = {
 const char* const kEnvironment[][2] = {
     {"ZELMO_TL_PATH", "Folders of plug-ins, separated by colons; default: the folder of the library."},
     {"ZELMO_DEVICE_FILTER", "Cameras that count as present; see --filter."},
+    {"ZELMO_CONFIG_FILE_REGISTRY_PATH", "Folder of the rule files that 'binding' tells of."},
+    {"ZELMO_DEFAULT_CDF_DIR", "Folder of the description files that rules name."},
     {"ZELMO_CAMEMU", "Number of emulated cameras."},
     {"ZELMO_LOG_LEVEL, ZELMO_LOG_FILE", "Level and file of the library's log."},
     {"NO_COLOR", "When set, nothing is coloured."},
@@ -110,8 +112,7 @@ std::string MakeToolHelp(const CLI::App& app, const Verbs& verbs) {
     for (const OptionText& option : DescribeOptions(app)) {
         options += (options.empty() ? "" : "; ") + JoinNames(option);
     }
-    help +=
-        Wrap("", "The settings of emulated cameras live as long as one process: see --set and --exec of 'grab'.", 0);
+    help += Wrap("", "Emulated cameras keep settings for one process: see --set of 'grab'.", 0);
     return help + Wrap("", "Options of all verbs, which the help of each verb explains: " + options, 0);
 }
 

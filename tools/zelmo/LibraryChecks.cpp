@@ -5,6 +5,7 @@
 #include "Library.h"
 #include "Output.h"
 
+#include <zelmo/BindingReport.h>
 #include <zelmo/Utilities.h>
 #include <zelmo/ZelmoSettings.h>
 
@@ -12,6 +13,7 @@
 #include <Base/GCUtilities.h>
 
 #include <cerrno>
+#include <cstdlib>
 #include <filesystem>
 #include <unistd.h>
 
@@ -81,6 +83,44 @@ Check CheckSettings(const ToolLog& log) {
     return {name, Verdict::Ok, "none, so nothing is set", ""};
 }
 
+/// The folder of binding rules. A site that has set it expects it to be there.
+Check CheckRuleFolder(const Zelmo::CRuleFolderReport& report) {
+    const char* const name = "rule folder";
+    const std::string folder = Printable(report.folder.str());
+    if (report.obstacle.empty()) {
+        const std::size_t count = report.files.size();
+        return {name, Verdict::Ok, std::to_string(count) + (count == 1 ? " rule file in " : " rule files in ") + folder,
+                ""};
+    }
+    const std::string found = folder + ": " + report.obstacle.str() + ", so only the standard rules count";
+    const bool isSet = std::getenv("ZELMO_CONFIG_FILE_REGISTRY_PATH") != nullptr;
+    std::error_code error;
+    if (!isSet && !std::filesystem::exists(report.folder.str(), error) && !error) {
+        return {name, Verdict::Ok, found, ""};
+    }
+    return {name, Verdict::Warning, found,
+            "Make it a folder that this user can read, or set ZELMO_CONFIG_FILE_REGISTRY_PATH to another one"};
+}
+
+/// The folder, and each rule file that cannot be read.
+Checks CheckRules() {
+    try {
+        const Zelmo::CRuleFolderReport report = Zelmo::CheckRuleFolder();
+        Checks checks{CheckRuleFolder(report)};
+        for (const Zelmo::CRuleFileReport& file : report.files) {
+            if (!file.failure.empty()) {
+                checks.push_back({"rule file " + Printable(std::filesystem::path(file.path.str()).filename().string()),
+                                  Verdict::Problem, Printable(file.path.str() + ": " + file.failure.str()),
+                                  "Mend the file or remove it: no camera can be opened with it", ExitCode::Failed});
+            }
+        }
+        return checks;
+    } catch (const GenICam::GenericException& error) {
+        return {
+            {"rule folder", Verdict::Problem, error.GetDescription(), "Look at the folder's disk", ExitCode::Failed}};
+    }
+}
+
 /// In the child process.
 Checks Examine(Library& library, bool withPlugins, const TellStep& tell) {
     library.GetLog().SetLoadListener([&](const std::string& plugin) { tell("loading the plug-in '" + plugin + "'"); });
@@ -98,6 +138,8 @@ Checks Examine(Library& library, bool withPlugins, const TellStep& tell) {
             {"plug-ins", Verdict::Problem, "not looked at: " + std::string(error.what()), "", error.GetExitCode()});
     }
     checks.insert(checks.begin(), CheckSettings(library.GetLog()));
+    const Checks rules = CheckRules();
+    checks.insert(checks.end(), rules.begin(), rules.end());
     checks.push_back(CheckCacheFolder());
     return checks;
 }

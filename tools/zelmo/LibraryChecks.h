@@ -7,7 +7,7 @@ namespace tool {
 
 class Output;
 
-/// Settings file, plug-ins and cache folder: all that needs the library, which must not run yet. They are looked at in
+/// Settings file, plug-ins, rule files and cache folder: all that needs the library, which must not run yet. They are looked at in
 /// a process of their own, so that nothing which is loaded for it can end or block this one.
 std::vector<Check> CheckLibrary(Library& library, Output& output);
 

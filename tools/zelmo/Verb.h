@@ -44,6 +44,7 @@ public:
 };
 
 std::unique_ptr<Verb> MakeBenchVerb();
+std::unique_ptr<Verb> MakeBindingVerb();
 std::unique_ptr<Verb> MakeDescribeVerb();
 std::unique_ptr<Verb> MakeDiffVerb();
 std::unique_ptr<Verb> MakeDoctorVerb();

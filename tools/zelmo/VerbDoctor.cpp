@@ -17,7 +17,7 @@ public:
         return "Plug-ins are tried in a process of their own, and two emulated cameras grab for a moment in another "
                "one, "
                "to count the files that a camera takes. The exit code is 8 when a plug-in could not be loaded, 1 when "
-               "the library does not start; warnings leave it 0.";
+               "the library does not start or a rule file cannot be read; warnings leave it 0.";
     }
     std::vector<Example> GetExamples() const override {
         return {

@@ -1,0 +1,92 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "DescriptionBinding.h"
+
+#include <Base/GCException.h>
+#include <GenApi/NodeMapFactory.h>
+#include <zelmo/BindingReport.h>
+#include <zelmo/ConfigFileRegistry.h>
+
+#include <string>
+#include <vector>
+
+namespace CamEmu {
+
+namespace {
+
+using CBinding = Zelmo::CConfigFileRegistry::CBinding;
+
+[[noreturn]] void Fail(const Zelmo::CDeviceInfo& device, const std::string& cause) {
+    throw RUNTIME_EXCEPTION("Cannot open device '%s': %s", device.GetFullName().c_str(), cause.c_str());
+}
+
+// The node map with the additional files, which are read anew each time: they are a site's, and few.
+NodeMapPtr MakeMergedNodeMap(GenApi::CNodeMapFactory factory, const CBinding& binding, GenApi::IPort& port) {
+    std::vector<GenApi::CNodeMapFactory> injections;
+    for (const Zelmo::String_t& file : binding.AdditionalFiles) {
+        if (!file.empty()) {
+            injections.emplace_back(GenApi::ContentType_Xml, file);
+            factory.AddInjectionData(injections.back());
+        }
+    }
+    return MakeNodeMap(factory, port);
+}
+
+NodeMapPtr MakeFromDevice(const CBinding& binding, GenApi::IPort& port, CCountdown& failingDownloads) {
+    if (failingDownloads.Take() != 0) {
+        throw RUNTIME_EXCEPTION("ForceFailedDownload was executed.");
+    }
+    return binding.HasAdditionalFiles ? MakeMergedNodeMap(MakeCameraFactory(), binding, port) : MakeCameraNodeMap(port);
+}
+
+// Null when it fails; then the text of the failure is added to the causes.
+template <class Make>
+NodeMapPtr TryMake(const std::string& source, std::string& causes, Make make) {
+    try {
+        return make();
+    } catch (const GenICam::BadAllocException&) {
+        throw; // says nothing about the description
+    } catch (const GenICam::GenericException& e) {
+        causes += (causes.empty() ? "" : " ") + source + ": " + e.GetDescription();
+        return nullptr;
+    }
+}
+
+CBinding FindBinding(const Zelmo::CDeviceInfo& device) {
+    try {
+        return Zelmo::CConfigFileRegistry::GetInstance().GetXmlFileBinding(device);
+    } catch (const GenICam::BadAllocException&) {
+        throw;
+    } catch (const GenICam::GenericException& e) {
+        Fail(device, "the binding rules cannot be applied (the log names the file at fault, and so does 'zelmo "
+                     "doctor'): " +
+                         std::string(e.GetDescription()));
+    }
+}
+
+} // namespace
+
+NodeMapPtr MakeBoundNodeMap(const Zelmo::CDeviceInfo& device, GenApi::IPort& port, CCountdown& failingDownloads) {
+    const CBinding binding = FindBinding(device);
+    if (!binding.Download && !binding.HasFile) {
+        const Zelmo::CBindingReport report = Zelmo::ExplainBinding(device);
+        Fail(device, "the binding rule of " + report.matching.at(report.winner).origin.str() +
+                         " forbids the download of its description and names no file.");
+    }
+    std::string causes;
+    NodeMapPtr nodeMap;
+    if (binding.Download) {
+        nodeMap = TryMake("Its own description cannot be used", causes,
+                          [&] { return MakeFromDevice(binding, port, failingDownloads); });
+    }
+    if (!nodeMap && binding.HasFile) {
+        nodeMap = TryMake("The description file '" + binding.File.str() + "' cannot be used", causes, [&] {
+            return MakeMergedNodeMap(GenApi::CNodeMapFactory(GenApi::ContentType_Xml, binding.File), binding, port);
+        });
+    }
+    if (!nodeMap) {
+        Fail(device, causes);
+    }
+    return nodeMap;
+}
+
+} // namespace CamEmu
