@@ -1,26 +1,57 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "ZelmoBase/camera/ChunkDataNodeMapProvider.h"
+#include "ZelmoBase/camera/ChunkResultNodes.h"
+
+#include <zelmo/GrabResultData.h>
+
 #include <cstdint>
+#include <memory>
 
 namespace Zelmo {
 
-class CGrabResultPtr;
-class IZelmoDevice;
-
-/// Decides per session how the data behind an image are parsed. Of it stands what a device without chunk mode needs:
-/// results have no parser, and nothing in them is corrected.
-/// Threads: with the camera lock held.
+/// Decides per session how the data behind an image are parsed: by a parser of each result's own, out of a pool or made
+/// for it, which the application reads through the result; or, to save memory, by one internal parser, from which only
+/// the geometry of the image is taken. Without chunk mode there is none, and nothing in a result is corrected.
+/// Threads: with the camera lock held. Parsers come home, or end, on any.
+/// Locks:   the mutex of the pool, behind that of the result records.
 class CChunkParsingEngine {
 public:
-    void SetDevice(IZelmoDevice* device) noexcept { m_device = device; } ///< Null when it is let go of.
-    /// @throws GenICam::LogicalErrorException for a chunk mode without a description to make node maps from.
-    void Start(bool isChunkModeActive) const;
-    void SetPoolSize(std::int64_t size) noexcept { m_poolSize = size; } ///< How many parsers are to be made ahead.
+    /// For parsers that come from no pool.
+    struct CChunkNodeMapDeallocator {
+        void operator()(ISelfReliantChunkParser* parser) const noexcept { CChunkDataNodeMapFactory::Destroy(parser); }
+    };
+
+    CChunkParsingEngine() = default;
+    CChunkParsingEngine(const CChunkParsingEngine&) = delete;
+    CChunkParsingEngine& operator=(const CChunkParsingEngine&) = delete;
+    ~CChunkParsingEngine() { Stop(); }
+
+    /// Null when it is let go of. Free parsers of the device before end now, others when their results do.
+    void SetDevice(IZelmoDevice* device) noexcept;
+    /// How many parsers are made ahead; with a device, it makes them now. @throws what making them throws.
+    void ResizePool(std::int64_t size);
+
+    /// @throws GenICam::LogicalErrorException for a chunk mode without a description to make node maps from;
+    ///         GenICam::RuntimeException when there is no internal parser. Nothing is begun then.
+    void Start(bool areNodeMapsEnabled, bool isChunkModeActive);
+    void Stop() noexcept;
+
+    /// Whether each result has a parser: when there are no more parsers, there are no more results.
+    bool HasResultParsers() const noexcept { return m_isActive && m_internalParser == nullptr; }
+    /// One of them; null when the pool has no more. @throws GenICam::RuntimeException when the device makes none.
+    std::shared_ptr<ISelfReliantChunkParser> CreateResultParser();
+    /// Maps the chunks of an image that has some, and corrects its geometry.
+    /// @throws GenICam::RuntimeException for a payload above the buffer; what parser and nodes throw.
+    void CompleteResult(CGrabResultData::CGrabResultDataImpl& data) const;
 
 private:
     IZelmoDevice* m_device = nullptr; // borrowed
-    std::int64_t m_poolSize = 0;
+    bool m_isActive = false;
+    std::unique_ptr<ISelfReliantChunkParser, CChunkNodeMapDeallocator> m_internalParser; // null: results have their own
+    CChunkResultNodes m_internalNodes;                                                   // bound to the internal parser
+    CReusableChunkDataNodeMapProvider m_pool{m_device};
 };
 
 } // namespace Zelmo

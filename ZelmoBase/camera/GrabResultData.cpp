@@ -123,6 +123,13 @@ void CGrabResultData::CGrabResultDataImpl::DetachChunkParser() const noexcept {
     }
 }
 
+void CGrabResultData::CGrabResultDataImpl::SetChunkParser(std::shared_ptr<ISelfReliantChunkParser> parser) {
+    chunkNodes.Clear();
+    chunkParser.reset();
+    chunkNodes.Bind(*parser->GetChunkDataNodeMap());
+    chunkParser = std::move(parser);
+}
+
 GenApi::INodeMap& CGrabResultData::CGrabResultDataImpl::GetChunkDataNodeMap() {
     return chunkParser != nullptr ? *chunkParser->GetChunkDataNodeMap() : GetEmptyChunkNodeMap();
 }

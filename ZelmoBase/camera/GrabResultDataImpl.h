@@ -2,6 +2,7 @@
 #pragma once
 
 #include "ZelmoBase/camera/BufferData.h"
+#include "ZelmoBase/camera/ChunkResultNodes.h"
 
 #include <zelmo/ChunkParser.h>
 #include <zelmo/GrabResultData.h>
@@ -42,6 +43,10 @@ public:
     /// it.
     bool KeepBody(CGrabResultPtrImpl* body) noexcept;
 
+    /// Gives the record a parser, in place of the one it has. @throws what the parser's node map throws,
+    /// std::bad_alloc; it has none then.
+    void SetChunkParser(std::shared_ptr<ISelfReliantChunkParser> parser);
+
     /// The parser's node map; without a parser an empty one, made on first use by any thread and then always the same.
     GenApi::INodeMap& GetChunkDataNodeMap();
 
@@ -68,6 +73,7 @@ public:
     std::uint64_t blockId = 0;
     std::shared_ptr<CBufferData> bufferHolder;
     std::shared_ptr<ISelfReliantChunkParser> chunkParser; // stays with the record; behind the buffer, so it goes first
+    CChunkResultNodes chunkNodes;                         // of the parser's node map; ends before the parser
     long bufferContext = 0;
 
 private:

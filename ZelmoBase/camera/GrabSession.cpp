@@ -106,6 +106,12 @@ bool CGrabSession::Retrieve(unsigned int timeoutMs, CGrabResultPtr& result, ETim
     }
     bool isCounted = false;
     std::uint64_t skipped = 0;
+    ScopeGuard stopAtCount([&]() noexcept { // also when a handler throws, or what came with the image is broken
+        if (isCounted) {
+            RunLogged(CameraLogCategory(), "Exception caught while calling StopGrabbing, msg='%s'",
+                      "Unknown exception caught while calling StopGrabbing.", [&] { StopAtCount(wait); });
+        }
+    });
     {
         CCameraGuard lock(m_cameraLock);
         if (m_wait != wait) { // the session is over, and another one may run: what has happened there is not ours
@@ -119,15 +125,9 @@ bool CGrabSession::Retrieve(unsigned int timeoutMs, CGrabResultPtr& result, ETim
             HandleTimeout(timeoutMs, handling);
             return false;
         }
-        skipped = TakeResult(result);
         isCounted = m_countLimitActive;
+        skipped = TakeResult(result);
     }
-    ScopeGuard stopAtCount([&]() noexcept { // also when a handler throws
-        if (isCounted) {
-            RunLogged(CameraLogCategory(), "Exception caught while calling StopGrabbing, msg='%s'",
-                      "Unknown exception caught while calling StopGrabbing.", [&] { StopAtCount(wait); });
-        }
-    });
     m_owner.NotifyImageHandlers(skipped, result);
     stopAtCount.Dismiss();
     if (isCounted) {
@@ -249,16 +249,21 @@ std::uint64_t CGrabSession::TakeResult(CGrabResultPtr& result) {
     data.skippedImages = static_cast<std::int64_t>(skipped);
     data.cameraContext = m_owner.GetCameraContext();
     data.imageNumber = ++m_imageNumber;
-    m_owner.CompleteResult(result);
     release.Dismiss();
     if (m_countLimitActive && m_imagesLeft != 0) {
         --m_imagesLeft;
     }
+    m_owner.CompleteResult(result);
     return skipped;
 }
 
 std::shared_ptr<CGrabResultData> CGrabSession::TakeRecord() {
     std::shared_ptr<CGrabResultData> record = GenICam::Allocating([this] { return m_resultProvider.GetItem(); });
+    if (record == nullptr && m_owner.HasResultParsers()) {
+        throw RUNTIME_EXCEPTION("Cannot retrieve grab result. The maximum number of available grab results has been "
+                                "reached. Check the MaxNumGrabResults and the StaticChunkNodeMapPoolSize setting of "
+                                "the camera object.");
+    }
     if (record == nullptr) {
         throw RUNTIME_EXCEPTION("Cannot retrieve grab result. The maximum number of available grab results (%lu) "
                                 "has been reached. Check the MaxNumGrabResults setting of the camera object.",

@@ -44,10 +44,13 @@ public:
     /// Without the lock. Nothing happens once @p wait is over. @throws what is to reach the caller of Retrieve; the
     /// session goes on.
     virtual void ProcessEventsOf(const CSessionWait& wait) = 0;
-    virtual long GetCameraContext() const = 0;               ///< For the next result.
-    virtual unsigned long GetMaxNumGrabResults() = 0;        ///< As a message shows it.
-    virtual void CompleteResult(CGrabResultPtr& result) = 0; ///< It is filled. @throws as ProcessCameraEvents.
-    virtual const char* DescribeTimeout() noexcept = 0;      ///< Although buffers are queued.
+    virtual long GetCameraContext() const = 0;        ///< For the next result.
+    virtual unsigned long GetMaxNumGrabResults() = 0; ///< As a message shows it.
+    virtual bool HasResultParsers() const = 0;        ///< Whether each record needs a chunk parser.
+    /// It is filled, and counts as retrieved. @throws what is to reach the caller of Retrieve, who has the image all
+    /// the same; the session goes on.
+    virtual void CompleteResult(CGrabResultPtr& result) = 0;
+    virtual const char* DescribeTimeout() noexcept = 0; ///< Although buffers are queued.
     /// Without the lock. @p result may be empty. @throws what a handler throws.
     virtual void NotifyImageHandlers(std::uint64_t skipped, const CGrabResultPtr& result) = 0;
 

@@ -2,6 +2,7 @@
 // The session of a camera: how it begins, what comes out of it, how it ends.
 #include "ZelmoBase/camera/BufferFactoryDeallocator.h"
 #include "ZelmoBase/camera/CameraLog.h"
+#include "ZelmoBase/camera/GrabResultDataImpl.h"
 #include "ZelmoBase/camera/InstantCameraImpl.h"
 #include "ZelmoBase/camera/LifeEvents.h"
 #include "ZelmoBase/core/Guarded.h"
@@ -192,7 +193,7 @@ void CInstantCamera::CInstantCameraImpl::StartRetrieval(IZelmoDevice& device, un
         m_events.Start(device.GetEventGrabber());
     }
     m_session.PrepareWait(m_events.IsRunning() ? &m_events.GetWaitObject() : nullptr);
-    m_chunks.Start(IsChunkModeActive());
+    m_chunks.Start(m_parameters.ChunkNodeMapsEnable->GetValue(), IsChunkModeActive());
     m_session.MakeRecords(records);
     const std::uint64_t session = m_session.GetNumber();
     if (m_parameters.AcquisitionStartStopExecutionEnable->GetValue()) {
@@ -299,6 +300,7 @@ void CInstantCamera::CInstantCameraImpl::StopSession() noexcept {
         return; // a handler has stopped it, with all that follows
     }
     m_acquisition.Stop(*m_device.Get());
+    m_chunks.Stop();
     m_session.Stop();
     m_events.Stop();
     RunLogged(
@@ -379,12 +381,26 @@ const char* CInstantCamera::CInstantCameraImpl::DescribeTimeout() noexcept ZELMO
     return description;
 }
 
+/// Null when there is no parser left for another record.
 CGrabResultData* CInstantCamera::CInstantCameraImpl::CreateGrabResultData() {
+    std::shared_ptr<ISelfReliantChunkParser> parser = m_chunks.CreateResultParser();
+    if (parser == nullptr && m_chunks.HasResultParsers()) {
+        return nullptr;
+    }
     CGrabResultData* const data = m_camera.CreateDeviceSpecificGrabResultData();
     if (data != nullptr) {
+        ScopeGuard destroy([data]() noexcept { RunGuarded([data] { data->Destroy(); }, [](const char*) {}); });
+        if (parser != nullptr) {
+            data->GetGrabResultDataImpl()->SetChunkParser(std::move(parser));
+        }
         data->Initialize();
+        destroy.Dismiss();
     }
     return data;
+}
+
+void CInstantCamera::CInstantCameraImpl::CompleteResult(CGrabResultPtr& result) {
+    m_chunks.CompleteResult(*result->GetGrabResultDataImpl());
 }
 
 void CInstantCamera::CInstantCameraImpl::SetBufferFactory(IBufferFactory* factory, ECleanup cleanup) {

@@ -440,7 +440,7 @@ void CInstantCamera::CInstantCameraImpl::CloseTeardown() noexcept {
 }
 
 void CInstantCamera::CInstantCameraImpl::ResizeChunkPool() {
-    m_chunks.SetPoolSize(m_parameters.StaticChunkNodeMapPoolSize->GetValue());
+    m_chunks.ResizePool(m_parameters.StaticChunkNodeMapPoolSize->GetValue());
 }
 
 // Answers

@@ -171,7 +171,8 @@ private:
     void StopCamera() override { m_camera.StopGrabbing(); }
     void ProcessEventsOf(const CSessionWait& wait) override;
     unsigned long GetMaxNumGrabResults() override;
-    void CompleteResult(CGrabResultPtr& /*result*/) override {}
+    bool HasResultParsers() const override { return m_chunks.HasResultParsers(); }
+    void CompleteResult(CGrabResultPtr& result) override;
     const char* DescribeTimeout() noexcept override;
     void NotifyImageHandlers(std::uint64_t skipped, const CGrabResultPtr& result) override;
     bool IsSessionRunning(std::uint64_t session) const noexcept override;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "ZelmoBase/transport/LibraryFile.h"
 
+#include <dlfcn.h>
 #include <elf.h>
 #include <fcntl.h>
 #include <link.h>
@@ -97,6 +98,15 @@ std::string FindFileDamage(const std::string& path) {
     }
     return "the file is cut short: its headers tell of " + std::to_string(needed) + " bytes, it has " +
            std::to_string(size);
+}
+
+void KeepLibraryLoaded(const std::type_info& type) noexcept {
+    Dl_info info{};
+    if (dladdr(&type, &info) != 0 && info.dli_fname != nullptr) {
+        if (void* const library = dlopen(info.dli_fname, RTLD_LAZY | RTLD_NOLOAD | RTLD_NODELETE)) {
+            dlclose(library); // the mark stays
+        }
+    }
 }
 
 } // namespace Zelmo

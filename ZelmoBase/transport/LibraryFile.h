@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <typeinfo>
 
 namespace Zelmo {
 
@@ -9,5 +10,9 @@ namespace Zelmo {
 /// they tell ends the process when the missing part is touched.
 /// @return why it must not be loaded; empty where nothing is wrong, and where the loader itself says what is.
 std::string FindFileDamage(const std::string& path);
+
+/// Keeps the library that defines a class mapped until the process ends, whoever closes it: for objects of plug-ins
+/// that may outlive them.
+void KeepLibraryLoaded(const std::type_info& type) noexcept;
 
 } // namespace Zelmo

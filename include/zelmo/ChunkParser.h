@@ -6,6 +6,7 @@
 #include <cstdint>
 
 namespace GenApi {
+class CChunkAdapter;
 struct AttachStatistics_t;
 struct INodeMap;
 } // namespace GenApi
@@ -45,6 +46,46 @@ public:
     virtual void Destroy() = 0;
 
     virtual ~ISelfReliantChunkParser() = default;
+};
+
+/// What the parsers of plug-ins have in common: a GenApi chunk adapter does the mapping. Left to a derived class are
+/// the checksum and, for a parser that devices hand out, GetChunkDataNodeMap and Destroy.
+class ZELMO_API CChunkParser : public ISelfReliantChunkParser {
+public:
+    /// An address and how many bytes are there; borrowed.
+    class CBuffer {
+    public:
+        CBuffer(const void* address, std::int64_t sizeBytes) noexcept : m_address(address), m_sizeBytes(sizeBytes) {}
+        explicit operator bool() const noexcept { return m_address != nullptr; }
+        const void* operator&() const noexcept { return m_address; } // NOLINT(google-runtime-operator)
+        std::int64_t GetSize() const noexcept { return m_sizeBytes; }
+
+    private:
+        const void* m_address;
+        std::int64_t m_sizeBytes;
+    };
+
+    /// @param adapter is owned from now on; already attached to the node map of the chunks.
+    explicit CChunkParser(GenApi::CChunkAdapter* adapter) noexcept : m_adapter(adapter) {}
+    CChunkParser(const CChunkParser&) = delete;
+    CChunkParser& operator=(const CChunkParser&) = delete;
+    ~CChunkParser() override; ///< Detaches the buffer; deletes the adapter.
+
+    void AttachBuffer(const void* buffer, std::int64_t bufferSizeBytes,
+                      GenApi::AttachStatistics_t* statistics = nullptr) override;
+    void DetachBuffer() override;
+    void UpdateBuffer(const void* buffer) override;
+    GenApi::INodeMap* GetChunkDataNodeMap() override; ///< @throws GenICam::RuntimeException unless overridden.
+    void Destroy() override;                          ///< @throws GenICam::RuntimeException unless overridden.
+
+protected:
+    GenApi::CChunkAdapter& GetAdapter() const noexcept { return *m_adapter; }
+    const CBuffer& GetBuffer() const noexcept { return m_buffer; } ///< Null, with size 0, when none is attached.
+
+private:
+    GenApi::CChunkAdapter* const m_adapter;
+    CBuffer m_buffer{nullptr, 0};
+    bool m_isAttached = false;
 };
 
 } // namespace Zelmo

@@ -33,6 +33,7 @@ public:
     void ProcessEventsOf(const Zelmo::CSessionWait&) override {}
     long GetCameraContext() const override { return 42; }
     unsigned long GetMaxNumGrabResults() override { return m_maxRecords; }
+    bool HasResultParsers() const override { return false; }
     void CompleteResult(Zelmo::CGrabResultPtr&) override {}
     const char* DescribeTimeout() noexcept override { return "Grab timed out."; }
     void NotifyImageHandlers(std::uint64_t, const Zelmo::CGrabResultPtr&) override {}

@@ -96,6 +96,14 @@ public:
         return eventAdapter;
     }
     void DestroyEventAdapter(Zelmo::IEventAdapter*) override { Called("DestroyEventAdapter"); }
+    Zelmo::IChunkParser* CreateChunkParser() override {
+        Called("CreateChunkParser");
+        return makeParser ? makeParser() : nullptr;
+    }
+    bool IsChunkNodeMapDescriptionAvailable() const override {
+        Called("IsChunkNodeMapDescriptionAvailable");
+        return static_cast<bool>(makeParser);
+    }
     Zelmo::DeviceCallbackHandle RegisterRemovalCallback(Zelmo::DeviceRemovalCallback& callback) override {
         Called("RegisterRemovalCallback");
         if (!hasRemoval) {
@@ -118,6 +126,7 @@ public:
     bool hasRemoval = true;
     Zelmo::IEventGrabber* eventGrabber = nullptr;
     Zelmo::IEventAdapter* eventAdapter = nullptr;
+    std::function<Zelmo::IChunkParser*()> makeParser; ///< Empty: there is no description for chunks.
     Zelmo::DeviceRemovalCallback lastCallback{nullptr};
 
 private:

@@ -113,6 +113,8 @@ void CScript::Read(const std::string& piece) {
         height = static_cast<std::int32_t>(Number(Split(value, 'x').second, 4096));
     } else if (name == "mute") {
         tellsRemoval = Number(value, 1) != 1;
+    } else if (name == "chunks") {
+        saysChunks = Number(value, 1) == 1;
     } else if (!piece.empty()) {
         throw std::invalid_argument("there is no setting '" + name + "'");
     }

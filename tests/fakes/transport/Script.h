@@ -71,6 +71,7 @@ struct CScript {
     std::uint32_t rateHz = 0;             ///< of ESource::Rate
     std::uint64_t frames = 0;             ///< frames=…: how many are begun, in all; 0 without end
     std::int32_t width = 64, height = 16; ///< size=…x…: pixels, Mono8
+    bool saysChunks = false;              ///< chunks=1: images are told to have chunk data, of which there is none
     bool tellsRemoval = true;             ///< mute=1: no; the device has to be asked whether it is there
 
 private:

@@ -209,7 +209,7 @@ void CScriptedStreamGrabber::Complete(CBuffer& buffer, std::uint64_t blockId, Fa
     Zelmo::GrabResult result = ResultOf(buffer, isFailed ? Zelmo::GrabStatus_Failed : Zelmo::GrabStatus_Grabbed);
     const auto lie = [faults](EFault fault, auto told, auto actual) { return Has(faults, fault) ? told : actual; };
     constexpr std::int32_t huge = std::numeric_limits<std::int32_t>::max();
-    result.payloadType = Zelmo::PayloadType_Image;
+    result.payloadType = m_script.saysChunks ? Zelmo::PayloadType_ChunkData : Zelmo::PayloadType_Image;
     result.pixelType = lie(EFault::LieStrange, Zelmo::PixelType_Double, Zelmo::PixelType_Mono8);
     result.timeStamp = blockId * 1000;
     result.sizeX = lie(EFault::LieHuge, huge, lie(EFault::LieNegative, -64, m_imageWidth));

@@ -1,0 +1,383 @@
+// SPDX-License-Identifier: Apache-2.0
+
+// Chunk data as applications see them: parsers of each result, pools of them, and one for all.
+
+#include "CameraTest.h"
+#include "ScriptedChunks.h"
+
+#include <GenApi/ChunkAdapterGEV.h>
+
+#include <array>
+#include <memory>
+#include <vector>
+
+using namespace Zelmo;
+using GenICam::LogPriority_Error;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+namespace {
+
+constexpr const char* kNoMoreParsers =
+    "Cannot retrieve grab result. The maximum number of available grab results has been reached. Check the "
+    "MaxNumGrabResults and the StaticChunkNodeMapPoolSize setting of the camera object.";
+
+std::array<std::uint32_t, 5> GeometryOf(const CGrabResultPtr& result) {
+    return {result->GetOffsetX(), result->GetOffsetY(), result->GetWidth(), result->GetHeight(), result->GetPaddingX()};
+}
+
+class ChunkTest : public testing::Test {
+protected:
+    ChunkTest() {
+        hxlog::LogEnable(true);
+        m_device->makeParser = [this] { return new ScriptedChunks(m_script); };
+        m_device->SetValue(8, 1);
+        m_camera->RegisterConfiguration(nullptr, RegistrationMode_ReplaceAll, Cleanup_None);
+        m_camera->Attach(m_device.get(), Cleanup_None);
+    }
+    ~ChunkTest() override {
+        m_result.Release();
+        if (m_camera != nullptr) {
+            m_camera->DetachDevice();
+        }
+        m_camera.reset();
+        EXPECT_EQ(m_script.alive, 0);
+    }
+    bool Retrieve() { return m_camera->RetrieveResult(kPatience, m_result, kRaises); }
+    std::string Failure(const std::function<void()>& step) { return Fakes::FailureOf<GenICam::GenericException>(step); }
+    static std::int64_t ReadTimestamp(const CGrabResultPtr& result) {
+        return GenApi::CIntegerPtr(result->GetChunkDataNodeMap(), "ChunkTimestamp")->GetValue();
+    }
+
+    Fakes::LogRecorder m_log{"zelmo.base.InstantCamera"};
+    ChunkScript m_script;
+    std::unique_ptr<LifeDevice> m_device = std::make_unique<LifeDevice>(
+        "source=free;chunks=1", "Life", std::vector<Fakes::CFeature>{{"Boolean", "ChunkModeActive", 8, ""}});
+    std::unique_ptr<CInstantCamera> m_camera = std::make_unique<CInstantCamera>();
+    CGrabResultPtr m_result;
+};
+
+TEST_F(ChunkTest, EachResultHasItsOwnAndItsGeometryComesFromThem) {
+    m_camera->MaxNumBuffer.SetValue(3);
+    m_camera->StartGrabbing();
+    EXPECT_EQ(m_script.made, 3); // of each record, before the first image
+    ASSERT_TRUE(Retrieve());
+    EXPECT_THAT(GeometryOf(m_result), ElementsAre(3, 4, 10, 5, 2));
+    EXPECT_EQ(m_result->GetPixelType(), PixelType_Mono8);
+    EXPECT_TRUE(m_result->IsChunkDataAvailable() && m_result->HasCRC() && m_result->CheckCRC());
+    EXPECT_EQ(ReadTimestamp(m_result), 99);
+    const CGrabResultPtr held = m_result;
+    ASSERT_TRUE(Retrieve());
+    EXPECT_NE(&held->GetChunkDataNodeMap(), &m_result->GetChunkDataNodeMap());
+    EXPECT_EQ(m_script.attached, 2);
+    m_result.Release();
+    EXPECT_EQ(m_script.attached, 1);
+    m_camera->StopGrabbing();
+    EXPECT_EQ(m_script.alive, 1);
+    m_camera->DetachDevice();
+    m_device.reset();
+    m_camera.reset();
+    EXPECT_EQ(ReadTimestamp(held), 99); // whatever is gone
+}
+
+TEST_F(ChunkTest, WithoutChunkModeThereIsNoParserAndAnEmptyMap) {
+    m_device->SetValue(8, 0);
+    m_camera->StartGrabbing();
+    ASSERT_TRUE(Retrieve());
+    EXPECT_FALSE(m_result->IsChunkDataAvailable() || m_result->HasCRC() || m_result->CheckCRC());
+    EXPECT_EQ(m_result->GetChunkDataNodeMap().GetNumNodes(), 0U);
+    EXPECT_THAT(GeometryOf(m_result), ElementsAre(0, 0, 64, 16, 0));
+    EXPECT_EQ(m_script.made, 0);
+}
+
+TEST_F(ChunkTest, FailedImagesAndImagesWithoutChunksAreNotParsed) {
+    m_device->Grabber().SetScript("source=free;chunks=1;Frame:1:fail");
+    m_camera->StartGrabbing();
+    ASSERT_TRUE(Retrieve());
+    EXPECT_FALSE(m_result->GrabSucceeded());
+    EXPECT_TRUE(m_result->IsChunkDataAvailable());
+    EXPECT_EQ(m_script.attached, 0);
+    m_camera->StopGrabbing();
+    m_device->Grabber().SetScript("source=free");
+    m_camera->StartGrabbing();
+    ASSERT_TRUE(Retrieve());
+    EXPECT_TRUE(m_result->IsChunkDataAvailable());
+    EXPECT_THAT(GeometryOf(m_result), ElementsAre(0, 0, 64, 16, 0));
+    EXPECT_EQ(m_script.attached, 0);
+}
+
+struct GeometryCase {
+    const char* what;
+    std::map<std::string, std::string> nodes;
+    const char* format;
+    std::array<std::uint32_t, 5> geometry;
+    EPixelType pixelType;
+};
+
+class ChunkGeometryTest : public ChunkTest, public testing::WithParamInterface<GeometryCase> {};
+
+TEST_P(ChunkGeometryTest, IsCorrectedByWhatCanBeRead) {
+    m_script.nodes = GetParam().nodes;
+    m_script.formats = GetParam().format;
+    for (const bool hasOwnParsers : {true, false}) {
+        m_camera->ChunkNodeMapsEnable.SetValue(hasOwnParsers);
+        m_camera->StartGrabbing();
+        ASSERT_TRUE(Retrieve());
+        EXPECT_EQ(GeometryOf(m_result), GetParam().geometry) << GetParam().what;
+        EXPECT_EQ(m_result->GetPixelType(), GetParam().pixelType);
+        EXPECT_EQ(m_result->IsChunkDataAvailable(), hasOwnParsers);
+        EXPECT_EQ(m_script.attached, hasOwnParsers ? 1 : 0);
+        m_result.Release();
+        m_camera->Close();
+        EXPECT_EQ(m_script.alive, 0);
+    }
+}
+
+// Images have 64 x 16 pixels, Mono8, for the transport layer.
+INSTANTIATE_TEST_SUITE_P(
+    All, ChunkGeometryTest,
+    testing::Values(
+        GeometryCase{"nothing but a format", {}, "Mono16", {0, 0, 64, 16, 0}, PixelType_Mono16},
+        GeometryCase{"one datum", {{"ChunkHeight", "<Value>7</Value>"}}, "Mono8", {0, 0, 64, 7, 0}, PixelType_Mono8},
+        GeometryCase{"not readable",
+                     {{"ChunkHeight", "<ImposedAccessMode>WO</ImposedAccessMode><Value>7</Value>"}},
+                     "Mono8",
+                     {0, 0, 64, 16, 0},
+                     PixelType_Mono8},
+        GeometryCase{"an unknown format", {}, "Strange", {0, 0, 64, 16, 0}, PixelType_Undefined},
+        GeometryCase{
+            "a stride of 0", {{"ChunkStride", "<Value>0</Value>"}}, "Mono8", {0, 0, 64, 16, 0}, PixelType_Mono8},
+        GeometryCase{
+            "a short one", {{"ChunkStride", "<Value>63</Value>"}}, "Mono8", {0, 0, 64, 16, 0}, PixelType_Mono8},
+        GeometryCase{"just full", {{"ChunkStride", "<Value>64</Value>"}}, "Mono8", {0, 0, 64, 16, 0}, PixelType_Mono8},
+        GeometryCase{
+            "a long one", {{"ChunkStride", "<Value>80</Value>"}}, "Mono8", {0, 0, 64, 16, 16}, PixelType_Mono8},
+        GeometryCase{"lines that end inside of a byte",
+                     {{"ChunkWidth", "<Value>63</Value>"}, {"ChunkStride", "<Value>96</Value>"}},
+                     "Mono12p",
+                     {0, 0, 63, 16, 1},
+                     PixelType_Mono12p},
+        GeometryCase{"cut to 32 bits",
+                     {{"ChunkWidth", "<Value>4294967301</Value>"}},
+                     "Mono8",
+                     {0, 0, 5, 16, 0},
+                     PixelType_Mono8}));
+
+TEST_F(ChunkTest, PoolIsFilledAheadAndLimitsTheResults) {
+    m_camera->StaticChunkNodeMapPoolSize.SetValue(2);
+    EXPECT_EQ(m_script.made, 2); // also while the device is closed
+    m_camera->Open();
+    m_camera->StaticChunkNodeMapPoolSize.SetValue(3);
+    EXPECT_EQ(m_script.made, 3);
+    for (int session = 0; session < 2; ++session) {
+        m_camera->StartGrabbing();
+        std::vector<CGrabResultPtr> held(3);
+        for (CGrabResultPtr& one : held) {
+            ASSERT_TRUE(m_camera->RetrieveResult(kPatience, one, kRaises));
+        }
+        EXPECT_EQ(Failure([this] { Retrieve(); }), kNoMoreParsers);
+        EXPECT_TRUE(m_camera->IsGrabbing());
+        held.pop_back();
+        EXPECT_TRUE(Retrieve());
+        m_result.Release();
+        m_camera->StopGrabbing();
+    }
+    EXPECT_EQ(m_script.made, 3);
+    EXPECT_EQ(m_script.alive, 3);
+    m_camera->StartGrabbing();
+    ASSERT_TRUE(Retrieve());
+    m_camera->StopGrabbing();
+    m_camera->StaticChunkNodeMapPoolSize.SetValue(1);
+    EXPECT_EQ(m_script.alive, 1); // that which is out
+    EXPECT_EQ(ReadTimestamp(m_result), 99);
+    m_camera->StaticChunkNodeMapPoolSize.SetValue(0);
+    EXPECT_EQ(m_script.alive, 1);
+    m_result.Release();
+    EXPECT_EQ(m_script.alive, 0);
+}
+
+TEST_F(ChunkTest, PoolGoesWithItsDeviceAndIsMadeAnewForTheNext) {
+    m_camera->StaticChunkNodeMapPoolSize.SetValue(4);
+    m_camera->StartGrabbing();
+    ASSERT_TRUE(Retrieve());
+    m_camera->DetachDevice();
+    EXPECT_EQ(m_script.alive, 1);
+    LifeDevice other("source=free;chunks=1");
+    other.makeParser = [this, left = 2]() mutable -> IChunkParser* {
+        return left-- > 0 ? new ScriptedChunks(m_script) : nullptr; // it has no more
+    };
+    m_camera->Attach(&other, Cleanup_None);
+    EXPECT_EQ(m_script.alive, 1);
+    m_camera->Open();
+    EXPECT_EQ(m_script.alive, 3);
+    m_camera->DetachDevice();
+    EXPECT_EQ(m_script.alive, 1);
+}
+
+TEST_F(ChunkTest, OneParserForAllLeavesNoChunkDataBehind) {
+    m_camera->ChunkNodeMapsEnable.SetValue(false);
+    m_camera->StaticChunkNodeMapPoolSize.SetValue(0);
+    m_camera->StartGrabbing();
+    EXPECT_EQ(m_script.made, 1);
+    ASSERT_TRUE(Retrieve());
+    EXPECT_THAT(GeometryOf(m_result), ElementsAre(3, 4, 10, 5, 2));
+    EXPECT_EQ(m_result->GetChunkDataNodeMap().GetNumNodes(), 0U);
+    EXPECT_EQ(m_script.attached, 0);
+    m_camera->StopGrabbing();
+    EXPECT_EQ(m_script.alive, 0);
+}
+
+TEST_F(ChunkTest, StartWithoutDescriptionOrParserSaysSoAndLeavesNothing) {
+    const auto make = std::exchange(m_device->makeParser, nullptr);
+    EXPECT_EQ(Failure([this] { m_camera->StartGrabbing(); }),
+              "Unexpected error! Cannot create chunk parser. No chunk node map description available. Check the "
+              "Transport Layer settings.");
+    m_device->makeParser = [] { return nullptr; };
+    EXPECT_EQ(Failure([this] { m_camera->StartGrabbing(); }),
+              "Unexpected error! Unexpected internal error. Cannot create grab result chunk parser.");
+    m_camera->ChunkNodeMapsEnable.SetValue(false);
+    EXPECT_EQ(
+        Failure([this] { m_camera->StartGrabbing(); }),
+        "Unexpected error! Unexpected internal error. Cannot create internal chunk parser for result completion.");
+    EXPECT_FALSE(m_camera->IsGrabbing());
+    m_device->makeParser = make;
+    m_camera->StartGrabbing();
+    EXPECT_TRUE(Retrieve());
+}
+
+/// What may be wrong with the chunks of one image.
+struct BrokenCase {
+    const char* script;
+    bool failsToAttach;
+    const char* message;
+};
+
+class BrokenChunkTest : public ChunkTest, public testing::WithParamInterface<std::tuple<BrokenCase, bool, int>> {};
+
+TEST_P(BrokenChunkTest, ReachesTheCallerWhoHasTheImageAndTheSessionGoesOn) {
+    const auto& [broken, hasOwnParsers, count] = GetParam();
+    m_device->Grabber().SetScript(broken.script);
+    m_camera->ChunkNodeMapsEnable.SetValue(hasOwnParsers);
+    int attachments = 0;
+    m_script.onAttach = [&, fails = broken.failsToAttach] {
+        if (fails && ++attachments == 1) {
+            throw RUNTIME_EXCEPTION("no trailer");
+        }
+    };
+    m_camera->StartGrabbing(static_cast<unsigned long>(count));
+    EXPECT_THAT(Failure([this] { Retrieve(); }), HasSubstr(broken.message));
+    ASSERT_TRUE(m_result.IsValid());
+    EXPECT_TRUE(m_result->GrabSucceeded());
+    EXPECT_THAT(GeometryOf(m_result), ElementsAre(0, 0, 64, 16, 0));
+    EXPECT_EQ(m_camera->IsGrabbing(), count > 1);
+    for (int image = 2; image <= count; ++image) {
+        ASSERT_TRUE(Retrieve());
+        EXPECT_THAT(GeometryOf(m_result), ElementsAre(3, 4, 10, 5, 2));
+        EXPECT_EQ(m_result->GetImageNumber(), image);
+    }
+    EXPECT_FALSE(m_camera->IsGrabbing());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, BrokenChunkTest,
+    testing::Combine(testing::Values(BrokenCase{"source=free;chunks=1", true, "no trailer"},
+                                     BrokenCase{"source=free;chunks=1;Frame:1:lie-long", false,
+                                                "the payload of 2024 bytes is larger than the buffer of 1024."}),
+                     testing::Bool(), testing::Values(1, 5)));
+
+TEST_F(ChunkTest, NodesThatFailLeaveNoBufferBehindInTheParserOfAll) {
+    m_script.nodes["ChunkWidth"] = "<pValue>Quotient</pValue>";
+    m_script.more = tests::Value("Zero") + tests::Node("IntSwissKnife", "Quotient",
+                                                       "<pVariable Name='Z'>Zero</pVariable><Formula>1 / Z</Formula>");
+    m_camera->ChunkNodeMapsEnable.SetValue(false);
+    m_camera->StartGrabbing();
+    EXPECT_THAT(Failure([this] { Retrieve(); }), HasSubstr("Division by zero"));
+    EXPECT_TRUE(m_result.IsValid());
+    EXPECT_EQ(m_script.attached, 0);
+    EXPECT_TRUE(m_camera->IsGrabbing());
+}
+
+TEST_F(ChunkTest, BrokenChunksEndTheLoopOfTheCamera) {
+    m_script.onAttach = [] { throw RUNTIME_EXCEPTION("no trailer"); };
+    m_camera->StartGrabbing(GrabStrategy_OneByOne, GrabLoop_ProvidedByInstantCamera);
+    EXPECT_TRUE(Eventually([this] { return !m_camera->IsGrabbing(); }));
+    m_camera->GetExtensionInterface().JoinGrabLoopThread();
+}
+
+TEST_F(ChunkTest, ParserThatDoesNotEndWellIsOnlyLogged) {
+    m_script.failsToEnd = true;
+    m_camera->ChunkNodeMapsEnable.SetValue(false);
+    m_camera->StartGrabbing();
+    m_camera->StopGrabbing();
+    const char* const line = "Exception caught while destroying chunk parser, msg='it sticks'";
+    EXPECT_TRUE(m_log.Contains("zelmo.base.InstantCamera", LogPriority_Error, line));
+    m_log.Clear();
+    m_camera->ChunkNodeMapsEnable.SetValue(true);
+    m_camera->StaticChunkNodeMapPoolSize.SetValue(1);
+    m_camera->StaticChunkNodeMapPoolSize.SetValue(0);
+    EXPECT_TRUE(m_log.Contains("zelmo.base.InstantCamera", LogPriority_Error, line));
+}
+
+TEST_F(ChunkTest, ResultsAreDroppedByManyThreadsWhileTheCameraGrabsAndItsPoolChanges) {
+    m_camera->MaxNumBuffer.SetValue(8);
+    m_camera->StaticChunkNodeMapPoolSize.SetValue(8);
+    for (int session = 0; session < 20; ++session) {
+        m_camera->StartGrabbing();
+        std::vector<std::jthread> users;
+        for (int image = 0; image < 8; ++image) {
+            CGrabResultPtr result;
+            ASSERT_TRUE(m_camera->RetrieveResult(kPatience, result, kRaises));
+            users.emplace_back([result = std::move(result)]() mutable {
+                EXPECT_EQ(ReadTimestamp(result), 99);
+                result.Release();
+            });
+        }
+        m_camera->StopGrabbing();
+        m_camera->StaticChunkNodeMapPoolSize.SetValue(session % 2 == 0 ? 12 : 8);
+    }
+}
+
+class GenericParser : public CChunkParser {
+public:
+    explicit GenericParser(GenApi::CChunkAdapter* adapter) : CChunkParser(adapter) {}
+    using CChunkParser::GetBuffer;
+    bool HasCRC() const override { return false; }
+    bool CheckCRC() const override { return false; }
+};
+
+TEST(ChunkParserTest, HandsBuffersToItsAdapterAndRemembersThem) {
+    const tests::MapPtr map = tests::MakeMap(
+        "<Port Name='Chunk'><ChunkID>1234</ChunkID></Port><IntReg Name='Value'><Address>0</Address><Length>4</Length>"
+        "<AccessMode>RO</AccessMode><pPort>Chunk</pPort><Sign>Unsigned</Sign><Endianess>LittleEndian</Endianess>"
+        "</IntReg>");
+    GenericParser parser(new GenApi::CChunkAdapterGEV(map.get()));
+    const auto value = [&map] { return GenApi::CIntegerPtr(*map, "Value")->GetValue(); };
+    EXPECT_THROW(parser.UpdateBuffer(&parser), GenICam::LogicalErrorException);
+    parser.DetachBuffer();
+    // the chunk, its id and its length
+    const std::array<std::uint8_t, 12> first{7, 0, 0, 0, 0, 0, 0x12, 0x34, 0, 0, 0, 4};
+    std::array<std::uint8_t, 12> second = first;
+    second[0] = 8;
+    GenApi::AttachStatistics_t statistics{};
+    parser.AttachBuffer(first.data(), first.size(), &statistics);
+    EXPECT_EQ(statistics.NumAttachedChunks, 1);
+    EXPECT_EQ(value(), 7);
+    parser.UpdateBuffer(second.data());
+    EXPECT_EQ(value(), 8);
+    EXPECT_TRUE(parser.GetBuffer());
+    EXPECT_EQ(&parser.GetBuffer(), second.data());
+    EXPECT_EQ(parser.GetBuffer().GetSize(), 12);
+    EXPECT_THROW(parser.AttachBuffer(first.data(), 7), GenICam::RuntimeException); // cut
+    EXPECT_EQ(&parser.GetBuffer(), second.data());
+    EXPECT_EQ(value(), 8);
+    parser.DetachBuffer();
+    EXPECT_FALSE(parser.GetBuffer());
+    EXPECT_THROW(parser.UpdateBuffer(first.data()), GenICam::LogicalErrorException);
+    EXPECT_FALSE(GenApi::IsReadable(map->GetNode("Value")));
+    EXPECT_EQ(Fakes::FailureOf<GenICam::RuntimeException>([&] { parser.Destroy(); }),
+              "This is object is not a self-reliant chunk parser.");
+    EXPECT_EQ(Fakes::FailureOf<GenICam::RuntimeException>([&] { parser.GetChunkDataNodeMap(); }),
+              "This is object is not a self-reliant chunk parser.");
+}
+
+} // namespace
