@@ -6,8 +6,8 @@ generate.py LIST HEADER_FOLDER SOURCE_FOLDER
 Writes HEADER_FOLDER/<stem>.h, with the enumerations and the class; HEADER_FOLDER/<stem>Classes.h, with the class of each
 enumeration; SOURCE_FOLDER/<stem>.cpp and SOURCE_FOLDER/<stem>Tables.cpp. All four are always written.
 
-Whoever includes the first header instantiates no template, as there are hundreds of enumerations. Their classes keep
-their tables of virtual operations inside the library, for the same reason: only what others call is exported.
+Whoever includes the first header instantiates no template, as there are hundreds of enumerations. For the same reason
+the library shows of their classes only what others call or cast to, not the tables of virtual operations; see exports.map.
 
 A list has one line for each parameter, in any order, behind lines that name the whole; # begins a comment, and a line
 that begins with a blank goes on with the one before:
@@ -165,10 +165,11 @@ namespace {self.head['namespace']}::EnumParameterClasses {{
         for parameter in self.enumerations:
             name = parameter.enum_class
             text += f"""
-class {name} : public Zelmo::CEnumParameterT<{parameter.enumeration}> {{
+class ZELMO_API {name} : public Zelmo::CEnumParameterT<{parameter.enumeration}> {{
 public:
-    ZELMO_API {name}();
+    {name}();
     {name}(GenApi::INode* node) : {name}() {{ Attach(node); }}
+    {name}(GenApi::IEnumeration* value) : {name}() {{ Attach(value); }}
     {name}(GenApi::INodeMap& map, const char* name) : {name}() {{ Attach(map, name); }}
     {name}(GenApi::INodeMap* map, const char* name) : {name}() {{ Attach(map, name); }}
     {name}(const {name}& other) : {name}() {{ CEnumParameterT::operator=(other); }}
@@ -176,9 +177,9 @@ public:
         CEnumParameterT::operator=(other);
         return *this;
     }}
-    ZELMO_API ~{name}() override;
+    ~{name}() override;
     using CEnumParameterT::operator=;
-    ZELMO_API const Table_t& GetTable() const override;
+    const Table_t& GetTable() const override;
 }};
 """
         return text + f"\n}} // namespace {self.head['namespace']}::EnumParameterClasses\n"

@@ -168,7 +168,8 @@ GenApi::IEnumEntry* CEnumParameter::GetEntry(const Table_t& table, unsigned long
 }
 
 bool CEnumParameter::CanSetValue(const Table_t& table, unsigned long index) {
-    return index < table.count && IsWritable() && GenApi::IsAvailable(GetEntryByName(table.entries[index].name));
+    return index < table.count && GenApi::IsWritable(Node()) &&
+           GenApi::IsAvailable(GetEntryByName(table.entries[index].name));
 }
 
 } // namespace Zelmo

@@ -10,6 +10,8 @@ namespace Zelmo {
 /// What boolean parameters offer beside the interface of a boolean node.
 struct ZELMO_API IBooleanEx : virtual public GenApi::IBoolean, virtual public IValueEx {
     using GenApi::IBoolean::operator=;
+    IBooleanEx() = default;
+    IBooleanEx(const IBooleanEx&) = default;
     IBooleanEx& operator=(const IBooleanEx&) = delete; // it would set nothing
 
     /// @return false, with nothing written, without a node and when it cannot be written now.

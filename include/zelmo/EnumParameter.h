@@ -14,6 +14,8 @@ namespace Zelmo {
 /// mode is neither NI nor NA, and implemented when it is not NI.
 struct ZELMO_API IEnumerationEx : virtual public GenApi::IEnumeration, virtual public IValueEx {
     using GenApi::IEnumeration::operator=;
+    IEnumerationEx() = default;
+    IEnumerationEx(const IEnumerationEx&) = default;
     IEnumerationEx& operator=(const IEnumerationEx&) = delete; // it would set nothing
 
     /// The name of the current entry; @p defaultValue without a node, and when it cannot be read now.

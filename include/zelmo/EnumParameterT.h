@@ -21,6 +21,8 @@ struct IEnumParameterT : virtual public IEnumerationEx {
     using IEnumerationEx::SetValue;
     using IEnumerationEx::TrySetValue;
     using IEnumerationEx::operator=;
+    IEnumParameterT() = default;
+    IEnumParameterT(const IEnumParameterT&) = default;
     IEnumParameterT& operator=(const IEnumParameterT&) = delete; // it would set nothing
 
     /// @throws GenICam::AccessException for an enumerator that is none of the type's, without a node, and when it
@@ -36,9 +38,10 @@ struct IEnumParameterT : virtual public IEnumerationEx {
     virtual bool CanSetValue(EnumT value) = 0;
 };
 
-/// The view of an enumeration node by the enumerators of @p EnumT; base of one class for each enumeration.
+/// The view of an enumeration node by the enumerators of @p EnumT; base of one class for each enumeration. The interface
+/// is a virtual base because g++ 12 takes calls on objects of these classes for unreachable when it is not.
 template <typename EnumT>
-class CEnumParameterT : public IEnumParameterT<EnumT>, public CEnumParameter {
+class CEnumParameterT : public virtual IEnumParameterT<EnumT>, public CEnumParameter {
 public:
     CEnumParameterT() = default;
     using CEnumParameter::CanSetValue;

@@ -23,6 +23,8 @@ enum EFloatValueCorrection : int {
 struct ZELMO_API IFloatEx : virtual public GenApi::IFloat, virtual public IValueEx {
     using GenApi::IFloat::SetValue;
     using GenApi::IFloat::operator=;
+    IFloatEx() = default;
+    IFloatEx(const IFloatEx&) = default;
     IFloatEx& operator=(const IFloatEx&) = delete; // it would set nothing
 
     virtual bool TrySetValue(double value) = 0;

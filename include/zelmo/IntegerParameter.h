@@ -27,6 +27,8 @@ enum EIntegerValueCorrection : int {
 struct ZELMO_API IIntegerEx : virtual public GenApi::IInteger, virtual public IValueEx {
     using GenApi::IInteger::SetValue;
     using GenApi::IInteger::operator=;
+    IIntegerEx() = default;
+    IIntegerEx(const IIntegerEx&) = default;
     IIntegerEx& operator=(const IIntegerEx&) = delete; // it would set nothing
 
     virtual bool TrySetValue(int64_t value) = 0;

@@ -10,6 +10,8 @@ namespace Zelmo {
 /// What string parameters offer beside the interface of a string node.
 struct ZELMO_API IStringEx : virtual public GenApi::IString, virtual public IValueEx {
     using GenApi::IString::operator=;
+    IStringEx() = default;
+    IStringEx(const IStringEx&) = default;
     IStringEx& operator=(const IStringEx&) = delete; // it would set nothing
 
     /// @return false, with nothing written, without a node and when it cannot be written now.

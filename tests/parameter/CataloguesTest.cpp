@@ -251,6 +251,30 @@ TEST(CatalogueUseTest, ReadsAndWritesByNameAndIsHarmlessWithoutAMap) {
     EXPECT_FALSE(camera.GainAuto.CanSetValue(GainAuto_Continuous));
 }
 
+/// What g++ inlines and sees the class of.
+inline std::string TextOf(EnumParameterClasses::GainAutoEnumParameter& one) {
+    return one.IsValid() ? one.ToString().c_str() : "none";
+}
+
+TEST(CatalogueUseTest, CallsOnObjectsOfKnownClassArriveWhateverTheCompilerInlines) {
+    const tests::MapPtr map =
+        tests::MakeMap(Node("Enumeration", "GainAuto",
+                            Node("EnumEntry", "Once", "<Value>7</Value>") +
+                                Node("EnumEntry", "Off", "<Value>1</Value>") + "<Value>7</Value>"));
+    EnumParameterClasses::GainAutoEnumParameter one;
+    EXPECT_EQ(TextOf(one), "none");
+    const auto attach = [&one, &map] { return one.Attach(map.get(), "GainAuto"); };
+    EXPECT_TRUE(attach());
+    EXPECT_EQ(TextOf(one), "Once");
+    const auto set = [&one](const char* text) { one.SetValue(text); };
+    set("Off");
+    const auto get = [&one] { return *one; };
+    EXPECT_EQ(get(), "Off");
+    const auto release = [&one] { one.Release(); };
+    release();
+    EXPECT_EQ(TextOf(one), "none");
+}
+
 TEST(CatalogueUseTest, ClassOfAnEnumerationIsAViewOfANodeOfAnyName) {
     using EnumParameterClasses::GainAutoEnumParameter;
     const tests::MapPtr map = tests::MakeMap(
@@ -264,6 +288,7 @@ TEST(CatalogueUseTest, ClassOfAnEnumerationIsAViewOfANodeOfAnyName) {
     third = copy;
     EXPECT_TRUE(third.Equals(map->GetNode("Other")));
     EXPECT_TRUE(GainAutoEnumParameter(map->GetNode("Other")).IsValid());
+    EXPECT_TRUE(GainAutoEnumParameter(dynamic_cast<GenApi::IEnumeration*>(map->GetNode("Other"))).IsValid());
 }
 
 } // namespace

@@ -136,6 +136,19 @@ TEST_F(EnumParameterTest, EntriesAreParameters) {
     EXPECT_FALSE(color.GetCurrentEntryAsParameter().IsValid());
 }
 
+TEST_F(EnumParameterTest, WhetherAnEnumeratorCanBeSetIsAnsweredByTheNodeOrNotAtAll) {
+    const tests::MapPtr map = tests::MakeMap(
+        tests::Value("Zero") +
+        tests::Node("IntSwissKnife", "Quotient", "<pVariable Name='Z'>Zero</pVariable><Formula>1 / Z</Formula>") +
+        tests::Node("Enumeration", "Color",
+                    "<pIsLocked>Quotient</pIsLocked>" + tests::Node("EnumEntry", "Red", "<Value>1</Value>") +
+                        "<Value>1</Value>"));
+    ColorEnumParameter color;
+    color.Attach(*map, "Color");
+    EXPECT_THROW(color.CanSetValue(Color_Red), GenICam::GenericException);
+    EXPECT_FALSE(color.CanSetValue("Red") || color.TrySetValue(Color_Red));
+}
+
 TEST_F(EnumParameterTest, TypedValuesAreEnumerators) {
     ColorEnumParameter color;
     color.Attach(*Map, "ColorRW");

@@ -4,10 +4,10 @@
 // unless it is set.
 
 #include "fakes/Descriptors.h"
-
 #include <zelmo/zelmo.h>
 
 #include <GenApi/GenApi.h>
+
 #include <gtest/gtest.h>
 
 #include <cstdlib>

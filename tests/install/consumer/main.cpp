@@ -23,6 +23,11 @@ void Grab(const Zelmo::CDeviceInfo& info) {
     EnumParameterClasses::PixelFormatEnumParameter format(camera.GetNodeMap(), "PixelFormat");
     Zelmo::IEnumParameterT<PixelFormatEnums>& sameFormat = format;
     sameFormat = PixelFormat_Mono12;
+    CUniversalCameraParams_Params_v6_1_0 features;
+    features._Initialize(&camera.GetNodeMap());
+    if (dynamic_cast<EnumParameterClasses::PixelFormatEnumParameter*>(&features.PixelFormat) == nullptr) {
+        throw RUNTIME_EXCEPTION("A parameter of the catalogue is not of its class");
+    }
     if (EnumParameterClasses::PixelFormatEnumParameter(format).GetValue() != PixelFormat_Mono12) {
         throw RUNTIME_EXCEPTION("A pixel format that was set is not there");
     }
