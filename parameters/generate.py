@@ -4,10 +4,10 @@
 
 generate.py LIST HEADER_FOLDER SOURCE_FOLDER
 Writes HEADER_FOLDER/<stem>.h, with the enumerations and the class; HEADER_FOLDER/<stem>Classes.h, with the class of each
-enumeration; SOURCE_FOLDER/<stem>.cpp and SOURCE_FOLDER/<stem>Tables.cpp. All four are always written.
+enumeration; and SOURCE_FOLDER/<stem>.cpp. All three are always written.
 
 Whoever includes the first header instantiates no template, as there are hundreds of enumerations. For the same reason
-the library shows of their classes only what others call or cast to, not the tables of virtual operations; see exports.map.
+the library shows nothing of their classes: they stand in the second header whole, for the few that anybody else uses.
 
 A list has one line for each parameter, in any order, behind lines that name the whole; # begins a comment, and a line
 that begins with a blank goes on with the one before:
@@ -157,47 +157,25 @@ public:
 
     def classes_header(self):
         text = LICENSE + f"// Generated from parameters/{self.path.name}.\n#pragma once\n\n"
-        text += f"#include <zelmo/EnumParameterT.h>\n#include <zelmo/Export.h>\n#include <zelmo/{self.stem}.h>\n\n"
+        text += f"#include <zelmo/EnumParameterT.h>\n#include <zelmo/{self.stem}.h>\n\n"
         text += f"""/// The classes behind the enumerations of {self.head['namespace']}::{self.head['class']}, for views of single
-/// nodes; see Zelmo::CParameter. Not to be derived from.
+/// nodes; see Zelmo::CParameter.
 namespace {self.head['namespace']}::EnumParameterClasses {{
 """
         for parameter in self.enumerations:
             name = parameter.enum_class
-            text += f"""
-class ZELMO_API {name} : public Zelmo::CEnumParameterT<{parameter.enumeration}> {{
-public:
-    {name}();
-    {name}(GenApi::INode* node) : {name}() {{ Attach(node); }}
-    {name}(GenApi::IEnumeration* value) : {name}() {{ Attach(value); }}
-    {name}(GenApi::INodeMap& map, const char* name) : {name}() {{ Attach(map, name); }}
-    {name}(GenApi::INodeMap* map, const char* name) : {name}() {{ Attach(map, name); }}
-    {name}(const {name}& other) : {name}() {{ CEnumParameterT::operator=(other); }}
-    {name}& operator=(const {name}& other) {{
-        CEnumParameterT::operator=(other);
-        return *this;
-    }}
-    ~{name}() override;
-    using CEnumParameterT::operator=;
-    const Table_t& GetTable() const override;
-}};
-"""
-        return text + f"\n}} // namespace {self.head['namespace']}::EnumParameterClasses\n"
-
-    def tables_source(self):
-        text = LICENSE + f"// Generated from parameters/{self.path.name}.\n#include <zelmo/{self.stem}Classes.h>\n\n"
-        text += f"namespace {self.head['namespace']}::EnumParameterClasses {{\n"
-        for parameter in self.enumerations:
-            name = parameter.enum_class
             rows = ", ".join(f'{{"{entry}", {len(entry) + 1}}}' for entry in parameter.entries)
             text += f"""
-{name}::{name}() = default;
-{name}::~{name}() = default;
-const Zelmo::CEnumParameter::Table_t& {name}::GetTable() const {{
-    static constexpr Table_t::Entry kEntries[] = {{{rows}}};
-    static constexpr Table_t kTable{{kEntries, {len(parameter.entries)}}};
-    return kTable;
-}}
+class {name} : public Zelmo::CEnumParameterT<{parameter.enumeration}> {{
+public:
+    using CEnumParameterT::CEnumParameterT;
+    using CEnumParameterT::operator=;
+    const Table_t& GetTable() const override {{
+        static constexpr Table_t::Entry kEntries[] = {{{rows}}};
+        static constexpr Table_t kTable{{kEntries, {len(parameter.entries)}}};
+        return kTable;
+    }}
+}};
 """
         return text + f"\n}} // namespace {self.head['namespace']}::EnumParameterClasses\n"
 
@@ -221,8 +199,7 @@ def main():
     headers, sources = Path(sys.argv[2]), Path(sys.argv[3])
     for path, text in ((headers / f"{catalogue.stem}.h", catalogue.header()),
                        (headers / f"{catalogue.stem}Classes.h", catalogue.classes_header()),
-                       (sources / f"{catalogue.stem}.cpp", catalogue.source()),
-                       (sources / f"{catalogue.stem}Tables.cpp", catalogue.tables_source())):
+                       (sources / f"{catalogue.stem}.cpp", catalogue.source())):
         path.parent.mkdir(parents=True, exist_ok=True)
         path.write_text(text, encoding="ascii")
 

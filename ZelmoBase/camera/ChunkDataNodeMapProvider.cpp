@@ -15,10 +15,13 @@ ISelfReliantChunkParser* CChunkDataNodeMapFactory::Create() const {
     IZelmoDevice* const device = *m_device;
     IChunkParser* const made = device != nullptr ? device->CreateChunkParser() : nullptr;
     auto* const parser = dynamic_cast<ISelfReliantChunkParser*>(made);
-    if (parser != nullptr) {
-        KeepLibraryLoaded(typeid(*parser)); // a result may be dropped when the library has long been ended
-    } else if (made != nullptr) {
-        device->DestroyChunkParser(made);
+    if (parser == nullptr) {
+        return nullptr;
+    }
+    KeepLibraryLoaded(typeid(*parser)); // a result may be dropped when the library has long been ended
+    if (parser->GetChunkDataNodeMap() == nullptr) {
+        Destroy(parser);
+        return nullptr;
     }
     return parser;
 }

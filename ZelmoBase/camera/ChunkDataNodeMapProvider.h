@@ -17,7 +17,7 @@ class CChunkDataNodeMapFactory {
 public:
     explicit CChunkDataNodeMapFactory(IZelmoDevice* const& device) : m_device(&device) {}
 
-    /// Null without a device, and when the device has none to give.
+    /// Null without a device, and when the device has none to give that is self-reliant and has a node map.
     ISelfReliantChunkParser* Create() const;
     static void Destroy(ISelfReliantChunkParser* parser) noexcept; ///< What the parser throws is logged.
     static std::nullptr_t Recycle(ISelfReliantChunkParser& /*parser*/) noexcept { return nullptr; }

@@ -28,16 +28,19 @@ CChunkParser::~CChunkParser() {
 
 void CChunkParser::AttachBuffer(const void* buffer, std::int64_t bufferSizeBytes,
                                 GenApi::AttachStatistics_t* statistics) {
+    m_isUncertain = true;
     m_adapter->AttachBuffer(Bytes(buffer), bufferSizeBytes, statistics);
     m_buffer = CBuffer(buffer, bufferSizeBytes);
     m_isAttached = true;
+    m_isUncertain = false;
 }
 
 void CChunkParser::DetachBuffer() {
-    if (m_isAttached) {
+    if (m_isAttached || m_isUncertain) {
         m_adapter->DetachBuffer();
         m_buffer = CBuffer(nullptr, 0);
         m_isAttached = false;
+        m_isUncertain = false;
     }
 }
 

@@ -31,20 +31,28 @@ void Attach(ISelfReliantChunkParser& parser, const CGrabResultData::CGrabResultD
 } // namespace
 
 void CChunkParsingEngine::SetDevice(IZelmoDevice* device) noexcept {
+    CLockGuard lock(m_poolLock);
     m_device = device;
-    const bool isReset = RunLogged(CameraLogCategory(), "Cannot reset the pool of chunk parsers, msg='%s'",
-                                   "Cannot reset the pool of chunk parsers.", [this] { m_pool.Reset(); });
-    if (!isReset) { // what needs no memory: the parsers of the device before have to go
-        RunLogged(CameraLogCategory(), "Cannot empty the pool of chunk parsers, msg='%s'",
-                  "Cannot empty the pool of chunk parsers.", [this] { m_pool.SetMaxItems(0); });
+    const auto detach = [](auto&& step) {
+        return RunLogged(CameraLogCategory(), "Exception caught while detaching from chunk parser, msg='%s'",
+                         "Unknown exception caught while detaching from chunk parser.", step);
+    };
+    if (!detach([this] { m_pool.Reset(); })) { // then what needs no memory: the parsers of the device before have to go
+        detach([this] { m_pool.SetMaxItems(0); });
     }
 }
 
 void CChunkParsingEngine::ResizePool(std::int64_t size) {
+    CLockGuard lock(m_poolLock);
     const auto wanted = static_cast<std::uint64_t>(std::max<std::int64_t>(size, 0));
-    if (wanted != m_pool.GetMaxItems()) {
+    if (wanted != m_pool.GetMaxItems()) { // else the node is void only because its lock was opened or closed
         m_pool.SetMaxItems(wanted);
+        FillPool();
     }
+}
+
+void CChunkParsingEngine::FillPool() {
+    CLockGuard lock(m_poolLock);
     if (m_device != nullptr) {
         m_pool.PrefillFree();
     }
@@ -82,6 +90,7 @@ std::shared_ptr<ISelfReliantChunkParser> CChunkParsingEngine::CreateResultParser
     if (!HasResultParsers()) {
         return nullptr;
     }
+    CLockGuard lock(m_poolLock);
     if (m_pool.GetMaxItems() != 0) {
         return m_pool.GetItem();
     }

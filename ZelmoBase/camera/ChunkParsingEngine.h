@@ -3,6 +3,7 @@
 
 #include "ZelmoBase/camera/ChunkDataNodeMapProvider.h"
 #include "ZelmoBase/camera/ChunkResultNodes.h"
+#include "ZelmoBase/core/Mutex.h"
 
 #include <zelmo/GrabResultData.h>
 
@@ -14,8 +15,8 @@ namespace Zelmo {
 /// Decides per session how the data behind an image are parsed: by a parser of each result's own, out of a pool or made
 /// for it, which the application reads through the result; or, to save memory, by one internal parser, from which only
 /// the geometry of the image is taken. Without chunk mode there is none, and nothing in a result is corrected.
-/// Threads: with the camera lock held. Parsers come home, or end, on any.
-/// Locks:   the mutex of the pool, behind that of the result records.
+/// Threads: with the camera lock held, but for ResizePool. Parsers come home, or end, on any.
+/// Locks:   m_poolLock, then the mutex of the pool; both also behind that of the result records.
 class CChunkParsingEngine {
 public:
     /// For parsers that come from no pool.
@@ -30,8 +31,10 @@ public:
 
     /// Null when it is let go of. Free parsers of the device before end now, others when their results do.
     void SetDevice(IZelmoDevice* device) noexcept;
-    /// How many parsers are made ahead; with a device, it makes them now. @throws what making them throws.
+    /// How many parsers are made ahead. With a device, it makes them now, if this is another number. Threads: any.
+    /// @throws what making them throws.
     void ResizePool(std::int64_t size);
+    void FillPool(); ///< Makes those that are missing, with a device. @throws what making them throws.
 
     /// @throws GenICam::LogicalErrorException for a chunk mode without a description to make node maps from;
     ///         GenICam::RuntimeException when there is no internal parser. Nothing is begun then.
@@ -47,11 +50,12 @@ public:
     void CompleteResult(CGrabResultData::CGrabResultDataImpl& data) const;
 
 private:
-    IZelmoDevice* m_device = nullptr; // borrowed
+    mutable CRecursiveMutex m_poolLock; // recursive, as the plug-in makes parsers under it; guards the two below
+    IZelmoDevice* m_device = nullptr;   // borrowed
+    CReusableChunkDataNodeMapProvider m_pool{m_device};
     bool m_isActive = false;
     std::unique_ptr<ISelfReliantChunkParser, CChunkNodeMapDeallocator> m_internalParser; // null: results have their own
     CChunkResultNodes m_internalNodes;                                                   // bound to the internal parser
-    CReusableChunkDataNodeMapProvider m_pool{m_device};
 };
 
 } // namespace Zelmo

@@ -2,6 +2,7 @@
 #include "ZelmoBase/camera/ChunkResultNodes.h"
 
 #include "ZelmoBase/camera/GrabResultDataImpl.h"
+#include "ZelmoBase/core/Guarded.h"
 
 #include <zelmo/PixelType.h>
 
@@ -18,6 +19,24 @@ namespace {
 void ReadIfReadable(const GenApi::CIntegerPtr& node, std::uint32_t& value) {
     if (GenApi::IsReadable(node)) {
         value = static_cast<std::uint32_t>(node->GetValue(false, false));
+    }
+}
+
+struct Geometry {
+    std::uint32_t offsetX, offsetY, width, height, paddingX;
+    EPixelType pixelType;
+};
+
+/// With a padding of one byte, which goes off again, lines that end inside of a byte have a stride as well.
+void ReadPadding(std::uint32_t stride, Geometry& geometry) {
+    std::size_t paddedStride = 0;
+    bool hasStride = false;
+    if (stride != 0) {
+        RunGuarded([&] { hasStride = ComputeStride(paddedStride, geometry.pixelType, geometry.width, 1); },
+                   [](const char*) {}); // nor have lines that are too long for one
+    }
+    if (hasStride && stride >= paddedStride - 1) {
+        geometry.paddingX = static_cast<std::uint32_t>(stride - (paddedStride - 1));
     }
 }
 
@@ -44,20 +63,23 @@ void CChunkResultNodes::Clear() noexcept {
 }
 
 void CChunkResultNodes::ReadInto(CGrabResultData::CGrabResultDataImpl& data) const {
-    ReadIfReadable(m_offsetX, data.offsetX);
-    ReadIfReadable(m_offsetY, data.offsetY);
-    ReadIfReadable(m_width, data.width);
-    ReadIfReadable(m_height, data.height);
+    Geometry read{data.offsetX, data.offsetY, data.width, data.height, data.paddingX, data.pixelType};
+    ReadIfReadable(m_offsetX, read.offsetX);
+    ReadIfReadable(m_offsetY, read.offsetY);
+    ReadIfReadable(m_width, read.width);
+    ReadIfReadable(m_height, read.height);
     if (GenApi::IsReadable(m_pixelFormat)) {
-        data.pixelType = m_pixelTypes.GetZelmoPixelTypeFromNodeValue(m_pixelFormat->GetIntValue(false, false));
+        read.pixelType = m_pixelTypes.GetZelmoPixelTypeFromNodeValue(m_pixelFormat->GetIntValue(false, false));
     }
     std::uint32_t stride = 0;
     ReadIfReadable(m_stride, stride);
-    // With a padding of one byte, which goes off again, lines that end inside of a byte have a stride as well.
-    std::size_t paddedStride = 0;
-    if (stride != 0 && ComputeStride(paddedStride, data.pixelType, data.width, 1) && stride >= paddedStride - 1) {
-        data.paddingX = static_cast<std::uint32_t>(stride - (paddedStride - 1));
-    }
+    ReadPadding(stride, read);
+    data.offsetX = read.offsetX; // all of it or nothing: a failure leaves what the transport layer has told
+    data.offsetY = read.offsetY;
+    data.width = read.width;
+    data.height = read.height;
+    data.paddingX = read.paddingX;
+    data.pixelType = read.pixelType;
 }
 
 } // namespace Zelmo

@@ -17,7 +17,8 @@ public:
     void Clear() noexcept;                              ///< Before the node map goes.
     bool IsReady() const noexcept { return m_isReady; } ///< Whether it is bound.
 
-    /// Corrects offsets, size, pixel type and padding by what can be read now. @throws what reading a node throws.
+    /// Corrects offsets, size, pixel type and padding by what can be read now. @throws what reading a node throws;
+    /// nothing is corrected then.
     void ReadInto(CGrabResultData::CGrabResultDataImpl& data) const;
 
 private:

@@ -147,6 +147,9 @@ void CInstantCamera::CInstantCameraImpl::StartStream(std::uint64_t attachment, u
             throw;
         }
     } catch (...) {
+        if (!m_session.IsGrabbing()) {
+            m_chunks.Stop(); // a handler may have ended the session before they were begun
+        }
         UnlockGrabParameters();
         RethrowAsStartFailure();
     }
@@ -383,6 +386,7 @@ const char* CInstantCamera::CInstantCameraImpl::DescribeTimeout() noexcept ZELMO
 
 /// Null when there is no parser left for another record.
 CGrabResultData* CInstantCamera::CInstantCameraImpl::CreateGrabResultData() {
+    CCameraGuard lock(m_cameraLock);
     std::shared_ptr<ISelfReliantChunkParser> parser = m_chunks.CreateResultParser();
     if (parser == nullptr && m_chunks.HasResultParsers()) {
         return nullptr;

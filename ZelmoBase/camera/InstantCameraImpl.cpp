@@ -279,6 +279,7 @@ void CInstantCamera::CInstantCameraImpl::ResetToDetached() noexcept {
     m_removal.Forget();
     m_acquisition.SetNodeMap(nullptr);
     m_events.DropAdapter();
+    m_chunks.Stop();
     m_chunks.SetDevice(nullptr);
 }
 
@@ -358,6 +359,7 @@ void CInstantCamera::CInstantCameraImpl::OpenSetup(IZelmoDevice& device) {
     }
     m_device.FetchNodes();
     ResizeChunkPool();
+    m_chunks.FillPool();
 }
 
 void CInstantCamera::CInstantCameraImpl::Close() {
@@ -439,6 +441,7 @@ void CInstantCamera::CInstantCameraImpl::CloseTeardown() noexcept {
         [this] { m_parameters.AccessModeParamsLocked->SetValue(0); }, static_cast<const void*>(&m_camera));
 }
 
+/// Also a callback of the node, under the lock of the parameters, which is not the camera lock where that is overridden.
 void CInstantCamera::CInstantCameraImpl::ResizeChunkPool() {
     m_chunks.ResizePool(m_parameters.StaticChunkNodeMapPoolSize->GetValue());
 }

@@ -18,7 +18,8 @@ namespace Zelmo {
 class ZELMO_API IChunkParser {
 public:
     /// Maps @p buffer, of @p bufferSizeBytes, onto the node map; it must stay until it is detached. An attached buffer
-    /// may be replaced. Having thrown, the former state stands.
+    /// may be replaced. A broken layout leaves the former state; whatever was thrown, DetachBuffer takes the buffer
+    /// out.
     virtual void AttachBuffer(const void* buffer, std::int64_t bufferSizeBytes,
                               GenApi::AttachStatistics_t* statistics = nullptr) = 0;
 
@@ -41,8 +42,9 @@ class ZELMO_API ISelfReliantChunkParser : public IChunkParser {
 public:
     virtual GenApi::INodeMap* GetChunkDataNodeMap() = 0; ///< Owned by the parser, the same one all its life.
 
-    /// The parser gives itself up. Called on any thread, also after the device was closed or destroyed, but before the
-    /// transport layer goes.
+    /// The parser gives itself up. Called on any thread, when the last result that uses it goes: perhaps after the
+    /// device and the transport layer were destroyed, and even after the library was terminated. So a parser needs
+    /// nothing of theirs; the plug-in's file stays mapped.
     virtual void Destroy() = 0;
 
     virtual ~ISelfReliantChunkParser() = default;
@@ -86,6 +88,7 @@ private:
     GenApi::CChunkAdapter* const m_adapter;
     CBuffer m_buffer{nullptr, 0};
     bool m_isAttached = false;
+    bool m_isUncertain = false; // a callback of the node map threw: the adapter may have a buffer
 };
 
 } // namespace Zelmo

@@ -38,10 +38,11 @@ struct IEnumParameterT : virtual public IEnumerationEx {
     virtual bool CanSetValue(EnumT value) = 0;
 };
 
-/// The view of an enumeration node by the enumerators of @p EnumT; base of one class for each enumeration. The interface
-/// is a virtual base because g++ 12 takes calls on objects of these classes for unreachable when it is not.
+/// The view of an enumeration node by the enumerators of @p EnumT; base of one class for each enumeration. The
+/// interface is the second base because g++ 12 takes calls on objects of these classes for unreachable when it is the
+/// first.
 template <typename EnumT>
-class CEnumParameterT : public virtual IEnumParameterT<EnumT>, public CEnumParameter {
+class CEnumParameterT : public CEnumParameter, public IEnumParameterT<EnumT> {
 public:
     CEnumParameterT() = default;
     using CEnumParameter::CanSetValue;

@@ -41,7 +41,7 @@ class IZelmoDevice;
 /// Locks: nearly all operations hold the camera lock, GetLock(), to their end; handlers of the camera's life run with
 /// it held, image handlers without it. Hold the lock of a device's node map inside the camera lock, never the other way
 /// round. These take no camera lock, so that they may be called with any lock held: IsGrabbing,
-/// GetGrabResultWaitObject, GetGrabStopWaitObject, GetLock, GetExtensionInterface, CreateGrabResultData,
+/// GetGrabResultWaitObject, GetGrabStopWaitObject, GetLock, GetExtensionInterface,
 /// CreateDeviceSpecificGrabResultData, and RegisterImageEventHandler to append. docs/grabbing.md has the table of what
 /// may be called where.
 ///

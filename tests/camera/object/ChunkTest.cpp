@@ -157,6 +157,11 @@ INSTANTIATE_TEST_SUITE_P(
                      "Mono12p",
                      {0, 0, 63, 16, 1},
                      PixelType_Mono12p},
+        GeometryCase{"a line that is too long for a stride",
+                     {{"ChunkWidth", "<Value>4294967295</Value>"}, {"ChunkStride", "<Value>80</Value>"}},
+                     "Mono8",
+                     {0, 0, 4294967295, 16, 0},
+                     PixelType_Mono8},
         GeometryCase{"cut to 32 bits",
                      {{"ChunkWidth", "<Value>4294967301</Value>"}},
                      "Mono8",
@@ -212,6 +217,53 @@ TEST_F(ChunkTest, PoolGoesWithItsDeviceAndIsMadeAnewForTheNext) {
     EXPECT_EQ(m_script.alive, 3);
     m_camera->DetachDevice();
     EXPECT_EQ(m_script.alive, 1);
+}
+
+TEST_F(ChunkTest, PoolIsLeftAloneBySessions) {
+    m_camera->StaticChunkNodeMapPoolSize.SetValue(2);
+    m_device->SetValue(8, 0); // chunks are off
+    m_camera->Open();
+    m_device->makeParser = []() -> IChunkParser* { throw RUNTIME_EXCEPTION("not now"); };
+    m_camera->StartGrabbing();
+    EXPECT_TRUE(Retrieve());
+    m_camera->StopGrabbing();
+    EXPECT_EQ(m_script.made, 2);
+    EXPECT_EQ(Failure([this] { m_camera->StaticChunkNodeMapPoolSize.SetValue(3); }), "not now");
+    m_device->makeParser = [] { return nullptr; };
+    m_camera->Close();
+}
+
+TEST_F(ChunkTest, SessionThatEndsInsideItsStartLeavesNoParser) {
+    m_camera->ChunkNodeMapsEnable.SetValue(false);
+    m_device->makeParser = [this] {
+        m_camera->StopGrabbing();
+        return new ScriptedChunks(m_script);
+    };
+    EXPECT_THAT(Failure([this] { m_camera->StartGrabbing(); }), HasSubstr("Grabbing was stopped"));
+    EXPECT_EQ(m_script.made, 1);
+    EXPECT_EQ(m_script.alive, 0);
+}
+
+TEST_F(ChunkTest, DeviceComesAndGoesWhileThePoolIsResizedUnderALockOfTheApplications) {
+    struct Override final : ILockOverride {
+        void Lock() override { lock.lock(); }
+        void Unlock() override { lock.unlock(); }
+        std::recursive_mutex lock;
+    } own;
+    m_camera->GetExtensionInterface().SetLockOverride(&own);
+    std::jthread resizing([this](const std::stop_token& stop) {
+        for (int size = 0; !stop.stop_requested(); size = (size + 1) % 4) {
+            m_camera->StaticChunkNodeMapPoolSize.SetValue(size);
+        }
+    });
+    for (int i = 0; i < 200; ++i) {
+        m_camera->DetachDevice();
+        m_camera->Attach(m_device.get(), Cleanup_None);
+        m_camera->CreateGrabResultData()->Destroy();
+    }
+    resizing = {};
+    m_camera->DetachDevice();
+    m_camera->GetExtensionInterface().SetLockOverride(nullptr);
 }
 
 TEST_F(ChunkTest, OneParserForAllLeavesNoChunkDataBehind) {
@@ -286,13 +338,14 @@ INSTANTIATE_TEST_SUITE_P(
                      testing::Bool(), testing::Values(1, 5)));
 
 TEST_F(ChunkTest, NodesThatFailLeaveNoBufferBehindInTheParserOfAll) {
-    m_script.nodes["ChunkWidth"] = "<pValue>Quotient</pValue>";
+    m_script.nodes["ChunkHeight"] = "<pValue>Quotient</pValue>";
     m_script.more = tests::Value("Zero") + tests::Node("IntSwissKnife", "Quotient",
                                                        "<pVariable Name='Z'>Zero</pVariable><Formula>1 / Z</Formula>");
     m_camera->ChunkNodeMapsEnable.SetValue(false);
     m_camera->StartGrabbing();
     EXPECT_THAT(Failure([this] { Retrieve(); }), HasSubstr("Division by zero"));
-    EXPECT_TRUE(m_result.IsValid());
+    ASSERT_TRUE(m_result.IsValid());
+    EXPECT_THAT(GeometryOf(m_result), ElementsAre(0, 0, 64, 16, 0)) << "not the half of it";
     EXPECT_EQ(m_script.attached, 0);
     EXPECT_TRUE(m_camera->IsGrabbing());
 }
@@ -374,6 +427,12 @@ TEST(ChunkParserTest, HandsBuffersToItsAdapterAndRemembersThem) {
     EXPECT_FALSE(parser.GetBuffer());
     EXPECT_THROW(parser.UpdateBuffer(first.data()), GenICam::LogicalErrorException);
     EXPECT_FALSE(GenApi::IsReadable(map->GetNode("Value")));
+    const auto fails = [](GenApi::INode*) { throw RUNTIME_EXCEPTION("a callback"); };
+    const auto callback = GenApi::Register(map->GetNode("Value"), fails, GenApi::cbPostInsideLock);
+    EXPECT_THROW(parser.AttachBuffer(first.data(), first.size()), GenICam::RuntimeException);
+    GenApi::Deregister(callback);
+    parser.DetachBuffer();
+    EXPECT_FALSE(GenApi::IsReadable(map->GetNode("Value"))) << "the buffer is out, whatever was thrown";
     EXPECT_EQ(Fakes::FailureOf<GenICam::RuntimeException>([&] { parser.Destroy(); }),
               "This is object is not a self-reliant chunk parser.");
     EXPECT_EQ(Fakes::FailureOf<GenICam::RuntimeException>([&] { parser.GetChunkDataNodeMap(); }),

@@ -8,6 +8,7 @@
 using namespace std::chrono_literals;
 
 class Parameter : public Zelmo::CIntegerParameter {}; // needs all of its base from the library
+class Format : public Harlix_UniversalCameraParams::EnumParameterClasses::PixelFormatEnumParameter {};
 
 /// What stands in headers only, here compiled by somebody else.
 void Grab(const Zelmo::CDeviceInfo& info) {
@@ -53,7 +54,7 @@ int main(int argc, char** argv) {
         for (const Zelmo::CDeviceInfo& info : devices) {
             Grab(info);
         }
-        return found == expected && !Parameter().IsValid() ? 0 : 1;
+        return found == expected && !Parameter().IsValid() && !Format().IsValid() ? 0 : 1;
     } catch (const GenICam::GenericException& e) { // caught across the library's boundary
         std::cerr << e.what() << '\n';
         return 2;
