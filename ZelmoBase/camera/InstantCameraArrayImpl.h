@@ -25,7 +25,7 @@ enum EArrayGrabState : std::uint32_t {
 
 /// The state of an array and the number of the session that it is or was in: who has found a session can tell it from
 /// the next one.
-struct CArraySession {
+struct alignas(std::uint64_t) CArraySession { // one word, so that an atomic of it needs no lock
     std::uint32_t number;
     EArrayGrabState state;
 
@@ -101,6 +101,7 @@ private:
     std::vector<CInstantCamera*> m_cameras; // owned, in index order
 
     std::atomic<CArraySession> m_session{CArraySession{0, ArrayGrabState_Idle}};
+    static_assert(std::atomic<CArraySession>::is_always_lock_free);
     std::atomic<std::uint64_t> m_nextCamera{0}; // whose turn it is; may be one behind the last
     std::atomic<bool> m_isUpcoming{false};      // by the strategy
 

@@ -32,7 +32,7 @@ TEST_F(ArrayGrabbingTest, CamerasTakeTurnsAndTheTurnSurvivesCalls) {
     EXPECT_EQ(Next(), 2);
     EXPECT_EQ(Next(), 0);
     Fill({0, 1, 2});
-    EXPECT_FALSE(m_array[1].IsOpen() && Next() != 1); // it was the turn of 1
+    EXPECT_EQ(Next(), 1);
     EXPECT_EQ(Next(), 2);
     EXPECT_EQ(Next(), 0);
     EXPECT_FALSE(Retrieve(0)); // a whole pass: the turn is where it was
@@ -44,29 +44,21 @@ TEST_F(ArrayGrabbingTest, CamerasTakeTurnsAndTheTurnSurvivesCalls) {
     EXPECT_EQ(Next(), 0); // a start begins with the first
 }
 
-TEST_F(ArrayGrabbingTest, ResultThatIsWaitedForComesFromTheLowestCameraAndLeavesTheTurnAlone) {
+TEST_F(ArrayGrabbingTest, ResultThatIsWaitedForLeavesTheTurnAlone) {
     Make(3);
     m_array.StartGrabbing();
     Fill({0});
     EXPECT_EQ(Next(), 0); // the turn is that of 1
-    for (std::size_t i = 0; i < 3; ++i) {
-        EXPECT_FALSE(m_array[i].GetGrabResultWaitObject().Wait(0));
-    }
-    std::atomic<bool> isWaiting{false};
-    Device(0).hook = nullptr;
-    std::jthread sender([&] {
-        Eventually([&] { return isWaiting.load(); });
-        WaitObject::Sleep(20); // should it come too early, the pass finds it: the result is the same
-        Device(2).Grabber().Deliver();
+    std::jthread sender([this] {
+        WaitObject::Sleep(50); // the pass is over by then, most likely, and the turn that of 1 again
+        Device(1).Grabber().Deliver();
     });
-    isWaiting = true;
-    EXPECT_EQ(Next(), 2);
-    sender.join();
+    EXPECT_EQ(Next(), 1);
     Fill({0, 1, 2});
-    EXPECT_NE(Next(), -1);
-    EXPECT_NE(Next(), -1);
-    EXPECT_NE(Next(), -1);
-    EXPECT_FALSE(Retrieve(0)); // each came once
+    const long next = Next();
+    EXPECT_TRUE(next == 1 || next == 2) << next; // 2, had the frame come before the pass
+    EXPECT_EQ(Next(), (next + 1) % 3);
+    EXPECT_EQ(Next(), (next + 2) % 3);
 }
 
 TEST_F(ArrayGrabbingTest, ContextIsTheIndexUnlessTheApplicationChangesIt) {
@@ -110,7 +102,7 @@ TEST_F(ArrayGrabbingTest, TimeRunsOutWhileEventsStorm) {
     std::jthread storm([this](const std::stop_token& stop) {
         for (std::int64_t value = 0; !stop.stop_requested(); ++value) {
             Events(0).Put(value);
-            std::this_thread::yield();
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
         }
     });
     EXPECT_EQ(TimeoutOf(50), kTimedOut);
@@ -257,15 +249,19 @@ INSTANTIATE_TEST_SUITE_P(
               "too slow"},
         Fault{"ImageHandlerThatTimesOutWithUpcomingImage", GrabStrategy_UpcomingImage, kPatience,
               [](Station& station, CInstantCamera&) { FailInImageHandler(station, TIMEOUT_EXCEPTION("too slow")); },
-              "too slow"},
-        Fault{"TooManyResults", GrabStrategy_OneByOne, kPatience,
-              [](Station& station, CInstantCamera& camera) {
-                  CGrabResultPtr other; // taken from under the array's hands
-                  camera.RetrieveResult(0, other, kReturns);
-                  FailInImageHandler(station, RUNTIME_EXCEPTION("no place"));
-              },
-              "no place"}),
+              "too slow"}),
     [](const auto& given) { return std::string(given.param.name); });
+
+TEST_F(ArrayGrabbingTest, HoldingAllResultsOfACameraEndsAll) {
+    Make(2);
+    m_array[1].MaxNumGrabResults.SetValue(1);
+    m_array.StartGrabbing();
+    Fill({1, 1});
+    EXPECT_EQ(Next(), 1);
+    const CGrabResultPtr held = m_result;
+    EXPECT_EQ(Failure([&] { Retrieve(0); }).substr(0, 28), "Cannot retrieve grab result.");
+    EXPECT_TRUE(IsStopped());
+}
 
 TEST_F(ArrayGrabbingTest, EngineOfACameraThatFailsEndsAll) {
     Make(2);
