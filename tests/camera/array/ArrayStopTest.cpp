@@ -148,6 +148,28 @@ TEST_F(ArrayStopTest, RetrievalThatFailsLateLeavesTheNextSessionAlone) {
     ExpectAlive();
 }
 
+TEST_F(ArrayStopTest, RetrievalThatLeavesLateLeavesTheTimerOfTheNextSessionAlone) {
+    Make(2);
+    m_array.StartGrabbing();
+    std::unique_ptr<Task> later;
+    Life(0).on["image"] = [&](CInstantCamera&) {
+        Life(0).on.clear();
+        m_array.StopGrabbing();
+        m_array.StartGrabbing();
+        later = std::make_unique<Task>([this] {
+            CGrabResultPtr result;
+            EXPECT_FALSE(m_array.RetrieveResult(200, result, kReturns));
+        });
+        EXPECT_TRUE(later->IsUnderWay());
+    };
+    std::jthread sender([this] {
+        WaitObject::Sleep(50); // into the wait, most likely
+        Device(0).Grabber().Deliver();
+    });
+    EXPECT_EQ(Next(), 0);
+    EXPECT_TRUE(later->Ends());
+}
+
 TEST_F(ArrayStopTest, StopDuringAStartIsFoundAtItsEndOrByTheNextRetrieval) {
     Make(2);
     const auto stop = [this](CInstantCamera& camera) {
