@@ -10,7 +10,6 @@
 
 #include <algorithm>
 #include <functional>
-#include <mutex>
 #include <utility>
 
 namespace Zelmo {
@@ -27,6 +26,10 @@ struct CStopOrder {
     CArraySession session{};
 };
 thread_local CStopOrder t_stopOrder;
+
+constexpr char kIsStarted[] = "Grabbing has already been started.";
+
+thread_local const CInstantCameraArrayImpl* t_stoppedHere = nullptr; // the array that this thread is just stopping
 
 } // namespace
 
@@ -156,8 +159,8 @@ void CInstantCameraArrayImpl::StopIfGrabbing() {
 void CInstantCameraArrayImpl::StartGrabbing(EGrabStrategy strategy, EGrabLoop grabLoop) {
     LogArray("Camera %p: Array StartGrabbing", m_array);
     CheckUsable();
-    if (IsGrabbing()) {
-        throw RUNTIME_EXCEPTION("Grabbing has already been started.");
+    if (IsGrabbing() || t_stoppedHere == this) {
+        throw RUNTIME_EXCEPTION(kIsStarted);
     }
     ScopeGuard stop([this] { StopQuietly(); });
     ForEachCameraCall([&](CInstantCamera& camera) { camera.StartGrabbing(strategy, grabLoop); });
@@ -169,9 +172,21 @@ void CInstantCameraArrayImpl::StartGrabbing(EGrabStrategy strategy, EGrabLoop gr
     {
         const GenICam::AutoLock lock(m_lock);
         m_waitSet = std::move(waitSet);
-        m_session = CArraySession{session, ArrayGrabState_Grabbing};
     }
+    BeginSession(session);
     stop.Dismiss();
+}
+
+/// Not while a stop is under way that has found no session: it leaves this one alone.
+void CInstantCameraArrayImpl::BeginSession(std::uint32_t session) {
+    const CArraySession idle{session - 1, ArrayGrabState_Idle};
+    for (CArraySession found = idle;
+         !m_session.compare_exchange_strong(found, CArraySession{session, ArrayGrabState_Grabbing}); found = idle) {
+        if (found.state != ArrayGrabState_StoppingIdle) {
+            throw RUNTIME_EXCEPTION(kIsStarted); // by another thread
+        }
+        m_session.wait(found);
+    }
 }
 
 void CInstantCameraArrayImpl::PrepareTimer(std::uint32_t session) {
@@ -202,33 +217,36 @@ void CInstantCameraArrayImpl::StopGrabbing() {
     const CStopOrder order = std::exchange(t_stopOrder, CStopOrder());
     CArraySession found = order.array == this ? order.session : m_session.load();
     LogArray("Camera %p: Array StopGrabbing", m_array);
-    if (found.state == ArrayGrabState_Idle) {
-        StopSingleCameras(found);
+    const bool mayWait = t_stoppedHere != this && !HoldsLockOfCamera(); // else another stop may wait for this thread
+    const ScopeGuard restore([before = std::exchange(t_stoppedHere, this)] { t_stoppedHere = before; });
+    if (!IsSession(found)) {
+        StopSingleCameras(found.number, mayWait);
         return;
     }
     const CArraySession stopping{found.number, ArrayGrabState_Stopping};
     if (found.state == ArrayGrabState_Grabbing && m_session.compare_exchange_strong(found, stopping)) {
         EndSession(stopping);
-    } else {
-        AwaitEnd(stopping);
+    } else if (mayWait) {
+        m_session.wait(stopping); // until that session has ended, if it has not yet
     }
 }
 
-/// Those that grab on their own, or that a start which has failed leaves behind; not those of a session that is started
-/// meanwhile. One thread at a time: of two that each hold the lock of a camera, both would wait for the other's.
-void CInstantCameraArrayImpl::StopSingleCameras(CArraySession idle) {
-    std::unique_lock lock(m_singleStopLock, std::try_to_lock);
-    if (!lock.owns_lock()) {
-        if (HoldsLockOfCamera()) {
-            return; // the other thread goes on when this one lets go of it
+/// Those that grab on their own, or that a start which has failed leaves behind. One thread at a time: of two that each
+/// hold the lock of a camera, both would wait for the other's.
+void CInstantCameraArrayImpl::StopSingleCameras(std::uint32_t lastSession, bool mayWait) {
+    const CArraySession idle{lastSession, ArrayGrabState_Idle};
+    const CArraySession stopping{lastSession, ArrayGrabState_StoppingIdle};
+    for (CArraySession found = idle; !m_session.compare_exchange_strong(found, stopping); found = idle) {
+        if (found != stopping || !mayWait) {
+            return; // a session was started meanwhile; or another thread stops them all, once this one lets it
         }
-        lock.lock();
+        m_session.wait(stopping);
     }
-    ForEachCameraCall([&](CInstantCamera& camera) {
-        if (IsStill(idle)) {
-            camera.StopGrabbing();
-        }
+    const ScopeGuard end([&] {
+        m_session = idle;
+        m_session.notify_all();
     });
+    ForEachCameraCall(&CInstantCamera::StopGrabbing);
 }
 
 /// By the one thread that has set the state to stopping.
@@ -248,13 +266,6 @@ void CInstantCameraArrayImpl::EndSession(CArraySession stopping) {
         m_session.notify_all();
     });
     ForEachCameraCall(&CInstantCamera::StopGrabbing);
-}
-
-/// Not where the thread that stops could wait for this one.
-void CInstantCameraArrayImpl::AwaitEnd(CArraySession stopping) const noexcept {
-    if (!HoldsLockOfCamera()) {
-        m_session.wait(stopping);
-    }
 }
 
 bool CInstantCameraArrayImpl::HoldsLockOfCamera() const noexcept {

@@ -20,7 +20,8 @@ namespace Zelmo {
 enum EArrayGrabState : std::uint32_t {
     ArrayGrabState_Idle = 0,
     ArrayGrabState_Grabbing = 1,
-    ArrayGrabState_Stopping = 2
+    ArrayGrabState_Stopping = 2,
+    ArrayGrabState_StoppingIdle = 3 ///< Idle for everybody else, while cameras are stopped that grab on their own.
 };
 
 /// The state of an array and the number of the session that it is or was in: who has found a session can tell it from
@@ -36,9 +37,9 @@ struct alignas(std::uint64_t) CArraySession { // one word, so that an atomic of 
 /// Where an operation of the array needs another one, it calls that of the shell, so that an override takes part.
 ///
 /// Owns:    the cameras, the copies of their wait objects.
-/// Threads: StopGrabbing and IsGrabbing from any; the rest by one at a time.
-/// Locks:   m_singleStopLock, then those of the cameras, then m_lock, held by the thread in RetrieveResult while it
-///          waits, and m_timerLock: both are leaves. So StopGrabbing may be called with the lock of a camera held.
+/// Threads: as the shell says. Whoever has to wait for a stop waits on m_session.
+/// Locks:   those of the cameras, then m_lock, held by the thread in RetrieveResult while it waits, and m_timerLock:
+///          both are leaves. So StopGrabbing may be called with the lock of a camera held.
 class CInstantCameraArrayImpl {
 public:
     explicit CInstantCameraArrayImpl(CInstantCameraArray& array) noexcept : m_array(array) {}
@@ -53,7 +54,7 @@ public:
     bool IsAttached() const;
     bool IsRemoved() const;
     bool IsOpen() const;
-    bool IsGrabbing() const noexcept { return m_session.load().state != ArrayGrabState_Idle; }
+    bool IsGrabbing() const noexcept { return IsSession(m_session); }
 
     void Open();
     void Close();
@@ -76,14 +77,17 @@ private:
     void StopIfGrabbing();
 
     // the session
+    static bool IsSession(CArraySession found) noexcept {
+        return found.state == ArrayGrabState_Grabbing || found.state == ArrayGrabState_Stopping;
+    }
+    void BeginSession(std::uint32_t session);
     void PrepareTimer(std::uint32_t session);
     std::unique_ptr<WaitObjects> MakeWaitSet();
     bool IsStill(CArraySession session) const noexcept { return m_session.load() == session; }
     void StopFound(CArraySession session);
     void StopQuietly() noexcept;
-    void StopSingleCameras(CArraySession idle);
+    void StopSingleCameras(std::uint32_t lastSession, bool mayWait);
     void EndSession(CArraySession stopping);
-    void AwaitEnd(CArraySession stopping) const noexcept;
     bool HoldsLockOfCamera() const noexcept;
 
     // retrieval
@@ -105,7 +109,6 @@ private:
     std::atomic<std::uint64_t> m_nextCamera{0}; // whose turn it is; may be one behind the last
     std::atomic<bool> m_isUpcoming{false};      // by the strategy
 
-    CMutex m_singleStopLock; // held by a StopGrabbing that has found no session
     GenICam::CLock m_lock;
     /// With N cameras: N stop objects, N result objects, N event objects, the timer. Null without a session.
     std::unique_ptr<WaitObjects> m_waitSet ZELMO_GUARDED_BY(m_lock);

@@ -20,8 +20,8 @@ class CInstantCameraArrayImpl;
 ///
 /// Threads: all operations from any thread, at the same time, but for these: RetrieveResult by one at a time,
 /// StartGrabbing by one at a time, Initialize and the destructor alone and from no handler of a camera. With the lock
-/// of a camera held, as in its configuration handlers, call only StopGrabbing (while no other thread starts the array),
-/// IsGrabbing, GetSize and operator[]. docs/arrays.md tells more.
+/// of a camera held, as in its configuration handlers, call only StopGrabbing, IsGrabbing, GetSize and operator[].
+/// docs/arrays.md tells more.
 ///
 /// The order of the virtual operations does not change: derived classes are built apart from the library. The class
 /// calls its own operations and those of its cameras through their tables, so that an override takes part.

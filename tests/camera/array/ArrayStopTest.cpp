@@ -188,6 +188,24 @@ TEST_F(ArrayStopTest, StopDuringAStartIsFoundAtItsEndOrByTheNextRetrieval) {
     EXPECT_TRUE(IsStopped());
 }
 
+TEST_F(ArrayStopTest, StartEndsBehindAStopThatFoundNoSession) {
+    Make(2);
+    m_array.Open();
+    Gate gate;
+    BeforeStop(1) = [&] { gate.Pass(); };
+    Task stop([this] { m_array.StopGrabbing(); });
+    ASSERT_TRUE(gate.WaitForArrival());
+    EXPECT_FALSE(m_array.IsGrabbing());
+    Task start([this] { m_array.StartGrabbing(); });
+    EXPECT_TRUE(start.IsUnderWay());
+    gate.Open();
+    EXPECT_TRUE(stop.Ends());
+    EXPECT_TRUE(start.Ends());
+    EXPECT_EQ(Grabbing(), 1U);
+    EXPECT_FALSE(Retrieve());
+    EXPECT_TRUE(IsStopped());
+}
+
 TEST_F(ArrayStopTest, ThreadThatWaitsIsWokenThoughHandlersStartTheCamerasAgain) {
     Make(1);
     for (int round = 0; round < 100; ++round) {
@@ -229,9 +247,16 @@ TEST_F(ArrayStopTest, HandlerInsideAStopMayStop) {
             Life(i).on[event] = [this](CInstantCamera&) { m_array.StopGrabbing(); };
         }
     }
-    m_array.StartGrabbing();
-    m_array.StopGrabbing();
-    EXPECT_TRUE(IsStopped());
+    for (std::size_t i = 0; i < 2; ++i) {
+        m_array.StartGrabbing();
+        BeforeStop(i) = [this] { m_array.StopGrabbing(); }; // and one without the lock of its camera
+        m_array.StopGrabbing();
+        EXPECT_TRUE(IsStopped());
+        m_array[1].StartGrabbing();
+        BeforeStop(i) = [this] { m_array.StopGrabbing(); };
+        m_array.StopGrabbing();
+        EXPECT_TRUE(IsStopped());
+    }
 }
 
 /// All cameras are pulled at once, and each one's handler stops the array.
