@@ -29,8 +29,7 @@ private:
 /// A thread's work, which must come to its end.
 class Task {
 public:
-    template <class Step>
-    explicit Task(Step&& step) : m_done(std::async(std::launch::async, std::forward<Step>(step))) {}
+    explicit Task(std::function<void()> step) : m_done(std::async(std::launch::async, std::move(step))) {}
     bool Ends() const { return m_done.wait_for(std::chrono::milliseconds(kPatience)) == std::future_status::ready; }
     bool IsUnderWay() const { return m_done.wait_for(std::chrono::milliseconds(50)) == std::future_status::timeout; }
 
