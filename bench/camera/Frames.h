@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace camera_bench {
 
@@ -51,6 +52,9 @@ public:
     virtual void Complete(unsigned frames) = 0; ///< With EPace::Told; there are as many free buffers.
     virtual std::uint64_t GetReady() const = 0; ///< In the output queue. Any thread.
 };
+
+/// Of so many frames, each completed a while after the one before was taken: from the transport's signal to Take's end.
+std::vector<double> MeasureLatenciesUs(IFrames& frames, int count);
 
 std::unique_ptr<IFrames> StartOurFrames(const Flow& flow);  ///< The session over the null transport.
 std::unique_ptr<IFrames> StartBareFrames(const Flow& flow); ///< The same system calls without any of our code.

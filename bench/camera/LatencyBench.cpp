@@ -19,18 +19,20 @@ namespace {
 
 constexpr int kFrames = 10000;
 
-std::vector<double> MeasureLatenciesUs(IFrames& frames) {
+} // namespace
+
+std::vector<double> MeasureLatenciesUs(IFrames& frames, int count) {
     std::counting_semaphore<> taken{0};
     std::thread camera([&] {
-        for (int i = 0; i < kFrames; ++i) {
+        for (int i = 0; i < count; ++i) {
             std::this_thread::sleep_for(std::chrono::microseconds(100));
             frames.Complete(1);
             taken.acquire();
         }
     });
     std::vector<double> latencies;
-    latencies.reserve(kFrames);
-    for (int i = 0; i < kFrames; ++i) {
+    latencies.reserve(static_cast<std::size_t>(count));
+    for (int i = 0; i < count; ++i) {
         frames.Take();
         latencies.push_back(static_cast<double>(NowNs() - GetLastSignalNs()) / 1000);
         taken.release();
@@ -39,12 +41,14 @@ std::vector<double> MeasureLatenciesUs(IFrames& frames) {
     return latencies;
 }
 
+namespace {
+
 void Latency(benchmark::State& state, std::unique_ptr<IFrames> (*start)(const Flow&)) {
     Flow flow;
     flow.pace = EPace::Told;
     const Processors pinned(static_cast<int>(state.range(0)));
     for (auto _ : state) {
-        std::vector<double> latencies = MeasureLatenciesUs(*start(flow));
+        std::vector<double> latencies = MeasureLatenciesUs(*start(flow), kFrames);
         const double median = GetQuantile(latencies, 0.5);
         state.SetIterationTime(median / 1e6);
         state.counters["median_us"] = median;

@@ -39,6 +39,7 @@
 #include <zelmo/ImageFormatConverterParams.h>
 #include <zelmo/Info.h>
 #include <zelmo/InstantCamera.h>
+#include <zelmo/InstantCameraArray.h>
 #include <zelmo/InstantCameraExtensions.h>
 #include <zelmo/InstantCameraParams.h>
 #include <zelmo/IntegerParameter.h>

@@ -1,0 +1,121 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "ZelmoBase/core/Mutex.h"
+
+#include <zelmo/InstantCameraArray.h>
+#include <zelmo/WaitObjects.h>
+#include <zelmo/WaitableTimer.h>
+
+#include <Base/GCSynch.h>
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+namespace Zelmo {
+
+enum EArrayGrabState : std::uint32_t {
+    ArrayGrabState_Idle = 0,
+    ArrayGrabState_Grabbing = 1,
+    ArrayGrabState_Stopping = 2,
+    ArrayGrabState_StoppingIdle = 3 ///< Idle for everybody else, while cameras are stopped that grab on their own.
+};
+
+/// The state of an array and the number of the session that it is or was in: who has found a session can tell it from
+/// the next one.
+struct alignas(std::uint64_t) CArraySession { // one word, so that an atomic of it needs no lock
+    std::uint32_t number;
+    EArrayGrabState state;
+
+    bool operator==(const CArraySession&) const = default;
+};
+
+/// The private body of a camera array: its cameras, and the wait for any of them.
+/// Where an operation of the array needs another one, it calls that of the shell, so that an override takes part.
+///
+/// Owns:    the cameras, the copies of their wait objects.
+/// Threads: as the shell says. Whoever has to wait for a stop waits on m_session.
+/// Locks:   those of the cameras, then m_lock, held by the thread in RetrieveResult while it waits, and m_timerLock:
+///          both are leaves. So StopGrabbing may be called with the lock of a camera held.
+class CInstantCameraArrayImpl {
+public:
+    explicit CInstantCameraArrayImpl(CInstantCameraArray& array) noexcept : m_array(array) {}
+    CInstantCameraArrayImpl(const CInstantCameraArrayImpl&) = delete;
+    CInstantCameraArrayImpl& operator=(const CInstantCameraArrayImpl&) = delete;
+
+    void Resize(std::size_t count);
+    void LetGo() noexcept; ///< Resizes to 0.
+
+    std::size_t GetSize() const noexcept { return m_cameras.size(); }
+    CInstantCamera& GetCamera(std::size_t index) const;
+    bool IsAttached() const;
+    bool IsRemoved() const;
+    bool IsOpen() const;
+    bool IsGrabbing() const noexcept { return IsSession(m_session); }
+
+    void Open();
+    void Close();
+    void DetachDevice();
+    void DestroyDevice();
+    void StartGrabbing(EGrabStrategy strategy, EGrabLoop grabLoop);
+    void StopGrabbing();
+    bool RetrieveResult(unsigned int timeoutMs, CGrabResultPtr& result, ETimeoutHandling handling);
+
+private:
+    enum class EOutcome { None, Result, Timeout };
+
+    template <typename Call>
+    void ForEachCameraCall(Call&& call);
+    std::size_t ForEachCameraCountTrue(bool (CInstantCamera::*member)() const) const;
+
+    void DestroyCameras() noexcept;
+    void DestroyCamera(CInstantCamera* camera) noexcept;
+    void CheckUsable() const;
+    void StopIfGrabbing();
+
+    // the session
+    static bool IsSession(CArraySession found) noexcept {
+        return found.state == ArrayGrabState_Grabbing || found.state == ArrayGrabState_Stopping;
+    }
+    void BeginSession(std::uint32_t session);
+    void PrepareTimer(std::uint32_t session);
+    std::unique_ptr<WaitObjects> MakeWaitSet();
+    bool IsStill(CArraySession session) const noexcept { return m_session.load() == session; }
+    void StopFound(CArraySession session);
+    void StopQuietly() noexcept;
+    void StopSingleCameras(std::uint32_t lastSession, bool mayWait);
+    void EndSession(CArraySession stopping);
+    bool HoldsLockOfCamera() const noexcept;
+
+    // retrieval
+    void ProcessCameraEvents(CArraySession session);
+    CInstantCamera& TakeTurn() noexcept;
+    EOutcome RetrieveUpcoming(CArraySession session, unsigned int timeoutMs, CGrabResultPtr& result,
+                              ETimeoutHandling handling, bool& endsGrabbing);
+    EOutcome RetrieveReady(CArraySession session, CGrabResultPtr& result);
+    EOutcome AwaitResult(CArraySession session, unsigned int timeoutMs, CGrabResultPtr& result);
+    bool WaitForCamera(CArraySession session, std::size_t& position);
+    template <typename Use>
+    void UseTimer(std::uint32_t session, Use&& use);
+
+    CInstantCameraArray& m_array;
+    std::vector<CInstantCamera*> m_cameras; // owned, in index order
+
+    std::atomic<CArraySession> m_session{CArraySession{0, ArrayGrabState_Idle}};
+    static_assert(std::atomic<CArraySession>::is_always_lock_free);
+    std::atomic<std::uint64_t> m_nextCamera{0}; // whose turn it is; may be one behind the last
+    std::atomic<bool> m_isUpcoming{false};      // by the strategy
+
+    GenICam::CLock m_lock;
+    /// With N cameras: N stop objects, N result objects, N event objects, the timer. Null without a session.
+    std::unique_ptr<WaitObjects> m_waitSet ZELMO_GUARDED_BY(m_lock);
+
+    CMutex m_timerLock;     // of whoever sets and cancels the timer, and of the number
+    CWaitableTimer m_timer; // of RetrieveResult; made by the first start
+    std::uint32_t m_timerSession ZELMO_GUARDED_BY(m_timerLock) = 0; // whose waiter may use the timer
+};
+
+} // namespace Zelmo
