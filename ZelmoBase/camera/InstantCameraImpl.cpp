@@ -441,7 +441,8 @@ void CInstantCamera::CInstantCameraImpl::CloseTeardown() noexcept {
         [this] { m_parameters.AccessModeParamsLocked->SetValue(0); }, static_cast<const void*>(&m_camera));
 }
 
-/// Also a callback of the node, under the lock of the parameters, which is not the camera lock where that is overridden.
+/// Also a callback of the node, under the lock of the parameters: another one than the camera lock while that is
+/// overridden.
 void CInstantCamera::CInstantCameraImpl::ResizeChunkPool() {
     m_chunks.ResizePool(m_parameters.StaticChunkNodeMapPoolSize->GetValue());
 }

@@ -51,8 +51,8 @@ public:
 
     /// Distance from one line to the next. @return false when lines do not begin at whole bytes.
     bool GetStride(std::size_t& strideBytes) const;
-    /// In bytes, by pixel type, size and padding. With chunk data these are what the camera has sent along: compare with
-    /// GetBufferSize() before pixels are touched.
+    /// In bytes, by pixel type, size and padding. With chunk data these are what the camera has sent along: compare
+    /// with GetBufferSize() before pixels are touched.
     /// @throws GenICam::InvalidArgumentException for PixelType_Undefined and for a type that this library does not
     /// know.
     std::size_t GetImageSize() const;

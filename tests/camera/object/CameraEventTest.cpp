@@ -56,6 +56,23 @@ protected:
     CGrabResultPtr m_result;
 };
 
+TEST_F(CameraEventTest, StormOfThemKeepsNobodyFromImagesStopsAndTheEndOfTheTime) {
+    for (const bool isEmpty : {false, true}) {
+        m_events.signalsOnly = isEmpty;
+        m_events.isEndless = true;
+        m_camera.StartGrabbing();
+        m_events.Put(7);
+        const auto begin = std::chrono::steady_clock::now();
+        EXPECT_FALSE(m_camera.RetrieveResult(100, m_result, TimeoutHandling_Return));
+        EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(10));
+        EXPECT_EQ(m_device.Grabber().Deliver(), 1U);
+        EXPECT_TRUE(m_camera.RetrieveResult(10000, m_result, TimeoutHandling_Return));
+        m_result.Release();
+        std::jthread stopping([this] { m_camera.StopGrabbing(); });
+        EXPECT_FALSE(m_camera.RetrieveResult(60000, m_result, TimeoutHandling_Return));
+    }
+}
+
 TEST_F(CameraEventTest, ReachTheHandlersOfTheirNodeOnTheThreadThatRetrieves) {
     Register(1);
     m_camera.StartGrabbing();

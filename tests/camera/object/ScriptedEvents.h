@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cstdint>
 #include <cstring>
 #include <deque>
@@ -36,10 +37,13 @@ public:
     bool IsOpen() const override { return isOpen; }
     bool RetrieveEvent(Zelmo::EventResult& result) override {
         const std::lock_guard lock(m_lock);
-        if (m_messages.empty()) {
+        if (m_messages.empty() || signalsOnly) {
             return false;
         }
         result = m_messages.front();
+        if (isEndless) {
+            return true;
+        }
         m_messages.pop_front();
         if (m_messages.empty()) {
             m_object.Reset();
@@ -57,6 +61,8 @@ public:
 
     bool isOpen = false;
     bool failsToOpen = false;
+    std::atomic<bool> isEndless{false};   ///< The first message comes again and again.
+    std::atomic<bool> signalsOnly{false}; ///< Nothing comes, whatever waits.
     GenApi::INodeMap* nodeMap = nullptr;
 
 private:
