@@ -44,9 +44,17 @@ void CNodeMapDeleter::operator()(GenApi::INodeMap* nodeMap) const {
     }
 }
 
-NodeMapPtr MakeCameraNodeMap(GenApi::IPort& port) {
-    static GenApi::CNodeMapFactory factory = MakeCameraFactory();
-    return MakeNodeMap(factory, port);
+GenApi::CNodeMapFactory SharedCameraFactory() {
+    static const GenApi::CNodeMapFactory kFactory = MakeCameraFactory();
+    return kFactory;
+}
+
+std::optional<GenApi::CNodeMapFactory> ExtractChunks(GenApi::CNodeMapFactory& camera) {
+    try {
+        return camera.ExtractSubtree("ChunkData", true);
+    } catch (const GenICam::InvalidArgumentException&) { // there is no such node
+        return {};
+    }
 }
 
 NodeMapPtr MakeStreamNodeMap(GenApi::IPort& port) {

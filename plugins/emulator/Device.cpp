@@ -2,6 +2,7 @@
 #include "Device.h"
 
 #include "Boundary.h"
+#include "ChunkParser.h"
 #include "DescriptionBinding.h"
 #include "PluginLog.h"
 #include "core/RegisterMap.h"
@@ -82,11 +83,13 @@ void CDevice::Connect(Zelmo::AccessModeSet modes) {
     m_watch.Start(); // first: the cable may be pulled as soon as it is in use
     m_camera.link.Admit({this, modes, &m_watch});
     m_port.Open(modes.test(Zelmo::Control) ? GenApi::RW : GenApi::RO);
-    NodeMapPtr nodeMap = MakeBoundNodeMap(m_info, m_port, m_camera.failingDownloads);
+    CBoundDescription bound = MakeBoundNodeMap(m_info, m_port, m_camera.failingDownloads);
+    std::optional<GenApi::CNodeMapFactory> chunks = ExtractChunks(bound.factory);
     if (m_camera.failingOpens.Take() != 0) { // last: an attempt that fails anyway does not count
         throw RUNTIME_EXCEPTION("Cannot open device '%s': ForceFailedOpen was executed.", m_info.GetFullName().c_str());
     }
-    m_nodeMap = std::move(nodeMap);
+    m_chunks = std::move(chunks);
+    m_nodeMap = std::move(bound.nodeMap);
 }
 
 void CDevice::Close() {
@@ -99,6 +102,7 @@ void CDevice::Close() {
         m_camera.camera.Stream().StopAcquisition();
     }
     m_nodeMap.reset();
+    m_chunks.reset();
     m_camera.link.Leave(*this);
     m_watch.Stop();
     m_modes.reset();
@@ -107,6 +111,25 @@ void CDevice::Close() {
 
 Zelmo::IStreamGrabber* CDevice::GetStreamGrabber(std::size_t index) {
     return index == 0 ? &m_grabber : nullptr;
+}
+
+bool CDevice::IsChunkNodeMapDescriptionAvailable() const {
+    return m_chunks && m_areChunkMapsOn;
+}
+
+Zelmo::String_t CDevice::GetChunkNodeMapDescription() const {
+    if (!IsChunkNodeMapDescriptionAvailable()) {
+        return {};
+    }
+    return AtBoundary("tell the description of chunks", [this] { return m_chunks->ToXml(); });
+}
+
+Zelmo::IChunkParser* CDevice::CreateChunkParser() {
+    if (!IsChunkNodeMapDescriptionAvailable()) {
+        return nullptr;
+    }
+    return AtBoundary("create a chunk parser",
+                      [this] { return new CChunkDataParser(NodeMapPtr(m_chunks->CreateNodeMap("ChunkData"))); });
 }
 
 Zelmo::DeviceCallbackHandle CDevice::RegisterRemovalCallback(Zelmo::DeviceRemovalCallback& callback) {
@@ -157,6 +180,8 @@ std::uint64_t CDevice::ConnectionValue(std::int64_t address) const {
         return m_camera.failedOpenCount;
     case 0x48:
         return m_camera.failedDownloadCount;
+    case 0x50:
+        return m_areChunkMapsOn ? 1 : 0;
     default:
         ThrowNoNumber(address);
     }
@@ -175,6 +200,9 @@ void CDevice::SetConnectionValue(std::int64_t address, std::uint64_t value) {
         break;
     case 0x48:
         m_camera.failedDownloadCount = CheckForcedFailures("ForceFailedDownloadCount", value);
+        break;
+    case 0x50:
+        m_areChunkMapsOn = value != 0;
         break;
     default:
         ThrowReadOnly(address);

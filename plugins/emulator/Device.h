@@ -10,7 +10,9 @@
 
 #include <zelmo/Device.h>
 
+#include <atomic>
 #include <cstdint>
+#include <optional>
 
 namespace CamEmu {
 
@@ -51,14 +53,15 @@ public:
     Zelmo::ITransportLayer* GetTransportLayer() const override { return &m_transportLayer; }
     Zelmo::IEventAdapter* CreateEventAdapter() override { return nullptr; }
     void DestroyEventAdapter(Zelmo::IEventAdapter*) override {}
-    Zelmo::IChunkParser* CreateChunkParser() override { return nullptr; }
-    void DestroyChunkParser(Zelmo::IChunkParser*) override {}
+    /// Null while the device is closed, and when no description for chunks is available.
+    Zelmo::IChunkParser* CreateChunkParser() override;
+    void DestroyChunkParser(Zelmo::IChunkParser*) override {} // they give themselves up
     Zelmo::DeviceCallbackHandle RegisterRemovalCallback(Zelmo::DeviceRemovalCallback& callback) override;
     void DeregisterRemovalCallback(Zelmo::DeviceCallbackHandle handle) override;
 
     void* GetNativeHandle() const override { return nullptr; }
-    Zelmo::String_t GetChunkNodeMapDescription() const override { return {}; }
-    bool IsChunkNodeMapDescriptionAvailable() const override { return false; }
+    Zelmo::String_t GetChunkNodeMapDescription() const override;
+    bool IsChunkNodeMapDescriptionAvailable() const override;
 
     void GetDescription(Zelmo::String_t& url, Zelmo::String_t& bytes) override;
 
@@ -75,7 +78,9 @@ private:
     bool m_isOpen = false;
     Zelmo::AccessModeSet m_modes;
     CRegisterPort m_port;
-    NodeMapPtr m_nodeMap; // while open
+    NodeMapPtr m_nodeMap;                                    // while open
+    mutable std::optional<GenApi::CNodeMapFactory> m_chunks; // while open: for parsers
+    std::atomic<bool> m_areChunkMapsOn = true;
     CNumberPort m_connectionPort;
     NodeMapPtr m_connectionMap; // always there
     CStreamGrabber m_grabber;

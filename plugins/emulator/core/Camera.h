@@ -11,6 +11,12 @@
 
 namespace CamEmu {
 
+/// What buffers are made for.
+struct CLockedFormat {
+    CImageFormat format;
+    std::size_t payloadSize = 0;
+};
+
 /// The simulated camera: a bank of registers with what writing them does, and a stream of images. Any number of front
 /// ends may read and write registers; one at a time may stream.
 /// Threads: any.
@@ -30,10 +36,11 @@ public:
     EAccessResult Write(std::uint64_t address, const void* bytes, std::size_t length);
 
     std::string Text(std::uint32_t address); ///< of one of the text registers
-    std::size_t PayloadSize();               ///< of one image under the present settings, in bytes
+    std::size_t PayloadSize();               ///< of one image under the present settings, with its chunks, in bytes
 
     /// Freezes all that decides the size and number of images, until UnlockFormat; the stream is started between them.
-    CImageFormat LockFormat();
+    /// With chunks the region may still become smaller, and move.
+    CLockedFormat LockFormat();
     void UnlockFormat();
 
     CFrameStream& Stream() { return m_stream; }
@@ -54,6 +61,8 @@ private:
     std::string TextAt(std::uint32_t address) const CAMEMU_REQUIRES(m_lock);
     void UpdateComputed() CAMEMU_REQUIRES(m_lock);
     CImageFormat Format() const CAMEMU_REQUIRES(m_lock);
+    CChunkSettings ChunkSettings() const CAMEMU_REQUIRES(m_lock);
+    CLocks Locks() const CAMEMU_REQUIRES(m_lock);
     CFrameSettings Settings() const CAMEMU_REQUIRES(m_lock);
     CTriggerSettings TriggerSettings() const CAMEMU_REQUIRES(m_lock);
     std::uint64_t FramesOfAcquisition() const CAMEMU_REQUIRES(m_lock);
@@ -67,6 +76,7 @@ private:
     CMutex m_lock;
     CRegisterBank m_bank CAMEMU_GUARDED_BY(m_lock);
     bool m_formatLocked CAMEMU_GUARDED_BY(m_lock) = false;
+    CImageFormat m_lockedFormat CAMEMU_GUARDED_BY(m_lock); // while m_formatLocked
     CFrameStream m_stream;
     CFaults m_faults;
 };

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "AcquisitionClock.h"
+#include "ChunkWriter.h"
 #include "ImageReplay.h"
 #include "Mutex.h"
 #include "PatternGenerator.h"
@@ -42,7 +43,9 @@ struct CFrame {
     EFrameStatus status = EFrameStatus::Cancelled;
     std::uint64_t blockId = 0;
     std::int64_t timestampNs = 0; ///< begin of the exposure, CLOCK_MONOTONIC
-    CImageFormat format;
+    CImageFormat format;          ///< of the stream, as it was started
+    bool hasChunks = false;       ///< then they tell the format of this frame
+    std::size_t payloadSize = 0;  ///< bytes that were filled; 0 unless complete
 };
 
 /// Takes the frames of a stream.
@@ -65,6 +68,8 @@ struct CFrameSettings {
     bool frameTriggered = false;          ///< then rateHz is no limit
     std::uint64_t linkBytesPerSecond = 0; ///< lowers the rate further; 0: no limit
     ETestImage testImage = ETestImage::Off;
+    CChunkSettings chunks;
+    CImageFormat region; ///< with chunks: what is read out, within the size for which the stream was started
 
     bool IsPaced() const { return rateLimited || linkBytesPerSecond != 0; }
     /// The lowest of all limits, for images of that size.
@@ -150,7 +155,12 @@ private:
     void EndAcquisition() CAMEMU_REQUIRES(m_lock);
     void CountFrames(std::uint64_t frames) CAMEMU_REQUIRES(m_lock);
     bool TakeBuffer(CFrame& frame) CAMEMU_REQUIRES(m_lock);
-    void Draw(CFrame& frame, const CFrameSettings& settings, const CImageReplay* images);
+    CChunkValues ChunkValues(const CFrame& frame) const CAMEMU_REQUIRES(m_lock);
+    void Draw(CFrame& frame, const CFrameSettings& settings, const CChunkValues& values, const CImageReplay* images);
+    void DrawImage(const CFrame& frame, const CImageFormat& format, const CFrameSettings& settings,
+                   const CImageReplay* images);
+    std::size_t SentBytes() const CAMEMU_REQUIRES(m_lock);
+    const CImageFormat& Region() const CAMEMU_REQUIRES(m_lock);
 
     mutable CMutex m_lock;
     std::condition_variable m_changed;
@@ -169,7 +179,8 @@ private:
     CStreamCounters m_counters CAMEMU_GUARDED_BY(m_lock);
     boost::circular_buffer<CFrameBuffer> m_queue CAMEMU_GUARDED_BY(m_lock);
     IFrameSink* m_sink CAMEMU_GUARDED_BY(m_lock) = nullptr; // set while the thread runs
-    CPatternGenerator m_generator;                          // the thread's while it runs
+    CPatternGenerator m_generator;                          // the thread's while it runs, as the next
+    CImageFormat m_drawnFormat;                             // of the generator
     std::thread m_thread;
 };
 
