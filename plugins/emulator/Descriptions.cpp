@@ -62,6 +62,11 @@ NodeMapPtr MakeStreamNodeMap(GenApi::IPort& port) {
     return MakeNodeMap(factory, port);
 }
 
+NodeMapPtr MakeEventNodeMap(GenApi::IPort& port) {
+    static GenApi::CNodeMapFactory factory = MakeFactory(kEventDescription);
+    return MakeNodeMap(factory, port);
+}
+
 NodeMapPtr MakeConnectionNodeMap(GenApi::IPort& port) {
     static GenApi::CNodeMapFactory factory = MakeFactory(kConnectionDescription);
     return MakeNodeMap(factory, port);

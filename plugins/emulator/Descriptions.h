@@ -10,9 +10,11 @@
 
 namespace CamEmu {
 
-/// The names of the descriptions: the camera's features, the stream grabber's parameters, those of the connection.
+/// The names of the descriptions: the camera's features, the parameters of stream and event grabber, those of the
+/// connection.
 inline constexpr std::string_view kCameraDescription = "CamEmu";
 inline constexpr std::string_view kStreamDescription = "CamEmuStream";
+inline constexpr std::string_view kEventDescription = "CamEmuEvents";
 inline constexpr std::string_view kConnectionDescription = "CamEmuConnection";
 
 /// The XML text of a description, as it was built in.
@@ -39,6 +41,7 @@ std::optional<GenApi::CNodeMapFactory> ExtractChunks(GenApi::CNodeMapFactory& ca
 /// the process.
 /// @throws GenICam::RuntimeException
 NodeMapPtr MakeStreamNodeMap(GenApi::IPort& port);
+NodeMapPtr MakeEventNodeMap(GenApi::IPort& port);
 NodeMapPtr MakeConnectionNodeMap(GenApi::IPort& port);
 
 } // namespace CamEmu

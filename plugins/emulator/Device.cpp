@@ -54,7 +54,7 @@ CDevice::CDevice(CPoolCamera& camera, Zelmo::ITransportLayer& transportLayer)
       m_connectionPort([this](std::int64_t address) { return ConnectionValue(address); },
                        [this](std::int64_t address, std::uint64_t value) { SetConnectionValue(address, value); }),
       m_connectionMap(MakeConnectionNodeMap(m_connectionPort)), m_grabber(camera, [this] { InvalidateLock(); }),
-      m_watch(*this, m_info.GetFullName().c_str(), camera.endedWatches) {}
+      m_eventGrabber(camera), m_watch(*this, m_info.GetFullName().c_str(), camera.endedWatches) {}
 
 CDevice::~CDevice() {
     Close();
@@ -77,6 +77,7 @@ void CDevice::Open(Zelmo::AccessModeSet modes) {
     m_modes = modes;
     m_isOpen = true;
     m_grabber.Permit(modes.test(Zelmo::Stream));
+    m_eventGrabber.Permit(modes.test(Zelmo::Event));
 }
 
 void CDevice::Connect(Zelmo::AccessModeSet modes) {
@@ -98,9 +99,12 @@ void CDevice::Close() {
     }
     m_grabber.Close();
     m_grabber.Permit(false);
+    m_eventGrabber.Close();
+    m_eventGrabber.Permit(false);
     if (HasControl()) {
         m_camera.camera.Stream().StopAcquisition();
     }
+    m_eventAdapters.clear();
     m_nodeMap.reset();
     m_chunks.reset();
     m_camera.link.Leave(*this);
@@ -130,6 +134,19 @@ Zelmo::IChunkParser* CDevice::CreateChunkParser() {
     }
     return AtBoundary("create a chunk parser",
                       [this] { return new CChunkDataParser(NodeMapPtr(m_chunks->CreateNodeMap("ChunkData"))); });
+}
+
+Zelmo::IEventAdapter* CDevice::CreateEventAdapter() {
+    if (!m_isOpen) {
+        return nullptr;
+    }
+    return AtBoundary("create an event adapter", [this] {
+        return m_eventAdapters.emplace_back(std::make_unique<CEventAdapter>(*m_nodeMap)).get();
+    });
+}
+
+void CDevice::DestroyEventAdapter(Zelmo::IEventAdapter* adapter) {
+    std::erase_if(m_eventAdapters, [adapter](const auto& own) { return own.get() == adapter; });
 }
 
 Zelmo::DeviceCallbackHandle CDevice::RegisterRemovalCallback(Zelmo::DeviceRemovalCallback& callback) {

@@ -45,7 +45,7 @@ void CCamera::Set(std::uint32_t address, T value) {
     std::memcpy(m_bank.Bytes(address), &value, sizeof value);
 }
 
-CCamera::CCamera(std::uint32_t number) : m_number(number), m_bank(Registers()), m_stream(number) {
+CCamera::CCamera(std::uint32_t number) : m_number(number), m_bank(Registers()), m_stream(number, &m_events) {
     SetText(Reg::kVendorName, "Harlix");
     SetText(Reg::kModelName, "Emulation");
     SetText(Reg::kManufacturerInfo, "Simulated camera, no hardware");
@@ -78,10 +78,11 @@ void CCamera::SetDefaults() {
     Set(Reg::kForceFailedBufferCount, std::uint32_t{1});
     Set(Reg::kForceFailedStartCount, std::uint32_t{1});
     Set(Reg::kBurstFrameCount, std::uint32_t{1});
+    Set(Reg::kSimulateEventsCount, std::uint32_t{1});
     for (const std::uint32_t address :
          {Reg::kForceFailedRetrievalDelay, Reg::kForceStall, Reg::kRemovalDelay, Reg::kRemovalDuration,
           Reg::kRemovalResets, Reg::kTriggerSelector, Reg::kLineSelector, Reg::kStatusSelector, Reg::kChunkModeActive,
-          Reg::kChunkSelector}) {
+          Reg::kChunkSelector, Reg::kEventSelector}) {
         Set(address, std::uint32_t{0});
     }
     std::fill(m_bank.Bytes(Reg::kTriggerMode), m_bank.Bytes(Reg::kBurstFrameCount), std::uint8_t{0});
@@ -99,6 +100,10 @@ void CCamera::SetDefaults() {
     m_stream.ForceFrameFailures(0);
     m_stream.Stall(false);
     m_faults.Clear();
+    for (std::uint32_t event = 0; event < kEvents; ++event) {
+        Set(Reg::kEventNotification + 4 * event, std::uint32_t{0});
+    }
+    ApplyNotifications();
     m_stream.Apply(settings);
     m_stream.ApplyTriggers(TriggerSettings());
     for (std::size_t line = 0; line < kLines; ++line) {
@@ -236,7 +241,7 @@ bool CCamera::IsValidGeometry(const CRegister& written, std::uint32_t value) con
 }
 
 void CCamera::TakeEffect(const CRegister& written) {
-    if (TakeFaultEffect(written) || TakeTriggerEffect(written)) {
+    if (TakeFaultEffect(written) || TakeTriggerEffect(written) || TakeEventEffect(written)) {
         return;
     }
     switch (written.address) {
@@ -301,6 +306,36 @@ bool CCamera::TakeTriggerEffect(const CRegister& written) {
     m_stream.Apply(Settings());
     m_stream.ApplyTriggers(TriggerSettings());
     return true;
+}
+
+// Answers whether the register is one of events, which stand between chunks and file name.
+bool CCamera::TakeEventEffect(const CRegister& written) {
+    if (written.address < Reg::kEventSelector || written.address >= Reg::kImageFilename) {
+        return false;
+    }
+    if (written.address == Reg::kSimulateEvents) {
+        SimulateEvents();
+    } else {
+        ApplyNotifications();
+    }
+    return true;
+}
+
+void CCamera::SimulateEvents() {
+    const auto kind = Get<EEvent>(Reg::kEventSelector);
+    const auto count = Get<std::uint32_t>(Reg::kSimulateEventsCount);
+    const std::int64_t nowNs = MonotonicNs();
+    for (std::uint32_t number = 0; number < count; ++number) {
+        m_events.Raise({kind, number, nowNs});
+    }
+}
+
+void CCamera::ApplyNotifications() {
+    std::uint32_t wanted = 0;
+    for (std::uint32_t event = 0; event < kEvents; ++event) {
+        wanted |= Get<std::uint32_t>(Reg::kEventNotification + 4 * event) << event;
+    }
+    m_events.SetNotifications(wanted);
 }
 
 // Files are read without the lock, which whoever lists cameras needs as well. The settings may be changed meanwhile.

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "EventSource.h"
 #include "Faults.h"
 #include "FrameStream.h"
 #include "Mutex.h"
@@ -44,6 +45,7 @@ public:
     void UnlockFormat();
 
     CFrameStream& Stream() { return m_stream; }
+    CEventSource& Events() { return m_events; }
     CFaults& Faults() { return m_faults; }
     CRemovalSettings RemovalSettings();
     void Reset(); ///< As writing DeviceReset; not while the format is locked.
@@ -56,6 +58,9 @@ private:
     void TakeEffect(const CRegister& written) CAMEMU_REQUIRES(m_lock);
     bool TakeFaultEffect(const CRegister& written) CAMEMU_REQUIRES(m_lock);
     bool TakeTriggerEffect(const CRegister& written) CAMEMU_REQUIRES(m_lock);
+    bool TakeEventEffect(const CRegister& written) CAMEMU_REQUIRES(m_lock);
+    void SimulateEvents() CAMEMU_REQUIRES(m_lock);
+    void ApplyNotifications() CAMEMU_REQUIRES(m_lock);
     void LookAtStream() CAMEMU_REQUIRES(m_lock);
     void StartAcquisition() CAMEMU_REQUIRES(m_lock);
     std::string TextAt(std::uint32_t address) const CAMEMU_REQUIRES(m_lock);
@@ -77,6 +82,7 @@ private:
     CRegisterBank m_bank CAMEMU_GUARDED_BY(m_lock);
     bool m_formatLocked CAMEMU_GUARDED_BY(m_lock) = false;
     CImageFormat m_lockedFormat CAMEMU_GUARDED_BY(m_lock); // while m_formatLocked
+    CEventSource m_events;
     CFrameStream m_stream;
     CFaults m_faults;
 };

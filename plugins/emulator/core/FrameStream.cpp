@@ -126,47 +126,70 @@ CAcquisitionStatus CFrameStream::Status() const {
 
 void CFrameStream::Stall(bool isStalled) {
     const CLockGuard lock(m_lock);
-    const bool wasHeld = IsHeld();
+    const CTriggerState before = TriggerState();
     m_stalled = isStalled;
-    GoOn(wasHeld);
+    GoOn(before);
 }
 
 void CFrameStream::ApplyTriggers(const CTriggerSettings& settings) {
     const CLockGuard lock(m_lock);
-    const bool wasHeld = IsHeld();
+    const CTriggerState before = TriggerState();
     m_triggers.Apply(settings);
-    GoOn(wasHeld);
+    GoOn(before);
 }
 
 void CFrameStream::FireSoftwareTrigger(ETrigger trigger) {
     const CLockGuard lock(m_lock);
-    const bool wasHeld = IsHeld();
+    const CTriggerState before = TriggerState();
     m_triggers.FireSoftware(trigger, MonotonicNs());
-    GoOn(wasHeld);
+    GoOn(before);
 }
 
 void CFrameStream::SetLine(std::size_t line, bool level) {
     const CLockGuard lock(m_lock);
-    const bool wasHeld = IsHeld();
+    const CTriggerState before = TriggerState();
     m_triggers.SetLine(line, level, MonotonicNs());
-    GoOn(wasHeld);
+    GoOn(before);
 }
 
 void CFrameStream::PulseLine(std::size_t line) {
     const CLockGuard lock(m_lock);
-    const bool wasHeld = IsHeld();
+    const CTriggerState before = TriggerState();
     const bool level = m_triggers.Level(line);
     m_triggers.SetLine(line, !level, MonotonicNs());
     m_triggers.SetLine(line, level, MonotonicNs());
-    GoOn(wasHeld);
+    GoOn(before);
 }
 
 // No frame was due while frames were held.
-void CFrameStream::GoOn(bool wasHeld) {
-    if (wasHeld && !IsHeld()) {
+void CFrameStream::GoOn(const CTriggerState& before) {
+    if (before.isHeld && !IsHeld()) {
         m_clock.Resume(MonotonicNs());
     }
+    if (m_events) {
+        RaiseTriggerEvents(before);
+    }
     m_changed.notify_all();
+}
+
+// The frame of a trigger begins with it, and is counted when it has been exposed.
+void CFrameStream::RaiseTriggerEvents(const CTriggerState& before) {
+    const std::uint64_t frame = m_sink ? m_counters.begun : 0;
+    if (m_triggers.IsExposing() && !before.isExposing) {
+        m_events->Raise({EEvent::FrameStart, frame, m_triggers.ExposedSinceNs()});
+    }
+    for (std::uint64_t missed = before.missedFrames; missed < m_triggers.MissedFrames(); ++missed) {
+        m_events->Raise({EEvent::FrameStartOvertrigger, frame, MonotonicNs()});
+    }
+}
+
+// Where nothing limits the rate, an exposure takes no time.
+void CFrameStream::RaiseFrameEvents(const CFrame& frame, bool wasTriggered) {
+    if (!wasTriggered) {
+        m_events->Raise({EEvent::FrameStart, frame.blockId, frame.timestampNs});
+    }
+    const std::int64_t exposureNs = m_settings.rateLimited ? std::llround(m_settings.exposureUs * 1000) : 0;
+    m_events->Raise({EEvent::ExposureEnd, frame.blockId, frame.timestampNs + exposureNs});
 }
 
 CImageReplayPtr CFrameStream::Images() const {
@@ -350,7 +373,11 @@ bool CFrameStream::TakeBuffer(CFrame& frame) {
         frame.timestampNs = m_clock.DueNs();
         m_clock.Advance();
     }
+    const bool wasTriggered = m_triggers.IsExposing();
     CountFrames(1);
+    if (m_events) {
+        RaiseFrameEvents(frame, wasTriggered);
+    }
     if (m_queue.empty()) {
         ++m_counters.lost;
         ++m_counters.underruns;

@@ -3,6 +3,7 @@
 
 #include "AcquisitionClock.h"
 #include "ChunkWriter.h"
+#include "EventSource.h"
 #include "ImageReplay.h"
 #include "Mutex.h"
 #include "PatternGenerator.h"
@@ -100,10 +101,12 @@ struct CAcquisitionStatus {
 /// Owns:    the stream thread, from Start to Stop.
 /// Borrows: the sink from Start to Stop, queued memory until it went to the sink.
 /// Threads: any; Start and Stop one at a time.
-/// Locks:   m_lock, a leaf; never held while drawing or calling the sink.
+/// Locks:   m_lock, around that of the events; never held while drawing or calling the sink.
 class CFrameStream {
 public:
-    explicit CFrameStream(std::uint32_t cameraNumber) : m_generator(cameraNumber) {}
+    /// @p events, which may be null, learns what happens.
+    explicit CFrameStream(std::uint32_t cameraNumber, CEventSource* events = nullptr)
+        : m_events(events), m_generator(cameraNumber) {}
     ~CFrameStream() { Stop(); }
     CFrameStream(const CFrameStream&) = delete;
     CFrameStream& operator=(const CFrameStream&) = delete;
@@ -151,7 +154,17 @@ private:
     bool WaitUntilDue() CAMEMU_REQUIRES(m_lock);
     bool WaitForReadout() CAMEMU_REQUIRES(m_lock);
     bool IsHeld() const CAMEMU_REQUIRES(m_lock) { return m_stalled || !m_triggers.MayFrameBegin(); }
-    void GoOn(bool wasHeld) CAMEMU_REQUIRES(m_lock);
+    /// What triggers change.
+    struct CTriggerState {
+        bool isHeld, isExposing;
+        std::uint64_t missedFrames;
+    };
+    CTriggerState TriggerState() const CAMEMU_REQUIRES(m_lock) {
+        return {IsHeld(), m_triggers.IsExposing(), m_triggers.MissedFrames()};
+    }
+    void GoOn(const CTriggerState& before) CAMEMU_REQUIRES(m_lock);
+    void RaiseTriggerEvents(const CTriggerState& before) CAMEMU_REQUIRES(m_lock);
+    void RaiseFrameEvents(const CFrame& frame, bool wasTriggered) CAMEMU_REQUIRES(m_lock);
     void EndAcquisition() CAMEMU_REQUIRES(m_lock);
     void CountFrames(std::uint64_t frames) CAMEMU_REQUIRES(m_lock);
     bool TakeBuffer(CFrame& frame) CAMEMU_REQUIRES(m_lock);
@@ -162,6 +175,7 @@ private:
     std::size_t SentBytes() const CAMEMU_REQUIRES(m_lock);
     const CImageFormat& Region() const CAMEMU_REQUIRES(m_lock);
 
+    CEventSource* const m_events;
     mutable CMutex m_lock;
     std::condition_variable m_changed;
     CFrameSettings m_settings CAMEMU_GUARDED_BY(m_lock);

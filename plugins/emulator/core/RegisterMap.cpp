@@ -51,6 +51,11 @@ constexpr CRegister Enable(EChunk chunk) {
             kWhileStreaming};
 }
 
+constexpr CRegister Notification(EEvent event) {
+    return {Reg::kEventNotification + static_cast<std::uint32_t>(event) * 4, 4, "EventNotification", kReadWrite,
+            kSwitch};
+}
+
 constexpr CRegister kRegisters[] = {
     {Reg::kVendorName, Reg::kTextLength, "DeviceVendorName"},
     {Reg::kModelName, Reg::kTextLength, "DeviceModelName"},
@@ -135,6 +140,14 @@ constexpr CRegister kRegisters[] = {
     Enable(EChunk::Stride),
     Enable(EChunk::LineStatusAll),
     Enable(EChunk::PayloadCrc16),
+    {Reg::kEventSelector, 4, "EventSelector", kReadWrite, Below(EEvent::Count_)},
+    {Reg::kSimulateEventsCount, 4, "SimulateEventsCount", kReadWrite, {1, kMaxSimulatedEvents}},
+    {Reg::kSimulateEvents, 4, "SimulateEvents", kWriteOnly, kCommand},
+    Notification(EEvent::ExposureEnd),
+    Notification(EEvent::FrameStart),
+    Notification(EEvent::FrameStartOvertrigger),
+    Notification(EEvent::CriticalTemperature),
+    Notification(EEvent::EventOverrun),
     {Reg::kImageFilename, Reg::kFileNameLength, "ImageFilename", kReadWrite},
 };
 
