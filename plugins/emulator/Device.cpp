@@ -174,8 +174,10 @@ void CDevice::GetDescription(Zelmo::String_t& url, Zelmo::String_t& bytes) {
 // callbacks on what it decides.
 void CDevice::InvalidateLock() noexcept {
     RunLogged(m_info.GetFullName().c_str(), "a node callback", [this] {
-        if (GenApi::INode* const node = m_nodeMap->GetNode("TLParamsLockedReg")) { // a site's description may lack it
-            node->InvalidateNode();
+        for (const char* name : {"TLParamsLockedReg", "RegionLocked", "MaxWidthReg", "MaxHeightReg"}) {
+            if (GenApi::INode* const node = m_nodeMap->GetNode(name)) { // a site's description may lack it
+                node->InvalidateNode();
+            }
         }
     });
 }

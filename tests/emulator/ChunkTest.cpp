@@ -186,6 +186,10 @@ TEST_F(ChunkTest, PayloadSizesAreExactForAllPixelFormatsAndSelectionsOfChunks) {
     Camera camera;
     GenApi::INodeMap& map = *camera.Device().GetNodeMap();
     camera.CountFrames(36, 3);
+    constexpr double kBytesPerSecond = 1e6;
+    camera.Set("DeviceLinkThroughputLimitMode", "On");
+    camera.Set("DeviceLinkThroughputLimit", "1000000");
+    const auto rate = camera.Get<GenApi::CFloatPtr>("ResultingFrameRate");
     GenApi::NodeList_t formats;
     camera.Get<GenApi::CEnumerationPtr>("PixelFormat")->GetEntries(formats);
     ASSERT_EQ(formats.size(), 17u);
@@ -195,9 +199,11 @@ TEST_F(ChunkTest, PayloadSizesAreExactForAllPixelFormatsAndSelectionsOfChunks) {
         camera.Set("PixelFormat", name);
         SetIn(map, "ChunkModeActive", "0");
         const std::int64_t plain = camera.Int("PayloadSize")->GetValue();
+        EXPECT_DOUBLE_EQ(rate->GetValue(), kBytesPerSecond / static_cast<double>(plain));
         const std::string chunk = kAll[which++ % kAll.size()];
         EnableChunks(map, {chunk, "PixelFormat"});
         const std::int64_t size = camera.Int("PayloadSize")->GetValue(); // out of the cache, were it not invalidated
+        EXPECT_DOUBLE_EQ(rate->GetValue(), kBytesPerSecond / static_cast<double>(size));
         {
             Session session(camera, 1);
             const GrabResult result = Grab(camera, session);
