@@ -49,14 +49,6 @@ GenApi::CNodeMapFactory SharedCameraFactory() {
     return kFactory;
 }
 
-std::optional<GenApi::CNodeMapFactory> ExtractChunks(GenApi::CNodeMapFactory& camera) {
-    try {
-        return camera.ExtractSubtree("ChunkData", true);
-    } catch (const GenICam::InvalidArgumentException&) { // there is no such node
-        return {};
-    }
-}
-
 NodeMapPtr MakeStreamNodeMap(GenApi::IPort& port) {
     static GenApi::CNodeMapFactory factory = MakeFactory(kStreamDescription);
     return MakeNodeMap(factory, port);

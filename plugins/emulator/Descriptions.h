@@ -5,7 +5,6 @@
 #include <GenApi/NodeMapFactory.h>
 
 #include <memory>
-#include <optional>
 #include <string_view>
 
 namespace CamEmu {
@@ -32,10 +31,6 @@ NodeMapPtr MakeNodeMap(GenApi::CNodeMapFactory& factory, GenApi::IPort& port);
 /// The camera's own description. The shared one is parsed once in the process; nothing can be added to it.
 GenApi::CNodeMapFactory MakeCameraFactory();
 GenApi::CNodeMapFactory SharedCameraFactory();
-
-/// The chunks' part of a description of the camera, from which their parsers make node maps; nothing when the
-/// description has no chunks.
-std::optional<GenApi::CNodeMapFactory> ExtractChunks(GenApi::CNodeMapFactory& camera);
 
 /// A node map of its own over the description, connected to @p port, which must outlive it. The text is parsed once in
 /// the process.

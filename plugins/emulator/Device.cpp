@@ -16,6 +16,8 @@ namespace CamEmu {
 
 namespace {
 
+constexpr const char* kChunkCategory = "ChunkData";
+
 std::uint32_t CheckForcedFailures(const char* parameter, std::uint64_t value) {
     if (value < 1 || value > kMaxForcedFailures) {
         throw OUT_OF_RANGE_EXCEPTION("Cannot set %s to %llu: it goes from 1 to %u.", parameter,
@@ -85,11 +87,10 @@ void CDevice::Connect(Zelmo::AccessModeSet modes) {
     m_camera.link.Admit({this, modes, &m_watch});
     m_port.Open(modes.test(Zelmo::Control) ? GenApi::RW : GenApi::RO);
     CBoundDescription bound = MakeBoundNodeMap(m_info, m_port, m_camera.failingDownloads);
-    std::optional<GenApi::CNodeMapFactory> chunks = ExtractChunks(bound.factory);
     if (m_camera.failingOpens.Take() != 0) { // last: an attempt that fails anyway does not count
         throw RUNTIME_EXCEPTION("Cannot open device '%s': ForceFailedOpen was executed.", m_info.GetFullName().c_str());
     }
-    m_chunks = std::move(chunks);
+    m_description = std::move(bound.factory);
     m_nodeMap = std::move(bound.nodeMap);
 }
 
@@ -107,6 +108,7 @@ void CDevice::Close() {
     m_eventAdapters.clear();
     m_nodeMap.reset();
     m_chunks.reset();
+    m_description.reset();
     m_camera.link.Leave(*this);
     m_watch.Stop();
     m_modes.reset();
@@ -118,14 +120,22 @@ Zelmo::IStreamGrabber* CDevice::GetStreamGrabber(std::size_t index) {
 }
 
 bool CDevice::IsChunkNodeMapDescriptionAvailable() const {
-    return m_chunks && m_areChunkMapsOn;
+    return m_isOpen && m_areChunkMapsOn && m_nodeMap->GetNode(kChunkCategory) != nullptr;
+}
+
+// Not made until it is needed: most grabs are without chunks.
+GenApi::CNodeMapFactory& CDevice::ChunkFactory() const {
+    if (!m_chunks) {
+        m_chunks = GenApi::CNodeMapFactory(*m_description).ExtractSubtree(kChunkCategory, true);
+    }
+    return *m_chunks;
 }
 
 Zelmo::String_t CDevice::GetChunkNodeMapDescription() const {
     if (!IsChunkNodeMapDescriptionAvailable()) {
         return {};
     }
-    return AtBoundary("tell the description of chunks", [this] { return m_chunks->ToXml(); });
+    return AtBoundary("tell the description of chunks", [this] { return ChunkFactory().ToXml(); });
 }
 
 Zelmo::IChunkParser* CDevice::CreateChunkParser() {
@@ -133,7 +143,7 @@ Zelmo::IChunkParser* CDevice::CreateChunkParser() {
         return nullptr;
     }
     return AtBoundary("create a chunk parser",
-                      [this] { return new CChunkDataParser(NodeMapPtr(m_chunks->CreateNodeMap("ChunkData"))); });
+                      [this] { return new CChunkDataParser(NodeMapPtr(ChunkFactory().CreateNodeMap("ChunkData"))); });
 }
 
 Zelmo::IEventAdapter* CDevice::CreateEventAdapter() {

@@ -71,6 +71,7 @@ public:
 
 private:
     void Connect(Zelmo::AccessModeSet modes);
+    GenApi::CNodeMapFactory& ChunkFactory() const;
     bool HasControl() const { return m_modes.test(Zelmo::Control); }
     void InvalidateLock() noexcept;
     std::uint64_t ConnectionValue(std::int64_t address) const;
@@ -83,7 +84,8 @@ private:
     Zelmo::AccessModeSet m_modes;
     CRegisterPort m_port;
     NodeMapPtr m_nodeMap;                                    // while open
-    mutable std::optional<GenApi::CNodeMapFactory> m_chunks; // while open: for parsers
+    std::optional<GenApi::CNodeMapFactory> m_description;    // while open: what the node map was made of
+    mutable std::optional<GenApi::CNodeMapFactory> m_chunks; // its part for parsers, once one was asked for
     std::atomic<bool> m_areChunkMapsOn = true;
     CNumberPort m_connectionPort;
     NodeMapPtr m_connectionMap; // always there
