@@ -25,7 +25,7 @@ struct CPoolCamera {
     CEndedThreads endedWatches; ///< of device objects that were closed in a removal callback
 };
 
-inline constexpr std::size_t kMaxCameras = 256;
+inline constexpr std::size_t kMaxCameras = 1000;
 
 /// How many cameras the environment variable ZELMO_CAMEMU asks for; 0 when it is unset. What is no number up to
 /// maxCameras counts as 0 and is logged as an error.

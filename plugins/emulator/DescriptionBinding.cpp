@@ -6,7 +6,9 @@
 #include <zelmo/BindingReport.h>
 #include <zelmo/ConfigFileRegistry.h>
 
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace CamEmu {
@@ -19,8 +21,13 @@ using CBinding = Zelmo::CConfigFileRegistry::CBinding;
     throw RUNTIME_EXCEPTION("Cannot open device '%s': %s", device.GetFullName().c_str(), cause.c_str());
 }
 
-// The node map with the additional files, which are read anew each time: they are a site's, and few.
-NodeMapPtr MakeMergedNodeMap(GenApi::CNodeMapFactory factory, const CBinding& binding, GenApi::IPort& port) {
+CBoundDescription Bind(GenApi::CNodeMapFactory factory, GenApi::IPort& port) {
+    NodeMapPtr nodeMap = MakeNodeMap(factory, port);
+    return {std::move(factory), std::move(nodeMap)};
+}
+
+// With the additional files, which are read anew each time: they are a site's, and few.
+CBoundDescription BindMerged(GenApi::CNodeMapFactory factory, const CBinding& binding, GenApi::IPort& port) {
     std::vector<GenApi::CNodeMapFactory> injections;
     for (const Zelmo::String_t& file : binding.AdditionalFiles) {
         if (!file.empty()) {
@@ -28,26 +35,27 @@ NodeMapPtr MakeMergedNodeMap(GenApi::CNodeMapFactory factory, const CBinding& bi
             factory.AddInjectionData(injections.back());
         }
     }
-    return MakeNodeMap(factory, port);
+    return Bind(std::move(factory), port);
 }
 
-NodeMapPtr MakeFromDevice(const CBinding& binding, GenApi::IPort& port, CCountdown& failingDownloads) {
+CBoundDescription BindFromDevice(const CBinding& binding, GenApi::IPort& port, CCountdown& failingDownloads) {
     if (failingDownloads.Take() != 0) {
         throw RUNTIME_EXCEPTION("ForceFailedDownload was executed.");
     }
-    return binding.HasAdditionalFiles ? MakeMergedNodeMap(MakeCameraFactory(), binding, port) : MakeCameraNodeMap(port);
+    return binding.HasAdditionalFiles ? BindMerged(MakeCameraFactory(), binding, port)
+                                      : Bind(SharedCameraFactory(), port);
 }
 
-// Null when it fails; then the text of the failure is added to the causes.
+// Nothing when it fails; then the text of the failure is added to the causes.
 template <class Make>
-NodeMapPtr TryMake(const std::string& source, std::string& causes, Make make) {
+std::optional<CBoundDescription> TryMake(const std::string& source, std::string& causes, Make make) {
     try {
         return make();
     } catch (const GenICam::BadAllocException&) {
         throw; // says nothing about the description
     } catch (const GenICam::GenericException& e) {
         causes += (causes.empty() ? "" : " ") + source + ": " + e.GetDescription();
-        return nullptr;
+        return {};
     }
 }
 
@@ -65,7 +73,8 @@ CBinding FindBinding(const Zelmo::CDeviceInfo& device) {
 
 } // namespace
 
-NodeMapPtr MakeBoundNodeMap(const Zelmo::CDeviceInfo& device, GenApi::IPort& port, CCountdown& failingDownloads) {
+CBoundDescription MakeBoundNodeMap(const Zelmo::CDeviceInfo& device, GenApi::IPort& port,
+                                   CCountdown& failingDownloads) {
     const CBinding binding = FindBinding(device);
     if (!binding.Download && !binding.HasFile) {
         const Zelmo::CBindingReport report = Zelmo::ExplainBinding(device);
@@ -73,20 +82,20 @@ NodeMapPtr MakeBoundNodeMap(const Zelmo::CDeviceInfo& device, GenApi::IPort& por
                          " forbids the download of its description and names no file.");
     }
     std::string causes;
-    NodeMapPtr nodeMap;
+    std::optional<CBoundDescription> made;
     if (binding.Download) {
-        nodeMap = TryMake("Its own description cannot be used", causes,
-                          [&] { return MakeFromDevice(binding, port, failingDownloads); });
+        made = TryMake("Its own description cannot be used", causes,
+                       [&] { return BindFromDevice(binding, port, failingDownloads); });
     }
-    if (!nodeMap && binding.HasFile) {
-        nodeMap = TryMake("The description file '" + binding.File.str() + "' cannot be used", causes, [&] {
-            return MakeMergedNodeMap(GenApi::CNodeMapFactory(GenApi::ContentType_Xml, binding.File), binding, port);
+    if (!made && binding.HasFile) {
+        made = TryMake("The description file '" + binding.File.str() + "' cannot be used", causes, [&] {
+            return BindMerged(GenApi::CNodeMapFactory(GenApi::ContentType_Xml, binding.File), binding, port);
         });
     }
-    if (!nodeMap) {
+    if (!made) {
         Fail(device, causes);
     }
-    return nodeMap;
+    return std::move(*made);
 }
 
 } // namespace CamEmu

@@ -44,13 +44,18 @@ void CNodeMapDeleter::operator()(GenApi::INodeMap* nodeMap) const {
     }
 }
 
-NodeMapPtr MakeCameraNodeMap(GenApi::IPort& port) {
-    static GenApi::CNodeMapFactory factory = MakeCameraFactory();
-    return MakeNodeMap(factory, port);
+GenApi::CNodeMapFactory SharedCameraFactory() {
+    static const GenApi::CNodeMapFactory kFactory = MakeCameraFactory();
+    return kFactory;
 }
 
 NodeMapPtr MakeStreamNodeMap(GenApi::IPort& port) {
     static GenApi::CNodeMapFactory factory = MakeFactory(kStreamDescription);
+    return MakeNodeMap(factory, port);
+}
+
+NodeMapPtr MakeEventNodeMap(GenApi::IPort& port) {
+    static GenApi::CNodeMapFactory factory = MakeFactory(kEventDescription);
     return MakeNodeMap(factory, port);
 }
 

@@ -9,9 +9,11 @@
 
 namespace CamEmu {
 
-/// The names of the descriptions: the camera's features, the stream grabber's parameters, those of the connection.
+/// The names of the descriptions: the camera's features, the parameters of stream and event grabber, those of the
+/// connection.
 inline constexpr std::string_view kCameraDescription = "CamEmu";
 inline constexpr std::string_view kStreamDescription = "CamEmuStream";
+inline constexpr std::string_view kEventDescription = "CamEmuEvents";
 inline constexpr std::string_view kConnectionDescription = "CamEmuConnection";
 
 /// The XML text of a description, as it was built in.
@@ -26,14 +28,15 @@ using NodeMapPtr = std::unique_ptr<GenApi::INodeMap, CNodeMapDeleter>;
 /// @throws GenICam::RuntimeException
 NodeMapPtr MakeNodeMap(GenApi::CNodeMapFactory& factory, GenApi::IPort& port);
 
-/// For node maps of the camera with something added.
+/// The camera's own description. The shared one is parsed once in the process; nothing can be added to it.
 GenApi::CNodeMapFactory MakeCameraFactory();
+GenApi::CNodeMapFactory SharedCameraFactory();
 
 /// A node map of its own over the description, connected to @p port, which must outlive it. The text is parsed once in
 /// the process.
 /// @throws GenICam::RuntimeException
-NodeMapPtr MakeCameraNodeMap(GenApi::IPort& port);
 NodeMapPtr MakeStreamNodeMap(GenApi::IPort& port);
+NodeMapPtr MakeEventNodeMap(GenApi::IPort& port);
 NodeMapPtr MakeConnectionNodeMap(GenApi::IPort& port);
 
 } // namespace CamEmu

@@ -2,6 +2,7 @@
 #include "Device.h"
 
 #include "Boundary.h"
+#include "ChunkParser.h"
 #include "DescriptionBinding.h"
 #include "PluginLog.h"
 #include "core/RegisterMap.h"
@@ -14,6 +15,8 @@
 namespace CamEmu {
 
 namespace {
+
+constexpr const char* kChunkCategory = "ChunkData";
 
 std::uint32_t CheckForcedFailures(const char* parameter, std::uint64_t value) {
     if (value < 1 || value > kMaxForcedFailures) {
@@ -53,7 +56,7 @@ CDevice::CDevice(CPoolCamera& camera, Zelmo::ITransportLayer& transportLayer)
       m_connectionPort([this](std::int64_t address) { return ConnectionValue(address); },
                        [this](std::int64_t address, std::uint64_t value) { SetConnectionValue(address, value); }),
       m_connectionMap(MakeConnectionNodeMap(m_connectionPort)), m_grabber(camera, [this] { InvalidateLock(); }),
-      m_watch(*this, m_info.GetFullName().c_str(), camera.endedWatches) {}
+      m_eventGrabber(camera), m_watch(*this, m_info.GetFullName().c_str(), camera.endedWatches) {}
 
 CDevice::~CDevice() {
     Close();
@@ -76,17 +79,19 @@ void CDevice::Open(Zelmo::AccessModeSet modes) {
     m_modes = modes;
     m_isOpen = true;
     m_grabber.Permit(modes.test(Zelmo::Stream));
+    m_eventGrabber.Permit(modes.test(Zelmo::Event));
 }
 
 void CDevice::Connect(Zelmo::AccessModeSet modes) {
     m_watch.Start(); // first: the cable may be pulled as soon as it is in use
     m_camera.link.Admit({this, modes, &m_watch});
     m_port.Open(modes.test(Zelmo::Control) ? GenApi::RW : GenApi::RO);
-    NodeMapPtr nodeMap = MakeBoundNodeMap(m_info, m_port, m_camera.failingDownloads);
+    CBoundDescription bound = MakeBoundNodeMap(m_info, m_port, m_camera.failingDownloads);
     if (m_camera.failingOpens.Take() != 0) { // last: an attempt that fails anyway does not count
         throw RUNTIME_EXCEPTION("Cannot open device '%s': ForceFailedOpen was executed.", m_info.GetFullName().c_str());
     }
-    m_nodeMap = std::move(nodeMap);
+    m_description = std::move(bound.factory);
+    m_nodeMap = std::move(bound.nodeMap);
 }
 
 void CDevice::Close() {
@@ -95,10 +100,15 @@ void CDevice::Close() {
     }
     m_grabber.Close();
     m_grabber.Permit(false);
+    m_eventGrabber.Close();
+    m_eventGrabber.Permit(false);
     if (HasControl()) {
         m_camera.camera.Stream().StopAcquisition();
     }
+    m_eventAdapters.clear();
     m_nodeMap.reset();
+    m_chunks.reset();
+    m_description.reset();
     m_camera.link.Leave(*this);
     m_watch.Stop();
     m_modes.reset();
@@ -107,6 +117,46 @@ void CDevice::Close() {
 
 Zelmo::IStreamGrabber* CDevice::GetStreamGrabber(std::size_t index) {
     return index == 0 ? &m_grabber : nullptr;
+}
+
+bool CDevice::IsChunkNodeMapDescriptionAvailable() const {
+    return m_isOpen && m_areChunkMapsOn && m_nodeMap->GetNode(kChunkCategory) != nullptr;
+}
+
+// Not made until it is needed: most grabs are without chunks.
+GenApi::CNodeMapFactory& CDevice::ChunkFactory() const {
+    if (!m_chunks) {
+        m_chunks = GenApi::CNodeMapFactory(*m_description).ExtractSubtree(kChunkCategory, true);
+    }
+    return *m_chunks;
+}
+
+Zelmo::String_t CDevice::GetChunkNodeMapDescription() const {
+    if (!IsChunkNodeMapDescriptionAvailable()) {
+        return {};
+    }
+    return AtBoundary("tell the description of chunks", [this] { return ChunkFactory().ToXml(); });
+}
+
+Zelmo::IChunkParser* CDevice::CreateChunkParser() {
+    if (!IsChunkNodeMapDescriptionAvailable()) {
+        return nullptr;
+    }
+    return AtBoundary("create a chunk parser",
+                      [this] { return new CChunkDataParser(NodeMapPtr(ChunkFactory().CreateNodeMap("ChunkData"))); });
+}
+
+Zelmo::IEventAdapter* CDevice::CreateEventAdapter() {
+    if (!m_isOpen) {
+        return nullptr;
+    }
+    return AtBoundary("create an event adapter", [this] {
+        return m_eventAdapters.emplace_back(std::make_unique<CEventAdapter>(*m_nodeMap)).get();
+    });
+}
+
+void CDevice::DestroyEventAdapter(Zelmo::IEventAdapter* adapter) {
+    std::erase_if(m_eventAdapters, [adapter](const auto& own) { return own.get() == adapter; });
 }
 
 Zelmo::DeviceCallbackHandle CDevice::RegisterRemovalCallback(Zelmo::DeviceRemovalCallback& callback) {
@@ -134,8 +184,10 @@ void CDevice::GetDescription(Zelmo::String_t& url, Zelmo::String_t& bytes) {
 // callbacks on what it decides.
 void CDevice::InvalidateLock() noexcept {
     RunLogged(m_info.GetFullName().c_str(), "a node callback", [this] {
-        if (GenApi::INode* const node = m_nodeMap->GetNode("TLParamsLockedReg")) { // a site's description may lack it
-            node->InvalidateNode();
+        for (const char* name : {"TLParamsLockedReg", "RegionLocked", "MaxWidthReg", "MaxHeightReg"}) {
+            if (GenApi::INode* const node = m_nodeMap->GetNode(name)) { // a site's description may lack it
+                node->InvalidateNode();
+            }
         }
     });
 }
@@ -157,6 +209,8 @@ std::uint64_t CDevice::ConnectionValue(std::int64_t address) const {
         return m_camera.failedOpenCount;
     case 0x48:
         return m_camera.failedDownloadCount;
+    case 0x50:
+        return m_areChunkMapsOn ? 1 : 0;
     default:
         ThrowNoNumber(address);
     }
@@ -175,6 +229,9 @@ void CDevice::SetConnectionValue(std::int64_t address, std::uint64_t value) {
         break;
     case 0x48:
         m_camera.failedDownloadCount = CheckForcedFailures("ForceFailedDownloadCount", value);
+        break;
+    case 0x50:
+        m_areChunkMapsOn = value != 0;
         break;
     default:
         ThrowReadOnly(address);

@@ -3,6 +3,8 @@
 
 #include "CameraPool.h"
 #include "Descriptions.h"
+#include "EventAdapter.h"
+#include "EventGrabber.h"
 #include "NumberPort.h"
 #include "RegisterPort.h"
 #include "RemovalWatch.h"
@@ -10,7 +12,11 @@
 
 #include <zelmo/Device.h>
 
+#include <atomic>
 #include <cstdint>
+#include <memory>
+#include <optional>
+#include <vector>
 
 namespace CamEmu {
 
@@ -23,7 +29,7 @@ Zelmo::CDeviceInfo DescribeCamera(CCamera& camera);
 /// One application's handle on an emulated camera. Opened for Control it owns the camera's registers: a second such
 /// opening is refused, in the whole process; without Control they can be read only. Closing what has control stops the
 /// acquisition.
-/// Owns:    the node maps with their ports, the stream grabber, the watch for removals.
+/// Owns:    the node maps with their ports, the grabbers, the event adapters, the watch for removals.
 /// Borrows: the pool camera, which outlives everything.
 /// Threads: one at a time, but for the removal callbacks, IsRemoved and what is read through node maps: any.
 class CDevice final : public Zelmo::IZelmoDevice, public Zelmo::IZelmoDevicePrivate, public Zelmo::IDescriptionSource {
@@ -44,26 +50,28 @@ public:
     const Zelmo::CDeviceInfo& GetDeviceInfo() const override { return m_info; }
     std::size_t GetNumStreamGrabbers() const override { return 1; }
     Zelmo::IStreamGrabber* GetStreamGrabber(std::size_t index) override;
-    Zelmo::IEventGrabber* GetEventGrabber() override { return nullptr; }
+    Zelmo::IEventGrabber* GetEventGrabber() override { return &m_eventGrabber; }
     GenApi::INodeMap* GetNodeMap() override { return m_nodeMap.get(); }
     GenApi::INodeMap* GetTLNodeMap() override { return m_connectionMap.get(); }
     bool IsRemoved() const override { return m_watch.IsLost(); }
     Zelmo::ITransportLayer* GetTransportLayer() const override { return &m_transportLayer; }
-    Zelmo::IEventAdapter* CreateEventAdapter() override { return nullptr; }
-    void DestroyEventAdapter(Zelmo::IEventAdapter*) override {}
-    Zelmo::IChunkParser* CreateChunkParser() override { return nullptr; }
-    void DestroyChunkParser(Zelmo::IChunkParser*) override {}
+    Zelmo::IEventAdapter* CreateEventAdapter() override; ///< Null while the device is closed.
+    void DestroyEventAdapter(Zelmo::IEventAdapter* adapter) override;
+    /// Null while the device is closed, and when no description for chunks is available.
+    Zelmo::IChunkParser* CreateChunkParser() override;
+    void DestroyChunkParser(Zelmo::IChunkParser*) override {} // they give themselves up
     Zelmo::DeviceCallbackHandle RegisterRemovalCallback(Zelmo::DeviceRemovalCallback& callback) override;
     void DeregisterRemovalCallback(Zelmo::DeviceCallbackHandle handle) override;
 
     void* GetNativeHandle() const override { return nullptr; }
-    Zelmo::String_t GetChunkNodeMapDescription() const override { return {}; }
-    bool IsChunkNodeMapDescriptionAvailable() const override { return false; }
+    Zelmo::String_t GetChunkNodeMapDescription() const override;
+    bool IsChunkNodeMapDescriptionAvailable() const override;
 
     void GetDescription(Zelmo::String_t& url, Zelmo::String_t& bytes) override;
 
 private:
     void Connect(Zelmo::AccessModeSet modes);
+    GenApi::CNodeMapFactory& ChunkFactory() const;
     bool HasControl() const { return m_modes.test(Zelmo::Control); }
     void InvalidateLock() noexcept;
     std::uint64_t ConnectionValue(std::int64_t address) const;
@@ -75,10 +83,15 @@ private:
     bool m_isOpen = false;
     Zelmo::AccessModeSet m_modes;
     CRegisterPort m_port;
-    NodeMapPtr m_nodeMap; // while open
+    NodeMapPtr m_nodeMap;                                    // while open
+    std::optional<GenApi::CNodeMapFactory> m_description;    // while open: what the node map was made of
+    mutable std::optional<GenApi::CNodeMapFactory> m_chunks; // its part for parsers, once one was asked for
+    std::atomic<bool> m_areChunkMapsOn = true;
     CNumberPort m_connectionPort;
     NodeMapPtr m_connectionMap; // always there
     CStreamGrabber m_grabber;
+    CEventGrabber m_eventGrabber;
+    std::vector<std::unique_ptr<CEventAdapter>> m_eventAdapters; // while open
     CRemovalWatch m_watch;
 };
 

@@ -15,7 +15,7 @@ namespace {
 
 void FillImage(const CFrame& frame, Zelmo::GrabResult& result) {
     const CImageFormat& format = frame.format;
-    result.payloadType = Zelmo::PayloadType_Image;
+    result.payloadType = frame.hasChunks ? Zelmo::PayloadType_ChunkData : Zelmo::PayloadType_Image;
     result.pixelType = static_cast<Zelmo::EPixelType>(format.pixels->code);
     result.timeStamp = static_cast<std::uint64_t>(frame.timestampNs);
     result.sizeX = static_cast<std::int32_t>(format.width);
@@ -31,7 +31,7 @@ void FillStatus(const CFrame& frame, Zelmo::GrabResult& result) {
     switch (frame.status) {
     case EFrameStatus::Complete:
         result.status = Zelmo::GrabStatus_Grabbed;
-        result.payloadSize = static_cast<std::int64_t>(frame.format.PayloadSize());
+        result.payloadSize = static_cast<std::int64_t>(frame.payloadSize);
         break;
     case EFrameStatus::TooSmall:
     case EFrameStatus::Forced:
@@ -141,16 +141,16 @@ void CStreamGrabber::PrepareGrab() {
         throw LOGICAL_ERROR_EXCEPTION("Cannot prepare the grab: the stream grabber is closed, or prepared already.");
     }
     RequireReachable("prepare the grab");
-    const CImageFormat format = m_camera.camera.LockFormat();
-    if (promised < format.PayloadSize()) {
+    const CLockedFormat locked = m_camera.camera.LockFormat();
+    if (promised < locked.payloadSize) {
         m_camera.camera.UnlockFormat();
         m_lockChanged();
         throw RUNTIME_EXCEPTION("Cannot prepare the grab: MaxBufferSize is %zu bytes, an image takes %zu.", promised,
-                                format.PayloadSize());
+                                locked.payloadSize);
     }
     {
         const CLockGuard lock(m_lock);
-        m_format = format;
+        m_locked = locked;
         m_maxBufferSize = promised;
         m_maxBuffers = maxBuffers;
         m_state = EState::Prepared;
@@ -170,7 +170,7 @@ void CStreamGrabber::StartStreaming() {
         if (m_state != EState::Prepared) {
             throw LOGICAL_ERROR_EXCEPTION("Cannot start streaming: PrepareGrab was not called, or streaming goes on.");
         }
-        format = m_format;
+        format = m_locked.format;
     }
     if (m_camera.camera.Faults().FailsStart()) {
         throw RUNTIME_EXCEPTION("Cannot start streaming: ForceFailedStart was executed on camera %s.",

@@ -84,7 +84,7 @@ private:
 
     mutable CMutex m_lock;
     EState m_state CAMEMU_GUARDED_BY(m_lock) = EState::Closed;
-    CImageFormat m_format CAMEMU_GUARDED_BY(m_lock); // from PrepareGrab to FinishGrab, like the next two
+    CLockedFormat m_locked CAMEMU_GUARDED_BY(m_lock); // from PrepareGrab to FinishGrab, like the next two
     std::size_t m_maxBufferSize CAMEMU_GUARDED_BY(m_lock) = 0;
     std::size_t m_maxBuffers CAMEMU_GUARDED_BY(m_lock) = 0;
     std::size_t m_away CAMEMU_GUARDED_BY(m_lock) = 0;     // buffers that are queued, or ready and not retrieved

@@ -88,6 +88,8 @@ TEST_F(SiteRulesTest, CustomFileOfEqualPriorityOverridesTheStandardRule) {
     bound->Open(ForStreaming());
     EXPECT_EQ(Value(bound, "SiteWidth"), 1024);
     EXPECT_FALSE(Has(bound, "Width"));
+    EXPECT_FALSE(dynamic_cast<Zelmo::IZelmoDevicePrivate&>(*bound).IsChunkNodeMapDescriptionAvailable());
+    EXPECT_EQ(bound->CreateChunkParser(), nullptr) << "the file has no chunks";
     other->Open(ForStreaming());
     EXPECT_TRUE(Has(other, "Width"));
 
@@ -178,6 +180,25 @@ TEST_F(SiteRulesTest, AdditionalFilesAddNodesToEitherDescription) {
     FailDownloads(device);
     device->Open(ForStreaming());
     EXPECT_TRUE(Has(device, "SiteWidth") && Has(device, "AddedOne") && Has(device, "AddedTwo"));
+}
+
+TEST_F(SiteRulesTest, ChunksAreReadByTheDescriptionThatIsInForce) {
+    Library library("1");
+    WriteDescription("Site.xml", "SiteWidth");
+    std::string chunks = Description("SiteChunk");
+    chunks.replace(chunks.find("\"Root\""), 6, "\"ChunkData\"");
+    Write(m_descriptions / "Chunks.xml", chunks);
+    WriteRule("<File>Site.xml</File><AdditionalFile>Chunks.xml</AdditionalFile>");
+    const DevicePtr device = Create();
+    device->Open(ForStreaming());
+    const auto text = [&device] {
+        return dynamic_cast<Zelmo::IZelmoDevicePrivate&>(*device).GetChunkNodeMapDescription();
+    };
+    EXPECT_THAT(text().c_str(), testing::AllOf(HasSubstr("ChunkTimestamp"), HasSubstr("SiteChunk")));
+    device->Close();
+    FailDownloads(device);
+    device->Open(ForStreaming());
+    EXPECT_THAT(text().c_str(), testing::AllOf(testing::Not(HasSubstr("ChunkTimestamp")), HasSubstr("SiteChunk")));
 }
 
 TEST_F(SiteRulesTest, MissingAdditionalFileFailsTheOpeningAndIsNamed) {

@@ -75,8 +75,9 @@ inline DevicePtr Create(const char* serialNumber = "0815-0000") {
 /// An open camera, its features at their defaults, by the names of the features.
 class Camera {
 public:
-    explicit Camera(const char* serialNumber = "0815-0000") : m_device(Create(serialNumber)) {
-        m_device->Open(ForStreaming());
+    explicit Camera(const char* serialNumber = "0815-0000", Zelmo::AccessModeSet modes = ForStreaming())
+        : m_device(Create(serialNumber)) {
+        m_device->Open(modes);
         Execute("DeviceReset");
     }
     Zelmo::IZelmoDevice& Device() { return *m_device; }

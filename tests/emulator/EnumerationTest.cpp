@@ -18,7 +18,7 @@ TEST_P(CameraCountTest, ComesFromTheEnvironment) {
 }
 INSTANTIATE_TEST_SUITE_P(All, CameraCountTest,
                          ::testing::Values(std::pair{nullptr, 0u}, std::pair{"", 0u}, std::pair{"0", 0u},
-                                           std::pair{"3", 3u}, std::pair{"256", 256u}));
+                                           std::pair{"3", 3u}, std::pair{"1000", 1000u}));
 
 class BadCameraCountTest : public ::testing::TestWithParam<const char*> {};
 
@@ -28,11 +28,24 @@ TEST_P(BadCameraCountTest, CountsAsNoneAndIsLogged) {
     EXPECT_EQ(library.Devices().size(), 0u);
     EXPECT_EQ(log.Count("zelmo.camemu", GenICam::LogPriority_Error,
                         std::string("ZELMO_CAMEMU='") + GetParam() +
-                            "' is not a number of cameras from 0 to 256. No camera is emulated."),
+                            "' is not a number of cameras from 0 to 1000. No camera is emulated."),
               1u);
 }
 INSTANTIATE_TEST_SUITE_P(All, BadCameraCountTest,
-                         ::testing::Values("257", "-1", "two", "2x", " 2", "1e1", "99999999999999999999"));
+                         ::testing::Values("1001", "-1", "two", "2x", " 2", "1e1", "99999999999999999999"));
+
+TEST(EnumerationTest, HundredsOfCamerasAreOpenAtTheSameTime) {
+    Library library("400");
+    std::vector<DevicePtr> devices;
+    for (const auto& info : library.Devices()) {
+        devices.emplace_back(Zelmo::CTlFactory::GetInstance().CreateDevice(info))->Open(ForStreaming());
+    }
+    ASSERT_EQ(devices.size(), 400u);
+    for (const DevicePtr& device : devices) {
+        const GenApi::CStringPtr serial(device->GetNodeMap()->GetNode("DeviceSerialNumber"));
+        ASSERT_EQ(serial->GetValue(), device->GetDeviceInfo().GetSerialNumber());
+    }
+}
 
 TEST(EnumerationTest, EachCameraHasItsOwnIdentityInOrder) {
     Library library("12");

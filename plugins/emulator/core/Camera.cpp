@@ -45,7 +45,7 @@ void CCamera::Set(std::uint32_t address, T value) {
     std::memcpy(m_bank.Bytes(address), &value, sizeof value);
 }
 
-CCamera::CCamera(std::uint32_t number) : m_number(number), m_bank(Registers()), m_stream(number) {
+CCamera::CCamera(std::uint32_t number) : m_number(number), m_bank(Registers()), m_stream(number, &m_events) {
     SetText(Reg::kVendorName, "Harlix");
     SetText(Reg::kModelName, "Emulation");
     SetText(Reg::kManufacturerInfo, "Simulated camera, no hardware");
@@ -78,9 +78,11 @@ void CCamera::SetDefaults() {
     Set(Reg::kForceFailedBufferCount, std::uint32_t{1});
     Set(Reg::kForceFailedStartCount, std::uint32_t{1});
     Set(Reg::kBurstFrameCount, std::uint32_t{1});
+    Set(Reg::kSimulateEventsCount, std::uint32_t{1});
     for (const std::uint32_t address :
          {Reg::kForceFailedRetrievalDelay, Reg::kForceStall, Reg::kRemovalDelay, Reg::kRemovalDuration,
-          Reg::kRemovalResets, Reg::kTriggerSelector, Reg::kLineSelector, Reg::kStatusSelector}) {
+          Reg::kRemovalResets, Reg::kTriggerSelector, Reg::kLineSelector, Reg::kStatusSelector, Reg::kChunkModeActive,
+          Reg::kChunkSelector, Reg::kEventSelector}) {
         Set(address, std::uint32_t{0});
     }
     std::fill(m_bank.Bytes(Reg::kTriggerMode), m_bank.Bytes(Reg::kBurstFrameCount), std::uint8_t{0});
@@ -88,6 +90,9 @@ void CCamera::SetDefaults() {
         Set(Reg::kLineLevel + line * Reg::kLineStride, std::uint32_t{0});
     }
     Set(Reg::kImageFileMode, std::uint32_t{0});
+    for (std::uint32_t chunk = 0; chunk < kChunks; ++chunk) {
+        Set(Reg::kChunkEnable + 4 * chunk, std::uint32_t{0});
+    }
     std::fill_n(m_bank.Bytes(Reg::kImageFilename), Reg::kFileNameLength, std::uint8_t{0});
     UpdateComputed();
     m_stream.StopAcquisition();
@@ -95,6 +100,10 @@ void CCamera::SetDefaults() {
     m_stream.ForceFrameFailures(0);
     m_stream.Stall(false);
     m_faults.Clear();
+    for (std::uint32_t event = 0; event < kEvents; ++event) {
+        Set(Reg::kEventNotification + 4 * event, std::uint32_t{0});
+    }
+    ApplyNotifications();
     m_stream.Apply(settings);
     m_stream.ApplyTriggers(TriggerSettings());
     for (std::size_t line = 0; line < kLines; ++line) {
@@ -128,7 +137,7 @@ void CCamera::LookAtStream() {
 
 EAccessResult CCamera::Write(std::uint64_t address, const void* bytes, std::size_t length) {
     const CLockGuard lock(m_lock);
-    const EAccessResult result = m_bank.MayWrite(address, length, m_formatLocked);
+    const EAccessResult result = m_bank.MayWrite(address, length, Locks());
     if (result != EAccessResult::Ok) {
         return result;
     }
@@ -151,7 +160,7 @@ std::string CCamera::Text(std::uint32_t address) {
 
 std::size_t CCamera::PayloadSize() {
     const CLockGuard lock(m_lock);
-    return Format().PayloadSize();
+    return CamEmu::PayloadSize(Format(), ChunkSettings());
 }
 
 CRemovalSettings CCamera::RemovalSettings() {
@@ -165,11 +174,12 @@ void CCamera::Reset() {
     SetDefaults();
 }
 
-CImageFormat CCamera::LockFormat() {
+CLockedFormat CCamera::LockFormat() {
     const CLockGuard lock(m_lock);
     m_formatLocked = true;
+    m_lockedFormat = Format();
     UpdateComputed();
-    return Format();
+    return {m_lockedFormat, CamEmu::PayloadSize(m_lockedFormat, ChunkSettings())};
 }
 
 void CCamera::UnlockFormat() {
@@ -219,9 +229,10 @@ bool CCamera::IsValidGeometry(const CRegister& written, std::uint32_t value) con
     switch (written.address) {
     case Reg::kWidth:
         return value >= kMinWidth && value % kWidthStep == 0 &&
-               value <= kSensorWidth - Get<std::uint32_t>(Reg::kOffsetX);
+               value <= kSensorWidth - Get<std::uint32_t>(Reg::kOffsetX) && value <= Get<std::uint32_t>(Reg::kMaxWidth);
     case Reg::kHeight:
-        return value >= kMinHeight && value <= kSensorHeight - Get<std::uint32_t>(Reg::kOffsetY);
+        return value >= kMinHeight && value <= kSensorHeight - Get<std::uint32_t>(Reg::kOffsetY) &&
+               value <= Get<std::uint32_t>(Reg::kMaxHeight);
     case Reg::kOffsetX:
         return value % kOffsetStep == 0 && value <= kSensorWidth - Get<std::uint32_t>(Reg::kWidth);
     default:
@@ -230,7 +241,7 @@ bool CCamera::IsValidGeometry(const CRegister& written, std::uint32_t value) con
 }
 
 void CCamera::TakeEffect(const CRegister& written) {
-    if (TakeFaultEffect(written) || TakeTriggerEffect(written)) {
+    if (TakeFaultEffect(written) || TakeTriggerEffect(written) || TakeEventEffect(written)) {
         return;
     }
     switch (written.address) {
@@ -241,7 +252,6 @@ void CCamera::TakeEffect(const CRegister& written) {
     case Reg::kAcquisitionStop:
         return m_stream.StopAcquisition();
     case Reg::kUserId: // what is told where it is used
-    case Reg::kImageFileMode:
     case Reg::kImageFilename:
         return;
     default:
@@ -270,9 +280,9 @@ bool CCamera::TakeFaultEffect(const CRegister& written) {
     }
 }
 
-// Answers whether the register is one of triggers, lines or the status, which stand between faults and file name.
+// Answers whether the register is one of triggers, lines or the status, which stand between faults and chunks.
 bool CCamera::TakeTriggerEffect(const CRegister& written) {
-    if (written.address < Reg::kTriggerSelector || written.address >= Reg::kImageFilename) {
+    if (written.address < Reg::kTriggerSelector || written.address >= Reg::kChunkModeActive) {
         return false;
     }
     if (written.address >= Reg::kTriggerMode && written.address < Reg::kBurstFrameCount) {
@@ -298,6 +308,36 @@ bool CCamera::TakeTriggerEffect(const CRegister& written) {
     return true;
 }
 
+// Answers whether the register is one of events, which stand between chunks and file name.
+bool CCamera::TakeEventEffect(const CRegister& written) {
+    if (written.address < Reg::kEventSelector || written.address >= Reg::kImageFilename) {
+        return false;
+    }
+    if (written.address == Reg::kSimulateEvents) {
+        SimulateEvents();
+    } else {
+        ApplyNotifications();
+    }
+    return true;
+}
+
+void CCamera::SimulateEvents() {
+    const auto kind = Get<EEvent>(Reg::kEventSelector);
+    const auto count = Get<std::uint32_t>(Reg::kSimulateEventsCount);
+    const std::int64_t nowNs = MonotonicNs();
+    for (std::uint32_t number = 0; number < count; ++number) {
+        m_events.Raise({kind, number, nowNs});
+    }
+}
+
+void CCamera::ApplyNotifications() {
+    std::uint32_t wanted = 0;
+    for (std::uint32_t event = 0; event < kEvents; ++event) {
+        wanted |= Get<std::uint32_t>(Reg::kEventNotification + 4 * event) << event;
+    }
+    m_events.SetNotifications(wanted);
+}
+
 // Files are read without the lock, which whoever lists cameras needs as well. The settings may be changed meanwhile.
 void CCamera::StartAcquisition() {
     CImageReplayPtr images;
@@ -314,14 +354,33 @@ void CCamera::StartAcquisition() {
 }
 
 void CCamera::UpdateComputed() {
-    Set(Reg::kPayloadSize, std::uint64_t{Format().PayloadSize()});
+    const std::size_t payloadSize = CamEmu::PayloadSize(Format(), ChunkSettings());
+    Set(Reg::kPayloadSize, std::uint64_t{payloadSize});
     Set(Reg::kFormatLocked, std::uint32_t{m_formatLocked});
-    Set(Reg::kResultingFrameRate, Settings().ResultingRateHz(Format().PayloadSize()));
+    Set(Reg::kRegionLocked, std::uint32_t{Locks().region});
+    Set(Reg::kMaxWidth, m_formatLocked ? m_lockedFormat.width : kSensorWidth);
+    Set(Reg::kMaxHeight, m_formatLocked ? m_lockedFormat.height : kSensorHeight);
+    Set(Reg::kResultingFrameRate, Settings().ResultingRateHz(payloadSize));
 }
 
 CImageFormat CCamera::Format() const {
     return {Get<std::uint32_t>(Reg::kWidth), Get<std::uint32_t>(Reg::kHeight), Get<std::uint32_t>(Reg::kOffsetX),
             Get<std::uint32_t>(Reg::kOffsetY), FindPixelFormat(Get<std::uint32_t>(Reg::kPixelFormat))};
+}
+
+CChunkSettings CCamera::ChunkSettings() const {
+    CChunkSettings settings;
+    settings.isActive = Get<std::uint32_t>(Reg::kChunkModeActive) != 0;
+    for (std::uint32_t chunk = 0; chunk < kChunks; ++chunk) {
+        settings.enabled |= Get<std::uint32_t>(Reg::kChunkEnable + 4 * chunk) << chunk;
+    }
+    return settings;
+}
+
+// Images from files are as large as they were read.
+CLocks CCamera::Locks() const {
+    const bool mayMove = Get<std::uint32_t>(Reg::kChunkModeActive) != 0 && Get<std::uint32_t>(Reg::kImageFileMode) == 0;
+    return {m_formatLocked, m_formatLocked && !mayMove};
 }
 
 CFrameSettings CCamera::Settings() const {
@@ -335,6 +394,8 @@ CFrameSettings CCamera::Settings() const {
         settings.linkBytesPerSecond = Get<std::uint64_t>(Reg::kLinkLimit);
     }
     settings.testImage = Get<ETestImage>(Reg::kTestImage);
+    settings.chunks = ChunkSettings();
+    settings.region = Format();
     return settings;
 }
 

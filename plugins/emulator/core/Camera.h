@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "EventSource.h"
 #include "Faults.h"
 #include "FrameStream.h"
 #include "Mutex.h"
@@ -10,6 +11,12 @@
 #include <string>
 
 namespace CamEmu {
+
+/// What buffers are made for.
+struct CLockedFormat {
+    CImageFormat format;
+    std::size_t payloadSize = 0;
+};
 
 /// The simulated camera: a bank of registers with what writing them does, and a stream of images. Any number of front
 /// ends may read and write registers; one at a time may stream.
@@ -30,13 +37,15 @@ public:
     EAccessResult Write(std::uint64_t address, const void* bytes, std::size_t length);
 
     std::string Text(std::uint32_t address); ///< of one of the text registers
-    std::size_t PayloadSize();               ///< of one image under the present settings, in bytes
+    std::size_t PayloadSize();               ///< of one image under the present settings, with its chunks, in bytes
 
     /// Freezes all that decides the size and number of images, until UnlockFormat; the stream is started between them.
-    CImageFormat LockFormat();
+    /// With chunks the region may still become smaller, and move.
+    CLockedFormat LockFormat();
     void UnlockFormat();
 
     CFrameStream& Stream() { return m_stream; }
+    CEventSource& Events() { return m_events; }
     CFaults& Faults() { return m_faults; }
     CRemovalSettings RemovalSettings();
     void Reset(); ///< As writing DeviceReset; not while the format is locked.
@@ -49,11 +58,16 @@ private:
     void TakeEffect(const CRegister& written) CAMEMU_REQUIRES(m_lock);
     bool TakeFaultEffect(const CRegister& written) CAMEMU_REQUIRES(m_lock);
     bool TakeTriggerEffect(const CRegister& written) CAMEMU_REQUIRES(m_lock);
+    bool TakeEventEffect(const CRegister& written) CAMEMU_REQUIRES(m_lock);
+    void SimulateEvents() CAMEMU_REQUIRES(m_lock);
+    void ApplyNotifications() CAMEMU_REQUIRES(m_lock);
     void LookAtStream() CAMEMU_REQUIRES(m_lock);
     void StartAcquisition() CAMEMU_REQUIRES(m_lock);
     std::string TextAt(std::uint32_t address) const CAMEMU_REQUIRES(m_lock);
     void UpdateComputed() CAMEMU_REQUIRES(m_lock);
     CImageFormat Format() const CAMEMU_REQUIRES(m_lock);
+    CChunkSettings ChunkSettings() const CAMEMU_REQUIRES(m_lock);
+    CLocks Locks() const CAMEMU_REQUIRES(m_lock);
     CFrameSettings Settings() const CAMEMU_REQUIRES(m_lock);
     CTriggerSettings TriggerSettings() const CAMEMU_REQUIRES(m_lock);
     std::uint64_t FramesOfAcquisition() const CAMEMU_REQUIRES(m_lock);
@@ -67,6 +81,8 @@ private:
     CMutex m_lock;
     CRegisterBank m_bank CAMEMU_GUARDED_BY(m_lock);
     bool m_formatLocked CAMEMU_GUARDED_BY(m_lock) = false;
+    CImageFormat m_lockedFormat CAMEMU_GUARDED_BY(m_lock); // while m_formatLocked
+    CEventSource m_events;
     CFrameStream m_stream;
     CFaults m_faults;
 };

@@ -51,6 +51,7 @@ void CFrameStream::Start(const CImageFormat& format, IFrameSink& sink) {
     LoadImagesAgain(format);
     const CLockGuard lock(m_lock);
     m_generator.Configure(format);
+    m_drawnFormat = format;
     m_format = format;
     m_counters = {};
     m_stopping = false;
@@ -95,7 +96,7 @@ void CFrameStream::Apply(const CFrameSettings& settings) {
 
 void CFrameStream::StartAcquisition(std::uint64_t frames, CImageReplayPtr images) {
     const CLockGuard lock(m_lock);
-    if (m_sink && images && images->Format() != m_format) {
+    if (m_sink && images && images->Format() != Region()) {
         throw std::logic_error("Images in another format than that of the stream cannot be shown.");
     }
     m_images.swap(images); // the old ones are freed without the lock
@@ -125,47 +126,70 @@ CAcquisitionStatus CFrameStream::Status() const {
 
 void CFrameStream::Stall(bool isStalled) {
     const CLockGuard lock(m_lock);
-    const bool wasHeld = IsHeld();
+    const CTriggerState before = TriggerState();
     m_stalled = isStalled;
-    GoOn(wasHeld);
+    GoOn(before);
 }
 
 void CFrameStream::ApplyTriggers(const CTriggerSettings& settings) {
     const CLockGuard lock(m_lock);
-    const bool wasHeld = IsHeld();
+    const CTriggerState before = TriggerState();
     m_triggers.Apply(settings);
-    GoOn(wasHeld);
+    GoOn(before);
 }
 
 void CFrameStream::FireSoftwareTrigger(ETrigger trigger) {
     const CLockGuard lock(m_lock);
-    const bool wasHeld = IsHeld();
+    const CTriggerState before = TriggerState();
     m_triggers.FireSoftware(trigger, MonotonicNs());
-    GoOn(wasHeld);
+    GoOn(before);
 }
 
 void CFrameStream::SetLine(std::size_t line, bool level) {
     const CLockGuard lock(m_lock);
-    const bool wasHeld = IsHeld();
+    const CTriggerState before = TriggerState();
     m_triggers.SetLine(line, level, MonotonicNs());
-    GoOn(wasHeld);
+    GoOn(before);
 }
 
 void CFrameStream::PulseLine(std::size_t line) {
     const CLockGuard lock(m_lock);
-    const bool wasHeld = IsHeld();
+    const CTriggerState before = TriggerState();
     const bool level = m_triggers.Level(line);
     m_triggers.SetLine(line, !level, MonotonicNs());
     m_triggers.SetLine(line, level, MonotonicNs());
-    GoOn(wasHeld);
+    GoOn(before);
 }
 
 // No frame was due while frames were held.
-void CFrameStream::GoOn(bool wasHeld) {
-    if (wasHeld && !IsHeld()) {
+void CFrameStream::GoOn(const CTriggerState& before) {
+    if (before.isHeld && !IsHeld()) {
         m_clock.Resume(MonotonicNs());
     }
+    if (m_events) {
+        RaiseTriggerEvents(before);
+    }
     m_changed.notify_all();
+}
+
+// The frame of a trigger begins with it, and is counted when it has been exposed.
+void CFrameStream::RaiseTriggerEvents(const CTriggerState& before) {
+    const std::uint64_t frame = m_sink ? m_counters.begun : 0;
+    if (m_triggers.IsExposing() && !before.isExposing) {
+        m_events->Raise({EEvent::FrameStart, frame, m_triggers.ExposedSinceNs()});
+    }
+    for (std::uint64_t missed = before.missedFrames; missed < m_triggers.MissedFrames(); ++missed) {
+        m_events->Raise({EEvent::FrameStartOvertrigger, frame, MonotonicNs()});
+    }
+}
+
+// Where nothing limits the rate, an exposure takes no time.
+void CFrameStream::RaiseFrameEvents(const CFrame& frame, bool wasTriggered) {
+    if (!wasTriggered) {
+        m_events->Raise({EEvent::FrameStart, frame.blockId, frame.timestampNs});
+    }
+    const std::int64_t exposureNs = m_settings.rateLimited ? std::llround(m_settings.exposureUs * 1000) : 0;
+    m_events->Raise({EEvent::ExposureEnd, frame.blockId, frame.timestampNs + exposureNs});
 }
 
 CImageReplayPtr CFrameStream::Images() const {
@@ -240,11 +264,12 @@ void CFrameStream::Run() noexcept {
         }
         m_drawing = true;
         const CFrameSettings settings = m_settings;
+        const CChunkValues values = ChunkValues(frame);
         const CImageReplayPtr images = m_images;
         {
             const CLockGap gap(m_lock);
             if (frame.status != EFrameStatus::Forced) {
-                Draw(frame, settings, images.get());
+                Draw(frame, settings, values, images.get());
             }
         }
         // before it is handed over: whoever has the last image finds all of them counted
@@ -284,7 +309,7 @@ bool CFrameStream::WaitForBuffer() {
 }
 
 bool CFrameStream::WaitUntilDue() {
-    const double rateHz = m_settings.ResultingRateHz(m_format.PayloadSize());
+    const double rateHz = m_settings.ResultingRateHz(SentBytes());
     if (m_clock.IsRunning()) {
         m_clock.SetRate(rateHz);
     } else {
@@ -312,7 +337,7 @@ bool CFrameStream::WaitForReadout() {
         return WaitForBuffer();
     }
     m_clock.Stop();
-    const double exposureNs = 1e9 / m_settings.ResultingRateHz(m_format.PayloadSize());
+    const double exposureNs = 1e9 / m_settings.ResultingRateHz(SentBytes());
     const std::int64_t dueNs = m_triggers.ExposedSinceNs() + std::llround(exposureNs);
     if (dueNs > MonotonicNs()) {
         m_lock.WaitUntil(m_changed, TimePoint(dueNs));
@@ -343,11 +368,16 @@ bool CFrameStream::TakeBuffer(CFrame& frame) {
     frame.blockId = m_counters.begun;
     frame.timestampNs = m_triggers.IsExposing() ? m_triggers.ExposedSinceNs() : MonotonicNs();
     frame.format = m_format;
+    frame.hasChunks = m_settings.chunks.isActive;
     if (m_clock.IsRunning()) {
         frame.timestampNs = m_clock.DueNs();
         m_clock.Advance();
     }
+    const bool wasTriggered = m_triggers.IsExposing();
     CountFrames(1);
+    if (m_events) {
+        RaiseFrameEvents(frame, wasTriggered);
+    }
     if (m_queue.empty()) {
         ++m_counters.lost;
         ++m_counters.underruns;
@@ -362,19 +392,58 @@ bool CFrameStream::TakeBuffer(CFrame& frame) {
     return true;
 }
 
-void CFrameStream::Draw(CFrame& frame, const CFrameSettings& settings, const CImageReplay* images) {
-    const std::size_t payload = frame.format.PayloadSize();
+// What the sensor does as the frame begins; of no interest without chunks.
+CChunkValues CFrameStream::ChunkValues(const CFrame& frame) const {
+    CChunkValues values;
+    if (frame.hasChunks) {
+        values.timestampNs = static_cast<std::uint64_t>(frame.timestampNs);
+        values.frame = frame.blockId;
+        values.exposureUs = m_settings.exposureUs;
+        values.gainDb = m_settings.gainDb;
+        for (std::size_t line = 0; line < kLines; ++line) {
+            values.lines |= std::uint32_t{m_triggers.Level(line)} << line;
+        }
+    }
+    return values;
+}
+
+const CImageFormat& CFrameStream::Region() const {
+    return m_settings.chunks.isActive ? m_settings.region : m_format;
+}
+
+std::size_t CFrameStream::SentBytes() const {
+    return PayloadSize(Region(), m_settings.chunks);
+}
+
+void CFrameStream::Draw(CFrame& frame, const CFrameSettings& settings, const CChunkValues& values,
+                        const CImageReplay* images) {
+    const CImageFormat& format = frame.hasChunks ? settings.region : frame.format;
+    const std::size_t payload = PayloadSize(format, settings.chunks);
     if (frame.buffer.memory.size() < payload) {
         frame.status = EFrameStatus::TooSmall;
         return;
     }
-    if (images && settings.testImage == ETestImage::Off) {
-        std::memcpy(frame.buffer.memory.data(), images->Image(frame.blockId).data(), payload);
+    DrawImage(frame, format, settings, images);
+    if (frame.hasChunks) {
+        WriteChunks(format, settings.chunks, values, frame.buffer.memory.first(payload));
+    }
+    frame.payloadSize = payload;
+    frame.status = EFrameStatus::Complete;
+}
+
+void CFrameStream::DrawImage(const CFrame& frame, const CImageFormat& format, const CFrameSettings& settings,
+                             const CImageReplay* images) {
+    if (format != m_drawnFormat) {
+        m_generator.Configure(format); // no larger than the one before streaming, so that no memory is needed
+        m_drawnFormat = format;
+    }
+    const std::span<std::uint8_t> image = frame.buffer.memory.first(format.PayloadSize());
+    if (images && settings.testImage == ETestImage::Off && (!frame.hasChunks || images->Format() == format)) {
+        std::memcpy(image.data(), images->Image(frame.blockId).data(), image.size());
     } else {
         m_generator.Render(settings.testImage, frame.blockId, SensorResponse(settings.exposureUs, settings.gainDb),
-                           frame.buffer.memory.first(payload));
+                           image);
     }
-    frame.status = EFrameStatus::Complete;
 }
 
 } // namespace CamEmu

@@ -2,6 +2,8 @@
 #pragma once
 
 #include "AcquisitionClock.h"
+#include "ChunkWriter.h"
+#include "EventSource.h"
 #include "ImageReplay.h"
 #include "Mutex.h"
 #include "PatternGenerator.h"
@@ -42,7 +44,9 @@ struct CFrame {
     EFrameStatus status = EFrameStatus::Cancelled;
     std::uint64_t blockId = 0;
     std::int64_t timestampNs = 0; ///< begin of the exposure, CLOCK_MONOTONIC
-    CImageFormat format;
+    CImageFormat format;          ///< of the stream, as it was started
+    bool hasChunks = false;       ///< then they tell the format of this frame
+    std::size_t payloadSize = 0;  ///< bytes that were filled; 0 unless complete
 };
 
 /// Takes the frames of a stream.
@@ -65,6 +69,8 @@ struct CFrameSettings {
     bool frameTriggered = false;          ///< then rateHz is no limit
     std::uint64_t linkBytesPerSecond = 0; ///< lowers the rate further; 0: no limit
     ETestImage testImage = ETestImage::Off;
+    CChunkSettings chunks;
+    CImageFormat region; ///< with chunks: what is read out, within the size for which the stream was started
 
     bool IsPaced() const { return rateLimited || linkBytesPerSecond != 0; }
     /// The lowest of all limits, for images of that size.
@@ -95,10 +101,12 @@ struct CAcquisitionStatus {
 /// Owns:    the stream thread, from Start to Stop.
 /// Borrows: the sink from Start to Stop, queued memory until it went to the sink.
 /// Threads: any; Start and Stop one at a time.
-/// Locks:   m_lock, a leaf; never held while drawing or calling the sink.
+/// Locks:   m_lock, around that of the events; never held while drawing or calling the sink.
 class CFrameStream {
 public:
-    explicit CFrameStream(std::uint32_t cameraNumber) : m_generator(cameraNumber) {}
+    /// @p events, which may be null, learns what happens.
+    explicit CFrameStream(std::uint32_t cameraNumber, CEventSource* events = nullptr)
+        : m_events(events), m_generator(cameraNumber) {}
     ~CFrameStream() { Stop(); }
     CFrameStream(const CFrameStream&) = delete;
     CFrameStream& operator=(const CFrameStream&) = delete;
@@ -146,12 +154,28 @@ private:
     bool WaitUntilDue() CAMEMU_REQUIRES(m_lock);
     bool WaitForReadout() CAMEMU_REQUIRES(m_lock);
     bool IsHeld() const CAMEMU_REQUIRES(m_lock) { return m_stalled || !m_triggers.MayFrameBegin(); }
-    void GoOn(bool wasHeld) CAMEMU_REQUIRES(m_lock);
+    /// What triggers change.
+    struct CTriggerState {
+        bool isHeld, isExposing;
+        std::uint64_t missedFrames;
+    };
+    CTriggerState TriggerState() const CAMEMU_REQUIRES(m_lock) {
+        return {IsHeld(), m_triggers.IsExposing(), m_triggers.MissedFrames()};
+    }
+    void GoOn(const CTriggerState& before) CAMEMU_REQUIRES(m_lock);
+    void RaiseTriggerEvents(const CTriggerState& before) CAMEMU_REQUIRES(m_lock);
+    void RaiseFrameEvents(const CFrame& frame, bool wasTriggered) CAMEMU_REQUIRES(m_lock);
     void EndAcquisition() CAMEMU_REQUIRES(m_lock);
     void CountFrames(std::uint64_t frames) CAMEMU_REQUIRES(m_lock);
     bool TakeBuffer(CFrame& frame) CAMEMU_REQUIRES(m_lock);
-    void Draw(CFrame& frame, const CFrameSettings& settings, const CImageReplay* images);
+    CChunkValues ChunkValues(const CFrame& frame) const CAMEMU_REQUIRES(m_lock);
+    void Draw(CFrame& frame, const CFrameSettings& settings, const CChunkValues& values, const CImageReplay* images);
+    void DrawImage(const CFrame& frame, const CImageFormat& format, const CFrameSettings& settings,
+                   const CImageReplay* images);
+    std::size_t SentBytes() const CAMEMU_REQUIRES(m_lock);
+    const CImageFormat& Region() const CAMEMU_REQUIRES(m_lock);
 
+    CEventSource* const m_events;
     mutable CMutex m_lock;
     std::condition_variable m_changed;
     CFrameSettings m_settings CAMEMU_GUARDED_BY(m_lock);
@@ -169,7 +193,8 @@ private:
     CStreamCounters m_counters CAMEMU_GUARDED_BY(m_lock);
     boost::circular_buffer<CFrameBuffer> m_queue CAMEMU_GUARDED_BY(m_lock);
     IFrameSink* m_sink CAMEMU_GUARDED_BY(m_lock) = nullptr; // set while the thread runs
-    CPatternGenerator m_generator;                          // the thread's while it runs
+    CPatternGenerator m_generator;                          // the thread's while it runs, as the next
+    CImageFormat m_drawnFormat;                             // of the generator
     std::thread m_thread;
 };
 

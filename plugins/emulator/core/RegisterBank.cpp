@@ -36,7 +36,7 @@ EAccessResult CRegisterBank::MayRead(std::uint64_t address, std::size_t length) 
     return EAccessResult::Ok;
 }
 
-EAccessResult CRegisterBank::MayWrite(std::uint64_t address, std::size_t length, bool streaming) const {
+EAccessResult CRegisterBank::MayWrite(std::uint64_t address, std::size_t length, CLocks locks) const {
     const CRegister* const found = Find(address);
     if (!found || length == 0 || length > found->address + found->length - address) {
         return EAccessResult::NoSuchRegister;
@@ -44,7 +44,7 @@ EAccessResult CRegisterBank::MayWrite(std::uint64_t address, std::size_t length,
     if (found->access == ERegisterAccess::ReadOnly) {
         return EAccessResult::NotWritable;
     }
-    if (streaming && found->lock == ERegisterLock::WhileStreaming) {
+    if (locks.Hold(found->lock)) {
         return EAccessResult::Locked;
     }
     return EAccessResult::Ok;

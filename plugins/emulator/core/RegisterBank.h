@@ -11,8 +11,9 @@ namespace CamEmu {
 
 enum class ERegisterAccess : std::uint8_t { ReadOnly, WriteOnly, ReadWrite };
 
-/// Whether a register can be written while images are being streamed.
-enum class ERegisterLock : std::uint8_t { Free, WhileStreaming };
+/// Whether a register can be written while images are being streamed. The region can where images are sent with chunks,
+/// which tell it.
+enum class ERegisterLock : std::uint8_t { Free, WhileStreaming, Region };
 
 /// The values that a register of 4 bytes takes, as an unsigned number; what else it must keep is its owner's concern.
 struct CRegisterRange {
@@ -33,6 +34,16 @@ struct CRegister {
 /// How an access ended.
 enum class EAccessResult { Ok, NoSuchRegister, NotReadable, NotWritable, Locked, InvalidValue };
 
+/// What is locked now.
+struct CLocks {
+    bool whileStreaming = false;
+    bool region = false;
+
+    bool Hold(ERegisterLock lock) const {
+        return lock == ERegisterLock::WhileStreaming ? whileStreaming : lock == ERegisterLock::Region && region;
+    }
+};
+
 /// The addressable memory of the camera: registers with their access rights. What a value means is its owner's concern.
 /// Threads: one at a time.
 class CRegisterBank {
@@ -44,7 +55,7 @@ public:
     EAccessResult MayRead(std::uint64_t address, std::size_t length) const;
 
     /// Whether these bytes may be written: all of them belong to one register that is writable, and not locked.
-    EAccessResult MayWrite(std::uint64_t address, std::size_t length, bool streaming) const;
+    EAccessResult MayWrite(std::uint64_t address, std::size_t length, CLocks locks) const;
 
     /// The register that holds the byte at @p address; null for none.
     const CRegister* Find(std::uint64_t address) const;

@@ -42,6 +42,20 @@ constexpr CRegister Status(EAcquisitionStatus status) {
     return {Reg::kStatus + static_cast<std::uint32_t>(status) * 4, 4, "AcquisitionStatus"};
 }
 
+constexpr CRegister Enable(EChunk chunk) {
+    return {Reg::kChunkEnable + static_cast<std::uint32_t>(chunk) * 4,
+            4,
+            "ChunkEnable",
+            kReadWrite,
+            kSwitch,
+            kWhileStreaming};
+}
+
+constexpr CRegister Notification(EEvent event) {
+    return {Reg::kEventNotification + static_cast<std::uint32_t>(event) * 4, 4, "EventNotification", kReadWrite,
+            kSwitch};
+}
+
 constexpr CRegister kRegisters[] = {
     {Reg::kVendorName, Reg::kTextLength, "DeviceVendorName"},
     {Reg::kModelName, Reg::kTextLength, "DeviceModelName"},
@@ -56,10 +70,10 @@ constexpr CRegister kRegisters[] = {
     {Reg::kLinkLimit, 8, "DeviceLinkThroughputLimit", kReadWrite},
     {Reg::kSensorWidth, 4, "SensorWidth"},
     {Reg::kSensorHeight, 4, "SensorHeight"},
-    {Reg::kWidth, 4, "Width", kReadWrite, {}, kWhileStreaming},
-    {Reg::kHeight, 4, "Height", kReadWrite, {}, kWhileStreaming},
-    {Reg::kOffsetX, 4, "OffsetX", kReadWrite, {}, kWhileStreaming},
-    {Reg::kOffsetY, 4, "OffsetY", kReadWrite, {}, kWhileStreaming},
+    {Reg::kWidth, 4, "Width", kReadWrite, {}, ERegisterLock::Region},
+    {Reg::kHeight, 4, "Height", kReadWrite, {}, ERegisterLock::Region},
+    {Reg::kOffsetX, 4, "OffsetX", kReadWrite, {}, ERegisterLock::Region},
+    {Reg::kOffsetY, 4, "OffsetY", kReadWrite, {}, ERegisterLock::Region},
     {Reg::kPixelFormat, 4, "PixelFormat", kReadWrite, {}, kWhileStreaming},
     {Reg::kTestImage, 4, "TestImageSelector", kReadWrite, Below(ETestImage::Count_)},
     {Reg::kPayloadSize, 8, "PayloadSize"},
@@ -109,6 +123,31 @@ constexpr CRegister kRegisters[] = {
     Status(EAcquisitionStatus::AcquisitionTriggerWait),
     Status(EAcquisitionStatus::FrameTriggerWait),
     Status(EAcquisitionStatus::FrameActive),
+    {Reg::kChunkModeActive, 4, "ChunkModeActive", kReadWrite, kSwitch, kWhileStreaming},
+    {Reg::kChunkSelector, 4, "ChunkSelector", kReadWrite, Below(EChunk::Count_)},
+    {Reg::kMaxWidth, 4, "RegionMaxWidth"},
+    {Reg::kMaxHeight, 4, "RegionMaxHeight"},
+    {Reg::kRegionLocked, 4, "RegionLocked"},
+    Enable(EChunk::Timestamp),
+    Enable(EChunk::Framecounter),
+    Enable(EChunk::ExposureTime),
+    Enable(EChunk::Gain),
+    Enable(EChunk::OffsetX),
+    Enable(EChunk::OffsetY),
+    Enable(EChunk::Width),
+    Enable(EChunk::Height),
+    Enable(EChunk::PixelFormat),
+    Enable(EChunk::Stride),
+    Enable(EChunk::LineStatusAll),
+    Enable(EChunk::PayloadCrc16),
+    {Reg::kEventSelector, 4, "EventSelector", kReadWrite, Below(EEvent::Count_)},
+    {Reg::kSimulateEventsCount, 4, "SimulateEventsCount", kReadWrite, {1, kMaxSimulatedEvents}},
+    {Reg::kSimulateEvents, 4, "SimulateEvents", kWriteOnly, kCommand},
+    Notification(EEvent::ExposureEnd),
+    Notification(EEvent::FrameStart),
+    Notification(EEvent::FrameStartOvertrigger),
+    Notification(EEvent::CriticalTemperature),
+    Notification(EEvent::EventOverrun),
     {Reg::kImageFilename, Reg::kFileNameLength, "ImageFilename", kReadWrite},
 };
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "ChunkWriter.h"
+#include "EventSource.h"
 #include "RegisterBank.h"
 #include "Trigger.h"
 
@@ -65,8 +67,18 @@ inline constexpr std::uint32_t kLineLevel = 0x0660; // of the first line, as the
 inline constexpr std::uint32_t kLinePulse = 0x0664; // command
 inline constexpr std::uint32_t kLineStride = 8;     // from one line to the next
 inline constexpr std::uint32_t kStatusSelector = 0x0680;
-inline constexpr std::uint32_t kStatus = 0x0690;        // one for each value of EAcquisitionStatus, 4 bytes apart
-inline constexpr std::uint32_t kImageFilename = 0x1000; // text of fileNameLength bytes
+inline constexpr std::uint32_t kStatus = 0x0690; // one for each value of EAcquisitionStatus, 4 bytes apart
+inline constexpr std::uint32_t kChunkModeActive = 0x0700;
+inline constexpr std::uint32_t kChunkSelector = 0x0704;
+inline constexpr std::uint32_t kMaxWidth = 0x0708; // of the region that the frozen buffers hold
+inline constexpr std::uint32_t kMaxHeight = 0x070C;
+inline constexpr std::uint32_t kRegionLocked = 0x0710;
+inline constexpr std::uint32_t kChunkEnable = 0x0720; // one for each EChunk, 4 bytes apart
+inline constexpr std::uint32_t kEventSelector = 0x0780;
+inline constexpr std::uint32_t kSimulateEventsCount = 0x0784;
+inline constexpr std::uint32_t kSimulateEvents = 0x0788;    // command
+inline constexpr std::uint32_t kEventNotification = 0x0790; // one for each EEvent, 4 bytes apart
+inline constexpr std::uint32_t kImageFilename = 0x1000;     // text of fileNameLength bytes
 inline constexpr std::uint32_t kTextLength = 64;
 inline constexpr std::uint32_t kFileNameLength = 4096; // as long as a path can be
 } // namespace Reg
@@ -94,6 +106,7 @@ inline constexpr std::uint64_t kMinLinkBytesPerSecond = 1000;
 inline constexpr std::uint64_t kMaxLinkBytesPerSecond = 10'000'000'000;
 inline constexpr std::uint64_t kDefaultLinkBytesPerSecond = 125'000'000;
 inline constexpr std::uint32_t kMaxBurstFrames = 65535;
+inline constexpr std::uint32_t kMaxSimulatedEvents = 65535;
 inline constexpr std::uint32_t kMaxForcedFailures = 65535;
 inline constexpr std::uint32_t kMaxFaultDelay = 1000000;
 inline constexpr std::int32_t kMaxRemovalMs = 3600000;

@@ -38,7 +38,7 @@ void CTriggers::Apply(const CTriggerSettings& settings) {
 void CTriggers::Arm() {
     Disarm();
     m_isArmed = true;
-    m_missed = 0;
+    m_missed = m_missedFrames = 0;
 }
 
 void CTriggers::Disarm() {
@@ -76,6 +76,7 @@ void CTriggers::TakeOrMiss(ETrigger trigger, std::int64_t nowNs) {
         Take(trigger, nowNs);
     } else {
         ++m_missed;
+        m_missedFrames += trigger == ETrigger::FrameStart ? 1 : 0;
     }
 }
 

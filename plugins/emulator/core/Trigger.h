@@ -62,6 +62,7 @@ public:
     std::uint64_t FramesToTrigger() const; ///< How many frames may begin at most before a trigger is needed.
     void CountFrames(std::uint64_t frames);
     std::uint64_t Missed() const { return m_missed; } ///< Triggers passed over since the acquisition was started.
+    std::uint64_t MissedFrames() const { return m_missedFrames; } ///< Of them, FrameStart triggers.
 
 private:
     static constexpr auto kFrame = static_cast<std::size_t>(ETrigger::FrameStart);
@@ -83,7 +84,7 @@ private:
     bool m_hasFrame = false;
     std::uint32_t m_burstLeft = 0;
     std::int64_t m_frameNs = 0;
-    std::uint64_t m_missed = 0;
+    std::uint64_t m_missed = 0, m_missedFrames = 0;
 };
 
 } // namespace CamEmu
