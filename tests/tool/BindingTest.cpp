@@ -24,8 +24,8 @@ protected:
     }
     Json Bind(const std::string& device = "0") const { return Run({"binding", device, "--json"}).Document(); }
 
-    const TemporaryFolder m_rules;
-    const TemporaryFolder m_descriptions;
+    TemporaryFolder m_rules;
+    TemporaryFolder m_descriptions;
 };
 
 TEST_F(BindingVerbTest, TellsTheStandardRule) {
