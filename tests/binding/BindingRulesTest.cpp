@@ -17,7 +17,6 @@
 using namespace Zelmo;
 using namespace Binding;
 using testing::ElementsAre;
-using testing::IsEmpty;
 using testing::StartsWith;
 
 namespace {

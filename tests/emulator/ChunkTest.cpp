@@ -200,7 +200,7 @@ TEST_F(ChunkTest, PayloadSizesAreExactForAllPixelFormatsAndSelectionsOfChunks) {
         SetIn(map, "ChunkModeActive", "0");
         const std::int64_t plain = camera.Int("PayloadSize")->GetValue();
         EXPECT_DOUBLE_EQ(rate->GetValue(), kBytesPerSecond / static_cast<double>(plain));
-        const std::string chunk = kAll[which++ % kAll.size()];
+        const std::string& chunk = kAll[which++ % kAll.size()];
         EnableChunks(map, {chunk, "PixelFormat"});
         const std::int64_t size = camera.Int("PayloadSize")->GetValue(); // out of the cache, were it not invalidated
         EXPECT_DOUBLE_EQ(rate->GetValue(), kBytesPerSecond / static_cast<double>(size));
