@@ -5,6 +5,8 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
+#include <mutex>
 
 namespace Minimal {
 
@@ -18,7 +20,10 @@ public:
         kAcquisitionStop = 0x04,
         kParamsLocked = 0x08,
         kBrightness = 0x0C,
-        kSimulateRemoval = 0x10
+        kSimulateRemoval = 0x10,
+        kChunkModeActive = 0x14,
+        kEventNotification = 0x18,
+        kTestEventGenerate = 0x1C
     };
 
     /// @throws GenICam::RuntimeException where there is no register, and while the cable is pulled.
@@ -33,6 +38,13 @@ public:
     void UnlockParams() { --m_locks; }
     bool IsAcquiring() const { return m_isAcquiring && m_isPluggedIn; }
     std::uint32_t Brightness() const { return m_brightness; }
+    bool SendsChunks() const { return m_sendsChunks; }
+    static std::uint64_t GetTicks(); ///< The camera's clock, in nanoseconds.
+
+    /// Gets the ticks of each event, on the thread that raises it. There is one receiver at a time.
+    using EventReceiver = std::function<void(std::uint64_t ticks)>;
+    bool SendEventsTo(EventReceiver receiver); ///< @return false when they go elsewhere.
+    void SendEventsNowhere();                  ///< None comes any more when it returns.
 
     void Enter() { ++m_holders; } ///< Somebody opens a device on it.
     void Leave() { --m_holders; }
@@ -41,12 +53,18 @@ public:
     RemovalNotice& Removal() { return m_removal; }
 
 private:
+    void RaiseTestEvent();
+
     std::atomic<bool> m_isPluggedIn{true};
     std::atomic<bool> m_isControlled{false};
     std::atomic<bool> m_isAcquiring{false};
     std::atomic<int> m_locks{0};
     std::atomic<int> m_holders{0};
     std::atomic<std::uint32_t> m_brightness{0};
+    std::atomic<bool> m_sendsChunks{false};
+    std::atomic<bool> m_sendsEvents{false};
+    std::mutex m_eventMutex; // held while the receiver is called
+    EventReceiver m_eventReceiver;
     RemovalNotice m_removal;
 };
 

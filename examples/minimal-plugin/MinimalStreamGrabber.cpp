@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "MinimalStreamGrabber.h"
 
+#include "MinimalChunks.h"
+
 #include <Base/GCException.h>
 #include <GenApi/IInteger.h>
 #include <GenApi/Pointer.h>
 
 #include <algorithm>
-#include <string>
 #include <utility>
 
 namespace Minimal {
@@ -14,33 +15,25 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/// What the library reads and writes before an acquisition.
-std::string StreamDescription() {
-    return R"(<?xml version="1.0" encoding="utf-8"?>
+/// What the library writes before an acquisition.
+constexpr char kDescription[] = R"(<?xml version="1.0" encoding="utf-8"?>
 <RegisterDescription ModelName="MinimalStream" VendorName="Example" StandardNameSpace="None"
     SchemaMajorVersion="1" SchemaMinorVersion="1" SchemaSubMinorVersion="0"
     MajorVersion="1" MinorVersion="0" SubMinorVersion="0"
     ProductGuid="3C7B9E6A-5A0B-4B6D-9F0E-5C1D2E3F4A51" VersionGuid="8D2F6C1B-1E4A-4C7D-8B9A-0F1E2D3C4B5A"
     xmlns="http://www.genicam.org/GenApi/Version_1_1">
   <Category Name="Root">
-    <pFeature>PayloadSize</pFeature>
     <pFeature>MaxBufferSize</pFeature>
     <pFeature>MaxNumBuffer</pFeature>
   </Category>
-  <Integer Name="PayloadSize">
-    <ImposedAccessMode>RO</ImposedAccessMode>
-    <Value>)" +
-           std::to_string(MinimalStreamGrabber::kPayloadSizeBytes) + R"(</Value>
-  </Integer>
   <Integer Name="MaxBufferSize"><Value>0</Value><Min>0</Min></Integer>
   <Integer Name="MaxNumBuffer"><Value>16</Value><Min>1</Min></Integer>
 </RegisterDescription>)";
-}
 
 } // namespace
 
 MinimalStreamGrabber::MinimalStreamGrabber(MinimalCamera& camera, GenApi::INodeMap& connection)
-    : m_camera(camera), m_connection(connection), m_nodeMap(MakeNodeMap(StreamDescription().c_str())) {}
+    : m_camera(camera), m_connection(connection), m_nodeMap(MakeNodeMap(kDescription)) {}
 
 MinimalStreamGrabber::~MinimalStreamGrabber() {
     StopStreaming();
@@ -82,9 +75,9 @@ void MinimalStreamGrabber::FinishGrab() {
 }
 
 Zelmo::StreamBufferHandle MinimalStreamGrabber::RegisterBuffer(void* buffer, std::size_t sizeBytes) {
-    if (!buffer || sizeBytes < kPayloadSizeBytes) {
-        throw INVALID_ARGUMENT_EXCEPTION("Cannot register a buffer of %zu bytes: an image takes %d.", sizeBytes,
-                                         kPayloadSizeBytes);
+    if (!buffer || sizeBytes < PayloadSizeBytes()) {
+        throw INVALID_ARGUMENT_EXCEPTION("Cannot register a buffer of %zu bytes: an image takes %zu.", sizeBytes,
+                                         PayloadSizeBytes());
     }
     std::lock_guard lock(m_mutex);
     m_registered[buffer] = {buffer, sizeBytes}; // the address makes a good handle here
@@ -174,29 +167,36 @@ void MinimalStreamGrabber::Expose() {
     m_queued.pop_front();
     const std::uint32_t brightness = m_camera.Brightness();
     auto* const pixels = static_cast<std::uint8_t*>(result.buffer);
-    for (int i = 0; i < kPayloadSizeBytes; ++i) {
+    for (int i = 0; i < kImageSizeBytes; ++i) {
         pixels[i] = static_cast<std::uint8_t>(blockId + brightness + static_cast<unsigned int>(i % kWidth));
     }
     result.blockId = blockId;
-    result.timeStamp = static_cast<std::uint64_t>(
-        std::chrono::duration_cast<std::chrono::nanoseconds>(Clock::now().time_since_epoch()).count());
+    result.timeStamp = MinimalCamera::GetTicks();
+    if (m_camera.SendsChunks()) {
+        AppendChunks(pixels + kImageSizeBytes, kImageSizeBytes, result.timeStamp);
+    }
     Deliver(std::move(result));
 }
 
-Zelmo::GrabResult MinimalStreamGrabber::ResultOf(const QueuedBuffer& queued, Zelmo::EGrabStatus status) {
+/// As the camera's feature PayloadSize. It stays as it is from PrepareGrab to FinishGrab, as ChunkModeActive does.
+std::size_t MinimalStreamGrabber::PayloadSizeBytes() const {
+    return kImageSizeBytes + (m_camera.SendsChunks() ? kChunksSizeBytes : 0);
+}
+
+Zelmo::GrabResult MinimalStreamGrabber::ResultOf(const QueuedBuffer& queued, Zelmo::EGrabStatus status) const {
     Zelmo::GrabResult result;
     result.context = queued.context;
     result.handle = queued.handle;
     result.buffer = queued.buffer.memory;
     result.bufferSize = queued.buffer.sizeBytes;
     result.status = status;
-    result.payloadType = Zelmo::PayloadType_Image;
+    result.payloadType = m_camera.SendsChunks() ? Zelmo::PayloadType_ChunkData : Zelmo::PayloadType_Image;
     result.pixelType = Zelmo::PixelType_Mono8;
     result.sizeX = kWidth;
     result.sizeY = kHeight;
     result.offsetX = result.offsetY = 0;
     result.paddingX = result.paddingY = 0;
-    result.payloadSize = kPayloadSizeBytes;
+    result.payloadSize = PayloadSizeBytes();
     return result;
 }
 

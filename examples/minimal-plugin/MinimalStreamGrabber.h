@@ -22,7 +22,7 @@ class MinimalStreamGrabber final : public Zelmo::IStreamGrabber {
 public:
     static constexpr int kWidth = 64;
     static constexpr int kHeight = 48;
-    static constexpr int kPayloadSizeBytes = kWidth * kHeight; // Mono8
+    static constexpr int kImageSizeBytes = kWidth * kHeight; // Mono8
 
     /// @p connection is asked for the parameter FramePeriod when streaming starts.
     MinimalStreamGrabber(MinimalCamera& camera, GenApi::INodeMap& connection);
@@ -60,7 +60,8 @@ private:
 
     void Run();
     void Expose();
-    static Zelmo::GrabResult ResultOf(const QueuedBuffer& queued, Zelmo::EGrabStatus status);
+    std::size_t PayloadSizeBytes() const;
+    Zelmo::GrabResult ResultOf(const QueuedBuffer& queued, Zelmo::EGrabStatus status) const;
     void Deliver(Zelmo::GrabResult result);
 
     MinimalCamera& m_camera;

@@ -5,6 +5,11 @@
 #include "PluginTest.h"
 #include <GenApi/GenApi.h>
 #include <zelmo/Device.h>
+#include <zelmo/EventGrabber.h>
+#include <zelmo/GrabResultData.h>
+#include <zelmo/GrabResultPtr.h>
+#include <zelmo/HandlerRegistration.h>
+#include <zelmo/InstantCamera.h>
 #include <zelmo/StreamGrabber.h>
 #include <zelmo/WaitObject.h>
 
@@ -39,7 +44,7 @@ protected:
     /// Up to streaming, with all buffers queued; each buffer's context is its number.
     void StartGrabbing(std::size_t bufferCount) {
         m_grabber->Open();
-        const auto payloadSize = static_cast<std::size_t>(StreamNode("PayloadSize")->GetValue());
+        const auto payloadSize = static_cast<std::size_t>(Number("PayloadSize")->GetValue());
         StreamNode("MaxBufferSize")->SetValue(static_cast<std::int64_t>(payloadSize));
         StreamNode("MaxNumBuffer")->SetValue(static_cast<std::int64_t>(bufferCount));
         m_grabber->PrepareGrab();
@@ -78,6 +83,7 @@ protected:
     }
 
     GenApi::CCommandPtr Command(const char* name) { return m_device->GetNodeMap()->GetNode(name); }
+    GenApi::CIntegerPtr Number(const char* name) { return m_device->GetNodeMap()->GetNode(name); }
     GenApi::CIntegerPtr StreamNode(const char* name) { return m_grabber->GetNodeMap()->GetNode(name); }
 
     IZelmoDevice* m_device = nullptr;
@@ -130,7 +136,7 @@ TEST_F(MinimalPluginTest, EveryQueuedBufferComesBackAndTheGrabberCanStartAgain) 
 
 TEST_F(MinimalPluginTest, ClosedGrabberHasItsParametersAndTakesTheCallsThatUndoAFailedStart) {
     ASSERT_NE(m_grabber->GetNodeMap(), nullptr);
-    EXPECT_EQ(StreamNode("PayloadSize")->GetValue(), 64 * 48);
+    EXPECT_EQ(StreamNode("MaxNumBuffer")->GetValue(), 16);
     EXPECT_EQ(StopGrabbing(), 0u);
     StartGrabbing(1);
     EXPECT_EQ(NextResult().status, GrabStatus_Grabbed);
@@ -220,7 +226,65 @@ TEST_F(MinimalPluginTest, ClosedDevicesHaveTheirConnectionParameters) {
     const GenApi::CIntegerPtr period = m_device->GetTLNodeMap()->GetNode("FramePeriod");
     EXPECT_EQ(period->GetValue(), 10);
     EXPECT_TRUE(period->GetNode()->IsStreamable());
-    EXPECT_FALSE(dynamic_cast<IZelmoDevicePrivate&>(*m_device).IsChunkNodeMapDescriptionAvailable());
+}
+
+TEST_F(MinimalPluginTest, EventsReachOneGrabberOfADeviceThatIsOpenForThem) {
+    IEventGrabber& events = *m_device->GetEventGrabber();
+    EXPECT_THROW(events.Open(), GenICam::LogicalErrorException) << "not open for Event";
+    m_device->Close();
+    m_device->Open(Control | Event);
+    events.Open();
+    IZelmoDevice* const monitor = Factory().CreateDevice(m_device->GetDeviceInfo());
+    monitor->Open(Event);
+    EXPECT_THROW(monitor->GetEventGrabber()->Open(), GenICam::LogicalErrorException);
+    Factory().DestroyDevice(monitor);
+
+    Command("TestEventGenerate")->Execute();
+    EXPECT_FALSE(events.GetWaitObject().Wait(0)) << "the notification is off";
+    GenApi::CEnumerationPtr(m_device->GetNodeMap()->GetNode("EventNotification"))->FromString("On");
+    for (int raised = 0; raised < 100; ++raised) {
+        Command("TestEventGenerate")->Execute();
+    }
+    int pending = 0;
+    for (EventResult event; events.RetrieveEvent(event);) {
+        ++pending;
+    }
+    EXPECT_EQ(pending, 64) << "the oldest are dropped";
+    EXPECT_FALSE(events.GetWaitObject().Wait(0));
+    Command("TestEventGenerate")->Execute();
+    events.Close();
+    EXPECT_FALSE(events.GetWaitObject().Wait(0)) << "what was pending is gone";
+}
+
+TEST_F(MinimalPluginTest, CameraObjectGetsChunksAndEvents) {
+    m_device->Close();
+    CInstantCamera camera(Factory().CreateFirstDevice(m_device->GetDeviceInfo()));
+    camera.GrabCameraEvents.SetValue(true);
+    camera.Open();
+    GenApi::INodeMap& features = camera.GetNodeMap();
+    GenApi::CBooleanPtr(features.GetNode("ChunkModeActive"))->SetValue(true);
+    GenApi::CEnumerationPtr(features.GetNode("EventNotification"))->FromString("On");
+    const GenApi::CIntegerPtr raised = features.GetNode("EventTestTimestamp");
+    std::vector<std::int64_t> times;
+    const CHandlerRegistration registration =
+        OnEvent(camera, "EventTestData", [&] { times.push_back(raised->GetValue()); });
+
+    camera.StartGrabbing();
+    CGrabResultPtr first;
+    ASSERT_TRUE(camera.RetrieveResult(kLongEnoughMs, first));
+    GenApi::CCommandPtr(features.GetNode("TestEventGenerate"))->Execute();
+    CGrabResultPtr second;
+    ASSERT_TRUE(camera.RetrieveResult(kLongEnoughMs, second));
+    for (const CGrabResultPtr& image : {first, second}) {
+        EXPECT_EQ(image->GetPayloadType(), PayloadType_ChunkData);
+        EXPECT_EQ(image->GetImageSize(), 64u * 48);
+        const GenApi::CIntegerPtr taken(&image->GetChunkDataNodeMap(), "ChunkTimestamp");
+        EXPECT_EQ(static_cast<std::uint64_t>(taken->GetValue()), image->GetTimeStamp());
+    }
+    EXPECT_THROW(GenApi::CBooleanPtr(features.GetNode("ChunkModeActive"))->SetValue(false), GenICam::AccessException)
+        << "it changes the size of the images";
+    ASSERT_EQ(times.size(), 1u);
+    EXPECT_GT(static_cast<std::uint64_t>(times.front()), first->GetTimeStamp());
 }
 
 class MinimalFilterTest : public PluginTest, public testing::WithParamInterface<std::pair<const char*, int>> {};
