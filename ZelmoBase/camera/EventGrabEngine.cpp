@@ -51,12 +51,14 @@ void CEventGrabEngine::Stop() noexcept {
     m_result = EventResult();
 }
 
-void CEventGrabEngine::ProcessEvents() {
+bool CEventGrabEngine::ProcessEvents() {
     // A handler may have stopped the grabbing, and a grabber may signal what it does not have. Events that come faster
     // than they are handled must not keep the caller from images, a stop and the end of its time.
     constexpr int kMost = 1000;
-    for (int count = 0; count < kMost && IsRunning() && GetWaitObject().Wait(0) && RetrieveEvent(); ++count) {
+    const auto isPending = [this] { return IsRunning() && GetWaitObject().Wait(0); };
+    for (int count = 0; count < kMost && isPending() && RetrieveEvent(); ++count) {
     }
+    return isPending();
 }
 
 bool CEventGrabEngine::RetrieveEvent() {

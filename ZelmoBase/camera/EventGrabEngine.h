@@ -27,8 +27,9 @@ public:
     void Start(IEventGrabber* grabber);
     void Stop() noexcept; ///< Closes it; what is pending is lost.
 
-    /// Fetches and delivers what is pending. @throws as RetrieveEvent.
-    void ProcessEvents();
+    /// Fetches and delivers what is pending, but no more than a thousand. @return whether the grabber says that there is
+    /// more. @throws as RetrieveEvent.
+    bool ProcessEvents();
 
     bool IsRunning() const noexcept { return m_grabber != nullptr; }
     const WaitObject& GetWaitObject() const { return m_grabber.load()->GetWaitObject(); } ///< While it runs.

@@ -431,19 +431,25 @@ long CInstantCamera::CInstantCameraImpl::GetCameraContext() const {
 // Events and triggers
 
 void CInstantCamera::CInstantCameraImpl::ProcessCameraEvents() {
-    if (m_events.IsRunning()) {
-        CCameraGuard lock(m_cameraLock);
-        m_events.ProcessEvents();
+    DrainEvents(m_session.GetNumber());
+}
+
+void CInstantCamera::CInstantCameraImpl::ProcessEventsOf(const CSessionWait& wait) {
+    if (!wait.end->IsSignaled()) {
+        DrainEvents(wait.session);
     }
 }
 
 /// A thread that is late, and whose session is over, leaves the events of the next one alone.
-void CInstantCamera::CInstantCameraImpl::ProcessEventsOf(const CSessionWait& wait) {
-    if (m_events.IsRunning() && !wait.end->IsSignaled()) {
+void CInstantCamera::CInstantCameraImpl::DrainEvents(std::uint64_t session) {
+    constexpr unsigned kPauseMs = 1;
+    bool isMore = false;
+    if (m_events.IsRunning()) {
         CCameraGuard lock(m_cameraLock);
-        if (IsSessionRunning(wait.session)) {
-            m_events.ProcessEvents();
-        }
+        isMore = IsSessionRunning(session) && m_events.ProcessEvents();
+    }
+    if (isMore && !m_cameraLock.IsHeldByThisThread()) {
+        WaitObject::Sleep(kPauseMs); // in a storm: those who wait for the lock, as to stop, get it before the next drain
     }
 }
 

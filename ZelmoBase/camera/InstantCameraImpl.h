@@ -157,6 +157,7 @@ private:
     void StartRetrieval(IZelmoDevice& device, unsigned long records, EGrabLoop grabLoop) ZELMO_REQUIRES(m_cameraLock);
     void StartLoopThread() ZELMO_REQUIRES(m_cameraLock);
     void StopSession() noexcept ZELMO_REQUIRES(m_cameraLock);
+    void DrainEvents(std::uint64_t session);
     void LockGrabParameters(EGrabStrategy strategy) ZELMO_REQUIRES(m_cameraLock);
     void UnlockGrabParameters() noexcept ZELMO_REQUIRES(m_cameraLock);
     bool IsChunkModeActive() const ZELMO_REQUIRES(m_cameraLock);
