@@ -44,14 +44,7 @@ public:
             return;
         }
         if (const std::shared_ptr<CCameraEventMetaData> target = m_target.lock()) {
-            target->OnNodeChanged(m_self);
-        }
-    }
-
-    /// Tells the handler, unless the connection has ended meanwhile.
-    void Notify() {
-        if (const std::shared_ptr<CCameraEventMetaData> target = m_target.lock()) {
-            target->Notify(m_pNode, this);
+            target->OnNodeChanged(m_pNode, this);
         }
     }
 

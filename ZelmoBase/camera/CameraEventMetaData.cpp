@@ -45,18 +45,16 @@ void CCameraEventMetaData::Disconnect() noexcept {
     }
 }
 
-void CCameraEventMetaData::OnNodeChanged(const std::shared_ptr<CCameraEventConnection>& connection) noexcept {
-    RunGuarded([&] { m_engine.Postpone(connection); }, [this](const char* text) { LogFailure(text); });
-}
-
-void CCameraEventMetaData::Notify(GenApi::INode* node, const CCameraEventConnection* connection) noexcept {
-    GenICam::AutoLock lock(m_lock);
-    if (m_connection.get() != connection) {
-        return; // disconnected since the node has changed
-    }
-    const CHandlerScope scope;
-    RunGuarded([this, node] { m_handler.OnCameraEvent(m_camera, m_userId, node); },
-               [this](const char* text) { LogFailure(text); });
+void CCameraEventMetaData::OnNodeChanged(GenApi::INode* node, const CCameraEventConnection* connection) noexcept {
+    m_engine.TellHandler([&] {
+        GenICam::AutoLock lock(m_lock);
+        if (m_connection.get() != connection) {
+            return; // deregistered by a handler of the same event
+        }
+        const CHandlerScope scope;
+        RunGuarded([&] { m_handler.OnCameraEvent(m_camera, m_userId, node); },
+                   [this](const char* text) { LogFailure(text); });
+    });
 }
 
 void CCameraEventMetaData::LogFailure(const char* text) const noexcept {

@@ -20,10 +20,10 @@ class CEventGrabEngine;
 class CInstantCamera;
 
 /// What belongs to the registration of a camera event handler: its node, and the connection to it while the camera is
-/// open. The handler is told of changes that are made while this camera delivers a message on the same thread; what an
-/// application or another thread writes tells nobody.
+/// open. The handler is told of changes that are made while this camera delivers a message on the same thread; what
+/// handlers, or other threads, write tells nobody.
 /// Locks: the camera event lock guards all members.
-class CCameraEventMetaData : public std::enable_shared_from_this<CCameraEventMetaData> {
+class CCameraEventMetaData final : public std::enable_shared_from_this<CCameraEventMetaData> {
 public:
     /// Borrows @p engine and @p lock, the camera event lock.
     CCameraEventMetaData(CInstantCamera& camera, CCameraEventHandler& handler, const CEventGrabEngine& engine,
@@ -41,8 +41,7 @@ public:
 
 private:
     friend class CCameraEventConnection;
-    void OnNodeChanged(const std::shared_ptr<CCameraEventConnection>& connection) noexcept; // any thread
-    void Notify(GenApi::INode* node, const CCameraEventConnection* connection) noexcept;
+    void OnNodeChanged(GenApi::INode* node, const CCameraEventConnection* connection) noexcept; // any thread
     void LogFailure(const char* text) const noexcept;
 
     CInstantCamera& m_camera;

@@ -1,10 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "ZelmoBase/camera/EventGrabEngine.h"
 
-#include "ZelmoBase/camera/CameraEventConnection.h"
 #include "ZelmoBase/camera/CameraLog.h"
 #include "ZelmoBase/core/Guarded.h"
-#include "ZelmoBase/core/ScopeGuard.h"
 
 #include <zelmo/Device.h>
 #include <zelmo/WaitObject.h>
@@ -36,6 +34,7 @@ void CEventGrabEngine::Start(IEventGrabber* grabber) {
         return;
     }
     m_grabber = grabber;
+    ++m_run;
     ScopeGuard stop([this] { Stop(); });
     grabber->Open();
     stop.Dismiss();
@@ -48,14 +47,20 @@ void CEventGrabEngine::Stop() noexcept {
     RunLogged(CameraLogCategory(), "Exception caught while closing the event grabber, msg='%s'",
               "Unknown exception caught while closing the event grabber.", [this] { m_grabber.load()->Close(); });
     m_grabber = nullptr;
-    m_result = EventResult();
+    if (!IsDelivering()) { // else the adapter reads it
+        m_result = EventResult();
+    }
 }
 
 bool CEventGrabEngine::ProcessEvents() {
     // A handler may have stopped the grabbing, and a grabber may signal what it does not have. Events that come faster
     // than they are handled must not keep the caller from images, a stop and the end of its time.
     constexpr int kMost = 1000;
-    const auto isPending = [this] { return IsRunning() && GetWaitObject().Wait(0); };
+    const std::uint64_t run = m_run; // a handler may start another one, which is for whoever retrieves there
+    const auto isPending = [&] { return IsRunning() && run == m_run && GetWaitObject().Wait(0); };
+    if (IsDelivering()) {
+        return false;
+    }
     for (int count = 0; count < kMost && isPending() && RetrieveEvent(); ++count) {
     }
     return isPending();
@@ -72,28 +77,17 @@ bool CEventGrabEngine::RetrieveEvent() {
     return true;
 }
 
-bool CEventGrabEngine::Postpone(const std::shared_ptr<CCameraEventConnection>& connection) const {
-    if (m_deliveringThread != std::this_thread::get_id()) {
-        return false;
-    }
-    m_postponed.push_back(connection);
-    return true;
-}
-
-/// What handlers do may end all this: after the adapter nothing of it is touched, but what they leave to notify.
 void CEventGrabEngine::Deliver() {
-    std::vector<std::shared_ptr<CCameraEventConnection>> changed;
-    {
-        m_deliveringThread = std::this_thread::get_id();
-        const ScopeGuard end([&] {
-            m_deliveringThread = std::thread::id();
-            changed.swap(m_postponed);
-        });
-        m_adapter->DeliverMessage(m_result.buffer, EventResult::BufferSizeBytes);
-    }
-    for (const auto& connection : changed) {
-        connection->Notify();
-    }
+    const std::shared_ptr<IEventAdapter> adapter = m_adapter; // a device that has closed itself may be opened anew
+    const ScopeGuard end([this]() noexcept {
+        m_deliveringThread = std::thread::id();
+        if (!IsRunning()) {
+            m_result = EventResult();
+        }
+        m_onDelivered();
+    });
+    m_deliveringThread = std::this_thread::get_id();
+    adapter->DeliverMessage(m_result.buffer, EventResult::BufferSizeBytes);
 }
 
 } // namespace Zelmo

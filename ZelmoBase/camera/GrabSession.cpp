@@ -16,6 +16,13 @@
 #include <utility>
 
 namespace Zelmo {
+namespace {
+
+bool HasEnd(unsigned int timeoutMs) {
+    return timeoutMs < WaitTimeoutInfinite - 1;
+}
+
+} // namespace
 
 CSessionWait::CSessionWait(std::uint64_t sessionNumber, std::shared_ptr<const CSessionEnd> sessionEnd)
     : session(sessionNumber), end(std::move(sessionEnd)) {}
@@ -167,9 +174,15 @@ CGrabSession::EOutcome CGrabSession::Wait(const CSessionWait& wait, unsigned int
     if (wait.end->IsSignaled()) {
         return Outcome_Stopped;
     }
-    m_owner.ProcessEventsOf(wait);
-    if (m_engine.IsResultSignaled()) { // be it that of a session which began just now: the caller looks
-        return Outcome_Result;
+    for (bool wasThere = false, isThere = m_engine.IsResultSignaled();;) {
+        m_owner.ProcessEventsOf(wait);
+        wasThere = std::exchange(isThere, m_engine.IsResultSignaled());
+        if (wasThere && isThere) { // be it that of a session which began just now: the caller looks
+            return Outcome_Result;
+        }
+        if (!isThere) {
+            break;
+        } // else it came meanwhile, and what came ahead of it is told ahead of it
     }
     if (timeoutMs == 0) {
         return Outcome_Timeout;
@@ -180,6 +193,9 @@ CGrabSession::EOutcome CGrabSession::Wait(const CSessionWait& wait, unsigned int
     EOutcome outcome = Outcome_Event;
     while (outcome == Outcome_Event) { // the time goes on while events are handled
         outcome = WaitForOutcome(wait.objects, timeoutMs, due);
+        if (outcome == Outcome_Event && HasEnd(timeoutMs) && std::chrono::steady_clock::now() >= due) {
+            outcome = Outcome_Timeout; // of a storm, where the timer's signal is blocked
+        }
         if (outcome != Outcome_Stopped) {
             m_owner.ProcessEventsOf(wait);
         }
@@ -206,7 +222,7 @@ void CGrabSession::UseTimer(const CSessionWait& wait, Use&& use) {
 CGrabSession::EOutcome CGrabSession::WaitForOutcome(const WaitObjects& objects, unsigned int timeoutMs,
                                                     std::chrono::steady_clock::time_point due) {
     unsigned index = Outcome_Timeout;
-    if (timeoutMs < WaitTimeoutInfinite - 1) {
+    if (HasEnd(timeoutMs)) {
         using std::chrono::milliseconds;
         const auto left = std::chrono::ceil<milliseconds>(due - std::chrono::steady_clock::now());
         const auto leftMs = static_cast<unsigned>(std::max<milliseconds::rep>(left.count(), 0));

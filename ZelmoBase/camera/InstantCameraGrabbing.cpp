@@ -449,7 +449,8 @@ void CInstantCamera::CInstantCameraImpl::DrainEvents(std::uint64_t session) {
         isMore = IsSessionRunning(session) && m_events.ProcessEvents();
     }
     if (isMore && !m_cameraLock.IsHeldByThisThread()) {
-        WaitObject::Sleep(kPauseMs); // in a storm: those who wait for the lock, as to stop, get it before the next drain
+        WaitObject::Sleep(
+            kPauseMs); // in a storm: those who wait for the lock, as to stop, get it before the next drain
     }
 }
 

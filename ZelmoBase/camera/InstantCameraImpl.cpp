@@ -15,6 +15,7 @@
 #include <GenApi/NodeCallback.h>
 #include <GenApi/NodeMapFactory.h>
 
+#include <algorithm>
 #include <utility>
 
 namespace Zelmo {
@@ -35,8 +36,9 @@ bool RunStep(const char* known, const char* unknown, Step&& step, const Args&...
 
 CInstantCamera::CInstantCameraImpl::CInstantCameraImpl(CInstantCamera& camera)
     : m_camera(camera), m_cameraLock(m_parameters->GetLock()), m_configurations(camera), m_imageHandlers(camera),
-      m_cameraEvents(camera), m_trigger(m_device), m_session(&camera, m_cameraLock, *this, *this),
-      m_queuePort(m_session.GetEngine()),
+      m_cameraEvents(camera), m_trigger(m_device),
+      m_events([this]() ZELMO_NO_THREAD_SAFETY_ANALYSIS { GiveUpDevice(); }),
+      m_session(&camera, m_cameraLock, *this, *this), m_queuePort(m_session.GetEngine()),
       m_removal(camera, m_cameraLock, [this]() ZELMO_NO_THREAD_SAFETY_ANALYSIS { Notify(kOnCameraDeviceRemoved); }) {
     m_parameters.SetThreadPriorities();
     m_parameters->Connect(&m_queuePort, "QueuePort");
@@ -147,6 +149,10 @@ bool CInstantCamera::CInstantCameraImpl::NeedsClosing() const noexcept {
 
 void CInstantCamera::CInstantCameraImpl::Attach(IZelmoDevice* device, ECleanup cleanup) {
     CCameraGuard lock(m_cameraLock);
+    if (device != nullptr && m_events.IsDelivering()) {
+        throw RUNTIME_EXCEPTION("Cannot attach the device %s: an event of the device before is being handled.",
+                                device->GetDeviceInfo().GetFullName().c_str());
+    }
     LetGoOfDevice(device);
     if (device == nullptr) {
         return;
@@ -219,6 +225,9 @@ void CInstantCamera::CInstantCameraImpl::DestroyDevice() {
     if (device == nullptr) {
         return;
     }
+    if (HasToWait(EGiveUp::Destroy)) {
+        return;
+    }
     const std::uint64_t attachment = m_device.GetNumber();
     if (NeedsClosing()) {
         RunStep("Exception caught while calling Close, msg='%s'", "Unknown exception caught while calling Close.",
@@ -255,7 +264,7 @@ void CInstantCamera::CInstantCameraImpl::DetachDevice() {
         return;
     }
     const std::uint64_t attachment = m_device.GetNumber();
-    if (!EndSession()) {
+    if (HasToWait(EGiveUp::Detach) || !EndSession()) {
         return;
     }
     NotifyOnce(kOnDetach, m_detachUnderway, attachment);
@@ -364,8 +373,34 @@ void CInstantCamera::CInstantCameraImpl::OpenSetup(IZelmoDevice& device) {
 
 void CInstantCamera::CInstantCameraImpl::Close() {
     CCameraGuard lock(m_cameraLock);
-    if (m_device.Get() != nullptr && EndSession()) {
+    if (m_device.Get() != nullptr && !HasToWait(EGiveUp::Close) && EndSession()) {
         CloseDevice();
+    }
+}
+
+/// In the delivery of an event only the session ends: the adapter needs the open device until it returns.
+bool CInstantCamera::CInstantCameraImpl::HasToWait(EGiveUp what) noexcept {
+    if (!m_events.IsDelivering()) {
+        return false;
+    }
+    if (EndSession() && m_giveUp < EGiveUp::Detach) {
+        m_giveUp = std::max(m_giveUp, what);
+        m_openReasons = 0;
+    }
+    return true;
+}
+
+/// A device that a handler has opened again, or grabs from again, is not closed for what came before.
+void CInstantCamera::CInstantCameraImpl::GiveUpDevice() noexcept {
+    const EGiveUp what = std::exchange(m_giveUp, EGiveUp::Nothing);
+    if (what == EGiveUp::Close && m_openReasons == 0) {
+        CloseDevice();
+    } else if (what > EGiveUp::Close) {
+        RunStep(
+            "Camera %p: Exception caught while letting go of the device, msg='%s'",
+            "Camera %p: Unknown exception caught while letting go of the device.",
+            [this, what] { what == EGiveUp::Destroy ? DestroyDevice() : DetachDevice(); },
+            static_cast<const void*>(&m_camera));
     }
 }
 

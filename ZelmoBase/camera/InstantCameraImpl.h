@@ -122,6 +122,8 @@ public:
 private:
     /// Why a device is open.
     enum EOpenReason : unsigned { OpenReason_Application = 1U << 0, OpenReason_Session = 1U << 1 };
+    /// What has to wait until an event is delivered, by how much it includes.
+    enum class EGiveUp { Nothing, Close, Detach, Destroy };
 
     // notifications
     void Notify(const CLifeEvent& event) ZELMO_REQUIRES(m_cameraLock);
@@ -143,6 +145,8 @@ private:
     void CloseQuietly(IZelmoDevice& device) noexcept ZELMO_REQUIRES(m_cameraLock);
     bool EndSession() noexcept ZELMO_REQUIRES(m_cameraLock);
     void ResetToDetached() noexcept ZELMO_REQUIRES(m_cameraLock);
+    bool HasToWait(EGiveUp what) noexcept ZELMO_REQUIRES(m_cameraLock);
+    void GiveUpDevice() noexcept ZELMO_REQUIRES(m_cameraLock);
     void ResizeChunkPool() ZELMO_REQUIRES(m_cameraLock);
     GenApi::INodeMap& OrEmpty(GenApi::INodeMap* nodeMap) ZELMO_REQUIRES(m_cameraLock);
 
@@ -199,6 +203,7 @@ private:
     std::uint64_t m_closeUnderway ZELMO_GUARDED_BY(m_cameraLock) = 0;
     std::uint64_t m_detachUnderway ZELMO_GUARDED_BY(m_cameraLock) = 0;
     std::uint64_t m_destroyUnderway ZELMO_GUARDED_BY(m_cameraLock) = 0;
+    EGiveUp m_giveUp ZELMO_GUARDED_BY(m_cameraLock) = EGiveUp::Nothing; // as soon as the event is delivered
 
     CAcquireContinuousConfiguration m_defaultConfiguration;
     CEventHandlerRegistry<CConfigurationHandlers> m_configurations;
