@@ -9,6 +9,9 @@
 #include <zelmo/Device.h>
 #include <zelmo/WaitObject.h>
 
+#include <exception>
+#include <utility>
+
 namespace Zelmo {
 namespace {
 
@@ -80,19 +83,22 @@ bool CEventGrabEngine::Postpone(const std::shared_ptr<CCameraEventConnection>& c
     return true;
 }
 
-/// What handlers do may end all this: after the adapter nothing of it is touched, but what they leave to notify.
+/// What handlers do may end all this: once they are called nothing of it is touched, but what they leave to notify.
 void CEventGrabEngine::Deliver() {
-    std::vector<std::shared_ptr<CCameraEventConnection>> changed;
-    {
-        m_deliveringThread = std::this_thread::get_id();
-        const ScopeGuard end([&] {
-            m_deliveringThread = std::thread::id();
-            changed.swap(m_postponed);
-        });
+    std::exception_ptr failure;
+    m_deliveringThread = std::this_thread::get_id();
+    try {
         m_adapter->DeliverMessage(m_result.buffer, EventResult::BufferSizeBytes);
+    } catch (...) { // also that of a callback of one node, which is no reason to keep quiet about the others
+        failure = std::current_exception();
     }
+    m_deliveringThread = std::thread::id();
+    const std::vector<std::shared_ptr<CCameraEventConnection>> changed = std::exchange(m_postponed, {});
     for (const auto& connection : changed) {
         connection->Notify();
+    }
+    if (failure) {
+        std::rethrow_exception(failure);
     }
 }
 

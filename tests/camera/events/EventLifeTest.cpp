@@ -1,0 +1,199 @@
+// SPDX-License-Identifier: Apache-2.0
+
+// Handlers that take away what they stand on, and threads that cross them; each with a watchdog.
+
+#include "camera/array/ArrayTest.h"
+
+#include <GenApi/NodeCallback.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <future>
+#include <memory>
+
+using namespace Zelmo;
+
+namespace {
+
+/// Ends the process when a test hangs.
+class Watchdog {
+public:
+    ~Watchdog() { m_done.set_value(); }
+
+private:
+    std::promise<void> m_done;
+    std::jthread m_thread{[done = m_done.get_future()] {
+        if (done.wait_for(std::chrono::minutes(1)) == std::future_status::timeout) {
+            std::fputs("The test hangs.\n", stderr);
+            std::abort();
+        }
+    }};
+};
+
+using Deed = std::function<void(CInstantCamera&)>;
+
+/// Writes down what it hears: its name and the value.
+struct Listener final : CCameraEventHandler {
+    Listener(char itsName, std::string& itsStory, Deed itsDeed = {})
+        : name(itsName), story(itsStory), deed(std::move(itsDeed)) {}
+    ~Listener() override { story += std::string("~") + name + " "; }
+    void OnCameraEvent(CInstantCamera& camera, long, GenApi::INode* node) override {
+        story += name + std::string(GenApi::CIntegerPtr(node)->ToString().c_str()) + " ";
+        if (deed) {
+            const Deed mine = std::exchange(deed, nullptr); // it may end this handler
+            mine(camera);
+        }
+    }
+
+    const char name;
+    std::string& story;
+    Deed deed;
+};
+
+class EventLifeTest : public testing::Test {
+protected:
+    EventLifeTest() {
+        m_camera.RegisterConfiguration(nullptr, RegistrationMode_ReplaceAll, Cleanup_None);
+        Attach();
+        m_camera.GrabCameraEvents.SetValue(true);
+    }
+    ~EventLifeTest() override {
+        m_station.device.isGone = false;
+        m_camera.DetachDevice();
+        EXPECT_EQ(m_station.device.faults, 0);
+        EXPECT_THAT(m_station.device.Grabber().Violations(), testing::IsEmpty());
+    }
+
+    void Attach() {
+        m_station.device.isGone = false;
+        m_camera.Attach(&m_station.device, Cleanup_None);
+    }
+    /// The camera owns it.
+    Listener* Register(char name, Deed deed = {}, const char* node = "EventValue",
+                       ERegistrationMode mode = RegistrationMode_Append) {
+        auto* const listener = new Listener(name, m_story, std::move(deed));
+        m_camera.RegisterCameraEventHandler(listener, node, 0, mode, Cleanup_Delete, CameraEventAvailability_Mandatory);
+        return listener;
+    }
+    bool Retrieve(unsigned ms = 0) { return m_camera.RetrieveResult(ms, m_result, kReturns); }
+    std::string Told() { return std::exchange(m_story, {}); }
+    GenApi::CIntegerPtr Value() { return {*m_station.device.CStreamDevice::GetNodeMap(), "EventValue"}; }
+
+    const Watchdog m_watchdog;
+    std::string m_story;
+    Station m_station{""};
+    CInstantCamera m_camera;
+    CGrabResultPtr m_result;
+};
+
+// In a handler
+
+struct HandlerCase {
+    const char* name;
+    bool isOpenBefore;
+    std::function<void(EventLifeTest&, CInstantCamera&, CCameraEventHandler*)> deed;
+    const char* told; ///< Of the messages 1 and 2, by the handlers a, whose deed it is, and b.
+};
+
+class InHandlerTest : public EventLifeTest, public testing::WithParamInterface<HandlerCase> {
+public:
+    static void Replace(EventLifeTest& test, CInstantCamera&, CCameraEventHandler*) {
+        static_cast<InHandlerTest&>(test).Register('c', {}, "EventValue", RegistrationMode_ReplaceAll);
+    }
+    static void LetGo(EventLifeTest& test, CInstantCamera& camera, void (CInstantCamera::*step)()) {
+        (camera.*step)();
+        static_cast<InHandlerTest&>(test).m_station.device.isGone = true;
+    }
+};
+
+TEST_P(InHandlerTest, WhatItStandsOnMayGo) {
+    const HandlerCase& given = GetParam();
+    for (int round = 0; round < 2; ++round) { // all is as before for the next one
+        Listener* self = nullptr;
+        self = Register('a', [&](CInstantCamera& camera) { given.deed(*this, camera, self); });
+        Register('b');
+        if (given.isOpenBefore) {
+            m_camera.Open();
+        }
+        m_camera.StartGrabbing();
+        m_station.events.Put(1);
+        m_station.events.Put(2);
+        EXPECT_FALSE(Retrieve());
+        EXPECT_EQ(Told(), given.told);
+        Attach();
+        m_camera.RegisterCameraEventHandler(nullptr, "", 0, RegistrationMode_ReplaceAll, Cleanup_None);
+        Register('d');
+        m_camera.StartGrabbing();
+        Told();
+        Retrieve(); // what is left of the two
+        Told();
+        m_station.events.Put(3);
+        EXPECT_FALSE(Retrieve());
+        EXPECT_EQ(Told(), "d3 ");
+        m_camera.Close();
+        m_camera.RegisterCameraEventHandler(nullptr, "", 0, RegistrationMode_ReplaceAll, Cleanup_None);
+        Told();
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, InHandlerTest,
+    testing::Values(HandlerCase{"Deregister", false,
+                                [](auto&, CInstantCamera& camera, CCameraEventHandler* self) {
+                                    camera.DeregisterCameraEventHandler(self, "EventValue");
+                                },
+                                "a1 ~a b1 b2 "},
+                    HandlerCase{"ReplaceAll", false, &InHandlerTest::Replace, "a1 ~a ~b c2 "},
+                    HandlerCase{"ReplaceAllByNone", false,
+                                [](auto&, CInstantCamera& camera, auto*) {
+                                    camera.RegisterCameraEventHandler(nullptr, "", 0, RegistrationMode_ReplaceAll,
+                                                                      Cleanup_None);
+                                },
+                                "a1 ~a ~b "},
+                    HandlerCase{"StopGrabbing", true,
+                                [](auto&, CInstantCamera& camera, auto*) { camera.StopGrabbing(); }, "a1 b1 "},
+                    HandlerCase{"StopGrabbingThatCloses", false,
+                                [](auto&, CInstantCamera& camera, auto*) { camera.StopGrabbing(); }, "a1 "},
+                    HandlerCase{"Close", true, [](auto&, CInstantCamera& camera, auto*) { camera.Close(); }, "a1 "},
+                    HandlerCase{"DetachDevice", true,
+                                [](auto& test, CInstantCamera& camera, auto*) {
+                                    InHandlerTest::LetGo(test, camera, &CInstantCamera::DetachDevice);
+                                },
+                                "a1 "},
+                    HandlerCase{"DestroyDevice", true,
+                                [](auto& test, CInstantCamera& camera, auto*) {
+                                    InHandlerTest::LetGo(test, camera, &CInstantCamera::DestroyDevice);
+                                },
+                                "a1 "}),
+    [](const auto& given) { return std::string(given.param.name); });
+
+// In a callback of the node map, while the adapter writes
+
+TEST_F(EventLifeTest, EventsOfOneMessageReachTheHandlersOfTheirNodes) {
+    Register('a');
+    Register('b', {}, "EventOther");
+    Register('c');
+    m_camera.StartGrabbing();
+    m_station.events.Put({{1, false}, {2, true}});
+    EXPECT_FALSE(Retrieve());
+    EXPECT_EQ(Told(), "a1 c1 b2 ");
+    m_station.events.Put({{3, false}, {4, false}}); // behind the adapter: both calls find what came last
+    EXPECT_FALSE(Retrieve());
+    EXPECT_EQ(Told(), "a4 c4 a4 c4 ");
+}
+
+TEST_F(EventLifeTest, CallbackThatThrowsCostsNoHandlerItsEvent) {
+    Register('a');
+    m_camera.StartGrabbing();
+    const auto handle = GenApi::Register(
+        Value()->GetNode(), [](GenApi::INode*) { throw RUNTIME_EXCEPTION("bad callback"); }, GenApi::cbPostOutsideLock);
+    m_station.events.Put(1);
+    EXPECT_EQ(Fakes::FailureOf<GenICam::GenericException>([this] { Retrieve(); }), "bad callback");
+    EXPECT_EQ(Told(), "a1 ");
+    Value()->GetNode()->DeregisterCallback(handle);
+    m_station.events.Put(2);
+    EXPECT_FALSE(Retrieve());
+    EXPECT_EQ(Told(), "a2 ");
+}
+
+} // namespace
