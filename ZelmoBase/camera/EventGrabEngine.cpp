@@ -51,14 +51,21 @@ void CEventGrabEngine::Stop() noexcept {
     RunLogged(CameraLogCategory(), "Exception caught while closing the event grabber, msg='%s'",
               "Unknown exception caught while closing the event grabber.", [this] { m_grabber.load()->Close(); });
     m_grabber = nullptr;
-    m_result = EventResult();
+    ResetResult();
+}
+
+/// Not while the adapter reads it.
+void CEventGrabEngine::ResetResult() noexcept {
+    if (!IsDelivering()) {
+        m_result = EventResult();
+    }
 }
 
 bool CEventGrabEngine::ProcessEvents() {
     // A handler may have stopped the grabbing, and a grabber may signal what it does not have. Events that come faster
     // than they are handled must not keep the caller from images, a stop and the end of its time.
     constexpr int kMost = 1000;
-    const auto isPending = [this] { return IsRunning() && GetWaitObject().Wait(0); };
+    const auto isPending = [this] { return IsRunning() && !IsDelivering() && GetWaitObject().Wait(0); };
     for (int count = 0; count < kMost && isPending() && RetrieveEvent(); ++count) {
     }
     return isPending();
@@ -75,8 +82,12 @@ bool CEventGrabEngine::RetrieveEvent() {
     return true;
 }
 
+bool CEventGrabEngine::IsDelivering() const noexcept {
+    return m_deliveringThread == std::this_thread::get_id();
+}
+
 bool CEventGrabEngine::Postpone(const std::shared_ptr<CCameraEventConnection>& connection) const {
-    if (m_deliveringThread != std::this_thread::get_id()) {
+    if (!IsDelivering()) {
         return false;
     }
     m_postponed.push_back(connection);
@@ -93,6 +104,9 @@ void CEventGrabEngine::Deliver() {
         failure = std::current_exception();
     }
     m_deliveringThread = std::thread::id();
+    if (!IsRunning()) {
+        ResetResult(); // a callback has stopped the grabbing
+    }
     const std::vector<std::shared_ptr<CCameraEventConnection>> changed = std::exchange(m_postponed, {});
     for (const auto& connection : changed) {
         connection->Notify();

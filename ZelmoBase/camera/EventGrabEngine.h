@@ -27,8 +27,8 @@ public:
     void Start(IEventGrabber* grabber);
     void Stop() noexcept; ///< Closes it; what is pending is lost.
 
-    /// Fetches and delivers what is pending, but no more than a thousand. @return whether the grabber says that there
-    /// is more. @throws as RetrieveEvent.
+    /// Fetches and delivers what is pending, but no more than a thousand, and none while the calling thread delivers
+    /// one already. @return whether the grabber says that there is more. @throws as RetrieveEvent.
     bool ProcessEvents();
 
     bool IsRunning() const noexcept { return m_grabber != nullptr; }
@@ -43,6 +43,8 @@ private:
     /// throws.
     bool RetrieveEvent();
     void Deliver(); ///< @throws what the adapter throws, once the handlers are notified of what it has changed.
+    bool IsDelivering() const noexcept; ///< On the calling thread: the adapter calls a callback of a node.
+    void ResetResult() noexcept;
 
     std::atomic<IEventGrabber*> m_grabber{nullptr}; // the device's; null while no events are grabbed
     std::shared_ptr<IEventAdapter> m_adapter;       // goes back to the device

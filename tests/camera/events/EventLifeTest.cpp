@@ -196,4 +196,22 @@ TEST_F(EventLifeTest, CallbackThatThrowsCostsNoHandlerItsEvent) {
     EXPECT_EQ(Told(), "a2 ");
 }
 
+TEST_F(EventLifeTest, CallbackThatFetchesOrStopsLeavesTheMessageWhole) {
+    Register('a');
+    Register('b', {}, "EventOther");
+    m_camera.Open();
+    m_camera.StartGrabbing();
+    const std::function<void()> deeds[]{[this] { m_camera.GetExtensionInterface().ProcessCameraEvents(); },
+                                        [this] { m_camera.StopGrabbing(); }};
+    for (const auto& deed : deeds) {
+        const auto handle = GenApi::Register(
+            Value()->GetNode(), [&](GenApi::INode*) { deed(); }, GenApi::cbPostOutsideLock);
+        m_station.events.Put({{1, false}, {2, true}});
+        m_station.events.Put({{3, true}});
+        EXPECT_FALSE(Retrieve());
+        Value()->GetNode()->DeregisterCallback(handle);
+        EXPECT_EQ(Told(), m_camera.IsGrabbing() ? "a1 b2 b3 " : "a1 b2 ");
+    }
+}
+
 } // namespace
