@@ -13,16 +13,18 @@
 
 namespace Zelmo {
 
-/// One connection to a node. From its registration on it keeps itself, until the node map has called Destroy; by then
-/// no call of it runs any more. So the registration may end, and the handler go, while the node still knows it.
+/// One connection to a node, in the name of @p named: itself or its category. From its registration on it keeps itself,
+/// until the node map has called Destroy; by then no call of it runs any more. So the registration may end, and the
+/// handler go, while the node still knows it.
 class CCameraEventConnection final : public GenApi::CNodeCallback {
 public:
-    CCameraEventConnection(GenApi::INode* node, const std::shared_ptr<CCameraEventMetaData>& target)
-        : CNodeCallback(node, GenApi::cbPostOutsideLock), m_target(target) {}
+    CCameraEventConnection(GenApi::INode* node, GenApi::INode* named,
+                           const std::shared_ptr<CCameraEventMetaData>& target)
+        : CNodeCallback(node, GenApi::cbPostOutsideLock), m_named(named), m_target(target) {}
 
-    static std::shared_ptr<CCameraEventConnection> Make(GenApi::INode* node,
+    static std::shared_ptr<CCameraEventConnection> Make(GenApi::INode* node, GenApi::INode* named,
                                                         const std::shared_ptr<CCameraEventMetaData>& target) {
-        auto connection = std::make_shared<CCameraEventConnection>(node, target);
+        auto connection = std::make_shared<CCameraEventConnection>(node, named, target);
         connection->m_self = connection;
         const ScopedHold hold{*connection};
         connection->m_handle = node->RegisterCallback(connection.get());
@@ -44,7 +46,7 @@ public:
             return;
         }
         if (const std::shared_ptr<CCameraEventMetaData> target = m_target.lock()) {
-            target->OnNodeChanged(m_pNode, this);
+            target->OnNodeChanged(m_named, this);
         }
     }
 
@@ -64,6 +66,7 @@ private:
         }
     };
 
+    GenApi::INode* const m_named;
     const std::weak_ptr<CCameraEventMetaData> m_target;
     std::shared_ptr<CCameraEventConnection> m_self;
     GenApi::CallbackHandleType m_handle = 0;

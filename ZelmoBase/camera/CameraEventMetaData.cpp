@@ -10,12 +10,33 @@
 #include <zelmo/CameraEventHandler.h>
 
 #include <Base/GCException.h>
+#include <GenApi/ICategory.h>
+#include <GenApi/INode.h>
 #include <GenApi/INodeMap.h>
 
 #include <cstdint>
 #include <utility>
 
 namespace Zelmo {
+namespace {
+
+/// Many cameras have a category for what an event brings, but its id only at the features: then the first of them
+/// stands for the category, which itself never changes.
+GenApi::INode* FindEventNode(GenApi::INode* named) {
+    const auto* const category = dynamic_cast<GenApi::ICategory*>(named);
+    if (category != nullptr && named->GetEventID().empty()) {
+        GenApi::FeatureList_t features;
+        category->GetFeatures(features);
+        for (GenApi::IValue* const feature : features) {
+            if (dynamic_cast<GenApi::ICategory*>(feature) == nullptr) {
+                return dynamic_cast<GenApi::INode*>(feature);
+            }
+        }
+    }
+    return named;
+}
+
+} // namespace
 
 CCameraEventMetaData::CCameraEventMetaData(CInstantCamera& camera, CCameraEventHandler& handler,
                                            const CEventGrabEngine& engine, GenICam::CLock& lock, String_t nodeName,
@@ -31,7 +52,7 @@ void CCameraEventMetaData::Connect(GenApi::INodeMap& nodeMap) {
     Disconnect();
     GenApi::INode* const node = nodeMap.GetNode(m_nodeName);
     if (node != nullptr) {
-        m_connection = CCameraEventConnection::Make(node, shared_from_this());
+        m_connection = CCameraEventConnection::Make(FindEventNode(node), node, shared_from_this());
     } else if (m_isMandatory) {
         throw RUNTIME_EXCEPTION("Node %s for registering camera event callback not found. The spelling of the node's "
                                 "name may be wrong.",

@@ -38,7 +38,6 @@ inline constexpr char kDescription[] = R"(<?xml version="1.0" encoding="utf-8"?>
     <pFeature>EventTestData</pFeature>
   </Category>
   <Category Name="EventTestData">
-    <EventID>9001</EventID>
     <pFeature>EventTest</pFeature>
     <pFeature>EventTestTimestamp</pFeature>
   </Category>

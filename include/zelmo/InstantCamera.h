@@ -75,7 +75,8 @@ public:
     /// held; OnCameraDeviceRemoved tells without being asked.
     virtual bool IsCameraDeviceRemoved() const;
     virtual bool HasOwnership() const; ///< Of an attached device.
-    /// Stops, closes and gives up the device, owned or not. Throws nothing. Without a device, nothing happens.
+    /// Stops, closes and gives up the device, owned or not. Throws nothing. Without a device, nothing happens. In a
+    /// camera event handler it stops, and the rest follows when the event is delivered; so do Close and DetachDevice.
     virtual void DestroyDevice();
     /// Stops, and gives the device back as it is: an open one stays open. Throws nothing.
     virtual void DetachDevice();
@@ -111,7 +112,8 @@ public:
     ///         up.
     /// @throws GenICam::TimeoutException with the likely cause; GenICam::RuntimeException when another thread waits and
     ///         when the application holds all result records: the session goes on. GenICam::GenericException when
-    ///         grabbing has failed: the session has ended. What image handlers throw: @p result is set.
+    ///         grabbing has failed: the session has ended; for a camera event that failed, and what node callbacks
+    ///         throw while one is delivered: the session goes on. What image handlers throw: @p result is set.
     virtual bool RetrieveResult(unsigned int timeoutMs, CGrabResultPtr& result,
                                 ETimeoutHandling handling = TimeoutHandling_ThrowException);
     /// Ends the session, if there is one; throws nothing. A thread in RetrieveResult returns false; results that nobody
@@ -144,7 +146,8 @@ public:
     virtual void RegisterImageEventHandler(CImageEventHandler* handler, ERegistrationMode mode, ECleanup cleanup);
     /// See above, and DeregisterConfiguration. Not while another thread registers this handler.
     virtual bool DeregisterImageEventHandler(CImageEventHandler* handler);
-    /// Adds a handler of events that change the node @p nodeName, or one of the features in a category of that name.
+    /// Adds a handler of events that change the node @p nodeName; for a category without an event id, its first
+    /// feature.
     /// @throws GenICam::RuntimeException for a mandatory node that an open camera does not have: nothing is registered;
     ///         what the handler throws on hearing of it.
     virtual void RegisterCameraEventHandler(CCameraEventHandler* handler, const String_t& nodeName, long userProvidedId,

@@ -19,9 +19,10 @@ protected:
 /// the operations does not change.
 class ZELMO_API IInstantCameraExtensions {
 public:
-    /// Fetches all event messages that wait and delivers them: camera event handlers are called on this thread. Takes
-    /// the camera lock while events are grabbed, else none. Threads: any.
-    /// @throws GenICam::RuntimeException for a message that the camera sent as failed; the grabbing goes on.
+    /// Fetches the event messages that wait, a thousand at most, and delivers them: camera event handlers are called on
+    /// this thread. Takes the camera lock while events are grabbed, else none. From inside of an event it does nothing.
+    /// Threads: any.
+    /// @throws GenICam::RuntimeException for a message that failed; what node callbacks throw. The grabbing goes on.
     virtual void ProcessCameraEvents() = 0;
 
     /// Has all operations of the camera object take @p lock instead of its own one; null: its own. Borrows it. Its own

@@ -49,7 +49,8 @@ struct Station {
         device.eventAdapter = &events;
     }
     static std::vector<Fakes::CFeature> Features() {
-        return {{"Integer", "EventSelector", 8, ""}, {"Integer", "EventValue", 9, ""}};
+        return {
+            {"Integer", "EventSelector", 8, ""}, {"Integer", "EventValue", 9, ""}, {"Integer", "EventOther", 10, ""}};
     }
 
     ScriptedEvents events;

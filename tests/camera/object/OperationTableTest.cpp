@@ -322,8 +322,10 @@ TEST_P(OperationTable, HoldsInPeace) {
                     } catch (const GenICam::GenericException&) {
                         ++refusals;
                     }
+                    EXPECT_TRUE(cell != "later" || stage.camera.IsOpen());
                 });
                 EXPECT_GT(calls, 0);
+                EXPECT_FALSE(cell == "later" && stage.camera.IsOpen());
                 if (cell == "refused") {
                     EXPECT_EQ(refusals, calls);
                 }

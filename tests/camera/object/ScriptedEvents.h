@@ -13,16 +13,25 @@
 #include <cstdint>
 #include <cstring>
 #include <deque>
+#include <initializer_list>
 #include <mutex>
 
-/// Messages that are put in by hand; each is the value of the node "EventValue".
+/// Messages that are put in by hand; each event in them is a value of the node "EventValue" or "EventOther".
 class ScriptedEvents final : public Zelmo::IEventGrabber, public Zelmo::IEventAdapter {
 public:
-    void Put(std::int64_t value, std::int64_t status = 0) {
+    struct Event {
+        std::int64_t value;
+        bool isOther; // of "EventOther"
+    };
+
+    void Put(std::int64_t value, std::int64_t status = 0) { Put({{value, false}}, status); }
+    void Put(std::initializer_list<Event> events, std::int64_t status = 0) { // one message
         Zelmo::EventResult message;
         message.status = status;
         message.description = status != 0 ? "it was lost" : "";
-        std::memcpy(message.buffer, &value, sizeof value);
+        const std::size_t count = events.size();
+        std::memcpy(message.buffer, &count, sizeof count);
+        std::memcpy(message.buffer + sizeof count, events.begin(), count * sizeof(Event));
         const std::lock_guard lock(m_lock);
         m_messages.push_back(message);
         m_object.Signal();
@@ -54,9 +63,14 @@ public:
     GenApi::INodeMap* GetNodeMap() override { return nullptr; }
     void DeliverMessage(const void* buffer, std::size_t sizeBytes) override {
         EXPECT_EQ(sizeBytes, 576U);
-        std::int64_t value = 0;
-        std::memcpy(&value, buffer, sizeof value);
-        GenApi::CIntegerPtr(*nodeMap, "EventValue")->SetValue(value);
+        const auto* at = static_cast<const std::uint8_t*>(buffer);
+        std::size_t count = 0;
+        std::memcpy(&count, at, sizeof count);
+        at += sizeof count;
+        for (Event event{}; count > 0; --count, at += sizeof event) {
+            std::memcpy(&event, at, sizeof event);
+            GenApi::CIntegerPtr(*nodeMap, event.isOther ? "EventOther" : "EventValue")->SetValue(event.value);
+        }
     }
 
     bool isOpen = false;
