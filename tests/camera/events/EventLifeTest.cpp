@@ -10,6 +10,8 @@
 #include <cstdlib>
 #include <future>
 #include <memory>
+#include <thread>
+#include <vector>
 
 using namespace Zelmo;
 
@@ -38,7 +40,7 @@ struct Listener final : CCameraEventHandler {
         : name(itsName), story(itsStory), deed(std::move(itsDeed)) {}
     ~Listener() override { story += std::string("~") + name + " "; }
     void OnCameraEvent(CInstantCamera& camera, long, GenApi::INode* node) override {
-        story += name + std::string(GenApi::CIntegerPtr(node)->ToString().c_str()) + " ";
+        story += name + std::string(GenApi::CValuePtr(node)->ToString().c_str()) + " ";
         if (deed) {
             const Deed mine = std::exchange(deed, nullptr); // it may end this handler
             mine(camera);
@@ -212,6 +214,108 @@ TEST_F(EventLifeTest, CallbackThatFetchesOrStopsLeavesTheMessageWhole) {
         Value()->GetNode()->DeregisterCallback(handle);
         EXPECT_EQ(Told(), m_camera.IsGrabbing() ? "a1 b2 b3 " : "a1 b2 ");
     }
+}
+
+// Other threads
+
+TEST_F(EventLifeTest, WritesOfTheApplicationAreNoEventsWhileEventsCome) {
+    constexpr int kCount = 2000;
+    std::atomic<int> told{0}, ofOthers{0};
+    const auto handler = OnEvent(m_camera, "EventValue", [&, self = std::this_thread::get_id()] {
+        ++told;
+        ofOthers += std::this_thread::get_id() != self ? 1 : 0;
+    });
+    m_camera.StartGrabbing();
+    {
+        std::vector<std::jthread> threads;
+        const auto repeat = [&](std::function<void(int)> step) {
+            threads.emplace_back([step = std::move(step)] {
+                for (int i = 0; i < kCount; ++i) {
+                    step(i);
+                }
+            });
+        };
+        repeat([this](int i) { m_station.events.Put(i); });
+        repeat([this](int i) { Value()->SetValue(-i); });
+        while (told < kCount) {
+            Retrieve(100);
+        }
+    }
+    Retrieve();
+    EXPECT_EQ(told, kCount);
+    EXPECT_EQ(ofOthers, 0);
+}
+
+/// A handler goes as soon as its registration has ended, be it by a replacement of the other thread's.
+TEST_F(EventLifeTest, RegistrationsCrossAStorm) {
+    std::atomic<int> calls{0};
+    struct Counter final : CCameraEventHandler {
+        explicit Counter(std::atomic<int>& itsCalls) : calls(itsCalls) {}
+        void OnCameraEvent(CInstantCamera&, long, GenApi::INode*) override { ++calls; }
+        std::atomic<int>& calls;
+    };
+    const auto add = [this](CCameraEventHandler* handler, ERegistrationMode mode, ECleanup cleanup) {
+        m_camera.RegisterCameraEventHandler(handler, "EventValue", 0, mode, cleanup, CameraEventAvailability_Mandatory);
+    };
+    const std::function<void()> steps[]{[&] {
+                                            Counter mine(calls);
+                                            add(&mine, RegistrationMode_Append, Cleanup_None);
+                                            m_camera.DeregisterCameraEventHandler(&mine, "EventValue");
+                                        },
+                                        [&] { add(new Counter(calls), RegistrationMode_ReplaceAll, Cleanup_Delete); }};
+    m_station.events.isEndless = true;
+    m_camera.StartGrabbing();
+    m_station.events.Put(1);
+    std::atomic<std::size_t> busy{std::size(steps)};
+    std::vector<std::jthread> threads;
+    for (const auto& step : steps) {
+        threads.emplace_back([&] {
+            for (int round = 0; round < 200 || calls < 20000; ++round) {
+                step();
+            }
+            --busy;
+        });
+    }
+    while (busy > 0) {
+        Retrieve(1);
+    }
+    threads.clear();
+    m_camera.RegisterCameraEventHandler(nullptr, "", 0, RegistrationMode_ReplaceAll, Cleanup_None);
+}
+
+/// The engine thread stops the acquisition at the last image, which changes a watched node, while somebody stops the
+/// session and somebody else writes.
+TEST_F(EventLifeTest, StopMeetsTheEndOfTheImages) {
+    std::atomic<int> stops{0};
+    m_station.device.hook = [&](const std::string& call) { stops += call == "AcquisitionStop" ? 1 : 0; };
+    Register('s', {}, "AcquisitionStop");
+    m_camera.Open();
+    std::jthread writer([this](const std::stop_token& stop) {
+        while (!stop.stop_requested()) {
+            Value()->SetValue(0);
+        }
+    });
+    for (int round = 1; round <= 200; ++round) {
+        Listener* const listener = Register('a', [](CInstantCamera& camera) { camera.StopGrabbing(); });
+        m_camera.StartGrabbing(2);
+        m_station.device.Grabber().Deliver();
+        std::jthread last([this] { m_station.device.Grabber().Deliver(); });
+        if (round % 2 == 0) {
+            m_station.events.Put(1);
+        }
+        std::jthread stopper([&, round] {
+            if (round % 2 != 0) {
+                m_camera.StopGrabbing();
+            }
+        });
+        while (m_camera.IsGrabbing()) {
+            Retrieve(100);
+        }
+        m_camera.DeregisterCameraEventHandler(listener, "EventValue");
+        EXPECT_EQ(stops, round);
+    }
+    EXPECT_EQ(Told().find('s'), std::string::npos);
+    m_station.device.hook = nullptr;
 }
 
 } // namespace
