@@ -56,7 +56,10 @@ protected:
 class ZELMO_API IEventAdapter {
 public:
     /// Delivers one message, always with EventResult::BufferSizeBytes, whatever the length of the message itself.
-    /// Called with the camera's lock held; node callbacks, and so application code, run inside the call.
+    /// Called with the camera's lock held; node callbacks, and so application code, run inside the call. Camera event
+    /// handlers run once it has returned: of several events that change one node they find the last one. So a grabber
+    /// whose device sends several events in one message better gives each of them as a message of its own.
+    /// What it throws goes to the caller of RetrieveResult, behind the handlers of what it had changed by then.
     virtual void DeliverMessage(const void* buffer, std::size_t sizeBytes) = 0;
 
 protected:

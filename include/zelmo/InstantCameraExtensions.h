@@ -19,8 +19,10 @@ protected:
 /// the operations does not change.
 class ZELMO_API IInstantCameraExtensions {
 public:
-    /// Fetches all event messages that wait and delivers them: camera event handlers are called on this thread. Takes
-    /// the camera lock while events are grabbed, else none. Threads: any.
+    /// Fetches the event messages that wait, a thousand at most, and delivers them: camera event handlers are called on
+    /// this thread. While more of them wait it pauses for a millisecond behind that, for others who need the lock.
+    /// Takes the camera lock while events are grabbed, else none. In a callback of a node that an event has just
+    /// changed it does nothing. Threads: any.
     /// @throws GenICam::RuntimeException for a message that the camera sent as failed; the grabbing goes on.
     virtual void ProcessCameraEvents() = 0;
 
