@@ -69,11 +69,12 @@ void CChunkParsingEngine::Start(bool areNodeMapsEnabled, bool isChunkModeActive)
     }
     if (!areNodeMapsEnabled) {
         ScopeGuard stop([this]() noexcept { Stop(); });
-        m_internalParser.reset(CChunkDataNodeMapFactory(m_device).Create());
-        if (m_internalParser == nullptr) {
+        ISelfReliantChunkParser* const parser = CChunkDataNodeMapFactory(m_device).Create();
+        if (parser == nullptr) {
             throw RUNTIME_EXCEPTION(
                 "Unexpected internal error. Cannot create internal chunk parser for result completion.");
         }
+        m_internalParser.reset(parser, CChunkNodeMapDeallocator());
         m_internalNodes.Bind(*m_internalParser->GetChunkDataNodeMap());
         stop.Dismiss();
     }
@@ -112,19 +113,20 @@ void CChunkParsingEngine::CompleteResult(CGrabResultData::CGrabResultDataImpl& d
         }
         return;
     }
-    if (m_internalParser == nullptr) {
+    const std::shared_ptr<ISelfReliantChunkParser> parser = m_internalParser; // callbacks may end the session
+    if (parser == nullptr) {
         throw RUNTIME_EXCEPTION("Unexpected internal error. No chunk parser available for result completion.");
     }
     if (HasChunks(data)) {
-        Attach(*m_internalParser, data);
-        ScopeGuard detach([this]() noexcept {
+        Attach(*parser, data);
+        ScopeGuard detach([&parser]() noexcept {
             RunLogged(CameraLogCategory(), "Exception caught while detaching the buffer from a chunk parser, msg='%s'",
                       "Unknown exception caught while detaching the buffer from a chunk parser.",
-                      [this] { m_internalParser->DetachBuffer(); });
+                      [&parser] { parser->DetachBuffer(); });
         });
-        m_internalNodes.ReadInto(data);
+        m_internalNodes.ReadInto(data); // of none, then
         detach.Dismiss();
-        m_internalParser->DetachBuffer();
+        parser->DetachBuffer();
     }
 }
 

@@ -45,7 +45,8 @@ public:
     bool HasResultParsers() const noexcept { return m_isActive && m_internalParser == nullptr; }
     /// One of them; null when the pool has no more. @throws GenICam::RuntimeException when the device makes none.
     std::shared_ptr<ISelfReliantChunkParser> CreateResultParser();
-    /// Maps the chunks of an image that has some, and corrects its geometry.
+    /// Maps the chunks of an image that has some, and corrects its geometry. Callbacks of chunk nodes run inside; they
+    /// may end the session.
     /// @throws GenICam::RuntimeException for a payload above the buffer; what parser and nodes throw.
     void CompleteResult(CGrabResultData::CGrabResultDataImpl& data) const;
 
@@ -54,8 +55,8 @@ private:
     IZelmoDevice* m_device = nullptr;   // borrowed
     CReusableChunkDataNodeMapProvider m_pool{m_device};
     bool m_isActive = false;
-    std::unique_ptr<ISelfReliantChunkParser, CChunkNodeMapDeallocator> m_internalParser; // null: results have their own
-    CChunkResultNodes m_internalNodes;                                                   // bound to the internal parser
+    std::shared_ptr<ISelfReliantChunkParser> m_internalParser; // null: results have their own
+    CChunkResultNodes m_internalNodes;                         // bound to the internal parser
 };
 
 } // namespace Zelmo

@@ -58,6 +58,7 @@ public:
     /// Delivers one message, always with EventResult::BufferSizeBytes, whatever the length of the message itself.
     /// Called with the camera's lock held; node callbacks, and so application code, run inside the call, event by event
     /// where a message has several. What that code does with the device, as closing it, comes behind the call.
+    /// What it throws goes to the caller of RetrieveResult.
     virtual void DeliverMessage(const void* buffer, std::size_t sizeBytes) = 0;
 
 protected:

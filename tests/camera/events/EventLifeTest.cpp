@@ -3,12 +3,10 @@
 // Handlers that take away what they stand on, and threads that cross them; each with a watchdog.
 
 #include "camera/array/ArrayTest.h"
+#include "fakes/Watchdog.h"
 
 #include <GenApi/NodeCallback.h>
 
-#include <cstdio>
-#include <cstdlib>
-#include <future>
 #include <memory>
 #include <thread>
 #include <vector>
@@ -16,21 +14,6 @@
 using namespace Zelmo;
 
 namespace {
-
-/// Ends the process when a test hangs.
-class Watchdog {
-public:
-    ~Watchdog() { m_done.set_value(); }
-
-private:
-    std::promise<void> m_done;
-    std::jthread m_thread{[done = m_done.get_future()] {
-        if (done.wait_for(std::chrono::minutes(1)) == std::future_status::timeout) {
-            std::fputs("The test hangs.\n", stderr);
-            std::abort();
-        }
-    }};
-};
 
 using Deed = std::function<void(CInstantCamera&)>;
 
@@ -83,7 +66,7 @@ protected:
     std::string Told() { return std::exchange(m_story, {}); }
     GenApi::CIntegerPtr Value() { return {*m_station.device.CStreamDevice::GetNodeMap(), "EventValue"}; }
 
-    const Watchdog m_watchdog;
+    const Fakes::Watchdog m_watchdog;
     std::string m_story;
     Station m_station{""};
     CInstantCamera m_camera;

@@ -279,6 +279,30 @@ TEST_F(ChunkTest, OneParserForAllLeavesNoChunkDataBehind) {
     EXPECT_EQ(m_script.alive, 0);
 }
 
+/// As that of an application runs, at a node that the parser changes.
+TEST_F(ChunkTest, CallbackWhileTheyAreParsedIsNoEventAndMayEndAll) {
+    int told = 0;
+    const auto handler = OnEvent(*m_camera, "Height", [&told] { ++told; });
+    for (const bool hasOwnParsers : {true, false}) {
+        for (const auto deed : {&CInstantCamera::StopGrabbing, &CInstantCamera::Close, &CInstantCamera::DetachDevice}) {
+            m_camera->Attach(m_device.get(), Cleanup_None);
+            m_camera->ChunkNodeMapsEnable.SetValue(hasOwnParsers);
+            m_script.onAttach = [&] {
+                GenApi::CIntegerPtr(*m_device->GetNodeMap(), "Height")->SetValue(16);
+                (m_camera.get()->*deed)();
+            };
+            m_camera->StartGrabbing();
+            EXPECT_TRUE(Retrieve());
+            EXPECT_FALSE(m_camera->IsGrabbing());
+            EXPECT_EQ(m_result->GetWidth(), hasOwnParsers ? 10U : 64U); // the one for all has gone
+            EXPECT_TRUE(m_result->GrabSucceeded());
+            m_result.Release();
+            EXPECT_EQ(m_script.alive, 0);
+        }
+    }
+    EXPECT_EQ(told, 0);
+}
+
 TEST_F(ChunkTest, StartWithoutDescriptionOrParserSaysSoAndLeavesNothing) {
     const auto make = std::exchange(m_device->makeParser, nullptr);
     EXPECT_EQ(Failure([this] { m_camera->StartGrabbing(); }),
