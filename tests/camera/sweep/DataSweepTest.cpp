@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Lives with chunks and events, of a camera and of an array, in which the n-th call of a device fails, for each n.
+// Lives with chunks and events, of a camera and of an array, in which the n-th call of a device or the n-th allocation
+// fails, for each n.
 
+#include "ScarceResources.h"
 #include "SweepData.h"
 
-#include "fakes/transport/ScriptedStreamGrabber.h"
+#include "fakes/transport/NullTransport.h"
 
 #include <zelmo/HandlerRegistration.h>
 #include <zelmo/InstantCameraArray.h>
@@ -19,7 +21,12 @@
 
 namespace {
 
-constexpr const char* kScript = "source=free;chunks=1";
+/// Sends images with chunks, whatever they are.
+struct ChunkSource {
+    ChunkSource() { grabber.SetContent(std::vector<std::uint8_t>(1024)); }
+
+    Fakes::CNullStreamGrabber grabber{Fakes::CNullStreamGrabber::EPace::Free};
+};
 
 /// What is used over and over again for a whole life of its devices, which have chunks and send events.
 class Swept {
@@ -48,7 +55,7 @@ private:
 
 class SweptCamera final : public Swept {
 public:
-    explicit SweptCamera(Zelmo::EGrabLoop loop) : m_camera(m_grabber, Zelmo::GrabStrategy_OneByOne, loop) {
+    explicit SweptCamera(Zelmo::EGrabLoop loop) : m_camera(m_source.grabber, Zelmo::GrabStrategy_OneByOne, loop) {
         Add(m_camera.device, m_camera.Object());
     }
     Outcome Run() override { return m_camera.Run(); }
@@ -56,7 +63,7 @@ public:
     int BuffersAlive() const override { return m_camera.BuffersAlive(); }
 
 private:
-    Fakes::CScriptedStreamGrabber m_grabber{kScript};
+    ChunkSource m_source;
     SweepCamera m_camera;
 };
 
@@ -108,8 +115,8 @@ public:
 
 private:
     struct Station {
-        Fakes::CScriptedStreamGrabber grabber{kScript};
-        SweptDevice device{grabber};
+        ChunkSource source;
+        SweptDevice device{source.grabber};
     };
 
     CountedMemory m_memory;
@@ -119,19 +126,40 @@ private:
 
 struct Kind {
     const char* name;
+    bool hasLoop; // which is told of failures that the caller is not told of
     std::unique_ptr<Swept> (*make)();
 };
 const Kind kKinds[]{
-    {"camera",
+    {"camera", false,
      []() -> std::unique_ptr<Swept> { return std::make_unique<SweptCamera>(Zelmo::GrabLoop_ProvidedByUser); }},
-    {"loop",
+    {"loop", true,
      []() -> std::unique_ptr<Swept> { return std::make_unique<SweptCamera>(Zelmo::GrabLoop_ProvidedByInstantCamera); }},
-    {"array", []() -> std::unique_ptr<Swept> { return std::make_unique<SweptArray>(); }},
+    {"array", false, []() -> std::unique_ptr<Swept> { return std::make_unique<SweptArray>(); }},
 };
 
-class DataSweep : public testing::TestWithParam<std::tuple<Throw, Kind>> {
+/// Lives of one kind.
+class Lives {
 protected:
-    Outcome Run() {
+    explicit Lives(const Kind& kind) : m_swept(kind.make()) {}
+
+    /// Until the thread that lasts from life to life has all that it needs.
+    void WarmUp() {
+        for (int life = 0; life < 3; ++life) {
+            ASSERT_EQ(RunLife().images, kImages);
+            ASSERT_EQ(m_swept->events, 3 * m_swept->devices.size());
+        }
+    }
+    /// A plain life, behind one with a failure.
+    void ExpectWell(const ProcessResources& before) {
+        const Outcome next = RunLife();
+        ASSERT_EQ(next.failure, "");
+        ASSERT_EQ(next.images, kImages);
+        ASSERT_EQ(m_swept->events, 3 * m_swept->devices.size());
+        ASSERT_EQ(FindLeft(), "");
+        ASSERT_TRUE(ProcessResources::AreBackTo(before));
+    }
+    Outcome RunLife() {
+        m_swept->events = 0;
         for (const auto& data : m_swept->data) {
             data->Refill();
         }
@@ -148,18 +176,18 @@ protected:
         return left + (m_swept->IsIdle() ? "" : "grabbing ");
     }
 
-    const std::unique_ptr<Swept> m_swept = std::get<Kind>(GetParam()).make();
+    const std::unique_ptr<Swept> m_swept;
+};
+
+class DataSweep : public testing::TestWithParam<std::tuple<Throw, Kind>>, protected Lives {
+protected:
+    DataSweep() : Lives(std::get<Kind>(GetParam())) {}
 };
 
 /// One life with a call that fails, of chunks and events too, and a plain one behind it, for each call.
 TEST_P(DataSweep, WhateverCallFailsNothingIsLeftBehind) {
-    const Throw& thrown = std::get<Throw>(GetParam());
-    const bool isLoop = std::get<Kind>(GetParam()).name == std::string("loop"); // whose failures are told elsewhere
-    for (int life = 0; life < 3; ++life) { // until the thread that lasts from life to life has all that it needs
-        ASSERT_EQ(Run().images, kImages);
-    }
-    const unsigned eventsOfLife = m_swept->events / 3;
-    ASSERT_EQ(eventsOfLife, 3 * m_swept->devices.size());
+    const auto& [thrown, kind] = GetParam();
+    ASSERT_NO_FATAL_FAILURE(WarmUp());
     const ProcessResources before;
     bool struck = true;
     unsigned failures = 0;
@@ -167,28 +195,22 @@ TEST_P(DataSweep, WhateverCallFailsNothingIsLeftBehind) {
         SCOPED_TRACE(n);
         std::atomic<unsigned> calls{0};
         for (SweptDevice* const device : m_swept->devices) {
-            device->hook = [&] {
+            device->hook = [&calls, n, &fail = thrown.second] {
                 if (++calls == n) {
-                    thrown.second();
+                    fail();
                 }
             };
         }
-        const Outcome outcome = Run();
+        const Outcome outcome = RunLife();
         for (SweptDevice* const device : m_swept->devices) {
             device->hook = nullptr;
             device->TidyUp();
         }
         struck = calls >= n;
         failures += outcome.failure.empty() ? 0 : 1;
-        ASSERT_TRUE(outcome.images == kImages || !outcome.failure.empty() || (isLoop && struck)) << outcome.images;
+        ASSERT_TRUE(outcome.images == kImages || !outcome.failure.empty() || (kind.hasLoop && struck));
         ASSERT_EQ(FindLeft(), "") << outcome.failure;
-        m_swept->events = 0;
-        const Outcome next = Run();
-        ASSERT_EQ(next.failure, "");
-        ASSERT_EQ(next.images, kImages);
-        ASSERT_EQ(m_swept->events, eventsOfLife);
-        ASSERT_EQ(FindLeft(), "");
-        ASSERT_TRUE(ProcessResources::AreBackTo(before));
+        ASSERT_NO_FATAL_FAILURE(ExpectWell(before));
     }
     EXPECT_GT(failures * kSweepStep, 20U);
 }
@@ -198,5 +220,31 @@ INSTANTIATE_TEST_SUITE_P(Calls, DataSweep, testing::Combine(testing::ValuesIn(kT
                              return std::string(std::get<Throw>(given.param).first) + "_" +
                                     std::get<Kind>(given.param).name;
                          });
+
+class DataResourceSweep : public testing::TestWithParam<Kind>, protected Lives {
+protected:
+    DataResourceSweep() : Lives(GetParam()) {}
+};
+
+TEST_P(DataResourceSweep, LackOfMemoryIsToldAndNothingIsLeftBehind) {
+    ASSERT_NO_FATAL_FAILURE(WarmUp());
+    const ProcessResources before;
+    bool struck = true;
+    for (unsigned long n = 1; struck; n += kSweepStep) {
+        SCOPED_TRACE(n);
+        for (const auto& data : m_swept->data) {
+            data->Refill();
+        }
+        ScarceResources::Arm({"new", 0, n});
+        const Outcome outcome = m_swept->Run();
+        struck = ScarceResources::Disarm();
+        ASSERT_TRUE(outcome.images == kImages || !outcome.failure.empty() || (GetParam().hasLoop && struck));
+        ASSERT_EQ(FindLeft(), "") << outcome.failure;
+        ASSERT_NO_FATAL_FAILURE(ExpectWell(before));
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Kinds, DataResourceSweep, testing::ValuesIn(kKinds),
+                         [](const auto& given) { return std::string(given.param.name); });
 
 } // namespace
