@@ -3,6 +3,7 @@
 
 #include "ZelmoBase/camera/CameraLog.h"
 #include "ZelmoBase/core/Guarded.h"
+#include "ZelmoBase/core/ScopeGuard.h"
 #include "ZelmoBase/transport/LibraryFile.h"
 
 #include <zelmo/Device.h>
@@ -18,11 +19,12 @@ ISelfReliantChunkParser* CChunkDataNodeMapFactory::Create() const {
     if (parser == nullptr) {
         return nullptr;
     }
+    ScopeGuard destroy([parser] { Destroy(parser); });
     KeepLibraryLoaded(typeid(*parser)); // a result may be dropped when the library has long been ended
     if (parser->GetChunkDataNodeMap() == nullptr) {
-        Destroy(parser);
         return nullptr;
     }
+    destroy.Dismiss();
     return parser;
 }
 

@@ -4,6 +4,8 @@
 // Frames wait: CPU time and frames a second, medians of seven runs; a turn is all that a frame takes.
 // A frame is waited for, of one camera after the other: the time from the transport's signal, medians of three runs.
 // The array asks all cameras, finds nothing and waits for all of them, where a single one waits alone.
+// Fairness: images of each camera out of a hundred times as many, when all are always ready, and when each has a thread
+// of its own that fills its buffers.
 
 #include "Frames.h"
 #include "Machine.h"
@@ -16,9 +18,11 @@
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <atomic>
 #include <memory>
 #include <stdexcept>
+#include <string>
 #include <vector>
 
 namespace camera_bench {
@@ -30,7 +34,8 @@ enum class EOwner { Array, Single };
 
 class ManyFrames final : public IFrames {
 public:
-    ManyFrames(std::size_t cameras, Pace pace, EOwner owner) : m_isArray(owner == EOwner::Array), m_cameras(cameras) {
+    ManyFrames(std::size_t cameras, Pace pace, EOwner owner)
+        : m_isArray(owner == EOwner::Array), m_cameras(cameras), m_images(cameras) {
         for (std::size_t i = 0; i < cameras; ++i) {
             m_devices.push_back(std::make_unique<Fakes::CNullDevice>(pace));
             m_cameras[i].RegisterConfiguration(nullptr, Zelmo::RegistrationMode_ReplaceAll, Zelmo::Cleanup_None);
@@ -52,12 +57,14 @@ public:
         if (!isFound) {
             throw std::runtime_error("no image came");
         }
+        ++m_images[static_cast<std::size_t>(m_result->GetCameraContext())];
         return ++m_taken;
     }
     void Complete(unsigned frames) override { m_devices[GetTurn()]->Grabber().Complete(frames); }
     std::uint64_t GetReady() const override {
         return static_cast<std::uint64_t>(m_cameras[GetTurn()].NumReadyBuffers.GetValue());
     }
+    const std::vector<std::uint64_t>& GetImagesOfEach() const { return m_images; }
 
 private:
     std::size_t GetTurn() const { return m_taken % m_devices.size(); }
@@ -67,6 +74,7 @@ private:
     Zelmo::CInstantCameraArray m_cameras;
     Zelmo::CGrabResultPtr m_result; // used again and again
     std::atomic<std::uint64_t> m_taken{0};
+    std::vector<std::uint64_t> m_images;
 };
 
 /// Starts one or the other.
@@ -78,12 +86,14 @@ public:
           m_pinned(static_cast<int>(state.range(1))) {
         if (GetProcessorCount() < state.range(1)) {
             state.SkipWithError("there are fewer processors");
-        } else if (!Fakes::AllowDescriptors(2048)) {
-            state.SkipWithError("the hard limit of descriptors is below 2048");
+        } else if (const auto needed = static_cast<rlim_t>(40 * state.range(0) + 100);
+                   !Fakes::AllowDescriptors(needed)) {
+            m_complaint = "the hard limit of descriptors is below " + std::to_string(needed);
+            state.SkipWithError(m_complaint.c_str());
         }
     }
 
-    std::unique_ptr<IFrames> Start(EOwner owner) const {
+    std::unique_ptr<ManyFrames> Start(EOwner owner) const {
         return std::make_unique<ManyFrames>(m_cameras, m_pace, owner);
     }
 
@@ -91,6 +101,7 @@ private:
     const std::size_t m_cameras;
     const Pace m_pace;
     const Processors m_pinned;
+    std::string m_complaint;
 };
 
 void ArrayBesideSingleCameras(benchmark::State& state) {
@@ -131,12 +142,30 @@ void LatencyBesideSingleCameras(benchmark::State& state) {
     }
 }
 
+void Fairness(benchmark::State& state, Pace pace) {
+    constexpr std::uint64_t imagesOfEach = 100;
+    const Contest contest(state, pace);
+    for (auto _ : state) {
+        const std::int64_t begin = NowNs();
+        const auto frames = contest.Start(EOwner::Array);
+        while (frames->Take() < imagesOfEach * static_cast<std::uint64_t>(state.range(0))) {
+        }
+        state.SetIterationTime(static_cast<double>(NowNs() - begin) / 1e9);
+        const auto [least, most] = std::ranges::minmax_element(frames->GetImagesOfEach());
+        state.counters["images"] = imagesOfEach;
+        state.counters["least"] = static_cast<double>(*least);
+        state.counters["most"] = static_cast<double>(*most);
+    }
+}
+
 void EachSize(benchmark::internal::Benchmark* comparison) {
-    comparison->ArgNames({"cameras", "cores"})->ArgsProduct({{2, 8, 32}, {1, 2}});
+    comparison->ArgNames({"cameras", "cores"})->ArgsProduct({{2, 8, 32, 341}, {1, 2}});
     comparison->Iterations(1)->UseManualTime()->Unit(benchmark::kMicrosecond);
 }
 BENCHMARK(ArrayBesideSingleCameras)->Apply(EachSize);
 BENCHMARK(LatencyBesideSingleCameras)->Apply(EachSize);
+BENCHMARK_CAPTURE(Fairness, AlwaysReady, Pace::AtOnce)->Apply(EachSize);
+BENCHMARK_CAPTURE(Fairness, ThreadsOfTheirOwn, Pace::Sleeping)->Apply(EachSize);
 
 } // namespace
 } // namespace camera_bench

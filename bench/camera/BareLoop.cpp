@@ -7,11 +7,16 @@
 //   engine       polls stop, buffer wanted and the event counter; reads the last one when no frame is left; tests
 //                and writes the result pipe when the output queue was empty
 //   application  gives the frame before back; where no frame waits, it clears and arms the timer, polls stop, result
-//                and timer, and disarms the timer; reads the result pipe when no frame is left
+//                and timer, and disarms the timer; reads the result pipe when no frame is left; walks through the
+//                chunks, if there are any, and adds them up
 // The upcoming image has one hop more: the application tests and writes the pipe of the wanted buffer, the engine
 // reads it and hands a buffer to the transport. A full output queue sends a buffer back from the engine.
 
 #include "Frames.h"
+
+#include "bench/ChunkImage.h"
+
+#include <benchmark/benchmark.h>
 
 #include <array>
 #include <atomic>
@@ -27,6 +32,7 @@
 #include <thread>
 #include <time.h>
 #include <unistd.h>
+#include <vector>
 
 namespace camera_bench {
 namespace {
@@ -177,6 +183,7 @@ class BareFrames final : public IFrames {
 public:
     explicit BareFrames(const Flow& flow)
         : m_isUpcoming(flow.strategy == Zelmo::GrabStrategy_UpcomingImage), m_capacity(GetQueueCapacity(flow)),
+          m_image(chunk_image::Make(static_cast<std::size_t>(flow.width) * flow.height, flow.chunks)),
           m_free(flow.pace == EPace::Sleeping) {
         if (!m_isUpcoming) {
             m_free.Give(flow.buffers);
@@ -215,6 +222,7 @@ private:
 
     const bool m_isUpcoming;
     const unsigned m_capacity; // of the output queue
+    const std::vector<std::uint8_t> m_image;
     std::atomic<bool> m_isStopping{false};
     std::atomic<std::uint64_t> m_moved{0}; // frames, by the engine
     bool m_holdsFrame = false;
@@ -280,6 +288,7 @@ std::uint64_t BareFrames::Take() {
         m_ready.Take();
     }
     m_holdsFrame = true;
+    benchmark::DoNotOptimize(chunk_image::Sum(m_image));
     return m_moved.load(std::memory_order_relaxed);
 }
 

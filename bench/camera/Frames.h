@@ -24,6 +24,9 @@ struct Flow {
     unsigned outputQueueSize = 10; // with GrabStrategy_LatestImages
     int width = 64;
     int height = 64;
+    unsigned chunks = 0;         // behind each image
+    bool hasParserOfEach = true; // of each result; else one for all
+    bool areChunksRead = false;  // by the one that calls Take, all of them, by their names
 };
 
 constexpr int kEnginePriority = 25; // real-time, of the engine thread and its bare counterpart

@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "DataDevice.h"
 #include "Frames.h"
-
-#include "fakes/transport/StreamDevice.h"
 
 #include <zelmo/InstantCamera.h>
 
+#include <benchmark/benchmark.h>
+
 #include <algorithm>
 #include <stdexcept>
+#include <vector>
 
 namespace camera_bench {
 namespace {
@@ -19,12 +21,16 @@ Pace PaceOf(const Flow& flow) {
 
 class OurFrames final : public IFrames {
 public:
-    explicit OurFrames(const Flow& flow) : m_device(PaceOf(flow), flow.width, flow.height) {
+    explicit OurFrames(const Flow& flow) : m_device(PaceOf(flow), flow.width, flow.height, flow.chunks) {
+        for (unsigned i = 0; i < flow.chunks && flow.areChunksRead; ++i) {
+            m_readChunks.push_back(chunk_image::NameOf(i).c_str());
+        }
         m_camera.RegisterConfiguration(nullptr, Zelmo::RegistrationMode_ReplaceAll, Zelmo::Cleanup_None);
         m_camera.Attach(&m_device, Zelmo::Cleanup_None);
         m_camera.MaxNumBuffer.SetValue(flow.buffers);
         m_camera.MaxNumQueuedBuffer.SetValue(std::max(flow.buffers, 50U));
         m_camera.OutputQueueSize.SetValue(flow.outputQueueSize);
+        m_camera.ChunkNodeMapsEnable.SetValue(flow.hasParserOfEach);
         m_camera.StartGrabbing(flow.strategy);
     }
     ~OurFrames() override { m_camera.DetachDevice(); }
@@ -33,13 +39,17 @@ public:
         if (!m_camera.RetrieveResult(kTimeoutMs, m_result, Zelmo::TimeoutHandling_Return)) {
             throw std::runtime_error("no image came");
         }
+        for (const GenApi::gcstring& name : m_readChunks) {
+            benchmark::DoNotOptimize(GenApi::CIntegerPtr(m_result->GetChunkDataNodeMap(), name)->GetValue());
+        }
         return static_cast<std::uint64_t>(m_result->GetID());
     }
     void Complete(unsigned frames) override { m_device.Grabber().Complete(frames); }
     std::uint64_t GetReady() const override { return static_cast<std::uint64_t>(m_camera.NumReadyBuffers.GetValue()); }
 
 private:
-    Fakes::CNullDevice m_device;
+    DataDevice m_device;
+    std::vector<GenApi::gcstring> m_readChunks; // names
     Zelmo::CInstantCamera m_camera;
     Zelmo::CGrabResultPtr m_result; // used again and again
 };

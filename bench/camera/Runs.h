@@ -54,10 +54,10 @@ private:
     std::vector<double> m_taken;
 };
 
-inline void RunInTurn(Runs& one, Runs& other) {
+template <class... AllRuns>
+void RunInTurn(AllRuns&... runs) {
     for (int run = 0; run < kRuns; ++run) {
-        one.Run();
-        other.Run();
+        (runs.Run(), ...);
     }
 }
 

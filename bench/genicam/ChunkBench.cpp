@@ -2,6 +2,8 @@
 #include "Allocations.h"
 #include "Descriptions.h"
 
+#include "bench/ChunkImage.h"
+
 #include <benchmark/benchmark.h>
 
 #include <array>
@@ -15,57 +17,15 @@ using namespace genicam_bench;
 
 constexpr unsigned kChunkCount = 10;
 
-std::string Feature(unsigned number) {
-    const std::string n = std::to_string(number);
-    return "<Port Name=\"Port" + n + "\"><ChunkID>" + std::to_string(5000 + number) +
-           "</ChunkID></Port><IntReg Name=\"Reg" + n +
-           "\"><Address>0</Address><Length>8</Length><AccessMode>RO</AccessMode><pPort>Port" + n +
-           "</pPort><Endianess>BigEndian</Endianess></IntReg><Integer Name=\"Chunk" + n + "\"><pValue>Reg" + n +
-           "</pValue></Integer>";
-}
-
-std::string ChunkDescription() {
-    std::string text =
-        "<RegisterDescription ModelName=\"Bench\" VendorName=\"Bench\" StandardNameSpace=\"None\" "
-        "SchemaMajorVersion=\"1\" SchemaMinorVersion=\"1\" SchemaSubMinorVersion=\"0\" "
-        "MajorVersion=\"1\" MinorVersion=\"0\" SubMinorVersion=\"0\" ProductGuid=\"a\" VersionGuid=\"b\">";
-    for (unsigned i = 0; i < kChunkCount; ++i) {
-        text += Feature(i);
-    }
-    return text + "</RegisterDescription>";
-}
-
-void AppendBigEndian(std::vector<std::uint8_t>& bytes, std::uint32_t number) {
-    for (int shift = 24; shift >= 0; shift -= 8) {
-        bytes.push_back(static_cast<std::uint8_t>(number >> shift));
-    }
-}
-
-void AppendTrailer(std::vector<std::uint8_t>& bytes, std::uint32_t id, std::uint32_t length) {
-    AppendBigEndian(bytes, id);
-    AppendBigEndian(bytes, length);
-}
-
-// The ids are those of the description: decimal digits there, read as hexadecimal ones.
-std::vector<std::uint8_t> Buffer() {
-    std::vector<std::uint8_t> bytes(64 * 1024);
-    AppendTrailer(bytes, 1, 64 * 1024);
-    for (std::uint32_t i = 0; i < kChunkCount; ++i) {
-        bytes.resize(bytes.size() + 8, static_cast<std::uint8_t>(i));
-        AppendTrailer(bytes, 0x5000 + i, 8);
-    }
-    return bytes;
-}
-
 class ChunkBench : public benchmark::Fixture {
 public:
     void SetUp(benchmark::State& state) override {
-        const Description chunks{"chunks", ChunkDescription()};
+        const Description chunks{"chunks", chunk_image::Describe(kChunkCount)};
         m_map.reset(MakeFactory(chunks).CreateNodeMap());
         m_adapter.AttachNodeMap(m_map.get());
-        m_buffers = {Buffer(), Buffer()};
+        m_buffers.fill(chunk_image::Make(64 * 1024, kChunkCount));
         for (unsigned i = 0; i < kChunkCount; ++i) {
-            m_values[i] = dynamic_cast<IInteger*>(m_map->GetNode(("Chunk" + std::to_string(i)).c_str()));
+            m_values[i] = dynamic_cast<IInteger*>(m_map->GetNode(chunk_image::NameOf(i).c_str()));
         }
         AttachStatistics_t found = {};
         Attach(0, &found);

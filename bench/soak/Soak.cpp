@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Grabs for a long time with two cameras in one process and looks for what only time shows: images lost, doubled or
-// torn, and memory, descriptors, threads or mappings that grow.
+// Grabs for a long time with two or four cameras in one process and looks for what only time shows: images or events
+// lost, doubled or torn, and memory, descriptors, threads or mappings that grow.
 
 #include "CameraLane.h"
+#include "EventLane.h"
 #include "ProcessUse.h"
 #include "SoakLane.h"
 
@@ -17,6 +18,8 @@
 #include <deque>
 #include <exception>
 #include <mutex>
+#include <optional>
+#include <string>
 #include <thread>
 
 namespace soak {
@@ -94,12 +97,23 @@ bool ReportViolations(const Lane& lane, std::size_t number) {
     return lane.GetViolations().empty();
 }
 
-/// Runs both lanes, each on a thread, and samples what the process uses meanwhile. @throws what a lane throws.
-template <class AnyLane>
-std::vector<ProcessUse> RunBoth(std::array<std::unique_ptr<AnyLane>, 2>& lanes, std::uint64_t frames) {
-    std::array<std::exception_ptr, 2> failures;
+bool Report(const EventAccount& account, std::size_t number) {
+    std::printf("camera %zu: %llu events raised = %llu delivered + %llu dropped + %llu pending at a removal; "
+                "%llu overruns, %llu disordered, %llu lives whose sums do not match%s\n",
+                number, static_cast<unsigned long long>(account.raised),
+                static_cast<unsigned long long>(account.delivered), static_cast<unsigned long long>(account.dropped),
+                static_cast<unsigned long long>(account.pending), static_cast<unsigned long long>(account.overruns),
+                static_cast<unsigned long long>(account.disordered),
+                static_cast<unsigned long long>(account.unaccounted), account.IsClean() ? "" : "  WRONG");
+    return account.IsClean();
+}
+
+/// Runs the lanes, each on a thread, and samples what the process uses meanwhile. @throws what a lane throws.
+template <class AnyLane, std::size_t count>
+std::vector<ProcessUse> RunAll(std::array<std::unique_ptr<AnyLane>, count>& lanes, std::uint64_t frames) {
+    std::array<std::exception_ptr, count> failures;
     std::vector<ProcessUse> samples;
-    std::atomic<int> running{2};
+    std::atomic<std::size_t> running{count};
     {
         std::vector<std::jthread> threads;
         for (std::size_t i = 0; i < lanes.size(); ++i) {
@@ -112,10 +126,14 @@ std::vector<ProcessUse> RunBoth(std::array<std::unique_ptr<AnyLane>, 2>& lanes, 
                 --running;
             });
         }
-        while (running == 2) { // while both run, so that all samples mean the same
-            samples.push_back(ProcessUse::Now(lanes[0]->GetFrames() + lanes[1]->GetFrames()));
+        do { // while all run, so that all samples mean the same
+            std::uint64_t done = 0;
+            for (const auto& lane : lanes) {
+                done += lane->GetFrames();
+            }
+            samples.push_back(ProcessUse::Now(done));
             std::this_thread::sleep_for(std::chrono::milliseconds(100));
-        }
+        } while (running == count);
     }
     for (const std::exception_ptr& failure : failures) {
         if (failure != nullptr) {
@@ -137,7 +155,7 @@ bool SoakScripted(std::uint64_t frames, std::uint64_t seed) {
             std::vector<EGrabStrategy>{Zelmo::GrabStrategy_LatestImages, Zelmo::GrabStrategy_OneByOne,
                                        Zelmo::GrabStrategy_LatestImageOnly, Zelmo::GrabStrategy_UpcomingImage},
             seed + 1, drop)};
-    std::vector<ProcessUse> samples = RunBoth(lanes, frames);
+    std::vector<ProcessUse> samples = RunAll(lanes, frames);
     bool isRight = true;
     for (std::size_t i = 0; i < lanes.size(); ++i) {
         isRight = Report(lanes[i]->GetAccount(), i) && isRight;
@@ -154,7 +172,7 @@ bool SoakEmulated(std::uint64_t frames) {
     std::array<std::unique_ptr<CameraLane>, 2> lanes{
         std::make_unique<CameraLane>("0815-0000", Zelmo::GrabLoop_ProvidedByUser),
         std::make_unique<CameraLane>("0815-0001", Zelmo::GrabLoop_ProvidedByInstantCamera)};
-    std::vector<ProcessUse> samples = RunBoth(lanes, frames);
+    std::vector<ProcessUse> samples = RunAll(lanes, frames);
     bool isRight = true;
     for (std::size_t i = 0; i < lanes.size(); ++i) {
         std::printf("camera %zu: removed and found again %llu times\n", i,
@@ -164,20 +182,72 @@ bool SoakEmulated(std::uint64_t frames) {
     return ReportGrowth(std::move(samples)) && isRight;
 }
 
+/// Whether all that the cameras took is back.
+bool ReportLeft(const ProcessUse& before) {
+    const ProcessUse now = ProcessUse::Now(0);
+    bool isBack = true;
+    for (const std::size_t i : {1, 2}) { // memory is kept by the heap
+        const bool isSame = now.values[i] == before.values[i];
+        std::printf("%-12s without cameras: before %.0f, after %.0f%s\n", ProcessUse::kNames[i], before.values[i],
+                    now.values[i], isSame ? "" : "  LEFT");
+        isBack = isBack && isSame;
+    }
+    return isBack;
+}
+
+/// Emulated cameras with chunks and events that are removed and come back, two grabbed from by loops of the application
+/// and two by their own, one of each kind with a pool of parsers.
+bool SoakEvents(std::uint64_t frames, std::uint64_t removals) {
+    setenv("ZELMO_CAMEMU", "4", 1);
+    const Zelmo::ZelmoScope zelmo;
+    hxlog::LogEnable(false); // what fails behind a removal
+    const ProcessUse before = ProcessUse::Now(0);
+    std::array<std::unique_ptr<EventLane>, 4> lanes;
+    for (std::size_t i = 0; i < lanes.size(); ++i) {
+        lanes[i] = std::make_unique<EventLane>("0815-000" + std::to_string(i),
+                                               i < 2 ? Zelmo::GrabLoop_ProvidedByUser
+                                                     : Zelmo::GrabLoop_ProvidedByInstantCamera,
+                                               i % 2 == 1, (removals + i) / lanes.size());
+    }
+    std::vector<ProcessUse> samples = RunAll(lanes, frames);
+    bool isRight = true;
+    for (std::size_t i = 0; i < lanes.size(); ++i) {
+        std::printf("camera %zu: removed and found again %llu times\n", i,
+                    static_cast<unsigned long long>(lanes[i]->GetRemovals()));
+        isRight = Report(lanes[i]->GetAccount(), i) && isRight;
+        isRight = Report(lanes[i]->GetEventAccount(), i) && isRight;
+        lanes[i].reset();
+    }
+    isRight = ReportLeft(before) && isRight;
+    return ReportGrowth(std::move(samples)) && isRight;
+}
+
 } // namespace
 } // namespace soak
 
 int main(int argc, char** argv) {
-    CLI::App app{"Grabs with two cameras in one process and watches images and resources."};
+    CLI::App app{"Grabs with several cameras in one process and watches images, events and resources."};
     bool isScripted = false;
-    std::uint64_t frames = 1000000;
+    bool hasEvents = false;
+    std::optional<std::uint64_t> frames;
+    std::uint64_t removals = 10000;
     std::uint64_t seed = 1;
-    app.add_option("--frames", frames, "frames of both cameras together")->capture_default_str();
+    app.add_option("--frames", frames, "frames of all cameras together; a million, or two with --events");
+    CLI::Option* const events =
+        app.add_flag("--events", hasEvents, "four emulated cameras with chunks and events in place of two without");
+    app.add_option("--removals", removals, "of all cameras together")
+        ->needs(events)
+        ->check(CLI::Range(4, 1000000000))
+        ->capture_default_str();
     app.add_option("--seed", seed, "of what goes wrong on the way")->capture_default_str();
-    app.add_flag("--scripted", isScripted, "with cameras that fail as they are told, in place of emulated ones");
+    app.add_flag("--scripted", isScripted, "with cameras that fail as they are told, in place of emulated ones")
+        ->excludes(events);
     CLI11_PARSE(app, argc, argv);
     try {
-        return (isScripted ? soak::SoakScripted(frames, seed) : soak::SoakEmulated(frames)) ? 0 : 1;
+        const bool isRight = isScripted  ? soak::SoakScripted(frames.value_or(1000000), seed)
+                             : hasEvents ? soak::SoakEvents(frames.value_or(2000000), removals)
+                                         : soak::SoakEmulated(frames.value_or(1000000));
+        return isRight ? 0 : 1;
     } catch (const std::exception& e) {
         std::fprintf(stderr, "soak: %s\n", e.what());
         return 1;

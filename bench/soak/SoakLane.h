@@ -19,7 +19,7 @@ namespace soak {
 /// What became of the frames of one engine.
 struct Account {
     std::uint64_t begun = 0;
-    std::uint64_t lost = 0; // by the camera, for want of a buffer
+    std::uint64_t lost = 0; // by the camera, for want of a buffer, or behind a removal
     std::uint64_t good = 0;
     std::uint64_t failed = 0;
     std::uint64_t canceled = 0; // buffers, not frames

@@ -4,6 +4,7 @@
 #include "fakes/Descriptors.h"
 #include "fakes/VirtualSlots.h"
 
+#include <set>
 #include <stdexcept>
 
 using namespace Zelmo;
@@ -217,7 +218,7 @@ TEST_F(ArrayLifeTest, ResizingStopsAndResultsOutliveTheirCameras) {
     EXPECT_EQ(Life(1).Count("stopped"), 1U);
 }
 
-TEST_F(ArrayLifeTest, GrabsFrom341CamerasAndSaysSoForOneMore) {
+TEST_F(ArrayLifeTest, GrabsFromEachOf341CamerasAndSaysSoForOneMore) {
     constexpr std::size_t most = 341;
     if (!Fakes::AllowDescriptors(16384)) {
         GTEST_SKIP() << "the hard limit of descriptors is below 16384";
@@ -230,8 +231,17 @@ TEST_F(ArrayLifeTest, GrabsFrom341CamerasAndSaysSoForOneMore) {
     m_stations.clear();
     Make(most);
     m_array.StartGrabbing();
-    std::jthread sender([this] { Device(most - 1).Grabber().Deliver(); });
-    EXPECT_EQ(Next(), static_cast<long>(most - 1));
+    std::jthread sender([this] { // from behind: each is waited for by all, or found in its turn
+        for (std::size_t i = most; i-- > 0;) {
+            Device(i).Grabber().Deliver();
+        }
+    });
+    std::set<long> seen;
+    for (std::size_t i = 0; i < most; ++i) {
+        seen.insert(Next());
+    }
+    EXPECT_EQ(seen.size(), most);
+    EXPECT_EQ(*seen.begin(), 0);
 }
 
 } // namespace

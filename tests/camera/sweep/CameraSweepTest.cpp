@@ -10,23 +10,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <new>
-#include <stdexcept>
 #include <tuple>
 
 namespace {
 
 using Zelmo::EGrabLoop;
 
-/// What a call of the device throws.
-const std::pair<const char*, void (*)()> kThrows[]{
-    {"access", [] { throw ACCESS_EXCEPTION("told to fail"); }},
-    {"std", [] { throw std::runtime_error("told to fail"); }},
-    {"alloc", [] { throw std::bad_alloc(); }},
-    {"int", [] { throw 1; }},
-};
-
-class CameraSweep : public testing::TestWithParam<std::tuple<std::pair<const char*, void (*)()>, EGrabLoop>> {
+class CameraSweep : public testing::TestWithParam<std::tuple<Throw, EGrabLoop>> {
 protected:
     Fakes::CScriptedStreamGrabber m_grabber{"source=free"};
 };
@@ -56,12 +46,7 @@ TEST_P(CameraSweep, WhateverCallOfTheDeviceFailsNothingIsLeftBehind) {
         ASSERT_TRUE(outcome.images == kImages || !outcome.failure.empty() ||
                     (loop == Zelmo::GrabLoop_ProvidedByInstantCamera && struck))
             << outcome.images;
-        if (camera.device.callbacks != 0) { // the device refused to forget it
-            camera.device.callbacks = 0;
-        }
-        if (camera.device.FakeDevice::IsOpen()) { // or to close
-            camera.device.FakeDevice::Close();
-        }
+        camera.device.TidyUp();
         ASSERT_TRUE(camera.IsIdle());
         ASSERT_EQ(camera.BuffersAlive(), 0);
         const Outcome next = camera.Run();

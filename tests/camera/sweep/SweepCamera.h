@@ -7,18 +7,40 @@
 
 #include <zelmo/InstantCamera.h>
 
+#include <Base/GCException.h>
+
 #include <functional>
 #include <memory>
-#include <tuple>
+#include <new>
+#include <stdexcept>
 #include <utility>
 
-/// A device around a stream grabber of the test's, with a hook at each call of its own.
+/// What a call of the device throws.
+using Throw = std::pair<const char*, void (*)()>;
+inline const Throw kThrows[]{
+    {"access", [] { throw ACCESS_EXCEPTION("told to fail"); }},
+    {"std", [] { throw std::runtime_error("told to fail"); }},
+    {"alloc", [] { throw std::bad_alloc(); }},
+    {"int", [] { throw 1; }},
+};
+
+/// A device around a stream grabber of the test's, with a hook at each call of its own. It has features for chunks and
+/// events, but none of them before SweepData gives it some.
 class SweptDevice final : public Fakes::CStreamDevice {
 public:
     explicit SweptDevice(Zelmo::IStreamGrabber& grabber, std::int32_t width = 64, std::int32_t height = 16)
-        : CStreamDevice({}, width, height), m_grabber(grabber) {}
+        : CStreamDevice({}, width, height, true,
+                        {{"Boolean", "ChunkModeActive", kChunkMode, ""},
+                         {"Integer", "EventSelector", kChunkMode + 1, ""},
+                         {"Integer", "EventValue", kChunkMode + 2, ""}}),
+          m_grabber(grabber) {}
 
     std::function<void()> hook; ///< Before each call, on its thread; may throw.
+    std::function<Zelmo::IChunkParser*()> makeParser;
+    Zelmo::IEventGrabber* eventGrabber = nullptr;
+    Zelmo::IEventAdapter* eventAdapter = nullptr;
+
+    void SetChunkMode(bool isActive) { SetValue(kChunkMode, isActive ? 1 : 0); }
 
     void Open(Zelmo::AccessModeSet modes) override {
         Called();
@@ -48,6 +70,23 @@ public:
         Called();
         return nullptr;
     }
+    Zelmo::IEventGrabber* GetEventGrabber() override {
+        Called();
+        return eventGrabber;
+    }
+    Zelmo::IEventAdapter* CreateEventAdapter() override {
+        Called();
+        return eventAdapter;
+    }
+    void DestroyEventAdapter(Zelmo::IEventAdapter*) override { Called(); }
+    Zelmo::IChunkParser* CreateChunkParser() override {
+        Called();
+        return makeParser ? makeParser() : nullptr;
+    }
+    bool IsChunkNodeMapDescriptionAvailable() const override {
+        Called();
+        return static_cast<bool>(makeParser);
+    }
     Zelmo::DeviceCallbackHandle RegisterRemovalCallback(Zelmo::DeviceRemovalCallback& callback) override {
         Called();
         const auto handle = CStreamDevice::RegisterRemovalCallback(callback);
@@ -62,12 +101,22 @@ public:
 
     int callbacks = 0; ///< Registered now.
 
-private:
+    /// After a life: what it has refused to forget, or to close.
+    void TidyUp() {
+        callbacks = 0;
+        if (FakeDevice::IsOpen()) {
+            FakeDevice::Close();
+        }
+    }
     void Called() const {
         if (hook) {
             hook();
         }
     }
+
+private:
+    static constexpr int kChunkMode = Count;
+
     void OnFeature(EFeature feature) override {
         if (feature == Start || feature == Stop) {
             Called();
@@ -119,6 +168,8 @@ public:
                GenApi::IsWritable(m_camera.GrabCameraEvents);
     }
     int BuffersAlive() const { return m_memory.alive; }
+
+    Zelmo::CInstantCamera& Object() { return m_camera; }
 
     SweptDevice device;
 

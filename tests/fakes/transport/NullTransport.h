@@ -8,6 +8,7 @@
 
 #include <boost/circular_buffer.hpp>
 
+#include <algorithm>
 #include <atomic>
 #include <condition_variable>
 #include <mutex>
@@ -15,6 +16,8 @@
 #include <sys/eventfd.h>
 #include <thread>
 #include <unistd.h>
+#include <utility>
+#include <vector>
 
 namespace Fakes {
 
@@ -49,10 +52,16 @@ public:
         CompleteQueued(frames);
     }
 
+    /// What each buffer holds from its registration on: an image with its chunks.
+    void SetContent(std::vector<std::uint8_t> content) { m_content = std::move(content); }
+
     void Open() override { m_isOpen = true; }
     void Close() override { m_isOpen = false; }
     bool IsOpen() const override { return m_isOpen; }
-    Zelmo::StreamBufferHandle RegisterBuffer(void* buffer, std::size_t) override { return buffer; }
+    Zelmo::StreamBufferHandle RegisterBuffer(void* buffer, std::size_t) override {
+        std::copy(m_content.begin(), m_content.end(), static_cast<std::uint8_t*>(buffer));
+        return buffer;
+    }
     void* DeregisterBuffer(Zelmo::StreamBufferHandle handle) override { return handle; }
     void PrepareGrab() override {}
     bool IsStreaming() const override { return m_isStreaming; }
@@ -111,7 +120,7 @@ public:
                   buffer.memory,
                   static_cast<std::uint64_t>(m_written[1]),
                   buffer.status,
-                  Zelmo::PayloadType_Image,
+                  m_content.empty() ? Zelmo::PayloadType_Image : Zelmo::PayloadType_ChunkData,
                   Zelmo::PixelType_Mono8,
                   /*timeStamp*/ 0,
                   m_width,
@@ -120,7 +129,7 @@ public:
                   0,
                   /*paddings*/ 0,
                   0,
-                  std::int64_t{m_width} * m_height,
+                  GetPayloadSize(),
                   /*errorCode*/ 0,
                   /*errorDescription*/ {},
                   m_nextBlockId++};
@@ -136,10 +145,11 @@ private:
         Zelmo::EGrabStatus status;
     };
 
-    std::int64_t ReadRegister(int number) override {
-        return number == 0 ? std::int64_t{m_width} * m_height : m_written[number];
-    }
+    std::int64_t ReadRegister(int number) override { return number == 0 ? GetPayloadSize() : m_written[number]; }
     void WriteRegister(int number, std::int64_t value) override { m_written[number] = value; }
+    std::int64_t GetPayloadSize() const {
+        return m_content.empty() ? std::int64_t{m_width} * m_height : static_cast<std::int64_t>(m_content.size());
+    }
 
     void CompleteQueued(std::uint64_t atMost, Zelmo::EGrabStatus status = Zelmo::GrabStatus_Grabbed) {
         const bool isTold = m_pace == EPace::Told && status == Zelmo::GrabStatus_Grabbed;
@@ -183,6 +193,7 @@ private:
 
     const EPace m_pace;
     const std::int32_t m_width, m_height;
+    std::vector<std::uint8_t> m_content;
     const int m_eventFd = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     mutable Zelmo::WaitObjectEx m_wait{m_eventFd};
     std::int64_t m_written[3] = {};
