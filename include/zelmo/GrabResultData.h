@@ -64,8 +64,9 @@ public:
     /// a cancelled one.
     std::int64_t GetID() const;
     std::int64_t GetImageNumber() const; ///< Counts the results that were retrieved in this session, from 1 on.
-    /// Results, failed and cancelled ones included, that were replaced by later ones since the last retrieval. Those
-    /// that are still queued when grabbing stops are in no count.
+    /// Results, failed and cancelled ones included, that were replaced by later ones since the last retrieval; with
+    /// GrabStrategy_UpcomingImage cancelled ones do not count. Those that are still queued when grabbing stops are in
+    /// no count.
     std::int64_t GetNumberOfSkippedImages() const;
     long GetCameraContext() const; ///< The value that the application gave to the camera object.
 

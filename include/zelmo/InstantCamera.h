@@ -91,11 +91,13 @@ public:
 
     /// Begins a session without a limit. A closed device is opened, and closed again by StopGrabbing. Buffers and
     /// result records are all made here.
-    /// @param grabLoop whose thread calls RetrieveResult
+    /// @param grabLoop whose thread calls RetrieveResult; the camera object's does so with GrabLoopThreadTimeout, if
+    ///        GrabLoopThreadUseTimeout is on: a time-out, at once with 0, ends the session
     /// @throws the device check; GenICam::RuntimeException while a session runs, without a stream grabber, and for a
     ///         strategy that the device does not have; GenICam::BadAllocException "Out of memory! …" and
     ///         GenICam::GenericException "Unexpected error! …" with the text of whatever fails in setting up; what
-    ///         handlers throw, as it is. No session runs then; a device that was opened for it stays open.
+    ///         handlers throw, as it is. No session runs then; a device that was opened for it stays open, unless the
+    ///         stream had begun.
     virtual void StartGrabbing(EGrabStrategy strategy = GrabStrategy_OneByOne,
                                EGrabLoop grabLoop = GrabLoop_ProvidedByUser);
     /// The same for a session that ends itself with the last of @p maxImages results. Failed ones count.
@@ -108,12 +110,13 @@ public:
     /// @param timeoutMs milliseconds; 0 only looks, 0xFFFFFFFF waits without end
     /// @param result is given back first, then set
     /// @return true with a result: an image, or one that says why there is none (CGrabResultData::GrabSucceeded). False
-    ///         without a session, when the session ends meanwhile and, with TimeoutHandling_Return, when the time is
-    ///         up.
+    ///         without a session, when the session ends meanwhile, with TimeoutHandling_Return when the time is up,
+    ///         and with GrabStrategy_LatestImages and an OutputQueueSize of 0, which keeps nothing.
     /// @throws GenICam::TimeoutException with the likely cause; GenICam::RuntimeException when another thread waits and
     ///         when the application holds all result records: the session goes on. GenICam::GenericException when
-    ///         grabbing has failed: the session has ended; for a camera event that failed, and what node callbacks
-    ///         throw while one is delivered: the session goes on. What image handlers throw: @p result is set.
+    ///         grabbing has failed: the session has ended; for broken chunks, a camera event that failed, and
+    ///         what node callbacks throw while one is delivered: the session goes on. What image handlers throw: @p
+    ///         result is set.
     virtual bool RetrieveResult(unsigned int timeoutMs, CGrabResultPtr& result,
                                 ETimeoutHandling handling = TimeoutHandling_ThrowException);
     /// Ends the session, if there is one; throws nothing. A thread in RetrieveResult returns false; results that nobody

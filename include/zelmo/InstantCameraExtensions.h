@@ -20,8 +20,9 @@ protected:
 class ZELMO_API IInstantCameraExtensions {
 public:
     /// Fetches the event messages that wait, a thousand at most, and delivers them: camera event handlers are called on
-    /// this thread. While more of them wait it pauses for a millisecond behind that, for others who need the lock. Takes
-    /// the camera lock while events are grabbed, else none. From inside of an event it does nothing. Threads: any.
+    /// this thread. While more of them wait it pauses for a millisecond behind that, for others who need the lock.
+    /// Takes the camera lock while events are grabbed, else none. From inside of an event it does nothing. Threads:
+    /// any.
     /// @throws GenICam::RuntimeException for a message that failed; what node callbacks throw. The grabbing goes on.
     virtual void ProcessCameraEvents() = 0;
 

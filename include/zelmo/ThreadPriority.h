@@ -31,7 +31,7 @@ ZELMO_API void SetupRTThreadPriorityCapabilities(GenApi::INodeMap* nodeMap, Stri
 
 /// Gives the thread the priority in "_Value". Where that raises and "_Override" is 0, the nodes are brought in line
 /// with the thread's real priority instead. A priority that the system refuses is no failure.
-/// @throws what access to the nodes throws, while "_Override" is not 0 or cannot be read.
+/// @throws what access to the nodes throws; with "_Override" 0 only that of bringing them in line.
 ZELMO_API void SetNodemapRTThreadPriority(GenApi::INodeMap* nodeMap, String_t baseName, unsigned long threadId);
 
 /// Without effect on this platform.

@@ -47,7 +47,8 @@ public:
     IZelmoDevice* CreateDevice(const CDeviceInfo& info, const StringList_t& strings) override;
     IZelmoDevice* CreateFirstDevice(const CDeviceInfo& info, const StringList_t& strings) override;
 
-    /// Deprecated. Makes the last device with this full name, null when there is none.
+    /// Deprecated. Makes every device with this full name and returns the last, null when there is none: use the forms
+    /// above.
     IZelmoDevice* CreateDevice(const String_t& fullName) override;
 
     void DestroyDevice(IZelmoDevice* device) override; ///< Null is ignored.

@@ -48,7 +48,8 @@ ZELMO_API String_t TrimRight(const String_t& text);
 
 /// Reads element @p index, counted from 0, of a list like "a=1;b=2"; each character of @p delimiters splits, empty
 /// elements do not count. Key and value are trimmed; the value ends at a second "=". Either output may be null.
-/// @return false, with nothing stored, without such an element or when it consists of "=" only.
+/// @return false, with nothing stored, without such an element, when it consists of "=" only, and for a text of one
+/// character.
 /// @throws GenICam::BadAllocException out of memory.
 ZELMO_API bool getKeyAndValueFromString(const char* text, const char* delimiters, size_t index, String_t* key,
                                         String_t* value);
