@@ -220,6 +220,25 @@ TEST_F(EventLifeTest, CallbackThatFetchesOrStopsLeavesTheMessageWhole) {
     }
 }
 
+TEST_F(EventLifeTest, OpeningThatFailsInASessionWhoseDeviceHasClosedItselfEndsTheEvents) {
+    Register('a');
+    m_station.device.hasRemoval = false;
+    m_station.device.isClosedByRemoval = true;
+    m_camera.StartGrabbing();
+    m_station.device.Fire();
+    m_station.device.hook = [](const std::string& call) {
+        if (call == "Open") {
+            throw RUNTIME_EXCEPTION("not there");
+        }
+    };
+    EXPECT_EQ(Fakes::FailureOf<GenICam::GenericException>([this] { m_camera.Open(); }), "not there");
+    m_station.events.Put(1);
+    EXPECT_FALSE(Retrieve());
+    EXPECT_FALSE(m_station.events.isOpen);
+    EXPECT_EQ(Told(), "");
+    m_station.device.hook = nullptr;
+}
+
 // Other threads
 
 TEST_F(EventLifeTest, WritesOfTheApplicationAreNoEventsWhileEventsCome) {
@@ -293,6 +312,10 @@ TEST_F(EventLifeTest, StopMeetsTheEndOfTheImages) {
     std::atomic<int> stops{0};
     m_station.device.hook = [&](const std::string& call) { stops += call == "AcquisitionStop" ? 1 : 0; };
     Register('s', {}, "AcquisitionStop");
+    std::atomic<int> changes{0};
+    GenApi::INode* const stopNode = m_station.device.CStreamDevice::GetNodeMap()->GetNode("AcquisitionStop");
+    const auto handle = GenApi::Register(
+        stopNode, [&](GenApi::INode*) { ++changes; }, GenApi::cbPostOutsideLock);
     m_camera.Open();
     std::jthread writer([this](const std::stop_token& stop) {
         while (!stop.stop_requested()) {
@@ -318,7 +341,9 @@ TEST_F(EventLifeTest, StopMeetsTheEndOfTheImages) {
         m_camera.DeregisterCameraEventHandler(listener, "EventValue");
         EXPECT_EQ(stops, round);
     }
+    EXPECT_GE(changes, 200);
     EXPECT_EQ(Told().find('s'), std::string::npos);
+    stopNode->DeregisterCallback(handle);
     m_station.device.hook = nullptr;
 }
 
