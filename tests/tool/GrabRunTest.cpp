@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "GrabRun.h"
 #include "DeviceSelector.h"
-#include "ImageSink.h"
 #include "InProcess.h"
 #include <GenApi/GenApi.h>
 
 #include <gmock/gmock.h>
+
+#include <numeric>
 
 namespace {
 
@@ -27,6 +28,22 @@ private:
     tool::Camera& m_camera;
 };
 
+class BlockIds : public tool::FrameSink {
+public:
+    std::unique_ptr<tool::FrameTask> Take(const Zelmo::CGrabResultData& result, std::uint64_t) override {
+        ids.push_back(result.GetBlockID());
+        return nullptr;
+    }
+
+    std::vector<std::uint64_t> ids;
+};
+
+std::vector<std::uint64_t> Numbers(std::size_t count) {
+    std::vector<std::uint64_t> numbers(count);
+    std::iota(numbers.begin(), numbers.end(), 0);
+    return numbers;
+}
+
 class GrabRunTest : public InProcess {
 protected:
     GrabRunTest() : InProcess({}, "2") {}
@@ -42,21 +59,58 @@ private:
     }
 };
 
-TEST_F(GrabRunTest, PulledCableEndsItsCameraWithNineAndNotTheOther) {
-    m_options.count = 50;
-    m_options.strategy = Zelmo::GrabStrategy_UpcomingImage; // waits inside the library
-    m_options.setup = {{"AcquisitionFrameRateEnable", "0"}};
-    tool::GrabRun run(tool::SelectDevices(*m_library, {}, true), m_options, m_output);
-    for (const auto& camera : run.GetCameras()) {
-        camera->SendTo(std::make_unique<CableCutter>(camera->GetCamera()));
+TEST_F(GrabRunTest, PulledCableEndsTheGrabOfAllAtOnceWithNineAndTheNameOfItsCamera) {
+    m_options.timeoutMs = 60'000; // it must not be the silence that ends it
+    for (const auto strategy : {Zelmo::GrabStrategy_OneByOne, Zelmo::GrabStrategy_UpcomingImage}) {
+        m_options.strategy = strategy;
+        tool::GrabRun run(tool::SelectDevices(*m_library, {}, true), m_options, m_output);
+        const auto& cameras = run.GetCameras();
+        cameras[0]->SendTo(std::make_unique<CableCutter>(cameras[0]->GetCamera()));
+        cameras[1]->SendTo(std::make_unique<BlockIds>());
+        run.Run();
+        EXPECT_EQ(run.Conclude(), ExitCode::Removed);
+        EXPECT_EQ(cameras[0]->GetError()->GetCode(), "removed");
+        EXPECT_GE(cameras[0]->GetCounts().frames, 3u);
+        EXPECT_FALSE(cameras[1]->GetError());
+        EXPECT_GT(cameras[1]->GetCounts().frames, 0u);
+        EXPECT_LT(cameras[1]->GetCounts().seconds, 30);
     }
-    run.GetCameras()[1]->SendTo(
-        std::make_unique<tool::ImageSink>(run.GetCameras()[1]->GetCamera(), std::nullopt, false, m_output));
+}
+
+TEST_F(GrabRunTest, CountIsOfEachCameraAndWhoHasItWaitsForTheOthers) {
+    m_options.count = 20;
+    tool::GrabRun run(tool::SelectDevices(*m_library, {}, true), m_options, m_output);
+    const auto& cameras = run.GetCameras();
+    cameras[0]->Configure({{"ExposureTime", "1000"}, {"AcquisitionFrameRate", "500"}});
+    std::vector<BlockIds*> sinks;
+    for (const auto& camera : cameras) {
+        auto sink = std::make_unique<BlockIds>();
+        sinks.push_back(sink.get());
+        camera->SendTo(std::move(sink));
+    }
     run.Run();
-    EXPECT_EQ(run.Conclude(), ExitCode::Removed);
-    EXPECT_EQ(run.GetCameras()[0]->GetError()->GetCode(), "removed");
-    EXPECT_EQ(run.GetCameras()[0]->GetCounts().frames, 3u);
-    EXPECT_EQ(run.GetCameras()[1]->GetCounts().frames, 50u);
+    EXPECT_EQ(run.Conclude(), ExitCode::Done) << m_messages.str();
+    EXPECT_EQ(sinks[0]->ids.size(), 20u);
+    EXPECT_THAT(sinks[1]->ids, testing::ElementsAreArray(Numbers(20))) << "the end of the other one cost an image";
+    EXPECT_LT(cameras[0]->GetCounts().seconds, cameras[1]->GetCounts().seconds);
+}
+
+TEST_F(GrabRunTest, SilentCameraBesideALivelyOneEndsTheGrabWithFiveAndItsName) {
+    m_options.timeoutMs = 300;
+    for (const auto strategy : {Zelmo::GrabStrategy_OneByOne, Zelmo::GrabStrategy_UpcomingImage}) {
+        m_options.strategy = strategy;
+        tool::GrabRun run(tool::SelectDevices(*m_library, {}, true), m_options, m_output);
+        const auto& cameras = run.GetCameras();
+        cameras[1]->Configure({{"ForceStall", "1"}});
+        for (const auto& camera : cameras) {
+            camera->SendTo(std::make_unique<BlockIds>());
+        }
+        run.Run();
+        EXPECT_EQ(run.Conclude(), ExitCode::Timeout);
+        EXPECT_GT(cameras[0]->GetCounts().frames, 0u);
+        EXPECT_FALSE(cameras[0]->GetError());
+        EXPECT_THAT(cameras[1]->GetError()->what(), HasSubstr("No image from camera 0815-0001 within 300 ms after 0"));
+    }
 }
 
 TEST_F(GrabRunTest, UpcomingImageIsRefusedForUsbAndMipexBeforeACameraOpens) {

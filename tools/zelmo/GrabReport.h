@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "GrabRun.h"
+#include "CameraGrab.h"
 #include "Json.h"
 
 #include <string>

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "CommonOptions.h"
 #include "DeviceSelector.h"
+#include "GrabOptions.h"
 #include "GrabReport.h"
+#include "GrabRun.h"
 #include "ImageSink.h"
 #include "Output.h"
 #include "PartialFiles.h"
