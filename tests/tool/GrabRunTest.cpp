@@ -95,21 +95,43 @@ TEST_F(GrabRunTest, CountIsOfEachCameraAndWhoHasItWaitsForTheOthers) {
     EXPECT_LT(cameras[0]->GetCounts().seconds, cameras[1]->GetCounts().seconds);
 }
 
-TEST_F(GrabRunTest, SilentCameraBesideALivelyOneEndsTheGrabWithFiveAndItsName) {
+TEST_F(GrabRunTest, FailureOfOneCameraEndsTheGrabOfAllWithItsTextAndCode) {
     m_options.timeoutMs = 300;
+    const struct {
+        std::vector<tool::SetupStep> setup;
+        ExitCode exitCode;
+        const char* message;
+    } failures[] = {
+        {{{"ForceStall", "1"}}, ExitCode::Timeout, "No image from camera 0815-0001 within 300 ms after 0 images"},
+        {{{"ForceFailedStart", {}}}, ExitCode::Failed, "Starting to grab from camera 0815-0001 with 10 buffers failed"},
+        {{{"ForceFailedRetrieval", {}}}, ExitCode::Failed, "Grabbing from camera 0815-0001 failed: "},
+    };
     for (const auto strategy : {Zelmo::GrabStrategy_OneByOne, Zelmo::GrabStrategy_UpcomingImage}) {
         m_options.strategy = strategy;
-        tool::GrabRun run(tool::SelectDevices(*m_library, {}, true), m_options, m_output);
-        const auto& cameras = run.GetCameras();
-        cameras[1]->Configure({{"ForceStall", "1"}});
-        for (const auto& camera : cameras) {
-            camera->SendTo(std::make_unique<BlockIds>());
+        for (const auto& failure : failures) {
+            tool::GrabRun run(tool::SelectDevices(*m_library, {}, true), m_options, m_output);
+            const auto& cameras = run.GetCameras();
+            cameras[1]->Configure(failure.setup);
+            for (const auto& camera : cameras) {
+                camera->SendTo(std::make_unique<BlockIds>());
+            }
+            run.Run();
+            EXPECT_EQ(run.Conclude(), failure.exitCode);
+            EXPECT_FALSE(cameras[0]->GetError());
+            ASSERT_TRUE(cameras[1]->GetError()) << failure.message;
+            EXPECT_THAT(cameras[1]->GetError()->what(), HasSubstr(failure.message));
+            cameras[1]->Configure({{"ForceStall", "0"}});
         }
-        run.Run();
-        EXPECT_EQ(run.Conclude(), ExitCode::Timeout);
-        EXPECT_GT(cameras[0]->GetCounts().frames, 0u);
-        EXPECT_FALSE(cameras[0]->GetError());
-        EXPECT_THAT(cameras[1]->GetError()->what(), HasSubstr("No image from camera 0815-0001 within 300 ms after 0"));
+    }
+}
+
+TEST_F(GrabRunTest, MoreCamerasThanAnArrayTakesAreRefusedWithTheWayOut) {
+    try {
+        tool::GrabRun run(std::vector<Zelmo::CDeviceInfo>(342), m_options, m_output);
+        ADD_FAILURE();
+    } catch (const tool::ToolError& error) {
+        EXPECT_EQ(error.GetExitCode(), ExitCode::Usage);
+        EXPECT_THAT(error.what(), testing::AllOf(HasSubstr("at most 341"), HasSubstr("--reconnect")));
     }
 }
 

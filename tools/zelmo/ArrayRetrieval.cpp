@@ -99,24 +99,25 @@ void ArrayRetrieval::Start() {
 }
 
 bool ArrayRetrieval::TakeNext() {
-    Retire();
+    Retire(Clock::now());
     if (IsOver()) {
         return false;
     }
     WaitForRoom(); // first: an image that is taken later is a newer one, with strategies that skip
-    TriggerAsked();
+    const Clock::time_point now = Clock::now();
+    TriggerAsked(now);
     Zelmo::CGrabResultPtr result;
-    if (m_array.RetrieveResult(GetWaitMs(), result, Zelmo::TimeoutHandling_Return)) {
+    if (m_array.RetrieveResult(GetWaitMs(now), result, Zelmo::TimeoutHandling_Return)) {
         Take(*result.GetPtr());
     }
-    CheckForSilence();
+    CheckForSilence(Clock::now());
     EndTurn();
     return m_array.IsGrabbing();
 }
 
-void ArrayRetrieval::Retire() {
+void ArrayRetrieval::Retire(Clock::time_point now) {
     for (Member& member : m_members) {
-        if (!member.isRetired && member.camera->IsOver()) {
+        if (!member.isRetired && member.camera->IsOver(now)) {
             member.isRetired = true;
             member.camera->Retire();
         }
@@ -143,37 +144,37 @@ std::span<ArrayRetrieval::Member> ArrayRetrieval::GetAsked() {
     return m_takesTurns ? std::span(m_members).subspan(m_turn, 1) : std::span(m_members);
 }
 
-void ArrayRetrieval::TriggerAsked() {
+void ArrayRetrieval::TriggerAsked(Clock::time_point now) {
     for (Member& member : GetAsked()) {
         if (member.isRetired || member.isTriggered) {
             continue;
         }
         member.isTriggered = m_array.WorkOn(*member.camera, [&] { return member.camera->Trigger(0); });
         if (member.isTriggered) {
-            member.since = Clock::now();
+            member.since = now;
         }
     }
 }
 
 /// Until something else than an image is due; 0 where none is wanted.
-unsigned ArrayRetrieval::GetWaitMs() {
+unsigned ArrayRetrieval::GetWaitMs(Clock::time_point now) {
     Clock::duration wait = m_timeout;
     bool isWanted = false;
     for (const Member& member : GetAsked()) {
         if (!member.isRetired) {
-            wait = std::min(wait, GetLimit(member));
+            wait = std::min(wait, GetLimit(member, now));
             isWanted = true;
         }
     }
     return isWanted ? static_cast<unsigned>(ceil<milliseconds>(std::max(wait, Clock::duration::zero())).count()) : 0;
 }
 
-steady_clock::duration ArrayRetrieval::GetLimit(const Member& member) const {
+steady_clock::duration ArrayRetrieval::GetLimit(const Member& member, Clock::time_point now) const {
     if (!member.isTriggered) {
         return 1ms; // it is asked again then whether it is ready
     }
-    const Clock::duration left = member.since + m_timeout - Clock::now();
-    const double secondsLeft = member.camera->GetSecondsLeft();
+    const Clock::duration left = member.since + m_timeout - now;
+    const double secondsLeft = member.camera->GetSecondsLeft(now);
     return secondsLeft < duration<double>(left).count() ? ceil<milliseconds>(duration<double>(secondsLeft)) : left;
 }
 
@@ -192,11 +193,11 @@ void ArrayRetrieval::Take(const Zelmo::CGrabResultData& result) {
 }
 
 /// Others may keep the thread busy all the time, so an image may have come that was not taken yet.
-void ArrayRetrieval::CheckForSilence() {
-    const Clock::time_point latest = Clock::now() - m_timeout;
+void ArrayRetrieval::CheckForSilence(Clock::time_point now) {
     for (const Member& member : GetAsked()) {
         CameraGrab& camera = *member.camera;
-        if (!member.isRetired && member.since <= latest && !camera.GetSession().GetGrabResultWaitObject().Wait(0)) {
+        if (!member.isRetired && member.since + m_timeout <= now &&
+            !camera.GetSession().GetGrabResultWaitObject().Wait(0)) {
             m_array.WorkOn(camera, [&]() -> bool { throw member.isTriggered ? camera.TimedOut() : camera.NotReady(); });
         }
     }

@@ -53,7 +53,7 @@ public:
     void StopIfOver() override;
 
 private:
-    using Clock = std::chrono::steady_clock;
+    using Clock = CameraGrab::Clock;
 
     struct Member {
         CameraGrab* camera;
@@ -65,14 +65,14 @@ private:
     void Start();
     bool TakeNext();
     void WaitForRoom();
-    void Retire();
+    void Retire(Clock::time_point now);
     bool IsOver() const;
     std::span<Member> GetAsked();
-    void TriggerAsked();
-    unsigned GetWaitMs();
-    Clock::duration GetLimit(const Member& member) const;
+    void TriggerAsked(Clock::time_point now);
+    unsigned GetWaitMs(Clock::time_point now);
+    Clock::duration GetLimit(const Member& member, Clock::time_point now) const;
     void Take(const Zelmo::CGrabResultData& result);
-    void CheckForSilence();
+    void CheckForSilence(Clock::time_point now);
     void EndTurn();
 
     CameraArray& m_array;

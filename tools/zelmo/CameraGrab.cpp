@@ -80,12 +80,12 @@ void CameraGrab::StopTrigger() noexcept {
     }
 }
 
-bool CameraGrab::IsOver() const {
-    return m_images.AreComplete() || m_images.HasFailed() || GetSecondsLeft() <= 0;
+bool CameraGrab::IsOver(Clock::time_point now) const {
+    return m_images.AreComplete() || m_images.HasFailed() || GetSecondsLeft(now) <= 0;
 }
 
-double CameraGrab::GetSecondsLeft() const {
-    return m_options.durationSeconds ? *m_options.durationSeconds - GetCounts().seconds
+double CameraGrab::GetSecondsLeft(Clock::time_point now) const {
+    return m_options.durationSeconds ? *m_options.durationSeconds - m_images.GetSeconds(now)
                                      : std::numeric_limits<double>::infinity();
 }
 

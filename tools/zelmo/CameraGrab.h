@@ -21,6 +21,8 @@ namespace tool {
 /// Threads: one before the grab and behind it, the one that retrieves meanwhile; IsExhausted and the counts any.
 class CameraGrab {
 public:
+    using Clock = CameraImages::Clock;
+
     /// Opens the camera. @param object the camera object to use, which outlives this; null: one of its own.
     CameraGrab(const Zelmo::CDeviceInfo& info, const GrabOptions& options, StopSignals& signals,
                Zelmo::CInstantCamera* object = nullptr);
@@ -52,9 +54,10 @@ public:
     /// @p timeoutMs.
     bool Trigger(unsigned timeoutMs);
     void StopTrigger() noexcept;
-    bool IsOver() const;           ///< All images are there, the time is up, or an image has failed for good.
-    double GetSecondsLeft() const; ///< Of the time that it was given; without end.
-    void Retire() noexcept;        ///< While the session goes on: no image is taken, nor sent if that can be had.
+    /// All images are there, the time is up, or an image has failed for good.
+    bool IsOver(Clock::time_point now = Clock::now()) const;
+    double GetSecondsLeft(Clock::time_point now = Clock::now()) const; ///< Of the time that it was given; or infinity.
+    void Retire() noexcept; ///< While the session goes on: no image is taken, nor sent if that can be had.
     void Fail(const ToolError& error) { m_error = error; }
     /// Behind the session: puts back, waits for what is still being written, and tells apart what went wrong.
     /// @param heldSeconds in which the thread waited for images to be written

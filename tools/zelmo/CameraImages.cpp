@@ -101,13 +101,15 @@ GrabCounts CameraImages::GetCounts() const {
     counts.lost = m_lost;
     counts.skipped = m_skipped;
     counts.bytes = m_bytes;
+    counts.seconds = GetSeconds(Clock::now());
+    return counts;
+}
+
+double CameraImages::GetSeconds(Clock::time_point now) const noexcept {
     const Clock::rep started = m_started;
     const Clock::rep ended = m_ended;
-    if (started != 0) {
-        const Clock::rep until = ended != 0 ? ended : Clock::now().time_since_epoch().count();
-        counts.seconds = std::chrono::duration<double>(Clock::duration(until - started)).count();
-    }
-    return counts;
+    const Clock::rep until = ended != 0 ? ended : now.time_since_epoch().count();
+    return started != 0 ? std::chrono::duration<double>(Clock::duration(until - started)).count() : 0;
 }
 
 } // namespace tool

@@ -22,6 +22,8 @@ namespace tool {
 /// Threads: one that retrieves; HasFailed, GetTaken and GetCounts any.
 class CameraImages {
 public:
+    using Clock = std::chrono::steady_clock;
+
     CameraImages(std::string camera, const GrabOptions& options, StopSignals& signals);
 
     /// Once, before the first image. With a pool, its threads do what the sink leaves to be done.
@@ -37,14 +39,13 @@ public:
     std::uint64_t GetTaken() const noexcept { return m_taken; } ///< Whole and failed ones.
     bool AreComplete() const noexcept { return m_options.count && m_taken >= *m_options.count; }
     GrabCounts GetCounts() const;
+    double GetSeconds(Clock::time_point now) const noexcept; ///< From the first start to the end, or to now.
 
     bool HasFailed() const noexcept { return m_hasFailed; }                           ///< No more is wanted.
     const std::optional<ToolError>& GetFailure() const noexcept { return m_failure; } ///< After Drain.
     const std::string& GetFirstDamage() const noexcept { return m_firstDamage; }      ///< After Drain.
 
 private:
-    using Clock = std::chrono::steady_clock;
-
     void CountMissing(const Zelmo::CGrabResultData& result);
     void Settle(FrameTask* task, std::uint64_t bytes, const std::exception_ptr& error) noexcept;
     void Fail(const ToolError& error);

@@ -25,6 +25,24 @@ Json MakeCountsJson(const GrabCounts& counts) {
             {"mb_per_s", JsonNumber(counts.GetMegabytesPerSecond())}};
 }
 
+Json MakeCamerasJson(const CameraGrabs& grabs) {
+    Json cameras = Json::array();
+    for (const auto& grab : grabs) {
+        Json camera = {{"device", grab->GetName()}};
+        camera.update(MakeCountsJson(grab->GetCounts()));
+        cameras.push_back(camera);
+    }
+    return cameras;
+}
+
+/// A column of the progress line: the rate, and how many images are missing if any are.
+std::string MakeColumn(const CameraGrab& grab) {
+    const GrabCounts counts = grab.GetCounts();
+    const std::uint64_t missing = counts.failed + counts.lost + counts.skipped;
+    return "  | " + grab.GetName() + " " + Fixed(counts.GetFramesPerSecond(), 1) + " fps" +
+           (missing > 0 ? ", " + std::to_string(missing) + " missing" : "");
+}
+
 std::uint64_t CountWanted(const CameraGrabs& grabs, unsigned ofEach) {
     return std::uint64_t{ofEach} * grabs.size();
 }
@@ -68,13 +86,18 @@ std::string MakeProgressLine(const CameraGrabs& grabs, const GrabOptions& option
         text = options.durationSeconds ? Bar(sum.seconds / *options.durationSeconds) : "";
         text += std::to_string(delivered) + " images";
     }
-    return text + "  " + Fixed(sum.GetFramesPerSecond(), 1) + " fps  " + Fixed(sum.GetMegabytesPerSecond(), 1) +
-           " MB/s  failed " + std::to_string(sum.failed) + "  lost " + std::to_string(sum.lost) + "  skipped " +
-           std::to_string(sum.skipped);
+    text += "  " + Fixed(sum.GetFramesPerSecond(), 1) + " fps  " + Fixed(sum.GetMegabytesPerSecond(), 1) +
+            " MB/s  failed " + std::to_string(sum.failed) + "  lost " + std::to_string(sum.lost) + "  skipped " +
+            std::to_string(sum.skipped);
+    for (const auto& grab : grabs) {
+        text += grabs.size() > 1 ? MakeColumn(*grab) : "";
+    }
+    return text;
 }
 
 Json MakeProgressJson(const CameraGrabs& grabs, const GrabOptions& options) {
     Json json = MakeCountsJson(Sum(grabs));
+    json["cameras"] = MakeCamerasJson(grabs);
     if (options.count) {
         json["wanted"] = CountWanted(grabs, *options.count);
     }
@@ -85,11 +108,8 @@ GrabReport MakeReport(const CameraGrabs& grabs) {
     const GrabCounts sum = Sum(grabs);
     GrabReport report{MakeCountsJson(sum),
                       {{"CAMERA", "FRAMES", "FAILED", "LOST", "SKIPPED", "SECONDS", "FPS", "MB/S"}}};
-    report.json["cameras"] = Json::array();
+    report.json["cameras"] = MakeCamerasJson(grabs);
     for (const auto& grab : grabs) {
-        Json camera = {{"device", grab->GetName()}};
-        camera.update(MakeCountsJson(grab->GetCounts()));
-        report.json["cameras"].push_back(camera);
         report.rows.push_back(MakeRow(grab->GetName(), grab->GetCounts()));
     }
     if (grabs.size() > 1) {

@@ -14,6 +14,14 @@ namespace {
 
 constexpr int kProgressIntervalMs = 100;
 
+void CheckNumber(std::size_t cameras) {
+    constexpr std::size_t most = 341; // that an array starts
+    if (cameras > most) {
+        throw UsageError("There are " + std::to_string(cameras) + " cameras, of which at most " + std::to_string(most) +
+                         " can grab together. -d chooses some; with --reconnect each has a session of its own");
+    }
+}
+
 } // namespace
 
 GrabRun::GrabRun(const std::vector<Zelmo::CDeviceInfo>& infos, const GrabOptions& options, Output& output)
@@ -22,6 +30,7 @@ GrabRun::GrabRun(const std::vector<Zelmo::CDeviceInfo>& infos, const GrabOptions
         CheckStrategy(info, options.strategy);
     }
     if (infos.size() > 1 && !options.reconnect.isWanted) {
+        CheckNumber(infos.size());
         m_array.emplace(infos.size());
     }
     for (const auto& info : infos) {
