@@ -12,8 +12,8 @@ namespace tool {
 /// Of all cameras; the time of the one that took longest, as they run at the same time.
 GrabCounts Sum(const CameraGrabs& grabs);
 
-/// One line about all cameras: a bar when the end is known, else the count; rate and losses. Where there are several,
-/// a column for each, at the end, as a terminal cuts the line at its edge.
+/// One line about all cameras: a bar when the end is known, else the count; rate and losses, and ahead of these the
+/// rate of each where there are several. A terminal cuts it at its edge.
 std::string MakeProgressLine(const CameraGrabs& grabs, const GrabOptions& options);
 
 /// The same for programs: the counts, those of each camera under "cameras", and how many images are "wanted" where that
