@@ -18,11 +18,13 @@ namespace {
 
 TEST(TriggerOptionTest, EachImageIsTriggeredAndTheSettingsArePutBack) {
     for (const std::string trigger : {"software", "software:50"}) {
-        const auto run =
-            RunTool({"grab", "-n", "5", "--trigger", trigger, "--set", "AcquisitionFrameRate=0.1", "--json"},
-                    WithEnvironment({{"ZELMO_CAMEMU", "1"}}));
-        EXPECT_EQ(run.exitCode, 0) << run.err;
-        EXPECT_THAT(run.out, HasSubstr("\"frames\":5"));
+        for (const std::string cameras : {"1", "2"}) {
+            const auto run = RunTool(
+                {"grab", "--all", "-n", "5", "--trigger", trigger, "--set", "AcquisitionFrameRate=0.1", "--json"},
+                WithEnvironment({{"ZELMO_CAMEMU", cameras}}));
+            EXPECT_EQ(run.exitCode, 0) << run.err;
+            EXPECT_THAT(run.out, HasSubstr("\"frames\":5"));
+        }
     }
     EXPECT_EQ(RunTool({"grab", "--trigger", "hardware"}, WithEnvironment({{"ZELMO_CAMEMU", "1"}})).exitCode, 2);
     EXPECT_EQ(RunTool({"grab", "--trigger", "software:0"}, WithEnvironment({{"ZELMO_CAMEMU", "1"}})).exitCode, 2);
@@ -47,7 +49,13 @@ TEST(ReconnectOptionTest, GrabGoesOnWithTheSettingsOfBefore) {
         EXPECT_THAT(run.err, Not(HasSubstr("not restored")));
     }
     EXPECT_EQ(grab({"grab", "-d", "0", "-n", "30"}).exitCode, 9);
-    EXPECT_EQ(grab({"grab", "--all", "-n", "30", "--reconnect"}).exitCode, 2);
+    EXPECT_EQ(grab({"grab", "--all", "-n", "30"}).exitCode, 9);
+    const auto both = grab({"grab", "--all", "-n", "30", "--reconnect", "--json"});
+    EXPECT_EQ(both.exitCode, 0) << both.err;
+    for (const tool::Json& camera : both.Events().back()["cameras"]) {
+        EXPECT_EQ(camera["frames"], 30);
+        EXPECT_THAT(both.err, HasSubstr(camera["device"].get<std::string>() + " came back"));
+    }
     for (const std::string limit : {"0", "-1", "1s", "soon", "nan", "inf"}) {
         EXPECT_EQ(grab({"grab", "-d", "0", "--reconnect=" + limit}).exitCode, 2) << limit;
     }

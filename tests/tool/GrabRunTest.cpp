@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "GrabRun.h"
 #include "DeviceSelector.h"
-#include "ImageSink.h"
 #include "InProcess.h"
 #include <GenApi/GenApi.h>
 
 #include <gmock/gmock.h>
+
+#include <numeric>
 
 namespace {
 
@@ -27,6 +28,22 @@ private:
     tool::Camera& m_camera;
 };
 
+class BlockIds : public tool::FrameSink {
+public:
+    std::unique_ptr<tool::FrameTask> Take(const Zelmo::CGrabResultData& result, std::uint64_t) override {
+        ids.push_back(result.GetBlockID());
+        return nullptr;
+    }
+
+    std::vector<std::uint64_t> ids;
+};
+
+std::vector<std::uint64_t> Numbers(std::size_t count) {
+    std::vector<std::uint64_t> numbers(count);
+    std::iota(numbers.begin(), numbers.end(), 0);
+    return numbers;
+}
+
 class GrabRunTest : public InProcess {
 protected:
     GrabRunTest() : InProcess({}, "2") {}
@@ -42,21 +59,80 @@ private:
     }
 };
 
-TEST_F(GrabRunTest, PulledCableEndsItsCameraWithNineAndNotTheOther) {
-    m_options.count = 50;
-    m_options.strategy = Zelmo::GrabStrategy_UpcomingImage; // waits inside the library
-    m_options.setup = {{"AcquisitionFrameRateEnable", "0"}};
-    tool::GrabRun run(tool::SelectDevices(*m_library, {}, true), m_options, m_output);
-    for (const auto& camera : run.GetCameras()) {
-        camera->SendTo(std::make_unique<CableCutter>(camera->GetCamera()));
+TEST_F(GrabRunTest, PulledCableEndsTheGrabOfAllAtOnceWithNineAndTheNameOfItsCamera) {
+    m_options.timeoutMs = 60'000; // it must not be the silence that ends it
+    for (const auto strategy : {Zelmo::GrabStrategy_OneByOne, Zelmo::GrabStrategy_UpcomingImage}) {
+        m_options.strategy = strategy;
+        tool::GrabRun run(tool::SelectDevices(*m_library, {}, true), m_options, m_output);
+        const auto& cameras = run.GetCameras();
+        cameras[0]->SendTo(std::make_unique<CableCutter>(cameras[0]->GetCamera()));
+        cameras[1]->SendTo(std::make_unique<BlockIds>());
+        run.Run();
+        EXPECT_EQ(run.Conclude(), ExitCode::Removed);
+        EXPECT_EQ(cameras[0]->GetError()->GetCode(), "removed");
+        EXPECT_GE(cameras[0]->GetCounts().frames, 3u);
+        EXPECT_FALSE(cameras[1]->GetError());
+        EXPECT_GT(cameras[1]->GetCounts().frames, 0u);
+        EXPECT_LT(cameras[1]->GetCounts().seconds, 30);
     }
-    run.GetCameras()[1]->SendTo(
-        std::make_unique<tool::ImageSink>(run.GetCameras()[1]->GetCamera(), std::nullopt, false, m_output));
+}
+
+TEST_F(GrabRunTest, CountIsOfEachCameraAndWhoHasItWaitsForTheOthers) {
+    m_options.count = 20;
+    tool::GrabRun run(tool::SelectDevices(*m_library, {}, true), m_options, m_output);
+    const auto& cameras = run.GetCameras();
+    cameras[0]->Configure({{"ExposureTime", "1000"}, {"AcquisitionFrameRate", "500"}});
+    std::vector<BlockIds*> sinks;
+    for (const auto& camera : cameras) {
+        auto sink = std::make_unique<BlockIds>();
+        sinks.push_back(sink.get());
+        camera->SendTo(std::move(sink));
+    }
     run.Run();
-    EXPECT_EQ(run.Conclude(), ExitCode::Removed);
-    EXPECT_EQ(run.GetCameras()[0]->GetError()->GetCode(), "removed");
-    EXPECT_EQ(run.GetCameras()[0]->GetCounts().frames, 3u);
-    EXPECT_EQ(run.GetCameras()[1]->GetCounts().frames, 50u);
+    EXPECT_EQ(run.Conclude(), ExitCode::Done) << m_messages.str();
+    EXPECT_EQ(sinks[0]->ids.size(), 20u);
+    EXPECT_THAT(sinks[1]->ids, testing::ElementsAreArray(Numbers(20))) << "the end of the other one cost an image";
+    EXPECT_LT(cameras[0]->GetCounts().seconds, cameras[1]->GetCounts().seconds);
+}
+
+TEST_F(GrabRunTest, FailureOfOneCameraEndsTheGrabOfAllWithItsTextAndCode) {
+    m_options.timeoutMs = 300;
+    const struct {
+        std::vector<tool::SetupStep> setup;
+        ExitCode exitCode;
+        const char* message;
+    } failures[] = {
+        {{{"ForceStall", "1"}}, ExitCode::Timeout, "No image from camera 0815-0001 within 300 ms after 0 images"},
+        {{{"ForceFailedStart", {}}}, ExitCode::Failed, "Starting to grab from camera 0815-0001 with 10 buffers failed"},
+        {{{"ForceFailedRetrieval", {}}}, ExitCode::Failed, "Grabbing from camera 0815-0001 failed: "},
+    };
+    for (const auto strategy : {Zelmo::GrabStrategy_OneByOne, Zelmo::GrabStrategy_UpcomingImage}) {
+        m_options.strategy = strategy;
+        for (const auto& failure : failures) {
+            tool::GrabRun run(tool::SelectDevices(*m_library, {}, true), m_options, m_output);
+            const auto& cameras = run.GetCameras();
+            cameras[1]->Configure(failure.setup);
+            for (const auto& camera : cameras) {
+                camera->SendTo(std::make_unique<BlockIds>());
+            }
+            run.Run();
+            EXPECT_EQ(run.Conclude(), failure.exitCode);
+            EXPECT_FALSE(cameras[0]->GetError());
+            ASSERT_TRUE(cameras[1]->GetError()) << failure.message;
+            EXPECT_THAT(cameras[1]->GetError()->what(), HasSubstr(failure.message));
+            cameras[1]->Configure({{"ForceStall", "0"}});
+        }
+    }
+}
+
+TEST_F(GrabRunTest, MoreCamerasThanAnArrayTakesAreRefusedWithTheWayOut) {
+    try {
+        tool::GrabRun run(std::vector<Zelmo::CDeviceInfo>(342), m_options, m_output);
+        ADD_FAILURE();
+    } catch (const tool::ToolError& error) {
+        EXPECT_EQ(error.GetExitCode(), ExitCode::Usage);
+        EXPECT_THAT(error.what(), testing::AllOf(HasSubstr("at most 341"), HasSubstr("--reconnect")));
+    }
 }
 
 TEST_F(GrabRunTest, UpcomingImageIsRefusedForUsbAndMipexBeforeACameraOpens) {

@@ -154,13 +154,14 @@ TEST_F(GrabTest, DurationEndsItAndTheSummaryAddsUp) {
 }
 
 TEST_F(GrabTest, ProgressIsWrittenWhenAskedForAndSilentOtherwise) {
-    const std::vector<std::string> arguments{"grab", "-d", "0", "-n", "2", "--progress"};
+    const std::vector<std::string> arguments{"grab", "-d", "0", "-d", "2", "-n", "2", "--progress"};
     const auto with = [&](const char* when) {
         auto all = arguments;
         all.push_back(when);
         return Run(all).err;
     };
-    EXPECT_THAT(with("always"), testing::AllOf(HasSubstr("\r["), HasSubstr("2/2 images")));
+    EXPECT_THAT(with("always"), testing::AllOf(HasSubstr("\r["), HasSubstr("4/4 images"),
+                                               testing::ContainsRegex("fps: 0815-0000 [0-9.]+, 0815-0002 [0-9.]+ ")));
     EXPECT_EQ(with("auto"), "");
     EXPECT_EQ(with("never"), "");
 }

@@ -48,12 +48,15 @@ GenApi::INodeMap* FindNodeMap(CInstantCamera& camera, IZelmoDevice& device, cons
 
 } // namespace
 
-Camera::Camera(const CDeviceInfo& info, const std::string& why) : Camera(info, why, nullptr) {}
+Camera::Camera(const CDeviceInfo& info, const std::string& why, CInstantCamera* object)
+    : Camera(info, why, nullptr, object) {}
 
-Camera::Camera(const CDeviceInfo& info, Output& output) : Camera(info, {}, &output) {}
+Camera::Camera(const CDeviceInfo& info, Output& output) : Camera(info, {}, &output, nullptr) {}
 
-Camera::Camera(const CDeviceInfo& info, const std::string& why, Output* looker)
-    : m_name(GetCameraName(info)), m_info(info) {
+Camera::Camera(const CDeviceInfo& info, const std::string& why, Output* looker, CInstantCamera* object)
+    : m_name(GetCameraName(info)), m_info(info),
+      m_own(object == nullptr ? std::make_unique<CInstantCamera>() : nullptr),
+      m_object(object == nullptr ? *m_own : *object) {
     m_object.RegisterConfiguration(nullptr, RegistrationMode_ReplaceAll, Cleanup_None);
     m_removal = OnRemoved(m_object, [this] { m_isRemoved = true; });
     try {

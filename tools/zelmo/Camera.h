@@ -8,6 +8,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <memory>
 #include <mutex>
 #include <string>
 
@@ -24,9 +25,10 @@ class Output;
 class Camera {
 public:
     /// Opens it to control it and to get images. @param why that is needed, for the message when somebody else has
-    /// control; may be empty.
+    /// control; may be empty. @param object the camera object to use, which outlives this; null: one of its own.
     /// @throws ToolError: access denied or in use when it cannot be opened for that, else what the library told.
-    explicit Camera(const Zelmo::CDeviceInfo& info, const std::string& why = {});
+    explicit Camera(const Zelmo::CDeviceInfo& info, const std::string& why = {},
+                    Zelmo::CInstantCamera* object = nullptr);
 
     /// Opens it to look at it: as monitor, which @p output tells, where somebody else has control. @throws likewise.
     Camera(const Zelmo::CDeviceInfo& info, Output& output);
@@ -50,14 +52,15 @@ public:
     bool IsRemoved() const;
 
 private:
-    Camera(const Zelmo::CDeviceInfo& info, const std::string& why, Output* looker);
+    Camera(const Zelmo::CDeviceInfo& info, const std::string& why, Output* looker, Zelmo::CInstantCamera* object);
     void Open(const Zelmo::CDeviceInfo& info, const std::string& why, Output* looker);
     bool OpenAsMonitor() noexcept;
 
     std::string m_name;
     Zelmo::CDeviceInfo m_info;
     std::atomic<bool> m_isRemoved{false};
-    Zelmo::CInstantCamera m_object;
+    std::unique_ptr<Zelmo::CInstantCamera> m_own;
+    Zelmo::CInstantCamera& m_object;
     Zelmo::CHandlerRegistration m_removal;   // behind the object, which must outlive it
     mutable std::mutex m_lock;               // guards the next where another thread may look
     Zelmo::IZelmoDevice* m_device = nullptr; // the object's; null while there is none

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "DescriptorUse.h"
 
-#include "CameraGrab.h"
+#include "ArrayRetrieval.h"
 #include "Isolated.h"
 #include "Library.h"
 #include "Output.h"
@@ -31,18 +31,28 @@ int CountDescriptors() {
     return count;
 }
 
-/// While @p grab waits for images, which takes some descriptors too. Nothing when it ends before that.
-std::optional<int> CountWhileGrabbing(const CameraGrab& grab) {
+/// With @p cameras that grab as an array and wait for images, which takes some descriptors too. Nothing when they end
+/// before that.
+std::optional<int> CountWhileGrabbing(const std::vector<Zelmo::CDeviceInfo>& cameras) {
+    const GrabOptions options;
+    StopSignals signals;
+    CameraArray array(cameras.size());
+    CameraGrabs grabs;
+    for (const Zelmo::CDeviceInfo& info : cameras) {
+        grabs.push_back(std::make_unique<CameraGrab>(info, options, signals, &array[grabs.size()]));
+        grabs.back()->SendTo(std::make_unique<NoSink>());
+    }
+    GrabThread thread(std::make_unique<ArrayRetrieval>(array, grabs, options, signals));
+    thread.Start();
     constexpr int kLooks = 10; // in one of them it waits
     int most = 0;
-    for (int looks = 0; looks<kLooks; looks += grab.GetCounts().frames> 0 ? 1 : 0) {
-        if (!grab.IsRunning()) {
-            return std::nullopt;
-        }
+    for (int looks = 0; looks < kLooks && thread.IsRunning(); looks += grabs.back()->GetCounts().frames > 0 ? 1 : 0) {
         most = std::max(most, CountDescriptors());
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
-    return most;
+    const bool isWhole = thread.IsRunning();
+    signals.RequestStop();
+    return isWhole ? std::optional(most) : std::nullopt;
 }
 
 /// The user's limit must not end the measurement.
@@ -65,26 +75,20 @@ Json CountWithCameras() {
     Output silent(options, unread, unread);
     Library library(options, silent);
     library.Start();
-    const auto infos = library.FindDevices();
+    std::vector<Zelmo::CDeviceInfo> cameras;
     Json counts{CountDescriptors()};
-    const GrabOptions grabOptions;
-    StopSignals signals;
-    std::vector<std::unique_ptr<CameraGrab>> grabs;
     try {
-        for (const Zelmo::CDeviceInfo& info : infos) {
-            if (info.GetDeviceClass() != "HarlixCamEmu" || grabs.size() == kCameras) {
+        for (const Zelmo::CDeviceInfo& info : library.FindDevices()) {
+            if (info.GetDeviceClass() != "HarlixCamEmu" || cameras.size() == kCameras) {
                 continue;
             }
-            grabs.push_back(std::make_unique<CameraGrab>(info, grabOptions, signals));
-            grabs.back()->SendTo(std::make_unique<NoSink>());
-            grabs.back()->Start();
-            if (const auto count = CountWhileGrabbing(*grabs.back())) {
+            cameras.push_back(info);
+            if (const auto count = CountWhileGrabbing(cameras)) {
                 counts.push_back(*count);
             }
         }
     } catch (const std::exception&) { // no descriptors left, most likely: what was counted up to here counts
     }
-    signals.RequestStop();
     return counts;
 }
 

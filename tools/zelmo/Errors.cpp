@@ -29,4 +29,16 @@ ToolError FromLibrary(const GenICam::GenericException& error, const std::string&
     return {ExitCode::Failed, host ? "host" : "device", message};
 }
 
+ToolError FromCurrentException(const std::string& attempted) {
+    try {
+        throw;
+    } catch (const ToolError& error) {
+        return error;
+    } catch (const GenICam::GenericException& error) {
+        return FromLibrary(error, attempted);
+    } catch (const std::exception& error) {
+        return HostError(attempted + " failed: " + error.what());
+    }
+}
+
 } // namespace tool

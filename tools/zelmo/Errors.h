@@ -37,4 +37,7 @@ ToolError FeatureError(const std::string& feature, std::string code, const std::
 /// The failure that an exception of the library stands for while @p attempted was under way ("Opening camera 0815").
 ToolError FromLibrary(const GenICam::GenericException& error, const std::string& attempted);
 
+/// The same of whatever is being handled; a ToolError as it is.
+ToolError FromCurrentException(const std::string& attempted);
+
 } // namespace tool

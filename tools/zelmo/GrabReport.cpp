@@ -8,9 +8,8 @@
 namespace tool {
 namespace {
 
-std::string Bar(double share) {
-    constexpr std::size_t width = 24;
-    const auto full = static_cast<std::size_t>(std::clamp(share, 0.0, 1.0) * width);
+std::string Bar(double share, std::size_t width) {
+    const auto full = static_cast<std::size_t>(std::clamp(share, 0.0, 1.0) * static_cast<double>(width));
     return "[" + std::string(full, '#') + std::string(width - full, '.') + "] ";
 }
 
@@ -23,6 +22,28 @@ Json MakeCountsJson(const GrabCounts& counts) {
             {"duration_s", JsonNumber(counts.seconds)},
             {"frames_per_s", JsonNumber(counts.GetFramesPerSecond())},
             {"mb_per_s", JsonNumber(counts.GetMegabytesPerSecond())}};
+}
+
+Json MakeCamerasJson(const CameraGrabs& grabs) {
+    Json cameras = Json::array();
+    for (const auto& grab : grabs) {
+        Json camera = {{"device", grab->GetName()}};
+        camera.update(MakeCountsJson(grab->GetCounts()));
+        cameras.push_back(camera);
+    }
+    return cameras;
+}
+
+/// The rate of each camera, and how many of its images are missing if any are.
+std::string MakeColumns(const CameraGrabs& grabs) {
+    std::string text;
+    for (const auto& grab : grabs) {
+        const GrabCounts counts = grab->GetCounts();
+        const std::uint64_t missing = counts.failed + counts.lost + counts.skipped;
+        text += (text.empty() ? ": " : ", ") + grab->GetName() + " " + Fixed(counts.GetFramesPerSecond(), 1) +
+                (missing > 0 ? " (" + std::to_string(missing) + " missing)" : "");
+    }
+    return text;
 }
 
 std::uint64_t CountWanted(const CameraGrabs& grabs, unsigned ofEach) {
@@ -59,22 +80,24 @@ GrabCounts Sum(const CameraGrabs& grabs) {
 std::string MakeProgressLine(const CameraGrabs& grabs, const GrabOptions& options) {
     const GrabCounts sum = Sum(grabs);
     const std::uint64_t delivered = sum.frames + sum.failed;
+    const std::size_t barWidth = grabs.size() > 1 ? 12 : 24; // several cameras need the room
     std::string text;
     if (options.count) {
         const std::uint64_t wanted = CountWanted(grabs, *options.count);
-        text = Bar(static_cast<double>(delivered) / static_cast<double>(wanted)) + std::to_string(delivered) + "/" +
-               std::to_string(wanted) + " images";
+        text = Bar(static_cast<double>(delivered) / static_cast<double>(wanted), barWidth) + std::to_string(delivered) +
+               "/" + std::to_string(wanted) + " images";
     } else {
-        text = options.durationSeconds ? Bar(sum.seconds / *options.durationSeconds) : "";
+        text = options.durationSeconds ? Bar(sum.seconds / *options.durationSeconds, barWidth) : "";
         text += std::to_string(delivered) + " images";
     }
-    return text + "  " + Fixed(sum.GetFramesPerSecond(), 1) + " fps  " + Fixed(sum.GetMegabytesPerSecond(), 1) +
-           " MB/s  failed " + std::to_string(sum.failed) + "  lost " + std::to_string(sum.lost) + "  skipped " +
-           std::to_string(sum.skipped);
+    return text + "  " + Fixed(sum.GetFramesPerSecond(), 1) + " fps" + (grabs.size() > 1 ? MakeColumns(grabs) : "") +
+           "  " + Fixed(sum.GetMegabytesPerSecond(), 1) + " MB/s  failed " + std::to_string(sum.failed) + "  lost " +
+           std::to_string(sum.lost) + "  skipped " + std::to_string(sum.skipped);
 }
 
 Json MakeProgressJson(const CameraGrabs& grabs, const GrabOptions& options) {
     Json json = MakeCountsJson(Sum(grabs));
+    json["cameras"] = MakeCamerasJson(grabs);
     if (options.count) {
         json["wanted"] = CountWanted(grabs, *options.count);
     }
@@ -85,11 +108,8 @@ GrabReport MakeReport(const CameraGrabs& grabs) {
     const GrabCounts sum = Sum(grabs);
     GrabReport report{MakeCountsJson(sum),
                       {{"CAMERA", "FRAMES", "FAILED", "LOST", "SKIPPED", "SECONDS", "FPS", "MB/S"}}};
-    report.json["cameras"] = Json::array();
+    report.json["cameras"] = MakeCamerasJson(grabs);
     for (const auto& grab : grabs) {
-        Json camera = {{"device", grab->GetName()}};
-        camera.update(MakeCountsJson(grab->GetCounts()));
-        report.json["cameras"].push_back(camera);
         report.rows.push_back(MakeRow(grab->GetName(), grab->GetCounts()));
     }
     if (grabs.size() > 1) {

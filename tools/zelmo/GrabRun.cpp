@@ -1,207 +1,55 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "GrabRun.h"
 
-#include "CommonOptions.h"
-#include "DeviceSelector.h"
+#include "GrabOptions.h"
 #include "GrabReport.h"
 #include "LossReport.h"
 #include "Output.h"
+#include "SessionRetrieval.h"
 
 #include <algorithm>
-#include <cctype>
-#include <cmath>
-#include <cstdlib>
-#include <poll.h>
 
 namespace tool {
 namespace {
 
 constexpr int kProgressIntervalMs = 100;
 
-struct Strategy {
-    const char* name;
-    Zelmo::EGrabStrategy value;
-};
-
-constexpr Strategy kStrategies[] = {{"one-by-one", Zelmo::GrabStrategy_OneByOne},
-                                    {"latest-image-only", Zelmo::GrabStrategy_LatestImageOnly},
-                                    {"latest-images", Zelmo::GrabStrategy_LatestImages},
-                                    {"upcoming-image", Zelmo::GrabStrategy_UpcomingImage}};
-
-std::string JoinStrategies() {
-    std::string text;
-    for (const Strategy& one : kStrategies) {
-        text += (text.empty() ? "" : "|") + std::string(one.name);
-    }
-    return text;
-}
-
-/// One spelling for "latest-images", "LatestImages" and "GrabStrategy_LatestImages".
-std::string ReduceStrategyName(const std::string& name) {
-    const std::string prefix = "grabstrategy";
-    std::string letters;
-    for (const unsigned char c : name) {
-        if (c != '-' && c != '_') {
-            letters += static_cast<char>(std::tolower(c));
-        }
-    }
-    return letters.rfind(prefix, 0) == 0 ? letters.substr(prefix.size()) : letters;
-}
-
-void DefineStrategy(CLI::App& command, Zelmo::EGrabStrategy& strategy) {
-    const auto parse = [&strategy](const std::string& text) {
-        for (const Strategy& one : kStrategies) {
-            if (ReduceStrategyName(text) == ReduceStrategyName(one.name)) {
-                strategy = one.value;
-                return;
-            }
-        }
-        throw CLI::ValidationError("--strategy", "'" + text + "' is none of " + JoinStrategies());
-    };
-    command
-        .add_option_function<std::string>(
-            "--strategy", parse,
-            "What becomes of images that come faster than they are taken: all wait (default), the latest one or ones "
-            "are kept, or each image is taken only when it is asked for (not with USB and MIPEX cameras)")
-        ->type_name(JoinStrategies());
-}
-
-/// --set and --exec share one list, as their order is that in which they are done.
-void DefineSetup(CLI::App& command, std::vector<SetupStep>& setup) {
-    const auto set = [&setup](const std::string& text) {
-        const Assignment one = ParseAssignment(text);
-        setup.push_back({one.feature, one.value});
-    };
-    const auto execute = [&setup](const std::string& name) { setup.push_back({name, std::nullopt}); };
-    command
-        .add_option_function<std::string>("--set", set,
-                                          "Set a feature before the camera starts; may be given several times")
-        ->type_name("NAME=VALUE")
-        ->trigger_on_parse();
-    command
-        .add_option_function<std::string>(
-            "--exec", execute,
-            "Run a command before the camera starts; may be given several times, --set and --exec are done in the "
-            "order given")
-        ->type_name("COMMAND")
-        ->trigger_on_parse();
-}
-
-/// @return nothing for a text that is no number above 0, whole
-std::optional<double> ParsePositive(const std::string& text) {
-    char* end = nullptr;
-    const double number = std::strtod(text.c_str(), &end);
-    const bool isOne = !text.empty() && *end == '\0' && number > 0 && std::isfinite(number);
-    return isOne ? std::optional(number) : std::nullopt;
-}
-
-/// software or software:HZ
-TriggerOptions ParseTrigger(const std::string& text) {
-    const std::string word = "software";
-    if (text == word) {
-        return {true, std::nullopt};
-    }
-    const std::size_t length = word.size() + 1;
-    const std::optional<double> hertz =
-        text.substr(0, length) == word + ":" ? ParsePositive(text.substr(length)) : std::nullopt;
-    if (!hertz || *hertz > 100'000) {
-        throw CLI::ValidationError("--trigger", "'" + text + "' is neither software nor software:HZ, as software:10");
-    }
-    return {true, hertz};
-}
-
-/// Nothing, or the longest time to wait in seconds. Parsed here, as the parser makes a 0 of a number that is not there.
-ReconnectOptions ParseReconnect(const std::string& text) {
-    const std::optional<double> seconds = ParsePositive(text);
-    if (!seconds && !text.empty()) {
-        throw CLI::ValidationError("--reconnect", "'" + text + "' is no number of seconds above 0");
-    }
-    return {true, seconds};
-}
-
-void DefineTriggerAndReconnect(CLI::App& command, GrabOptions& options) {
-    command
-        .add_option_function<std::string>(
-            "--trigger", [&options](const std::string& text) { options.trigger = ParseTrigger(text); },
-            "Trigger each image by software: when the camera is ready for it, or HZ times a second, ready or not; its "
-            "trigger settings are put back afterwards")
-        ->type_name("software[:HZ]");
-    command
-        .add_option_function<std::string>(
-            "--reconnect", [&options](const std::string& text) { options.reconnect = ParseReconnect(text); },
-            "When the camera is removed, wait for it to come back, with SECONDS that long at most, restore its "
-            "settings "
-            "and go on; without this, removal ends with exit code 9. For one camera")
-        ->type_name("SECONDS")
-        ->expected(0, 1);
-}
-
-void CheckStrategy(const Zelmo::CDeviceInfo& info, Zelmo::EGrabStrategy strategy) {
-    const std::string deviceClass = info.GetDeviceClass().c_str();
-    if (strategy == Zelmo::GrabStrategy_UpcomingImage && (deviceClass == "HarlixUsb" || deviceClass == "HarlixMipex")) {
-        throw FeatureError("", "strategy_refused",
-                           "--strategy upcoming-image: camera " + GetCameraName(info) + " is a " +
-                               (deviceClass == "HarlixUsb" ? "USB" : "MIPEX") + " camera (" + deviceClass +
-                               "), and those do not support it; latest-image-only comes closest");
+void CheckNumber(std::size_t cameras) {
+    constexpr std::size_t most = 341; // that an array starts
+    if (cameras > most) {
+        throw UsageError("There are " + std::to_string(cameras) + " cameras, of which at most " + std::to_string(most) +
+                         " can grab together. -d chooses some; with --reconnect each has a session of its own");
     }
 }
 
 } // namespace
 
-void DefineGrabOptions(CLI::App& command, GrabOptions& options) {
-    DefineSetup(command, options.setup);
-    DefineSeconds(command, "--duration", options.durationSeconds,
-                  options.durationSeconds ? "Length; default " + Fixed(*options.durationSeconds, 0)
-                                          : "End after that time");
-    DefineStrategy(command, options.strategy);
-    DefineTriggerAndReconnect(command, options);
-    command.add_option("--buffers", options.buffers, "Buffers for each camera; default 10")
-        ->type_name("N")
-        ->check(WholeNumber(1, 10'000));
-    command
-        .add_option("--queue-size", options.queueSize,
-                    "Images that latest-images keeps, fewer than there are buffers; default 5, or two fewer than there "
-                    "are buffers")
-        ->type_name("N")
-        ->check(WholeNumber(1, 9'999));
-    DefineMilliseconds(command, "--timeout", options.timeoutMs,
-                       "Longest time to wait for each image, and for each command of --exec, else exit code 5");
-    command
-        .add_option("--max-lost", options.maxLost,
-                    "Exit code 6 when more images than that, of all cameras, are lost (gaps in the camera's count), "
-                    "skipped (by the strategy) or failed")
-        ->type_name("N")
-        ->check(WholeNumber(0, 4'000'000'000));
-}
-
-const char* GetStrategyName(Zelmo::EGrabStrategy strategy) {
-    return std::find_if(std::begin(kStrategies), std::end(kStrategies),
-                        [&](const Strategy& one) { return one.value == strategy; })
-        ->name;
-}
-
-void CheckGrabOptions(const GrabOptions& options) {
-    if (options.queueSize && options.strategy != Zelmo::GrabStrategy_LatestImages) {
-        throw UsageError("--queue-size: only --strategy latest-images keeps several images");
-    }
-    if (options.queueSize && *options.queueSize >= options.buffers) {
-        throw UsageError("--queue-size " + std::to_string(*options.queueSize) + ": has to be less than --buffers (" +
-                         std::to_string(options.buffers) + "), as the camera needs one to fill");
-    }
-}
-
 GrabRun::GrabRun(const std::vector<Zelmo::CDeviceInfo>& infos, const GrabOptions& options, Output& output)
     : m_options(options), m_output(output) {
-    if (options.reconnect.isWanted && infos.size() > 1) {
-        throw UsageError("--reconnect: waits for one camera, and there are " + std::to_string(infos.size()));
-    }
     for (const auto& info : infos) {
         CheckStrategy(info, options.strategy);
     }
+    if (infos.size() > 1 && !options.reconnect.isWanted) {
+        CheckNumber(infos.size());
+        m_array.emplace(infos.size());
+    }
     for (const auto& info : infos) {
-        m_cameras.push_back(std::make_unique<CameraGrab>(info, options, m_signals));
-        m_cameras.back()->TellTo(output);
+        Zelmo::CInstantCamera* const object = m_array ? &(*m_array)[m_cameras.size()] : nullptr;
+        m_cameras.push_back(std::make_unique<CameraGrab>(info, options, m_signals, object));
         m_cameras.back()->Configure(options.setup);
+    }
+    MakeThreads();
+}
+
+void GrabRun::MakeThreads() {
+    if (m_array) {
+        auto retrieval = std::make_unique<ArrayRetrieval>(*m_array, m_cameras, m_options, m_signals);
+        m_threads.push_back(std::make_unique<GrabThread>(std::move(retrieval)));
+        return;
+    }
+    for (const auto& camera : m_cameras) {
+        auto retrieval = std::make_unique<SessionRetrieval>(*camera, m_options, m_signals, m_output);
+        m_threads.push_back(std::make_unique<GrabThread>(std::move(retrieval)));
     }
 }
 
@@ -212,15 +60,15 @@ void GrabRun::WatchReader(int fd, const std::string& name) {
 
 void GrabRun::Run() {
     WatchReader(m_output.GetDataFd(), "standard output");
-    for (const auto& camera : m_cameras) {
-        camera->Start();
+    for (const auto& thread : m_threads) {
+        thread->Start();
     }
-    while (std::any_of(m_cameras.begin(), m_cameras.end(), [](const auto& one) { return one->IsRunning(); })) {
+    while (std::any_of(m_threads.begin(), m_threads.end(), [](const auto& one) { return one->IsRunning(); })) {
         ShowProgress();
         WatchOver();
     }
-    for (const auto& camera : m_cameras) {
-        camera->Join();
+    for (const auto& thread : m_threads) {
+        thread->Join();
     }
     ShowProgress();
     m_output.EndProgress();
@@ -235,15 +83,13 @@ void GrabRun::WatchOver() {
     std::vector<pollfd> events = m_readers;
     // -1 stands for what has happened and would end every wait.
     events.push_back({m_signals.StopRequested() ? -1 : m_signals.GetFd(), POLLIN, 0});
-    for (const auto& camera : m_cameras) {
-        events.push_back({camera->IsRunning() ? camera->GetEndFd() : -1, POLLIN, 0});
+    for (const auto& thread : m_threads) {
+        events.push_back({thread->IsRunning() ? thread->GetEndFd() : -1, POLLIN, 0});
     }
     poll(events.data(), events.size(), kProgressIntervalMs);
     LookAfterReaders(events);
-    for (const auto& camera : m_cameras) {
-        if (m_signals.StopRequested() || camera->IsExhausted()) {
-            camera->Stop();
-        }
+    for (const auto& thread : m_threads) {
+        thread->StopIfOver();
     }
 }
 

@@ -1,28 +1,22 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "ArrayRetrieval.h"
 #include "CameraGrab.h"
+#include "GrabThread.h"
 
-namespace CLI {
-class App;
-}
+#include <optional>
+#include <poll.h>
+#include <string>
+#include <vector>
 
 namespace tool {
 
 class Output;
 
-using CameraGrabs = std::vector<std::unique_ptr<CameraGrab>>;
-
-/// The options that grab and bench share, but for the choice of cameras.
-void DefineGrabOptions(CLI::App& command, GrabOptions& options);
-
-/// As it is typed: "one-by-one".
-const char* GetStrategyName(Zelmo::EGrabStrategy strategy);
-
-/// @throws UsageError for options that do not go together.
-void CheckGrabOptions(const GrabOptions& options);
-
 /// What grab and bench have in common: cameras that are opened, set up, grabbed from at the same time, and closed.
+/// Several grab as an array, unless each is to be waited for when it is removed: then, as a single one, each has a
+/// session and a thread of its own.
 /// Borrows options and output. Threads: the main one.
 class GrabRun {
 public:
@@ -43,6 +37,7 @@ public:
     ExitCode Conclude();
 
 private:
+    void MakeThreads();
     void ShowProgress();
     void WatchOver();
     void LookAfterReaders(const std::vector<pollfd>& polled);
@@ -55,8 +50,10 @@ private:
     StopSignals m_signals;
     std::vector<pollfd> m_readers; // what has to be read as long as the grab runs
     std::vector<std::string> m_readerNames;
-    std::string m_goneReader; // its name, once one has gone
+    std::string m_goneReader;           // its name, once one has gone
+    std::optional<CameraArray> m_array; // outlives the cameras
     CameraGrabs m_cameras;
+    std::vector<std::unique_ptr<GrabThread>> m_threads; // last: they touch all of the above
 };
 
 } // namespace tool

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "LossReport.h"
 
-#include "GrabRun.h"
+#include "GrabOptions.h"
 #include "Output.h"
 
 #include <algorithm>

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "CameraGrab.h"
+#include "GrabCounts.h"
+#include "Options.h"
 
 #include <string>
 #include <vector>

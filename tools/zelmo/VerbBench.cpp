@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "CommonOptions.h"
 #include "DeviceSelector.h"
+#include "GrabOptions.h"
 #include "GrabReport.h"
+#include "GrabRun.h"
 #include "LatencyHistogram.h"
 #include "Output.h"
 #include "Verb.h"
@@ -70,7 +72,8 @@ public:
     std::string GetName() const override { return "bench"; }
     std::string GetSummary() const override { return "Measure rate, losses, latency and CPU time of grabbing"; }
     std::string GetDetails() const override {
-        return "Grabs from the cameras at the same time and writes nothing. Rates count whole images, from the start "
+        return "Grabs from the cameras at the same time, by one thread as 'zelmo grab' does, and writes nothing. Rates "
+               "count whole images, from the start "
                "of the camera on. Latency is the time from the time stamp of an image to the moment when this program "
                "holds it, as median, 99th percentile (both to 1.6 %) and maximum; it is told of cameras that stamp by "
                "the monotonic clock of this host, as emulated ones do at the begin of the exposure, and is - (null) "

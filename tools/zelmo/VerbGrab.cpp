@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "CommonOptions.h"
 #include "DeviceSelector.h"
+#include "GrabOptions.h"
 #include "GrabReport.h"
+#include "GrabRun.h"
 #include "ImageSink.h"
 #include "Output.h"
 #include "PartialFiles.h"
@@ -22,7 +24,10 @@ public:
         return "Without -n and --duration one image is grabbed. Files are PNG: grey of 8 bits as it is, of 10 and 12 "
                "bits scaled to 16, Bayer, YCbCr 4:2:2 and BGR as RGB. The name given by -o takes the number of the "
                "image as %d or %06d and the serial number of the camera as %s; with several cameras or images, what is "
-               "missing of these is inserted. Files of the same names are replaced.";
+               "missing of these is inserted. Files of the same names are replaced. Several cameras grab together, by "
+               "one thread: when one of them is removed, fails or falls silent, the grab ends for all with its message "
+               "and exit code; -n counts the images of each, and a camera that has them waits for the others. With "
+               "--reconnect each has a thread of its own, and goes on by itself.";
     }
     std::vector<Example> GetExamples() const override {
         return {
