@@ -24,13 +24,18 @@ void WaitUntil(Condition&& holds) {
     }
 }
 
+void WaitUntilThreadsWait(const IFrames& frames, int count) {
+    WaitUntil([&frames, count] { return GetWaitingThreads() == count + frames.GetBystanders(); });
+}
+
 /// Sends a frame only when engine and application wait for it, so that every hop blocks.
 class Sender {
 public:
     Sender(IFrames& frames, unsigned count)
         : m_thread([this, &frames, count] {
               for (unsigned sent = 0; sent < count; ++sent) {
-                  WaitUntil([this, sent] { return m_taken == sent && GetWaitingThreads() == 2; });
+                  WaitUntil([this, sent] { return m_taken == sent; });
+                  WaitUntilThreadsWait(frames, 2);
                   frames.Complete(1);
               }
           }) {}
@@ -48,22 +53,23 @@ private:
 Calls CountBlocked(IFrames& frames) {
     Sender sender(frames, kFrames + 1);
     frames.Take();
-    WaitUntil([] { return GetWaitingThreads() == 1; }); // the engine is done with it
+    WaitUntilThreadsWait(frames, 1); // the engine is done with it
     BeginCounting();
     for (unsigned i = 0; i < kFrames; ++i) {
         sender.NoteTaken();
         frames.Take();
     }
-    WaitUntil([] { return GetWaitingThreads() == 1; });
+    WaitUntilThreadsWait(frames, 1);
     return EndCounting();
 }
 
 /// All frames are completed before the engine sees the first, and all of them moved before the application does.
 Calls CountBurst(IFrames& frames, unsigned capacity) {
-    WaitUntil([] { return GetWaitingThreads() == 1; });
+    WaitUntilThreadsWait(frames, 1);
     BeginCounting();
     frames.Complete(kFrames);
-    WaitUntil([&frames, capacity] { return frames.GetReady() == capacity && GetWaitingThreads() == 1; });
+    WaitUntil([&frames, capacity] { return frames.GetReady() == capacity; });
+    WaitUntilThreadsWait(frames, 1);
     for (unsigned i = 0; i < capacity; ++i) {
         frames.Take();
     }

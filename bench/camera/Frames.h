@@ -52,8 +52,9 @@ public:
     /// Gives the frame before back, then waits for the next one. @return frames so far, taken and skipped.
     /// @throws std::runtime_error when none comes.
     virtual std::uint64_t Take() = 0;
-    virtual void Complete(unsigned frames) = 0; ///< With EPace::Told; there are as many free buffers.
-    virtual std::uint64_t GetReady() const = 0; ///< In the output queue. Any thread.
+    virtual void Complete(unsigned frames) = 0;     ///< With EPace::Told; there are as many free buffers.
+    virtual std::uint64_t GetReady() const = 0;     ///< In the output queue. Any thread.
+    virtual int GetBystanders() const { return 0; } ///< Threads that wait all the time, for other things.
 };
 
 /// Of so many frames, each completed a while after the one before was taken: from the transport's signal to Take's end.

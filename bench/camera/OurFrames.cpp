@@ -45,6 +45,7 @@ public:
         return static_cast<std::uint64_t>(m_result->GetID());
     }
     void Complete(unsigned frames) override { m_device.Grabber().Complete(frames); }
+    int GetBystanders() const override { return 1; } // the removal thread
     std::uint64_t GetReady() const override { return static_cast<std::uint64_t>(m_camera.NumReadyBuffers.GetValue()); }
 
 private:
