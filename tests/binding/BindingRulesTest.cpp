@@ -63,18 +63,6 @@ TEST_F(BindingRules, DeviceThatNoneMatchesDownloads) {
     EXPECT_FALSE(Bind(Device("other")).IsDefault);
 }
 
-TEST_F(BindingRules, BindingsTellWhatTheyAreMadeOf) {
-    using CBinding = CConfigFileRegistry::CBinding;
-    StringList_t files{"a"};
-    const CBinding plain(false, true, nullptr, true);
-    EXPECT_TRUE(plain.IsDefault && plain.HasFile && !plain.Download && plain.File.empty());
-    EXPECT_TRUE(!plain.HasAdditionalFiles && plain.AdditionalFiles.empty());
-    const CBinding full(true, true, "f", true, files);
-    EXPECT_TRUE(!full.IsDefault && full.Download && full.HasAdditionalFiles);
-    EXPECT_EQ(full.File, "f");
-    EXPECT_THAT(Texts(full.AdditionalFiles), ElementsAre("a"));
-}
-
 struct Choice {
     const char* what;
     std::vector<std::string> documents;

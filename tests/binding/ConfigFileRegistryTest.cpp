@@ -88,12 +88,6 @@ TEST_F(ConfigFileRegistry, ReadsTheRuleFilesOfItsFolderInOrderOfTheirBytes) {
     EXPECT_EQ(report.step, BindingStep_LastCustom);
 }
 
-TEST_F(ConfigFileRegistry, LaterFileWinsATie) {
-    WriteRules("RulesA.xml");
-    WriteRules("RulesB.xml");
-    EXPECT_EQ(BoundFile(), "./RulesB.xml");
-}
-
 class NoRuleFolder : public ConfigFileRegistry, public testing::WithParamInterface<const char*> {};
 
 TEST_P(NoRuleFolder, LeavesTheStandardRules) {

@@ -190,20 +190,6 @@ TEST(DefaultTransportLayerParams, AreABooleanWhichIsTrue) {
     EXPECT_TRUE(GenApi::CBooleanPtr(fresh.get(), "ChunkNodeMapSupportEnable")->GetValue());
 }
 
-TEST(DefaultTransportLayerParams, TellWhatTheyDescribe) {
-    const tests::MapPtr map(CreateDefaultTransportLayerParamsNodeMap());
-    const GenApi::CDeviceInfoPtr info(map.get());
-    EXPECT_EQ(info->GetVendorName(), "Harlix");
-    EXPECT_EQ(info->GetModelName(), "DefaultTransportLayerParams");
-    EXPECT_EQ(info->GetStandardNameSpace(), "None");
-    EXPECT_EQ(info->GetToolTip(), "Interface to default transport layer parameters.");
-    GenICam::Version_t version{9, 9, 9};
-    info->GetDeviceVersion(version);
-    EXPECT_TRUE(version.Major == 0 && version.Minor == 0 && version.SubMinor == 1);
-    info->GetSchemaVersion(version);
-    EXPECT_TRUE(version.Major == 1 && version.Minor == 1 && version.SubMinor == 0);
-}
-
 TEST(NodeMapFromResource, UnknownNamesHaveNone) {
     for (const char* name : {static_cast<const char*>(nullptr), "", "defaultTransportLayerParams", "Device"}) {
         EXPECT_EQ(CreateNodeMapFromResource(name), nullptr);

@@ -1,13 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <zelmo/PixelType.h>
+#include <zelmo/PixelTypeMapper.h>
 #include <zelmo/internal/PixelTypePrivate.h>
 
 #include "fakes/Failure.h"
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
+#include <cctype>
 #include <cstdint>
-#include <limits>
+#include <sstream>
 #include <string>
 
 using namespace Zelmo;
@@ -23,6 +26,7 @@ struct Format {
     EPixelType pixelType;
     std::int64_t code;
     int depth, samples, planes;
+    const char *sfnc2, *sfnc1; // names, with commas between; the first one is that of the type
 };
 
 void PrintTo(const Format& format, std::ostream* os) {
@@ -58,45 +62,113 @@ TEST_P(PixelFormat, HasTheTabulatedCodeDepthSamplesBitsAndPlanes) {
     }
 }
 
+EPixelType ByName(const std::string& name) {
+    return CPixelTypeMapper::GetZelmoPixelTypeByName(name.c_str());
+}
+
+std::string NameOf(EPixelType pixelType, int version) {
+    return CPixelTypeMapper::GetNameByPixelType(pixelType, static_cast<SFNCVersion>(version));
+}
+
+std::string Changed(std::string text, int (*change)(int)) {
+    std::transform(text.begin(), text.end(), text.begin(), change);
+    return text;
+}
+
+TEST_P(PixelFormat, EachNameOfEitherGenerationLeadsToItAndTheFirstIsItsName) {
+    std::string first[2]; // SFNC 1, 2
+    for (const int generation : {1, 2}) {
+        std::istringstream names(generation == 1 ? GetParam().sfnc1 : GetParam().sfnc2);
+        for (std::string name; std::getline(names, name, ',');) {
+            for (const std::string& spelling : {name, Changed(name, std::tolower), Changed(name, std::toupper)}) {
+                EXPECT_EQ(ByName(spelling), pixelType) << spelling;
+            }
+            first[generation - 1] = first[generation - 1].empty() ? name : first[generation - 1];
+        }
+    }
+    EXPECT_EQ(NameOf(pixelType, SFNCVersion_1), first[0]);
+    EXPECT_EQ(NameOf(pixelType, SFNCVersion_2), first[1].empty() ? first[0] : first[1]);
+    for (const int version : {150, 0, 2, -1, 201}) {
+        EXPECT_EQ(NameOf(pixelType, version), "");
+    }
+}
+
+TEST(PixelTypeNames, WhatIsNoNameOrNoTypeLeadsNowhere) {
+    for (const char* name : {"", " ", "Mono", "Mono8 ", "Mono8x", "PixelType_Mono8", "YUV420Planar", "Undefined"}) {
+        EXPECT_EQ(ByName(name), PixelType_Undefined) << name;
+    }
+    EXPECT_EQ(CPixelTypeMapper::GetZelmoPixelTypeByName(nullptr), PixelType_Undefined);
+    for (const auto noType : {PixelType_Undefined, EPixelType{0}, EPixelType{0x01080003}}) {
+        EXPECT_EQ(NameOf(noType, 1) + NameOf(noType, 200), "");
+    }
+}
+
 #define FORMAT(name, ...) (Format{#name, PixelType_##name, __VA_ARGS__})
 
 // Codes as plain numbers, so that a slip in the enumeration is found; bits 16 to 23 are the bits of a pixel.
 INSTANTIATE_TEST_SUITE_P(
     All, PixelFormat,
-    testing::Values(FORMAT(Mono8, 0x01080001, 8, 1, 1), FORMAT(Mono8signed, 0x01080002, 8, 1, 1),
-                    FORMAT(BayerGR8, 0x01080008, 8, 1, 1), FORMAT(BayerRG8, 0x01080009, 8, 1, 1),
-                    FORMAT(BayerGB8, 0x0108000A, 8, 1, 1), FORMAT(BayerBG8, 0x0108000B, 8, 1, 1),
-                    FORMAT(Mono10p, 0x010A0046, 10, 1, 1), FORMAT(BayerBG10p, 0x010A0052, 10, 1, 1),
-                    FORMAT(BayerGB10p, 0x010A0054, 10, 1, 1), FORMAT(BayerGR10p, 0x010A0056, 10, 1, 1),
-                    FORMAT(BayerRG10p, 0x010A0058, 10, 1, 1), FORMAT(Mono10Packed, 0x010C0004, 10, 1, 1),
-                    FORMAT(Mono12Packed, 0x010C0006, 12, 1, 1), FORMAT(BayerGR12Packed, 0x010C002A, 12, 1, 1),
-                    FORMAT(BayerRG12Packed, 0x010C002B, 12, 1, 1), FORMAT(BayerGB12Packed, 0x010C002C, 12, 1, 1),
-                    FORMAT(BayerBG12Packed, 0x010C002D, 12, 1, 1), FORMAT(Mono12p, 0x010C0047, 12, 1, 1),
-                    FORMAT(BayerBG12p, 0x010C0053, 12, 1, 1), FORMAT(BayerGB12p, 0x010C0055, 12, 1, 1),
-                    FORMAT(BayerGR12p, 0x010C0057, 12, 1, 1), FORMAT(BayerRG12p, 0x010C0059, 12, 1, 1),
-                    FORMAT(Mono10, 0x01100003, 10, 1, 1), FORMAT(Mono12, 0x01100005, 12, 1, 1),
-                    FORMAT(Mono16, 0x01100007, 16, 1, 1), FORMAT(BayerGR10, 0x0110000C, 10, 1, 1),
-                    FORMAT(BayerRG10, 0x0110000D, 10, 1, 1), FORMAT(BayerGB10, 0x0110000E, 10, 1, 1),
-                    FORMAT(BayerBG10, 0x0110000F, 10, 1, 1), FORMAT(BayerGR12, 0x01100010, 12, 1, 1),
-                    FORMAT(BayerRG12, 0x01100011, 12, 1, 1), FORMAT(BayerGB12, 0x01100012, 12, 1, 1),
-                    FORMAT(BayerBG12, 0x01100013, 12, 1, 1), FORMAT(BayerGR16, 0x0110002E, 16, 1, 1),
-                    FORMAT(BayerRG16, 0x0110002F, 16, 1, 1), FORMAT(BayerGB16, 0x01100030, 16, 1, 1),
-                    FORMAT(BayerBG16, 0x01100031, 16, 1, 1), FORMAT(YUV411Packed, 0x020C001E, 8, kFails, 1),
-                    FORMAT(YCbCr420_8_YY_CbCr_Semiplanar, 0x020C0112, 8, kFails, 1),
-                    FORMAT(YUV422Packed, 0x0210001F, 8, 2, 1), FORMAT(YUV422_YUYV_Packed, 0x02100032, 8, 2, 1),
-                    FORMAT(YCbCr422_8_YY_CbCr_Semiplanar, 0x02100113, 8, kFails, 1),
-                    FORMAT(RGB8Packed, 0x02180014, 8, 3, 1), FORMAT(BGR8Packed, 0x02180015, 8, 3, 1),
-                    FORMAT(YUV444Packed, 0x02180020, 8, 3, 1), FORMAT(RGB8Planar, 0x02180021, 8, 3, 3),
-                    FORMAT(RGBA8Packed, 0x02200016, 8, 4, 1), FORMAT(BGRA8Packed, 0x02200017, 8, 4, 1),
-                    FORMAT(BGR10V1Packed, 0x0220001C, 10, 3, 1), FORMAT(BGR10V2Packed, 0x0220001D, 10, 3, 1),
-                    FORMAT(RGB12V1Packed, 0x02240034, 12, 3, 1), FORMAT(RGB10Packed, 0x02300018, 10, 3, 1),
-                    FORMAT(BGR10Packed, 0x02300019, 10, 3, 1), FORMAT(RGB12Packed, 0x0230001A, 12, 3, 1),
-                    FORMAT(BGR12Packed, 0x0230001B, 12, 3, 1), FORMAT(RGB10Planar, 0x02300022, 10, 3, 3),
-                    FORMAT(RGB12Planar, 0x02300023, 12, 3, 3), FORMAT(RGB16Planar, 0x02300024, 16, 3, 3),
-                    FORMAT(RGB16Packed, 0x02300033, 16, 3, 1), FORMAT(Mono1Packed, 0x8101000C, 1, 1, 1),
-                    FORMAT(Mono2Packed, 0x8102000D, 2, 1, 1), FORMAT(Mono4Packed, 0x8104000E, 4, 1, 1),
-                    FORMAT(Double, 0x81400100, 64, 1, 1), FORMAT(YUV420Planar, 0x820C0040, 8, kFails, 3),
-                    FORMAT(YUV422Planar, 0x82100042, 8, kFails, 3), FORMAT(YUV444Planar, 0x82180044, 8, 3, 3)),
+    testing::Values(
+        FORMAT(Mono8, 0x01080001, 8, 1, 1, "", "Mono8"),
+        FORMAT(Mono8signed, 0x01080002, 8, 1, 1, "Mono8s", "Mono8signed"),
+        FORMAT(BayerGR8, 0x01080008, 8, 1, 1, "", "BayerGR8"), FORMAT(BayerRG8, 0x01080009, 8, 1, 1, "", "BayerRG8"),
+        FORMAT(BayerGB8, 0x0108000A, 8, 1, 1, "", "BayerGB8"), FORMAT(BayerBG8, 0x0108000B, 8, 1, 1, "", "BayerBG8"),
+        FORMAT(Mono10p, 0x010A0046, 10, 1, 1, "Mono10p", ""),
+        FORMAT(BayerBG10p, 0x010A0052, 10, 1, 1, "BayerBG10p", ""),
+        FORMAT(BayerGB10p, 0x010A0054, 10, 1, 1, "BayerGB10p", ""),
+        FORMAT(BayerGR10p, 0x010A0056, 10, 1, 1, "BayerGR10p", ""),
+        FORMAT(BayerRG10p, 0x010A0058, 10, 1, 1, "BayerRG10p", ""),
+        FORMAT(Mono10Packed, 0x010C0004, 10, 1, 1, "", "Mono10Packed"),
+        FORMAT(Mono12Packed, 0x010C0006, 12, 1, 1, "", "Mono12Packed"),
+        FORMAT(BayerGR12Packed, 0x010C002A, 12, 1, 1, "", "BayerGR12Packed"),
+        FORMAT(BayerRG12Packed, 0x010C002B, 12, 1, 1, "", "BayerRG12Packed"),
+        FORMAT(BayerGB12Packed, 0x010C002C, 12, 1, 1, "", "BayerGB12Packed"),
+        FORMAT(BayerBG12Packed, 0x010C002D, 12, 1, 1, "", "BayerBG12Packed"),
+        FORMAT(Mono12p, 0x010C0047, 12, 1, 1, "Mono12p", ""),
+        FORMAT(BayerBG12p, 0x010C0053, 12, 1, 1, "BayerBG12p", ""),
+        FORMAT(BayerGB12p, 0x010C0055, 12, 1, 1, "BayerGB12p", ""),
+        FORMAT(BayerGR12p, 0x010C0057, 12, 1, 1, "BayerGR12p", ""),
+        FORMAT(BayerRG12p, 0x010C0059, 12, 1, 1, "BayerRG12p", ""), FORMAT(Mono10, 0x01100003, 10, 1, 1, "", "Mono10"),
+        FORMAT(Mono12, 0x01100005, 12, 1, 1, "", "Mono12"), FORMAT(Mono16, 0x01100007, 16, 1, 1, "", "Mono16"),
+        FORMAT(BayerGR10, 0x0110000C, 10, 1, 1, "", "BayerGR10"),
+        FORMAT(BayerRG10, 0x0110000D, 10, 1, 1, "", "BayerRG10"),
+        FORMAT(BayerGB10, 0x0110000E, 10, 1, 1, "", "BayerGB10"),
+        FORMAT(BayerBG10, 0x0110000F, 10, 1, 1, "", "BayerBG10"),
+        FORMAT(BayerGR12, 0x01100010, 12, 1, 1, "", "BayerGR12"),
+        FORMAT(BayerRG12, 0x01100011, 12, 1, 1, "", "BayerRG12"),
+        FORMAT(BayerGB12, 0x01100012, 12, 1, 1, "", "BayerGB12"),
+        FORMAT(BayerBG12, 0x01100013, 12, 1, 1, "", "BayerBG12"),
+        FORMAT(BayerGR16, 0x0110002E, 16, 1, 1, "", "BayerGR16"),
+        FORMAT(BayerRG16, 0x0110002F, 16, 1, 1, "", "BayerRG16"),
+        FORMAT(BayerGB16, 0x01100030, 16, 1, 1, "", "BayerGB16"),
+        FORMAT(BayerBG16, 0x01100031, 16, 1, 1, "", "BayerBG16"),
+        FORMAT(YUV411Packed, 0x020C001E, 8, kFails, 1, "YCbCr411_8", "YUV411Packed"),
+        FORMAT(YCbCr420_8_YY_CbCr_Semiplanar, 0x020C0112, 8, kFails, 1, "YCbCr420_8_YY_CbCr_Semiplanar", ""),
+        FORMAT(YUV422Packed, 0x0210001F, 8, 2, 1, "", "YUV422Packed"),
+        FORMAT(YUV422_YUYV_Packed, 0x02100032, 8, 2, 1, "YCbCr422_8", "YUV422_YUYV_Packed,YUV422_8"),
+        FORMAT(YCbCr422_8_YY_CbCr_Semiplanar, 0x02100113, 8, kFails, 1, "YCbCr422_8_YY_CbCr_Semiplanar", ""),
+        FORMAT(RGB8Packed, 0x02180014, 8, 3, 1, "RGB8", "RGB8Packed"),
+        FORMAT(BGR8Packed, 0x02180015, 8, 3, 1, "BGR8", "BGR8Packed"),
+        FORMAT(YUV444Packed, 0x02180020, 8, 3, 1, "YCbCr8", "YUV444Packed"),
+        FORMAT(RGB8Planar, 0x02180021, 8, 3, 3, "RGB8_Planar", "RGB8Planar"),
+        FORMAT(RGBA8Packed, 0x02200016, 8, 4, 1, "RGBa8", "RGBA8Packed"),
+        FORMAT(BGRA8Packed, 0x02200017, 8, 4, 1, "BGRa8", "BGRA8Packed"),
+        FORMAT(BGR10V1Packed, 0x0220001C, 10, 3, 1, "", "BGR10V1Packed"),
+        FORMAT(BGR10V2Packed, 0x0220001D, 10, 3, 1, "", "BGR10V2Packed"),
+        FORMAT(RGB12V1Packed, 0x02240034, 12, 3, 1, "", "RGB12V1Packed"),
+        FORMAT(RGB10Packed, 0x02300018, 10, 3, 1, "RGB10", "RGB10Packed"),
+        FORMAT(BGR10Packed, 0x02300019, 10, 3, 1, "BGR10", "BGR10Packed"),
+        FORMAT(RGB12Packed, 0x0230001A, 12, 3, 1, "RGB12", "RGB12Packed"),
+        FORMAT(BGR12Packed, 0x0230001B, 12, 3, 1, "BGR12", "BGR12Packed"),
+        FORMAT(RGB10Planar, 0x02300022, 10, 3, 3, "RGB10_Planar", "RGB10Planar"),
+        FORMAT(RGB12Planar, 0x02300023, 12, 3, 3, "RGB12_Planar", "RGB12Planar"),
+        FORMAT(RGB16Planar, 0x02300024, 16, 3, 3, "RGB16_Planar", "RGB16Planar"),
+        FORMAT(RGB16Packed, 0x02300033, 16, 3, 1, "RGB16", "RGB16Packed"),
+        FORMAT(Mono1Packed, 0x8101000C, 1, 1, 1, "Mono1p", "Mono1Packed"),
+        FORMAT(Mono2Packed, 0x8102000D, 2, 1, 1, "Mono2p", "Mono2Packed"),
+        FORMAT(Mono4Packed, 0x8104000E, 4, 1, 1, "Mono4p", "Mono4Packed"),
+        FORMAT(Double, 0x81400100, 64, 1, 1, "", "Double"), FORMAT(YUV420Planar, 0x820C0040, 8, kFails, 3, "", ""),
+        FORMAT(YUV422Planar, 0x82100042, 8, kFails, 3, "", ""), FORMAT(YUV444Planar, 0x82180044, 8, 3, 3, "", "")),
     [](const auto& param) { return std::string(param.param.name); });
 
 TEST(PixelType, UndefinedIsMinusOne) {

@@ -28,14 +28,6 @@ TEST(ListTest, ShowsEachCameraInOneLineWithItsIndex) {
     EXPECT_EQ(result.err, "");
 }
 
-TEST(ListTest, JsonHoldsFixedNamesAndAllProperties) {
-    const tool::Json json = RunTool({"list", "--json"}).Document();
-    EXPECT_THAT(Serials(json["devices"]), testing::ElementsAre("0815-0000", "0815-0001", "0815-0002"));
-    EXPECT_EQ(json["devices"][1]["index"], 1);
-    EXPECT_EQ(json["devices"][1]["device_class"], "HarlixCamEmu");
-    EXPECT_EQ(json["devices"][1]["properties"]["SerialNumber"], "0815-0001");
-}
-
 TEST(ListTest, NoCameraIsAnEmptyListAHintAndNoError) {
     const ToolResult text = RunTool({"list"}, WithEnvironment({{"ZELMO_CAMEMU", "0"}}));
     EXPECT_EQ(text.exitCode, 0);

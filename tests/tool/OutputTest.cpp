@@ -33,16 +33,6 @@ TEST_F(OutputTest, TextGoesOutAsLinesAndDocumentsDoNot) {
     EXPECT_EQ(m_messages.str(), "note\n");
 }
 
-TEST_F(OutputTest, JsonIsOneDocumentWithItsSchema) {
-    m_options.json = true;
-    Output output = Make();
-    output.Line("one");
-    output.Document({{"a", 1}});
-    const Json json = Json::parse(m_data.str());
-    EXPECT_EQ(json["schema"], 1);
-    EXPECT_EQ(json["a"], 1);
-}
-
 TEST_F(OutputTest, EventsAreOneLineEachWithTypeAndTime) {
     m_options.json = true;
     Output output = Make();
@@ -57,18 +47,6 @@ TEST_F(OutputTest, EventsAreOneLineEachWithTypeAndTime) {
     EXPECT_GE(Json::parse(first)["t"].get<double>(), 0.0);
     EXPECT_EQ(Json::parse(second)["type"], "summary");
     EXPECT_GE(Json::parse(second)["t"].get<double>(), Json::parse(first)["t"].get<double>());
-}
-
-TEST_F(OutputTest, ErrorIsAnObjectThatNamesTheFeature) {
-    m_options.json = true;
-    Output output = Make();
-    output.Error(FeatureError("Width", "value_refused", "Width: no"));
-    const Json json = Json::parse(m_messages.str());
-    EXPECT_EQ(json["type"], "error");
-    EXPECT_EQ(json["code"], "value_refused");
-    EXPECT_EQ(json["message"], "Width: no");
-    EXPECT_EQ(json["feature"], "Width");
-    EXPECT_EQ(m_data.str(), "");
 }
 
 TEST_F(OutputTest, QuietSilencesNotesButNotErrors) {

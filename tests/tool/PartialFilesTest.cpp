@@ -46,13 +46,6 @@ protected:
     TemporaryFolder m_folder;
 };
 
-TEST_F(PartialFilesTest, WholeFileStandsUnderItsNameAlone) {
-    Write(m_folder / "a", "first");
-    Write(m_folder / "a", "second");
-    EXPECT_EQ(Content(m_folder / "a"), "second");
-    EXPECT_THAT(m_folder.List(), ElementsAre("a"));
-}
-
 TEST_F(PartialFilesTest, LinksArePassedAndPipesAreWrittenToButNeverReplaced) {
     std::ofstream(m_folder / "a") << "old";
     std::filesystem::create_symlink("a", m_folder / "link");

@@ -20,7 +20,6 @@ using namespace Zelmo;
 using Fakes::LogLine;
 using testing::_;
 using testing::ElementsAre;
-using testing::Return;
 
 namespace {
 
@@ -230,26 +229,6 @@ TEST_F(DefaultInterfaceTest, NodeMapIsForOpenInterfacesOnly) {
     EXPECT_THROW(m_interface.GetNodeMap(), GenICam::LogicalErrorException);
     EXPECT_EQ(m_interface.GetInterfaceInfo().GetInterfaceID(), "only");
     m_interface.Open(); // its end closes it, within its own lock
-}
-
-TEST_F(DefaultInterfaceTest, DeviceOperationsGoToTheTransportLayerAsTheyAre) {
-    auto* const device = reinterpret_cast<IZelmoDevice*>(this);
-    const StringList_t strings{"s"};
-    EXPECT_CALL(m_tl, CreateDevice(testing::An<const CDeviceInfo&>())).WillOnce(Return(device));
-    EXPECT_CALL(m_tl, CreateFirstDevice(_)).WillOnce(Return(device));
-    EXPECT_CALL(m_tl, CreateDevice(_, testing::Ref(strings))).WillOnce(Return(device));
-    EXPECT_CALL(m_tl, CreateFirstDevice(_, testing::Ref(strings))).WillOnce(Return(device));
-    EXPECT_CALL(m_tl, CreateDevice(testing::TypedEq<const String_t&>(String_t("name")))).WillOnce(Return(device));
-    EXPECT_CALL(m_tl, DestroyDevice(device));
-    EXPECT_CALL(m_tl, IsDeviceAccessible(_, AccessModeSet(Control), nullptr)).WillOnce(Return(true));
-    const CDeviceInfo info = Camera("1");
-    EXPECT_EQ(m_interface.CreateDevice(info), device);
-    EXPECT_EQ(m_interface.CreateFirstDevice(info), device);
-    EXPECT_EQ(m_interface.CreateDevice(info, strings), device);
-    EXPECT_EQ(m_interface.CreateFirstDevice(info, strings), device);
-    EXPECT_EQ(m_interface.CreateDevice(String_t("name")), device);
-    m_interface.DestroyDevice(device);
-    EXPECT_TRUE(m_interface.IsDeviceAccessible(info, Control, nullptr));
 }
 
 } // namespace

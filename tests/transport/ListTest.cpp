@@ -104,18 +104,6 @@ TEST(ListTest, IteratorsAreRandomAccess) {
     EXPECT_THAT(Names(list), ElementsAre("d", "c", "b", "a"));
 }
 
-TEST(ListTest, SortsByTheOrderOfItsElements) {
-    DeviceInfoList list;
-    for (const char* const serial : {"10", "A1", "9"}) {
-        CDeviceInfo info;
-        list.push_back(info.SetSerialNumber(serial));
-    }
-    std::sort(list.begin(), list.end());
-    EXPECT_EQ(list[0].GetSerialNumber(), "9");
-    EXPECT_EQ(list[1].GetSerialNumber(), "10");
-    EXPECT_EQ(list[2].GetSerialNumber(), "A1");
-}
-
 TEST(AccessModeSetTest, HighPositionsFoldAsA32BitShiftDoes) {
     EXPECT_EQ(AccessModeSet().set(31).to_ulong(), 0xFFFFFFFF80000000u);
     EXPECT_TRUE(AccessModeSet().set(31).test(31));

@@ -61,15 +61,6 @@ TEST_F(ArrayGrabbingTest, ResultThatIsWaitedForLeavesTheTurnAlone) {
     EXPECT_EQ(Next(), (next + 2) % 3);
 }
 
-TEST_F(ArrayGrabbingTest, ContextIsTheIndexUnlessTheApplicationChangesIt) {
-    Make(2);
-    m_array[1].SetCameraContext(77);
-    m_array.StartGrabbing();
-    Fill({0, 1});
-    EXPECT_EQ(Next(), 0);
-    EXPECT_EQ(Next(), 77);
-}
-
 // Time
 
 TEST_F(ArrayGrabbingTest, TimeoutIsToldAsAskedForAndTheArrayGoesOn) {

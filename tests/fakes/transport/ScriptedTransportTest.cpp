@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "FrameAudit.h"
 #include "StreamDevice.h"
-#include "fakes/Failure.h"
 
 #include <GenApi/GenApi.h>
 
@@ -60,33 +59,6 @@ struct Caller {
     std::vector<std::vector<std::uint8_t>> memory;
     std::vector<Zelmo::StreamBufferHandle> handles;
 };
-
-TEST(ScriptTest, SaysWhichPieceIsWrongAndWhy) {
-    const auto read = [](const char* text) { return FailureOf<GenICam::GenericException>([&] { CScript{text}; }); };
-    EXPECT_EQ(read("source=9;Shut:1:false"), "Cannot read 'Shut:1:false' in a script: there is no 'Shut'");
-    EXPECT_EQ(read("Frame:1:false"), "Cannot read 'Frame:1:false' in a script: Frame has no such fault");
-    EXPECT_EQ(CScript(CScript::Random(7, 99).text).text, CScript::Random(7, 99).text);
-}
-
-TEST(ScriptedGrabberTest, FaultsStrikeTheCallThatTheyName) {
-    CScriptedStreamGrabber grabber("RegisterBuffer:3:throw-std;RetrieveResult:3:false;QueueBuffer:4:throw-runtime;"
-                                   "Frame:2:fail;FinishGrab:2:throw-int;PayloadSize:2:throw-access");
-    EXPECT_THROW(Caller(grabber, 3), std::runtime_error);
-    grabber.FinishGrab();
-    grabber.Close();
-    EXPECT_THROW(Caller(grabber, 3), GenICam::AccessException);
-    grabber.Close();
-    Caller caller(grabber, 4);
-    EXPECT_EQ(FailureOf([&] { caller.QueueAll(); }), "QueueBuffer was told to fail");
-    grabber.Deliver();
-    EXPECT_THAT(caller.Take(), ElementsAre(2));
-    EXPECT_EQ(grabber.Deliver(3), 2u);
-    EXPECT_THAT(caller.Take(), IsEmpty());
-    EXPECT_THAT(caller.Take(), ElementsAre(4, 2));
-    EXPECT_FALSE(grabber.GetWaitObject().Wait(0));
-    EXPECT_THROW(caller.Stop(), int);
-    EXPECT_THAT(grabber.Violations(), IsEmpty());
-}
 
 TEST(ScriptedGrabberTest, SeesWhatItsCallerDoesWrong) {
     CScriptedStreamGrabber grabber("RetrieveResult:1:stall");
