@@ -24,10 +24,19 @@ unsigned GetQueueSize(const GrabOptions& options) {
     return options.queueSize.value_or(std::clamp(options.buffers, 3u, usual + 2) - 2);
 }
 
+Zelmo::AccessModeSet GetAccess(const GrabOptions& options) {
+    Zelmo::AccessModeSet access = GetWantedAccess();
+    if (!options.metadata.events.empty()) {
+        access.set(Zelmo::Event);
+    }
+    return access;
+}
+
 } // namespace
 
 CameraGrab::CameraGrab(const Zelmo::CDeviceInfo& info, const GrabOptions& options, StopSignals& signals)
-    : m_options(options), m_signals(signals), m_camera(info), m_endObject(Zelmo::WaitObjectEx::Create()) {
+    : m_options(options), m_signals(signals), m_camera(info, {}, GetAccess(options)),
+      m_endObject(Zelmo::WaitObjectEx::Create()) {
     m_session.MaxNumBuffer.SetValue(options.buffers);
     m_session.MaxNumQueuedBuffer.SetValue(options.buffers);
     m_session.OutputQueueSize.SetValue(GetQueueSize(options));

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "ChunkReport.h"
+#include "EventReport.h"
 #include "FrameSink.h"
 #include "FrameWriter.h"
 #include "Json.h"
@@ -21,7 +23,13 @@ public:
     /// @param copies images are written when the camera has their buffers again.
     ImageSink(Camera& camera, std::optional<FrameWriter> writer, bool copies, Output& output);
 
+    /// Each image with its chunks, events in between; before the first image. Null: they are not wanted.
+    void Tell(std::unique_ptr<ChunkReport> chunks, std::unique_ptr<EventReport> events);
+
     std::unique_ptr<FrameTask> Take(const Zelmo::CGrabResultData& result, std::uint64_t number) override;
+
+    /// After the grab: tells what is left of the events.
+    void Finish();
 
     /// Tells where @p count images are, when they were written.
     void NoteFiles(std::uint64_t count) const;
@@ -34,6 +42,8 @@ private:
     void NoteLayout(const Json& event);
 
     std::string m_camera;
+    std::unique_ptr<ChunkReport> m_chunks;
+    std::unique_ptr<EventReport> m_events;
     const std::optional<FrameWriter> m_writer;
     const bool m_copies;
     std::map<std::int64_t, std::string> m_formats; // names of pixel formats
