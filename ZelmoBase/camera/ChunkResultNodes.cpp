@@ -49,7 +49,7 @@ void CChunkResultNodes::Bind(GenApi::INodeMap& nodeMap) {
     m_width = nodeMap.GetNode("ChunkWidth");
     m_height = nodeMap.GetNode("ChunkHeight");
     m_pixelFormat = nodeMap.GetNode("ChunkPixelFormat");
-    m_pixelTypes.SetPixelFormatEnumNode(m_pixelFormat);
+    m_pixelTypes.SetPixelFormatEnumNode(m_pixelFormat.IsValid() ? &*m_pixelFormat : nullptr);
     m_isReady = true;
 }
 
