@@ -163,7 +163,10 @@ TEST(CommandLineTest, ManualPageKnowsEveryVerb) {
 struct FakeSource : tool::CompletionSource {
     std::vector<std::string> GetDevices() override { return {"08-1", "08-2", "left camera"}; }
     std::vector<tool::FeatureChoice> GetFeatures(const std::string& device) override {
-        return {{"Width" + device, false, {}}, {"Format", false, {"Mono8", "Mono12"}}, {"Reset", true, {}}};
+        return {{"Width" + device, false, {}},
+                {"Format", false, {"Mono8", "Mono12"}},
+                {"Reset", true, {}},
+                {"ChunkSelector", false, {"Gain", "Time"}}};
     }
 };
 
@@ -201,6 +204,9 @@ INSTANTIATE_TEST_SUITE_P(
                     Typed{{"grab", "--set", "Format=Mono1"}, {"Format=Mono12"}},
                     Typed{{"grab", "--strategy", "up"}, {"upcoming-image"}}, Typed{{"grab", "-n", ""}, {}},
                     Typed{{"save", ""}, {":files"}}, Typed{{"xml", "--out", "a"}, {":files"}},
-                    Typed{{"get", "--", "-"}, {}}, Typed{{"bench", "08-1", "08-2"}, {"08-2"}}));
+                    Typed{{"get", "--", "-"}, {}}, Typed{{"grab", "--chunks", "T"}, {"Time"}},
+                    Typed{{"grab", "--chunks=Time,"},
+                          {"--chunks=Time,all", "--chunks=Time,Gain", "--chunks=Time,Time"}},
+                    Typed{{"grab", "--events", ""}, {"all"}}, Typed{{"bench", "08-1", "08-2"}, {"08-2"}}));
 
 } // namespace

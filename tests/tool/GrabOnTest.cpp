@@ -70,6 +70,18 @@ std::vector<std::string> Vanishing(std::vector<std::string> words) {
     return words;
 }
 
+TEST(ReconnectOptionTest, CameraThatComesBackTellsItsChunksAndEvents) {
+    const auto run =
+        RunTool({"grab", "-n", "6", "--reconnect", "--chunks", "Gain", "--events", "ExposureEnd", "--set",
+                 "SimulateRemovalDelay=3", "--set", "SimulateRemovalSettings=Default", "--exec", "SimulateRemoval"},
+                WithEnvironment({{"ZELMO_CAMEMU", "1"}}));
+    EXPECT_EQ(run.exitCode, 0) << run.err;
+    for (const char* image : {"1", "6"}) {
+        EXPECT_THAT(run.out, HasSubstr("event  0815-0000  " + std::string(image) + "  ExposureEnd  EventExposureEnd="));
+        EXPECT_THAT(run.out, HasSubstr("frame  0815-0000  " + std::string(image) + "  ChunkGain=0\n"));
+    }
+}
+
 TEST(ReconnectOptionTest, WaitEndsWithTheGrabAndWithItsUser) {
     const auto settings = WithEnvironment({{"ZELMO_CAMEMU", "1"}});
     EXPECT_EQ(RunTool(Vanishing({"grab", "--duration", "1", "--reconnect"}), settings).exitCode, 9);

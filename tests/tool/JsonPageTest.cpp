@@ -162,6 +162,7 @@ TEST(JsonPageTest, HoldsEachKeyThatAVerbWritesAndNoOther) {
     page.CheckRun({"grab", "-d", "0", "-n", "2", "-o", folder / "%d.png", "--progress", "always", "--set",
                    "ForceFailedBufferCount=1", "--exec", "ForceFailedBuffer"},
                   "");
+    page.CheckRun({"grab", "-d", "0", "--chunks", "all", "--events", "FrameStart"}, "");
     page.CheckRun({"bench", "0", "--duration", "0.1"}, "bench");
     // What the emulator's description does not have.
     const tool::NodeMapPtr nodeMap = tool::LoadDescription(kDescription);

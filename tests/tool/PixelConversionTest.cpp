@@ -177,7 +177,9 @@ TEST(PixelConverterTest, BufferThatIsTooSmallIsIncomplete) {
     }
 }
 
-TEST(PixelConverterTest, ImageWithoutPixelsIsIncomplete) {
+TEST(PixelConverterTest, ImageWithoutPixelsOrWithMoreThanCanBeIsIncomplete) {
+    EXPECT_THROW(Converted(PixelType_RGB16Packed, 1U << 31, 1U << 31, Bytes(16)), ToolError); // 0 bytes in 64 bits
+    EXPECT_THROW(Converted(PixelType_Mono8, 4, 1U << 31, Bytes(16), std::size_t{1} << 31), ToolError);
     EXPECT_THROW(Converted(PixelType_Mono8, 0, 4, Bytes(16)), ToolError);
     EXPECT_THROW(Converted(PixelType_Mono8, 4, 0, Bytes(16)), ToolError);
 }

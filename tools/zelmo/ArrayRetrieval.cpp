@@ -9,7 +9,7 @@ using namespace std::chrono;
 
 // The array
 
-class CameraArray::Member : public Zelmo::CInstantCamera {
+class CameraArray::Member : public ImageCamera {
 public:
     explicit Member(CameraArray& array) : m_array(array) {}
 
@@ -24,7 +24,7 @@ public:
     }
 
     bool RetrieveResult(unsigned timeoutMs, Zelmo::CGrabResultPtr& result, Zelmo::ETimeoutHandling handling) override {
-        return m_array.WorkOn(*m_camera, [&] { return CInstantCamera::RetrieveResult(timeoutMs, result, handling); });
+        return m_array.WorkOn(*m_camera, [&] { return ImageCamera::RetrieveResult(timeoutMs, result, handling); });
     }
 
 private:
@@ -34,6 +34,10 @@ private:
 
 Zelmo::CInstantCamera* CameraArray::CreateInstantCamera() {
     return new Member(*this);
+}
+
+ImageCamera& CameraArray::GetCamera(std::size_t index) {
+    return static_cast<Member&>((*this)[index]);
 }
 
 void CameraArray::Connect(std::size_t index, CameraGrab& camera) {

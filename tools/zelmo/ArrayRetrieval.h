@@ -20,6 +20,7 @@ public:
     explicit CameraArray(std::size_t size) { Initialize(size); }
     ~CameraArray() override { Initialize(0); }
 
+    ImageCamera& GetCamera(std::size_t index);
     void Connect(std::size_t index, CameraGrab& camera); ///< Which outlives every grab.
 
     /// Whatever @p action throws is the failure of @p camera, as what the array throws from inside one of its cameras.

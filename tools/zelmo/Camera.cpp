@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Camera.h"
 
+#include "ChunkImage.h"
 #include "DeviceSelector.h"
 #include "Errors.h"
 #include "Output.h"
@@ -48,14 +49,15 @@ GenApi::INodeMap* FindNodeMap(CInstantCamera& camera, IZelmoDevice& device, cons
 
 } // namespace
 
-Camera::Camera(const CDeviceInfo& info, const std::string& why, CInstantCamera* object)
-    : Camera(info, why, nullptr, object) {}
+Camera::Camera(const CDeviceInfo& info, const std::string& why, AccessModeSet access, ImageCamera* object)
+    : Camera(info, why, access, nullptr, object) {}
 
-Camera::Camera(const CDeviceInfo& info, Output& output) : Camera(info, {}, &output, nullptr) {}
+Camera::Camera(const CDeviceInfo& info, Output& output) : Camera(info, {}, GetWantedAccess(), &output, nullptr) {}
 
-Camera::Camera(const CDeviceInfo& info, const std::string& why, Output* looker, CInstantCamera* object)
+Camera::Camera(const CDeviceInfo& info, const std::string& why, AccessModeSet access, Output* looker,
+               ImageCamera* object)
     : m_name(GetCameraName(info)), m_info(info),
-      m_own(object == nullptr ? std::make_unique<CInstantCamera>() : nullptr),
+      m_own(object == nullptr ? std::make_unique<ImageCamera>() : nullptr),
       m_object(object == nullptr ? *m_own : *object) {
     m_object.RegisterConfiguration(nullptr, RegistrationMode_ReplaceAll, Cleanup_None);
     m_removal = OnRemoved(m_object, [this] { m_isRemoved = true; });
@@ -63,7 +65,7 @@ Camera::Camera(const CDeviceInfo& info, const std::string& why, Output* looker, 
         CTlFactory& factory = CTlFactory::GetInstance();
         m_device = factory.CreateDevice(info);
         try {
-            Open(info, why, looker); // before it is attached: the object would open it for more than looking
+            Open(info, why, access, looker); // before it is attached: the object would open it for more than looking
             m_object.Attach(m_device, Cleanup_Delete);
         } catch (...) {
             factory.DestroyDevice(m_device);
@@ -95,9 +97,9 @@ CReopenReport Camera::Reopen(const String_t& settings, std::chrono::milliseconds
     return report;
 }
 
-void Camera::Open(const CDeviceInfo& info, const std::string& why, Output* looker) {
+void Camera::Open(const CDeviceInfo& info, const std::string& why, AccessModeSet wanted, Output* looker) {
     try {
-        m_device->Open(GetWantedAccess());
+        m_device->Open(wanted);
     } catch (const GenICam::GenericException& error) {
         const EDeviceAccessiblityInfo access = LookUpAccess(info);
         const bool isTaken =
@@ -135,11 +137,15 @@ GenApi::INodeMap& Camera::GetNodeMap(const std::string& name) {
     } catch (const GenICam::GenericException& error) {
         throw FromLibrary(error, "Getting the node map '" + name + "' of camera " + m_name);
     }
-    const bool later = name == "chunk";
-    throw FeatureError("", "no_node_map",
-                       later ? "The node map '" + name +
-                                   "' is not supported by this version; there are device, tl, stream, event and camera"
-                             : "Camera " + m_name + " has no node map '" + name + "'");
+    throw FeatureError("", "no_node_map", "Camera " + m_name + " has no node map '" + name + "'");
+}
+
+GenApi::INodeMap& Camera::GetNodeMap(const DeviceOptions& options) {
+    if (options.nodeMap != "chunk") {
+        return GetNodeMap(options.nodeMap);
+    }
+    m_chunkImage = GrabChunkImage(*this, options.imageTimeoutMs);
+    return m_chunkImage->GetChunkDataNodeMap();
 }
 
 AccessModeSet GetWantedAccess() {

@@ -19,11 +19,20 @@ unsigned GetQueueSize(const GrabOptions& options) {
     return options.queueSize.value_or(std::clamp(options.buffers, 3u, usual + 2) - 2);
 }
 
+Zelmo::AccessModeSet GetAccess(const GrabOptions& options) {
+    Zelmo::AccessModeSet access = GetWantedAccess();
+    if (!options.metadata.events.empty()) {
+        access.set(Zelmo::Event);
+    }
+    return access;
+}
+
 } // namespace
 
 CameraGrab::CameraGrab(const Zelmo::CDeviceInfo& info, const GrabOptions& options, StopSignals& signals,
-                       Zelmo::CInstantCamera* object)
-    : m_options(options), m_signals(signals), m_camera(info, {}, object), m_images(GetName(), options, signals) {
+                       ImageCamera* object)
+    : m_options(options), m_signals(signals), m_camera(info, {}, GetAccess(options), object),
+      m_images(GetName(), options, signals) {
     m_session.MaxNumBuffer.SetValue(options.buffers);
     m_session.MaxNumQueuedBuffer.SetValue(options.buffers);
     m_session.OutputQueueSize.SetValue(GetQueueSize(options));

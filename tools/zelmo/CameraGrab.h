@@ -25,7 +25,7 @@ public:
 
     /// Opens the camera. @param object the camera object to use, which outlives this; null: one of its own.
     CameraGrab(const Zelmo::CDeviceInfo& info, const GrabOptions& options, StopSignals& signals,
-               Zelmo::CInstantCamera* object = nullptr);
+               ImageCamera* object = nullptr);
 
     /// Sets features and executes commands of the camera, in the order given.
     /// @throws ToolError for the first step that is refused; the others are left out.

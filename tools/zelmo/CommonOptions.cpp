@@ -42,7 +42,10 @@ void DefineDeviceOptions(CLI::App& command, DeviceOptions& options) {
         ->type_name("DEVICE")
         ->check(NotEmpty());
     DefineChoice(command, "--nodemap", options.nodeMap, {"device", "tl", "stream", "event", "camera", "chunk"},
-                 "Node map to work on; default device");
+                 "Node map to work on; default device. chunk is that of one image, which is grabbed for it: with the "
+                 "camera's ChunkModeActive off, all its chunks are switched on for that image and put back");
+    DefineMilliseconds(command, "--image-timeout", options.imageTimeoutMs,
+                       "Longest time to wait for the image of --nodemap chunk");
 }
 
 void DefineDeviceArgument(CLI::App& command, std::string& device) {
@@ -70,6 +73,11 @@ CLI::Option* DefineSeconds(CLI::App& command, const std::string& name, std::opti
     return command.add_option(name, seconds, text)->type_name("SECONDS")->check([](const std::string& value) {
         return CheckNumber(value, shortest, longest, "number");
     });
+}
+
+CLI::Option* DefineList(CLI::App& command, const std::string& name, std::vector<std::string>& words,
+                        const std::string& text) {
+    return command.add_option(name, words, text)->delimiter(',')->allow_extra_args(false)->check(NotEmpty());
 }
 
 CLI::Option* DefineChoice(CLI::App& command, const std::string& name, std::string& value,

@@ -7,7 +7,7 @@
 
 namespace tool {
 
-/// -d and --nodemap of the feature verbs.
+/// -d, --nodemap and what belongs to it, of the feature verbs.
 void DefineDeviceOptions(CLI::App& command, DeviceOptions& options);
 
 /// The device as the argument of a verb.
@@ -26,6 +26,10 @@ CLI::Option* DefineMilliseconds(CLI::App& command, const std::string& name, unsi
 /// A number of seconds above 0, fractions allowed.
 CLI::Option* DefineSeconds(CLI::App& command, const std::string& name, std::optional<double>& seconds,
                            const std::string& text);
+
+/// Words with commas between; the option may stand several times.
+CLI::Option* DefineList(CLI::App& command, const std::string& name, std::vector<std::string>& words,
+                        const std::string& text);
 
 /// A word out of @p choices, which stand in help and completion.
 CLI::Option* DefineChoice(CLI::App& command, const std::string& name, std::string& value,

@@ -125,6 +125,20 @@ void AddFeatures(const TypedLine& line, const std::string& kind, const std::stri
     }
 }
 
+/// The entries of a selector of the camera behind those that stand there already, as in "Timestamp,Ga".
+void AddEntries(const TypedLine& line, const std::string& selector, const std::string& typed, CompletionSource& source,
+                std::vector<std::string>& words) {
+    const std::string before = typed.substr(0, typed.rfind(',') + 1);
+    words.push_back(before + "all");
+    for (const FeatureChoice& feature : source.GetFeatures(line.GetDevice())) {
+        if (feature.name == selector) {
+            for (const std::string& entry : feature.values) {
+                words.push_back(before + entry);
+            }
+        }
+    }
+}
+
 /// Everything that may stand for the value; @p typed only where it changes what is offered.
 Completion OfferValues(const TypedLine& line, const std::string& kind, const std::string& typed,
                        CompletionSource& source) {
@@ -135,6 +149,10 @@ Completion OfferValues(const TypedLine& line, const std::string& kind, const std
         offer.words = source.GetDevices();
     } else if (kind == "FEATURE" || kind == "GLOB" || kind == "COMMAND" || kind == "NAME=VALUE") {
         AddFeatures(line, kind, typed, source, offer.words);
+    } else if (StartsWith(kind, "CHUNK")) {
+        AddEntries(line, "ChunkSelector", typed, source, offer.words);
+    } else if (StartsWith(kind, "EVENT")) {
+        AddEntries(line, "EventSelector", typed, source, offer.words);
     } else if (kind.find('|') != std::string::npos) {
         std::istringstream choices(kind);
         for (std::string choice; std::getline(choices, choice, '|');) {

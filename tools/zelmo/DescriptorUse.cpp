@@ -39,7 +39,7 @@ std::optional<int> CountWhileGrabbing(const std::vector<Zelmo::CDeviceInfo>& cam
     CameraArray array(cameras.size());
     CameraGrabs grabs;
     for (const Zelmo::CDeviceInfo& info : cameras) {
-        grabs.push_back(std::make_unique<CameraGrab>(info, options, signals, &array[grabs.size()]));
+        grabs.push_back(std::make_unique<CameraGrab>(info, options, signals, &array.GetCamera(grabs.size())));
         grabs.back()->SendTo(std::make_unique<NoSink>());
     }
     GrabThread thread(std::make_unique<ArrayRetrieval>(array, grabs, options, signals));

@@ -65,19 +65,6 @@ std::optional<bool> ParseBoolean(const std::string& text) {
     return std::nullopt;
 }
 
-std::vector<std::string> AvailableEntries(IEnumeration& enumeration) {
-    NodeList_t nodes;
-    enumeration.GetEntries(nodes);
-    std::vector<std::string> names;
-    for (INode* node : nodes) {
-        auto* entry = dynamic_cast<IEnumEntry*>(node);
-        if (entry != nullptr && IsAvailable(entry->GetAccessMode())) {
-            names.emplace_back(entry->GetSymbolic().c_str());
-        }
-    }
-    return names;
-}
-
 std::string Joined(const std::vector<std::string>& words) {
     std::string text;
     for (const std::string& word : words) {

@@ -16,7 +16,7 @@ void FeatureListVerb::Define(CLI::App& command) {
 
 ExitCode FeatureListVerb::Run(Library& library, Output& output) {
     Camera camera(SelectDevice(library, m_device.device), output);
-    GenApi::INodeMap& nodeMap = camera.GetNodeMap(m_device.nodeMap);
+    GenApi::INodeMap& nodeMap = camera.GetNodeMap(m_device);
     Json list = Json::array();
     ExitCode result = ExitCode::Done;
     for (const std::string& name : m_features) {

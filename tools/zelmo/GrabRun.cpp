@@ -34,7 +34,7 @@ GrabRun::GrabRun(const std::vector<Zelmo::CDeviceInfo>& infos, const GrabOptions
         m_array.emplace(infos.size());
     }
     for (const auto& info : infos) {
-        Zelmo::CInstantCamera* const object = m_array ? &(*m_array)[m_cameras.size()] : nullptr;
+        ImageCamera* const object = m_array ? &m_array->GetCamera(m_cameras.size()) : nullptr;
         m_cameras.push_back(std::make_unique<CameraGrab>(info, options, m_signals, object));
         m_cameras.back()->Configure(options.setup);
     }

@@ -50,6 +50,10 @@ public:
         if (sink.m_output.IsJson() || (sink.m_writer && sink.m_writer->IsRaw())) {
             m_event = sink.MakeEvent(result, number);
         }
+        if (sink.m_chunks) {
+            m_chunks = sink.m_chunks->Read(result);
+            m_event["chunks"] = m_chunks->GetJson();
+        }
         if (sink.m_writer && result.GrabSucceeded()) {
             TakeFrame(result);
         }
@@ -80,6 +84,9 @@ public:
                                  " failed: " + *failure);
         }
         m_sink.m_output.Event("frame", m_event);
+        if (m_chunks) {
+            m_sink.m_output.StreamLine(m_chunks->MakeRow({"frame", m_sink.m_camera, std::to_string(m_number)}));
+        }
     }
 
 private:
@@ -107,16 +114,35 @@ private:
     ImageSink& m_sink;
     const std::uint64_t m_number;
     Json m_event;
+    std::optional<NodeValues> m_chunks;
     Frame m_frame;
     std::vector<std::uint8_t> m_bytes; // a copy of the frame's, or empty
 };
 
 ImageSink::ImageSink(Camera& camera, std::optional<FrameWriter> writer, bool copies, Output& output)
-    : m_camera(camera.GetName()), m_writer(std::move(writer)), m_copies(copies),
+    : m_source(camera), m_camera(camera.GetName()), m_writer(std::move(writer)), m_copies(copies),
       m_formats(GetPixelFormats(camera.GetNodeMap("device"))), m_output(output) {}
 
+void ImageSink::Tell(std::unique_ptr<ChunkReport> chunks, std::unique_ptr<EventReport> events) {
+    m_chunks = std::move(chunks);
+    m_events = std::move(events);
+}
+
+void ImageSink::Finish() {
+    if (m_events) {
+        m_events->Finish();
+    }
+}
+
 std::unique_ptr<FrameTask> ImageSink::Take(const Zelmo::CGrabResultData& result, std::uint64_t number) {
-    const bool isOfInterest = m_writer || m_output.IsJson() || !result.GrabSucceeded();
+    if (m_events) {
+        m_events->OnImage(number);
+    }
+    if (const std::string& fault = m_source.GetChunkFault(); !fault.empty()) {
+        m_output.Note("The chunk data of image " + std::to_string(number) + " of camera " + m_camera +
+                      " cannot be read: " + fault);
+    }
+    const bool isOfInterest = m_writer || m_chunks || m_output.IsJson() || !result.GrabSucceeded();
     return isOfInterest ? std::make_unique<Task>(*this, result, number) : nullptr;
 }
 

@@ -148,6 +148,19 @@ std::vector<std::string> AllEntries(IEnumeration& enumeration) {
     return names;
 }
 
+std::vector<std::string> AvailableEntries(IEnumeration& enumeration) {
+    NodeList_t nodes;
+    enumeration.GetEntries(nodes);
+    std::vector<std::string> names;
+    for (INode* node : nodes) {
+        auto* entry = dynamic_cast<IEnumEntry*>(node);
+        if (entry != nullptr && IsAvailable(entry->GetAccessMode())) {
+            names.emplace_back(entry->GetSymbolic().c_str());
+        }
+    }
+    return names;
+}
+
 FieldCollector::FieldCollector(INode& node)
     : m_node(node), m_fields({{"name", node.GetName().c_str()}, {"kind", GetKind(node)}}) {}
 

@@ -33,6 +33,7 @@ std::string GetVisibilityName(const GenApi::INode& node); ///< Such as "Beginner
 
 /// The symbolic names of all entries, whether they are available or not.
 std::vector<std::string> AllEntries(GenApi::IEnumeration& enumeration);
+std::vector<std::string> AvailableEntries(GenApi::IEnumeration& enumeration); ///< Those that can be set now.
 
 /// Puts fields of a node into a JSON object. What cannot be read stands in "errors", by field, with the cause, so that
 /// one failure hides nothing else.

@@ -26,6 +26,7 @@ struct GlobalOptions {
 struct DeviceOptions {
     std::string device; ///< Empty: the only camera there is.
     std::string nodeMap = "device";
+    unsigned imageTimeoutMs = 5000; ///< For the node map "chunk".
 };
 
 struct ListOptions {
@@ -59,6 +60,12 @@ struct ReconnectOptions {
     std::optional<double> limitSeconds; ///< Longest time to wait for it.
 };
 
+/// What a camera tells beside its images: names, or "all".
+struct MetadataOptions {
+    std::vector<std::string> chunks;
+    std::vector<std::string> events;
+};
+
 /// What grab and bench have in common.
 struct GrabOptions {
     std::vector<std::string> devices;
@@ -73,6 +80,7 @@ struct GrabOptions {
     std::optional<unsigned> maxLost;
     TriggerOptions trigger;
     ReconnectOptions reconnect;
+    MetadataOptions metadata; ///< grab only.
 };
 
 struct FileOptions {

@@ -66,12 +66,20 @@ void Output::Line(const std::string& text) {
 }
 
 void Output::Bytes(const std::string& bytes) {
-    if (!Writes(false)) {
-        return;
+    if (Writes(false)) {
+        const std::lock_guard lock(m_mutex);
+        WipeProgress();
+        *m_data << bytes;
     }
-    std::lock_guard lock(m_mutex);
-    WipeProgress();
-    *m_data << bytes;
+}
+
+void Output::StreamLine(const std::vector<std::string>& cells) {
+    if (Writes(false)) {
+        const std::string line = FormatTable({cells}).front();
+        const std::lock_guard lock(m_mutex);
+        WipeProgress();
+        *m_data << line << std::endl;
+    }
 }
 
 void Output::Table(const std::vector<std::vector<std::string>>& rows, const std::vector<std::size_t>& widest) {

@@ -31,6 +31,8 @@ public:
 
     void Line(const std::string& text);   ///< One line of data; nothing with --json.
     void Bytes(const std::string& bytes); ///< Data as it is; nothing with --json.
+    /// One line of a stream, whose reader wants each at once: cells two blanks apart; nothing with --json.
+    void StreamLine(const std::vector<std::string>& cells);
 
     /// Rows of data as FormatTable() makes them; nothing with --json. On a terminal they end at its edge.
     void Table(const std::vector<std::vector<std::string>>& rows, const std::vector<std::size_t>& widest = {});

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <limits>
 
 namespace tool {
 namespace {
@@ -117,7 +118,11 @@ const PixelLayout* FindPixelLayout(EPixelType pixelType) {
 }
 
 std::size_t GetNeededBytes(const PixelLayout& layout, std::size_t width, std::size_t lines, std::size_t paddingX) {
+    constexpr std::size_t endless = std::numeric_limits<std::size_t>::max();
     const std::size_t lineBits = width * layout.samplesPerPixel * layout.GetBitsPerSample();
+    if (lines > endless / (lineBits + 8 * paddingX + 8)) {
+        return endless; // whoever tells such a size is wrong
+    }
     // An odd number of samples leaves the last group open: its low bits still stand in the middle byte.
     const std::size_t group = layout.packing == Packing::GroupOfTwo ? 24 : 8;
     const auto bytes = [group](std::size_t bits) {

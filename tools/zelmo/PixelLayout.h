@@ -39,7 +39,7 @@ struct PixelLayout {
 const PixelLayout* FindPixelLayout(Zelmo::EPixelType pixelType);
 
 /// Bytes that @p lines of @p width pixels take, each followed by @p paddingX bytes; without padding they follow each
-/// other bit by bit.
+/// other bit by bit. The highest number there is, where no buffer can hold them. The numbers have 32 bits.
 std::size_t GetNeededBytes(const PixelLayout& layout, std::size_t width, std::size_t lines, std::size_t paddingX);
 
 /// Takes the samples of one line out of the buffer. @p data holds what GetNeededBytes tells, @p samples

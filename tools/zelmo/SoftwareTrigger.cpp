@@ -2,7 +2,6 @@
 #include "SoftwareTrigger.h"
 
 #include "Errors.h"
-#include "Feature.h"
 
 #include <zelmo/CommandParameter.h>
 
@@ -14,43 +13,14 @@
 namespace tool {
 
 SoftwareTrigger::SoftwareTrigger(Zelmo::CInstantCamera& camera, std::string name, const TriggerOptions& options)
-    : m_camera(camera), m_name(std::move(name)), m_options(options) {
+    : m_camera(camera), m_name(std::move(name)), m_options(options), m_settings(camera, m_name) {
     if (!Zelmo::CCommandParameter(m_camera.GetNodeMap(), "TriggerSoftware").IsValid()) {
         throw FeatureError("TriggerSoftware", "no_software_trigger",
                            "--trigger: camera " + m_name + " has no command 'TriggerSoftware'");
     }
-    try {
-        Set("TriggerSelector", "FrameStart");
-        Set("TriggerMode", "On");
-        Set("TriggerSource", "Software");
-    } catch (...) {
-        PutBack();
-        throw;
-    }
-}
-
-SoftwareTrigger::~SoftwareTrigger() {
-    Stop();
-    PutBack();
-}
-
-void SoftwareTrigger::PutBack() noexcept {
-    while (!m_before.empty()) { // the last one first
-        try {
-            Feature::Find(m_camera.GetNodeMap(), m_before.back().first, m_name).SetText(m_before.back().second);
-        } catch (const std::exception&) { // a camera that is gone, above all
-        }
-        m_before.pop_back();
-    }
-}
-
-void SoftwareTrigger::Set(const char* feature, const char* value) {
-    Feature found = Feature::Find(m_camera.GetNodeMap(), feature, m_name);
-    const std::string before = found.GetText();
-    if (before != value) {
-        found.SetText(value);
-        m_before.emplace_back(feature, before);
-    }
+    m_settings.Set("TriggerSelector", "FrameStart");
+    m_settings.Set("TriggerMode", "On");
+    m_settings.Set("TriggerSource", "Software");
 }
 
 void SoftwareTrigger::Start() {

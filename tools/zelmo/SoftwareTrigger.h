@@ -2,13 +2,12 @@
 #pragma once
 
 #include "Options.h"
+#include "TemporarySettings.h"
 
 #include <zelmo/InstantCamera.h>
 
 #include <string>
 #include <thread>
-#include <utility>
-#include <vector>
 
 namespace tool {
 
@@ -18,7 +17,7 @@ class SoftwareTrigger {
 public:
     /// @throws ToolError: exit code 7 for a camera without "TriggerSoftware", and what setting it up is refused for.
     SoftwareTrigger(Zelmo::CInstantCamera& camera, std::string name, const TriggerOptions& options);
-    ~SoftwareTrigger(); ///< Stops; the camera no longer grabs by then. What cannot be put back stays.
+    ~SoftwareTrigger() { Stop(); } ///< The camera no longer grabs by then.
     SoftwareTrigger(const SoftwareTrigger&) = delete;
     SoftwareTrigger& operator=(const SoftwareTrigger&) = delete;
 
@@ -29,14 +28,12 @@ public:
     bool TriggerNext(unsigned timeoutMs);
 
 private:
-    void Set(const char* feature, const char* value);
-    void PutBack() noexcept;
     void Run(const std::stop_token& stop) noexcept;
 
     Zelmo::CInstantCamera& m_camera;
     const std::string m_name;
     const TriggerOptions m_options;
-    std::vector<std::pair<std::string, std::string>> m_before; // features and their values, in the order of setting
+    TemporarySettings m_settings;
     std::jthread m_thread;
 };
 

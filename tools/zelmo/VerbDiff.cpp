@@ -37,7 +37,7 @@ public:
         const GenApi::CFeatureBag bag = ReadSettings(m_file);
         Camera camera(SelectDevice(library, m_device.device), "comparing sets selectors, so it needs control");
         std::vector<SettingFailure> failures;
-        GenApi::INodeMap& nodeMap = camera.GetNodeMap(m_device.nodeMap);
+        GenApi::INodeMap& nodeMap = camera.GetNodeMap(m_device);
         for (const GenApi::CBagDifference& one : bag.Compare(&nodeMap)) {
             if (one.Problem.empty()) {
                 Add(one, Feature::Find(nodeMap, one.Name.c_str(), camera.GetName()));

@@ -29,7 +29,7 @@ public:
 
     ExitCode Run(Library& library, Output& output) override {
         Camera camera(SelectDevice(library, m_device.device));
-        Feature command = Feature::Find(camera.GetNodeMap(m_device.nodeMap), m_options.command, camera.GetName());
+        Feature command = Feature::Find(camera.GetNodeMap(m_device), m_options.command, camera.GetName());
         const double before = output.SecondsSinceStart();
         command.Execute(std::chrono::milliseconds(m_options.timeoutMs));
         const double tookMs = (output.SecondsSinceStart() - before) * 1000;

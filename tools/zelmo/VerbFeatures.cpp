@@ -149,6 +149,7 @@ public:
             {"zelmo features 'Exposure*' --values", "Some, with value, unit and limits"},
             {"zelmo features -d 0815-0000 --visibility beginner", "The most common ones of that camera"},
             {"zelmo features --nodemap stream --values --json", "The parameters of its stream grabber, for a program"},
+            {"zelmo features --nodemap chunk --values", "What it sends along with images, of one that is grabbed now"},
         };
     }
 
@@ -162,7 +163,7 @@ public:
 
     ExitCode Run(Library& library, Output& output) override {
         Camera camera(SelectDevice(library, m_device.device), output);
-        FeatureTree(output, camera, m_options).Print(camera.GetNodeMap(m_device.nodeMap));
+        FeatureTree(output, camera, m_options).Print(camera.GetNodeMap(m_device));
         return ExitCode::Done;
     }
 

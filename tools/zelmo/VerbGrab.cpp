@@ -27,7 +27,10 @@ public:
                "missing of these is inserted. Files of the same names are replaced. Several cameras grab together, by "
                "one thread: when one of them is removed, fails or falls silent, the grab ends for all with its message "
                "and exit code; -n counts the images of each, and a camera that has them waits for the others. With "
-               "--reconnect each has a thread of its own, and goes on by itself.";
+               "--reconnect each has a thread of its own, and goes on by itself. With --chunks there is a line for "
+               "each image: frame, camera, number of the image, and NAME=VALUE for all that came along with it, or "
+               "NAME missing. With --events there is one for each event: event, camera, number of the image that it "
+               "came before, name of the event, and NAME=VALUE.";
     }
     std::vector<Example> GetExamples() const override {
         return {
@@ -39,6 +42,8 @@ public:
             {"zelmo grab -d 0815-0000 -d left -n 3 -o '/data/%s/%d.png'", "A folder for each of two cameras"},
             {"zelmo grab -n 100 --raw -o '%06d.raw' --max-lost 0", "Buffers as they are; exit code 6 when one is lost"},
             {"zelmo grab -n 100 -o -", "Raw bytes to standard output, for another program to read"},
+            {"zelmo grab -n 10 --chunks Timestamp,Gain", "What the camera sends along with each image, a line each"},
+            {"zelmo grab -n 10 --events ExposureEnd --json", "An object for each image and each event, for a program"},
             {"zelmo grab -n 50 -o '%d.png' --strategy latest-image-only",
              "The newest image each time the disk is ready for one; the others are skipped"},
         };
@@ -70,6 +75,7 @@ public:
                       "time stamp")
             ->needs(output);
         DefineGrabOptions(command, m_options);
+        DefineMetadata(command);
     }
 
     ExitCode Run(Library& library, Output& output) override {
@@ -102,12 +108,28 @@ public:
         const auto sinks = MakeSinks(run, target, labels, encoders ? &*encoders : nullptr, output);
         TellStart(run, output);
         run.Run();
+        for (ImageSink* sink : sinks) {
+            sink->Finish();
+        }
         const ExitCode code = run.Conclude();
         Report(run, sinks, output);
         return code;
     }
 
 private:
+    void DefineMetadata(CLI::App& command) {
+        DefineList(command, "--chunks", m_options.metadata.chunks,
+                   "Tell what the camera sends along with each image: these chunks, entries of ChunkSelector or the "
+                   "features that they fill, such as Timestamp or ChunkTimestamp; all is each of them. Switched on "
+                   "before the camera starts, and put back afterwards")
+            ->type_name("CHUNK[,CHUNK...]");
+        DefineList(command, "--events", m_options.metadata.events,
+                   "Tell these events of the camera as they come, with the number of the image that they came before: "
+                   "entries of EventSelector or the features that they fill, such as ExposureEnd or EventExposureEnd; "
+                   "all is each of them. Switched on and put back likewise")
+            ->type_name("EVENT[,EVENT...]");
+    }
+
     /// Where images go: to files, to a stream, or nowhere.
     struct Target {
         std::optional<FilePattern> pattern;
@@ -169,10 +191,21 @@ private:
                 CheckFormat(camera.GetCamera());
             }
             auto sink = std::make_unique<ImageSink>(camera.GetCamera(), std::move(writer), encoders != nullptr, output);
+            sink->Tell(MakeChunks(camera.GetCamera()), MakeEvents(camera.GetCamera(), output));
             sinks.push_back(sink.get());
             camera.SendTo(std::move(sink), encoders);
         }
         return sinks;
+    }
+
+    std::unique_ptr<ChunkReport> MakeChunks(Camera& camera) const {
+        const auto& wanted = m_options.metadata.chunks;
+        return wanted.empty() ? nullptr : std::make_unique<ChunkReport>(camera, wanted);
+    }
+
+    std::unique_ptr<EventReport> MakeEvents(Camera& camera, Output& output) const {
+        const auto& wanted = m_options.metadata.events;
+        return wanted.empty() ? nullptr : std::make_unique<EventReport>(camera, wanted, output);
     }
 
     void TellStart(const GrabRun& run, Output& output) const {

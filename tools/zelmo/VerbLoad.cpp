@@ -35,7 +35,7 @@ public:
         const GenApi::CFeatureBag bag = ReadSettings(m_file);
         Camera camera(SelectDevice(library, m_device.device));
         GenApi::gcstring_vector errors;
-        bag.LoadFromBag(&camera.GetNodeMap(m_device.nodeMap), m_verify, &errors);
+        bag.LoadFromBag(&camera.GetNodeMap(m_device), m_verify, &errors);
         const auto failures = ToFailures(errors);
         const ExitCode result = ReportFailures(failures, "set", camera, output);
         const std::size_t lines = bag.GetEntries().size();

@@ -36,7 +36,7 @@ public:
         GenApi::CFeatureBag bag;
         bag.SetInfo(("Settings of camera " + Printable(camera.GetName())).c_str());
         GenApi::gcstring_vector errors;
-        const std::int64_t lines = bag.StoreToBag(&camera.GetNodeMap(m_device.nodeMap), -1, nullptr, &errors);
+        const std::int64_t lines = bag.StoreToBag(&camera.GetNodeMap(m_device), -1, nullptr, &errors);
         const auto failures = ToFailures(errors);
         const ExitCode result = ReportFailures(failures, "saved", camera, output);
         if (result == ExitCode::Removed || (lines == 0 && !failures.empty())) {

@@ -39,7 +39,7 @@ public:
     ExitCode Run(Library& library, Output& output) override {
         const auto assignments = ParseAssignments(m_texts);
         Camera camera(SelectDevice(library, m_device.device));
-        GenApi::INodeMap& nodeMap = camera.GetNodeMap(m_device.nodeMap);
+        GenApi::INodeMap& nodeMap = camera.GetNodeMap(m_device);
         Json list = Json::array();
         ExitCode result = ExitCode::Done;
         for (const Assignment& one : assignments) {
