@@ -159,7 +159,7 @@ void CInstantCameraArrayImpl::StopIfGrabbing() {
 void CInstantCameraArrayImpl::StartGrabbing(EGrabStrategy strategy, EGrabLoop grabLoop) {
     LogArray("Camera %p: Array StartGrabbing", m_array);
     CheckUsable();
-    if (IsGrabbing() || t_stoppedHere == this) {
+    if (IsGrabbing()) {
         throw RUNTIME_EXCEPTION(kIsStarted);
     }
     ScopeGuard stop([this] { StopQuietly(); });

@@ -21,7 +21,7 @@ enum EArrayGrabState : std::uint32_t {
     ArrayGrabState_Idle = 0,
     ArrayGrabState_Grabbing = 1,
     ArrayGrabState_Stopping = 2,
-    ArrayGrabState_StoppingIdle = 3 ///< Idle for everybody else, while cameras are stopped that grab on their own.
+    ArrayGrabState_StoppingIdle = 3 ///< Without a session, while cameras are stopped that grab on their own.
 };
 
 /// The state of an array and the number of the session that it is or was in: who has found a session can tell it from
@@ -54,7 +54,7 @@ public:
     bool IsAttached() const;
     bool IsRemoved() const;
     bool IsOpen() const;
-    bool IsGrabbing() const noexcept { return IsSession(m_session); }
+    bool IsGrabbing() const noexcept { return m_session.load().state != ArrayGrabState_Idle; }
 
     void Open();
     void Close();

@@ -82,8 +82,9 @@ TEST_F(ArrayStopTest, ThreadThatWaitsReturnsWithoutAResult) {
 TEST_F(ArrayStopTest, IdleArrayStopsCamerasThatGrabOnTheirOwn) {
     Make(2);
     m_array[1].StartGrabbing();
+    BeforeStop(1) = [this] { EXPECT_TRUE(m_array.IsGrabbing()); }; // as in any stop
     m_array.StopGrabbing();
-    EXPECT_EQ(Grabbing(), 0U);
+    EXPECT_TRUE(IsStopped());
     EXPECT_EQ(Logged(), "StopGrabbing|");
 }
 
@@ -190,17 +191,20 @@ TEST_F(ArrayStopTest, StopDuringAStartIsFoundAtItsEndOrByTheNextRetrieval) {
 TEST_F(ArrayStopTest, StartEndsBehindAStopThatFoundNoSession) {
     Make(2);
     m_array.Open();
-    Gate gate;
-    BeforeStop(1) = [&] { gate.Pass(); };
-    Task stop([this] { m_array.StopGrabbing(); });
-    ASSERT_TRUE(gate.WaitForArrival());
-    EXPECT_FALSE(m_array.IsGrabbing());
-    Task start([this] { m_array.StartGrabbing(); });
-    EXPECT_TRUE(start.IsUnderWay());
-    gate.Open();
-    EXPECT_TRUE(stop.Ends());
-    EXPECT_TRUE(start.Ends());
-    EXPECT_EQ(Grabbing(), 1U);
+    Gate start, stop;
+    Life(1).on["started"] = [&](CInstantCamera&) { start.Pass(); };
+    Task starter([this] { m_array.StartGrabbing(); });
+    ASSERT_TRUE(start.WaitForArrival());
+    BeforeStop(0) = [&] { stop.Pass(); };
+    Task stopper([this] { m_array.StopGrabbing(); });
+    ASSERT_TRUE(stop.WaitForArrival());
+    start.Open();
+    EXPECT_TRUE(starter.IsUnderWay());
+    EXPECT_EQ(Failure([&] { m_array.StartGrabbing(); }), "Grabbing has already been started.");
+    stop.Open();
+    EXPECT_TRUE(stopper.Ends());
+    EXPECT_TRUE(starter.Ends());
+    EXPECT_EQ(Grabbing(), 0U);
     EXPECT_FALSE(Retrieve());
     EXPECT_TRUE(IsStopped());
 }
