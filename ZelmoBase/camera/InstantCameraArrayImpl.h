@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "ZelmoBase/camera/CameraLog.h"
+#include "ZelmoBase/core/Guarded.h"
 #include "ZelmoBase/core/Mutex.h"
 
 #include <zelmo/InstantCameraArray.h>
@@ -12,7 +14,9 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
+#include <utility>
 #include <vector>
 
 namespace Zelmo {
@@ -34,7 +38,9 @@ struct alignas(std::uint64_t) CArraySession { // one word, so that an atomic of 
 };
 
 /// The private body of a camera array: its cameras, and the wait for any of them.
-/// Where an operation of the array needs another one, it calls that of the shell, so that an override takes part.
+/// InstantCameraArrayImpl.cpp has the cameras, InstantCameraArrayGrabbing.cpp start and results,
+/// InstantCameraArrayStop.cpp the stop. Where an operation of the array needs StopGrabbing, Close or the operations
+/// that make and destroy cameras, it calls those of the shell, so that an override takes part.
 ///
 /// Owns:    the cameras, the copies of their wait objects.
 /// Threads: as the shell says. Whoever has to wait for a stop waits on m_session.
@@ -67,25 +73,42 @@ public:
 private:
     enum class EOutcome { None, Result, Timeout };
 
+    template <class... Args>
+    void Log(const char* format, const Args&... args) const noexcept {
+        hxlog::LogTrace(CameraLogCategory(), hxlog::LogLevel_Notice, format, static_cast<const void*>(&m_array),
+                        args...);
+    }
+    /// @p call is a member function or takes a camera. What it throws ends the walk.
     template <typename Call>
-    void ForEachCameraCall(Call&& call);
+    void ForEachCameraCall(Call&& call) {
+        for (CInstantCamera* const camera : m_cameras) {
+            std::invoke(call, *camera);
+        }
+    }
     std::size_t ForEachCameraCountTrue(bool (CInstantCamera::*member)() const) const;
 
     void DestroyCameras() noexcept;
     void DestroyCamera(CInstantCamera* camera) noexcept;
     void CheckUsable() const;
-    void StopIfGrabbing();
 
-    // the session
-    static bool IsSession(CArraySession found) noexcept {
-        return found.state == ArrayGrabState_Grabbing || found.state == ArrayGrabState_Stopping;
-    }
+    // start
     void BeginSession(std::uint32_t session);
     void PrepareTimer(std::uint32_t session);
     std::unique_ptr<WaitObjects> MakeWaitSet();
+
+    // stop
+    static bool IsSession(CArraySession found) noexcept {
+        return found.state == ArrayGrabState_Grabbing || found.state == ArrayGrabState_Stopping;
+    }
     bool IsStill(CArraySession session) const noexcept { return m_session.load() == session; }
+    void StopIfGrabbing();
     void StopFound(CArraySession session);
-    void StopQuietly() noexcept;
+    /// What @p stop throws is logged.
+    template <typename Stop>
+    static void StopQuietly(Stop&& stop) noexcept {
+        RunLogged(CameraLogCategory(), "Exception caught while calling StopGrabbing, msg='%s'",
+                  "Unknown exception caught while calling StopGrabbing.", std::forward<Stop>(stop));
+    }
     void StopSingleCameras(std::uint32_t lastSession, bool mayWait);
     void EndSession(CArraySession stopping);
     bool HoldsLockOfCamera() const noexcept;
@@ -98,8 +121,14 @@ private:
     EOutcome RetrieveReady(CArraySession session, CGrabResultPtr& result);
     EOutcome AwaitResult(CArraySession session, unsigned int timeoutMs, CGrabResultPtr& result);
     bool WaitForCamera(CArraySession session, std::size_t& position);
+    /// A waiter of an earlier session, slow to leave, does not touch what belongs to that of the present one.
     template <typename Use>
-    void UseTimer(std::uint32_t session, Use&& use);
+    void UseTimer(std::uint32_t session, Use&& use) {
+        const CLockGuard lock(m_timerLock);
+        if (m_timerSession == session) {
+            use(m_timer);
+        }
+    }
 
     CInstantCameraArray& m_array;
     std::vector<CInstantCamera*> m_cameras; // owned, in index order
