@@ -26,9 +26,9 @@ void CInstantCameraArrayImpl::StartGrabbing(EGrabStrategy strategy, EGrabLoop gr
     }
     ScopeGuard stop([this] { StopQuietly([this] { m_array.StopGrabbing(); }); });
     ForEachCameraCall([&](CInstantCamera& camera) { camera.StartGrabbing(strategy, grabLoop); });
-    m_nextCamera = 0;
-    m_isUpcoming = strategy == GrabStrategy_UpcomingImage;
     const std::uint32_t session = m_session.load().number + 1;
+    m_turn = CArrayTurn{session, 0};
+    m_isUpcoming = strategy == GrabStrategy_UpcomingImage;
     PrepareTimer(session);
     std::unique_ptr<WaitObjects> waitSet = MakeWaitSet(); // without the lock: cameras are asked
     {
@@ -112,27 +112,32 @@ void CInstantCameraArrayImpl::ProcessCameraEvents(CArraySession session) {
     }
 }
 
-/// The camera whose turn it is; the next turn is that of the one behind it.
-CInstantCamera& CInstantCameraArrayImpl::TakeTurn() noexcept {
-    std::uint64_t index = m_nextCamera;
-    if (index >= m_cameras.size()) {
-        index = 0;
+/// The next turn is that of the camera behind it.
+/// @return the camera whose turn it is; null when the session has ended: turns of the next one are not touched.
+CInstantCamera* CInstantCameraArrayImpl::TakeTurn(CArraySession session) noexcept {
+    for (CArrayTurn turn = m_turn; turn.session == session.number && IsStill(session);) {
+        const std::uint32_t index = turn.camera < m_cameras.size() ? turn.camera : 0;
+        if (m_turn.compare_exchange_weak(turn, CArrayTurn{session.number, index + 1})) {
+            return m_cameras[index];
+        }
     }
-    m_nextCamera = index + 1;
-    return *m_cameras[index];
+    return nullptr;
 }
 
 /// Waits for one camera only. Its time-out is no failure; @p endsGrabbing tells.
 CInstantCameraArrayImpl::EOutcome
 CInstantCameraArrayImpl::RetrieveUpcoming(CArraySession session, unsigned int timeoutMs, CGrabResultPtr& result,
                                           ETimeoutHandling handling, bool& endsGrabbing) {
-    CInstantCamera& camera = TakeTurn();
-    if (!camera.IsGrabbing()) {
+    CInstantCamera* const camera = TakeTurn(session);
+    if (camera == nullptr) {
+        return EOutcome::None;
+    }
+    if (!camera->IsGrabbing()) {
         StopFound(session);
         return EOutcome::None;
     }
     try {
-        return camera.RetrieveResult(timeoutMs, result, handling) ? EOutcome::Result : EOutcome::None;
+        return camera->RetrieveResult(timeoutMs, result, handling) ? EOutcome::Result : EOutcome::None;
     } catch (const GenICam::TimeoutException&) {
         endsGrabbing = result.IsValid(); // an image handler has thrown it
         throw;
@@ -143,17 +148,20 @@ CInstantCameraArrayImpl::RetrieveUpcoming(CArraySession session, unsigned int ti
 /// @return Timeout when none has a result.
 CInstantCameraArrayImpl::EOutcome CInstantCameraArrayImpl::RetrieveReady(CArraySession session,
                                                                          CGrabResultPtr& result) {
-    for (std::size_t asked = 0; asked < m_cameras.size() && IsStill(session); ++asked) {
-        CInstantCamera& camera = TakeTurn();
-        if (!camera.IsGrabbing()) {
+    for (std::size_t asked = 0; asked < m_cameras.size(); ++asked) {
+        CInstantCamera* const camera = TakeTurn(session);
+        if (camera == nullptr) {
+            return EOutcome::None;
+        }
+        if (!camera->IsGrabbing()) {
             StopFound(session);
             return EOutcome::None;
         }
-        if (camera.RetrieveResult(0, result, TimeoutHandling_Return)) {
+        if (camera->RetrieveResult(0, result, TimeoutHandling_Return)) {
             return EOutcome::Result;
         }
     }
-    return EOutcome::Timeout;
+    return IsStill(session) ? EOutcome::Timeout : EOutcome::None;
 }
 
 CInstantCameraArrayImpl::EOutcome CInstantCameraArrayImpl::AwaitResult(CArraySession session, unsigned int timeoutMs,
@@ -178,7 +186,8 @@ CInstantCameraArrayImpl::EOutcome CInstantCameraArrayImpl::AwaitResult(CArraySes
         if (m_cameras[position % count]->RetrieveResult(0, result, TimeoutHandling_Return)) {
             return EOutcome::Result;
         }
-        if (IsStill(session) && m_timer.Wait(0)) { // events without end come before it in the wait set
+        // Events without end come before the timer in the wait set. It is looked at first: a stop signals it, too.
+        if (m_timer.Wait(0) && IsStill(session)) {
             return EOutcome::Timeout;
         }
     }

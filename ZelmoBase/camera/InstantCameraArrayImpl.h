@@ -37,6 +37,12 @@ struct alignas(std::uint64_t) CArraySession { // one word, so that an atomic of 
     bool operator==(const CArraySession&) const = default;
 };
 
+/// Whose turn it is in a session.
+struct alignas(std::uint64_t) CArrayTurn {
+    std::uint32_t session;
+    std::uint32_t camera; // may be one behind the last
+};
+
 /// The private body of a camera array: its cameras, and the wait for any of them.
 /// InstantCameraArrayImpl.cpp has the cameras, InstantCameraArrayGrabbing.cpp start and results,
 /// InstantCameraArrayStop.cpp the stop. Where an operation of the array needs StopGrabbing, Close or the operations
@@ -115,7 +121,7 @@ private:
 
     // retrieval
     void ProcessCameraEvents(CArraySession session);
-    CInstantCamera& TakeTurn() noexcept;
+    CInstantCamera* TakeTurn(CArraySession session) noexcept;
     EOutcome RetrieveUpcoming(CArraySession session, unsigned int timeoutMs, CGrabResultPtr& result,
                               ETimeoutHandling handling, bool& endsGrabbing);
     EOutcome RetrieveReady(CArraySession session, CGrabResultPtr& result);
@@ -135,8 +141,8 @@ private:
 
     std::atomic<CArraySession> m_session{CArraySession{0, ArrayGrabState_Idle}};
     static_assert(std::atomic<CArraySession>::is_always_lock_free);
-    std::atomic<std::uint64_t> m_nextCamera{0}; // whose turn it is; may be one behind the last
-    std::atomic<bool> m_isUpcoming{false};      // by the strategy
+    std::atomic<CArrayTurn> m_turn{CArrayTurn{0, 0}};
+    std::atomic<bool> m_isUpcoming{false}; // by the strategy; whose turn it is tells of which session
 
     GenICam::CLock m_lock;
     /// With N cameras: N stop objects, N result objects, N event objects, the timer. Null without a session.

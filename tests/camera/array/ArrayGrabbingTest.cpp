@@ -138,11 +138,30 @@ TEST_F(ArrayGrabbingTest, HandlerOfAnEventMayStop) {
     Make(2);
     m_array[0].GrabCameraEvents.SetValue(true);
     const auto handler = OnEvent(m_array[0], "EventValue", [this] { m_array.StopGrabbing(); });
+    for (const unsigned ms : {kPatience, 0U}) {
+        m_array.StartGrabbing();
+        Fill({0, 1});
+        Events(0).Put(1);
+        EXPECT_FALSE(m_array.RetrieveResult(ms, m_result)); // no time-out: nobody grabs any more
+        EXPECT_TRUE(IsStopped());
+    }
+}
+
+TEST_F(ArrayGrabbingTest, RetrievalWhoseSessionIsOverTakesNoTurnOfTheNextOne) {
+    Make(2);
+    m_array[0].GrabCameraEvents.SetValue(true);
+    const auto handler = OnEvent(m_array[0], "EventValue", [this] {
+        m_array.StopGrabbing();
+        m_array.StartGrabbing(GrabStrategy_UpcomingImage);
+    });
     m_array.StartGrabbing();
-    Fill({0, 1});
     Events(0).Put(1);
     EXPECT_FALSE(Retrieve());
-    EXPECT_TRUE(IsStopped());
+    std::jthread sender([this] {
+        EXPECT_TRUE(Device(0).Grabber().WaitForQueued(1));
+        Device(0).Grabber().Deliver();
+    });
+    EXPECT_EQ(Next(), 0);
 }
 
 // A camera ends
