@@ -13,6 +13,7 @@ namespace Zelmo {
 namespace {
 
 constexpr char kIsStarted[] = "Grabbing has already been started.";
+constexpr unsigned kPauseMs = 1;
 
 } // namespace
 
@@ -190,6 +191,9 @@ CInstantCameraArrayImpl::EOutcome CInstantCameraArrayImpl::AwaitResult(CArraySes
         if (m_timer.Wait(0) && IsStill(session)) {
             return EOutcome::Timeout;
         }
+        if (position >= 2 * count && IsNextStill(position)) {
+            WaitObject::Sleep(kPauseMs);
+        }
     }
     return EOutcome::None;
 }
@@ -204,6 +208,13 @@ bool CInstantCameraArrayImpl::WaitForCamera(CArraySession session, std::size_t& 
     m_waitSet->WaitForAny(WaitTimeoutInfinite, &found);
     position = found;
     return IsStill(session);
+}
+
+/// Whether the wait would end with the same event object at once: events storm, or nobody fetches them.
+bool CInstantCameraArrayImpl::IsNextStill(std::size_t position) {
+    const GenICam::AutoLock lock(m_lock);
+    unsigned int found = 0;
+    return m_waitSet != nullptr && m_waitSet->WaitForAny(0, &found) && found == position;
 }
 
 } // namespace Zelmo

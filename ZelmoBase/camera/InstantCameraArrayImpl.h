@@ -127,6 +127,7 @@ private:
     EOutcome RetrieveReady(CArraySession session, CGrabResultPtr& result);
     EOutcome AwaitResult(CArraySession session, unsigned int timeoutMs, CGrabResultPtr& result);
     bool WaitForCamera(CArraySession session, std::size_t& position);
+    bool IsNextStill(std::size_t position);
     /// A waiter of an earlier session, slow to leave, does not touch what belongs to that of the present one.
     template <typename Use>
     void UseTimer(std::uint32_t session, Use&& use) {

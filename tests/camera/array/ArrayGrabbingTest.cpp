@@ -110,6 +110,24 @@ TEST_F(ArrayGrabbingTest, TimeRunsOutWhileEventsStorm) {
     EXPECT_EQ(Next(), 1); // results go before events
 }
 
+TEST_F(ArrayGrabbingTest, EventsThatNobodyFetchesTakeNoWholeCore) {
+    struct CountingCamera : CInstantCamera {
+        bool RetrieveResult(unsigned ms, CGrabResultPtr& result, ETimeoutHandling handling) override {
+            ++calls;
+            return CInstantCamera::RetrieveResult(ms, result, handling);
+        }
+        unsigned calls = 0;
+    };
+    m_array.onCreate = [] { return new CountingCamera; };
+    Make(1);
+    Events(0).Put(1);
+    m_array.StartGrabbing();
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_FALSE(Retrieve(100));
+    const std::chrono::duration<double, std::milli> took = std::chrono::steady_clock::now() - begin;
+    EXPECT_LE(static_cast<CountingCamera&>(m_array[0]).calls, took.count() + 2); // one a millisecond
+}
+
 // Events
 
 TEST_F(ArrayGrabbingTest, EventsOfAllCamerasComeBeforeImagesAndEndNoWait) {
