@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // How a camera array starts, and whose result comes next.
+#include "ZelmoBase/camera/CameraLock.h"
 #include "ZelmoBase/camera/InstantCameraArrayImpl.h"
+#include "ZelmoBase/camera/InstantCameraImpl.h"
 #include "ZelmoBase/core/Guarded.h"
 #include "ZelmoBase/core/ScopeGuard.h"
 
@@ -69,7 +71,10 @@ std::unique_ptr<WaitObjects> CInstantCameraArrayImpl::MakeWaitSet() {
     // Lowest position first: who has stopped comes before results, and results come before events.
     ForEachCameraCall([&](CInstantCamera& camera) { waitSet->Add(camera.GetGrabStopWaitObject()); });
     ForEachCameraCall([&](CInstantCamera& camera) { waitSet->Add(camera.GetGrabResultWaitObject()); });
-    ForEachCameraCall([&](CInstantCamera& camera) { waitSet->Add(camera.GetCameraEventWaitObject()); });
+    ForEachCameraCall([&](CInstantCamera& camera) {
+        const CCameraGuard lock(GetCameraLock(camera)); // it is the device's, which a handler may destroy meanwhile
+        waitSet->Add(camera.GetCameraEventWaitObject());
+    });
     waitSet->Add(m_timer);
     return waitSet;
 }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // How a camera array stops: the session that is found, or the cameras that grab on their own.
+#include "ZelmoBase/camera/CameraLock.h"
 #include "ZelmoBase/camera/InstantCameraArrayImpl.h"
+#include "ZelmoBase/camera/InstantCameraImpl.h"
 #include "ZelmoBase/core/Guarded.h"
 #include "ZelmoBase/core/ScopeGuard.h"
 
@@ -22,10 +24,11 @@ thread_local const CInstantCameraArrayImpl* t_stoppedHere = nullptr; // the arra
 } // namespace
 
 void CInstantCameraArrayImpl::StopGrabbing() {
-    const CStopOrder order = std::exchange(t_stopOrder, CStopOrder());
-    CArraySession found = order.array == this ? order.session : m_session.load();
+    const bool isOrdered = t_stopOrder.array == this;
+    CArraySession found = isOrdered ? std::exchange(t_stopOrder, CStopOrder()).session : m_session.load();
     Log("Camera %p: Array StopGrabbing");
-    const bool mayWait = t_stoppedHere != this && !HoldsLockOfCamera(); // else another stop may wait for this thread
+    // Not where another stop may wait for this thread: for a lock that it has, or in a handler for its retrieval.
+    const bool mayWait = !isOrdered && t_stoppedHere != this && !HoldsLockOfCamera();
     const ScopeGuard restore([before = std::exchange(t_stoppedHere, this)] { t_stoppedHere = before; });
     if (!IsSession(found)) {
         StopSingleCameras(found.number, mayWait);
@@ -76,9 +79,11 @@ void CInstantCameraArrayImpl::EndSession(CArraySession stopping) {
     ForEachCameraCall(&CInstantCamera::StopGrabbing);
 }
 
+/// Of the two of a camera whose lock is overridden, either: a stop needs the parameters, too.
 bool CInstantCameraArrayImpl::HoldsLockOfCamera() const noexcept {
-    return std::any_of(m_cameras.begin(), m_cameras.end(),
-                       [](const CInstantCamera* camera) { return camera->GetLock().IsHeldByThisThread(); });
+    return std::any_of(m_cameras.begin(), m_cameras.end(), [](CInstantCamera* camera) {
+        return GetCameraLock(*camera).IsHeldByThisThread() || camera->GetLock().IsHeldByThisThread();
+    });
 }
 
 void CInstantCameraArrayImpl::StopIfGrabbing() {
@@ -89,8 +94,8 @@ void CInstantCameraArrayImpl::StopIfGrabbing() {
 
 /// Nothing but that session.
 void CInstantCameraArrayImpl::StopFound(CArraySession session) {
-    t_stopOrder = {this, session};
-    const ScopeGuard forget([] { t_stopOrder = {}; }); // where an override does without
+    const ScopeGuard restore(
+        [before = std::exchange(t_stopOrder, CStopOrder{this, session})] { t_stopOrder = before; });
     m_array.StopGrabbing();
 }
 

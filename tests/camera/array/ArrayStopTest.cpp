@@ -111,12 +111,14 @@ TEST_F(ArrayStopTest, SecondStopWaitsForTheFirstAndLeavesTheNextSessionAlone) {
 
 TEST_F(ArrayStopTest, RetrievalThatStopsLateLeavesTheNextSessionAlone) {
     Make(2);
+    CInstantCameraArray other;
     for (const EGrabStrategy strategy : {GrabStrategy_OneByOne, GrabStrategy_UpcomingImage}) {
         m_array.StartGrabbing(strategy);
         m_array[0].StopGrabbing();
         Gate gate;
         m_array.onStop = [&] {
             m_array.onStop = nullptr;
+            other.StopGrabbing();
             gate.Pass();
         };
         bool isFound = true;
@@ -130,6 +132,27 @@ TEST_F(ArrayStopTest, RetrievalThatStopsLateLeavesTheNextSessionAlone) {
         ExpectAlive();
         m_array.StopGrabbing();
     }
+}
+
+TEST_F(ArrayStopTest, RetrievalDoesNotWaitForAStopThatMayWaitForIt) {
+    Make(2);
+    m_array.StartGrabbing();
+    m_array[0].StopGrabbing();
+    Gate retrieval, stop;
+    m_array.onStop = [&] {
+        m_array.onStop = nullptr;
+        retrieval.Pass();
+    };
+    Task waiter([this] { EXPECT_FALSE(Retrieve()); }); // and finds the stopped camera
+    ASSERT_TRUE(retrieval.WaitForArrival());
+    BeforeStop(1) = [&] { stop.Pass(); };
+    Task stopper([this] { m_array.StopGrabbing(); });
+    ASSERT_TRUE(stop.WaitForArrival());
+    retrieval.Open();
+    EXPECT_TRUE(waiter.Ends());
+    stop.Open();
+    EXPECT_TRUE(stopper.Ends());
+    EXPECT_TRUE(IsStopped());
 }
 
 TEST_F(ArrayStopTest, RetrievalThatFailsLateLeavesTheNextSessionAlone) {
@@ -263,13 +286,29 @@ TEST_F(ArrayStopTest, HandlerInsideAStopMayStop) {
 }
 
 /// All cameras are pulled at once, and each one's handler stops the array.
-class ArrayRemovalTest : public ArrayStopTest, public testing::WithParamInterface<bool> {};
+struct Removal {
+    const char* name;
+    bool isGrabbing;
+    bool hasOverride; // of the locks
+};
+
+class ArrayRemovalTest : public ArrayStopTest, public testing::WithParamInterface<Removal> {
+protected:
+    struct Override final : ILockOverride {
+        void Lock() override { lock.lock(); }
+        void Unlock() override { lock.unlock(); }
+        std::recursive_mutex lock;
+    };
+    Override m_overrides[3];
+};
 
 TEST_P(ArrayRemovalTest, HandlersOfAllCamerasMayStopAtOnce) {
-    const bool isGrabbing = GetParam();
     Make(3);
     std::atomic<int> arrived{0}, stopped{0};
     for (std::size_t i = 0; i < 3; ++i) {
+        if (GetParam().hasOverride) {
+            m_array[i].GetExtensionInterface().SetLockOverride(&m_overrides[i]);
+        }
         Life(i).on["removed"] = [&](CInstantCamera&) { // each holds the lock of its camera, which the others want
             ++arrived;
             Eventually([&] { return arrived == 3; });
@@ -278,7 +317,7 @@ TEST_P(ArrayRemovalTest, HandlersOfAllCamerasMayStopAtOnce) {
         };
     }
     m_array.Open();
-    if (isGrabbing) {
+    if (GetParam().isGrabbing) {
         m_array.StartGrabbing();
     }
     bool isFound = false;
@@ -290,9 +329,14 @@ TEST_P(ArrayRemovalTest, HandlersOfAllCamerasMayStopAtOnce) {
     EXPECT_TRUE(waiter.Ends());
     EXPECT_FALSE(isFound);
     EXPECT_TRUE(IsStopped());
+    m_array.Initialize(0); // before the locks
 }
 
-INSTANTIATE_TEST_SUITE_P(WhileIdleAndWhileGrabbing, ArrayRemovalTest, testing::Bool());
+INSTANTIATE_TEST_SUITE_P(Arrays, ArrayRemovalTest,
+                         testing::Values(Removal{"Idle", false, false}, Removal{"Grabbing", true, false},
+                                         Removal{"IdleWithOtherLocks", false, true},
+                                         Removal{"GrabbingWithOtherLocks", true, true}),
+                         [](const auto& given) { return std::string(given.param.name); });
 
 TEST_F(ArrayStopTest, HandlerMayStopWhileAnotherThreadDoes) {
     Make(2);

@@ -20,8 +20,8 @@ public:
     }
 
     void StopGrabbing() override {
-        if (onStop) {
-            onStop();
+        if (const std::function<void()> step = onStop) { // a copy: it may take itself out
+            step();
         }
         CInstantCameraArray::StopGrabbing();
     }
@@ -31,8 +31,8 @@ public:
     void DestroyInstantCamera(Zelmo::CInstantCamera* camera) override {
         destroyed += std::to_string(camera->GetCameraContext());
         CInstantCameraArray::DestroyInstantCamera(camera);
-        if (onDestroy) {
-            onDestroy();
+        if (const std::function<void()> step = onDestroy) {
+            step();
         }
     }
 
