@@ -15,9 +15,14 @@ namespace Zelmo {
 
 void CInstantCameraArrayImpl::Resize(std::size_t count) {
     Log("Camera %p: Array Resize %lu", static_cast<unsigned long>(count));
-    if (IsGrabbing()) {
-        StopQuietly([this] { m_array.StopGrabbing(); });
-    }
+    StopIfGrabbing();
+    ReplaceCameras(count);
+}
+
+/// Handlers of the cameras that go may call StopGrabbing, on threads of their own, until the last one has gone.
+void CInstantCameraArrayImpl::ReplaceCameras(std::size_t count) {
+    ShutStopsOut();
+    const ScopeGuard letIn([this] { LetStopsIn(); });
     DestroyCameras();
     ScopeGuard undo([this] { DestroyCameras(); });
     for (std::size_t index = 0; index < count; ++index) {
@@ -37,7 +42,8 @@ void CInstantCameraArrayImpl::Resize(std::size_t count) {
 }
 
 void CInstantCameraArrayImpl::LetGo() noexcept {
-    RunGuarded([this] { Resize(0); }, [](const char*) {});
+    StopQuietly([this] { Resize(0); });
+    RunGuarded([this] { ReplaceCameras(0); }, [](const char*) {}); // where the stop has failed
 }
 
 void CInstantCameraArrayImpl::DestroyCameras() noexcept {

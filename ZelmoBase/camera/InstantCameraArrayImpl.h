@@ -93,6 +93,7 @@ private:
     }
     std::size_t ForEachCameraCountTrue(bool (CInstantCamera::*member)() const) const;
 
+    void ReplaceCameras(std::size_t count);
     void DestroyCameras() noexcept;
     void DestroyCamera(CInstantCamera* camera) noexcept;
     void CheckUsable() const;
@@ -118,6 +119,10 @@ private:
     void StopSingleCameras(std::uint32_t lastSession, bool mayWait);
     void EndSession(CArraySession stopping);
     bool HoldsLockOfCamera() const noexcept;
+    bool EnterStop() noexcept;
+    void LeaveStop() noexcept;
+    void ShutStopsOut() noexcept;
+    void LetStopsIn() noexcept;
 
     // retrieval
     void ProcessCameraEvents(CArraySession session);
@@ -139,6 +144,7 @@ private:
 
     CInstantCameraArray& m_array;
     std::vector<CInstantCamera*> m_cameras; // owned, in index order
+    std::atomic<std::uint32_t> m_stops{0};  // calls of StopGrabbing under way, and whether more are let in
 
     std::atomic<CArraySession> m_session{CArraySession{0, ArrayGrabState_Idle}};
     static_assert(std::atomic<CArraySession>::is_always_lock_free);

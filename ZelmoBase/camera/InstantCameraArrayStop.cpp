@@ -21,12 +21,18 @@ thread_local CStopOrder t_stopOrder;
 
 thread_local const CInstantCameraArrayImpl* t_stoppedHere = nullptr; // the array that this thread is just stopping
 
+constexpr std::uint32_t kShutOut = 1U << 31; // in the count of stops: no more are let in
+
 } // namespace
 
 void CInstantCameraArrayImpl::StopGrabbing() {
     const bool isOrdered = t_stopOrder.array == this;
     CArraySession found = isOrdered ? std::exchange(t_stopOrder, CStopOrder()).session : m_session.load();
     Log("Camera %p: Array StopGrabbing");
+    if (!EnterStop()) {
+        return; // the cameras are being destroyed
+    }
+    const ScopeGuard leave([this] { LeaveStop(); });
     // Not where another stop may wait for this thread: for a lock that it has, or in a handler for its retrieval.
     const bool mayWait = !isOrdered && t_stoppedHere != this && !HoldsLockOfCamera();
     const ScopeGuard restore([before = std::exchange(t_stoppedHere, this)] { t_stoppedHere = before; });
@@ -86,9 +92,40 @@ bool CInstantCameraArrayImpl::HoldsLockOfCamera() const noexcept {
     });
 }
 
+bool CInstantCameraArrayImpl::EnterStop() noexcept {
+    if ((m_stops.fetch_add(1) & kShutOut) == 0) {
+        return true;
+    }
+    LeaveStop();
+    return false;
+}
+
+void CInstantCameraArrayImpl::LeaveStop() noexcept {
+    --m_stops;
+    m_stops.notify_all();
+}
+
+/// Returns when none is under way.
+void CInstantCameraArrayImpl::ShutStopsOut() noexcept {
+    m_stops |= kShutOut;
+    for (std::uint32_t found = m_stops; found != kShutOut; found = m_stops) {
+        m_stops.wait(found);
+    }
+}
+
+void CInstantCameraArrayImpl::LetStopsIn() noexcept {
+    m_stops &= ~kShutOut;
+}
+
+/// Also where an override of StopGrabbing does without the base: what comes next takes the cameras.
 void CInstantCameraArrayImpl::StopIfGrabbing() {
-    if (IsGrabbing()) {
-        m_array.StopGrabbing();
+    const CArraySession found = m_session;
+    if (found.state == ArrayGrabState_Idle) {
+        return;
+    }
+    m_array.StopGrabbing();
+    if (found.state == ArrayGrabState_Grabbing && IsStill(found)) {
+        StopGrabbing();
     }
 }
 

@@ -217,6 +217,21 @@ TEST_F(ArrayLifeTest, ResizingStopsAndResultsOutliveTheirCameras) {
     EXPECT_EQ(Life(1).Count("stopped"), 1U);
 }
 
+TEST_F(ArrayLifeTest, ResizingNeedsAStopThatSucceeds) {
+    Make(2);
+    m_array.StartGrabbing();
+    m_array.onStop = [] { throw RUNTIME_EXCEPTION("not now"); };
+    EXPECT_EQ(Failure([&] { m_array.Initialize(1); }), "not now");
+    EXPECT_EQ(m_array.destroyed, "");
+    EXPECT_EQ(Grabbing(), 2U);
+    m_array.onStop = nullptr;
+    m_array.skipsStop = true; // the array does it by itself
+    m_array.Initialize(1);
+    EXPECT_EQ(m_array.destroyed, "10");
+    EXPECT_TRUE(IsStopped());
+    EXPECT_FALSE(Retrieve());
+}
+
 TEST_F(ArrayLifeTest, GrabsFrom341CamerasAndSaysSoForOneMore) {
     constexpr std::size_t most = 341;
     if (!Fakes::AllowDescriptors(16384)) {

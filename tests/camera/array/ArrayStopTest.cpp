@@ -338,6 +338,34 @@ INSTANTIATE_TEST_SUITE_P(Arrays, ArrayRemovalTest,
                                          Removal{"GrabbingWithOtherLocks", true, true}),
                          [](const auto& given) { return std::string(given.param.name); });
 
+TEST_F(ArrayStopTest, HandlersMayStopWhileTheCamerasAreDestroyed) {
+    Make(2);
+    m_array.Open();
+    Gate gate;
+    bool isWalked = false;
+    std::atomic<int> stopped{0};
+    for (std::size_t i = 0; i < 2; ++i) {
+        Life(i).on["removed"] = [&](CInstantCamera&) {
+            m_array.StopGrabbing();
+            ++stopped;
+        };
+    }
+    BeforeStop(1) = [&] { gate.Pass(); };
+    Device(1).Fire();
+    ASSERT_TRUE(gate.WaitForArrival());
+    m_array.onDestroy = [&] {
+        m_array.onDestroy = nullptr;
+        BeforeStop(0) = [&] { isWalked = true; };
+        Device(0).Fire();
+        EXPECT_TRUE(Eventually([&] { return stopped == 2; }));
+    };
+    Task resize([this] { m_array.Initialize(0); });
+    EXPECT_TRUE(resize.IsUnderWay()); // until the first handler is through
+    gate.Open();
+    EXPECT_TRUE(resize.Ends());
+    EXPECT_FALSE(isWalked); // the second one finds nothing to do
+}
+
 TEST_F(ArrayStopTest, HandlerMayStopWhileAnotherThreadDoes) {
     Make(2);
     m_array.StartGrabbing();
@@ -367,6 +395,22 @@ TEST_F(ArrayStopTest, CameraThatFailsToStopLeavesTheArrayIdle) {
     EXPECT_EQ(Failure([&] { m_array.StopGrabbing(); }), "not now"); // of camera 1
     m_array.StopGrabbing();
     EXPECT_TRUE(IsStopped());
+}
+
+TEST_F(ArrayStopTest, DestructorDestroysCamerasThatFailToStop) {
+    Station station("");
+    {
+        struct Array : CInstantCameraArray {
+            CInstantCamera* CreateInstantCamera() override { return new HookedCamera; }
+        } array;
+        array.Initialize(1);
+        array[0].Attach(&station.device, Cleanup_None);
+        array[0].RegisterConfiguration(&station.diary, RegistrationMode_ReplaceAll, Cleanup_None);
+        array.StartGrabbing();
+        static_cast<HookedCamera&>(array[0]).beforeStop = [] { throw RUNTIME_EXCEPTION("not now"); };
+    }
+    EXPECT_EQ(station.diary.Count("stopped"), 1U);
+    EXPECT_EQ(station.device.Callbacks(), 0U);
 }
 
 // Stress

@@ -23,7 +23,9 @@ public:
         if (const std::function<void()> step = onStop) { // a copy: it may take itself out
             step();
         }
-        CInstantCameraArray::StopGrabbing();
+        if (!skipsStop) {
+            CInstantCameraArray::StopGrabbing();
+        }
     }
     Zelmo::CInstantCamera* CreateInstantCamera() override {
         return onCreate ? onCreate() : CInstantCameraArray::CreateInstantCamera();
@@ -38,7 +40,8 @@ public:
 
     std::function<void()> onStop, onDestroy;
     std::function<Zelmo::CInstantCamera*()> onCreate;
-    std::string destroyed; ///< Contexts of the cameras.
+    bool skipsStop = false; ///< The base is not called.
+    std::string destroyed;  ///< Contexts of the cameras.
 };
 
 /// A scripted camera with events, and the diary of the camera object that it is attached to.
