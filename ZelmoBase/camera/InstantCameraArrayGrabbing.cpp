@@ -130,16 +130,22 @@ CInstantCamera* CInstantCameraArrayImpl::TakeTurn(CArraySession session) noexcep
     return nullptr;
 }
 
+/// Stops all where the camera whose turn it is does not grab any more. @return null when the session has ended.
+CInstantCamera* CInstantCameraArrayImpl::GetNextCamera(CArraySession session) {
+    CInstantCamera* const camera = TakeTurn(session);
+    if (camera == nullptr || camera->IsGrabbing()) {
+        return camera;
+    }
+    StopFound(session);
+    return nullptr;
+}
+
 /// Waits for one camera only. Its time-out is no failure; @p endsGrabbing tells.
 CInstantCameraArrayImpl::EOutcome
 CInstantCameraArrayImpl::RetrieveUpcoming(CArraySession session, unsigned int timeoutMs, CGrabResultPtr& result,
                                           ETimeoutHandling handling, bool& endsGrabbing) {
-    CInstantCamera* const camera = TakeTurn(session);
+    CInstantCamera* const camera = GetNextCamera(session);
     if (camera == nullptr) {
-        return EOutcome::None;
-    }
-    if (!camera->IsGrabbing()) {
-        StopFound(session);
         return EOutcome::None;
     }
     try {
@@ -155,12 +161,8 @@ CInstantCameraArrayImpl::RetrieveUpcoming(CArraySession session, unsigned int ti
 CInstantCameraArrayImpl::EOutcome CInstantCameraArrayImpl::RetrieveReady(CArraySession session,
                                                                          CGrabResultPtr& result) {
     for (std::size_t asked = 0; asked < m_cameras.size(); ++asked) {
-        CInstantCamera* const camera = TakeTurn(session);
+        CInstantCamera* const camera = GetNextCamera(session);
         if (camera == nullptr) {
-            return EOutcome::None;
-        }
-        if (!camera->IsGrabbing()) {
-            StopFound(session);
             return EOutcome::None;
         }
         if (camera->RetrieveResult(0, result, TimeoutHandling_Return)) {

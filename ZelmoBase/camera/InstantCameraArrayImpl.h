@@ -127,6 +127,7 @@ private:
     // retrieval
     void ProcessCameraEvents(CArraySession session);
     CInstantCamera* TakeTurn(CArraySession session) noexcept;
+    CInstantCamera* GetNextCamera(CArraySession session);
     EOutcome RetrieveUpcoming(CArraySession session, unsigned int timeoutMs, CGrabResultPtr& result,
                               ETimeoutHandling handling, bool& endsGrabbing);
     EOutcome RetrieveReady(CArraySession session, CGrabResultPtr& result);
