@@ -205,18 +205,6 @@ INSTANTIATE_TEST_SUITE_P(
                             "stop0 closed0 stop1 closed1 destroyed0 destroyed1 "}),
     [](const auto& given) { return std::string(given.param.name); });
 
-TEST_F(ArrayLifeTest, ResizingStopsAndResultsOutliveTheirCameras) {
-    Make(2);
-    m_array.StartGrabbing();
-    Fill({1});
-    EXPECT_EQ(Next(), 1);
-    m_array.Initialize(1);
-    EXPECT_EQ(Logged().substr(0, 36), "StartGrabbing|Resize 1|StopGrabbing|");
-    EXPECT_TRUE(IsStopped());
-    EXPECT_NE(m_result->GetBuffer(), nullptr);
-    EXPECT_EQ(Life(1).Count("stopped"), 1U);
-}
-
 TEST_F(ArrayLifeTest, ResizingNeedsAStopThatSucceeds) {
     Make(2);
     m_array.StartGrabbing();
@@ -230,6 +218,18 @@ TEST_F(ArrayLifeTest, ResizingNeedsAStopThatSucceeds) {
     EXPECT_EQ(m_array.destroyed, "10");
     EXPECT_TRUE(IsStopped());
     EXPECT_FALSE(Retrieve());
+}
+
+TEST_F(ArrayLifeTest, ResizingStopsAndResultsOutliveTheirCameras) {
+    Make(2);
+    m_array.StartGrabbing();
+    Fill({1});
+    EXPECT_EQ(Next(), 1);
+    m_array.Initialize(1);
+    EXPECT_EQ(Logged().substr(0, 36), "StartGrabbing|Resize 1|StopGrabbing|");
+    EXPECT_TRUE(IsStopped());
+    EXPECT_NE(m_result->GetBuffer(), nullptr);
+    EXPECT_EQ(Life(1).Count("stopped"), 1U);
 }
 
 TEST_F(ArrayLifeTest, GrabsFrom341CamerasAndSaysSoForOneMore) {
