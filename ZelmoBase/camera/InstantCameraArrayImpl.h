@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "ZelmoBase/camera/CameraLog.h"
+#include "ZelmoBase/core/Guarded.h"
 #include "ZelmoBase/core/Mutex.h"
 
 #include <zelmo/InstantCameraArray.h>
@@ -12,7 +14,9 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
+#include <utility>
 #include <vector>
 
 namespace Zelmo {
@@ -21,7 +25,7 @@ enum EArrayGrabState : std::uint32_t {
     ArrayGrabState_Idle = 0,
     ArrayGrabState_Grabbing = 1,
     ArrayGrabState_Stopping = 2,
-    ArrayGrabState_StoppingIdle = 3 ///< Idle for everybody else, while cameras are stopped that grab on their own.
+    ArrayGrabState_StoppingIdle = 3 ///< Without a session, while cameras are stopped that grab on their own.
 };
 
 /// The state of an array and the number of the session that it is or was in: who has found a session can tell it from
@@ -33,8 +37,16 @@ struct alignas(std::uint64_t) CArraySession { // one word, so that an atomic of 
     bool operator==(const CArraySession&) const = default;
 };
 
+/// Whose turn it is in a session.
+struct alignas(std::uint64_t) CArrayTurn {
+    std::uint32_t session;
+    std::uint32_t camera; // may be one behind the last
+};
+
 /// The private body of a camera array: its cameras, and the wait for any of them.
-/// Where an operation of the array needs another one, it calls that of the shell, so that an override takes part.
+/// InstantCameraArrayImpl.cpp has the cameras, InstantCameraArrayGrabbing.cpp start and results,
+/// InstantCameraArrayStop.cpp the stop. Where an operation of the array needs StopGrabbing, Close or the operations
+/// that make and destroy cameras, it calls those of the shell, so that an override takes part.
 ///
 /// Owns:    the cameras, the copies of their wait objects.
 /// Threads: as the shell says. Whoever has to wait for a stop waits on m_session.
@@ -54,7 +66,7 @@ public:
     bool IsAttached() const;
     bool IsRemoved() const;
     bool IsOpen() const;
-    bool IsGrabbing() const noexcept { return IsSession(m_session); }
+    bool IsGrabbing() const noexcept { return m_session.load().state != ArrayGrabState_Idle; }
 
     void Open();
     void Close();
@@ -67,47 +79,78 @@ public:
 private:
     enum class EOutcome { None, Result, Timeout };
 
+    template <class... Args>
+    void Log(const char* format, const Args&... args) const noexcept {
+        hxlog::LogTrace(CameraLogCategory(), hxlog::LogLevel_Notice, format, static_cast<const void*>(&m_array),
+                        args...);
+    }
+    /// @p call is a member function or takes a camera. What it throws ends the walk.
     template <typename Call>
-    void ForEachCameraCall(Call&& call);
+    void ForEachCameraCall(Call&& call) {
+        for (CInstantCamera* const camera : m_cameras) {
+            std::invoke(call, *camera);
+        }
+    }
     std::size_t ForEachCameraCountTrue(bool (CInstantCamera::*member)() const) const;
 
+    void ReplaceCameras(std::size_t count);
     void DestroyCameras() noexcept;
     void DestroyCamera(CInstantCamera* camera) noexcept;
     void CheckUsable() const;
-    void StopIfGrabbing();
 
-    // the session
-    static bool IsSession(CArraySession found) noexcept {
-        return found.state == ArrayGrabState_Grabbing || found.state == ArrayGrabState_Stopping;
-    }
+    // start
     void BeginSession(std::uint32_t session);
     void PrepareTimer(std::uint32_t session);
     std::unique_ptr<WaitObjects> MakeWaitSet();
+
+    // stop
+    static bool IsSession(CArraySession found) noexcept {
+        return found.state == ArrayGrabState_Grabbing || found.state == ArrayGrabState_Stopping;
+    }
     bool IsStill(CArraySession session) const noexcept { return m_session.load() == session; }
+    void StopIfGrabbing();
     void StopFound(CArraySession session);
-    void StopQuietly() noexcept;
+    /// What @p stop throws is logged.
+    template <typename Stop>
+    static void StopQuietly(Stop&& stop) noexcept {
+        RunLogged(CameraLogCategory(), "Exception caught while calling StopGrabbing, msg='%s'",
+                  "Unknown exception caught while calling StopGrabbing.", std::forward<Stop>(stop));
+    }
     void StopSingleCameras(std::uint32_t lastSession, bool mayWait);
     void EndSession(CArraySession stopping);
     bool HoldsLockOfCamera() const noexcept;
+    bool EnterStop() noexcept;
+    void LeaveStop() noexcept;
+    void ShutStopsOut() noexcept;
+    void LetStopsIn() noexcept;
 
     // retrieval
     void ProcessCameraEvents(CArraySession session);
-    CInstantCamera& TakeTurn() noexcept;
+    CInstantCamera* TakeTurn(CArraySession session) noexcept;
+    CInstantCamera* GetNextCamera(CArraySession session);
     EOutcome RetrieveUpcoming(CArraySession session, unsigned int timeoutMs, CGrabResultPtr& result,
                               ETimeoutHandling handling, bool& endsGrabbing);
     EOutcome RetrieveReady(CArraySession session, CGrabResultPtr& result);
     EOutcome AwaitResult(CArraySession session, unsigned int timeoutMs, CGrabResultPtr& result);
     bool WaitForCamera(CArraySession session, std::size_t& position);
+    bool IsNextStill(std::size_t position);
+    /// A waiter of an earlier session, slow to leave, does not touch what belongs to that of the present one.
     template <typename Use>
-    void UseTimer(std::uint32_t session, Use&& use);
+    void UseTimer(std::uint32_t session, Use&& use) {
+        const CLockGuard lock(m_timerLock);
+        if (m_timerSession == session) {
+            use(m_timer);
+        }
+    }
 
     CInstantCameraArray& m_array;
     std::vector<CInstantCamera*> m_cameras; // owned, in index order
+    std::atomic<std::uint32_t> m_stops{0};  // calls of StopGrabbing under way, and whether more are let in
 
     std::atomic<CArraySession> m_session{CArraySession{0, ArrayGrabState_Idle}};
     static_assert(std::atomic<CArraySession>::is_always_lock_free);
-    std::atomic<std::uint64_t> m_nextCamera{0}; // whose turn it is; may be one behind the last
-    std::atomic<bool> m_isUpcoming{false};      // by the strategy
+    std::atomic<CArrayTurn> m_turn{CArrayTurn{0, 0}};
+    std::atomic<bool> m_isUpcoming{false}; // by the strategy; whose turn it is tells of which session
 
     GenICam::CLock m_lock;
     /// With N cameras: N stop objects, N result objects, N event objects, the timer. Null without a session.

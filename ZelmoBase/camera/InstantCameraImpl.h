@@ -118,6 +118,7 @@ public:
 
     CAcquireContinuousConfiguration& GetDefaultConfiguration() noexcept { return m_defaultConfiguration; }
     GenApi::CLock& GetLock() const noexcept { return m_cameraLock.GetLock(); }
+    CCameraLock& GetCameraLock() const noexcept { return m_cameraLock; } ///< What the operations take.
 
 private:
     /// Why a device is open.
@@ -224,5 +225,10 @@ private:
     CDeviceRemovalForwarder m_removal;
     std::vector<std::shared_ptr<CGrabLoopThread>> m_loops ZELMO_GUARDED_BY(m_cameraLock); // the youngest last
 };
+
+/// For those that serve several cameras: what the operations of @p camera take, be it an override.
+inline CCameraLock& GetCameraLock(CInstantCamera& camera) noexcept {
+    return static_cast<CInstantCamera::CInstantCameraImpl&>(camera.GetExtensionInterface()).GetCameraLock();
+}
 
 } // namespace Zelmo

@@ -101,6 +101,24 @@ TEST_F(ArrayGrabbingTest, TimeRunsOutWhileEventsStorm) {
     EXPECT_EQ(Next(), 1); // results go before events
 }
 
+TEST_F(ArrayGrabbingTest, EventsThatNobodyFetchesTakeNoWholeCore) {
+    struct CountingCamera : CInstantCamera {
+        bool RetrieveResult(unsigned ms, CGrabResultPtr& result, ETimeoutHandling handling) override {
+            ++calls;
+            return CInstantCamera::RetrieveResult(ms, result, handling);
+        }
+        unsigned calls = 0;
+    };
+    m_array.onCreate = [] { return new CountingCamera; };
+    Make(1);
+    Events(0).Put(1);
+    m_array.StartGrabbing();
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_FALSE(Retrieve(100));
+    const std::chrono::duration<double, std::milli> took = std::chrono::steady_clock::now() - begin;
+    EXPECT_LE(static_cast<CountingCamera&>(m_array[0]).calls, took.count() + 2); // one a millisecond
+}
+
 // Events
 
 TEST_F(ArrayGrabbingTest, EventsOfAllCamerasComeBeforeImagesAndEndNoWait) {
@@ -129,11 +147,30 @@ TEST_F(ArrayGrabbingTest, HandlerOfAnEventMayStop) {
     Make(2);
     m_array[0].GrabCameraEvents.SetValue(true);
     const auto handler = OnEvent(m_array[0], "EventValue", [this] { m_array.StopGrabbing(); });
+    for (const unsigned ms : {kPatience, 0U}) {
+        m_array.StartGrabbing();
+        Fill({0, 1});
+        Events(0).Put(1);
+        EXPECT_FALSE(m_array.RetrieveResult(ms, m_result)); // no time-out: nobody grabs any more
+        EXPECT_TRUE(IsStopped());
+    }
+}
+
+TEST_F(ArrayGrabbingTest, RetrievalWhoseSessionIsOverTakesNoTurnOfTheNextOne) {
+    Make(2);
+    m_array[0].GrabCameraEvents.SetValue(true);
+    const auto handler = OnEvent(m_array[0], "EventValue", [this] {
+        m_array.StopGrabbing();
+        m_array.StartGrabbing(GrabStrategy_UpcomingImage);
+    });
     m_array.StartGrabbing();
-    Fill({0, 1});
     Events(0).Put(1);
     EXPECT_FALSE(Retrieve());
-    EXPECT_TRUE(IsStopped());
+    std::jthread sender([this] {
+        EXPECT_TRUE(Device(0).Grabber().WaitForQueued(1));
+        Device(0).Grabber().Deliver();
+    });
+    EXPECT_EQ(Next(), 0);
 }
 
 // A camera ends

@@ -206,6 +206,21 @@ INSTANTIATE_TEST_SUITE_P(
                             "stop0 closed0 stop1 closed1 destroyed0 destroyed1 "}),
     [](const auto& given) { return std::string(given.param.name); });
 
+TEST_F(ArrayLifeTest, ResizingNeedsAStopThatSucceeds) {
+    Make(2);
+    m_array.StartGrabbing();
+    m_array.onStop = [] { throw RUNTIME_EXCEPTION("not now"); };
+    EXPECT_EQ(Failure([&] { m_array.Initialize(1); }), "not now");
+    EXPECT_EQ(m_array.destroyed, "");
+    EXPECT_EQ(Grabbing(), 2U);
+    m_array.onStop = nullptr;
+    m_array.skipsStop = true; // the array does it by itself
+    m_array.Initialize(1);
+    EXPECT_EQ(m_array.destroyed, "10");
+    EXPECT_TRUE(IsStopped());
+    EXPECT_FALSE(Retrieve());
+}
+
 TEST_F(ArrayLifeTest, ResizingStopsAndResultsOutliveTheirCameras) {
     Make(2);
     m_array.StartGrabbing();

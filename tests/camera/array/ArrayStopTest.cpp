@@ -82,8 +82,9 @@ TEST_F(ArrayStopTest, ThreadThatWaitsReturnsWithoutAResult) {
 TEST_F(ArrayStopTest, IdleArrayStopsCamerasThatGrabOnTheirOwn) {
     Make(2);
     m_array[1].StartGrabbing();
+    BeforeStop(1) = [this] { EXPECT_TRUE(m_array.IsGrabbing()); }; // as in any stop
     m_array.StopGrabbing();
-    EXPECT_EQ(Grabbing(), 0U);
+    EXPECT_TRUE(IsStopped());
     EXPECT_EQ(Logged(), "StopGrabbing|");
 }
 
@@ -110,12 +111,14 @@ TEST_F(ArrayStopTest, SecondStopWaitsForTheFirstAndLeavesTheNextSessionAlone) {
 
 TEST_F(ArrayStopTest, RetrievalThatStopsLateLeavesTheNextSessionAlone) {
     Make(2);
+    CInstantCameraArray other;
     for (const EGrabStrategy strategy : {GrabStrategy_OneByOne, GrabStrategy_UpcomingImage}) {
         m_array.StartGrabbing(strategy);
         m_array[0].StopGrabbing();
         Gate gate;
         m_array.onStop = [&] {
             m_array.onStop = nullptr;
+            other.StopGrabbing();
             gate.Pass();
         };
         bool isFound = true;
@@ -129,6 +132,27 @@ TEST_F(ArrayStopTest, RetrievalThatStopsLateLeavesTheNextSessionAlone) {
         ExpectAlive();
         m_array.StopGrabbing();
     }
+}
+
+TEST_F(ArrayStopTest, RetrievalDoesNotWaitForAStopThatMayWaitForIt) {
+    Make(2);
+    m_array.StartGrabbing();
+    m_array[0].StopGrabbing();
+    Gate retrieval, stop;
+    m_array.onStop = [&] {
+        m_array.onStop = nullptr;
+        retrieval.Pass();
+    };
+    Task waiter([this] { EXPECT_FALSE(Retrieve()); }); // and finds the stopped camera
+    ASSERT_TRUE(retrieval.WaitForArrival());
+    BeforeStop(1) = [&] { stop.Pass(); };
+    Task stopper([this] { m_array.StopGrabbing(); });
+    ASSERT_TRUE(stop.WaitForArrival());
+    retrieval.Open();
+    EXPECT_TRUE(waiter.Ends());
+    stop.Open();
+    EXPECT_TRUE(stopper.Ends());
+    EXPECT_TRUE(IsStopped());
 }
 
 TEST_F(ArrayStopTest, RetrievalThatFailsLateLeavesTheNextSessionAlone) {
@@ -190,17 +214,20 @@ TEST_F(ArrayStopTest, StopDuringAStartIsFoundAtItsEndOrByTheNextRetrieval) {
 TEST_F(ArrayStopTest, StartEndsBehindAStopThatFoundNoSession) {
     Make(2);
     m_array.Open();
-    Gate gate;
-    BeforeStop(1) = [&] { gate.Pass(); };
-    Task stop([this] { m_array.StopGrabbing(); });
-    ASSERT_TRUE(gate.WaitForArrival());
-    EXPECT_FALSE(m_array.IsGrabbing());
-    Task start([this] { m_array.StartGrabbing(); });
-    EXPECT_TRUE(start.IsUnderWay());
-    gate.Open();
-    EXPECT_TRUE(stop.Ends());
-    EXPECT_TRUE(start.Ends());
-    EXPECT_EQ(Grabbing(), 1U);
+    Gate start, stop;
+    Life(1).on["started"] = [&](CInstantCamera&) { start.Pass(); };
+    Task starter([this] { m_array.StartGrabbing(); });
+    ASSERT_TRUE(start.WaitForArrival());
+    BeforeStop(0) = [&] { stop.Pass(); };
+    Task stopper([this] { m_array.StopGrabbing(); });
+    ASSERT_TRUE(stop.WaitForArrival());
+    start.Open();
+    EXPECT_TRUE(starter.IsUnderWay());
+    EXPECT_EQ(Failure([&] { m_array.StartGrabbing(); }), "Grabbing has already been started.");
+    stop.Open();
+    EXPECT_TRUE(stopper.Ends());
+    EXPECT_TRUE(starter.Ends());
+    EXPECT_EQ(Grabbing(), 0U);
     EXPECT_FALSE(Retrieve());
     EXPECT_TRUE(IsStopped());
 }
@@ -259,13 +286,29 @@ TEST_F(ArrayStopTest, HandlerInsideAStopMayStop) {
 }
 
 /// All cameras are pulled at once, and each one's handler stops the array.
-class ArrayRemovalTest : public ArrayStopTest, public testing::WithParamInterface<bool> {};
+struct Removal {
+    const char* name;
+    bool isGrabbing;
+    bool hasOverride; // of the locks
+};
+
+class ArrayRemovalTest : public ArrayStopTest, public testing::WithParamInterface<Removal> {
+protected:
+    struct Override final : ILockOverride {
+        void Lock() override { lock.lock(); }
+        void Unlock() override { lock.unlock(); }
+        std::recursive_mutex lock;
+    };
+    Override m_overrides[3];
+};
 
 TEST_P(ArrayRemovalTest, HandlersOfAllCamerasMayStopAtOnce) {
-    const bool isGrabbing = GetParam();
     Make(3);
     std::atomic<int> arrived{0}, stopped{0};
     for (std::size_t i = 0; i < 3; ++i) {
+        if (GetParam().hasOverride) {
+            m_array[i].GetExtensionInterface().SetLockOverride(&m_overrides[i]);
+        }
         Life(i).on["removed"] = [&](CInstantCamera&) { // each holds the lock of its camera, which the others want
             ++arrived;
             Eventually([&] { return arrived == 3; });
@@ -274,7 +317,7 @@ TEST_P(ArrayRemovalTest, HandlersOfAllCamerasMayStopAtOnce) {
         };
     }
     m_array.Open();
-    if (isGrabbing) {
+    if (GetParam().isGrabbing) {
         m_array.StartGrabbing();
     }
     bool isFound = false;
@@ -286,9 +329,42 @@ TEST_P(ArrayRemovalTest, HandlersOfAllCamerasMayStopAtOnce) {
     EXPECT_TRUE(waiter.Ends());
     EXPECT_FALSE(isFound);
     EXPECT_TRUE(IsStopped());
+    m_array.Initialize(0); // before the locks
 }
 
-INSTANTIATE_TEST_SUITE_P(WhileIdleAndWhileGrabbing, ArrayRemovalTest, testing::Bool());
+INSTANTIATE_TEST_SUITE_P(Arrays, ArrayRemovalTest,
+                         testing::Values(Removal{"Idle", false, false}, Removal{"Grabbing", true, false},
+                                         Removal{"IdleWithOtherLocks", false, true},
+                                         Removal{"GrabbingWithOtherLocks", true, true}),
+                         [](const auto& given) { return std::string(given.param.name); });
+
+TEST_F(ArrayStopTest, HandlersMayStopWhileTheCamerasAreDestroyed) {
+    Make(2);
+    m_array.Open();
+    Gate gate;
+    bool isWalked = false;
+    std::atomic<int> stopped{0};
+    for (std::size_t i = 0; i < 2; ++i) {
+        Life(i).on["removed"] = [&](CInstantCamera&) {
+            m_array.StopGrabbing();
+            ++stopped;
+        };
+    }
+    BeforeStop(1) = [&] { gate.Pass(); };
+    Device(1).Fire();
+    ASSERT_TRUE(gate.WaitForArrival());
+    m_array.onDestroy = [&] {
+        m_array.onDestroy = nullptr;
+        BeforeStop(0) = [&] { isWalked = true; };
+        Device(0).Fire();
+        EXPECT_TRUE(Eventually([&] { return stopped == 2; }));
+    };
+    Task resize([this] { m_array.Initialize(0); });
+    EXPECT_TRUE(resize.IsUnderWay()); // until the first handler is through
+    gate.Open();
+    EXPECT_TRUE(resize.Ends());
+    EXPECT_FALSE(isWalked); // the second one finds nothing to do
+}
 
 TEST_F(ArrayStopTest, HandlerMayStopWhileAnotherThreadDoes) {
     Make(2);
@@ -319,6 +395,22 @@ TEST_F(ArrayStopTest, CameraThatFailsToStopLeavesTheArrayIdle) {
     EXPECT_EQ(Failure([&] { m_array.StopGrabbing(); }), "not now"); // of camera 1
     m_array.StopGrabbing();
     EXPECT_TRUE(IsStopped());
+}
+
+TEST_F(ArrayStopTest, DestructorDestroysCamerasThatFailToStop) {
+    Station station("");
+    {
+        struct Array : CInstantCameraArray {
+            CInstantCamera* CreateInstantCamera() override { return new HookedCamera; }
+        } array;
+        array.Initialize(1);
+        array[0].Attach(&station.device, Cleanup_None);
+        array[0].RegisterConfiguration(&station.diary, RegistrationMode_ReplaceAll, Cleanup_None);
+        array.StartGrabbing();
+        static_cast<HookedCamera&>(array[0]).beforeStop = [] { throw RUNTIME_EXCEPTION("not now"); };
+    }
+    EXPECT_EQ(station.diary.Count("stopped"), 1U);
+    EXPECT_EQ(station.device.Callbacks(), 0U);
 }
 
 // Stress

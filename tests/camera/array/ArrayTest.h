@@ -20,10 +20,12 @@ public:
     }
 
     void StopGrabbing() override {
-        if (onStop) {
-            onStop();
+        if (const std::function<void()> step = onStop) { // a copy: it may take itself out
+            step();
         }
-        CInstantCameraArray::StopGrabbing();
+        if (!skipsStop) {
+            CInstantCameraArray::StopGrabbing();
+        }
     }
     Zelmo::CInstantCamera* CreateInstantCamera() override {
         return onCreate ? onCreate() : CInstantCameraArray::CreateInstantCamera();
@@ -31,14 +33,15 @@ public:
     void DestroyInstantCamera(Zelmo::CInstantCamera* camera) override {
         destroyed += std::to_string(camera->GetCameraContext());
         CInstantCameraArray::DestroyInstantCamera(camera);
-        if (onDestroy) {
-            onDestroy();
+        if (const std::function<void()> step = onDestroy) {
+            step();
         }
     }
 
     std::function<void()> onStop, onDestroy;
     std::function<Zelmo::CInstantCamera*()> onCreate;
-    std::string destroyed; ///< Contexts of the cameras.
+    bool skipsStop = false; ///< The base is not called.
+    std::string destroyed;  ///< Contexts of the cameras.
 };
 
 /// A scripted camera with events, and the diary of the camera object that it is attached to.
