@@ -41,14 +41,6 @@ std::vector<std::string> Texts(const StringList_t& list) {
     return {list.begin(), list.end()};
 }
 
-std::string Repeated(const std::string& text, int times) {
-    std::string result;
-    for (int i = 0; i < times; ++i) {
-        result += text;
-    }
-    return result;
-}
-
 TEST_F(BindingRules, DeviceThatNoneMatchesDownloads) {
     Add(RuleDocument(Rule("<Name>other</Name><Download>no</Download>")));
     for (const CDeviceInfo& device : {Device(), Device("other", "OtherClass"), CDeviceInfo()}) {

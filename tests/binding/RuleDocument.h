@@ -5,8 +5,16 @@
 
 #include <string>
 
-/// What tests of binding rules share: rule documents and devices.
+/// What tests of binding rules and settings share: documents and devices.
 namespace Binding {
+
+inline std::string Repeated(const std::string& text, int times) {
+    std::string result;
+    for (int i = 0; i < times; ++i) {
+        result += text;
+    }
+    return result;
+}
 
 /// Of the class "TestClass".
 inline std::string RuleDocument(const std::string& rules, const std::string& type = "custom") {

@@ -2,6 +2,7 @@
 #include <zelmo/Log.h>
 #include <zelmo/ZelmoSettings.h>
 
+#include "RuleDocument.h"
 #include "fakes/LogRecorder.h"
 
 #include <Base/GCException.h>
@@ -16,6 +17,7 @@
 #include <thread>
 #include <vector>
 
+using Binding::Repeated;
 using Zelmo::CZelmoSettings;
 using Zelmo::String_t;
 
@@ -167,14 +169,6 @@ TEST_P(BrokenSettingsFile, FailsTheUpdateAndNamesFileAndCause) {
         "Cannot read settings file " + file + ": CXmlNode::LoadFromFile " + file + " failed, Error=";
     EXPECT_EQ(LoggedFailure().substr(0, expected.size()), expected);
     EXPECT_EQ(Setting("key"), "kept");
-}
-
-std::string Repeated(const std::string& text, int times) {
-    std::string result;
-    for (int i = 0; i < times; ++i) {
-        result += text;
-    }
-    return result;
 }
 
 INSTANTIATE_TEST_SUITE_P(All, BrokenSettingsFile,

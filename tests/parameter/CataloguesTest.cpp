@@ -204,24 +204,15 @@ INSTANTIATE_TEST_SUITE_P(All, CataloguesTest, testing::ValuesIn(kExpected),
                          [](const auto& one) { return std::string(one.param.space).substr(7); });
 
 TEST(CatalogueListTest, HasNineCataloguesWhoseEnumerationsAreTypesOfTheirOwn) {
-    std::size_t parameters = 0;
-    std::size_t enumerations = 0;
-    std::size_t entries = 0;
     std::map<std::string, std::set<std::vector<std::pair<std::string, int>>>> tables;
     for (const CatalogueUnderTest* one : CatalogueUnderTest::All()) {
         const VisitedCatalogue catalogue = one->make();
-        parameters += catalogue.rows.size();
         for (const CatalogueRow& row : catalogue.rows) {
-            enumerations += row.kind == "Enum" ? 1 : 0;
-            entries += row.enumeration.table.size();
             tables[row.name].insert(row.enumeration.table);
         }
         catalogue.destroy();
     }
     EXPECT_EQ(CatalogueUnderTest::All().size(), std::size(kExpected));
-    EXPECT_EQ(parameters, 1009U);
-    EXPECT_EQ(enumerations, 238U);
-    EXPECT_EQ(entries, 1624U);
     std::vector<std::string> different;
     for (const auto& [name, kinds] : tables) {
         if (kinds.size() > 1 && kinds.count({}) == 0) { // with an empty one, it is a plain number elsewhere

@@ -22,10 +22,6 @@ tool::Json CheckNamed(const tool::Json& document, const std::string& name) {
     return {{"verdict", ""}, {"detail", ""}};
 }
 
-ToolResult Examine(const std::string& pluginPath, const std::vector<std::string>& arguments = {"doctor", "--json"}) {
-    return RunTool(arguments, WithEnvironment({{"ZELMO_TL_PATH", pluginPath}}));
-}
-
 TEST(DoctorTest, GivesAVerdictOnEachPartOfTheHost) {
     const ToolResult result = RunTool({"doctor", "--json"});
     EXPECT_EQ(result.exitCode, 0);
@@ -97,58 +93,43 @@ TEST(DoctorTest, DeviceFilterOffItsGrammarIsTold) {
     EXPECT_THAT(RunTool({"list"}, environment).err, HasSubstr("'nonsense' is no condition KEY=VALUE"));
 }
 
-TEST(DoctorTest, PluginThatIsNoLibraryIsNamedWithItsCause) {
-    TemporaryFolder folder;
-    std::ofstream(folder / "libzelmo_TL_text.so") << "no library\n";
-    const ToolResult result = Examine(folder.Path().string() + ":" + PRODUCT_PLUGINS);
-    EXPECT_EQ(result.exitCode, 8);
-    const tool::Json broken = CheckNamed(result.Document(), "libzelmo_TL_text.so");
-    EXPECT_EQ(broken["verdict"], "problem");
-    EXPECT_THAT(broken["detail"].get<std::string>(),
-                testing::AnyOf(HasSubstr("invalid ELF header"), HasSubstr("too short")));
-    EXPECT_EQ(CheckNamed(result.Document(), "HarlixCamEmu")["verdict"], "ok") << "the others go on working";
-}
+struct BadPlugin {
+    std::string folder;
+    const char* check;
+    const char* told;     // a regular expression
+    const char* toOthers; // what another verb says of it
+    int exitCode = 3;     // of that one
+};
 
-TEST(DoctorTest, PluginThatWasCopiedByHalfIsNamed) {
-    TemporaryFolder folder;
-    const auto file = folder / "libzelmo_TL_half.so";
-    std::filesystem::copy_file(TEST_PLUGINS "/faulty/libzelmo_TL_faulty.so", file);
-    std::filesystem::resize_file(file, std::filesystem::file_size(file) / 2);
-    const ToolResult result = Examine(folder.Path());
-    EXPECT_EQ(result.exitCode, 8);
-    EXPECT_THAT(CheckNamed(result.Document(), "libzelmo_TL_half.so")["detail"].get<std::string>(),
-                HasSubstr("the file is cut short"));
-}
-
-TEST(DoctorTest, PluginWithoutAnExportIsNamed) {
-    const ToolResult result = Examine(TEST_PLUGINS "/incomplete", {"doctor", "--json", "-q"});
-    EXPECT_EQ(result.exitCode, 8);
-    EXPECT_THAT(CheckNamed(result.Document(), "libzelmo_TL_incomplete.so")["detail"].get<std::string>(),
-                HasSubstr("exports"));
-}
-
-TEST(DoctorTest, DeviceWithoutAClassIsToldOfItsPlugin) {
-    const auto settings =
-        WithEnvironment({{"ZELMO_TL_PATH", TEST_PLUGINS "/faulty"}, {"ZELMO_TEST_FAULT", "No device class"}});
-    const ToolResult result = RunTool({"doctor", "--json"}, settings);
-    EXPECT_EQ(result.exitCode, 8);
-    EXPECT_THAT(CheckNamed(result.Document(), "Fake/FakeFaulty")["detail"].get<std::string>(), HasSubstr("'lost'"));
-    EXPECT_THAT(RunTool({"features"}, settings).err, HasSubstr("no device class"));
-}
-
-TEST(DoctorTest, FolderWithoutPluginsIsAProblemWithARemedy) {
-    TemporaryFolder folder;
-    const ToolResult result = Examine(folder.Path());
-    EXPECT_EQ(result.exitCode, 8);
-    EXPECT_THAT(CheckNamed(result.Document(), "plug-in path")["remedy"].get<std::string>(), HasSubstr("ZELMO_TL_PATH"));
-}
-
-TEST(DoctorTest, BrokenPluginIsMentionedWhereNoCameraIsFound) {
-    TemporaryFolder folder;
-    std::ofstream(folder / "libzelmo_TL_text.so") << "no library\n";
-    const ToolResult result = Examine(folder.Path(), {"info"});
-    EXPECT_EQ(result.exitCode, 3);
-    EXPECT_THAT(result.err, HasSubstr("libzelmo_TL_text.so cannot be used"));
+TEST(DoctorTest, BadPluginIsNamedWithItsCauseAndTheOthersGoOnWorking) {
+    const TemporaryFolder text, half, empty;
+    std::ofstream(text / "libzelmo_TL_text.so") << "no library\n";
+    const auto cut = half / "libzelmo_TL_half.so";
+    std::filesystem::copy_file(TEST_PLUGINS "/faulty/libzelmo_TL_faulty.so", cut);
+    std::filesystem::resize_file(cut, std::filesystem::file_size(cut) / 2);
+    for (const auto& [folder, check, told, toOthers, exitCode] :
+         {BadPlugin{text.Path(), "libzelmo_TL_text.so", "invalid ELF header|too short",
+                    "libzelmo_TL_text.so cannot be used"},
+          BadPlugin{half.Path(), "libzelmo_TL_half.so", "the file is cut short", "libzelmo_TL_half.so"},
+          BadPlugin{TEST_PLUGINS "/incomplete", "libzelmo_TL_incomplete.so", "exports", "libzelmo_TL_incomplete.so"},
+          BadPlugin{TEST_PLUGINS "/faulty", "Fake/FakeFaulty", "'lost'", "no device class", 1},
+          BadPlugin{empty.Path(), "plug-in path", "ZELMO_TL_PATH", "No camera"}}) {
+        SCOPED_TRACE(check);
+        const auto run = [&](const std::vector<std::string>& words, const std::string& others) {
+            return RunTool(
+                words, WithEnvironment({{"ZELMO_TL_PATH", folder + others}, {"ZELMO_TEST_FAULT", "No device class"}}));
+        };
+        const ToolResult alone = run({"doctor", "--json", "-q"}, "");
+        EXPECT_EQ(alone.exitCode, 8);
+        const tool::Json bad = CheckNamed(alone.Document(), check);
+        EXPECT_EQ(bad["verdict"], "problem");
+        EXPECT_THAT(bad.value("detail", "") + bad.value("remedy", ""), testing::ContainsRegex(told));
+        EXPECT_EQ(CheckNamed(run({"doctor", "--json"}, ":" PRODUCT_PLUGINS).Document(), "HarlixCamEmu")["verdict"],
+                  "ok");
+        const ToolResult other = run({"features"}, "");
+        EXPECT_EQ(other.exitCode, exitCode);
+        EXPECT_THAT(other.err, HasSubstr(toOthers));
+    }
 }
 
 TEST(DoctorTest, CacheFolderThatCannotBeWrittenIsAWarning) {
