@@ -49,7 +49,8 @@ void CChunkResultNodes::Bind(GenApi::INodeMap& nodeMap) {
     m_width = nodeMap.GetNode("ChunkWidth");
     m_height = nodeMap.GetNode("ChunkHeight");
     m_pixelFormat = nodeMap.GetNode("ChunkPixelFormat");
-    m_pixelTypes.SetPixelFormatEnumNode(m_pixelFormat);
+    m_pixelTypes.SetPixelFormatEnumNode(m_pixelFormat.IsValid() ? static_cast<GenApi::IEnumeration*>(m_pixelFormat)
+                                                                : nullptr); // which the conversion refuses
     m_isReady = true;
 }
 

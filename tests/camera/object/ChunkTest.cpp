@@ -137,6 +137,7 @@ TEST_P(ChunkGeometryTest, IsCorrectedByWhatCanBeRead) {
 INSTANTIATE_TEST_SUITE_P(
     All, ChunkGeometryTest,
     testing::Values(
+        GeometryCase{"nothing of the geometry", {}, "", {0, 0, 64, 16, 0}, PixelType_Mono8},
         GeometryCase{"nothing but a format", {}, "Mono16", {0, 0, 64, 16, 0}, PixelType_Mono16},
         GeometryCase{"one datum", {{"ChunkHeight", "<Value>7</Value>"}}, "Mono8", {0, 0, 64, 7, 0}, PixelType_Mono8},
         GeometryCase{"not readable",

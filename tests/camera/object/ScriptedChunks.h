@@ -19,8 +19,9 @@ struct ChunkScript {
         {"ChunkOffsetX", "<Value>3</Value>"}, {"ChunkOffsetY", "<Value>4</Value>"},
         {"ChunkWidth", "<Value>10</Value>"},  {"ChunkHeight", "<Value>5</Value>"},
         {"ChunkStride", "<Value>12</Value>"}, {"ChunkTimestamp", "<Value>99</Value>"}};
-    std::string more;               ///< Other nodes.
-    std::string formats = "Mono8";  ///< The name of the entry 700 of ChunkPixelFormat, which is set.
+    std::string more; ///< Other nodes.
+    std::string formats =
+        "Mono8"; ///< The name of the entry 700 of ChunkPixelFormat, which is set; empty: no such node.
     std::function<void()> onAttach; ///< May throw.
     bool failsToEnd = false;        ///< Destroy throws, when all is done.
     std::atomic<int> made{0}, alive{0}, attached{0};
@@ -65,10 +66,12 @@ private:
         for (const auto& [name, elements] : script.nodes) {
             nodes += tests::Node("Integer", name, available + elements);
         }
-        return tests::MakeMap(nodes + script.more +
-                              tests::Node("Enumeration", "ChunkPixelFormat",
-                                          available + tests::Node("EnumEntry", script.formats, "<Value>700</Value>") +
-                                              "<Value>700</Value>"));
+        if (!script.formats.empty()) {
+            nodes += tests::Node("Enumeration", "ChunkPixelFormat",
+                                 available + tests::Node("EnumEntry", script.formats, "<Value>700</Value>") +
+                                     "<Value>700</Value>");
+        }
+        return tests::MakeMap(nodes + script.more);
     }
     void SetAttached(bool isAttached) {
         m_script.attached += static_cast<int>(isAttached) - static_cast<int>(m_isAttached);
