@@ -3,6 +3,7 @@
 // The factory with plug-ins: enumeration, making devices, and the life of transport layers.
 
 #include "PluginTest.h"
+#include "fakes/MappedPlugins.h"
 #include <zelmo/Lifecycle.h>
 #include <zelmo/TlFactory.h>
 
@@ -12,7 +13,6 @@
 #include <csignal>
 #include <cstdlib>
 #include <exception>
-#include <fstream>
 #include <memory>
 #include <string>
 #include <thread>
@@ -218,24 +218,12 @@ TEST_F(TlFactoryTest, OfTwoPluginsWithTheSameEntryTheFirstOneIsAskedAndTheOtherI
               1u);
 }
 
-/// The plug-in files of which something is mapped into this process.
-std::vector<std::string> MappedPlugins() {
-    std::vector<std::string> lines;
-    std::ifstream maps("/proc/self/maps");
-    for (std::string line; std::getline(maps, line);) {
-        if (line.find("libzelmo_TL_") != std::string::npos) {
-            lines.push_back(line);
-        }
-    }
-    return lines;
-}
-
 TEST_F(TlFactoryTest, NothingOfAPluginIsLeftAfterTheLastTerminationAndWhatItGaveStaysUsable) {
     setenv("ZELMO_CAMEMU", "1", 1);
     Start({"good", "faulty", "minimal", "scripted", "../lib"});
     DeviceInfoList devices;
     EXPECT_GE(Factory().EnumerateDevices(devices), 5);
-    EXPECT_THAT(MappedPlugins(), testing::SizeIs(testing::Ge(5u)));
+    EXPECT_THAT(Fakes::MappedPlugins(), testing::SizeIs(testing::Ge(5u)));
     std::vector<std::unique_ptr<CTlInfo>> infos;
     std::exception_ptr failure;
     for (const CDeviceInfo& device : devices) {
@@ -251,7 +239,7 @@ TEST_F(TlFactoryTest, NothingOfAPluginIsLeftAfterTheLastTerminationAndWhatItGave
         failure = std::current_exception();
     }
     m_library.reset();
-    EXPECT_THAT(MappedPlugins(), IsEmpty());
+    EXPECT_THAT(Fakes::MappedPlugins(), IsEmpty());
     for (const auto& info : infos) {
         EXPECT_TRUE(info->IsSubset(CTlInfo()));
     }

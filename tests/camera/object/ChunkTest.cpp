@@ -297,66 +297,6 @@ TEST_F(ChunkTest, StartWithoutDescriptionOrParserSaysSoAndLeavesNothing) {
     EXPECT_TRUE(Retrieve());
 }
 
-/// What may be wrong with the chunks of one image.
-struct BrokenCase {
-    const char* script;
-    bool failsToAttach;
-    const char* message;
-};
-
-class BrokenChunkTest : public ChunkTest, public testing::WithParamInterface<std::tuple<BrokenCase, bool, int>> {};
-
-TEST_P(BrokenChunkTest, ReachesTheCallerWhoHasTheImageAndTheSessionGoesOn) {
-    const auto& [broken, hasOwnParsers, count] = GetParam();
-    m_device->Grabber().SetScript(broken.script);
-    m_camera->ChunkNodeMapsEnable.SetValue(hasOwnParsers);
-    int attachments = 0;
-    m_script.onAttach = [&, fails = broken.failsToAttach] {
-        if (fails && ++attachments == 1) {
-            throw RUNTIME_EXCEPTION("no trailer");
-        }
-    };
-    m_camera->StartGrabbing(static_cast<unsigned long>(count));
-    EXPECT_THAT(Failure([this] { Retrieve(); }), HasSubstr(broken.message));
-    ASSERT_TRUE(m_result.IsValid());
-    EXPECT_TRUE(m_result->GrabSucceeded());
-    EXPECT_THAT(GeometryOf(m_result), ElementsAre(0, 0, 64, 16, 0));
-    EXPECT_EQ(m_camera->IsGrabbing(), count > 1);
-    for (int image = 2; image <= count; ++image) {
-        ASSERT_TRUE(Retrieve());
-        EXPECT_THAT(GeometryOf(m_result), ElementsAre(3, 4, 10, 5, 2));
-        EXPECT_EQ(m_result->GetImageNumber(), image);
-    }
-    EXPECT_FALSE(m_camera->IsGrabbing());
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    All, BrokenChunkTest,
-    testing::Combine(testing::Values(BrokenCase{"source=free;chunks=1", true, "no trailer"},
-                                     BrokenCase{"source=free;chunks=1;Frame:1:lie-long", false,
-                                                "the payload of 2024 bytes is larger than the buffer of 1024."}),
-                     testing::Bool(), testing::Values(1, 5)));
-
-TEST_F(ChunkTest, NodesThatFailLeaveNoBufferBehindInTheParserOfAll) {
-    m_script.nodes["ChunkHeight"] = "<pValue>Quotient</pValue>";
-    m_script.more = tests::Value("Zero") + tests::Node("IntSwissKnife", "Quotient",
-                                                       "<pVariable Name='Z'>Zero</pVariable><Formula>1 / Z</Formula>");
-    m_camera->ChunkNodeMapsEnable.SetValue(false);
-    m_camera->StartGrabbing();
-    EXPECT_THAT(Failure([this] { Retrieve(); }), HasSubstr("Division by zero"));
-    ASSERT_TRUE(m_result.IsValid());
-    EXPECT_THAT(GeometryOf(m_result), ElementsAre(0, 0, 64, 16, 0)) << "not the half of it";
-    EXPECT_EQ(m_script.attached, 0);
-    EXPECT_TRUE(m_camera->IsGrabbing());
-}
-
-TEST_F(ChunkTest, BrokenChunksEndTheLoopOfTheCamera) {
-    m_script.onAttach = [] { throw RUNTIME_EXCEPTION("no trailer"); };
-    m_camera->StartGrabbing(GrabStrategy_OneByOne, GrabLoop_ProvidedByInstantCamera);
-    EXPECT_TRUE(Eventually([this] { return !m_camera->IsGrabbing(); }));
-    m_camera->GetExtensionInterface().JoinGrabLoopThread();
-}
-
 TEST_F(ChunkTest, ParserThatDoesNotEndWellIsOnlyLogged) {
     m_script.failsToEnd = true;
     m_camera->ChunkNodeMapsEnable.SetValue(false);

@@ -8,7 +8,6 @@
 #include <Base/GCException.h>
 
 #include <atomic>
-#include <functional>
 #include <map>
 #include <string>
 
@@ -19,10 +18,8 @@ struct ChunkScript {
         {"ChunkOffsetX", "<Value>3</Value>"}, {"ChunkOffsetY", "<Value>4</Value>"},
         {"ChunkWidth", "<Value>10</Value>"},  {"ChunkHeight", "<Value>5</Value>"},
         {"ChunkStride", "<Value>12</Value>"}, {"ChunkTimestamp", "<Value>99</Value>"}};
-    std::string more;               ///< Other nodes.
-    std::string formats = "Mono8";  ///< The name of the entry 700 of ChunkPixelFormat, which is set.
-    std::function<void()> onAttach; ///< May throw.
-    bool failsToEnd = false;        ///< Destroy throws, when all is done.
+    std::string formats = "Mono8"; ///< The name of the entry 700 of ChunkPixelFormat, which is set.
+    bool failsToEnd = false;       ///< Destroy throws, when all is done.
     std::atomic<int> made{0}, alive{0}, attached{0};
 };
 
@@ -39,9 +36,6 @@ public:
         EXPECT_NE(buffer, nullptr);
         EXPECT_GT(sizeBytes, 0);
         EXPECT_EQ(statistics, nullptr);
-        if (m_script.onAttach) {
-            m_script.onAttach();
-        }
         SetAttached(true);
     }
     void DetachBuffer() override { SetAttached(false); }
@@ -65,7 +59,7 @@ private:
         for (const auto& [name, elements] : script.nodes) {
             nodes += tests::Node("Integer", name, available + elements);
         }
-        return tests::MakeMap(nodes + script.more +
+        return tests::MakeMap(nodes +
                               tests::Node("Enumeration", "ChunkPixelFormat",
                                           available + tests::Node("EnumEntry", script.formats, "<Value>700</Value>") +
                                               "<Value>700</Value>"));

@@ -220,6 +220,9 @@ void CScriptedStreamGrabber::Complete(CBuffer& buffer, std::uint64_t blockId, Fa
     result.errorCode = isTooSmall ? 1 : isFailed ? 7 : 0;
     result.errorDescription = isTooSmall ? "the buffer is too small" : isFailed ? "lines are missing" : "";
     result.blockId = blockId;
+    if (!isFailed && alter) {
+        alter(result);
+    }
     ++(isFailed ? m_account.failed : (faults & kLies) != 0 ? m_account.lying : m_account.good);
     if (Has(faults, EFault::Late) && !m_late) {
         m_late = std::move(result);

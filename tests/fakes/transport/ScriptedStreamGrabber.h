@@ -78,6 +78,9 @@ public:
     void SignalWaitObject() { m_wait.Signal(); } ///< With nothing behind it, unless there is.
     void Remove() { m_isRemoved = true; }        ///< The camera is gone: no more frames, and nothing can be begun.
     void SetSize(std::int32_t width, std::int32_t height); ///< Of images from the next PrepareGrab on.
+    /// Changes a frame that has not failed, its bytes or what is told of it, before it is handed over. Set between two
+    /// sessions; called with m_lock held.
+    std::function<void(Zelmo::GrabResult&)> alter;
 
     // Meeting points; false after ten seconds.
     bool WaitForQueued(std::size_t buffers); ///< Until at least so many wait to be filled.
