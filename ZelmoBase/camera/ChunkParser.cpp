@@ -21,7 +21,7 @@ std::uint8_t* Bytes(const void* buffer) noexcept {
 CChunkParser::~CChunkParser() {
     try {
         CChunkParser::DetachBuffer();
-    } catch (const GenICam::GenericException&) { // of a callback; the buffer is out all the same
+    } catch (...) { // of a callback, which may throw anything; the buffer is out all the same
     }
     delete m_adapter;
 }

@@ -297,6 +297,21 @@ TEST_F(ChunkTest, StartWithoutDescriptionOrParserSaysSoAndLeavesNothing) {
     EXPECT_TRUE(Retrieve());
 }
 
+TEST_F(ChunkTest, CallbacksOfChunkNodesMayEndTheCamerasLifeWhileChunksAreMapped) {
+    m_camera->MaxNumBuffer.SetValue(1);
+    m_camera->StartGrabbing();
+    ASSERT_TRUE(Retrieve());
+    GenApi::INode* const node = m_result->GetChunkDataNodeMap().GetNode("ChunkHeight");
+    m_result.Release();
+    const auto ends = [this](GenApi::INode*) { m_camera->DetachDevice(); };
+    const auto callback = GenApi::Register(node, ends, GenApi::cbPostOutsideLock);
+    ASSERT_TRUE(Retrieve()) << "by the same parser, as there is one record";
+    GenApi::Deregister(callback);
+    EXPECT_FALSE(m_camera->IsGrabbing() || m_camera->IsZelmoDeviceAttached());
+    EXPECT_THAT(GeometryOf(m_result), ElementsAre(3, 4, 10, 5, 2));
+    EXPECT_EQ(ReadTimestamp(m_result), 99);
+}
+
 TEST_F(ChunkTest, ParserThatDoesNotEndWellIsOnlyLogged) {
     m_script.failsToEnd = true;
     m_camera->ChunkNodeMapsEnable.SetValue(false);
@@ -306,6 +321,11 @@ TEST_F(ChunkTest, ParserThatDoesNotEndWellIsOnlyLogged) {
     EXPECT_TRUE(m_log.Contains("zelmo.base.InstantCamera", LogPriority_Error, line));
     m_log.Clear();
     m_camera->ChunkNodeMapsEnable.SetValue(true);
+    m_camera->StartGrabbing(1);
+    EXPECT_TRUE(Retrieve());
+    m_result.Release();
+    EXPECT_TRUE(m_log.Contains("zelmo.base.InstantCamera", LogPriority_Error, line));
+    m_log.Clear();
     m_camera->StaticChunkNodeMapPoolSize.SetValue(1);
     m_camera->StaticChunkNodeMapPoolSize.SetValue(0);
     EXPECT_TRUE(m_log.Contains("zelmo.base.InstantCamera", LogPriority_Error, line));
@@ -338,17 +358,33 @@ public:
     bool CheckCRC() const override { return false; }
 };
 
-TEST(ChunkParserTest, HandsBuffersToItsAdapterAndRemembersThem) {
-    const tests::MapPtr map = tests::MakeMap(
+tests::MapPtr MakeMapOfOneChunk() {
+    return tests::MakeMap(
         "<Port Name='Chunk'><ChunkID>1234</ChunkID></Port><IntReg Name='Value'><Address>0</Address><Length>4</Length>"
         "<AccessMode>RO</AccessMode><pPort>Chunk</pPort><Sign>Unsigned</Sign><Endianess>LittleEndian</Endianess>"
         "</IntReg>");
+}
+
+// the chunk, its id and its length
+constexpr std::array<std::uint8_t, 12> kOneChunk{7, 0, 0, 0, 0, 0, 0x12, 0x34, 0, 0, 0, 4};
+
+TEST(ChunkParserTest, EndsWhateverACallbackThrows) {
+    const tests::MapPtr map = MakeMapOfOneChunk();
+    auto parser = std::make_unique<GenericParser>(new GenApi::CChunkAdapterGEV(map.get()));
+    parser->AttachBuffer(kOneChunk.data(), kOneChunk.size());
+    const auto fails = [](GenApi::INode*) { throw 7; };
+    GenApi::Register(map->GetNode("Value"), fails, GenApi::cbPostInsideLock);
+    parser.reset();
+    EXPECT_FALSE(GenApi::IsReadable(map->GetNode("Value")));
+}
+
+TEST(ChunkParserTest, HandsBuffersToItsAdapterAndRemembersThem) {
+    const tests::MapPtr map = MakeMapOfOneChunk();
     GenericParser parser(new GenApi::CChunkAdapterGEV(map.get()));
     const auto value = [&map] { return GenApi::CIntegerPtr(*map, "Value")->GetValue(); };
     EXPECT_THROW(parser.UpdateBuffer(&parser), GenICam::LogicalErrorException);
     parser.DetachBuffer();
-    // the chunk, its id and its length
-    const std::array<std::uint8_t, 12> first{7, 0, 0, 0, 0, 0, 0x12, 0x34, 0, 0, 0, 4};
+    const std::array<std::uint8_t, 12>& first = kOneChunk;
     std::array<std::uint8_t, 12> second = first;
     second[0] = 8;
     GenApi::AttachStatistics_t statistics{};
@@ -357,6 +393,7 @@ TEST(ChunkParserTest, HandsBuffersToItsAdapterAndRemembersThem) {
     EXPECT_EQ(value(), 7);
     parser.UpdateBuffer(second.data());
     EXPECT_EQ(value(), 8);
+    EXPECT_THROW(parser.UpdateBuffer(nullptr), GenICam::RuntimeException);
     EXPECT_TRUE(parser.GetBuffer());
     EXPECT_EQ(&parser.GetBuffer(), second.data());
     EXPECT_EQ(parser.GetBuffer().GetSize(), 12);
