@@ -16,6 +16,10 @@ int main() {
             std::cerr << result->GetErrorDescription() << '\n';
             return 1;
         }
+        if (result->GetImageSize() > result->GetBufferSize()) { // before pixels are touched: cameras may send nonsense
+            std::cerr << "The camera tells of an image that is larger than its buffer.\n";
+            return 1;
+        }
         std::cout << result->GetWidth() << " x " << result->GetHeight() << ", first byte "
                   << int{*static_cast<unsigned char*>(result->GetBuffer())} << '\n';
         return 0;

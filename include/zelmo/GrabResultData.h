@@ -52,9 +52,9 @@ public:
     /// Distance from one line to the next. @return false when lines do not begin at whole bytes.
     bool GetStride(std::size_t& strideBytes) const;
     /// In bytes, by pixel type, size and padding. With chunk data these are what the camera has sent along: compare
-    /// with GetBufferSize() before pixels are touched.
-    /// @throws GenICam::InvalidArgumentException for PixelType_Undefined and for a type that this library does not
-    /// know.
+    /// with GetBufferSize() before pixels are touched. Sums wrap at 64 bits.
+    /// @throws GenICam::InvalidArgumentException for PixelType_Undefined, for a type that this library does not know,
+    /// and for a width or height that ComputeBufferSize refuses.
     std::size_t GetImageSize() const;
 
     std::uint64_t GetTimeStamp() const; ///< When the image was taken, in ticks of the camera; else 0.
