@@ -199,7 +199,7 @@ TEST_P(HeldChunksTest, AreReadableOverStopDetachDestroyAndTerminateAndThePluginS
         SCOPED_TRACE(name);
         step();
         EXPECT_TRUE(std::all_of(held.begin(), held.end(), IsSound));
-        std::jthread([dropped = std::move(held.back())]() mutable { dropped.Release(); });
+        std::jthread([dropped = std::move(held.back())]() mutable { dropped.Release(); }).join();
         held.pop_back();
     }
     ExpectMappedForParsersOnly();

@@ -40,6 +40,9 @@ public:
         if (m_script.onAttach) {
             m_script.onAttach();
         }
+        if (m_script.onAttach) {
+            m_script.onAttach();
+        }
         SetAttached(true);
     }
     void DetachBuffer() override { SetAttached(false); }
