@@ -112,6 +112,19 @@ TEST_F(GrabScriptTest, CountsWhatCameWhatFailedAndWhatIsMissing) {
     EXPECT_THAT(frames[3]["message"].get<std::string>(), HasSubstr("holds 1023 bytes"));
 }
 
+TEST_F(GrabScriptTest, ImageWithBrokenChunksIsWholeAndThatIsTold) {
+    EXPECT_EQ(RunScript("chunks=1", {"grab", "-n", "3", "--chunks", "all", "-o", m_folder / "%d.png"}), ExitCode::Done);
+    EXPECT_EQ(Summary()["frames"], 3);
+    EXPECT_EQ(Message(), "The chunk data of image 1 of camera S1 cannot be read: There is no trailer.");
+    EXPECT_THAT(m_folder.List(), ElementsAre("1.png", "2.png", "3.png"));
+    EXPECT_EQ(RunScript("chunks=1", {"get", "--nodemap", "chunk", "ChunkGain"}), ExitCode::Failed);
+    EXPECT_THAT(m_thrown, HasSubstr("There is no trailer."));
+    EXPECT_EQ(RunScript("", {"grab", "--chunks", "all"}), ExitCode::Feature);
+    EXPECT_THAT(m_thrown, HasSubstr("it has no feature 'ChunkModeActive'"));
+    EXPECT_EQ(RunScript("", {"grab", "--events", "all"}), ExitCode::Feature);
+    EXPECT_THAT(m_thrown, HasSubstr("camera S1 has none"));
+}
+
 TEST_F(GrabScriptTest, MoreLossesThanPermittedEndWithSix) {
     const char* const script = "Frame:2:gap;Frame:3:fail";
     EXPECT_EQ(RunScript(script, {"grab", "-n", "3", "--max-lost", "3"}), ExitCode::Done);

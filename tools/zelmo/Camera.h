@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "ImageCamera.h"
 #include "Options.h"
 
 #include <zelmo/Device.h>
 #include <zelmo/GrabResultPtr.h>
 #include <zelmo/HandlerRegistration.h>
-#include <zelmo/InstantCamera.h>
 #include <zelmo/Reopen.h>
 
 #include <atomic>
@@ -45,6 +45,9 @@ public:
     Zelmo::IZelmoDevice& GetDevice() noexcept { return *m_device; }
     Zelmo::CInstantCamera& GetObject() noexcept { return m_object; }
 
+    /// Why the chunk data of the image that was retrieved last cannot be read; else empty.
+    const std::string& GetChunkFault() const noexcept { return m_object.GetChunkFault(); }
+
     /// Gets it back once it was removed; see Zelmo::Reopen. @throws what that throws; it is no camera any more then.
     Zelmo::CReopenReport Reopen(const Zelmo::String_t& settings, std::chrono::milliseconds limit,
                                 const Zelmo::WaitObject& cancel);
@@ -67,7 +70,7 @@ private:
     std::string m_name;
     Zelmo::CDeviceInfo m_info;
     std::atomic<bool> m_isRemoved{false};
-    Zelmo::CInstantCamera m_object;
+    ImageCamera m_object;
     Zelmo::CHandlerRegistration m_removal;   // behind the object, which must outlive it
     mutable std::mutex m_lock;               // guards the next where another thread may look
     Zelmo::IZelmoDevice* m_device = nullptr; // the object's; null while there is none

@@ -78,10 +78,10 @@ Zelmo::CGrabResultPtr GrabChunkImage(Camera& camera, unsigned timeoutMs) {
         switchedOn.emplace(camera, std::vector<std::string>{"all"});
     }
     Zelmo::CGrabResultPtr result = GrabImage(camera, timeoutMs);
-    if (!result->GrabSucceeded()) {
+    const std::string fault = result->GrabSucceeded() ? camera.GetChunkFault() : result->GetErrorDescription().c_str();
+    if (!fault.empty()) {
         throw ToolError(ExitCode::Failed, "incomplete",
-                        "The image of camera " + camera.GetName() +
-                            " with its chunk data failed: " + result->GetErrorDescription().c_str());
+                        "The image of camera " + camera.GetName() + " with its chunk data failed: " + fault);
     }
     return result;
 }

@@ -120,7 +120,7 @@ private:
 };
 
 ImageSink::ImageSink(Camera& camera, std::optional<FrameWriter> writer, bool copies, Output& output)
-    : m_camera(camera.GetName()), m_writer(std::move(writer)), m_copies(copies),
+    : m_source(camera), m_camera(camera.GetName()), m_writer(std::move(writer)), m_copies(copies),
       m_formats(GetPixelFormats(camera.GetNodeMap("device"))), m_output(output) {}
 
 void ImageSink::Tell(std::unique_ptr<ChunkReport> chunks, std::unique_ptr<EventReport> events) {
@@ -137,6 +137,10 @@ void ImageSink::Finish() {
 std::unique_ptr<FrameTask> ImageSink::Take(const Zelmo::CGrabResultData& result, std::uint64_t number) {
     if (m_events) {
         m_events->OnImage(number);
+    }
+    if (const std::string& fault = m_source.GetChunkFault(); !fault.empty()) {
+        m_output.Note("The chunk data of image " + std::to_string(number) + " of camera " + m_camera +
+                      " cannot be read: " + fault);
     }
     const bool isOfInterest = m_writer || m_chunks || m_output.IsJson() || !result.GrabSucceeded();
     return isOfInterest ? std::make_unique<Task>(*this, result, number) : nullptr;

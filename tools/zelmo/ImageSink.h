@@ -17,7 +17,7 @@ class Camera;
 class Output;
 
 /// What 'grab' does with the images of one camera: writes them where that was asked for, and tells of each as an event.
-/// Borrows the output.
+/// Borrows camera and output.
 class ImageSink : public FrameSink {
 public:
     /// @param copies images are written when the camera has their buffers again.
@@ -41,7 +41,8 @@ private:
     void AddLayout(const Zelmo::CGrabResultData& result, Json& event) const;
     void NoteLayout(const Json& event);
 
-    std::string m_camera;
+    Camera& m_source;
+    const std::string m_camera; // its name
     std::unique_ptr<ChunkReport> m_chunks;
     std::unique_ptr<EventReport> m_events;
     const std::optional<FrameWriter> m_writer;

@@ -5,6 +5,8 @@
 #include "ScriptedStreamGrabber.h"
 #include "fakes/plugins/FakeDevice.h"
 
+#include <zelmo/ChunkParser.h>
+
 #include <atomic>
 #include <map>
 #include <mutex>
@@ -119,21 +121,50 @@ private:
     std::thread m_removal;
 };
 
+/// Finds the chunks of each image broken.
+class CBrokenChunks final : public Zelmo::ISelfReliantChunkParser, private IRegisters {
+public:
+    void AttachBuffer(const void*, std::int64_t, GenApi::AttachStatistics_t*) override {
+        throw RUNTIME_EXCEPTION("There is no trailer.");
+    }
+    void DetachBuffer() override {}
+    void UpdateBuffer(const void*) override {}
+    bool HasCRC() const override { return false; }
+    bool CheckCRC() const override { return false; }
+    GenApi::INodeMap* GetChunkDataNodeMap() override { return m_nodes.Map(); }
+    void Destroy() override { delete this; }
+
+private:
+    std::int64_t ReadRegister(int) override { return 0; }
+    void WriteRegister(int, std::int64_t) override {}
+
+    CRegisterNodes m_nodes{
+        {{"Enumeration", "ChunkPixelFormat", 0, "<EnumEntry Name='Mono8'><Value>1</Value></EnumEntry>"}}, *this};
+};
+
 /// A camera with a scripted stream grabber. Frames begin only between AcquisitionStart and AcquisitionStop, also those
-/// that are delivered by hand; TriggerSoftware delivers one.
+/// that are delivered by hand; TriggerSoftware delivers one. With chunks=1 in its script it is set to send chunk data,
+/// all of them broken.
 class CScriptedDevice final : public CStreamDevice {
 public:
     explicit CScriptedDevice(const CScript& script = {}, std::uint32_t cameraNumber = 0,
                              const Zelmo::CDeviceInfo& info = {})
-        : CStreamDevice(info, script.width, script.height, script.tellsRemoval),
-          m_grabber(script, cameraNumber, [this] { Remove(); }) {
+        : CStreamDevice(info, script.width, script.height, script.tellsRemoval, ChunkFeatures(script)),
+          m_saysChunks(script.saysChunks), m_grabber(script, cameraNumber, [this] { Remove(); }) {
+        SetValue(Count, 1);
         m_grabber.StopAcquisition();
     }
 
     CScriptedStreamGrabber& Grabber() { return m_grabber; }
     Zelmo::IStreamGrabber* GetStreamGrabber(std::size_t) override { return &m_grabber; }
+    bool IsChunkNodeMapDescriptionAvailable() const override { return m_saysChunks; }
+    Zelmo::IChunkParser* CreateChunkParser() override { return new CBrokenChunks; }
 
 private:
+    static std::vector<CFeature> ChunkFeatures(const CScript& script) {
+        return script.saysChunks ? std::vector<CFeature>{{"Boolean", "ChunkModeActive", Count, ""}}
+                                 : std::vector<CFeature>{};
+    }
     void OnFeature(EFeature feature) override {
         if (feature == Start) {
             m_grabber.Acquire(static_cast<std::uint64_t>(Value(AcquisitionMode))); // SingleFrame: one
@@ -147,6 +178,7 @@ private:
     }
     void OnRemove() override { m_grabber.Remove(); }
 
+    const bool m_saysChunks;
     CScriptedStreamGrabber m_grabber;
 };
 
