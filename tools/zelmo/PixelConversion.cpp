@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace tool {
 namespace {
@@ -76,10 +77,11 @@ const PixelLayout& GetLayout(const Frame& frame) {
     }
     const std::size_t needed = GetNeededBytes(*layout, frame.width, frame.height, frame.paddingX);
     if (frame.width == 0 || frame.height == 0 || frame.data == nullptr || frame.sizeBytes < needed) {
-        throw ToolError(ExitCode::Failed, "incomplete",
-                        "The buffer holds " + std::to_string(frame.sizeBytes) + " bytes, but an image of " +
-                            std::to_string(frame.width) + " x " + std::to_string(frame.height) + " pixels takes " +
-                            std::to_string(needed));
+        throw ToolError(
+            ExitCode::Failed, "incomplete",
+            "The buffer holds " + std::to_string(frame.sizeBytes) + " bytes, but an image of " +
+                std::to_string(frame.width) + " x " + std::to_string(frame.height) + " pixels takes " +
+                (needed == std::numeric_limits<std::size_t>::max() ? "more than any" : std::to_string(needed)));
     }
     return *layout;
 }
