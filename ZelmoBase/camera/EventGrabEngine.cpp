@@ -34,6 +34,11 @@ void CEventGrabEngine::CreateAdapter(IZelmoDevice& device) {
     m_adapter = std::shared_ptr<IEventAdapter>(device.CreateEventAdapter(), CEventAdapterDeallocator{&device});
 }
 
+void CEventGrabEngine::DropAdapter() noexcept {
+    Stop(); // nobody could deliver
+    m_adapter.reset();
+}
+
 void CEventGrabEngine::Start(IEventGrabber* grabber) {
     if (grabber == nullptr || m_adapter == nullptr) {
         return;

@@ -20,7 +20,7 @@ class IZelmoDevice;
 class CEventGrabEngine {
 public:
     void CreateAdapter(IZelmoDevice& device); ///< None where the device makes none. @throws what the device throws.
-    void DropAdapter() noexcept { m_adapter.reset(); }
+    void DropAdapter() noexcept;              ///< Stops first, where events are still grabbed.
 
     /// Opens the grabber. Without one, or without an adapter, nothing happens.
     /// @throws what the grabber throws; it is closed then.

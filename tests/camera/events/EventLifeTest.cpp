@@ -199,6 +199,25 @@ TEST_F(EventLifeTest, CallbackThatFetchesOrStopsLeavesTheMessageWhole) {
     }
 }
 
+TEST_F(EventLifeTest, OpeningThatFailsInASessionWhoseDeviceHasClosedItselfEndsTheEvents) {
+    Register('a');
+    m_station.device.hasRemoval = false;
+    m_station.device.isClosedByRemoval = true;
+    m_camera.StartGrabbing();
+    m_station.device.Fire();
+    m_station.device.hook = [](const std::string& call) {
+        if (call == "Open") {
+            throw RUNTIME_EXCEPTION("not there");
+        }
+    };
+    EXPECT_EQ(Fakes::FailureOf<GenICam::GenericException>([this] { m_camera.Open(); }), "not there");
+    m_station.events.Put(1);
+    EXPECT_FALSE(Retrieve());
+    EXPECT_FALSE(m_station.events.isOpen);
+    EXPECT_EQ(Told(), "");
+    m_station.device.hook = nullptr;
+}
+
 // Other threads
 
 TEST_F(EventLifeTest, WritesOfTheApplicationAreNoEventsWhileEventsCome) {
