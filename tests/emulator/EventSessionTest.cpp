@@ -131,6 +131,20 @@ TEST(EventSessionTest, EachOneIsDeliveredDroppedOrPendingAtTheStop) {
     EXPECT_GT(allPending, 0);
 }
 
+TEST(EventSessionTest, AdapterThatConnectsIsNoEvent) {
+    const Library library("1");
+    EventCamera given;
+    int changes = 0;
+    GenApi::INode* const node = given.map->GetNode("EventCriticalTemperatureTimestamp");
+    const auto handle = GenApi::Register(
+        node, [&](GenApi::INode*) { ++changes; }, GenApi::cbPostOutsideLock);
+    given.camera.StartGrabbing();
+    EXPECT_NE(given.camera.GetDevice()->CreateEventAdapter(), nullptr);
+    EXPECT_GT(changes, 0);
+    EXPECT_EQ(given.Delivered() + given.overruns, 0);
+    node->DeregisterCallback(handle);
+}
+
 TEST(EventSessionTest, HandlerMayEndWhatCallsIt) {
     using Deed = void (CInstantCamera::*)();
     const Library library("1");

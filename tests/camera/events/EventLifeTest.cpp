@@ -291,6 +291,10 @@ TEST_F(EventLifeTest, StopMeetsTheEndOfTheImages) {
     std::atomic<int> stops{0};
     m_station.device.hook = [&](const std::string& call) { stops += call == "AcquisitionStop" ? 1 : 0; };
     Register('s', {}, "AcquisitionStop");
+    std::atomic<int> changes{0};
+    GenApi::INode* const stopNode = m_station.device.CStreamDevice::GetNodeMap()->GetNode("AcquisitionStop");
+    const auto handle = GenApi::Register(
+        stopNode, [&](GenApi::INode*) { ++changes; }, GenApi::cbPostOutsideLock);
     m_camera.Open();
     std::jthread writer([this](const std::stop_token& stop) {
         while (!stop.stop_requested()) {
@@ -316,7 +320,9 @@ TEST_F(EventLifeTest, StopMeetsTheEndOfTheImages) {
         m_camera.DeregisterCameraEventHandler(listener, "EventValue");
         EXPECT_EQ(stops, round);
     }
+    EXPECT_GE(changes, 200);
     EXPECT_EQ(Told().find('s'), std::string::npos);
+    stopNode->DeregisterCallback(handle);
     m_station.device.hook = nullptr;
 }
 
