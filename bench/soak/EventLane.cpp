@@ -3,6 +3,7 @@
 
 #include "core/FrameRecord.h"
 
+#include <algorithm>
 #include <chrono>
 #include <span>
 #include <stdexcept>
