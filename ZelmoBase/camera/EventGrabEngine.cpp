@@ -83,9 +83,10 @@ bool CEventGrabEngine::RetrieveEvent() {
 }
 
 void CEventGrabEngine::Deliver() {
-    const std::shared_ptr<IEventAdapter> adapter = m_adapter; // a device that has closed itself may be opened anew
-    const ScopeGuard end([this]() noexcept {
+    std::shared_ptr<IEventAdapter> adapter = m_adapter; // a device that has closed itself may be opened anew
+    const ScopeGuard end([this, &adapter]() noexcept {
         m_deliveringThread = std::thread::id();
+        adapter.reset(); // before its device can go
         if (!IsRunning()) {
             m_result = EventResult();
         }
