@@ -27,7 +27,7 @@ public:
     explicit CEventGrabEngine(std::function<void()> onDelivered) : m_onDelivered(std::move(onDelivered)) {}
 
     void CreateAdapter(IZelmoDevice& device); ///< None where the device makes none. @throws what the device throws.
-    void DropAdapter() noexcept; ///< Stops first, where events are still grabbed.
+    void DropAdapter() noexcept;              ///< Stops first, where events are still grabbed.
 
     /// Opens the grabber. Without one, or without an adapter, nothing happens.
     /// @throws what the grabber throws; it is closed then.

@@ -56,8 +56,7 @@ Camera::Camera(const CDeviceInfo& info, Output& output) : Camera(info, {}, GetWa
 
 Camera::Camera(const CDeviceInfo& info, const std::string& why, AccessModeSet access, Output* looker,
                ImageCamera* object)
-    : m_name(GetCameraName(info)), m_info(info),
-      m_own(object == nullptr ? std::make_unique<ImageCamera>() : nullptr),
+    : m_name(GetCameraName(info)), m_info(info), m_own(object == nullptr ? std::make_unique<ImageCamera>() : nullptr),
       m_object(object == nullptr ? *m_own : *object) {
     m_object.RegisterConfiguration(nullptr, RegistrationMode_ReplaceAll, Cleanup_None);
     m_removal = OnRemoved(m_object, [this] { m_isRemoved = true; });

@@ -31,8 +31,8 @@ Zelmo::AccessModeSet GetWantedAccess();
 class Camera {
 public:
     /// Opens it to control it and to get images. @param why that is needed, for the message when somebody else has
-    /// control; may be empty. @param access more than usual: to get events, too. @param object the camera object to use,
-    /// which outlives this; null: one of its own.
+    /// control; may be empty. @param access more than usual: to get events, too. @param object the camera object to
+    /// use, which outlives this; null: one of its own.
     /// @throws ToolError: access denied or in use when it cannot be opened for that, else what the library told.
     explicit Camera(const Zelmo::CDeviceInfo& info, const std::string& why = {},
                     Zelmo::AccessModeSet access = GetWantedAccess(), ImageCamera* object = nullptr);
