@@ -98,19 +98,6 @@ TEST_F(CameraRegisterTest, WindowStaysOnTheSensor) {
     EXPECT_EQ(Write<std::uint32_t>(Reg::kOffsetX, 1002), EAccessResult::InvalidValue);
 }
 
-TEST_F(CameraRegisterTest, FormatIsLockedWhileStreamingAndExposureIsNot) {
-    m_camera.LockFormat();
-    EXPECT_EQ(Read<std::uint32_t>(Reg::kFormatLocked), 1u);
-    for (const std::uint32_t address : {Reg::kWidth, Reg::kHeight, Reg::kOffsetX, Reg::kOffsetY, Reg::kPixelFormat,
-                                        Reg::kAcquisitionMode, Reg::kDeviceReset}) {
-        EXPECT_EQ(Write<std::uint32_t>(address, 1), EAccessResult::Locked) << address;
-    }
-    EXPECT_EQ(Write(Reg::kExposureTime, 500.0), EAccessResult::Ok);
-    EXPECT_EQ(Write(Reg::kTestImage, ETestImage::White), EAccessResult::Ok);
-    m_camera.UnlockFormat();
-    EXPECT_EQ(Write<std::uint32_t>(Reg::kWidth, 64), EAccessResult::Ok);
-}
-
 TEST_F(CameraRegisterTest, TextThatFillsItsRegisterHasNoEnd) {
     const std::vector<char> full(Reg::kTextLength, 'x');
     ASSERT_EQ(m_camera.Write(Reg::kUserId, full.data(), full.size()), EAccessResult::Ok);

@@ -4,12 +4,8 @@
 
 #include "Emulator.h"
 
-#include <zelmo/AcquireContinuousConfiguration.h>
 #include <zelmo/ChunkParser.h>
 #include <zelmo/Device.h>
-#include <zelmo/GrabResultData.h>
-#include <zelmo/GrabResultPtr.h>
-#include <zelmo/InstantCamera.h>
 
 #include <gmock/gmock.h>
 
@@ -301,56 +297,4 @@ TEST_F(ChunkTest, ParsersOutliveTheDeviceAndCanBeSwitchedOff) {
     EXPECT_FALSE(GenApi::IsReadable(parser->GetChunkDataNodeMap()->GetNode("ChunkWidth"))) << "was not sent";
     parser->AttachBuffer(moved.data(), static_cast<std::int64_t>(moved.size()) - 12 - 16 - 0);
     EXPECT_FALSE(parser->HasCRC()) << "the image alone";
-}
-
-TEST_F(ChunkTest, TheCameraObjectCorrectsTheGeometryWithParsersOfResultsOfAPoolOrOfItsOwn) {
-    CInstantCamera camera(CTlFactory::GetInstance().CreateDevice(Pattern("0815-0000")));
-    camera.Open();
-    GenApi::INodeMap& map = camera.GetNodeMap();
-    GenApi::CCommandPtr(map.GetNode("DeviceReset"))->Execute();
-    EnableChunks(map, kAll);
-    SetIn(map, "Width", "64");
-    SetIn(map, "Height", "48");
-    camera.MaxNumBuffer.SetValue(4);
-    for (const auto& [pool, maps] : {std::pair{0, true}, std::pair{2, true}, std::pair{0, false}}) {
-        SCOPED_TRACE(testing::Message() << "pool of " << pool << ", maps " << maps);
-        camera.StaticChunkNodeMapPoolSize.SetValue(pool);
-        camera.ChunkNodeMapsEnable.SetValue(maps);
-        camera.StartGrabbing();
-        CGrabResultPtr result, held, third;
-        ASSERT_TRUE(camera.RetrieveResult(5000, held));
-        SetIn(map, "Width", "36");
-        SetIn(map, "OffsetX", "20");
-        do { // images from before the change may be on their way
-            ASSERT_TRUE(camera.RetrieveResult(5000, result));
-        } while (result->GetOffsetX() == 0);
-        EXPECT_EQ(result->GetWidth(), 36u);
-        EXPECT_EQ(result->GetOffsetX(), 20u);
-        EXPECT_EQ(result->GetPaddingX(), 0u);
-        EXPECT_EQ(result->IsChunkDataAvailable(), maps);
-        EXPECT_EQ(result->CheckCRC(), maps);
-        EXPECT_EQ(held->GetWidth(), 64u);
-        if (maps) {
-            EXPECT_EQ(Int(held->GetChunkDataNodeMap(), "ChunkWidth"), 64);
-            EXPECT_EQ(Int(result->GetChunkDataNodeMap(), "ChunkTimestamp"),
-                      static_cast<std::int64_t>(result->GetTimeStamp()));
-        }
-        if (pool == 2) {
-            EXPECT_THROW(camera.RetrieveResult(5000, third), GenICam::RuntimeException);
-        }
-        camera.StopGrabbing();
-        SetIn(map, "OffsetX", "0");
-        SetIn(map, "Width", "64");
-    }
-    GenApi::CBooleanPtr(camera.GetTLNodeMap().GetNode("ChunkNodeMapSupportEnable"))->SetValue(false);
-    try {
-        camera.StartGrabbing();
-        ADD_FAILURE() << "started without a description of chunks";
-    } catch (const GenICam::GenericException& e) {
-        EXPECT_THAT(e.GetDescription(), HasSubstr("No chunk node map description available."));
-    }
-    SetIn(map, "ChunkModeActive", "0");
-    camera.StartGrabbing(1);
-    CGrabResultPtr result;
-    EXPECT_TRUE(camera.RetrieveResult(5000, result) && result->GetPayloadType() == PayloadType_Image);
 }

@@ -4,8 +4,6 @@
 #include <fakes/Failure.h>
 #include <fakes/LogRecorder.h>
 
-#include <set>
-
 using namespace Emulator;
 
 namespace {
@@ -45,21 +43,6 @@ TEST(EnumerationTest, HundredsOfCamerasAreOpenAtTheSameTime) {
         const GenApi::CStringPtr serial(device->GetNodeMap()->GetNode("DeviceSerialNumber"));
         ASSERT_EQ(serial->GetValue(), device->GetDeviceInfo().GetSerialNumber());
     }
-}
-
-TEST(EnumerationTest, EachCameraHasItsOwnIdentityInOrder) {
-    Library library("12");
-    std::set<std::string> names;
-    std::string last;
-    for (const auto& info : library.Devices()) {
-        names.insert(info.GetFullName().c_str());
-        EXPECT_LT(last, std::string(info.GetSerialNumber().c_str()));
-        last = info.GetSerialNumber().c_str();
-        EXPECT_STREQ(info.GetVendorName().c_str(), "Harlix");
-        EXPECT_TRUE(info.IsUserDefinedNameAvailable());
-    }
-    EXPECT_EQ(names.size(), 12u);
-    EXPECT_TRUE(names.count("HarlixCamEmu 0815-0011"));
 }
 
 TEST(EnumerationTest, CallersFilterPicksDevicesAndKeepsEarlierEntries) {

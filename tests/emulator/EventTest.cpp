@@ -1,19 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// The events of emulated cameras: their messages, read here without the library, and what reaches an application.
+// The events of emulated cameras: their messages, read here without the library.
 
 #include "Emulator.h"
 
 #include <zelmo/Device.h>
 #include <zelmo/EventGrabber.h>
-#include <zelmo/HandlerRegistration.h>
-#include <zelmo/InstantCamera.h>
 
 #include <gmock/gmock.h>
 
 #include <algorithm>
-#include <atomic>
-#include <thread>
 
 using namespace Emulator;
 using namespace Zelmo;
@@ -205,83 +201,4 @@ TEST_F(EventTest, OnlyAnOpenGrabberThatWasPermittedCollectsAndOneAtATime) {
     m_camera.Execute("SimulateRemoval");
     Grabber().Close();
     EXPECT_THROW(Grabber().Open(), GenICam::RuntimeException);
-}
-
-TEST_F(EventTest, EachEventThatIsRaisedIsDeliveredDroppedOrPending) {
-    constexpr int kRounds = 2000, kBurst = 25;
-    SetNumBuffer(16);
-    Notify({"CriticalTemperature", "EventOverrun"});
-    Grabber().Open();
-    std::atomic<bool> isDone = false;
-    std::thread raiser([&] {
-        for (int i = 0; i < kRounds; ++i) {
-            Simulate("CriticalTemperature", kBurst);
-        }
-        isDone = true;
-    });
-    std::int64_t delivered = 0, overruns = 0;
-    while (!isDone && delivered < kRounds * kBurst / 2) {
-        EventResult result;
-        if (Grabber().GetWaitObject().Wait(10) && Grabber().RetrieveEvent(result)) {
-            ++(Number(result.buffer + 10, 2) == kOverrun ? overruns : delivered);
-        }
-    }
-    raiser.join();
-    const std::int64_t dropped = Count("Statistic_Failed_Event_Count");
-    EXPECT_EQ(Count("Statistic_Total_Event_Count"), kRounds * kBurst);
-    EXPECT_GT(dropped, 0); // bursts do not fit
-    std::int64_t pending = 0;
-    for (const unsigned id : TakeIds()) {
-        ++(id == kOverrun ? overruns : pending);
-    }
-    EXPECT_EQ(delivered + dropped + pending, kRounds * kBurst);
-    EXPECT_GT(overruns, 0);
-    EXPECT_LE(overruns, dropped);
-}
-
-TEST(CameraObjectEventTest, HandlersOfFeaturesAndCategoriesHearOfThem) {
-    const Library library("1");
-    CInstantCamera camera(CTlFactory::GetInstance().CreateDevice(Pattern("0815-0000")));
-    camera.GrabCameraEvents.SetValue(true);
-    camera.Open();
-    GenApi::INodeMap& map = camera.GetNodeMap();
-    const auto set = [&map](const char* name, const char* value) {
-        GenApi::CValuePtr(map.GetNode(name))->FromString(value);
-    };
-    GenApi::CCommandPtr(map.GetNode("DeviceReset"))->Execute();
-    set("EventSelector", "FrameStart");
-    set("EventNotification", "On");
-    set("EventSelector", "CriticalTemperature");
-    set("EventNotification", "On");
-    std::vector<std::int64_t> frames;
-    int ofCategory = 0, hot = 0;
-    const auto read = [&map](const char* name) { return GenApi::CIntegerPtr(map.GetNode(name))->GetValue(); };
-    const CHandlerRegistration registrations[] = {
-        OnEvent(camera, "EventFrameStartFrameID", [&] { frames.push_back(read("EventFrameStartFrameID")); }),
-        OnEvent(camera, "EventFrameStartData", [&] { ++ofCategory; }),
-        OnEvent(camera, "EventCriticalTemperatureTimestamp", [&] {
-            ++hot;
-            EXPECT_EQ(read("EventCriticalTemperature"), 0x9004);
-            EXPECT_GT(read("EventCriticalTemperatureTimestamp"), 0);
-        })};
-    EXPECT_FALSE(GenApi::IsReadable(map.GetNode("EventFrameStart")));
-    camera.StartGrabbing(3);
-    GenApi::CCommandPtr(map.GetNode("SimulateEvents"))->Execute();
-    CGrabResultPtr result;
-    std::vector<std::int64_t> images;
-    while (camera.IsGrabbing() && camera.RetrieveResult(5000, result)) {
-        images.push_back(static_cast<std::int64_t>(result->GetBlockID()));
-        ASSERT_GE(frames.size(), images.size()) << "each comes before its image, and the next one perhaps as well";
-        EXPECT_TRUE(std::equal(images.begin(), images.end(), frames.begin()));
-    }
-    EXPECT_EQ(images.size(), 3u);
-    EXPECT_EQ(ofCategory, static_cast<int>(frames.size()));
-    EXPECT_EQ(hot, 1);
-    GenApi::INodeMap& parameters = camera.GetEventGrabberNodeMap();
-    for (const char* name : {"NumBuffer", "NumMaxQueuedUrbs", "RetryCount", "Statistic_Failed_Event_Count",
-                             "Statistic_Last_Failed_Event_Buffer_Status", "Statistic_Total_Event_Count", "Timeout",
-                             "TransferLoopThreadPriority", "Status"}) {
-        EXPECT_TRUE(GenApi::IsReadable(parameters.GetNode(name))) << name;
-    }
-    EXPECT_EQ(GenApi::CEnumerationPtr(parameters.GetNode("Status"))->ToString(), "Closed");
 }

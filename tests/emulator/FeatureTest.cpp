@@ -110,14 +110,6 @@ TEST_F(FeatureTest, ExposureTimeAndLinkLimitTheFrameRate) {
     EXPECT_NEAR(resulting->GetValue(), 10, 1e-9) << "the lowest limit counts";
 }
 
-TEST_F(FeatureTest, FrameCountIsThereInMultiFrameOnly) {
-    EXPECT_FALSE(m_camera.IsWritable("AcquisitionFrameCount"));
-    m_camera.Set("AcquisitionMode", "MultiFrame");
-    m_camera.Set("AcquisitionFrameCount", "9");
-    m_camera.Set("AcquisitionMode", "SingleFrame");
-    EXPECT_FALSE(m_camera.IsWritable("AcquisitionFrameCount"));
-}
-
 TEST_F(FeatureTest, ResetShowsTheDefaultsAtOnce) {
     m_camera.Set("PixelFormat", "RGB8");
     m_camera.Set("OffsetX", "64");

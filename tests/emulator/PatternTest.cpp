@@ -343,21 +343,4 @@ TEST(FrameCounterTest, WhatIsNoRecordIsToldFromWhatIsCutOff) {
     EXPECT_EQ(CheckFrame(padded, record), EFrameCheck::Intact) << "a buffer may be larger than the image";
 }
 
-TEST(FrameCounterTest, DigitsAreWhiteOnBlackAcrossTheMiddleAndTellNumbersApart) {
-    const CImageFormat format{256, 128, 0, 0, &FormatNamed("Mono8")};
-    std::vector<std::vector<std::uint8_t>> bands;
-    for (std::uint64_t number = 0; number < 10; ++number) {
-        const auto image = Draw(format, ETestImage::FrameCounter, number);
-        const auto band = std::vector<std::uint8_t>(image.begin() + 256 * 60, image.begin() + 256 * 68);
-        EXPECT_EQ(std::count(band.begin(), band.end(), 0) + std::count(band.begin(), band.end(), 255), 256 * 8);
-        EXPECT_EQ(std::count(image.begin() + 32, image.begin() + 256 * 20, 255), 0);
-        bands.emplace_back(image.begin() + 256 * 28, image.begin() + 256 * 100);
-    }
-    for (std::size_t a = 0; a < bands.size(); ++a) {
-        for (std::size_t b = 0; b < a; ++b) {
-            EXPECT_NE(bands[a], bands[b]) << a << " looks like " << b;
-        }
-    }
-}
-
 } // namespace

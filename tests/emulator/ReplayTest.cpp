@@ -70,22 +70,4 @@ TEST_F(ReplayTest, FileThatCannotBeShownFailsTheStartByNameUntilTheReset) {
     EXPECT_NO_THROW(m_camera.Execute("AcquisitionStart"));
 }
 
-TEST_F(ReplayTest, ForcedFailuresTellTheirCauseAndCount) {
-    m_camera.Set("ForceFailedBufferCount", "2");
-    m_camera.Execute("ForceFailedBuffer");
-    Session session(m_camera, 3);
-    session.QueueAll();
-    session->StartStreaming();
-    m_camera.Execute("AcquisitionStart");
-    for (std::uint64_t i = 0; i < 3; ++i) {
-        const Zelmo::GrabResult result = session.Take();
-        EXPECT_EQ(result.blockId, i);
-        EXPECT_EQ(result.status, i < 2 ? Zelmo::GrabStatus_Failed : Zelmo::GrabStatus_Grabbed);
-        EXPECT_EQ(result.errorCode != 0 && !result.errorDescription.empty(), i < 2);
-    }
-    EXPECT_EQ(session.Parameter("StreamStartedFrameCount"), 3);
-    EXPECT_EQ(session.Parameter("StreamDeliveredFrameCount"), 1);
-    EXPECT_EQ(session.Parameter("Statistic_Failed_Buffer_Count"), 2);
-}
-
 } // namespace

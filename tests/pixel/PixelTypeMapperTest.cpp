@@ -135,26 +135,6 @@ TEST_F(PixelTypeMapperTest, FailureOfTheNodePassesAndIsForgotten) {
     EXPECT_EQ(Get(3), PixelType_Mono12p);
 }
 
-/// An object that is an enumeration twice, so that no cast tells which one is meant.
-template <int>
-struct Half : FormatNode {};
-struct Twin final : Half<1>, Half<2> {
-    GenApi::EAccessMode GetAccessMode() const override { return GenApi::RO; }
-    GenICam::gcstring ToString(bool, bool) override { return ""; }
-    void FromString(const GenICam::gcstring&, bool) override {}
-    bool IsValueCacheValid() const override { return true; }
-};
-
-TEST_F(PixelTypeMapperTest, NodeThatFailsTheCastKnowsNoNumber) {
-    Twin twin;
-    Half<1>& half = twin;
-    half.entries[3].symbolic = "Mono8";
-    m_mapper.SetPixelFormatEnumNode(&half);
-    EXPECT_FALSE(m_mapper.IsValid());
-    EXPECT_EQ(Get(3), PixelType_Undefined);
-    EXPECT_EQ(half.asked, 0);
-}
-
 TEST(PixelTypeMapper, TakesTheNodeOfADescription) {
     const tests::MapPtr map =
         tests::MakeMap(Node("Enumeration", "PixelFormat",

@@ -44,23 +44,6 @@ TEST(FeaturesTest, GlobAndVisibilityNarrowItToCategoriesThatHoldSomething) {
     EXPECT_EQ(none.Error()["code"], "unknown_feature");
 }
 
-TEST(FeaturesTest, JsonTellsTypeAccessValueUnitAndLimits) {
-    const tool::Json json = RunTool(On0({"features", "--values", "--json"})).Document();
-    EXPECT_EQ(json["device"], "0815-0000");
-    const tool::Json width = FeatureNamed(json, "Width");
-    EXPECT_EQ(width["type"], "integer");
-    EXPECT_EQ(width["access"], "RW");
-    EXPECT_EQ(width["category"], "ImageFormatControl");
-    EXPECT_TRUE(width["value"].is_number_integer());
-    EXPECT_LE(width["min"], width["value"]);
-    EXPECT_LE(width["value"], width["max"]);
-    EXPECT_THAT(FeatureNamed(json, "PixelFormat")["entries"].get<std::vector<std::string>>(),
-                testing::Contains("Mono12p"));
-    EXPECT_EQ(FeatureNamed(json, "ExposureTime")["unit"], "us");
-    EXPECT_TRUE(FeatureNamed(json, "AcquisitionFrameRateEnable")["value"].is_boolean());
-    EXPECT_FALSE(FeatureNamed(json, "DeviceReset").contains("value"));
-}
-
 TEST(GetTest, PrintsWhatSetAcceptsInTheOrderAsked) {
     const ToolResult got = RunTool(On0({"get", "PixelFormat", "ExposureTime", "Width", "AcquisitionFrameRateEnable"}));
     EXPECT_EQ(got.exitCode, 0);
@@ -180,7 +163,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Refusal{"Width=4", "Width: 4 is below the minimum of 32 (step 4) on camera 0815-0000"},
                     Refusal{"Width=65", "permitted: multiples of it above 32, such as 64 and 68"},
                     Refusal{"Width=wide", "Width: 'wide' is no integer on camera 0815-0000; permitted: 32 to 2048"},
-                    Refusal{"Width=99999999999999999999", "is no integer"}, Refusal{"Width=", "'' is no integer"},
+                    Refusal{"Width=99999999999999999999", "is no integer"},
                     Refusal{"ExposureTime=1e99", "ExposureTime: 1e99 is above the maximum of 1000000 us"},
                     Refusal{"ExposureTime=-1", "-1 is below the minimum of 10 us"},
                     Refusal{"ExposureTime=nan", "no number"}, Refusal{"ExposureTime=10 ms", "'10 ms' is no number"},

@@ -90,14 +90,6 @@ TEST_F(GrabFormatTest, EachFileHoldsTheImageOfItsEvent) {
               frames.back()["block_id"].get<std::uint64_t>() - frames.front()["block_id"].get<std::uint64_t>() - 11);
 }
 
-TEST_F(GrabFormatTest, CameraIsFreeAgainAfterEachGrab) {
-    Prepare("Mono8", "White");
-    for (int i = 0; i < 5; ++i) {
-        ASSERT_EQ(Run({"grab", "-n", "3", "--buffers", std::to_string(1 + i)}), ExitCode::Done) << m_thrown;
-        ASSERT_EQ(Run({"set", "Width=" + std::to_string(64 + 4 * i)}), ExitCode::Done) << "the size is still locked";
-    }
-}
-
 TEST_F(GrabFormatTest, ControlThatIsTakenLeavesLookingAndIsToldByAllOthers) {
     ASSERT_EQ(Run({"save", m_folder / "a"}), ExitCode::Done);
     Zelmo::CTlFactory& factory = Zelmo::CTlFactory::GetInstance();

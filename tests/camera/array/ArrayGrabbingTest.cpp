@@ -81,26 +81,6 @@ TEST_F(ArrayGrabbingTest, TimeoutIsToldAsAskedForAndTheArrayGoesOn) {
     EXPECT_EQ(Logged(), "StartGrabbing|");
 }
 
-TEST_F(ArrayGrabbingTest, TimeRunsOutWhileEventsStorm) {
-    Make(2);
-    Events(1).Put(1); // and nobody fetches it: GrabCameraEvents is off
-    m_array.StartGrabbing();
-    EXPECT_EQ(TimeoutOf(50), kTimedOut);
-    EXPECT_FALSE(Retrieve(50));
-    m_array.StopGrabbing();
-    m_array[0].GrabCameraEvents.SetValue(true);
-    m_array.StartGrabbing();
-    std::jthread storm([this](const std::stop_token& stop) {
-        for (std::int64_t value = 0; !stop.stop_requested(); ++value) {
-            Events(0).Put(value);
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        }
-    });
-    EXPECT_EQ(TimeoutOf(50), kTimedOut);
-    Device(1).Grabber().Deliver();
-    EXPECT_EQ(Next(), 1); // results go before events
-}
-
 TEST_F(ArrayGrabbingTest, EventsThatNobodyFetchesTakeNoWholeCore) {
     struct CountingCamera : CInstantCamera {
         bool RetrieveResult(unsigned ms, CGrabResultPtr& result, ETimeoutHandling handling) override {
@@ -279,31 +259,6 @@ INSTANTIATE_TEST_SUITE_P(
               [](Station& station, CInstantCamera&) { FailInImageHandler(station, TIMEOUT_EXCEPTION("too slow")); },
               "too slow"}),
     [](const auto& given) { return std::string(given.param.name); });
-
-TEST_F(ArrayGrabbingTest, HoldingAllResultsOfACameraEndsAll) {
-    Make(2);
-    m_array[1].MaxNumGrabResults.SetValue(1);
-    m_array.StartGrabbing();
-    Fill({1, 1});
-    EXPECT_EQ(Next(), 1);
-    const CGrabResultPtr held = m_result;
-    EXPECT_EQ(Failure([&] { Retrieve(0); }).substr(0, 28), "Cannot retrieve grab result.");
-    EXPECT_TRUE(IsStopped());
-}
-
-TEST_F(ArrayGrabbingTest, EngineOfACameraThatFailsEndsAll) {
-    Make(2);
-    Device(1).Grabber().SetScript("RetrieveResult:2:throw-runtime");
-    std::string error;
-    Life(1).on["error"] = [&](CInstantCamera&) { error = Life(1).error; };
-    m_array.StartGrabbing();
-    Fill({1});
-    EXPECT_EQ(Next(), 1);
-    Device(1).Grabber().Deliver();
-    EXPECT_EQ(Failure([&] { m_array.RetrieveResult(kPatience, m_result); }), "RetrieveResult was told to fail");
-    EXPECT_EQ(error, "RetrieveResult was told to fail");
-    EXPECT_TRUE(IsStopped());
-}
 
 TEST_F(ArrayGrabbingTest, CameraThatCannotStartStopsAll) {
     Make(3);

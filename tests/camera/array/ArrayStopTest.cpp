@@ -253,19 +253,6 @@ TEST_F(ArrayStopTest, ThreadThatWaitsIsWokenThoughHandlersStartTheCamerasAgain) 
 
 // From handlers
 
-TEST_F(ArrayStopTest, ImageHandlerMayStopAndStartAgain) {
-    Make(2);
-    m_array.StartGrabbing();
-    Life(0).on["image"] = [this](CInstantCamera&) {
-        Life(0).on.clear();
-        m_array.StopGrabbing();
-        m_array.StartGrabbing();
-    };
-    Fill({0});
-    EXPECT_EQ(Next(), 0);
-    ExpectAlive();
-}
-
 TEST_F(ArrayStopTest, HandlerInsideAStopMayStop) {
     Make(2);
     for (std::size_t i = 0; i < 2; ++i) {

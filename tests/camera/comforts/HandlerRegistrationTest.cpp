@@ -3,8 +3,6 @@
 #include "fakes/Failure.h"
 #include "fakes/LogRecorder.h"
 
-#include <GenApi/INodeMap.h>
-
 #include <future>
 #include <optional>
 #include <stdexcept>
@@ -128,45 +126,6 @@ TEST_F(HandlerRegistrationTest, RemovalIsToldOnceAndAFailureThenIsLogged) {
     }));
     registration.End();
     camera.DetachDevice();
-}
-
-/// Keeps the handler that is registered for camera events, as there is no camera with events.
-class EventCamera : public CInstantCamera {
-public:
-    void RegisterCameraEventHandler(CCameraEventHandler* added, const String_t& nodeName, long id,
-                                    ERegistrationMode mode, ECleanup cleanup,
-                                    ECameraEventAvailability availability) override {
-        CInstantCamera::RegisterCameraEventHandler(added, nodeName, id, mode, cleanup, availability);
-        handler = added;
-    }
-    bool DeregisterCameraEventHandler(CCameraEventHandler* removed, const String_t& nodeName) override {
-        const bool isDone = CInstantCamera::DeregisterCameraEventHandler(removed, nodeName);
-        handler = isDone && removed == handler ? nullptr : handler;
-        return isDone;
-    }
-
-    CCameraEventHandler* handler = nullptr;
-};
-
-TEST_F(HandlerRegistrationTest, EventFunctionIsRegisteredAtItsNode) {
-    Fakes::CScriptedDevice withNodes;
-    EventCamera events;
-    events.Attach(&withNodes, Cleanup_None);
-    events.Open();
-    EXPECT_THROW((void)OnEvent(events, "NoSuchNode", [] {}), GenICam::RuntimeException);
-    EXPECT_EQ(events.handler, nullptr);
-    EXPECT_NO_THROW((void)OnEvent(
-        events, "NoSuchNode", [] {}, CameraEventAvailability_Optional));
-    EXPECT_EQ(events.handler, nullptr) << "that registration has ended";
-    GenApi::INode* seen = nullptr;
-    {
-        const auto registration = OnEvent(events, "Width", [&](GenApi::INode* node) { seen = node; });
-        ASSERT_NE(events.handler, nullptr);
-        events.handler->OnCameraEvent(events, 0, events.GetNodeMap().GetNode("Width"));
-    }
-    EXPECT_EQ(events.handler, nullptr);
-    EXPECT_EQ(seen, events.GetNodeMap().GetNode("Width"));
-    events.DetachDevice();
 }
 
 } // namespace

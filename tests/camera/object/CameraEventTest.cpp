@@ -56,23 +56,6 @@ protected:
     CGrabResultPtr m_result;
 };
 
-TEST_F(CameraEventTest, StormOfThemKeepsNobodyFromImagesStopsAndTheEndOfTheTime) {
-    for (const bool isEmpty : {false, true}) {
-        m_events.signalsOnly = isEmpty;
-        m_events.isEndless = true;
-        m_camera.StartGrabbing();
-        m_events.Put(7);
-        const auto begin = std::chrono::steady_clock::now();
-        EXPECT_FALSE(m_camera.RetrieveResult(100, m_result, TimeoutHandling_Return));
-        EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(10));
-        EXPECT_EQ(m_device.Grabber().Deliver(), 1U);
-        EXPECT_TRUE(m_camera.RetrieveResult(10000, m_result, TimeoutHandling_Return));
-        m_result.Release();
-        std::jthread stopping([this] { m_camera.StopGrabbing(); });
-        EXPECT_FALSE(m_camera.RetrieveResult(60000, m_result, TimeoutHandling_Return));
-    }
-}
-
 TEST_F(CameraEventTest, ReachTheHandlersOfTheirNodeOnTheThreadThatRetrieves) {
     Register(1);
     m_camera.StartGrabbing();
@@ -131,33 +114,6 @@ TEST_F(CameraEventTest, NodeThatIsMissingFailsWhereItIsMandatory) {
     EXPECT_TRUE(m_camera.DeregisterCameraEventHandler(&m_diary, "Nothing"));
     m_camera.Open();
     EXPECT_EQ(m_diary.Told(), "+Nothing3 -Nothing3 ");
-}
-
-TEST_F(CameraEventTest, HandlerMayDeregisterItselfAndCloseTheCameraInItsCall) {
-    for (int round = 0; round < 3; ++round) {
-        Register(1);
-        m_camera.StartGrabbing();
-        m_diary.Told();
-        m_diary.more = [&](CInstantCamera& camera) {
-            if (round != 1) {
-                camera.DeregisterCameraEventHandler(&m_diary, "EventValue");
-            }
-            if (round != 0) {
-                camera.Close();
-                camera.StartGrabbing(); // which connects anew
-            }
-        };
-        m_events.Put(1);
-        EXPECT_FALSE(Look());
-        EXPECT_EQ(m_diary.Told(), round != 1 ? "1:1 -EventValue1 " : "1:1 ");
-        m_diary.more = nullptr;
-        m_events.Put(2);
-        EXPECT_FALSE(Look());
-        EXPECT_EQ(m_diary.Told(), round == 1 ? "1:2 " : "");
-        m_camera.Close();
-        m_camera.DeregisterCameraEventHandler(&m_diary, "EventValue");
-        m_diary.Told();
-    }
 }
 
 TEST_F(CameraEventTest, WhatAHandlerWritesIsNoEvent) {

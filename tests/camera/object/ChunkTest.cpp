@@ -138,7 +138,6 @@ INSTANTIATE_TEST_SUITE_P(
     All, ChunkGeometryTest,
     testing::Values(
         GeometryCase{"nothing of the geometry", {}, "", {0, 0, 64, 16, 0}, PixelType_Mono8},
-        GeometryCase{"nothing but a format", {}, "Mono16", {0, 0, 64, 16, 0}, PixelType_Mono16},
         GeometryCase{"one datum", {{"ChunkHeight", "<Value>7</Value>"}}, "Mono8", {0, 0, 64, 7, 0}, PixelType_Mono8},
         GeometryCase{"not readable",
                      {{"ChunkHeight", "<ImposedAccessMode>WO</ImposedAccessMode><Value>7</Value>"}},
@@ -146,8 +145,6 @@ INSTANTIATE_TEST_SUITE_P(
                      {0, 0, 64, 16, 0},
                      PixelType_Mono8},
         GeometryCase{"an unknown format", {}, "Strange", {0, 0, 64, 16, 0}, PixelType_Undefined},
-        GeometryCase{
-            "a stride of 0", {{"ChunkStride", "<Value>0</Value>"}}, "Mono8", {0, 0, 64, 16, 0}, PixelType_Mono8},
         GeometryCase{
             "a short one", {{"ChunkStride", "<Value>63</Value>"}}, "Mono8", {0, 0, 64, 16, 0}, PixelType_Mono8},
         GeometryCase{"just full", {{"ChunkStride", "<Value>64</Value>"}}, "Mono8", {0, 0, 64, 16, 0}, PixelType_Mono8},
@@ -265,19 +262,6 @@ TEST_F(ChunkTest, DeviceComesAndGoesWhileThePoolIsResizedUnderALockOfTheApplicat
     resizing = {};
     m_camera->DetachDevice();
     m_camera->GetExtensionInterface().SetLockOverride(nullptr);
-}
-
-TEST_F(ChunkTest, OneParserForAllLeavesNoChunkDataBehind) {
-    m_camera->ChunkNodeMapsEnable.SetValue(false);
-    m_camera->StaticChunkNodeMapPoolSize.SetValue(0);
-    m_camera->StartGrabbing();
-    EXPECT_EQ(m_script.made, 1);
-    ASSERT_TRUE(Retrieve());
-    EXPECT_THAT(GeometryOf(m_result), ElementsAre(3, 4, 10, 5, 2));
-    EXPECT_EQ(m_result->GetChunkDataNodeMap().GetNumNodes(), 0U);
-    EXPECT_EQ(m_script.attached, 0);
-    m_camera->StopGrabbing();
-    EXPECT_EQ(m_script.alive, 0);
 }
 
 /// As that of an application runs, at a node that the parser changes.

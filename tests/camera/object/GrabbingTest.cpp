@@ -65,20 +65,13 @@ TEST_F(GrabbingTest, DeviceIsLeftAsItWasFoundUnlessItIsOpenedMeanwhile) {
     EXPECT_FALSE(m_camera.IsGrabbing());
 }
 
-TEST_F(GrabbingTest, ContextAndMessageAreThoseOfTheMomentOfRetrieval) {
-    m_camera.MaxNumGrabResults.SetValue(1);
+TEST_F(GrabbingTest, ContextIsThatOfTheMomentOfRetrieval) {
     m_camera.SetCameraContext(1);
     m_camera.StartGrabbing();
-    Fill(2);
+    Fill(1);
     m_camera.SetCameraContext(42);
     EXPECT_TRUE(Retrieve(0));
     EXPECT_EQ(m_result->GetCameraContext(), 42);
-    CGrabResultPtr other;
-    EXPECT_EQ(
-        Failure([&] { m_camera.RetrieveResult(0, other, kRaises); }),
-        "Cannot retrieve grab result. The maximum number of available grab results (1) has been reached. Check the "
-        "MaxNumGrabResults setting of the camera object.");
-    EXPECT_TRUE(Retrieve(0)); // its own is given back first
 }
 
 // What fails on the way up
@@ -130,12 +123,6 @@ INSTANTIATE_TEST_SUITE_P(
                     "",
                     {},
                     "Unexpected error! PrepareGrab was told to fail",
-                    "open opened start ",
-                    true},
-        FailedStart{"StartStreaming:1:throw-std",
-                    "",
-                    {},
-                    "Unexpected error! StartStreaming was told to fail",
                     "open opened start ",
                     true},
         FailedStart{
@@ -191,37 +178,6 @@ TEST_F(GrabbingTest, HandlersHearOfSkippedImagesAndThenOfTheResult) {
               1U);
     EXPECT_EQ(m_log.Count(kCategory, LogPriority_Error, ", rethrow=1, msg=no such image"), 1U);
     EXPECT_TRUE(m_camera.DeregisterImageEventHandler(&second));
-}
-
-TEST_F(GrabbingTest, HandlerMayStopAndStartAgain) {
-    m_diary.on["image1"] = [](CInstantCamera& camera) {
-        camera.StopGrabbing();
-        camera.StartGrabbing();
-    };
-    m_camera.StartGrabbing(1);
-    m_device.Grabber().Deliver();
-    EXPECT_TRUE(Retrieve());
-    EXPECT_TRUE(m_camera.IsGrabbing()); // that session has no limit
-    m_diary.on.clear();
-    Fill(2);
-    EXPECT_TRUE(Retrieve());
-    EXPECT_TRUE(Retrieve());
-}
-
-TEST_F(GrabbingTest, FailedEngineIsToldOnceAndEndsTheSession) {
-    m_device.Grabber().SetScript("RetrieveResult:2:throw-access");
-    m_camera.StartGrabbing();
-    m_device.Grabber().Deliver(2);
-    const auto retrieveBoth = [&] {
-        while (Retrieve()) {
-        }
-    };
-    EXPECT_EQ(Failure(retrieveBoth), "RetrieveResult was told to fail");
-    EXPECT_EQ(m_diary.error, "RetrieveResult was told to fail");
-    EXPECT_EQ(m_diary.Count("error"), 1U);
-    EXPECT_EQ(m_log.Count(kCategory, LogPriority_Error, Line("OnGrabError msg=RetrieveResult was told to fail")), 1U);
-    EXPECT_FALSE(m_camera.IsGrabbing());
-    EXPECT_FALSE(Retrieve());
 }
 
 TEST_F(GrabbingTest, HandlerOfAFailureMayStartAgain) {

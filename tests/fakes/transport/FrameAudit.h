@@ -14,17 +14,16 @@ namespace Fakes {
 struct CAuditReport {
     std::uint64_t taken = 0;
     std::uint64_t distinct = 0;
-    std::uint64_t missing = 0;    ///< begun by the camera, never taken
-    std::uint64_t doubled = 0;    ///< taken again
-    std::uint64_t torn = 0;       ///< cut off, or not the image that the record was written for
-    std::uint64_t foreign = 0;    ///< no record, of another camera, or a number that was never begun
-    std::uint64_t outOfOrder = 0; ///< right behind a higher number; means something when one thread takes
+    std::uint64_t missing = 0; ///< begun by the camera, never taken
+    std::uint64_t doubled = 0; ///< taken again
+    std::uint64_t torn = 0;    ///< cut off, or not the image that the record was written for
+    std::uint64_t foreign = 0; ///< no record, of another camera, or a number that was never begun
 
     friend bool operator==(const CAuditReport&, const CAuditReport&) = default;
     friend std::ostream& operator<<(std::ostream& stream, const CAuditReport& report) {
         return stream << report.taken << " taken: " << report.distinct << " distinct, " << report.missing
                       << " missing, " << report.doubled << " doubled, " << report.torn << " torn, " << report.foreign
-                      << " foreign, " << report.outOfOrder << " out of order";
+                      << " foreign";
     }
 };
 
@@ -51,7 +50,6 @@ public:
         CAuditReport report = m_rest;
         std::vector<bool> seen(begun);
         for (std::size_t i = 0; i < m_ids.size(); ++i) {
-            report.outOfOrder += i > 0 && m_ids[i] < m_ids[i - 1] ? 1 : 0;
             if (m_ids[i] >= begun) {
                 ++report.foreign;
             } else {

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <iterator>
-#include <random>
 #include <sstream>
 #include <stdexcept>
 #include <utility>
@@ -118,23 +117,6 @@ void CScript::Read(const std::string& piece) {
     } else if (!piece.empty()) {
         throw std::invalid_argument("there is no setting '" + name + "'");
     }
-}
-
-CScript CScript::Random(std::uint64_t seed, unsigned count, std::uint64_t lastCall) {
-    std::mt19937_64 random(seed);
-    std::string text;
-    while (count > 0) {
-        const auto operation = static_cast<EOperation>(random() % std::size(kOperationNames));
-        const auto fault = static_cast<EFault>(random() % std::size(kFaultWords));
-        const std::string call = fault >= EFault::Missing ? "*" : std::to_string(1 + random() % lastCall);
-        if (!Fits(operation, fault) || fault == EFault::Remove) {
-            continue;
-        }
-        text += std::string(";") + NameOf(operation) + ":" + call + ":" + kFaultWords[static_cast<std::size_t>(fault)];
-        text += fault == EFault::Stall ? "=3" : "";
-        --count;
-    }
-    return text;
 }
 
 } // namespace Fakes

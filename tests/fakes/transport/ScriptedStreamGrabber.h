@@ -14,7 +14,6 @@
 #include <map>
 #include <memory>
 #include <mutex>
-#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -55,7 +54,6 @@ struct CFrameAccount {
 ///     ASSERT_TRUE(grabber.WaitForStall(Fakes::EOperation::RetrieveResult));
 ///     grabber.Release();
 ///
-///     const auto script = Fakes::CScript::Random(seed);    // SCOPED_TRACE(script.text)
 ///     EXPECT_THAT(grabber.Violations(), testing::IsEmpty());                  // last line of every test
 ///
 /// A camera around it is CScriptedDevice; libzelmo_TL_scripted.so offers such cameras to CTlFactory.
@@ -171,7 +169,6 @@ private:
     std::map<Zelmo::StreamBufferHandle, CBuffer> m_buffers;
     std::deque<CBuffer*> m_queued;
     std::deque<Zelmo::GrabResult> m_results;
-    std::optional<Zelmo::GrabResult> m_late;
     Zelmo::GrabResult m_last;            // that was retrieved
     std::atomic<std::size_t> m_away = 0; // buffers that are not idle
     CFrameAccount m_account;
