@@ -329,6 +329,7 @@ TEST_F(ChunkTest, ParserThatDoesNotEndWellIsOnlyLogged) {
     const char* const line = "Exception caught while destroying chunk parser, msg='it sticks'";
     EXPECT_TRUE(m_log.Contains("zelmo.base.InstantCamera", LogPriority_Error, line));
     m_log.Clear();
+    m_camera->ChunkNodeMapsEnable.SetValue(true);
     m_camera->StaticChunkNodeMapPoolSize.SetValue(1);
     m_camera->StaticChunkNodeMapPoolSize.SetValue(0);
     EXPECT_TRUE(m_log.Contains("zelmo.base.InstantCamera", LogPriority_Error, line));
