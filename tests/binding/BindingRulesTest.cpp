@@ -300,19 +300,4 @@ INSTANTIATE_TEST_SUITE_P(
                     StandardBinding{"HarlixCamEmu", "harlix", "Emulation", false, true, ""},
                     StandardBinding{"HarlixCamEmu", "Other", "Emulation", true, true, ""}));
 
-TEST_F(BindingRules, FamiliesOfCameraLinkHaveARuleEach) {
-    m_rules.AddRulesFromResources("ConfigFileRegistryStandardRules");
-    for (const char* model : {"kvQ1", "tcQ1", "mnQ1"}) {
-        const CBindingReport report = m_rules.Explain(Device(model, "HarlixCameraLink", "Harlix"));
-        ASSERT_EQ(report.matching.size(), 2u);
-        EXPECT_EQ(report.winner, 1u);
-        EXPECT_FALSE(report.matching[1].custom);
-    }
-}
-
-TEST_F(BindingRules, UnknownDocumentAddsNothing) {
-    m_rules.AddRulesFromResources("ConfigFileRegistryStandardRule");
-    EXPECT_EQ(m_rules.CountRules(), 0u);
-}
-
 } // namespace

@@ -170,9 +170,6 @@ TEST_P(BrokenSettingsFile, FailsTheUpdateAndNamesFileAndCause) {
 
 INSTANTIATE_TEST_SUITE_P(All, BrokenSettingsFile,
                          testing::Values("", "<settings><setting name='a'><v>1</v></settings>", "name=value\n",
-                                         std::string("\x7f"
-                                                     "ELF\0\0\0",
-                                                     7),
                                          Repeated("<settings>", 100'000), std::string(1'000'000, '<')));
 
 TEST_F(ZelmoSettings, FolderOrPipeOfThatNameIsFoundAndFails) {

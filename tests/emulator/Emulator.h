@@ -38,9 +38,9 @@ public:
     Library(const Library&) = delete;
     Library& operator=(const Library&) = delete;
 
-    Zelmo::DeviceInfoList Devices(const Zelmo::DeviceInfoList& filter = {}) const {
+    Zelmo::DeviceInfoList Devices() const {
         Zelmo::DeviceInfoList list, emulated;
-        Zelmo::CTlFactory::GetInstance().EnumerateDevices(list, filter);
+        Zelmo::CTlFactory::GetInstance().EnumerateDevices(list);
         for (const auto& info : list) {
             if (info.GetDeviceClass() == kDeviceClass) {
                 emulated.push_back(info);

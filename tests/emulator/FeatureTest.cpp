@@ -3,8 +3,6 @@
 
 #include <zelmo/Device.h>
 
-#include <cmath>
-
 using namespace Emulator;
 
 namespace {
@@ -44,19 +42,6 @@ TEST_F(FeatureTest, AllFeaturesUnderRootWorkAndExplainThemselves) {
             EXPECT_NO_THROW(feature->FromString(feature->ToString())) << "what it shows, it takes";
         }
     }
-}
-
-TEST_F(FeatureTest, AlsoTheStreamGrabbersParametersWork) {
-    GenApi::INodeMap* const nodeMap = m_camera.Grabber().GetNodeMap();
-    std::vector<GenApi::IValue*> features;
-    CollectFeatures(*GenApi::CCategoryPtr(nodeMap->GetNode("Root")), features);
-    EXPECT_EQ(features.size(), 14u);
-    for (GenApi::IValue* feature : features) {
-        EXPECT_NO_THROW(feature->ToString()) << feature->GetNode()->GetName().c_str();
-    }
-    EXPECT_EQ(GenApi::CIntegerPtr(nodeMap->GetNode("PayloadSize"))->GetValue(), 1024 * 1024);
-    m_camera.Set("PixelFormat", "Mono12p");
-    EXPECT_EQ(GenApi::CIntegerPtr(nodeMap->GetNode("PayloadSize"))->GetValue(), 1024 * 1024 * 3 / 2);
 }
 
 TEST_F(FeatureTest, SizeAndOffsetLimitEachOther) {

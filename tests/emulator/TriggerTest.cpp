@@ -104,17 +104,6 @@ TEST_F(TriggerTest, FrameTriggerLetsOneImageBeginAndTheNextOneOnlyWhenReady) {
     ExpectNoImage();
 }
 
-TEST_F(TriggerTest, WithoutATriggerAStartedCameraIsReadyForTheNextImage) {
-    EXPECT_EQ(m_camera.Text("AcquisitionStatusSelector"), "AcquisitionActive");
-    EXPECT_FALSE(Is("AcquisitionActive") || Is("AcquisitionTriggerWait") || Is("FrameActive"));
-    Start();
-    EXPECT_TRUE(Is("AcquisitionActive"));
-    EXPECT_TRUE(Is("AcquisitionTriggerWait"));
-    EXPECT_FALSE(Is("FrameTriggerWait")) << "it waits for none";
-    m_camera.Execute("AcquisitionStop");
-    EXPECT_FALSE(Is("AcquisitionActive") || Is("AcquisitionTriggerWait"));
-}
-
 TEST_F(TriggerTest, BurstTriggerLetsItsImagesBegin) {
     m_camera.Set("AcquisitionBurstFrameCount", "3");
     TurnOn("FrameBurstStart");

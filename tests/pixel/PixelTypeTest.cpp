@@ -171,10 +171,6 @@ INSTANTIATE_TEST_SUITE_P(
         FORMAT(YUV422Planar, 0x82100042, 8, kFails, 3, "", ""), FORMAT(YUV444Planar, 0x82180044, 8, 3, 3, "", "")),
     [](const auto& param) { return std::string(param.param.name); });
 
-TEST(PixelType, UndefinedIsMinusOne) {
-    EXPECT_EQ(static_cast<std::int64_t>(PixelType_Undefined), -1);
-}
-
 class InvalidPixelType : public testing::TestWithParam<std::int64_t> {};
 
 TEST_P(InvalidPixelType, IsNamedByEachLookUpAndHasOnePlane) {

@@ -22,25 +22,11 @@ protected:
         return RunTool(arguments, WithEnvironment({{"ZELMO_CONFIG_FILE_REGISTRY_PATH", m_rules.Path()},
                                                    {"ZELMO_DEFAULT_CDF_DIR", m_descriptions.Path()}}));
     }
-    Json Bind(const std::string& device = "0") const { return Run({"binding", device, "--json"}).Document(); }
+    Json Bind(const std::string& device) const { return Run({"binding", device, "--json"}).Document(); }
 
     TemporaryFolder m_rules;
     TemporaryFolder m_descriptions;
 };
-
-TEST_F(BindingVerbTest, TellsTheStandardRule) {
-    const Json binding = Bind();
-    EXPECT_EQ(binding["device"], "0815-0000");
-    EXPECT_EQ(binding["reason"], "highest_priority");
-    EXPECT_EQ(binding["download"], true);
-    EXPECT_FALSE(binding.contains("file"));
-    ASSERT_EQ(binding["rules"].size(), 1u);
-    EXPECT_EQ(binding["rules"][0]["origin"], "built-in");
-    const std::string text = Run({"binding", "0"}).out;
-    EXPECT_THAT(text, HasSubstr("Description  from the camera\nRule         built-in, standard, priority 0\n"
-                                "Reason       no other rule matches\n"));
-    EXPECT_THAT(text, HasSubstr("*  0         standard  Harlix"));
-}
 
 TEST_F(BindingVerbTest, TellsWhichOfSeveralCountsAndWhichFilesAreMissing) {
     std::ofstream(m_descriptions / "there.xml") << "x";

@@ -125,25 +125,25 @@ TEST_P(WrongUsageTest, TellsWhatIsWrongAndWhereHelpIs) {
 
 INSTANTIATE_TEST_SUITE_P(
     Lines, WrongUsageTest,
-    testing::Values(
-        Wrong{{}, "A verb is missing"}, Wrong{{"lst"}, "no verb 'lst' (did you mean 'list'?)"},
-        Wrong{{"frobnicate"}, "'zelmo --help' lists them"},
-        Wrong{{"grab", "--duratoin", "3"}, "no option '--duratoin' (did you mean '--duration'?)"},
-        Wrong{{"list", "extra"}, "'extra' is one argument too many"}, Wrong{{"get"}, "zelmo get --help"},
-        Wrong{{"set"}, "required"}, Wrong{{"grab", "-n", "0"}, "--count: '0' is no whole number from 1"},
-        Wrong{{"grab", "-n", "-3"}, "'-3' is no whole number"}, Wrong{{"grab", "--duration", "0"}, "--duration"},
-        Wrong{{"grab", "--duration", "nan"}, "'nan' is no number from 0.001"},
-        Wrong{{"grab", "--timeout", "99999999999"}, "--timeout"}, Wrong{{"grab", "--buffers", "0"}, "--buffers"},
-        Wrong{{"grab", "--max-lost", "-1"}, "--max-lost"}, Wrong{{"grab", "--raw"}, "--raw requires --output"},
-        Wrong{{"grab", "--all", "-d", "1"}, "--all"}, Wrong{{"grab", "-o"}, "-o"},
-        Wrong{{"grab", "--strategy", "latest"}, "'latest' is none of one-by-one|latest-image-only"},
-        Wrong{{"bench", "--cameras", "2"}, "--cameras"}, Wrong{{"bench", "-n", "2"}, "-n"},
-        Wrong{{"list", "--watch", "--tls"}, "--tls"}, Wrong{{"list", "--count", "2"}, "--watch"},
-        Wrong{{"list", "--progress", "sometimes"}, "sometimes"},
-        Wrong{{"features", "--visibility", "wizard"}, "wizard"}, Wrong{{"get", "A", "--nodemap", "x"}, "x"},
-        Wrong{{"nodemap", "--", "a", "-q"}, "'-q' is one argument too many"},
-        Wrong{{"load", "a", "-d", ""}, "--device: the text is empty"}, Wrong{{"info", ""}, "DEVICE: the text"},
-        Wrong{{"nodemap", "a", "--memory="}, "--memory"}, Wrong{{"list", "--log-file", ""}, "--log-file: the text"}));
+    testing::Values(Wrong{{}, "A verb is missing"}, Wrong{{"lst"}, "no verb 'lst' (did you mean 'list'?)"},
+                    Wrong{{"frobnicate"}, "'zelmo --help' lists them"},
+                    Wrong{{"grab", "--duratoin", "3"}, "no option '--duratoin' (did you mean '--duration'?)"},
+                    Wrong{{"list", "extra"}, "'extra' is one argument too many"}, Wrong{{"get"}, "zelmo get --help"},
+                    Wrong{{"set"}, "required"}, Wrong{{"grab", "-n", "0"}, "--count: '0' is no whole number from 1"},
+                    Wrong{{"grab", "-n", "-3"}, "'-3' is no whole number"},
+                    Wrong{{"grab", "--duration", "nan"}, "'nan' is no number from 0.001"},
+                    Wrong{{"grab", "--timeout", "99999999999"}, "--timeout"},
+                    Wrong{{"grab", "--raw"}, "--raw requires --output"}, Wrong{{"grab", "--all", "-d", "1"}, "--all"},
+                    Wrong{{"grab", "-o"}, "-o"},
+                    Wrong{{"grab", "--strategy", "latest"}, "'latest' is none of one-by-one|latest-image-only"},
+                    Wrong{{"bench", "--cameras", "2"}, "--cameras"}, Wrong{{"bench", "-n", "2"}, "-n"},
+                    Wrong{{"list", "--watch", "--tls"}, "--tls"}, Wrong{{"list", "--count", "2"}, "--watch"},
+                    Wrong{{"list", "--progress", "sometimes"}, "sometimes"},
+                    Wrong{{"features", "--visibility", "wizard"}, "wizard"}, Wrong{{"get", "A", "--nodemap", "x"}, "x"},
+                    Wrong{{"nodemap", "--", "a", "-q"}, "'-q' is one argument too many"},
+                    Wrong{{"load", "a", "-d", ""}, "--device: the text is empty"},
+                    Wrong{{"info", ""}, "DEVICE: the text"}, Wrong{{"nodemap", "a", "--memory="}, "--memory"},
+                    Wrong{{"list", "--log-file", ""}, "--log-file: the text"}));
 
 TEST(CommandLineTest, ManualPageKnowsEveryVerb) {
     CommandLine line;

@@ -149,10 +149,8 @@ INSTANTIATE_TEST_SUITE_P(
     Verbs, NoDeviceTest,
     testing::Values(NoDevice{{"info", "4711"}, "3", "no_device", "No camera matches '4711'"},
                     NoDevice{{"info", "ModelName=Emulation"}, "3", "ambiguous_device", "0: 0815-0000"},
-                    NoDevice{{"features"}, "3", "ambiguous_device", "2: 0815-0002"},
                     NoDevice{{"get", "Width", "-d", "4711"}, "3", "no_device", "1: 0815-0001"},
                     NoDevice{{"set", "Width=64"}, "0", "no_device", "Plug-ins were looked for in"},
-                    NoDevice{{"exec", "DeviceReset", "-d", "3"}, "3", "no_device", "'3'"},
                     NoDevice{{"grab", "-d", "0", "-d", "4711"}, "3", "no_device", "'4711'"},
                     NoDevice{{"grab", "--all"}, "0", "no_device", "ZELMO_CAMEMU"},
                     NoDevice{{"info", "--filter", "SerialNumber=9"}, "3", "no_device", "SerialNumber=9"}));

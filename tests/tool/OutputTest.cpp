@@ -12,7 +12,6 @@ namespace {
 using namespace tool;
 using testing::ElementsAre;
 using testing::EndsWith;
-using testing::HasSubstr;
 
 class OutputTest : public testing::Test {
 protected:
@@ -22,16 +21,6 @@ protected:
     std::ostringstream m_data;
     std::ostringstream m_messages;
 };
-
-TEST_F(OutputTest, TextGoesOutAsLinesAndDocumentsDoNot) {
-    Output output = Make();
-    output.Line("one");
-    output.Document({{"a", 1}});
-    output.Event("frame", {{"a", 1}});
-    output.Note("note");
-    EXPECT_EQ(m_data.str(), "one\n");
-    EXPECT_EQ(m_messages.str(), "note\n");
-}
 
 TEST_F(OutputTest, EventsAreOneLineEachWithTypeAndTime) {
     m_options.json = true;
@@ -107,11 +96,6 @@ TEST(TextTest, TableHasColumnsOfEqualWidthAndNoBlanksAtTheEnd) {
     EXPECT_THAT(FormatTable({{"A", "LONG", "C"}, {"wide", "x", ""}, {"y"}}),
                 ElementsAre("A     LONG  C", "wide  x", "y"));
     EXPECT_THAT(FormatTable({}), testing::IsEmpty());
-}
-
-TEST(TextTest, ControlCharactersDoNotReachTheTerminal) {
-    EXPECT_EQ(Printable("a\033[31m\nb\x7F"), "a?[31m?b?");
-    EXPECT_EQ(Printable("Kamera \xC3\xA4"), "Kamera \xC3\xA4");
 }
 
 } // namespace

@@ -3,8 +3,6 @@
 
 #include <GenApi/Pointer.h>
 
-#include <stdexcept>
-
 using namespace Zelmo;
 
 namespace {

@@ -5,7 +5,6 @@
 
 #include <future>
 #include <optional>
-#include <stdexcept>
 #include <utility>
 
 using namespace Zelmo;

@@ -330,11 +330,6 @@ TEST_F(ChunkTest, ParserThatDoesNotEndWellIsOnlyLogged) {
     EXPECT_TRUE(m_log.Contains("zelmo.base.InstantCamera", LogPriority_Error, line));
     m_log.Clear();
     m_camera->ChunkNodeMapsEnable.SetValue(true);
-    m_camera->StartGrabbing(1);
-    EXPECT_TRUE(Retrieve());
-    m_result.Release();
-    EXPECT_TRUE(m_log.Contains("zelmo.base.InstantCamera", LogPriority_Error, line));
-    m_log.Clear();
     m_camera->StaticChunkNodeMapPoolSize.SetValue(1);
     m_camera->StaticChunkNodeMapPoolSize.SetValue(0);
     EXPECT_TRUE(m_log.Contains("zelmo.base.InstantCamera", LogPriority_Error, line));

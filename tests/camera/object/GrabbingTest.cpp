@@ -7,7 +7,6 @@
 #include <future>
 #include <new>
 #include <stdexcept>
-#include <tuple>
 
 using namespace Zelmo;
 using GenICam::LogPriority_Error;
@@ -325,19 +324,6 @@ TEST(FrameTriggerTest, ReadinessIsThatOfTheStatusElseOfTheCommand) {
 }
 
 // The loop of the camera
-
-TEST_F(GrabbingTest, LoopThreadDeliversACountAndEndsWithIt) {
-    m_device.Grabber().SetScript("source=free");
-    m_camera.StartGrabbing(5, GrabStrategy_OneByOne, GrabLoop_ProvidedByInstantCamera);
-    EXPECT_TRUE(m_camera.GetGrabStopWaitObject().Wait(kPatience));
-    EXPECT_EQ(m_diary.Count("image"), 5U);
-    EXPECT_EQ(m_diary.Count("error"), 0U);
-    m_camera.GetExtensionInterface().JoinGrabLoopThread();
-    for (const char* line : {"Grab loop thread started", "Grab loop thread RetrieveResult timeout=4294967295",
-                             "Grab loop thread stopped", "Grab loop thread joined"}) {
-        EXPECT_EQ(m_log.Count(kCategory, LogPriority_Notice, Line(line)), 1U) << line;
-    }
-}
 
 TEST_F(GrabbingTest, LoopThreadTellsWhatEndsItAndIsFollowedByAnother) {
     m_camera.GrabLoopThreadUseTimeout.SetValue(true);

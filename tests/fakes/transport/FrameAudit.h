@@ -5,7 +5,6 @@
 
 #include <cstdint>
 #include <mutex>
-#include <ostream>
 #include <vector>
 
 namespace Fakes {
@@ -18,13 +17,6 @@ struct CAuditReport {
     std::uint64_t doubled = 0; ///< taken again
     std::uint64_t torn = 0;    ///< cut off, or not the image that the record was written for
     std::uint64_t foreign = 0; ///< no record, of another camera, or a number that was never begun
-
-    friend bool operator==(const CAuditReport&, const CAuditReport&) = default;
-    friend std::ostream& operator<<(std::ostream& stream, const CAuditReport& report) {
-        return stream << report.taken << " taken: " << report.distinct << " distinct, " << report.missing
-                      << " missing, " << report.doubled << " doubled, " << report.torn << " torn, " << report.foreign
-                      << " foreign";
-    }
 };
 
 /// Checks the images of one camera against their records and finds loss, doubling and tearing. Threads: any.
