@@ -115,9 +115,9 @@ TEST(DoctorTest, BadPluginIsNamedWithItsCauseAndTheOthersGoOnWorking) {
           BadPlugin{TEST_PLUGINS "/faulty", "Fake/FakeFaulty", "'lost'", "no device class", 1},
           BadPlugin{empty.Path(), "plug-in path", "ZELMO_TL_PATH", "No camera"}}) {
         SCOPED_TRACE(check);
-        const auto run = [&](const std::vector<std::string>& words, const std::string& others) {
-            return RunTool(
-                words, WithEnvironment({{"ZELMO_TL_PATH", folder + others}, {"ZELMO_TEST_FAULT", "No device class"}}));
+        const auto run = [&own = folder](const std::vector<std::string>& words, const std::string& others) {
+            return RunTool(words,
+                           WithEnvironment({{"ZELMO_TL_PATH", own + others}, {"ZELMO_TEST_FAULT", "No device class"}}));
         };
         const ToolResult alone = run({"doctor", "--json", "-q"}, "");
         EXPECT_EQ(alone.exitCode, 8);
