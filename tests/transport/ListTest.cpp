@@ -10,10 +10,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <stdexcept>
 #include <string>
-#include <type_traits>
 
 using namespace Zelmo;
 using testing::ElementsAre;
@@ -79,29 +77,6 @@ TEST(ListTest, HasTheLimitsOfAGrowingArray) {
     list.pop_back();
     EXPECT_EQ(list.size(), 2u);
     EXPECT_EQ(TlInfoList(4).size(), 4u);
-}
-
-TEST(ListTest, IteratorsAreRandomAccess) {
-    static_assert(
-        std::is_same_v<std::iterator_traits<TlInfoList::iterator>::iterator_category, std::random_access_iterator_tag>);
-    TlInfoList list = ListOf({"a", "b", "c", "d"});
-    TlInfoList::iterator it = list.begin();
-    EXPECT_EQ((it++)->GetFullName(), "a");
-    EXPECT_EQ((*++it).GetFullName(), "c");
-    EXPECT_EQ((it--)->GetFullName(), "c");
-    EXPECT_EQ(it[2].GetFullName(), "d");
-    it += 2;
-    it -= 1;
-    EXPECT_EQ(it - list.begin(), 2);
-    EXPECT_LT(list.begin(), it);
-    EXPECT_GT(it, list.begin());
-    EXPECT_LE(it, list.end());
-    EXPECT_GE(it, it);
-    EXPECT_NE(it, list.end());
-    const TlInfoList::const_iterator constant = it;
-    EXPECT_TRUE(constant == it);
-    std::reverse(list.begin(), list.end());
-    EXPECT_THAT(Names(list), ElementsAre("d", "c", "b", "a"));
 }
 
 TEST(AccessModeSetTest, HighPositionsFoldAsA32BitShiftDoes) {
