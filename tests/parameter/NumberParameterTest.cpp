@@ -173,22 +173,6 @@ TEST_F(NumberParameterTest, TryIsNoCureForAWrongValueAndOtherwiseAccessIsRequire
     EXPECT_EQ(Port.Reads + Port.Writes, 0);
 }
 
-TEST_F(NumberParameterTest, DerivedSettersTakeWhatNeedsNoCorrection) {
-    struct Twofold : CFloatParameter {
-        using CFloatParameter::CFloatParameter, CFloatParameter::SetValue;
-        void SetValue(double value, bool verify) override { CFloatParameter::SetValue(2 * value, verify); }
-    } f(*Map, "FRW");
-    struct Stubborn : CIntegerParameter {
-        using CIntegerParameter::CIntegerParameter, CIntegerParameter::TrySetValue;
-        bool TrySetValue(int64_t /*value*/) override { return false; }
-    } i(*Map, "IRW");
-    f.SetValue(1, FloatValueCorrection_None);
-    EXPECT_EQ(*f, 2);
-    EXPECT_TRUE(f.TrySetValue(3, FloatValueCorrection_None));
-    EXPECT_EQ(*f, 6);
-    EXPECT_FALSE(i.TrySetValue(1, IntegerValueCorrection_None));
-}
-
 TEST_F(NumberParameterTest, AlternativeIntegerIsTheAliasOrNone) {
     CIntegerParameter raw(*Map, "IRW");
     CFloatParameter(*Map, "Gain").GetAlternativeIntegerRepresentation(raw);

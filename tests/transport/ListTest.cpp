@@ -10,7 +10,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <stdexcept>
 #include <string>
 
 using namespace Zelmo;
@@ -60,23 +59,6 @@ TEST(ListTest, CopyOfAListSharesNothing) {
     const TlInfoList taken(std::move(list));
     EXPECT_THAT(Names(taken), ElementsAre("a"));
     EXPECT_TRUE(list.empty()); // NOLINT(bugprone-use-after-move)
-}
-
-TEST(ListTest, HasTheLimitsOfAGrowingArray) {
-    TlInfoList list;
-    list.clear();
-    EXPECT_EQ(list.max_size(), 1152921504606846975u);
-    EXPECT_THROW(list.reserve(list.max_size() + 1), std::length_error);
-    EXPECT_THROW(list.at(0), std::out_of_range);
-    list.reserve(5);
-    EXPECT_GE(list.capacity(), 5u);
-    list.resize(2);
-    EXPECT_FALSE(list.back().IsFullNameAvailable());
-    list.assign(3, ListOf({"x"}).front());
-    EXPECT_THAT(Names(list), ElementsAre("x", "x", "x"));
-    list.pop_back();
-    EXPECT_EQ(list.size(), 2u);
-    EXPECT_EQ(TlInfoList(4).size(), 4u);
 }
 
 TEST(AccessModeSetTest, HighPositionsFoldAsA32BitShiftDoes) {
