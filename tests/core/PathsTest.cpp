@@ -74,14 +74,6 @@ TEST(FolderPathTest, WithoutVariablesTheBaseFolderServes) {
     EXPECT_EQ(getZelmoFolderPath(FolderType_SecondBaseAlias), base);
 }
 
-TEST(FolderPathTest, UnknownTypeRaises) {
-    for (const int type : {6, 7, -1}) {
-        EXPECT_EQ(
-            Fakes::FailureOf<GenICam::GenericException>([type] { getZelmoFolderPath(static_cast<eFolderType>(type)); }),
-            "Unknown path type ");
-    }
-}
-
 TEST(FolderPathTest, FirstCallsOfSeveralThreadsAgree) {
     setenv("ZELMO_TL_PATH", "/plugins", 1);
     std::vector<std::jthread> threads;

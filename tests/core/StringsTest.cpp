@@ -165,13 +165,6 @@ INSTANTIATE_TEST_SUITE_P(
                     SubStringCase{"", 0, ",", false, "old"}, SubStringCase{"a", 0, "", false, "old"},
                     SubStringCase{"a", 0, nullptr, false, "old"}));
 
-TEST(TextTest, SpacesAndNumbers) {
-    EXPECT_EQ(replaceSpacesWith20(" a  b\t%"), "%20a%20%20b\t%");
-    EXPECT_EQ(FailureOf<GenICam::InvalidArgumentException>([] { replaceSpacesWith20(nullptr); }),
-              "Invalid inputstring");
-    EXPECT_EQ(itos(4294967295u), "4294967295");
-}
-
 class TextFileTest : public testing::Test {
 protected:
     String_t Write(const std::string& bytes) {
@@ -210,19 +203,6 @@ TEST_F(TextFileTest, FailureNamesTheFileAndEmptiesTheContent) {
     EXPECT_EQ(FailureOf([&] { textFileToString(folder.c_str(), m_content); }),
               "Failed to read file " + folder + " for content transfer to string.");
     EXPECT_EQ(m_content, "");
-}
-
-TEST(EnvironmentTest, SetButEmptyVariableHasAValue) {
-    setenv("ZELMO_TEST_EMPTY", "", 1);
-    setenv("ZELMO_TEST_SET", "text", 1);
-    String_t value("old");
-    EXPECT_FALSE(Zelmo::GetValueOfEnvironmentVariable("ZELMO_TEST_UNSET", value));
-    EXPECT_FALSE(Zelmo::GetValueOfEnvironmentVariable("", value));
-    EXPECT_EQ(value, "old");
-    EXPECT_TRUE(Zelmo::GetValueOfEnvironmentVariable("ZELMO_TEST_SET", value));
-    EXPECT_EQ(value, "text");
-    EXPECT_TRUE(Zelmo::GetValueOfEnvironmentVariable("ZELMO_TEST_EMPTY", value));
-    EXPECT_EQ(value, "");
 }
 
 TEST_F(TextFileTest, LackOfMemoryIsTold) {

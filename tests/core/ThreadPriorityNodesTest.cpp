@@ -94,10 +94,4 @@ TEST_F(ThreadPriorityNodesTest, OverrideMakesTheFailureTheCallers) {
     EXPECT_EQ(Value("Backing"), -7);
 }
 
-TEST_F(ThreadPriorityNodesTest, MissingNodesRaise) {
-    Load("", 0, 99, 0); // without the value
-    EXPECT_THROW(SetNodemapRTThreadPriority(m_nodes._Ptr(), "T", pthread_self()), GenICam::LogicalErrorException);
-    EXPECT_THROW(SetNodemapRTThreadPriority(m_nodes._Ptr(), "U", pthread_self()), GenICam::LogicalErrorException);
-}
-
 } // namespace

@@ -215,15 +215,6 @@ TEST_F(LifecycleTest, FailedStartIsLoggedAndNotRetriedBeforeTheStop) {
     ZelmoTerminate();
 }
 
-TEST_F(LifecycleTest, RegistryFolderIsLookedForBesideTheLibraryAndThenAboveIt) {
-    unsetenv("ZELMO_CONFIG_FILE_REGISTRY_PATH");
-    const std::string base = (m_folder / "lib").string();
-    EXPECT_EQ(getZelmoFolderPath(FolderType_Base), base);
-    const std::string above = base + "/..//share/zelmo/ConfigFileRegistry";
-    fs::create_directories(above);
-    EXPECT_EQ(getZelmoFolderPath(FolderType_ConfigFileRegistry), above);
-}
-
 TEST(VersionTest, IsKnownWithoutAStartAndUnderPlainNames) {
     unsigned int parts[4] = {};
     GetZelmoVersion(&parts[0], &parts[1], &parts[2], &parts[3]);

@@ -52,26 +52,6 @@ protected:
     void CloseGate() { Int("Gate") = 0; }
 };
 
-TEST_F(EnumParameterTest, StandsForItsNode) {
-    CEnumParameter color(*Map, "ColorRW");
-    StringList_t names;
-    color.GetSymbolics(names);
-    EXPECT_EQ(names.size(), 4);
-    GenApi::NodeList_t entries;
-    color.GetEntries(entries);
-    EXPECT_EQ(entries.size(), 4);
-    EXPECT_EQ(*color, "Red");
-    EXPECT_EQ(color.GetIntValue(), 10);
-    color = "Green";
-    EXPECT_EQ(color.GetCurrentEntry(), color.GetEntryByName("Green"));
-    color.SetIntValue(40);
-    EXPECT_EQ(color.GetValue(), "Teal");
-    EXPECT_EQ(color.GetEntry(10)->GetSymbolic(), "Red");
-    color.SetValue("Red");
-    EXPECT_EQ(color.GetValueOrDefault("none"), "Red");
-    EXPECT_EQ(CEnumParameter(*Map, "ColorWO").GetValueOrDefault("none"), "none");
-}
-
 TEST_F(EnumParameterTest, NamesAreSetWhereTheirEntryIsAvailable) {
     CEnumParameter color(*Map, "ColorRW");
     CloseGate();

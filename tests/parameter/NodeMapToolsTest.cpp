@@ -148,22 +148,6 @@ TEST_F(NodeMapToolsTest, LongTextsAreSetAndFailLikeShortOnes) {
     EXPECT_THROW(Set("Width=" + word), GenICam::InvalidArgumentException);
 }
 
-/// A map that its owner does not give away.
-struct LentMap final : GenApi::INodeMap {
-    void GetNodes(GenApi::NodeList_t&) const override {}
-    GenApi::INode* GetNode(const GenICam::gcstring&) const override { return nullptr; }
-    void InvalidateNodes() const override {}
-    bool Connect(GenApi::IPort*, const GenICam::gcstring&) const override { return false; }
-    bool Connect(GenApi::IPort*) const override { return false; }
-    GenICam::gcstring GetDeviceName() override { return "Lent"; }
-    void Poll(std::int64_t) override {}
-    GenApi::CLock& GetLock() const override { return m_lock; }
-    std::uint64_t GetNumNodes() const override { return 0; }
-    bool ParseSwissKnifes(GenICam::gcstring_vector*) const override { return true; }
-
-    mutable GenApi::CLock m_lock;
-};
-
 TEST(DefaultTransportLayerParams, AreABooleanWhichIsTrue) {
     const tests::MapPtr map(CreateDefaultTransportLayerParamsNodeMap());
     const GenApi::CBooleanPtr enable(map.get(), "ChunkNodeMapSupportEnable");
@@ -191,13 +175,6 @@ TEST(NodeMapFromResource, UnknownNamesHaveNone) {
         EXPECT_EQ(CreateNodeMapFromResource(name), nullptr);
     }
     DestroyNodeMap(CreateNodeMapFromResource("InstantCameraParams"));
-}
-
-TEST(DestroyNodeMap, LeavesWhatItCannotDestroy) {
-    DestroyNodeMap(nullptr);
-    LentMap lent;
-    DestroyNodeMap(&lent);
-    EXPECT_EQ(lent.GetDeviceName(), "Lent");
 }
 
 } // namespace

@@ -153,27 +153,6 @@ protected:
         }
         return answers;
     }
-    template <class Parameter, class Interface>
-    void ExpectForwards(Parameter n, Interface& node, GenApi::EIncMode mode) {
-        n.SetToMaximum();
-        EXPECT_EQ(n(), 8);
-        n = 4;
-        EXPECT_EQ(*n, 4);
-        EXPECT_EQ(n.GetMin(), 0);
-        EXPECT_EQ(n.GetMax(), 8);
-        EXPECT_EQ(n.GetInc(), 4);
-        EXPECT_EQ(n.GetRepresentation(), GenApi::Logarithmic);
-        EXPECT_EQ(n.GetUnit(), "px");
-        EXPECT_EQ(n.GetIncMode(), mode);
-        n.SetValue(9, false);
-        EXPECT_THROW(n.GetValue(true), GenICam::OutOfRangeException);
-        EXPECT_EQ(n.GetValuePercentOfRange(), 100) << "at most";
-        n.ImposeMin(1);
-        n.ImposeMax(6);
-        EXPECT_EQ(node.GetMin(), 1);
-        EXPECT_EQ(node.GetMax(), 6);
-        EXPECT_EQ(node.GetValue(), 9);
-    }
 };
 
 TEST_F(NumberParameterTest, TryAnswersFalseWhereTheNodeLacksAccess) {
@@ -192,34 +171,6 @@ TEST_F(NumberParameterTest, TryIsNoCureForAWrongValueAndOtherwiseAccessIsRequire
     EXPECT_THROW(CFloatParameter(*Map, "FRO").SetToMaximum(), GenICam::AccessException);
     EXPECT_FALSE(CIntegerParameter(*Map, "IWO").TrySetToMaximum());
     EXPECT_EQ(Port.Reads + Port.Writes, 0);
-}
-
-TEST_F(NumberParameterTest, OperationsOfTheNodeAreForwarded) {
-    CIntegerParameter i(*Map, "Integer");
-    EXPECT_EQ(i.GetListOfValidValues(false).size(), 4);
-    EXPECT_EQ(i.GetListOfValidValues().size(), 3);
-    ExpectForwards(i, Int("Integer"), GenApi::listIncrement);
-    CFloatParameter f(*Map, "Float");
-    EXPECT_TRUE(f.HasInc());
-    EXPECT_EQ(f.GetDisplayNotation(), GenApi::fnFixed);
-    EXPECT_EQ(f.GetDisplayPrecision(), 3);
-    ExpectForwards(f, Float("Float"), GenApi::fixedIncrement);
-}
-
-TEST_F(NumberParameterTest, DerivedSettersTakeWhatNeedsNoCorrection) {
-    struct Twofold : CFloatParameter {
-        using CFloatParameter::CFloatParameter, CFloatParameter::SetValue;
-        void SetValue(double value, bool verify) override { CFloatParameter::SetValue(2 * value, verify); }
-    } f(*Map, "FRW");
-    struct Stubborn : CIntegerParameter {
-        using CIntegerParameter::CIntegerParameter, CIntegerParameter::TrySetValue;
-        bool TrySetValue(int64_t /*value*/) override { return false; }
-    } i(*Map, "IRW");
-    f.SetValue(1, FloatValueCorrection_None);
-    EXPECT_EQ(*f, 2);
-    EXPECT_TRUE(f.TrySetValue(3, FloatValueCorrection_None));
-    EXPECT_EQ(*f, 6);
-    EXPECT_FALSE(i.TrySetValue(1, IntegerValueCorrection_None));
 }
 
 TEST_F(NumberParameterTest, AlternativeIntegerIsTheAliasOrNone) {

@@ -52,15 +52,6 @@ TEST_F(PluginSearchTest, FolderListThatCannotBeReadFailsEverySearch) {
     EXPECT_THROW(EnumerateTls(), std::runtime_error);
 }
 
-TEST_F(PluginSearchTest, LonePercentSignInAPathIsDoubled) {
-    const auto folder = m_folder.Path() / "50%";
-    std::filesystem::create_directory(folder);
-    std::filesystem::copy_file(FileOf("good"), folder / "libzelmo_TL_copy.so");
-    StartWithFolders(folder.string());
-    EXPECT_EQ(EnumerateTls(), 0);
-    EXPECT_TRUE(m_log.Contains(kCategory, GenICam::LogPriority_Error, "50%%/libzelmo_TL_copy.so"));
-}
-
 TEST_F(PluginSearchTest, EmptyFolderListElementIsTheRootFolder) {
     StartWithFolders(std::string(":").append(FolderOf("good")));
     testing::internal::CaptureStderr();

@@ -214,21 +214,4 @@ TEST_F(DefaultInterfaceTest, FilteredEnumerationCountsWhatItAdds) {
     EXPECT_THAT(Serials(list), ElementsAre("99", "8", "10"));
 }
 
-TEST_F(DefaultInterfaceTest, NodeMapIsForOpenInterfacesOnly) {
-    try {
-        m_interface.GetNodeMap();
-        FAIL() << "a fresh interface is closed";
-    } catch (const GenICam::LogicalErrorException& e) {
-        EXPECT_STREQ(e.GetDescription(), "Cannot access nodemap of closed interface.");
-    }
-    m_interface.Open();
-    m_interface.Open();
-    EXPECT_TRUE(m_interface.IsOpen());
-    EXPECT_EQ(m_interface.GetNodeMap(), nullptr);
-    m_interface.Close();
-    EXPECT_THROW(m_interface.GetNodeMap(), GenICam::LogicalErrorException);
-    EXPECT_EQ(m_interface.GetInterfaceInfo().GetInterfaceID(), "only");
-    m_interface.Open(); // its end closes it, within its own lock
-}
-
 } // namespace

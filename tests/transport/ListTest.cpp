@@ -10,10 +10,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <stdexcept>
 #include <string>
-#include <type_traits>
 
 using namespace Zelmo;
 using testing::ElementsAre;
@@ -62,46 +59,6 @@ TEST(ListTest, CopyOfAListSharesNothing) {
     const TlInfoList taken(std::move(list));
     EXPECT_THAT(Names(taken), ElementsAre("a"));
     EXPECT_TRUE(list.empty()); // NOLINT(bugprone-use-after-move)
-}
-
-TEST(ListTest, HasTheLimitsOfAGrowingArray) {
-    TlInfoList list;
-    list.clear();
-    EXPECT_EQ(list.max_size(), 1152921504606846975u);
-    EXPECT_THROW(list.reserve(list.max_size() + 1), std::length_error);
-    EXPECT_THROW(list.at(0), std::out_of_range);
-    list.reserve(5);
-    EXPECT_GE(list.capacity(), 5u);
-    list.resize(2);
-    EXPECT_FALSE(list.back().IsFullNameAvailable());
-    list.assign(3, ListOf({"x"}).front());
-    EXPECT_THAT(Names(list), ElementsAre("x", "x", "x"));
-    list.pop_back();
-    EXPECT_EQ(list.size(), 2u);
-    EXPECT_EQ(TlInfoList(4).size(), 4u);
-}
-
-TEST(ListTest, IteratorsAreRandomAccess) {
-    static_assert(
-        std::is_same_v<std::iterator_traits<TlInfoList::iterator>::iterator_category, std::random_access_iterator_tag>);
-    TlInfoList list = ListOf({"a", "b", "c", "d"});
-    TlInfoList::iterator it = list.begin();
-    EXPECT_EQ((it++)->GetFullName(), "a");
-    EXPECT_EQ((*++it).GetFullName(), "c");
-    EXPECT_EQ((it--)->GetFullName(), "c");
-    EXPECT_EQ(it[2].GetFullName(), "d");
-    it += 2;
-    it -= 1;
-    EXPECT_EQ(it - list.begin(), 2);
-    EXPECT_LT(list.begin(), it);
-    EXPECT_GT(it, list.begin());
-    EXPECT_LE(it, list.end());
-    EXPECT_GE(it, it);
-    EXPECT_NE(it, list.end());
-    const TlInfoList::const_iterator constant = it;
-    EXPECT_TRUE(constant == it);
-    std::reverse(list.begin(), list.end());
-    EXPECT_THAT(Names(list), ElementsAre("d", "c", "b", "a"));
 }
 
 TEST(AccessModeSetTest, HighPositionsFoldAsA32BitShiftDoes) {

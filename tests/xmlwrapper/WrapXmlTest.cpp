@@ -83,13 +83,6 @@ TEST(WrapXml, CommentsAndDeclarationsAreNeverSeen) {
     EXPECT_EQ(NameOf(node.GetRoot()), "root"); // the document is still there
 }
 
-TEST(WrapXml, DocumentOfCommentsOnlyLeavesANullObject) {
-    CXmlNode node = Parsed("<old/>");
-    node.LoadFromString("<?xml version='1.0'?><!-- nothing here -->");
-    EXPECT_TRUE(node.IsNull());
-    EXPECT_TRUE(node.GetRoot().IsNull());
-}
-
 TEST(WrapXml, ValueIsTheLeadingTextOnly) {
     const CXmlNode root = Parsed("<r><text> a &lt; b&#x21; </text><child><in>1</in>late</child><none/>tail</r>");
     CXmlNode node = root.GetFirstChild();
@@ -195,13 +188,6 @@ TEST(WrapXml, TextEndsAtItsFirstZeroByte) {
     CXmlNode node;
     node.LoadFromString(Zelmo::String_t("<a/>\0<<<", 8));
     EXPECT_EQ(NameOf(node), "a");
-}
-
-TEST_F(WrapXmlFile, LoadsAFile) {
-    CXmlNode node;
-    node.LoadFromFile(Write("\xEF\xBB\xBF<?xml version='1.0' encoding='utf-8'?>\r\n<root a='\xC3\xBC'/>\n").c_str());
-    EXPECT_EQ(NameOf(node), "root");
-    EXPECT_EQ(ValueOf(node.GetAttribute("a")), "\xC3\xBC");
 }
 
 TEST_F(WrapXmlFile, FailureNamesTheFileAndTheCode) {

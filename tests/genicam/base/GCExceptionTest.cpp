@@ -67,17 +67,6 @@ TEST(GCExceptionTest, MacrosGiveTheirClassAndTheFileRelativeToTheRoot) {
     static_assert(!std::is_base_of_v<RuntimeException, AccessException>, "there is no deeper level");
 }
 
-TEST(GCExceptionTest, NodeReporterAddsEntryPointAndNode) {
-    const gcstring node("WidthReg");
-    const auto raised = GENICAM_NODE_EXCEPTION(OutOfRangeException, "Width.SetValue", node.c_str())("%d > %d", 9, 8);
-    EXPECT_EQ(std::string(raised.what())
-                  .rfind("9 > 8 : OutOfRangeException thrown in node 'WidthReg' while calling "
-                         "'Width.SetValue()' (file '",
-                         0),
-              0u)
-        << raised.what();
-}
-
 TEST(GCExceptionTest, CopyOutlivesTheOriginalAndCopyingDoesNotThrow) {
     static_assert(std::is_nothrow_copy_constructible_v<AccessException>);
     std::optional<GenericException> original(RUNTIME_EXCEPTION("text"));

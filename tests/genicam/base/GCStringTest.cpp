@@ -38,17 +38,6 @@ TEST(GCStringTest, ZeroBytesInsideSurvive) {
     EXPECT_EQ(stream.str(), "a") << "streams get c_str()";
 }
 
-TEST(GCStringTest, LiteralsChangeSidesAndCharactersAreAppended) {
-    const gcstring width("Width");
-    EXPECT_EQ("Width", width);
-    EXPECT_FALSE("Width" != width);
-    EXPECT_NE("Height", width);
-    EXPECT_EQ("Max" + width + "Reg", "MaxWidthReg");
-    EXPECT_EQ(width + 's', "Widths") << "not the pointer moved by 's'";
-    EXPECT_EQ(width[1], 'i');
-    EXPECT_EQ(std::string(width), "Width");
-}
-
 std::size_t LengthOf(std::string_view text) {
     return text.size();
 }

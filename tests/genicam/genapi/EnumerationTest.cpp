@@ -98,17 +98,6 @@ TEST_F(EnumerationTest, OfEntriesThatShareAValueTheOneThatCanBeChosenIsMeant) {
     EXPECT_THROW(Enum("E").SetIntValue(1), GenICam::AccessException);
 }
 
-TEST_F(EnumerationTest, TheValueMayBeThatOfAnotherNode) {
-    Load(Node("IntReg", "R", Place(0, 4)) + Enumeration("E", Entry("A", 0) + Entry("B", 1) + "<pValue>R</pValue>"));
-    As<IValue>("E").FromString("B");
-    EXPECT_EQ(Port.Memory[0], 1);
-    Int("R").SetValue(0);
-    EXPECT_EQ(Text("E"), "A");
-    const int reads = Port.Reads;
-    EXPECT_EQ(Enum("E").GetIntValue(false, true), 0);
-    EXPECT_EQ(Port.Reads, reads + 1);
-}
-
 TEST_F(EnumerationTest, ASelfClearingEntryIsWatchedUntilTheDeviceHasClearedIt) {
     Load(Node("IntReg", "R", Place(0, 4)) +
          Enumeration("E", Entry("Idle", 0) + Entry("Once", 1, "<IsSelfClearing>Yes</IsSelfClearing>") +

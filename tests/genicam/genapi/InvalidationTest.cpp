@@ -147,16 +147,6 @@ INSTANTIATE_TEST_SUITE_P(All, CachingTest,
                                          CachingCase{"WriteAround", 0, 1, WriteAround},
                                          CachingCase{"NoCache", 1, 1, NoCache}));
 
-TEST_F(InvalidationTest, WhatADeviceRoundsIsReadBack) {
-    Load(Register("R", 0) + Node("Float", "F", "<pValue>R</pValue>") +
-         Node("Converter", "C", "<FormulaTo>FROM * 2</FormulaTo><FormulaFrom>TO / 2</FormulaFrom><pValue>R</pValue>"));
-    Float("F").SetValue(2.6);
-    EXPECT_EQ(Float("F").GetValue(), 3.0);
-    Float("C").SetValue(1.2);
-    EXPECT_EQ(Float("C").GetValue(), 1.0);
-    EXPECT_EQ(Float("F").GetValue(), 2.0);
-}
-
 TEST_F(InvalidationTest, AFormulaIsKeptAsLongAsWhatItAsksOfItsNodes) {
     Load(Register("Live", 0, "<Cachable>NoCache</Cachable>") + Value("Limited", 1, "<pMax>Live</pMax>") +
          Value("Gated", 1, "<pIsAvailable>Live</pIsAvailable>") + Value("Shown", 1, "<Visibility>Expert</Visibility>") +
@@ -170,19 +160,6 @@ TEST_F(InvalidationTest, AFormulaIsKeptAsLongAsWhatItAsksOfItsNodes) {
     EXPECT_EQ(Int("K").GetValue() * 100 + Int("M").GetValue() * 10 + Int("V").GetValue(), 900 + RW * 10 + Guru);
     EXPECT_EQ(Map->GetNode("K")->GetCachingMode(), NoCache);
     EXPECT_EQ(Map->GetNode("Plain")->GetCachingMode(), WriteThrough) << "the value stands, whatever its limits do";
-}
-
-TEST_F(InvalidationTest, NodesOverOneRegisterAgree) {
-    Load(Node("MaskedIntReg", "Low", Place(0, 4, "<LSB>0</LSB><MSB>7</MSB>")) +
-         Node("MaskedIntReg", "High", Place(0, 4, "<LSB>8</LSB><MSB>15</MSB>")) + Register("Whole", 0) +
-         Node("IntReg", "Inside", Place(1, 1)));
-    Int("Whole").SetValue(0x1234);
-    EXPECT_EQ(Int("Inside").GetValue(), 0x12);
-    Int("Low").SetValue(0x56);
-    EXPECT_EQ(Int("Whole").GetValue(), 0x1256);
-    Int("Inside").SetValue(0x78);
-    EXPECT_EQ(Int("High").GetValue(), 0x78);
-    EXPECT_EQ(Int("Whole").GetValue(), 0x7856);
 }
 
 /// A device that does something of its own when it is read or written.
@@ -331,17 +308,6 @@ TEST_F(InvalidationTest, AFailureOnTheWayLeavesNothingThatWasAssumed) {
     busy.OnWrite = nullptr;
     Int("Both").SetValue(3);
     EXPECT_EQ(Int("Second").GetValue(), 3);
-}
-
-TEST_F(InvalidationTest, AValueThatACopyRefusesHasReachedThoseBeforeIt) {
-    Load(Register("First", 0) + Node("Integer", "Copy", "<Value>1</Value><Max>10</Max>") +
-         Node("Integer", "Both", "<pValue>First</pValue><pValueCopy>Copy</pValueCopy>"));
-    Int("Both").SetValue(5);
-    EXPECT_THAT(FiredBy({"Both", "First", "Copy"},
-                        [this] { EXPECT_THROW(Int("Both").SetValue(11), GenICam::OutOfRangeException); }),
-                IsEmpty());
-    EXPECT_EQ(Int("Both").GetValue(), 11) << "nothing is written back behind the caller";
-    EXPECT_EQ(Int("Copy").GetValue(), 5);
 }
 
 TEST_F(InvalidationTest, RefusedValuesChangeNothing) {

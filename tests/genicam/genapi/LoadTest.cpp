@@ -331,20 +331,6 @@ TEST_F(LoadTest, KindsOfOtherBusesAreThereButNotImplemented) {
     EXPECT_THROW(Text("Rom"), GenICam::AccessException);
 }
 
-TEST_F(LoadTest, TheRootElementTellsWhatTheDescriptionIsOf) {
-    Load("");
-    auto& info = dynamic_cast<IDeviceInfo&>(*Map);
-    EXPECT_EQ(info.GetModelName(), "Model");
-    EXPECT_EQ(info.GetVendorName(), "Vendor");
-    EXPECT_EQ(info.GetStandardNameSpace(), "None");
-    EXPECT_EQ(info.GetVersionGuid(), "1F3C6A70-7B3E-4E4B-8A27-6F00D0000002");
-    GenICam::Version_t version;
-    info.GetDeviceVersion(version);
-    EXPECT_EQ(version.Major * 100 + version.Minor * 10 + version.SubMinor, 123);
-    info.GetSchemaVersion(version);
-    EXPECT_EQ(version.Minor, 1);
-}
-
 TEST(EncodingTest, TextsOfOtherEncodingsAreTaken) {
     const std::string head = "<?xml version=\"1.0\" encoding=\"";
     const std::string body = "\"?><RegisterDescription><String Name=\"S\"><Value>";

@@ -87,31 +87,6 @@ TEST(PointerTest, SaysWhatWasLookedFor) {
                              "node 'Width' in.");
 }
 
-TEST(AccessModeTest, TwoModesLeaveWhatBothAllow) {
-    const EAccessMode modes[] = {NI, NA, WO, RO, RW};
-    const EAccessMode expected[5][5] = {
-        {NI, NI, NI, NI, NI}, {NI, NA, NA, NA, NA}, {NI, NA, WO, NA, WO}, {NI, NA, NA, RO, RO}, {NI, NA, WO, RO, RW}};
-    for (int a = 0; a < 5; ++a) {
-        for (int b = 0; b < 5; ++b) {
-            EXPECT_EQ(Combine(modes[a], modes[b]), expected[a][b]) << a << " with " << b;
-        }
-    }
-    EXPECT_EQ(Combine(Beginner, Guru), Guru);
-    EXPECT_EQ(Combine(WriteThrough, WriteAround), WriteAround);
-    EXPECT_EQ(Combine(WriteAround, NoCache), NoCache);
-    EXPECT_EQ(Combine(WriteThrough, WriteThrough), WriteThrough);
-}
-
-TEST(EnumClassTest, NamesLeadToValuesAndBack) {
-    EAccessMode mode = NI;
-    EXPECT_TRUE(EAccessModeClass::FromString("RW", &mode) && !EAccessModeClass::FromString("rw", &mode) && mode == RW);
-    EDisplayNotation notation = fnFixed;
-    EXPECT_TRUE(EDisplayNotationClass::FromString("Automatic", &notation) && notation == fnAutomatic);
-    EXPECT_EQ(EDisplayNotationClass::ToString(fnFixed) + EAccessModeClass::ToString(_UndefinedAccesMode) +
-                  ECallbackTypeClass::ToString(cbPostInsideLock) + EVisibilityClass::ToString(EVisibility(50)),
-              "Fixed_UndefinedAccesModecbPostInsideLock");
-}
-
 TEST(StructPortTest, ReachesExactlyItsMemory) {
     CTestPortStruct<CRegisters> port(0x1000);
     const std::uint16_t height = 480;

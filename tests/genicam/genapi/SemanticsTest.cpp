@@ -40,19 +40,6 @@ TEST_F(SemanticsTest, PredicatesDecideBeforeTheNodeItself) {
     EXPECT_FALSE(IsImplemented(Map->GetNode("X")));
 }
 
-TEST_F(SemanticsTest, AFailedWriteLeavesNoStaleCacheAndFiresNothing) {
-    Load(Register32("X", 0) + Above("Integer", "Above", "X"));
-    Int("Above").SetValue(5);
-    int calls = 0;
-    Count("Above", calls);
-    Port.TimesOut = true;
-    EXPECT_THROW(Int("Above").SetValue(6), GenICam::TimeoutException);
-    EXPECT_EQ(calls, 0);
-    Port.TimesOut = false;
-    Port.Memory[0] = 77;
-    EXPECT_EQ(Int("Above").GetValue(), 77);
-}
-
 TEST_F(SemanticsTest, CallbacksMayDeregisterEachOtherAndWrite) {
     Load(Value("X") + Value("Y"));
     CallbackHandleType victim = 0;
@@ -147,17 +134,6 @@ TEST_F(SemanticsTest, ACallbackThatAlwaysWritesEndsInAnException) {
     EXPECT_THROW(Int("X").SetValue(1), GenICam::LogicalErrorException);
     EXPECT_GT(calls, 10);
     EXPECT_EQ(Int("Y").GetValue(), calls);
-}
-
-TEST_F(SemanticsTest, RegistersHaveTheRangeOfTheirBits) {
-    Load(Node("IntReg", "Signed", Place(0, 2, "<Sign>Signed</Sign>")) + Node("IntReg", "Unsigned", Place(2, 1)) +
-         Node("IntReg", "Whole", Place(8, 8)));
-    EXPECT_EQ(Int("Signed").GetMin(), -32768);
-    EXPECT_EQ(Int("Unsigned").GetMax(), 255);
-    EXPECT_EQ(Int("Whole").GetMax(), INT64_MAX);
-    EXPECT_THROW(Int("Unsigned").SetValue(256), GenICam::OutOfRangeException);
-    EXPECT_THROW(Int("Unsigned").SetValue(256, false), GenICam::OutOfRangeException);
-    EXPECT_EQ(Port.Writes, 0);
 }
 
 TEST_F(SemanticsTest, AVariableIsReadOnceForAnEvaluation) {

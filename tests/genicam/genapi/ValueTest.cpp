@@ -344,23 +344,6 @@ TEST_F(ValueTest, ManyVariablesAreNoProblem) {
     EXPECT_EQ(Int("Sum").GetValue(), 780);
 }
 
-TEST_F(ValueTest, DeepChainsEndInAFailureNotInACrash) {
-    std::string nodes = Value("N0", 1, "<Unit>mm</Unit>");
-    for (int i = 1; i <= 3000; ++i) {
-        nodes += Above("Integer", Numbered("N", i), Numbered("N", i - 1));
-    }
-    Load(nodes);
-    EXPECT_EQ(Int("N300").GetValue(), 1);
-    EXPECT_EQ(Int("N300").GetUnit(), "mm");
-    for (const auto& call : std::vector<std::function<void(IInteger&)>>{
-             [](IInteger& node) { node.GetValue(); }, [](IInteger& node) { node.SetValue(1); },
-             [](IInteger& node) { node.GetMax(); }, [](IInteger& node) { node.GetUnit(); },
-             [](IInteger& node) { node.GetNode()->GetCachingMode(); }, [](IInteger& node) { node.GetAccessMode(); }}) {
-        EXPECT_THAT(TextOf<GenICam::RuntimeException>([&] { call(Int("N3000")); }), HasSubstr("levels deep"));
-    }
-    EXPECT_EQ(Int("N0").GetValue(), 1) << "and the map is usable afterwards";
-}
-
 TEST_F(ValueTest, StringsOfNodesAndRegisters) {
     Load(Node("StringReg", "R", Place(0, 5)) + Above("String", "S", "R") + Node("String", "Own", "<Value>abc</Value>") +
          Node("StringReg", "Fixed", "<Address>0</Address><Length>5</Length><pPort>Device</pPort>"));
