@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <map>
+#include <set>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -202,6 +203,26 @@ TEST_P(CataloguesTest, EnumeratorsAreThePlacesOfTheirNamesWhateverTheCamerasNumb
 INSTANTIATE_TEST_SUITE_P(All, CataloguesTest, testing::ValuesIn(kExpected),
                          [](const auto& one) { return std::string(one.param.space).substr(7); });
 
+TEST(CatalogueListTest, HasNineCataloguesWhoseEnumerationsAreTypesOfTheirOwn) {
+    std::map<std::string, std::set<std::vector<std::pair<std::string, int>>>> tables;
+    for (const CatalogueUnderTest* one : CatalogueUnderTest::All()) {
+        const VisitedCatalogue catalogue = one->make();
+        for (const CatalogueRow& row : catalogue.rows) {
+            tables[row.name].insert(row.enumeration.table);
+        }
+        catalogue.destroy();
+    }
+    EXPECT_EQ(CatalogueUnderTest::All().size(), std::size(kExpected));
+    std::vector<std::string> different;
+    for (const auto& [name, kinds] : tables) {
+        if (kinds.size() > 1 && kinds.count({}) == 0) { // with an empty one, it is a plain number elsewhere
+            different.push_back(name);
+        }
+    }
+    EXPECT_THAT(different, testing::ElementsAre("CxpLinkConfiguration", "EventNotification", "EventSelector",
+                                                "PixelFormat", "Status"));
+}
+
 TEST(CatalogueUseTest, ReadsAndWritesByNameAndIsHarmlessWithoutAMap) {
     CameraFeatures camera;
     EXPECT_FALSE(camera.Width.IsValid());
@@ -243,6 +264,22 @@ TEST(CatalogueUseTest, CallsOnObjectsOfKnownClassArriveWhateverTheCompilerInline
     const auto release = [&one] { one.Release(); };
     release();
     EXPECT_EQ(TextOf(one), "none");
+}
+
+TEST(CatalogueUseTest, ClassOfAnEnumerationIsAViewOfANodeOfAnyName) {
+    using EnumParameterClasses::GainAutoEnumParameter;
+    const tests::MapPtr map = tests::MakeMap(
+        Node("Enumeration", "Other", Node("EnumEntry", "Once", "<Value>7</Value>") + "<Value>7</Value>"));
+    GainAutoEnumParameter one(*map, "Other");
+    EXPECT_EQ(one.GetValue(), GainAuto_Once);
+    GainAutoEnumParameter copy(one);
+    EXPECT_TRUE(copy.Equals(one));
+    GainAutoEnumParameter third(map.get(), "None");
+    EXPECT_FALSE(third.IsValid());
+    third = copy;
+    EXPECT_TRUE(third.Equals(map->GetNode("Other")));
+    EXPECT_TRUE(GainAutoEnumParameter(map->GetNode("Other")).IsValid());
+    EXPECT_TRUE(GainAutoEnumParameter(dynamic_cast<GenApi::IEnumeration*>(map->GetNode("Other"))).IsValid());
 }
 
 } // namespace

@@ -108,6 +108,18 @@ TEST(WaitObjectTest, UseOfAnInvalidOrBrokenObjectIsTold) {
     EXPECT_TRUE(broken.Wait(0)); // poll calls a closed descriptor ready
 }
 
+TEST(WaitObjectTest, WaitsTellTheirEndByTheErrorNumberAndResetLeavesItAlone) {
+    WaitObjectEx object = WaitObjectEx::Create();
+    errno = EPERM;
+    object.Reset();
+    EXPECT_EQ(errno, EPERM);
+    object.WaitEx(0, false);
+    EXPECT_EQ(errno, ETIME);
+    object.Signal();
+    object.WaitEx(0, false);
+    EXPECT_EQ(errno, 0);
+}
+
 TEST(ForeignDescriptorTest, IsSignaledWhileReadableAndCannotBeSignaled) {
     WaitObjectEx writer = WaitObjectEx::Create();
     const int foreign = writer.GetFd();

@@ -47,6 +47,16 @@ TEST(InfoTest, AbsentPropertyReadsNotAvailableAndLeavesTheCallersValueAlone) {
     EXPECT_EQ(value, "before");
 }
 
+TEST(InfoTest, EveryDeviceAccessorKeepsItsOwnKey) {
+    CDeviceInfo info;
+    info.SetFriendlyName("a").SetFullName("b").SetVendorName("c").SetDeviceClass("d").SetTLType("e");
+    info.SetUsbDriverType("f").SetTransferMode("g").SetIpAddress("h");
+    EXPECT_THAT(Names(info), ElementsAre("DeviceClass", "FriendlyName", "FullName", "IpAddress", "TLType",
+                                         "TransferModeKey", "UsbDriverTypeName", "VendorName"));
+    EXPECT_EQ(info.GetUsbDriverType(), "f");
+    EXPECT_TRUE(info.IsTransferModeAvailable());
+}
+
 TEST(InfoTest, HiddenPropertiesAreReadButNotListed) {
     const CDeviceInfo info = Device("_Secret", "1");
     EXPECT_THAT(Names(info), ElementsAre());
@@ -82,6 +92,27 @@ TEST(InfoTest, EqualityCountsHiddenPropertiesButNotFlags) {
     EXPECT_EQ(a, b);
     b.ClearUserProvidedFlag();
     EXPECT_EQ(a, b);
+}
+
+TEST(InfoTest, BagRemembersWhetherItWasModifiedOrExtended) {
+    CPropertyBag bag;
+    bag.SetPropertyValue("A", "1");
+    EXPECT_TRUE(bag.IsExtended());
+    EXPECT_FALSE(bag.IsModified());
+    bag.ClearAccessFlags();
+    bag.SetPropertyValue("A", "1").SetPropertyValue("_B", "2");
+    EXPECT_TRUE(bag.IsModified());
+    EXPECT_TRUE(bag.IsExtended());
+    EXPECT_EQ(bag.GetCount(), 1);
+}
+
+TEST(InfoTest, DerivedInfosBeginWithTheirDeviceClass) {
+    EXPECT_EQ(CHarlixCamEmuDeviceInfo().GetDeviceClass(), "HarlixCamEmu");
+    EXPECT_EQ(CHarlixUsbDeviceInfo().GetDeviceClass(), "HarlixUsb");
+    EXPECT_EQ(CHarlixMipexDeviceInfo().GetDeviceClass(), "HarlixMipex");
+    EXPECT_THAT(Names(CHarlixGigEDeviceInfo()), ElementsAre("DeviceClass", "PortNr"));
+    EXPECT_EQ(CHarlixGigEDeviceInfo().GetPortNr(), "3956");
+    EXPECT_FALSE(CHarlixGigEDeviceInfo(CDeviceInfo()).IsDeviceClassAvailable());
 }
 
 struct IpQuery {
@@ -155,6 +186,14 @@ TEST(PatternTest, EveryPropertyOfThePatternMustBeThere) {
     EXPECT_FALSE(device.IsSubset(Device("ModelName", "")));
     EXPECT_FALSE(CDeviceInfo().IsSubset(Device("IpAddress", "bad"))) << "absent: the bad address is not looked at";
     EXPECT_TRUE(device.SetPropertyValue("_Id", "7").IsSubset(Device("_Id", "8"))) << "hidden in the pattern";
+}
+
+TEST(PatternTest, TransportLayerInfosCompareAddressesAsTexts) {
+    CTlInfo info;
+    CTlInfo pattern;
+    info.SetPropertyValue("IpAddress", "10.0.0.1");
+    pattern.SetPropertyValue("IpAddress", "10.0.0.01");
+    EXPECT_FALSE(info.IsSubset(pattern));
 }
 
 class BadAddressTest : public testing::TestWithParam<const char*> {};

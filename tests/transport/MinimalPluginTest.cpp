@@ -152,6 +152,18 @@ TEST_F(MinimalPluginTest, BuffersOutsideOfTheContractAreRefused) {
     StopGrabbing();
 }
 
+TEST_F(MinimalPluginTest, FeaturesAndDescriptionAreThoseOfTheCamera) {
+    const GenApi::CIntegerPtr width = m_device->GetNodeMap()->GetNode("Width");
+    EXPECT_EQ(width->GetValue(), 64);
+    EXPECT_THROW(width->SetValue(32), GenICam::AccessException);
+    String_t url;
+    String_t bytes;
+    dynamic_cast<IDescriptionSource&>(*m_device).GetDescription(url, bytes);
+    EXPECT_THAT(bytes.c_str(), testing::HasSubstr("<Integer Name=\"Width\">"));
+    m_device->Close();
+    EXPECT_EQ(m_device->GetNodeMap(), nullptr);
+}
+
 TEST_F(MinimalPluginTest, MonitorReadsOnlyAndASecondControllerIsRefused) {
     CDeviceInfo info;
     IZelmoDevice* const other = Factory().CreateDevice(info.SetSerialNumber("0001"));
@@ -207,6 +219,13 @@ TEST_F(MinimalPluginTest, RemovalIsToldAndTheDeviceMayBeDestroyedInTheCallback) 
     EXPECT_EQ(Factory().EnumerateDevices(devices), 0) << "one device is open still";
     m_device->Close();
     EXPECT_EQ(Factory().EnumerateDevices(devices), 1) << "it is back";
+}
+
+TEST_F(MinimalPluginTest, ClosedDevicesHaveTheirConnectionParameters) {
+    m_device->Close();
+    const GenApi::CIntegerPtr period = m_device->GetTLNodeMap()->GetNode("FramePeriod");
+    EXPECT_EQ(period->GetValue(), 10);
+    EXPECT_TRUE(period->GetNode()->IsStreamable());
 }
 
 TEST_F(MinimalPluginTest, EventsReachOneGrabberOfADeviceThatIsOpenForThem) {

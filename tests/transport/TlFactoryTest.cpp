@@ -79,6 +79,15 @@ TEST_F(TlFactoryTest, WithoutPluginsEveryEnumerationSearchesAgain) {
     EXPECT_EQ(Factory().CreateTl(String_t("FakeGood")), nullptr);
 }
 
+TEST_F(TlFactoryTest, TransportLayersStandInTheOrderOfTheirClasses) {
+    Start({"good", "faulty"});
+    TlInfoList tls(3);
+    EXPECT_EQ(Factory().EnumerateTls(tls), 2);
+    EXPECT_EQ(tls[0].GetDeviceClass(), "FakeFaulty");
+    EXPECT_EQ(tls[1].GetDeviceClass(), "FakeGood");
+    EXPECT_THAT(FakeCalls(), IsEmpty()) << "no transport layer is made for that";
+}
+
 TEST_F(TlFactoryTest, PatternWithoutClassMustMatchExactlyOneDevice) {
     Start({"good"});
     const std::string none = "No device is available or no device contains the provided device info properties.";
@@ -125,6 +134,14 @@ TEST_F(TlFactoryTest, DevicesAreStillMadeByFullName) {
     Factory().DestroyDevice(nullptr);
 }
 
+TEST_F(TlFactoryTest, AsksTheTransportLayerWhetherADeviceIsAccessible) {
+    Start({"good"});
+    EDeviceAccessiblityInfo why = DeviceAccessibility_Unknown;
+    EXPECT_TRUE(Factory().IsDeviceAccessible(Camera(nullptr, "2"), Control | Stream, &why));
+    EXPECT_EQ(why, DeviceAccessibility_InUse);
+    EXPECT_THAT(FakeCalls("IsDeviceAccessible"), ElementsAre("IsDeviceAccessible 2 for 10"));
+}
+
 TEST_F(TlFactoryTest, TransportLayerLivesUntilItsLastReferenceGoes) {
     Start({"good"});
     ITransportLayer* const first = Factory().CreateTl(String_t("FakeGood"));
@@ -140,6 +157,18 @@ TEST_F(TlFactoryTest, TransportLayerLivesUntilItsLastReferenceGoes) {
     Factory().ReleaseTl(nullptr);
     CTlInfo foreign;
     EXPECT_EQ(Factory().CreateTl(foreign), nullptr);
+}
+
+TEST_F(TlFactoryTest, EnumerationKeepsTransportLayersUntilTermination) {
+    Start({"good"});
+    DeviceInfoList devices;
+    Factory().EnumerateDevices(devices);
+    Factory().EnumerateDevices(devices);
+    EXPECT_EQ(FakeCalls("Create Fake").size(), 1u);
+    EXPECT_THAT(FakeCalls("Destroy"), IsEmpty());
+    Factory().Terminate();
+    EXPECT_THAT(FakeCalls("Destroy"), ElementsAre("Destroy Fake/FakeGood"));
+    EXPECT_EQ(m_log.Count(kCategory, GenICam::LogPriority_Warn), 0u);
 }
 
 TEST_F(TlFactoryTest, TerminatedFactoryRefusesEverythingButReleasingNull) {
@@ -160,6 +189,18 @@ TEST_F(TlFactoryTest, TerminatedFactoryRefusesEverythingButReleasingNull) {
     EXPECT_EQ(FailureOf<GenICam::LogicalErrorException>([&] { factory.DestroyDevice(nullptr); }), message);
     factory.ReleaseTl(nullptr);
     factory.Terminate();
+}
+
+TEST_F(TlFactoryTest, LibraryStartsAnewAfterTermination) {
+    Start({"good"});
+    DeviceInfoList devices;
+    Factory().EnumerateDevices(devices);
+    m_library = std::make_unique<ZelmoScope>(false); // one more start, then the first one goes
+    EXPECT_EQ(Factory().EnumerateDevices(devices), 2);
+    m_library.reset();
+    m_library = std::make_unique<ZelmoScope>(false);
+    EXPECT_EQ(Factory().EnumerateDevices(devices), 2);
+    EXPECT_EQ(m_log.Count(kCategory, GenICam::LogPriority_Notice, "Trying to load"), 2u);
 }
 
 TEST_F(TlFactoryTest, OfTwoPluginsWithTheSameEntryTheFirstOneIsAskedAndTheOtherIsToldOfOnce) {

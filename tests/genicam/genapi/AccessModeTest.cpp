@@ -118,6 +118,16 @@ TEST_F(AccessModeTest, APredicateThatCannotBeReadIsOnTheSafeSide) {
     EXPECT_EQ(log.Count("GenApi", GenICam::LogPriority_Info, "'Blind', which is not readable"), 3u) << "once each";
 }
 
+TEST_F(AccessModeTest, APredicateThatFailsPassesItsFailureOn) {
+    Load(Register("R", "RO", "<Cachable>NoCache</Cachable>") + Value("I", 1, "<pIsAvailable>R</pIsAvailable>"));
+    Port.TimesOut = true;
+    EXPECT_THROW(Mode("I"), GenICam::TimeoutException);
+    Port.TimesOut = false;
+    EXPECT_EQ(Mode("I"), NA) << "and leaves nothing half done";
+    Port.Memory[0] = 1;
+    EXPECT_EQ(Mode("I"), RW);
+}
+
 TEST_F(AccessModeTest, WhatIsNotCachedIsAskedAtEachTime) {
     Load(Register("Live", "RO", "<Cachable>NoCache</Cachable>") + Value("Stored", 1) +
          Value("ByLive", 1, "<pIsAvailable>Live</pIsAvailable>") + Above("Integer", "Top", "ByLive") +
