@@ -52,7 +52,8 @@ TEST(ReconnectOptionTest, GrabGoesOnWithTheSettingsOfBefore) {
     EXPECT_EQ(grab({"grab", "--all", "-n", "30"}).exitCode, 9);
     const auto both = grab({"grab", "--all", "-n", "30", "--reconnect", "--json"});
     EXPECT_EQ(both.exitCode, 0) << both.err;
-    for (const tool::Json& camera : both.Events().back()["cameras"]) {
+    const tool::Json summary = both.Events().back();
+    for (const tool::Json& camera : summary["cameras"]) {
         EXPECT_EQ(camera["frames"], 30);
         EXPECT_THAT(both.err, HasSubstr(camera["device"].get<std::string>() + " came back"));
     }
