@@ -77,10 +77,12 @@ TEST(ReconnectOptionTest, CameraThatComesBackTellsItsChunksAndEvents) {
                  "SimulateRemovalDelay=3", "--set", "SimulateRemovalSettings=Default", "--exec", "SimulateRemoval"},
                 WithEnvironment({{"ZELMO_CAMEMU", "1"}}));
     EXPECT_EQ(run.exitCode, 0) << run.err;
-    for (const char* image : {"1", "6"}) {
-        EXPECT_THAT(run.out, HasSubstr("event  0815-0000  " + std::string(image) + "  ExposureEnd  EventExposureEnd="));
-        EXPECT_THAT(run.out, HasSubstr("frame  0815-0000  " + std::string(image) + "  ChunkGain=0\n"));
-    }
+    const std::size_t removal = run.out.find("frame  0815-0000  3  ChunkGain=0\n");
+    ASSERT_NE(removal, std::string::npos);
+    const std::string event = "ExposureEnd  EventExposureEnd=";
+    EXPECT_THAT(run.out.substr(0, removal), HasSubstr(event));
+    EXPECT_THAT(run.out.substr(removal), HasSubstr(event)); // ahead of which image, a slow host decides
+    EXPECT_THAT(run.out.substr(removal), HasSubstr("frame  0815-0000  6  ChunkGain=0\n"));
 }
 
 TEST(ReconnectOptionTest, WaitEndsWithTheGrabAndWithItsUser) {
