@@ -21,7 +21,7 @@ namespace Fakes {
 //   stray: RetrieveResult gives a context that was never queued;  again: the result before, once more
 // Frames only; those that lie come as good ones, with the record in the image intact:
 //   fail: status failed, error code 7, "lines are missing";  gap: two frames are lost right before this one
-//   remove: the camera goes instead
+//   late: comes behind the next frame, at the latest with FlushBuffers;  remove: the camera goes instead
 //   lie-short: payload size one byte too low;  lie-long: 1000 bytes more than the buffer has;  lie-negative: all sizes
 //   lie-huge: width and height of 2147483647;  lie-strange: a pixel format that no image has
 // Nodes only, at all accesses (the call must be *): missing, unreadable, readonly, limit (takes no value above 1), grid
@@ -30,7 +30,7 @@ namespace Fakes {
     X(ThrowGeneric, "throw-generic"), X(ThrowRuntime, "throw-runtime"), X(ThrowAccess, "throw-access"),                \
         X(ThrowBadAlloc, "throw-badalloc"), X(ThrowStd, "throw-std"), X(ThrowStdAlloc, "throw-std-alloc"),             \
         X(ThrowInt, "throw-int"), X(Stall, "stall"), X(Spurious, "spurious"), X(False, "false"), X(True, "true"),      \
-        X(Stray, "stray"), X(Again, "again"), X(Fail, "fail"), X(Gap, "gap"), X(Remove, "remove"),                     \
+        X(Stray, "stray"), X(Again, "again"), X(Fail, "fail"), X(Late, "late"), X(Gap, "gap"), X(Remove, "remove"),    \
         X(LieShort, "lie-short"), X(LieLong, "lie-long"), X(LieNegative, "lie-negative"), X(LieHuge, "lie-huge"),      \
         X(LieStrange, "lie-strange"), X(Missing, "missing"), X(Unreadable, "unreadable"), X(ReadOnly, "readonly"),     \
         X(Limit, "limit"), X(OffGrid, "grid")

@@ -224,7 +224,14 @@ void CScriptedStreamGrabber::Complete(CBuffer& buffer, std::uint64_t blockId, Fa
         alter(result);
     }
     ++(isFailed ? m_account.failed : (faults & kLies) != 0 ? m_account.lying : m_account.good);
+    if (Has(faults, EFault::Late) && !m_late) {
+        m_late = std::move(result);
+        return;
+    }
     Push(result);
+    if (m_late) {
+        Push(*std::exchange(m_late, std::nullopt));
+    }
 }
 
 void CScriptedStreamGrabber::Push(const Zelmo::GrabResult& result) {
@@ -348,6 +355,7 @@ void CScriptedStreamGrabber::DropBuffers(EState state) {
     m_state = state;
     m_queued.clear();
     m_results.clear();
+    m_late.reset();
     m_buffers.clear();
     m_away = 0;
     m_wait.Reset();
@@ -404,6 +412,9 @@ CScriptedStreamGrabber::CBuffer& CScriptedStreamGrabber::IdleBuffer(Zelmo::Strea
 void CScriptedStreamGrabber::FlushBuffers() {
     const auto call = Enter(EOperation::FlushBuffers, false);
     const std::lock_guard lock(m_lock);
+    if (m_late) {
+        Push(*std::exchange(m_late, std::nullopt));
+    }
     for (; !m_queued.empty(); m_queued.pop_front()) {
         CBuffer& buffer = *m_queued.front();
         Unstamp(buffer);

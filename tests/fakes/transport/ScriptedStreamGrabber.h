@@ -14,6 +14,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -169,6 +170,7 @@ private:
     std::map<Zelmo::StreamBufferHandle, CBuffer> m_buffers;
     std::deque<CBuffer*> m_queued;
     std::deque<Zelmo::GrabResult> m_results;
+    std::optional<Zelmo::GrabResult> m_late;
     Zelmo::GrabResult m_last;            // that was retrieved
     std::atomic<std::size_t> m_away = 0; // buffers that are not idle
     CFrameAccount m_account;
