@@ -67,15 +67,14 @@ void CCameraEventMetaData::Disconnect() noexcept {
 }
 
 void CCameraEventMetaData::OnNodeChanged(GenApi::INode* node, const CCameraEventConnection* connection) noexcept {
-    m_engine.TellHandler([&] {
+    const auto tell = [&] {
         GenICam::AutoLock lock(m_lock);
-        if (m_connection.get() != connection) {
-            return; // deregistered by a handler of the same event
+        if (m_connection.get() == connection) { // else deregistered by a handler of the same event
+            const CHandlerScope scope;
+            m_handler.OnCameraEvent(m_camera, m_userId, node);
         }
-        const CHandlerScope scope;
-        RunGuarded([&] { m_handler.OnCameraEvent(m_camera, m_userId, node); },
-                   [this](const char* text) { LogFailure(text); });
-    });
+    };
+    m_engine.TellHandler([&] { RunGuarded(tell, [this](const char* text) { LogFailure(text); }); });
 }
 
 void CCameraEventMetaData::LogFailure(const char* text) const noexcept {

@@ -58,14 +58,14 @@ void CEventGrabEngine::Stop() noexcept {
 }
 
 bool CEventGrabEngine::ProcessEvents() {
+    if (IsDelivering()) {
+        return false;
+    }
     // A handler may have stopped the grabbing, and a grabber may signal what it does not have. Events that come faster
     // than they are handled must not keep the caller from images, a stop and the end of its time.
     constexpr int kMost = 1000;
     const std::uint64_t run = m_run; // a handler may start another one, which is for whoever retrieves there
     const auto isPending = [&] { return IsRunning() && run == m_run && GetWaitObject().Wait(0); };
-    if (IsDelivering()) {
-        return false;
-    }
     for (int count = 0; count < kMost && isPending() && RetrieveEvent(); ++count) {
     }
     return isPending();

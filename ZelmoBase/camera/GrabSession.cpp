@@ -169,20 +169,27 @@ std::shared_ptr<CSessionWait> CGrabSession::BeginWait() {
     return m_wait;
 }
 
+/// Events that came ahead of a result are told ahead of it, also where both come meanwhile.
+/// @return whether a result waits.
+bool CGrabSession::ProcessEventsAheadOfResult(const CSessionWait& wait) {
+    bool wasThere = m_engine.IsResultSignaled();
+    for (;;) {
+        m_owner.ProcessEventsOf(wait);
+        const bool isThere = m_engine.IsResultSignaled();
+        if (wasThere || !isThere) {
+            return isThere;
+        }
+        wasThere = true;
+    }
+}
+
 /// Without the camera lock, so that a stop can end it.
 CGrabSession::EOutcome CGrabSession::Wait(const CSessionWait& wait, unsigned int timeoutMs) {
     if (wait.end->IsSignaled()) {
         return Outcome_Stopped;
     }
-    for (bool wasThere = false, isThere = m_engine.IsResultSignaled();;) {
-        m_owner.ProcessEventsOf(wait);
-        wasThere = std::exchange(isThere, m_engine.IsResultSignaled());
-        if (wasThere && isThere) { // be it that of a session which began just now: the caller looks
-            return Outcome_Result;
-        }
-        if (!isThere) {
-            break;
-        } // else it came meanwhile, and what came ahead of it is told ahead of it
+    if (ProcessEventsAheadOfResult(wait)) { // be it that of a session which began just now: the caller looks
+        return Outcome_Result;
     }
     if (timeoutMs == 0) {
         return Outcome_Timeout;

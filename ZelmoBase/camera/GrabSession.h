@@ -112,6 +112,7 @@ private:
     void ReleaseRecords() noexcept;
 
     std::shared_ptr<CSessionWait> BeginWait();
+    bool ProcessEventsAheadOfResult(const CSessionWait& wait);
     EOutcome Wait(const CSessionWait& wait, unsigned int timeoutMs);
     static EOutcome WaitForOutcome(const WaitObjects& objects, unsigned int timeoutMs,
                                    std::chrono::steady_clock::time_point due);
