@@ -21,7 +21,9 @@ using CameraEventHandlerCookie = std::pair<const CameraEventHandlerCookie_*, Str
 
 /// What an application derives from to hear that a node of the camera has changed since an event message arrived.
 /// Messages are fetched while grabbing, when the parameter GrabCameraEvents is on, by the thread in RetrieveResult;
-/// handlers run there, with the locks of the camera and of its event handlers held. What a handler throws is logged.
+/// handlers run there while the message is delivered, with the locks of the camera and of its event handlers held. A
+/// handler may stop the grabbing; a device that it closes or gives up goes when all handlers have heard of the event.
+/// What a handler throws is logged.
 /// The order of the operations does not change: applications are built apart from the library.
 class ZELMO_API CCameraEventHandler {
 public:

@@ -68,7 +68,8 @@ public:
     /// Takes a device. One that is attached is let go of first: destroyed if it is owned, else detached. Null only does
     /// that. An open device stays open, and Close is needed to close it.
     /// @param cleanup Cleanup_Delete: the camera owns the device, and destroys it when it lets go of it
-    /// @throws what the device throws; it stays with the caller then, whatever @p cleanup says.
+    /// @throws what the device throws; GenICam::RuntimeException for a device in a camera event handler, with nothing
+    ///         changed. The device stays with the caller then, whatever @p cleanup says.
     virtual void Attach(IZelmoDevice* device, ECleanup cleanup = Cleanup_Delete);
     virtual bool IsZelmoDeviceAttached() const;
     /// Whether the device has told that it was physically removed. A "no" takes a millisecond, with the camera lock
