@@ -81,9 +81,11 @@ TEST_F(GrabRunTest, CountIsOfEachCameraAndWhoHasItWaitsForTheOthers) {
     m_options.count = 20;
     tool::GrabRun run(tool::SelectDevices(*m_library, {}, true), m_options, m_output);
     const auto& cameras = run.GetCameras();
-    cameras[0]->Configure({{"ExposureTime", "1000"}, {"AcquisitionFrameRate", "500"}});
     std::vector<BlockIds*> sinks;
     for (const auto& camera : cameras) {
+        const char* rate = camera == cameras[0] ? "500" : "20"; // the slow one takes a second, the other 40 ms
+        camera->Configure(
+            {{"Width", "32"}, {"Height", "32"}, {"ExposureTime", "1000"}, {"AcquisitionFrameRate", rate}});
         auto sink = std::make_unique<BlockIds>();
         sinks.push_back(sink.get());
         camera->SendTo(std::move(sink));

@@ -14,7 +14,8 @@
 namespace tool {
 namespace {
 
-enum SlotState : int { Slot_Free, Slot_Filling, Slot_Live };
+/// Who is to read or write a path owns its slot: a handler that takes one keeps it, as the process ends.
+enum SlotState : int { Slot_Free, Slot_Owned, Slot_Live };
 
 struct Slot {
     std::atomic<int> state{Slot_Free};
@@ -28,7 +29,7 @@ std::size_t TakeSlot(const std::string& path) {
     }
     for (std::size_t i = 0; i < std::size(g_slots); ++i) {
         int expected = Slot_Free;
-        if (g_slots[i].state.compare_exchange_strong(expected, Slot_Filling)) {
+        if (g_slots[i].state.compare_exchange_strong(expected, Slot_Owned)) {
             std::memcpy(g_slots[i].path, path.c_str(), path.size() + 1);
             g_slots[i].state = Slot_Live;
             return i;
@@ -77,12 +78,14 @@ PartialFiles::Entry::~Entry() {
 
 void PartialFiles::Entry::Release() noexcept {
     m_isHeld = false; // from now on the slot may be another's
-    g_slots[m_slot].state = Slot_Free;
+    int expected = Slot_Live;
+    g_slots[m_slot].state.compare_exchange_strong(expected, Slot_Free);
 }
 
 void PartialFiles::RemoveAllFromSignalHandler() noexcept {
     for (Slot& slot : g_slots) {
-        if (slot.state == Slot_Live) {
+        int expected = Slot_Live;
+        if (slot.state.compare_exchange_strong(expected, Slot_Owned)) {
             unlink(slot.path);
         }
     }
