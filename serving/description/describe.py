@@ -20,8 +20,8 @@ from pathlib import Path
 
 sys.dont_write_bytecode = True
 
-from features import add_actions, add_faults, add_gigevision, read_constants, read_faults  # noqa: E402
-from nodes import PORT, REGISTERS, Description, element, node  # noqa: E402
+from features import add_actions, add_faults, add_gigevision, read_constants, read_faults
+from nodes import PORT, REGISTERS, Description, element, node
 
 PRODUCT_GUID = "C1A4A9D6-6B0E-4F0B-9D53-2E1B7C6F4A08"
 
@@ -56,9 +56,7 @@ def move_registers(description, distance):
         name = each.get("Name")
         if each.tag not in REGISTERS:
             description.fail(name, f"is a {each.tag}; only registers can be moved")
-        length = len(description.one(each, "Address").text) - len("0x")
-        address = description.number(each, "Address") + distance
-        description.one(each, "Address").text = f"0x{address:0{max(length, 5)}X}"
+        description.one(each, "Address").text = f"0x{description.number(each, 'Address') + distance:05X}"
         if each.tag not in ("StringReg", "Register"):
             order = description.one(each, "Endianess")
             if order.text != "LittleEndian":
@@ -68,10 +66,9 @@ def move_registers(description, distance):
 
 def check_chunks(description):
     """What travels in images and messages is as the network has it already."""
-    for port in description.nodes:
-        for each in description.on_port(port.get("Name")) if port.tag == "Port" and port.get("Name") != PORT else []:
-            if description.one(each, "Endianess").text != "BigEndian":
-                description.fail(each.get("Name"), "is not BigEndian, as all chunks and messages are")
+    for each in description.nodes:
+        if each.findtext("pPort", PORT) != PORT and description.one(each, "Endianess").text != "BigEndian":
+            description.fail(each.get("Name"), "is not BigEndian, as all chunks and messages are")
 
 
 def fit_events(description, extended_ids):
@@ -175,19 +172,23 @@ inline constexpr ServedDocument kServedDocuments[] = {{
 """
 
 
+def document(description):
+    """The name of its files, and their content."""
+    name = "_".join([description.attributes["VendorName"], description.attributes["ModelName"], description.schema])
+    if not re.fullmatch(r"\w+", name):
+        sys.exit(f"{description.path}: vendor and model make '{name}', which is no name of a file")
+    text = description.text().encode()
+    return name, {"zip": zipped(f"{name}.xml", text), "xml": text}
+
+
 def main():
     if len(sys.argv) != 6:
         sys.exit(__doc__.split("\n")[2])
     camera, faults, addresses, registers, folder = (Path(each) for each in sys.argv[1:])
     description = served(camera, read_faults(faults), read_constants(addresses, "Address"), read_constants(registers))
-    documents = []
-    for lower in (lambda: None, description.lower_to_1_0):
-        lower()
-        name = "_".join(description.attributes[key] for key in ("VendorName", "ModelName")) + f"_{description.schema}"
-        if not re.fullmatch(r"\w+", name):
-            sys.exit(f"{camera}: vendor and model make '{name}', which is no name of a file")
-        text = description.text().encode()
-        documents.append((name, {"zip": zipped(f"{name}.xml", text), "xml": text}))
+    documents = [document(description)]
+    description.lower_to_1_0()
+    documents.append(document(description))
     folder.mkdir(parents=True, exist_ok=True)
     for name, forms in documents:
         for form, content in forms.items():
