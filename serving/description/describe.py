@@ -20,7 +20,7 @@ from pathlib import Path
 
 sys.dont_write_bytecode = True
 
-from features import add_actions, add_faults, add_gigevision, read_constants, read_faults
+from features import Header, add_actions, add_faults, add_gigevision, read_faults
 from nodes import PORT, REGISTERS, Description, element, node
 
 PRODUCT_GUID = "C1A4A9D6-6B0E-4F0B-9D53-2E1B7C6F4A08"
@@ -185,7 +185,7 @@ def main():
     if len(sys.argv) != 6:
         sys.exit(__doc__.split("\n")[2])
     camera, faults, addresses, registers, folder = (Path(each) for each in sys.argv[1:])
-    description = served(camera, read_faults(faults), read_constants(addresses, "Address"), read_constants(registers))
+    description = served(camera, read_faults(faults), Header(addresses).Address, Header(registers))
     documents = [document(description)]
     description.lower_to_1_0()
     documents.append(document(description))

@@ -2,6 +2,7 @@
 #include "serving/description/ServedDescriptions.h"
 
 #include "genicam/genapi/MapFixture.h"
+#include "gigevision/Registers.h"
 #include "serving/Faults.def"
 
 #include <fstream>
@@ -124,6 +125,27 @@ TEST_P(ServedDescriptionTest, HasTheFeaturesOfTheEmulatedCameraHigherUp) {
             EXPECT_EQ(moved->second, (Place{place.address + kCamera, place.length})) << name;
         }
     }
+}
+
+TEST_P(ServedDescriptionTest, RegistersBelowTheCamerasOwnAreThoseOfGigEVision) {
+    using GigEVision::RegisterAccess;
+    std::size_t found = 0;
+    for (const auto& [name, place] : PlacesOnDevice(*Map)) {
+        if (place.address < kCamera) {
+            const auto address = static_cast<std::uint32_t>(place.address);
+            const GigEVision::BootstrapRegister* const reg = GigEVision::FindBootstrapRegister(address);
+            ASSERT_NE(reg, nullptr) << name;
+            EXPECT_EQ(place.length, reg->bytes) << name;
+            EXPECT_TRUE(address == 0 || GigEVision::FindBootstrapRegister(address - 1) != reg)
+                << name << " begins inside";
+            const std::string access = Property(*Map->GetNode(name.c_str()), "AccessMode");
+            EXPECT_TRUE(access != "WO" || reg->access == RegisterAccess::WriteOnly) << name;
+            EXPECT_TRUE(access != "RW" || reg->access == RegisterAccess::ReadWrite) << name;
+            EXPECT_TRUE(access != "RO" || reg->access != RegisterAccess::WriteOnly) << name;
+            ++found;
+        }
+    }
+    EXPECT_GT(found, 40U);
 }
 
 TEST_P(ServedDescriptionTest, IsBigEndianAndOfItsSchema) {
