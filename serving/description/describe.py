@@ -31,11 +31,13 @@ DROPPED = ["ImageFileMode", "ImageFilename", "ForceFailedStart", "ForceFailedSta
 
 # Whose tool tip says what is not true over a network: the words, and those in their place.
 WORDS = [
-    ("DeviceUserID", "until the process ends", "until the program that serves the camera ends"),
+    ("DeviceUserID", "until the process ends, also over a reset.",
+     "until the program that serves the camera ends, also over a reset. Whoever looks for cameras is told its first 16 bytes."),
     ("SimulateRemovalDuration", "stays away at least after", "stays away after"),
     ("SimulateRemovalDuration",
      " It is never back before nobody has it open any more and somebody looks for cameras.", ""),
     ("AcquisitionFrameRateEnable", "as fast as buffers are queued", "as fast as the link takes them"),
+    ("SimulateEvents", "their frame ids count from 0", "their block ids count up"),
     ("EventNotification/On", "to whoever grabs events", "over the message channel"),
     ("ChunkSelector/Framecounter", ": its block id.", ", from 0. Block ids count from 1."),
     ("ChunkFramecounter", ": its block id.", ", from 0. Block ids count from 1."),

@@ -135,7 +135,8 @@ def add_gigevision(description, registers):
 def add_device(gev, registers):
     at, version, mode = registers.Register, registers.Version, registers.DeviceMode
     for half, mask in (("Major", version.kMajor), ("Minor", version.kMinor)):
-        gev.number(f"GevVersion{half}", f"{half} version of GigE Vision that the camera follows.", at.kVersion, mask, **CONSTANT)
+        gev.number(f"GevVersion{half}", f"{half} version of GigE Vision that the camera follows.", at.kVersion, mask,
+                   **CONSTANT)
     gev.over("Boolean", "GevDeviceModeIsBigEndian", "Whether the registers are big endian.", at.kDeviceMode, mode.kBigEndian,
              **CONSTANT)
     gev.choice("GevDeviceModeCharacterSet", "Character set of all texts.",
@@ -161,10 +162,13 @@ def add_addresses(gev, registers):
                [("PersistentIP", way.kPersistent | way.kLinkLocal, "The fixed one, else link-local."),
                 ("DHCP", way.kDhcp | way.kLinkLocal, "By DHCP, else link-local."), ("LLA", way.kLinkLocal, "Link-local.")],
                at.kIpInUse, way.kPersistent | way.kDhcp | way.kLinkLocal, "RW")
-    for name, address, text in (("IPAddress", at.kCurrentIp, "IP address"), ("SubnetMask", at.kCurrentMask, "Subnet mask"),
-                                ("DefaultGateway", at.kCurrentGateway, "Default gateway")):
+    parts = (("IPAddress", "IP address"), ("SubnetMask", "Subnet mask"), ("DefaultGateway", "Default gateway"))
+    for (name, text), address in zip(parts, (at.kCurrentIp, at.kCurrentMask, at.kCurrentGateway)):
         gev.number(f"GevCurrent{name}", f"{text} of the network interface.", address, visibility="Beginner",
                    Representation="IPV4Address")
+    for (name, text), address in zip(parts, (at.kPersistentIp, at.kPersistentMask, at.kPersistentGateway)):
+        gev.number(f"GevPersistent{name}", f"{text} that the camera has from its next start on, if that is its way to get "
+                   "one.", address, access="RW", Representation="IPV4Address")
 
 
 def add_capabilities(gev, registers):

@@ -178,6 +178,7 @@ TEST_P(ServedDescriptionTest, ValuesGoWhereTheRegistersAre) {
         {"SimulateRemoval", "1", 0x210000, "00000001"},
         {"GevSCPSPacketSize", "1500", 0x0D04, "400005DC"},
         {"GevSCPSFireTestPacket", "1", 0x0D04, "C00005DC"},
+        {"GevPersistentSubnetMask", "4294967040", 0x065C, "FFFFFF00"},
         {"GevSCPHostPort", "65535", 0x0D00, "0000FFFF"},
         {"GevTimestampControlLatch", "1", 0x0944, "00000002"},
         {"GevTimestampControlReset", "1", 0x0944, "00000001"},
