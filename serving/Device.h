@@ -28,8 +28,9 @@ struct CDeviceSettings {
     CAddressing addressing;
     std::uint32_t largestPacket = 1500; ///< of the interface: its MTU, at most 16,000
     std::uint32_t linkMbps = 1000;
-    bool allowRedirect = false; ///< streams and messages may go to others than the primary application
-    std::uint32_t seed = 1;     ///< of the random delays
+    bool allowRedirect = false;         ///< streams and messages may go to others than the primary application
+    std::uint32_t discoveryDelayMs = 0; ///< largest random delay of the answer to a broadcast discovery, 0 to 65,535
+    std::uint32_t seed = 1;             ///< of the random delays
 };
 
 /// What a camera has done with the commands that it got.

@@ -55,6 +55,7 @@ public:
 
     virtual void Resend(const GigEVision::ResendRequest& request, const CEndpoint& requester) = 0;
     virtual void SendTestPacket(std::uint32_t packetSize, bool doNotFragment) = 0;
+    virtual void Mute(bool isMuted) = 0; ///< While it is, all goes on but that nothing is sent.
     virtual CStreamCounts Counts() const = 0;
 };
 

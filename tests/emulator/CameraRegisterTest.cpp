@@ -71,7 +71,8 @@ INSTANTIATE_TEST_SUITE_P(
         NumberCase{Reg::kForceFailedBufferCount, 0, kInvalid},
         NumberCase{Reg::kForceFailedBufferCount, 65536, kInvalid}, NumberCase{Reg::kTriggerSelector, 2, kOk},
         NumberCase{Reg::kTriggerSelector, 3, kInvalid}, NumberCase{Reg::kTriggerMode + 2 * Reg::kTriggerStride, 1, kOk},
-        NumberCase{Reg::kTriggerSource + Reg::kTriggerStride, 3, kInvalid},
+        NumberCase{Reg::kTriggerSource, 4, kOk}, // Action2, which no description of the plug-in has
+        NumberCase{Reg::kTriggerSource + Reg::kTriggerStride, 5, kInvalid},
         NumberCase{Reg::kTriggerSoftware, 2, kInvalid}, NumberCase{Reg::kBurstFrameCount, 0, kInvalid},
         NumberCase{Reg::kLineSelector, 2, kInvalid}, NumberCase{Reg::kLineLevel + Reg::kLineStride, 1, kOk},
         NumberCase{Reg::kRemovalDuration, 0xFFFFFFFF, kOk}, // -1: for good

@@ -2,6 +2,7 @@
 #include <core/AcquisitionClock.h>
 #include <core/BigEndian.h>
 #include <core/FrameStream.h>
+#include <core/Trigger.h>
 
 #include <gtest/gtest.h>
 
@@ -184,6 +185,23 @@ TEST_F(FrameStreamTest, AHostThatIsTooSlowLosesFramesOfTheBurstButNoneBeyondIt) 
     EXPECT_EQ(m_stream.Counters().lost, 3u);
     EXPECT_FALSE(m_stream.Status().isFrameActive);
     EXPECT_TRUE(m_stream.Status().waitsForTrigger);
+}
+
+TEST(TriggersTest, AnActionIsTakenByTheTriggersThatHaveItAsTheirSource) {
+    CTriggers triggers;
+    CTriggerSettings settings;
+    settings.triggers = {{{true, ETriggerSource::Action2}, {true, ETriggerSource::Action1}, {}}};
+    triggers.Apply(settings);
+    triggers.FireAction(0, 5);
+    EXPECT_FALSE(triggers.IsReadyFor(ETrigger::FrameStart)) << "nothing is acquired";
+    triggers.Arm();
+    triggers.FireAction(1, 6);
+    EXPECT_EQ(triggers.Missed(), 1u) << "the burst was not triggered";
+    triggers.FireAction(0, 7);
+    EXPECT_FALSE(triggers.MayFrameBegin());
+    triggers.FireAction(1, 8);
+    EXPECT_TRUE(triggers.MayFrameBegin());
+    EXPECT_EQ(triggers.ExposedSinceNs(), 8);
 }
 
 TEST_F(FrameStreamTest, ABufferTooSmallFailsAndIsNotTouched) {

@@ -161,6 +161,13 @@ void CFrameStream::PulseLine(std::size_t line) {
     GoOn(before);
 }
 
+void CFrameStream::FireAction(std::size_t action) {
+    const CLockGuard lock(m_lock);
+    const CTriggerState before = TriggerState();
+    m_triggers.FireAction(action, MonotonicNs());
+    GoOn(before);
+}
+
 // No frame was due while frames were held.
 void CFrameStream::GoOn(const CTriggerState& before) {
     if (before.isHeld && !IsHeld()) {

@@ -137,6 +137,7 @@ public:
     void FireSoftwareTrigger(ETrigger trigger);
     void SetLine(std::size_t line, bool level);
     void PulseLine(std::size_t line); ///< To the other level and back.
+    void FireAction(std::size_t action);
 
     CImageReplayPtr Images() const; ///< Those of the last acquisition; kept after it, as the next may show them again.
     void DropImages() noexcept;     ///< The memory is free as soon as no frame is drawn from it.

@@ -19,8 +19,8 @@ bool IsActivatedBy(ETriggerActivation activation, bool level) {
     }
 }
 
-ETriggerSource SourceOfLine(std::size_t line) {
-    return static_cast<ETriggerSource>(line + 1);
+ETriggerSource Behind(ETriggerSource first, std::size_t steps) {
+    return static_cast<ETriggerSource>(static_cast<std::size_t>(first) + steps);
 }
 
 } // namespace
@@ -59,13 +59,24 @@ void CTriggers::SetLine(std::size_t line, bool level, std::int64_t nowNs) {
         return;
     }
     m_levels[line] = level;
+    TakeEach(nowNs, [&](const CTriggerSetting& setting) {
+        return setting.source == Behind(ETriggerSource::Line1, line) && IsActivatedBy(setting.activation, level);
+    });
+}
+
+void CTriggers::FireAction(std::size_t action, std::int64_t nowNs) {
+    TakeEach(nowNs,
+             [&](const CTriggerSetting& setting) { return setting.source == Behind(ETriggerSource::Action1, action); });
+}
+
+template <class Condition>
+void CTriggers::TakeEach(std::int64_t nowNs, Condition isMeant) {
     if (!m_isArmed) {
         return;
     }
-    // From the inside out: what this edge makes the camera ready for, waits for the next one.
+    // From the inside out: what this signal makes the camera ready for, waits for the next one.
     for (const ETrigger trigger : {ETrigger::FrameStart, ETrigger::FrameBurstStart, ETrigger::AcquisitionStart}) {
-        const CTriggerSetting& setting = m_settings.Of(trigger);
-        if (setting.isOn && setting.source == SourceOfLine(line) && IsActivatedBy(setting.activation, level)) {
+        if (m_settings.IsOn(trigger) && isMeant(m_settings.Of(trigger))) {
             TakeOrMiss(trigger, nowNs);
         }
     }

@@ -10,14 +10,15 @@ namespace CamEmu {
 /// What a trigger lets begin: values of TriggerSelector.
 enum class ETrigger : std::uint32_t { FrameStart, FrameBurstStart, AcquisitionStart, Count_ };
 
-/// Values of TriggerSource; behind the first come the lines, in their order.
-enum class ETriggerSource : std::uint32_t { Software, Line1, Line2, Count_ };
+/// Values of TriggerSource: the lines in their order, then the action signals that a network brings.
+enum class ETriggerSource : std::uint32_t { Software, Line1, Line2, Action1, Action2, Count_ };
 
 /// Values of TriggerActivation: which change of its line is a trigger.
 enum class ETriggerActivation : std::uint32_t { RisingEdge, FallingEdge, AnyEdge, Count_ };
 
 inline constexpr std::size_t kTriggers = static_cast<std::size_t>(ETrigger::Count_);
-inline constexpr std::size_t kLines = static_cast<std::size_t>(ETriggerSource::Count_) - 1;
+inline constexpr std::size_t kLines = 2;
+inline constexpr std::size_t kActions = 2;
 
 struct CTriggerSetting {
     bool isOn = false;
@@ -50,6 +51,7 @@ public:
     /// another one.
     void SetLine(std::size_t line, bool level, std::int64_t nowNs);
     bool Level(std::size_t line) const { return m_levels[line]; }
+    void FireAction(std::size_t action, std::int64_t nowNs); ///< From 0; else as a change of a line.
 
     bool MayFrameBegin() const { return HasAcquisition() && HasBurst() && HasFrame(); }
     bool IsReadyFor(ETrigger trigger) const; ///< Whether it would be taken now.
@@ -72,6 +74,8 @@ private:
     bool HasAcquisition() const { return !m_isOn[kAcquisition] || m_hasAcquisition; }
     bool HasBurst() const { return !m_isOn[kBurst] || m_burstLeft > 0; }
     bool HasFrame() const { return !m_isOn[kFrame] || m_hasFrame; }
+    template <class Condition>
+    void TakeEach(std::int64_t nowNs, Condition isMeant);
     void TakeOrMiss(ETrigger trigger, std::int64_t nowNs);
     void Take(ETrigger trigger, std::int64_t nowNs);
     void Forget(std::size_t trigger);
