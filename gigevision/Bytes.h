@@ -43,6 +43,9 @@ public:
     Bytes Get(std::size_t offset, std::size_t length) {
         return Holds(offset, length) ? m_bytes.subspan(offset, length) : Bytes{};
     }
+    std::uint64_t Get48(std::size_t offset) { // both halves are looked at, so the end counts
+        return std::uint64_t{Get<std::uint16_t>(offset)} << 32 | Get<std::uint32_t>(offset + 2);
+    }
     bool IsWhole() const { return m_isWhole; } ///< Whether all that was read was there.
 
 private:
@@ -69,6 +72,10 @@ public:
     void Put(std::size_t offset, T value) {
         assert(offset + sizeof(T) <= m_bytes.size());
         PutBigEndian(m_bytes.data() + offset, value);
+    }
+    void Put48(std::size_t offset, std::uint64_t value) {
+        Put(offset, static_cast<std::uint16_t>(value >> 32));
+        Put(offset + 2, static_cast<std::uint32_t>(value));
     }
     void Put(std::size_t offset, Bytes value) {
         assert(offset + value.size() <= m_bytes.size());

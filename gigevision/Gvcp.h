@@ -42,6 +42,10 @@ enum class Command : std::uint16_t {
 constexpr std::uint16_t AcknowledgeOf(std::uint16_t command) {
     return static_cast<std::uint16_t>(command + 1);
 }
+/// The request id behind it, which is never 0.
+constexpr std::uint16_t NextRequestId(std::uint16_t id) {
+    return id == 0xFFFF ? std::uint16_t{1} : static_cast<std::uint16_t>(id + 1);
+}
 
 namespace Flag {
 inline constexpr std::uint8_t kAcknowledge = 0x01;          ///< one is wanted
@@ -62,6 +66,7 @@ struct CommandMessage {
 };
 
 /// Datagrams of fewer than 8 bytes, without the key 0x42, with request id 0, or shorter than they tell are none.
+/// When encoding, the payload may already stand in the buffer, behind its first 8 bytes.
 std::optional<CommandMessage> DecodeCommand(Bytes datagram);
 Bytes EncodeCommand(const CommandMessage& message, MutableBytes buffer);
 
@@ -71,7 +76,7 @@ struct AcknowledgeMessage {
     std::uint16_t id = 0;          ///< request id of the command
     Bytes payload;
 };
-std::optional<AcknowledgeMessage> DecodeAcknowledge(Bytes datagram);
+std::optional<AcknowledgeMessage> DecodeAcknowledge(Bytes datagram); ///< A command is none.
 Bytes EncodeAcknowledge(const AcknowledgeMessage& message, MutableBytes buffer);
 
 // What follows decodes and encodes payloads, the bytes behind the header.
@@ -86,6 +91,8 @@ Bytes EncodeReadReg(const RegisterList& addresses, MutableBytes buffer);
 /// The acknowledge's values; after a failure there are fewer than were asked for, even none.
 std::optional<RegisterList> DecodeReadRegAck(Bytes payload);
 Bytes EncodeReadRegAck(const RegisterList& values, MutableBytes buffer);
+/// The values that answer a command of @p asked addresses: as many after success, at most so many after a failure.
+std::optional<RegisterList> DecodeReadRegAck(const AcknowledgeMessage& message, std::size_t asked);
 
 struct RegisterWrite {
     std::uint32_t address = 0, value = 0;
@@ -96,7 +103,7 @@ struct RegisterWriteList {
 };
 std::optional<RegisterWriteList> DecodeWriteReg(Bytes payload);
 Bytes EncodeWriteReg(const RegisterWriteList& writes, MutableBytes buffer);
-/// Of WRITEREG: writes done; of WRITEMEM: bytes written. Hosts judge by the status alone.
+/// Of WRITEREG: writes done; of WRITEMEM: bytes written. Hosts judge by the status alone; longer ones are accepted.
 std::optional<std::uint16_t> DecodeWriteAck(Bytes payload);
 Bytes EncodeWriteAck(std::uint16_t index, MutableBytes buffer);
 
@@ -108,18 +115,22 @@ struct MemoryRead {
 std::optional<MemoryRead> DecodeReadMem(Bytes payload);
 Bytes EncodeReadMem(const MemoryRead& read, MutableBytes buffer);
 
-/// Data at an address: the acknowledge of READMEM, and the command WRITEMEM; 1 to 536 bytes.
+/// Data at an address: the acknowledge of READMEM, and the command WRITEMEM; 1 to 536 bytes. When encoding, the data
+/// may already stand in the buffer, behind its first 4 bytes.
 struct MemoryData {
     std::uint32_t address = 0;
     Bytes data;
 };
 std::optional<MemoryData> DecodeMemory(Bytes payload);
 Bytes EncodeMemory(const MemoryData& memory, MutableBytes buffer);
+/// What answers a READMEM of @p asked bytes: exactly so many after success; after a failure nothing is looked at or
+/// told.
+std::optional<MemoryData> DecodeReadMemAck(const AcknowledgeMessage& message, std::uint16_t asked);
 
-std::optional<std::uint16_t> DecodePending(Bytes payload); ///< Time to completion in ms.
+std::optional<std::uint16_t> DecodePending(Bytes payload); ///< Time to completion in ms; longer ones are accepted.
 Bytes EncodePending(std::uint16_t milliseconds, MutableBytes buffer);
 
-/// The acknowledge of DISCOVERY. Texts end at the first zero byte or with their field.
+/// The acknowledge of DISCOVERY. Texts end at the first zero byte or with their field; longer ones are cut to it.
 struct DiscoveryInfo {
     std::uint32_t version = 0, deviceMode = 0;
     std::array<std::uint8_t, 6> mac = {};
@@ -136,6 +147,9 @@ struct ForceIp {
 std::optional<ForceIp> DecodeForceIp(Bytes payload);
 Bytes EncodeForceIp(const ForceIp& force, MutableBytes buffer);
 
+struct PacketRange {
+    std::uint32_t first = 0, last = 0; ///< both included
+};
 struct ResendRequest {
     static constexpr std::uint32_t kToEnd = 0x00FFFFFF;         ///< "last" of 24-bit ids: the trailer included
     static constexpr std::uint32_t kToEndExtended = 0xFFFFFFFF; ///< and of 32-bit ones
@@ -146,6 +160,8 @@ struct ResendRequest {
     std::uint32_t first = 0, last = 0; ///< packet ids; of 24 bits the upper byte is left out
 
     bool IsToEnd() const { return last == (isExtended ? kToEndExtended : kToEnd); }
+    /// The packets meant of a block that ends with that trailer; nullopt when there are none.
+    std::optional<PacketRange> RangeIn(std::uint32_t trailerId) const;
 };
 std::optional<ResendRequest> DecodePacketResend(Bytes payload, bool isExtended);
 Bytes EncodePacketResend(const ResendRequest& request, MutableBytes buffer);
@@ -154,16 +170,17 @@ Bytes EncodePacketResend(const ResendRequest& request, MutableBytes buffer);
 struct EventItem {
     static constexpr std::uint16_t kNoChannel = 0xFFFF;
 
-    std::uint16_t size = 0; ///< as on the wire: 0 where not told; with extended ids item + data
+    std::uint16_t size = 0; ///< item + data as on the wire, 0 where not told; with extended ids encoding puts it in
     std::uint16_t eventId = 0;
     std::uint16_t channel = kNoChannel;
     std::uint64_t blockId = 0;
     std::uint64_t timestamp = 0; ///< device ticks
-    Bytes data;                  ///< of EVENTDATA
+    Bytes data;                  ///< of EVENTDATA; of EVENT what the size told beyond the item
 };
 inline constexpr std::size_t kEventItemBytes = 16, kExtendedEventItemBytes = 24;
 
-/// Walks the items of an EVENT or EVENTDATA payload. With standard ids EVENTDATA has one item, whose data is the rest.
+/// Walks the items of an EVENT or EVENTDATA payload. The data of EVENTDATA is the rest with standard ids, which have
+/// one item, and where no size is told.
 class EventItems {
 public:
     EventItems(Bytes payload, bool isExtended, bool hasData)
@@ -175,7 +192,9 @@ private:
     Bytes m_rest;
     bool m_isExtended, m_hasData;
 };
-/// Appends nothing: writes one item at the start of @p buffer. Several are put one behind the other.
+/// Whether the payload is one or more items, and nothing else.
+bool AreEventItems(Bytes payload, bool isExtended, bool hasData);
+/// Writes one item at the start of @p buffer; several are put one behind the other.
 Bytes EncodeEventItem(const EventItem& item, bool isExtended, MutableBytes buffer);
 
 struct ActionCommand {

@@ -16,6 +16,8 @@ namespace GigEVision {
 
 inline constexpr std::size_t kGvspHeaderBytes = 8, kExtendedGvspHeaderBytes = 20;
 inline constexpr std::size_t kIpUdpBytes = 28; ///< SCPS counts these with header and data
+inline constexpr std::size_t kLeaderPartBytes = 48, kTrailerPartBytes = 16;
+inline constexpr std::uint64_t kMax48 = 0xFFFFFFFFFFFF; ///< of lengths and offsets that have 48 bits
 constexpr std::size_t GvspHeaderBytes(bool isExtended) {
     return isExtended ? kExtendedGvspHeaderBytes : kGvspHeaderBytes;
 }
@@ -106,12 +108,13 @@ struct Leader {
     std::uint32_t genDcDescriptorSize = 0;
     Bytes parts; ///< multi-part: 48 bytes each; see DecodeLeaderPart
 
-    std::size_t PartCount() const { return parts.size() / 48; }
+    std::size_t PartCount() const { return parts.size() / kLeaderPartBytes; }
 };
-/// Types that are not known, and the maker's, are told by type and time stamp alone.
+/// Types that are not known, and the maker's, are told by type and time stamp alone. Longer ones are accepted.
 std::optional<Leader> DecodeLeader(const PacketHeader& header, Bytes content);
 std::optional<LeaderPart> DecodeLeaderPart(const Leader& leader, std::size_t index);
 Bytes EncodeLeader(const Leader& leader, MutableBytes buffer); ///< Parts are taken as encoded bytes.
+std::size_t LeaderBytes(const Leader& leader);                 ///< Of its encoded form.
 Bytes EncodeLeaderPart(const LeaderPart& part, MutableBytes buffer);
 
 struct TrailerPart {
@@ -126,13 +129,26 @@ struct Trailer {
     std::uint32_t layoutId = 0;   ///< extended chunk, and with the bit of chunks
     Bytes parts;                  ///< multi-part: 16 bytes each
 
-    std::size_t PartCount() const { return parts.size() / 16; }
+    std::size_t PartCount() const { return parts.size() / kTrailerPartBytes; }
 };
+/// Longer ones are accepted, but of multi-part, where the length tells the number of parts.
 std::optional<Trailer> DecodeTrailer(Bytes content);
 std::optional<TrailerPart> DecodeTrailerPart(const Trailer& trailer, std::size_t index);
 Bytes EncodeTrailer(const Trailer& trailer, MutableBytes buffer);
 Bytes EncodeTrailerPart(const TrailerPart& part, MutableBytes buffer);
+std::size_t TrailerBytes(const Trailer& trailer); ///< Of its encoded form.
 
+/// A whole block in one packet, whose content is an encoded leader, a trailer of the same type, and the data.
+struct AllIn {
+    Leader leader;
+    Trailer trailer;
+    Bytes data;
+};
+std::optional<AllIn> DecodeAllIn(const PacketHeader& header, Bytes content);
+
+namespace ZoneInfo {
+inline constexpr std::uint8_t kEndOfPart = 0x40, kZone = 0x3E, kEndOfZone = 0x01;
+}
 /// A payload packet's own header (H.264: time stamp; multi-zone and multi-part: id, information, offset; GenDC).
 struct PayloadPacket {
     std::uint64_t timestamp = 0;           ///< H.264
@@ -142,13 +158,22 @@ struct PayloadPacket {
     std::uint8_t dataFlags = 0, flowFlags = 0; ///< GenDC
     std::uint16_t flowId = 0;
     Bytes data;
+
+    std::uint8_t Zone() const { return (zoneInfo & ZoneInfo::kZone) >> 1; }
+    bool IsEndOfZone() const { return (zoneInfo & ZoneInfo::kEndOfZone) != 0; }
+    bool IsEndOfPart() const { return (zoneInfo & ZoneInfo::kEndOfPart) != 0; }
 };
-std::optional<PayloadPacket> DecodePayload(PacketFormat format, Bytes content);
+std::optional<PayloadPacket> DecodePayload(PacketFormat format, Bytes content); ///< nullopt for what holds no payload.
 /// The payload header alone, 0 bytes of it for generic packets.
 Bytes EncodePayloadHeader(PacketFormat format, const PayloadPacket& payload, MutableBytes buffer);
 std::size_t PayloadHeaderBytes(PacketFormat format); ///< 0, 8 or 16
 
-/// How the bytes of a block are cut into packets.
+/// Bytes behind the UDP header of a full payload packet and of a test packet; none where headers alone do not fit.
+constexpr std::size_t DatagramBytes(std::uint32_t packetSize) {
+    return packetSize > kIpUdpBytes ? packetSize - kIpUdpBytes : 0;
+}
+
+/// How the bytes of a block are cut into packets; of multi-part those of one part, as each begins a packet.
 struct PacketLayout {
     std::size_t dataBytes = 0; ///< D, of each payload packet but the last one
 
@@ -171,9 +196,11 @@ constexpr std::uint64_t Next(std::uint64_t id, bool isExtended) {
 constexpr std::uint64_t OfNumber(std::uint64_t number, bool isExtended) {
     return isExtended ? number : (number - 1) % 0xFFFF + 1;
 }
-/// Steps from one 16-bit id to another, 0 to 65534; below 32768 the other one is the same or newer.
-constexpr std::uint32_t Distance16(std::uint16_t from, std::uint16_t to) {
-    return (static_cast<std::uint32_t>(to) + 0xFFFF - from) % 0xFFFF;
+/// Steps from one 16-bit id to another; below 32768 the other one is the same or newer. Some devices have blocks with
+/// id 0 after 65535: for those it counts.
+constexpr std::uint32_t Distance16(std::uint16_t from, std::uint16_t to, bool countsZero = false) {
+    const std::uint32_t ids = countsZero ? 0x10000 : 0xFFFF;
+    return (static_cast<std::uint32_t>(to) + ids - from) % ids;
 }
 } // namespace BlockId
 
