@@ -50,8 +50,11 @@ void TakeOver(CFaultSetting& setting, const Group& group, std::uint32_t written)
     }
 }
 
-bool IsValid(const CFaultSetting& setting, const CFaultInfo& info) {
-    return setting.rate >= 0 && setting.rate <= 1 && setting.parameter >= info.min && setting.parameter <= info.max;
+// Only faults of the stream have places.
+bool IsValid(EFault fault, const CFaultSetting& setting) {
+    const CFaultInfo& info = FaultInfos()[static_cast<std::size_t>(fault)];
+    return setting.rate >= 0 && setting.rate <= 1 && setting.parameter >= info.min && setting.parameter <= info.max &&
+           (fault < EFault::Silence || setting.places.empty());
 }
 
 constexpr bool IsWide(std::uint32_t offset) {
@@ -114,7 +117,7 @@ Status CFaultRegisters::WriteFault(std::uint32_t offset, GigEVision::Bytes bytes
     Group group = GroupOf(setting, 0);
     std::memcpy(&group[place], bytes.data(), bytes.size());
     TakeOver(setting, group, place);
-    if (!IsValid(setting, FaultInfos()[static_cast<std::size_t>(fault)])) {
+    if (!IsValid(fault, setting)) {
         return Status::InvalidParameter;
     }
     m_faults.Set(fault, std::move(setting));
