@@ -6,7 +6,7 @@
 namespace Serving {
 
 /// Where a served camera has what, behind the bootstrap registers. The build step that writes the served description
-/// (describe.py) has these numbers too: change both.
+/// (describe.py) reads them here.
 namespace Address {
 inline constexpr std::uint32_t kCamera = 0x00010000;  ///< added to the addresses of the camera's own registers
 inline constexpr std::uint32_t kRemoval = 0x00210000; ///< command SimulateRemoval
