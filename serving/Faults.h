@@ -73,7 +73,7 @@ public:
     }
     std::uint32_t Parameter(EFault fault) const;
 
-    void Set(EFault fault, CFaultSetting setting);
+    void Set(EFault fault, CFaultSetting setting); ///< A parameter beyond its limits becomes the nearest one.
     CFaultSetting Get(EFault fault) const;
     std::uint64_t Count(EFault fault) const; ///< Strikes since the last Reset.
     void Seed(std::uint32_t seed);
