@@ -252,6 +252,7 @@ void CBootstrap::WriteTimestampControl(std::uint32_t value) {
     }
     if ((value & kReset) != 0) {
         m_ticks.Reset();
+        m_camera.Stream().SetTimeOrigin(m_ticks.OriginNs());
     }
 }
 
