@@ -11,7 +11,7 @@ namespace Serving {
 
 /// How a stream channel sends, out of its registers.
 struct CStreamSettings {
-    CEndpoint destination;           ///< SCDA : SCP; address 0: nothing is sent yet
+    CEndpoint destination = {};      ///< SCDA : SCP; address 0: nothing is sent yet
     std::uint32_t packetSize = 1500; ///< SCPS
     bool doNotFragment = false;
     std::uint64_t packetDelayNs = 0; ///< SCPD
@@ -26,6 +26,7 @@ struct CStreamCounts {
     std::uint64_t blocks = 0, packets = 0, bytes = 0; ///< sent, resent ones not among them
     std::uint64_t resendRequests = 0, resentPackets = 0, refusedPackets = 0;
     std::uint64_t lostBlocks = 0;                ///< not made, for want of memory or rate
+    std::uint64_t unsentBlocks = 0;              ///< made while the channel was closed or had no destination
     std::uint64_t sendErrors = 0, oversized = 0; ///< EMSGSIZE
 };
 

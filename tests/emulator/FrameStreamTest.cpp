@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <core/AcquisitionClock.h>
+#include <core/BigEndian.h>
 #include <core/FrameStream.h>
 #include <core/Trigger.h>
 
@@ -142,6 +143,29 @@ TEST_F(FrameStreamTest, PacedFramesAreStampedExactlyOnePeriodApart) {
         }
         EXPECT_GT(frames[i].timestampNs, frames[i - 1].timestampNs);
     }
+}
+
+TEST_F(FrameStreamTest, TimeStampsOfFramesAndTheirChunksCountFromTheSameOrigin) {
+    m_settings.chunks = {true, 1u << static_cast<std::uint32_t>(EChunk::Timestamp)};
+    m_settings.region = {32, 2, 4, 6, &PixelFormats()[0]};
+    Configure(0);
+    Queue(2);
+    m_stream.Start(m_format, m_sink);
+    const std::int64_t originNs = MonotonicNs();
+    m_stream.SetTimeOrigin(originNs);
+    m_stream.StartAcquisition(1);
+    ASSERT_TRUE(m_sink.WaitFor(1));
+    const CFrame frame = m_sink.Frames()[0];
+    EXPECT_LE(frame.timestampNs, MonotonicNs() - originNs);
+    EXPECT_EQ(frame.region, m_settings.region);
+    EXPECT_EQ(frame.chunks, m_settings.chunks.enabled);
+    const std::uint8_t* const chunk = m_memory[0]->data() + frame.payloadSize - 16; // before its id and length
+    EXPECT_EQ(std::uint64_t{GetBigEndian32(chunk)} << 32 | GetBigEndian32(chunk + 4),
+              static_cast<std::uint64_t>(frame.timestampNs));
+    m_stream.SetTimeOrigin(INT64_MAX);
+    m_stream.StartAcquisition(1);
+    ASSERT_TRUE(m_sink.WaitFor(2));
+    EXPECT_EQ(m_sink.Frames()[1].timestampNs, 0) << "began before the origin";
 }
 
 TEST_F(FrameStreamTest, AHostThatIsTooSlowLosesFramesOfTheBurstButNoneBeyondIt) {

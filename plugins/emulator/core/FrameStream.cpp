@@ -376,6 +376,8 @@ bool CFrameStream::TakeBuffer(CFrame& frame) {
     frame.timestampNs = m_triggers.IsExposing() ? m_triggers.ExposedSinceNs() : MonotonicNs();
     frame.format = m_format;
     frame.hasChunks = m_settings.chunks.isActive;
+    frame.region = Region();
+    frame.chunks = frame.hasChunks ? m_settings.chunks.enabled : 0;
     if (m_clock.IsRunning()) {
         frame.timestampNs = m_clock.DueNs();
         m_clock.Advance();
@@ -385,6 +387,7 @@ bool CFrameStream::TakeBuffer(CFrame& frame) {
     if (m_events) {
         RaiseFrameEvents(frame, wasTriggered);
     }
+    frame.timestampNs = std::max<std::int64_t>(0, frame.timestampNs - m_timeOriginNs);
     if (m_queue.empty()) {
         ++m_counters.lost;
         ++m_counters.underruns;
@@ -424,7 +427,7 @@ std::size_t CFrameStream::SentBytes() const {
 
 void CFrameStream::Draw(CFrame& frame, const CFrameSettings& settings, const CChunkValues& values,
                         const CImageReplay* images) {
-    const CImageFormat& format = frame.hasChunks ? settings.region : frame.format;
+    const CImageFormat& format = frame.region;
     const std::size_t payload = PayloadSize(format, settings.chunks);
     if (frame.buffer.memory.size() < payload) {
         frame.status = EFrameStatus::TooSmall;

@@ -11,6 +11,7 @@
 
 #include <boost/circular_buffer.hpp>
 
+#include <atomic>
 #include <condition_variable>
 #include <cstdint>
 #include <span>
@@ -43,9 +44,11 @@ struct CFrame {
     CFrameBuffer buffer;
     EFrameStatus status = EFrameStatus::Cancelled;
     std::uint64_t blockId = 0;
-    std::int64_t timestampNs = 0; ///< begin of the exposure, CLOCK_MONOTONIC
+    std::int64_t timestampNs = 0; ///< begin of the exposure, CLOCK_MONOTONIC since the time origin
     CImageFormat format;          ///< of the stream, as it was started
-    bool hasChunks = false;       ///< then they tell the format of this frame
+    bool hasChunks = false;       ///< then they tell the region of this frame, too
+    CImageFormat region;          ///< of this frame
+    std::uint32_t chunks = 0;     ///< of CChunkSettings::enabled; 0 without chunks
     std::size_t payloadSize = 0;  ///< bytes that were filled; 0 unless complete
 };
 
@@ -126,6 +129,10 @@ public:
     CAcquisitionStatus Status() const;
     void Stall(bool isStalled); ///< While stalled no frame begins, though all else goes on.
 
+    /// Time stamps of frames and chunks, not of events, count from @p monotonicNs, at first from 0; those of frames
+    /// that began before are 0.
+    void SetTimeOrigin(std::int64_t monotonicNs) { m_timeOriginNs = monotonicNs; }
+
     void ApplyTriggers(const CTriggerSettings& settings);
     void FireSoftwareTrigger(ETrigger trigger);
     void SetLine(std::size_t line, bool level);
@@ -177,6 +184,7 @@ private:
     const CImageFormat& Region() const CAMEMU_REQUIRES(m_lock);
 
     CEventSource* const m_events;
+    std::atomic<std::int64_t> m_timeOriginNs = 0;
     mutable CMutex m_lock;
     std::condition_variable m_changed;
     CFrameSettings m_settings CAMEMU_GUARDED_BY(m_lock);
