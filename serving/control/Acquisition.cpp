@@ -2,10 +2,9 @@
 #include "Acquisition.h"
 
 #include "CameraRegisters.h"
-#include "Stream.h"
-
-#include "core/Camera.h"
-#include "core/RegisterMap.h"
+#include <core/Camera.h>
+#include <core/RegisterMap.h>
+#include <serving/Stream.h>
 
 #include <array>
 

@@ -2,10 +2,9 @@
 #include "CameraRegisters.h"
 
 #include "Acquisition.h"
-#include "AddressMap.h"
-
-#include "core/Camera.h"
-#include "core/RegisterMap.h"
+#include <core/Camera.h>
+#include <core/RegisterMap.h>
+#include <serving/AddressMap.h>
 
 #include <algorithm>
 #include <array>

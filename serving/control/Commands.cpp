@@ -2,14 +2,14 @@
 #include "Commands.h"
 
 #include "Actions.h"
-#include "AddressMap.h"
 #include "Bootstrap.h"
 #include "DeviceState.h"
 #include "FaultRegisters.h"
-#include "Faults.h"
 #include "RegisterSpace.h"
 #include "Session.h"
-#include "Stream.h"
+#include <serving/AddressMap.h>
+#include <serving/Faults.h>
+#include <serving/Stream.h>
 
 #include <algorithm>
 
