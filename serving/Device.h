@@ -47,6 +47,7 @@ struct CControlCounts {
 /// Threads: the control thread alone, but for the events of the camera.
 class CDevice {
 public:
+    /// @throws std::invalid_argument for a description that does not fit into the camera's memory.
     CDevice(CamEmu::CCamera& camera, IStream& stream, CServingFaults& faults, CTicks& ticks, IDeviceHost& host,
             const CServedDescription& description, const CDeviceSettings& settings);
     ~CDevice(); ///< Gives up control; stream and messages are closed.

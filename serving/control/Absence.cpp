@@ -2,11 +2,10 @@
 #include "Absence.h"
 
 #include "Commands.h"
-#include "Faults.h"
 #include "Session.h"
-#include "Stream.h"
-
-#include "core/Camera.h"
+#include <core/Camera.h>
+#include <serving/Faults.h>
+#include <serving/Stream.h>
 
 namespace Serving {
 

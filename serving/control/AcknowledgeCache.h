@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "Endpoint.h"
-
 #include <gigevision/Bytes.h>
+#include <serving/Endpoint.h>
 
 #include <cstdint>
 #include <vector>

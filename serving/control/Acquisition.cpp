@@ -2,10 +2,9 @@
 #include "Acquisition.h"
 
 #include "CameraRegisters.h"
-#include "Stream.h"
-
-#include "core/Camera.h"
-#include "core/RegisterMap.h"
+#include <core/Camera.h>
+#include <core/RegisterMap.h>
+#include <serving/Stream.h>
 
 #include <array>
 
@@ -16,18 +15,23 @@ using GigEVision::Status;
 Status CAcquisition::Start(std::uint64_t address, GigEVision::Bytes value) {
     Look();
     const bool isNew = !m_stream.TakesFrames();
-    if (isNew) {
-        try {
-            m_stream.StartFrames();
-        } catch (const std::exception&) {
-            return Status::Error;
-        }
+    if (isNew && !StartFrames()) {
+        return Status::Error;
     }
     const Status status = WriteCamera(m_camera, address, value);
     if (isNew && GigEVision::IsError(status)) {
         m_stream.StopFrames();
     }
     return status;
+}
+
+bool CAcquisition::StartFrames() noexcept {
+    try {
+        m_stream.StartFrames();
+        return true;
+    } catch (const std::exception&) {
+        return false;
+    }
 }
 
 Status CAcquisition::Stop(std::uint64_t address, GigEVision::Bytes value) {
@@ -49,9 +53,7 @@ void CAcquisition::GoOn() noexcept {
     if (m_stream.TakesFrames() || !m_camera.Stream().IsAcquiring()) {
         return;
     }
-    try {
-        m_stream.StartFrames();
-    } catch (const std::exception&) {
+    if (!StartFrames()) {
         Abort();
     }
 }

@@ -28,6 +28,8 @@ public:
     void Abort() noexcept; ///< Both, whatever they do.
 
 private:
+    bool StartFrames() noexcept;
+
     CamEmu::CCamera& m_camera;
     IStream& m_stream;
 };

@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Actions.h"
 
+#include <core/Camera.h>
 #include <gigevision/Registers.h>
-
-#include "core/Camera.h"
 
 #include <algorithm>
 

@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <core/Trigger.h>
 #include <gigevision/Gvcp.h>
-
-#include "core/Trigger.h"
 
 #include <array>
 #include <cstdint>

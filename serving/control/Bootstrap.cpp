@@ -5,12 +5,10 @@
 #include "DeviceState.h"
 #include "MessageChannel.h"
 #include "StreamRegisters.h"
-#include "Ticks.h"
-
+#include <core/Camera.h>
+#include <core/RegisterMap.h>
 #include <gigevision/Registers.h>
-
-#include "core/Camera.h"
-#include "core/RegisterMap.h"
+#include <serving/Ticks.h>
 
 #include <algorithm>
 #include <array>

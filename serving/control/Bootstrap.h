@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "DeviceHost.h"
 #include "Memory.h"
+#include <serving/DeviceHost.h>
 
 #include <cstdint>
 #include <string>

@@ -2,10 +2,9 @@
 #include "CameraRegisters.h"
 
 #include "Acquisition.h"
-#include "AddressMap.h"
-
-#include "core/Camera.h"
-#include "core/RegisterMap.h"
+#include <core/Camera.h>
+#include <core/RegisterMap.h>
+#include <serving/AddressMap.h>
 
 #include <algorithm>
 #include <array>
@@ -18,6 +17,11 @@ namespace {
 
 constexpr std::uint32_t kLargestNumber = 8; // longer ones are texts
 
+// Files of the machine that serves are nobody's business on its network.
+bool IsHidden(const CamEmu::CRegister& found) {
+    return found.address == CamEmu::Reg::kImageFileMode || found.address == CamEmu::Reg::kImageFilename;
+}
+
 const CamEmu::CRegister* Find(std::uint32_t address) {
     const auto all = CamEmu::Registers();
     const auto behind = std::upper_bound(all.begin(), all.end(), address,
@@ -26,7 +30,7 @@ const CamEmu::CRegister* Find(std::uint32_t address) {
         return nullptr;
     }
     const CamEmu::CRegister& candidate = *std::prev(behind);
-    return address - candidate.address < candidate.length ? &candidate : nullptr;
+    return address - candidate.address < candidate.length && !IsHidden(candidate) ? &candidate : nullptr;
 }
 
 // Where these bytes of a register lie in the camera.

@@ -2,14 +2,14 @@
 #include "Commands.h"
 
 #include "Actions.h"
-#include "AddressMap.h"
 #include "Bootstrap.h"
 #include "DeviceState.h"
 #include "FaultRegisters.h"
-#include "Faults.h"
 #include "RegisterSpace.h"
 #include "Session.h"
-#include "Stream.h"
+#include <serving/AddressMap.h>
+#include <serving/Faults.h>
+#include <serving/Stream.h>
 
 #include <algorithm>
 
@@ -62,7 +62,8 @@ bool IsAligned(std::uint64_t number) {
 CCommands::CCommands(CDeviceState& state, CServingFaults& faults, CSession& session, CRegisterSpace& space,
                      CBootstrap& bootstrap, CActions& actions, IStream& stream, IDeviceHost& host)
     : m_state(state), m_faults(faults), m_session(session), m_space(space), m_bootstrap(bootstrap), m_actions(actions),
-      m_stream(stream), m_host(host), m_random(state.settings.seed) {}
+      m_stream(stream), m_host(host),
+      m_random(state.settings.seed + static_cast<std::uint32_t>(bootstrap.MacAddress())) {}
 
 void CCommands::OnDatagram(Bytes datagram, const CArrival& arrival) {
     const auto command = GigEVision::DecodeCommand(datagram);

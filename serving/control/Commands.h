@@ -2,10 +2,9 @@
 #pragma once
 
 #include "AcknowledgeCache.h"
-#include "DeviceHost.h"
 #include "PendingCommands.h"
-
 #include <gigevision/Gvcp.h>
+#include <serving/DeviceHost.h>
 
 #include <array>
 #include <cstdint>

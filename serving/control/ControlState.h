@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "Endpoint.h"
-
 #include <gigevision/Status.h>
+#include <serving/Endpoint.h>
 
 #include <cstdint>
 #include <limits>

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "Device.h"
+#include <serving/Device.h>
 
 #include "Absence.h"
 #include "Acquisition.h"
 #include "Actions.h"
-#include "AddressMap.h"
 #include "Bootstrap.h"
 #include "CameraRegisters.h"
 #include "Commands.h"
@@ -15,9 +14,9 @@
 #include "RegisterSpace.h"
 #include "Session.h"
 #include "StreamRegisters.h"
-
-#include "core/Camera.h"
-#include "core/RegisterMap.h"
+#include <core/Camera.h>
+#include <core/RegisterMap.h>
+#include <serving/AddressMap.h>
 
 #include <algorithm>
 #include <stdexcept>

@@ -2,9 +2,8 @@
 #pragma once
 
 #include "ControlState.h"
-#include "Device.h"
-
 #include <gigevision/Registers.h>
+#include <serving/Device.h>
 
 #include <cstdint>
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "FaultRegisters.h"
 
-#include "AddressMap.h"
-#include "Faults.h"
+#include <serving/AddressMap.h>
+#include <serving/Faults.h>
 
 #include <array>
 #include <bit>

@@ -2,13 +2,11 @@
 #include "MessageChannel.h"
 
 #include "DeviceState.h"
-#include "Stream.h"
-#include "Ticks.h"
-
+#include <core/Camera.h>
+#include <core/EventMessage.h>
 #include <gigevision/Registers.h>
-
-#include "core/Camera.h"
-#include "core/EventMessage.h"
+#include <serving/Stream.h>
+#include <serving/Ticks.h>
 
 #include <array>
 #include <exception>

@@ -1,12 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "DeviceHost.h"
-
+#include <core/EventQueue.h>
+#include <core/Mutex.h>
 #include <gigevision/Gvcp.h>
-
-#include "core/EventQueue.h"
-#include "core/Mutex.h"
+#include <serving/DeviceHost.h>
 
 #include <cstdint>
 #include <vector>

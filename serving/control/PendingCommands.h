@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "DeviceHost.h"
+#include <serving/DeviceHost.h>
 
 #include <cstdint>
 #include <optional>

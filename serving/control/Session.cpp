@@ -4,9 +4,9 @@
 #include "Acquisition.h"
 #include "Bootstrap.h"
 #include "DeviceState.h"
-#include "Faults.h"
 #include "MessageChannel.h"
 #include "StreamRegisters.h"
+#include <serving/Faults.h>
 
 namespace Serving {
 

@@ -3,7 +3,7 @@
 
 #include "Acquisition.h"
 #include "DeviceState.h"
-#include "Ticks.h"
+#include <serving/Ticks.h>
 
 #include <algorithm>
 #include <exception>

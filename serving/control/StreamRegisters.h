@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "Stream.h"
-
 #include <gigevision/Status.h>
+#include <serving/Stream.h>
 
 #include <cstdint>
 

@@ -42,8 +42,9 @@ TEST_F(AcquisitionTest, AStartThatFailsLeavesNothingStarted) {
     EXPECT_EQ(Write(Address::kCamera + Reg::kAcquisitionStart, 0), Status::InvalidParameter);
     EXPECT_FALSE(stream.takesFrames);
     const std::string missing = "/nowhere/at/all";
-    EXPECT_EQ(WriteMemory(Address::kCamera + Reg::kImageFilename, {missing.begin(), missing.end() - 3}), kOk);
-    EXPECT_EQ(Write(Address::kCamera + Reg::kImageFileMode, 1), kOk);
+    const std::uint32_t on = 1;
+    camera.Write(Reg::kImageFilename, missing.data(), missing.size());
+    camera.Write(Reg::kImageFileMode, &on, sizeof on);
     EXPECT_EQ(Execute(Reg::kAcquisitionStart), Status::Error) << "there are no images";
     EXPECT_FALSE(stream.takesFrames);
 }

@@ -103,6 +103,14 @@ TEST_F(ControlTest, ASilentPrimaryLosesItWhenTheHeartbeatEnds) {
     EXPECT_EQ(Write(Register::kCcp, 2, kOther), kOk);
 }
 
+TEST_F(ControlTest, ACommandThatComesBeforeTheTimerIsLookedAtFindsWhatIsDue) {
+    TakeControl();
+    now += 3000 * kMs;
+    EXPECT_EQ(Read(Register::kCcp), 2u) << "the primary's own was in time";
+    now += 3000 * kMs;
+    EXPECT_EQ(Write(Register::kCcp, 2, kOther), kOk);
+}
+
 TEST_F(ControlTest, OnlyValidCommandsOfThePrimarysSocketAreSignsOfLife) {
     const CEndpoint sameHost{kHost.address, 1234};
     TakeControl();

@@ -102,6 +102,19 @@ TEST_F(MessageTest, TheOldestEventsAreDroppedWhenNobodyAcknowledges) {
     EXPECT_EQ(device.Counts().eventsDropped, 300u - 64u);
 }
 
+TEST_F(MessageTest, ACutCableKeepsMessagesAndAcknowledgesBack) {
+    OpenMessages(500, 2);
+    Raise(1);
+    Pass(0);
+    Make(EFault::Silence, 2000, 1);
+    Read(Register::kCcp);
+    Acknowledge(host.messages[0].bytes);
+    Pass(1999);
+    EXPECT_EQ(host.messages.size(), 1u);
+    Pass(1);
+    EXPECT_EQ(host.messages.size(), 2u) << "its acknowledge was not heard";
+}
+
 TEST_F(MessageTest, AClosedChannelSendsNothing) {
     OpenMessages();
     Raise(1);

@@ -2,12 +2,19 @@
 #include "ServedCamera.h"
 
 #include <bit>
+#include <future>
 
 namespace Serving {
 
 namespace {
 
 constexpr auto kOk = Status::Success;
+
+struct FirstFrame final : CamEmu::IFrameSink {
+    void OnFrame(const CamEmu::CFrame& frame) noexcept override { timestampNs.set_value(frame.timestampNs); }
+
+    std::promise<std::int64_t> timestampNs;
+};
 
 class RegisterTest : public ServedCameraTest {
 protected:
@@ -143,6 +150,8 @@ INSTANTIATE_TEST_SUITE_P(All, AccessTest,
                                            AccessCase{Address::kCamera + Reg::kAcquisitionStart, kDenied, kInvalid},
                                            AccessCase{Address::kCamera + Reg::kPixelFormat, kOk, kInvalid},
                                            AccessCase{Address::kCamera + 0x0900, kUnknown, kUnknown},
+                                           AccessCase{Address::kCamera + Reg::kImageFileMode, kUnknown, kUnknown},
+                                           AccessCase{Address::kCamera + Reg::kImageFilename, kUnknown, kUnknown},
                                            AccessCase{Address::kFaultSelector, kOk, kInvalid},
                                            AccessCase{Address::kFaultSelector + 0x10, kUnknown, kUnknown},
                                            AccessCase{Address::kFaultReset, kDenied, kInvalid},
@@ -178,6 +187,13 @@ TEST_F(RegisterTest, TimestampIsLatchedAndReset) {
     EXPECT_EQ(Read(Register::kTimestampControl), 0u);
     EXPECT_EQ(Write(Register::kTimestampControl, 2), kOk);
     EXPECT_LT(latched(), first);
+    FirstFrame frame;
+    std::vector<std::uint8_t> memory(64 * 64);
+    camera.Stream().Queue({memory});
+    camera.Stream().Start(CamEmu::CImageFormat{64, 64, 0, 0, CamEmu::FindPixelFormat(0x01080001)}, frame);
+    camera.Stream().StartAcquisition(1);
+    EXPECT_LT(frame.timestampNs.get_future().get(), static_cast<std::int64_t>(first)) << "that of images too";
+    camera.Stream().Stop();
 }
 
 class FaultRegisterTest : public RegisterTest {
