@@ -33,7 +33,8 @@ const BootstrapRegister* FindBootstrapRegister(std::uint32_t address);
 namespace Register {
 inline constexpr std::uint32_t kEnd = 0xA000; ///< the maker's begin here
 inline constexpr std::uint32_t kMaxInterfaces = 4, kMaxStreamChannels = 512, kMaxActionSignals = 128;
-inline constexpr std::uint32_t kVersion20 = 0x00020000, kVersion21 = 0x00020001, kVersion22 = 0x00020002;
+inline constexpr std::uint32_t kVersion12 = 0x00010002, kVersion20 = 0x00020000, kVersion21 = 0x00020001,
+                               kVersion22 = 0x00020002;
 inline constexpr std::uint32_t kVersion = 0x0000, kDeviceMode = 0x0004, kMacHigh = 0x0008, kMacLow = 0x000C,
                                kIpSupported = 0x0010, kIpInUse = 0x0014, kCurrentIp = 0x0024, kCurrentMask = 0x0034,
                                kCurrentGateway = 0x0044, kManufacturer = 0x0048, kModel = 0x0068,

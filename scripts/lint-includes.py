@@ -12,9 +12,9 @@ import subprocess
 import sys
 from pathlib import Path
 
-INCLUDE = re.compile(r'^#include ([<"])([^>"]+)[>"]')
+INCLUDE = re.compile(r'^#include ([<"])([^>"]+(?<!\.def))[>"]') # a table stands where its macro does
 PROJECT = ("zelmo/", "GenApi/", "Base/", "Log/", "ZelmoBase/", "XMLWrapperLib/", "genicam/", "plugins/", "tests/", "tools/",
-           "core/", "binding/", "camera/", "emulator/", "fakes/", "DocumentedCheck.h")
+           "gigevision/", "serving/", "core/", "binding/", "camera/", "emulator/", "fakes/", "DocumentedCheck.h")
 OTHERS = re.compile(r"(boost|spdlog|fmt|CLI|nlohmann|gtest|gmock|benchmark|fuzzer)/|(tinyxml2\.h|pugixml\.hpp|png\.h|zip\.h|zlib\.h)$")
 OWN, PROJECTS, LIBRARIES, SYSTEM = range(4)
 

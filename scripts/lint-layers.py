@@ -27,6 +27,7 @@ WRAPPED = {
 }
 
 THIRD_PARTY = re.compile(r"(boost|spdlog|fmt|CLI|nlohmann|gtest|gmock|benchmark)/|(tinyxml2|pugixml|zip|zlib|png)\.h")
+STANDARD = re.compile(r"[a-z_]+") # headers of the C++ library
 INCLUDE = re.compile(r'^\s*#\s*include\s*[<"]([^>"]+)[>"]')
 
 
@@ -169,7 +170,22 @@ def check_outsiders(_, file, name):
     return None
 
 
-CHECKS = [check_wrapped, check_public_header, check_genicam, check_genapi_rooms, check_zelmo_layers, check_outsiders]
+# The protocols know bytes alone, the served camera these and the simulated one; the tool runs it as a program.
+def check_serving(_, file, name):
+    if file.startswith("gigevision/") and not name.startswith("gigevision/") and not STANDARD.fullmatch(name):
+        return f"the protocols need the standard library alone, but include {name}"
+    if file.startswith("serving/"):
+        if is_zelmo(name) or genicam_rank(name) is not None or name.startswith(("tools/", "examples/", "tests/")):
+            return f"the served camera knows nothing of Zelmo, but includes {name}"
+        if name.startswith("plugins/") and not name.startswith("plugins/emulator/core/"):
+            return f"of the plug-ins the served camera knows only the simulated camera, but includes {name}"
+    if file.startswith("tools/") and name.startswith("serving/"):
+        return f"the tool runs the served camera as a program, but includes {name}"
+    return None
+
+
+CHECKS = [check_wrapped, check_public_header, check_genicam, check_genapi_rooms, check_zelmo_layers, check_outsiders,
+          check_serving]
 
 
 def missing_in_umbrella(tree):

@@ -3,6 +3,7 @@
 
 #include "core/AcquisitionClock.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cstdint>
 
@@ -15,8 +16,9 @@ inline constexpr std::uint64_t kTicksPerSecond = 1'000'000'000;
 class CTicks {
 public:
     std::uint64_t Now() const { return Of(CamEmu::MonotonicNs()); }
+    /// 0 for what was before the clock was reset.
     std::uint64_t Of(std::int64_t monotonicNs) const {
-        return static_cast<std::uint64_t>(monotonicNs - m_originNs.load(std::memory_order_relaxed));
+        return static_cast<std::uint64_t>(std::max<std::int64_t>(monotonicNs - m_originNs, 0));
     }
     void Reset() { m_originNs = CamEmu::MonotonicNs(); }
     std::int64_t OriginNs() const { return m_originNs; }

@@ -20,7 +20,7 @@ from pathlib import Path
 
 sys.dont_write_bytecode = True
 
-from features import add_actions, add_faults, add_gigevision, read_constants, read_faults
+from features import Header, add_actions, add_faults, add_gigevision, read_faults
 from nodes import PORT, REGISTERS, Description, element, node
 
 PRODUCT_GUID = "C1A4A9D6-6B0E-4F0B-9D53-2E1B7C6F4A08"
@@ -31,11 +31,13 @@ DROPPED = ["ImageFileMode", "ImageFilename", "ForceFailedStart", "ForceFailedSta
 
 # Whose tool tip says what is not true over a network: the words, and those in their place.
 WORDS = [
-    ("DeviceUserID", "until the process ends", "until the program that serves the camera ends"),
+    ("DeviceUserID", "until the process ends, also over a reset.",
+     "until the program that serves the camera ends, also over a reset. Whoever looks for cameras is told its first 16 bytes."),
     ("SimulateRemovalDuration", "stays away at least after", "stays away after"),
     ("SimulateRemovalDuration",
      " It is never back before nobody has it open any more and somebody looks for cameras.", ""),
     ("AcquisitionFrameRateEnable", "as fast as buffers are queued", "as fast as the link takes them"),
+    ("SimulateEvents", "their frame ids count from 0", "their block ids count up"),
     ("EventNotification/On", "to whoever grabs events", "over the message channel"),
     ("ChunkSelector/Framecounter", ": its block id.", ", from 0. Block ids count from 1."),
     ("ChunkFramecounter", ": its block id.", ", from 0. Block ids count from 1."),
@@ -185,7 +187,7 @@ def main():
     if len(sys.argv) != 6:
         sys.exit(__doc__.split("\n")[2])
     camera, faults, addresses, registers, folder = (Path(each) for each in sys.argv[1:])
-    description = served(camera, read_faults(faults), read_constants(addresses, "Address"), read_constants(registers))
+    description = served(camera, read_faults(faults), Header(addresses).Address, Header(registers))
     documents = [document(description)]
     description.lower_to_1_0()
     documents.append(document(description))

@@ -11,7 +11,6 @@ from nodes import PORT, display_name, element, node
 CONSTANT = {"Cachable": "WriteThrough"}  # as long as the camera is served
 LOCKED = {"pIsLocked": "TLParamsLocked"}
 SAVED = {"Streamable": "Yes"}
-PORT_NUMBER, INTERFACE = 0x0000FFFF, 0x000F0000
 OF_REGISTER = ("Cachable", "pInvalidator", "pIndex", "Length")
 
 
@@ -31,11 +30,14 @@ class Constants:
         return self._values[key]
 
 
-def read_constants(path, name=None):
-    if name:
-        return Constants(path, name)
-    names = ("Register", "GvcpCapability", "Ccp", "GvspConfiguration", "Scps", "Scc")
-    return SimpleNamespace(**{each: Constants(path, each) for each in names})
+class Header:
+    """The namespaces of a header, as members."""
+
+    def __init__(self, path):
+        self._path = path
+
+    def __getattr__(self, name):
+        return Constants(self._path, name)
 
 
 def read_faults(path):
@@ -121,22 +123,25 @@ class Category:
 
 def add_gigevision(description, registers):
     gev = Category(description, "GigEVision", "What belongs to GigE Vision.", "TransportLayerControl")
-    add_device(gev, registers.Register)
-    add_addresses(gev, registers.Register)
-    add_capabilities(gev, registers.Register, registers.GvcpCapability)
-    add_time(gev, description, registers.Register)
+    add_device(gev, registers)
+    add_addresses(gev, registers)
+    add_capabilities(gev, registers)
+    add_time(gev, description, registers)
     add_control(gev, description, registers)
     add_stream(gev, description, registers)
-    add_messages(gev, registers.Register)
+    add_messages(gev, registers)
 
 
-def add_device(gev, at):
-    gev.number("GevVersionMajor", "Major version of GigE Vision that the camera follows.", at.kVersion, 0xFFFF0000, **CONSTANT)
-    gev.number("GevVersionMinor", "Minor version of GigE Vision that the camera follows.", at.kVersion, 0x0000FFFF, **CONSTANT)
-    gev.over("Boolean", "GevDeviceModeIsBigEndian", "Whether the registers are big endian.", at.kDeviceMode, 0x80000000,
+def add_device(gev, registers):
+    at, version, mode = registers.Register, registers.Version, registers.DeviceMode
+    for half, mask in (("Major", version.kMajor), ("Minor", version.kMinor)):
+        gev.number(f"GevVersion{half}", f"{half} version of GigE Vision that the camera follows.", at.kVersion, mask,
+                   **CONSTANT)
+    gev.over("Boolean", "GevDeviceModeIsBigEndian", "Whether the registers are big endian.", at.kDeviceMode, mode.kBigEndian,
              **CONSTANT)
     gev.choice("GevDeviceModeCharacterSet", "Character set of all texts.",
-               [("UTF8", 1, "Unicode, in UTF-8."), ("ASCII", 2, "ASCII.")], at.kDeviceMode, 0x000000FF, **CONSTANT)
+               [("UTF8", mode.kUtf8, "Unicode, in UTF-8."), ("ASCII", mode.kAscii, "ASCII.")], at.kDeviceMode,
+               mode.kCharacterSet, **CONSTANT)
     gev.wide("GevMACAddress", "MAC address of the network interface.", at.kMacHigh, at.kMacLow, "Beginner", "MACAddress",
              **CONSTANT)
     gev.text("GevFirstURL", "Where the description of the camera is.", at.kFirstUrl, 512)
@@ -147,21 +152,27 @@ def add_device(gev, at):
     gev.number("GevStreamChannelCount", "Number of stream channels.", at.kStreamChannels, **CONSTANT)
 
 
-def add_addresses(gev, at):
-    for name, mask, text in (("PersistentIP", 0x1, "a fixed address"), ("DHCP", 0x2, "an address by DHCP"),
-                             ("LLA", 0x4, "a link-local address")):
+def add_addresses(gev, registers):
+    at, way = registers.Register, registers.IpConfiguration
+    for name, mask, text in (("PersistentIP", way.kPersistent, "a fixed address"), ("DHCP", way.kDhcp, "an address by DHCP"),
+                             ("LLA", way.kLinkLocal, "a link-local address")):
         gev.over("Boolean", f"GevSupportedIPConfiguration{name}", f"Whether the camera can have {text}.", at.kIpSupported,
                  mask, **CONSTANT)
     gev.choice("GevCurrentIPConfiguration", "How the camera gets its address at its next start.",
-               [("PersistentIP", 5, "The fixed one, else link-local."), ("DHCP", 6, "By DHCP, else link-local."),
-                ("LLA", 4, "Link-local.")], at.kIpInUse, 0x00000007, "RW")
-    for name, address, text in (("IPAddress", at.kCurrentIp, "IP address"), ("SubnetMask", at.kCurrentMask, "Subnet mask"),
-                                ("DefaultGateway", at.kCurrentGateway, "Default gateway")):
+               [("PersistentIP", way.kPersistent | way.kLinkLocal, "The fixed one, else link-local."),
+                ("DHCP", way.kDhcp | way.kLinkLocal, "By DHCP, else link-local."), ("LLA", way.kLinkLocal, "Link-local.")],
+               at.kIpInUse, way.kPersistent | way.kDhcp | way.kLinkLocal, "RW")
+    parts = (("IPAddress", "IP address"), ("SubnetMask", "Subnet mask"), ("DefaultGateway", "Default gateway"))
+    for (name, text), address in zip(parts, (at.kCurrentIp, at.kCurrentMask, at.kCurrentGateway)):
         gev.number(f"GevCurrent{name}", f"{text} of the network interface.", address, visibility="Beginner",
                    Representation="IPV4Address")
+    for (name, text), address in zip(parts, (at.kPersistentIp, at.kPersistentMask, at.kPersistentGateway)):
+        gev.number(f"GevPersistent{name}", f"{text} that the camera has from its next start on, if that is its way to get "
+                   "one.", address, access="RW", Representation="IPV4Address")
 
 
-def add_capabilities(gev, at, mask):
+def add_capabilities(gev, registers):
+    at, mask = registers.Register, registers.GvcpCapability
     for name, bit, text in (("Concatenation", mask.kConcatenation, "several operations in one command"),
                             ("WRITEMEM", mask.kWriteMem, "WRITEMEM"), ("PACKETRESEND", mask.kPacketResend, "PACKETRESEND"),
                             ("EVENT", mask.kEvent, "EVENT"), ("EVENTDATA", mask.kEventData, "EVENTDATA")):
@@ -169,11 +180,12 @@ def add_capabilities(gev, at, mask):
                  **CONSTANT)
 
 
-def add_time(gev, description, at):
+def add_time(gev, description, registers):
+    at, control = registers.Register, registers.TimestampControl
     gev.wide("GevTimestampTickFrequency", "Ticks of the time stamps in a second.", at.kTickFrequencyHigh,
              at.kTickFrequencyLow, unit="Hz", **CONSTANT)
-    for name, value, text in (("Latch", 2, "Puts the time of now into GevTimestampValue."),
-                              ("Reset", 1, "Lets the time begin at 0 again.")):
+    for name, value, text in (("Latch", control.kLatch, "Puts the time of now into GevTimestampValue."),
+                              ("Reset", control.kReset, "Lets the time begin at 0 again.")):
         gev.add("Command", f"GevTimestampControl{name}", text, "Expert", pValue="GevTimestampControlReg", CommandValue=value)
     description.add(register("GevTimestampControlReg", at.kTimestampControl, access="WO"))
     gev.wide("GevTimestampValue", "Time of the last GevTimestampControlLatch, in ticks.", at.kTimestampHigh, at.kTimestampLow,
@@ -198,7 +210,7 @@ def add_control(gev, description, registers):
 
 
 def add_stream(gev, description, registers):
-    at, scps, scc = registers.Register, registers.Scps, registers.Scc
+    at, port, scps, scc = registers.Register, registers.ChannelPort, registers.Scps, registers.Scc
     channel = at.kStreamChannel
     gev.choice("GevGVSPExtendedIDMode", "Whether blocks, and events with them, have ids of 64 bits.",
                [("Off", 0, "Ids of 16 bits."), ("On", 1, "Ids of 64 bits.")], at.kGvspConfiguration,
@@ -208,8 +220,8 @@ def add_stream(gev, description, registers):
     gev.add("Integer", "GevStreamChannelSelector", "The stream channel that all that begins with GevSC belongs to.", "Expert",
             Value=0, Min=0, Max=0, pSelected=selected)
     gev.number("GevSCPHostPort", "Port that the stream is sent to; 0: none, and the channel is closed.", channel + at.kScp,
-               PORT_NUMBER, "RW")
-    gev.number("GevSCPInterfaceIndex", "Network interface that the stream is sent over.", channel + at.kScp, INTERFACE)
+               port.kPort, "RW")
+    gev.number("GevSCPInterfaceIndex", "Network interface that the stream is sent over.", channel + at.kScp, port.kInterface)
     gev.over("Integer", "GevSCPSPacketSize", "Size of a packet of the stream with its headers, from that of IP on, in bytes. "
              "The camera takes the next smaller one that the network lets it have.", channel + at.kScps, scps.kSize, "RW",
              Min=576, Max=16000, Inc=4, Unit="B", **LOCKED, **SAVED)
@@ -222,21 +234,22 @@ def add_stream(gev, description, registers):
     gev.number("GevSCPD", "Pause between two packets of the stream, in ticks of GevTimestampTickFrequency.", channel + at.kScpd,
                access="RW", visibility="Expert", **SAVED)
     gev.number("GevSCDA", "Address that the stream is sent to.", channel + at.kScda, access="RW", Representation="IPV4Address")
-    gev.number("GevSCSP", "Port that the stream comes from, while the channel is open.", channel + at.kScsp, PORT_NUMBER)
+    gev.number("GevSCSP", "Port that the stream comes from, while the channel is open.", channel + at.kScsp, port.kPort)
     gev.over("Boolean", "GevSCCFGExtendedChunkData", "Whether images with chunks are sent as images that chunks follow, not "
              "as chunks alone.", channel + at.kSccfg, scc.kExtendedChunks, "RW", pIsImplemented="GevExtendedChunkDataSupported",
              **LOCKED, **SAVED)
     description.add(register("GevExtendedChunkDataSupported", channel + at.kScc, scc.kExtendedChunks, **CONSTANT))
 
 
-def add_messages(gev, at):
-    gev.number("GevMCPHostPort", "Port that messages are sent to; 0: none, and the channel is closed.", at.kMcp, PORT_NUMBER,
+def add_messages(gev, registers):
+    at, port = registers.Register, registers.ChannelPort
+    gev.number("GevMCPHostPort", "Port that messages are sent to; 0: none, and the channel is closed.", at.kMcp, port.kPort,
                "RW")
     gev.number("GevMCDA", "Address that messages are sent to.", at.kMcda, access="RW", Representation="IPV4Address")
     gev.number("GevMCTT", "How long the camera waits for the acknowledge of a message, in milliseconds; 0: it wants none.",
                at.kMctt, access="RW", Unit="ms")
     gev.number("GevMCRC", "How often a message without an acknowledge is sent again.", at.kMcrc, access="RW")
-    gev.number("GevMCSP", "Port that messages come from, while the channel is open.", at.kMcsp, PORT_NUMBER)
+    gev.number("GevMCSP", "Port that messages come from, while the channel is open.", at.kMcsp, port.kPort)
 
 
 def add_actions(description, registers):

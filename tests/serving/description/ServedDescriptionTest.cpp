@@ -2,6 +2,7 @@
 #include "serving/description/ServedDescriptions.h"
 
 #include "genicam/genapi/MapFixture.h"
+#include "gigevision/Registers.h"
 #include "serving/Faults.def"
 
 #include <fstream>
@@ -126,6 +127,27 @@ TEST_P(ServedDescriptionTest, HasTheFeaturesOfTheEmulatedCameraHigherUp) {
     }
 }
 
+TEST_P(ServedDescriptionTest, RegistersBelowTheCamerasOwnAreThoseOfGigEVision) {
+    using GigEVision::RegisterAccess;
+    std::size_t found = 0;
+    for (const auto& [name, place] : PlacesOnDevice(*Map)) {
+        if (place.address < kCamera) {
+            const auto address = static_cast<std::uint32_t>(place.address);
+            const GigEVision::BootstrapRegister* const reg = GigEVision::FindBootstrapRegister(address);
+            ASSERT_NE(reg, nullptr) << name;
+            EXPECT_EQ(place.length, reg->bytes) << name;
+            EXPECT_TRUE(address == 0 || GigEVision::FindBootstrapRegister(address - 1) != reg)
+                << name << " begins inside";
+            const std::string access = Property(*Map->GetNode(name.c_str()), "AccessMode");
+            EXPECT_TRUE(access != "WO" || reg->access == RegisterAccess::WriteOnly) << name;
+            EXPECT_TRUE(access != "RW" || reg->access == RegisterAccess::ReadWrite) << name;
+            EXPECT_TRUE(access != "RO" || reg->access != RegisterAccess::WriteOnly) << name;
+            ++found;
+        }
+    }
+    EXPECT_GT(found, 40U);
+}
+
 TEST_P(ServedDescriptionTest, IsBigEndianAndOfItsSchema) {
     const bool isOld = GetParam().schema == ESchema::Version_1_0;
     Version_t version{};
@@ -156,6 +178,7 @@ TEST_P(ServedDescriptionTest, ValuesGoWhereTheRegistersAre) {
         {"SimulateRemoval", "1", 0x210000, "00000001"},
         {"GevSCPSPacketSize", "1500", 0x0D04, "400005DC"},
         {"GevSCPSFireTestPacket", "1", 0x0D04, "C00005DC"},
+        {"GevPersistentSubnetMask", "4294967040", 0x065C, "FFFFFF00"},
         {"GevSCPHostPort", "65535", 0x0D00, "0000FFFF"},
         {"GevTimestampControlLatch", "1", 0x0944, "00000002"},
         {"GevTimestampControlReset", "1", 0x0944, "00000001"},

@@ -19,7 +19,7 @@ CASES = [
     (CAMERA, "TestImageSelector", "<pValue>", "<pIsLocked>ImageFileMode</pIsLocked><pValue>",
      "node 'ImageFileMode': cannot be left out: 'TestImageSelector' needs it"),
     (CAMERA, "DeviceUserID", "until the process ends", "for ever",
-     "node 'DeviceUserID': its tool tip no longer says 'until the process ends'"),
+     "node 'DeviceUserID': its tool tip no longer says 'until the process ends"),
     (CAMERA, "WidthReg", "LittleEndian", "BigEndian", "node 'WidthReg': is BigEndian; LittleEndian is needed"),
     (CAMERA, "GainReg", "<Length>", "<Address>4</Address><Length>", "node 'GainReg': has 2 elements 'Address'"),
     (CAMERA, "GainReg", "0x0430", "here", "node 'GainReg': its Address is 'here'"),

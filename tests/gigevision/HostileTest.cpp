@@ -1,0 +1,116 @@
+// SPDX-License-Identifier: Apache-2.0
+
+// What the other side may send besides well-formed messages: each decoder answers nothing, or what the bytes hold.
+
+#include "gigevision/Golden.h"
+#include "gigevision/RoundTrip.h"
+
+#include <gigevision/Gvcp.h>
+#include <gigevision/Gvsp.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+#include <utility>
+
+using namespace GigEVision;
+
+namespace {
+
+const char* const kNothing = nullptr;
+
+typedef std::vector<std::uint8_t> Datagram;
+
+// With each end in a block of memory of its own, so that an address sanitizer sees what is read behind it.
+void ExpectSurvivalOfAllCuts(const Datagram& whole, const char* (*roundTrip)(Bytes), bool isControl) {
+    for (std::size_t length = 0; length <= whole.size(); ++length) {
+        SCOPED_TRACE(length);
+        Datagram cut(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length));
+        EXPECT_EQ(roundTrip(cut), kNothing);
+        if (isControl && length >= kGvcpHeaderBytes) { // and with a length that is right
+            PutBigEndian(cut.data() + 4, static_cast<std::uint16_t>(length - kGvcpHeaderBytes));
+            EXPECT_EQ(roundTrip(cut), kNothing);
+        }
+    }
+}
+
+TEST(HostileTest, EveryMessageMayBeCutAnywhere) {
+    for (const Golden::Case& block : Golden::ReadCases("gvcp.txt")) {
+        SCOPED_TRACE(block.kind + " " + block.title);
+        ExpectSurvivalOfAllCuts(block.bytes, RoundTrip::OfControl, true);
+        if (block.verb.empty()) {
+            const auto shorter = Bytes(block.bytes).first(block.bytes.size() - 1);
+            EXPECT_FALSE(DecodeCommand(shorter) || DecodeAcknowledge(shorter));
+        }
+    }
+}
+
+TEST(HostileTest, EveryPacketMayBeCutAnywhere) {
+    for (const Golden::Case& block : Golden::ReadCases("gvsp.txt")) {
+        SCOPED_TRACE(block.kind + " " + block.title);
+        ExpectSurvivalOfAllCuts(block.bytes, RoundTrip::OfStream, false);
+        if (block.verb.empty() && (block.kind.starts_with("leader_") || block.kind.starts_with("trailer_"))) {
+            const auto packet = DecodePacket(Bytes(block.bytes).first(block.bytes.size() - 1));
+            ASSERT_TRUE(packet);
+            EXPECT_FALSE(packet->header.Is(PacketFormat::Leader) && DecodeLeader(packet->header, packet->content));
+            EXPECT_FALSE(packet->header.Is(PacketFormat::Trailer) && DecodeTrailer(packet->content));
+        }
+    }
+}
+
+// Messages of the tables with a few bytes changed: lengths, counts, sizes and types that lie.
+TEST(HostileTest, EveryByteMayLie) {
+    std::mt19937 random(20260);
+    typedef std::pair<const char*, const char* (*)(Bytes)> Table;
+    for (const auto& [file, roundTrip] :
+         {Table("gvcp.txt", RoundTrip::OfControl), Table("gvsp.txt", RoundTrip::OfStream)}) {
+        for (const Golden::Case& block : Golden::ReadCases(file)) {
+            SCOPED_TRACE(block.kind + " " + block.title);
+            for (int i = 0; i < 100 && !block.bytes.empty(); ++i) {
+                Datagram changed = block.bytes;
+                for (auto changes = random() % 4 + 1; changes > 0; --changes) {
+                    const std::uint8_t values[] = {0, 1, 0x40, 0x7F, 0x80, 0xFF, static_cast<std::uint8_t>(random())};
+                    changed[random() % std::min<std::size_t>(changed.size(), 40)] =
+                        values[random() % std::size(values)];
+                }
+                EXPECT_EQ(roundTrip(changed), kNothing) << ::testing::PrintToString(changed);
+            }
+        }
+    }
+}
+
+TEST(HostileTest, MessageWithRequestIdZeroIsNone) {
+    const Datagram datagram = {0x42, 0x01, 0, 0x02, 0, 0, 0, 0};
+    EXPECT_FALSE(DecodeCommand(datagram));
+}
+
+TEST(HostileTest, ReadingOfEventsStopsWhereTheyEnd) {
+    const Datagram lies = {0, 17, 0x90, 0x01, 0, 0, 0, 1, 0, 0, 0, 0, 0, 0, 0, 1};
+    EventItems items(lies, false, false);
+    EXPECT_FALSE(items.Next() || items.Next());
+    EXPECT_FALSE(items.IsAtEnd());
+}
+
+// What a buffer holds already is encoded in place.
+TEST(HostileTest, PayloadMayStandInTheBufferBefore) {
+    GvcpBuffer buffer = {};
+    const MutableBytes payload = MutableBytes(buffer).subspan(kGvcpHeaderBytes);
+    payload[4] = 0x11;
+    payload[5] = 0x22;
+    const Bytes memory = EncodeMemory({0xA1B2C3D4, payload.subspan(4, 2)}, payload);
+    const Bytes datagram = EncodeAcknowledge({Status::Success, 0x85, 7, memory}, buffer);
+    EXPECT_EQ(Datagram(datagram.begin(), datagram.end()),
+              (Datagram{0, 0, 0, 0x85, 0, 6, 0, 7, 0xA1, 0xB2, 0xC3, 0xD4, 0x11, 0x22}));
+}
+
+TEST(HostileTest, TextsBeyondTheirFieldAreCut) {
+    DiscoveryInfo info;
+    info.userName = std::string(40, 'x');
+    GvcpBuffer buffer = {};
+    const auto read = DecodeDiscoveryAck(EncodeDiscoveryAck(info, buffer));
+    ASSERT_TRUE(read);
+    EXPECT_EQ(read->userName, std::string(16, 'x'));
+}
+
+} // namespace
