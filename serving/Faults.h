@@ -74,7 +74,7 @@ public:
 
     void Set(EFault fault, CFaultSetting setting); ///< A parameter beyond its limits becomes the nearest one.
     CFaultSetting Get(EFault fault) const;
-    std::uint64_t Count(EFault fault) const; ///< Strikes since the last Reset.
+    std::uint64_t Count(EFault fault) const; ///< Strikes since the last Reset; a burst is one.
     void Seed(std::uint32_t seed);
     std::uint32_t Seed() const;
     void Reset(); ///< All off, with their first parameters, and counts 0; the seed stays.

@@ -23,7 +23,8 @@ struct CPacketMarks {
 };
 
 /// Datagrams that go out by one call, to one destination. Their payload stays where it was drawn: the block must
-/// outlive the batch, until it is cleared. Threads: one at a time.
+/// outlive the batch, until it is cleared.
+/// Threads: one at a time.
 class CDatagramBatch {
 public:
     static constexpr std::size_t kMaxDatagrams = 64;

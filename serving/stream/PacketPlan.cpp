@@ -33,7 +33,7 @@ std::optional<CPlannedPacket> CPacketPlan::Next() {
 }
 
 bool CPacketPlan::IsLost(std::uint32_t packetId) {
-    if (m_lossesLeft > 0) {
+    if (m_lossesLeft > 0 && m_faults.Count(EFault::PacketLoss) > 0) { // else faults were reset meanwhile
         --m_lossesLeft;
         return true;
     }

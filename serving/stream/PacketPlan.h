@@ -18,7 +18,8 @@ struct CPlannedPacket {
 
 /// The packets of a block in the order in which they are sent, with the faults that strike them. At most one packet at
 /// a time is held back to be sent later; it goes out behind the last one at the latest. A burst of losses goes on in
-/// the next block. Threads: one at a time.
+/// the next block.
+/// Threads: one at a time.
 class CPacketPlan {
 public:
     explicit CPacketPlan(CServingFaults& faults) : m_faults(faults) {}

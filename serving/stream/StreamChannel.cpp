@@ -217,7 +217,7 @@ bool CStreamChannel::SendFrame(CBlock& block, const CFrame& frame) {
 
 CBlockIds CStreamChannel::NextIds(const CFrame& frame, std::uint64_t id) {
     CBlockIds ids;
-    if (m_faults.Strikes(EFault::BlockIdRestart, id)) {
+    if (id != 1 && m_faults.Strikes(EFault::BlockIdRestart, id)) {
         m_base -= static_cast<std::int64_t>(id - 1);
         m_lastId = 0;
         id = 1;

@@ -287,6 +287,7 @@ bool CStreamSender::BeginBlock() {
     while (CBlock* const expired = m_history.TakeExpired(nowNs)) {
         m_home.OnReleased(*expired);
     }
+    m_packetBytes = m_block->Settings().packetSize;
     m_packetDelayNs = m_block->Settings().packetDelayNs;
     m_socket.SetDoNotFragment(m_block->Settings().doNotFragment);
     m_otherSocket.SetDoNotFragment(m_block->Settings().doNotFragment);
@@ -304,14 +305,13 @@ void CStreamSender::EndBlock() {
     m_isSending = false;
 }
 
-// Of datagrams up to the largest size, as the next one is not made yet.
+// The next datagram is not made yet: it counts as large as one of the last block can be.
 bool CStreamSender::HasRoom(const CEndpoint& destination, bool isFromOtherPort) {
     if (m_batch.IsEmpty()) {
         m_batch.SendTo(destination, isFromOtherPort);
         return true;
     }
-    const std::size_t largest = m_block ? m_block->Settings().packetSize : m_batch.Bytes();
-    return m_batch.Count() < BurstDatagrams() && m_batch.Bytes() + largest <= kBurstBytes &&
+    return m_batch.Count() < BurstDatagrams() && m_batch.Bytes() + m_packetBytes <= kBurstBytes &&
            m_batch.Destination() == destination && m_batch.IsFromOtherPort() == isFromOtherPort;
 }
 

@@ -123,8 +123,9 @@ private:
     std::uint64_t m_newestSent = 0;       // block id
     std::int64_t m_holdUntilNs = 0;       // no new packets before
     std::int64_t m_gapEndNs = 0;          // of the pauses between packets
-    std::uint64_t m_packetDelayNs = 0;    // one of these
-    std::thread m_thread;                 // last: it touches all of the above
+    std::size_t m_packetBytes = 0;        // SCPS of the last block that was begun, as the next
+    std::uint64_t m_packetDelayNs = 0;
+    std::thread m_thread; // last: it touches all of the above
 };
 
 } // namespace Serving

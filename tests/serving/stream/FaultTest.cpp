@@ -168,4 +168,16 @@ TEST_P(PacketPlanTest, SendsWhatTheFaultsLeave) {
     EXPECT_EQ(sent, GetParam().sent);
 }
 
+TEST(PacketBurstTest, ResettingTheFaultsEndsABurst) {
+    CServingFaults faults;
+    faults.Set(EFault::PacketLoss, {.rate = 1, .parameter = 65535});
+    CPacketPlan plan(faults);
+    plan.Begin(*MakeBlock(1));
+    EXPECT_FALSE(plan.Next());
+    EXPECT_EQ(faults.Count(EFault::PacketLoss), 1u);
+    faults.Reset();
+    plan.Begin(*MakeBlock(2));
+    EXPECT_EQ(plan.Next()->packetId, 0u);
+}
+
 } // namespace
