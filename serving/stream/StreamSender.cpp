@@ -122,6 +122,7 @@ bool CStreamSender::TakeFirst(boost::circular_buffer<T> CStreamSender::*queue, T
 void CStreamSender::Run() noexcept {
     prctl(PR_SET_TIMERSLACK, 1000, 0, 0, 0); // bursts lie some 100 µs apart
     while (WaitForWork()) {
+        ReleaseExpired(); // before the batch takes packets of any
         AnswerRequests();
         m_batch.Clear();
         AddTests();
@@ -280,19 +281,23 @@ bool CStreamSender::BeginBlock() {
         m_waiting.pop_front();
         m_isSending = true;
     }
-    const std::int64_t nowNs = CamEmu::MonotonicNs();
-    m_block->lastSentNs = nowNs;
+    m_block->lastSentNs = CamEmu::MonotonicNs();
     m_newestSent = m_block->Ids().sent != 0 ? m_block->Ids().sent : m_newestSent;
     m_history.Add(*m_block);
-    while (CBlock* const expired = m_history.TakeExpired(nowNs)) {
-        m_home.OnReleased(*expired);
-    }
     m_packetBytes = m_block->Settings().packetSize;
     m_packetDelayNs = m_block->Settings().packetDelayNs;
     m_socket.SetDoNotFragment(m_block->Settings().doNotFragment);
     m_otherSocket.SetDoNotFragment(m_block->Settings().doNotFragment);
     m_plan.Begin(*m_block);
     return true;
+}
+
+// Whoever is released is drawn again at once: none may be in the batch.
+void CStreamSender::ReleaseExpired() {
+    const std::int64_t nowNs = CamEmu::MonotonicNs();
+    while (CBlock* const expired = m_history.TakeExpired(nowNs)) {
+        m_home.OnReleased(*expired);
+    }
 }
 
 void CStreamSender::EndBlock() {

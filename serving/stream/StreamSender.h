@@ -85,6 +85,7 @@ private:
     void AddPackets();
     bool NextPacket();
     bool BeginBlock();
+    void ReleaseExpired();
     void EndBlock();
     bool HasRoom(const CEndpoint& destination, bool isFromOtherPort);
     std::size_t BurstDatagrams() const;
