@@ -23,6 +23,7 @@ inline constexpr std::uint32_t kFaultLeft = 0x0C;      ///< how many more times;
 inline constexpr std::uint32_t kFaultBlock = 0x10;     ///< only in this block; 0: in all
 inline constexpr std::uint32_t kFaultPacket = 0x14;    ///< only at this packet id; 0xFFFFFFFF: at all
 inline constexpr std::uint32_t kFaultCount = 0x18;     ///< unsigned 64 bit, read only: how often it was made
+inline constexpr std::uint32_t kChunkForm = 0x00220000; ///< unsigned 32 bit, see EChunkForm
 inline constexpr std::uint32_t kZippedDescription = 0x00400000;
 inline constexpr std::uint32_t kTextDescription = 0x00500000;
 } // namespace Address

@@ -9,6 +9,13 @@
 
 namespace Serving {
 
+/// How images with chunks are sent unless the extended chunk mode is on.
+enum class EChunkForm : std::uint32_t {
+    ExtendedChunkData, ///< type 0x0005: the leader tells of the image, as hosts of all ages understand it
+    ChunkData,         ///< type 0x0004: the chunks alone do
+    Count_
+};
+
 /// How a stream channel sends, out of its registers.
 struct CStreamSettings {
     CEndpoint destination = {};      ///< SCDA : SCP; address 0: nothing is sent yet
@@ -16,7 +23,8 @@ struct CStreamSettings {
     bool doNotFragment = false;
     std::uint64_t packetDelayNs = 0; ///< SCPD
     bool extendedIds = false;
-    bool extendedChunks = false;    ///< SCCFG: chunks go behind an image with its leader
+    bool extendedChunks = false; ///< SCCFG: chunks go behind an image with its leader
+    EChunkForm chunkForm = EChunkForm::ExtendedChunkData;
     bool resendToRequester = false; ///< SCCFG
     bool statusCodes11 = false, statusCodes20 = false;
 };

@@ -6,6 +6,7 @@
 #include "Actions.h"
 #include "Bootstrap.h"
 #include "CameraRegisters.h"
+#include "ChunkFormRegister.h"
 #include "Commands.h"
 #include "DescriptionMemory.h"
 #include "DeviceState.h"
@@ -44,7 +45,7 @@ public:
         : camera(served), state(settings), acquisition(served, stream), channel(stream, acquisition, state),
           messages(served, stream, ticks, host, state), actions(served),
           bootstrap(served, ticks, state, channel, messages, actions), cameraRegisters(served, acquisition),
-          faultRegisters(faults), zipped(Address::kZippedDescription, description.zipped),
+          faultRegisters(faults), chunkForm(channel), zipped(Address::kZippedDescription, description.zipped),
           text(Address::kTextDescription, description.text),
           session(state, faults, acquisition, channel, messages, bootstrap),
           commands(state, faults, session, space, bootstrap, actions, stream, host),
@@ -54,6 +55,7 @@ public:
         space.Add(Address::kCamera, CCameraRegisters::Size(), cameraRegisters);
         space.Add(Address::kFaultSelector, CFaultRegisters::Size(), faultRegisters);
         space.Add(Address::kRemoval, 4, absence);
+        space.Add(Address::kChunkForm, 4, chunkForm);
         space.Add(zipped.Address(), zipped.Size(), zipped);
         space.Add(text.Address(), text.Size(), text);
     }
@@ -74,6 +76,7 @@ public:
     CBootstrap bootstrap;
     CCameraRegisters cameraRegisters;
     CFaultRegisters faultRegisters;
+    CChunkFormRegister chunkForm;
     CFileMemory zipped, text;
     CRegisterSpace space;
     CSession session;

@@ -130,6 +130,15 @@ Status CStreamRegisters::WriteConfiguration(std::uint32_t value) {
     return Status::Success;
 }
 
+Status CStreamRegisters::SetChunkForm(EChunkForm form) {
+    if (IsStreaming()) {
+        return Status::AccessDenied;
+    }
+    m_chunkForm = form;
+    Apply();
+    return Status::Success;
+}
+
 void CStreamRegisters::Apply() {
     if (m_stream.IsOpen()) {
         m_stream.Apply(Settings());
@@ -145,6 +154,7 @@ CStreamSettings CStreamRegisters::Settings() const {
     settings.packetDelayNs = m_delayTicks;
     settings.extendedIds = m_state.HasExtendedIds();
     settings.extendedChunks = (m_configuration & Scc::kExtendedChunks) != 0;
+    settings.chunkForm = m_chunkForm;
     settings.resendToRequester = (m_configuration & Scc::kResendDestination) != 0;
     settings.statusCodes11 = m_state.IsConfigured(GigEVision::GvcpConfiguration::kStatusCodes11);
     settings.statusCodes20 = m_state.IsConfigured(GigEVision::GvcpConfiguration::kStatusCodes20);

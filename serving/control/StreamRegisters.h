@@ -23,6 +23,8 @@ public:
     GigEVision::Status Write(std::uint32_t offset, std::uint32_t value);
 
     bool IsStreaming() const { return m_stream.IsOpen() && m_stream.TakesFrames(); }
+    EChunkForm ChunkForm() const { return m_chunkForm; }
+    GigEVision::Status SetChunkForm(EChunkForm form);
     void Apply(); ///< What else a stream depends on has changed.
     void Close() noexcept;
 
@@ -40,6 +42,7 @@ private:
     std::uint16_t m_port = 0, m_sourcePort = 0; // 0 while closed
     std::uint32_t m_packetSize;                 // with its flag
     std::uint32_t m_delayTicks = 0, m_destination = 0, m_configuration = 0;
+    EChunkForm m_chunkForm = EChunkForm::ExtendedChunkData;
 };
 
 } // namespace Serving

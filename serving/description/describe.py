@@ -126,7 +126,7 @@ def served(camera, faults, addresses, registers):
         description.fail("SimulateRemovalReg", f"does not come to lie at 0x{addresses.kRemoval:X}")
     fit_events(description, "GevGVSPExtendedIDModeReg")
     add_action_triggers(description)
-    add_gigevision(description, registers)
+    add_gigevision(description, addresses, registers)
     add_actions(description, registers)
     add_faults(description, addresses, faults)
     description.check_references()

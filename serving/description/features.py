@@ -121,7 +121,7 @@ class Category:
             register(f"{name}High", high, **properties), register(f"{name}Low", low, **properties))
 
 
-def add_gigevision(description, registers):
+def add_gigevision(description, addresses, registers):
     gev = Category(description, "GigEVision", "What belongs to GigE Vision.", "TransportLayerControl")
     add_device(gev, registers)
     add_addresses(gev, registers)
@@ -129,6 +129,7 @@ def add_gigevision(description, registers):
     add_time(gev, description, registers)
     add_control(gev, description, registers)
     add_stream(gev, description, registers)
+    add_chunk_form(gev, addresses)
     add_messages(gev, registers)
 
 
@@ -239,6 +240,13 @@ def add_stream(gev, description, registers):
              "as chunks alone.", channel + at.kSccfg, scc.kExtendedChunks, "RW", pIsImplemented="GevExtendedChunkDataSupported",
              **LOCKED, **SAVED)
     description.add(register("GevExtendedChunkDataSupported", channel + at.kScc, scc.kExtendedChunks, **CONSTANT))
+
+
+def add_chunk_form(gev, addresses):
+    entries = [("ExtendedChunkData", 0, "Payload type 5: the leader tells of the image, the chunks of the rest."),
+               ("ChunkData", 1, "Payload type 4: nothing but the chunks tells of the image.")]
+    gev.choice("GevChunkForm", "How images with chunks are sent while GevSCCFGExtendedChunkData is off.", entries,
+               addresses.kChunkForm, None, "RW", **LOCKED, **SAVED)
 
 
 def add_messages(gev, registers):

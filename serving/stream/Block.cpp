@@ -28,7 +28,7 @@ void CBlock::Prepare(const CamEmu::CFrame& frame, const CBlockIds& ids, const CS
     Leader leader;
     Trailer trailer;
     leader.timestamp = static_cast<std::uint64_t>(frame.timestampNs);
-    if (!frame.hasChunks || settings.extendedChunks) {
+    if (!frame.hasChunks || settings.extendedChunks || settings.chunkForm == EChunkForm::ExtendedChunkData) {
         DescribeImage(frame, leader, trailer);
     }
     if (frame.hasChunks) {
@@ -55,8 +55,12 @@ void CBlock::DescribeImage(const CamEmu::CFrame& frame, Leader& leader, Trailer&
 }
 
 void CBlock::DescribeChunks(const CamEmu::CFrame& frame, Leader& leader, Trailer& trailer) {
-    leader.payloadType =
-        m_settings.extendedChunks ? PayloadType::kImage | PayloadType::kChunks : PayloadType::kChunkData;
+    if (m_settings.extendedChunks) {
+        leader.payloadType = PayloadType::kImage | PayloadType::kChunks;
+    } else {
+        leader.payloadType =
+            m_settings.chunkForm == EChunkForm::ChunkData ? PayloadType::kChunkData : PayloadType::kExtendedChunk;
+    }
     trailer.dataLength = static_cast<std::uint32_t>(frame.payloadSize);
     trailer.layoutId = m_ids.layoutId;
 }

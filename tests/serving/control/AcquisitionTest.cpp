@@ -90,6 +90,7 @@ TEST_F(AcquisitionTest, WhileItStreamsTheFormOfItsPacketsStays) {
     EXPECT_EQ(Write(kChannel + Register::kScps, 1400), kDenied);
     EXPECT_EQ(Write(kChannel + Register::kScps, 1500), kOk) << "it is 1500";
     EXPECT_EQ(Write(Register::kGvspConfiguration, 0x40000000), kDenied);
+    EXPECT_EQ(Write(Address::kChunkForm, 1), kDenied);
     EXPECT_EQ(Write(kChannel + Register::kScpd, 1000), kOk);
     EXPECT_EQ(stream.settings.packetDelayNs, 1000u);
     EXPECT_EQ(Write(kChannel + Register::kSccfg, 9), kOk);
@@ -99,6 +100,9 @@ TEST_F(AcquisitionTest, WhileItStreamsTheFormOfItsPacketsStays) {
     EXPECT_EQ(Execute(Reg::kAcquisitionStop), kOk);
     EXPECT_EQ(Write(Register::kGvspConfiguration, 0x40000000), kOk);
     EXPECT_TRUE(stream.settings.extendedIds);
+    EXPECT_EQ(Write(Address::kChunkForm, 2), Status::InvalidParameter);
+    EXPECT_EQ(Write(Address::kChunkForm, 1), kOk);
+    EXPECT_EQ(stream.settings.chunkForm, EChunkForm::ChunkData);
 }
 
 TEST_F(AcquisitionTest, ATestPacketIsFiredIntoAnOpenChannelThatIsIdle) {

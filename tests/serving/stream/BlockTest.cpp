@@ -69,8 +69,16 @@ TEST_P(BlockFormTest, ChunksGoAloneOrBehindAnImageWithItsLeader) {
     CamEmu::CFrame frame = FrameOf(block);
     frame.hasChunks = true;
     frame.payloadSize += 8;
-    block.Prepare(frame, {.number = 1, .sent = 1, .layoutId = 3, .droppedLines = 1}, {.extendedIds = GetParam()});
+    block.Prepare(frame, {.number = 1, .sent = 1, .layoutId = 3}, {.extendedIds = GetParam()});
     CSentBlock sent = Receive(block);
+    EXPECT_EQ(sent.leader.payloadType, PayloadType::kExtendedChunk);
+    EXPECT_EQ(sent.leader.geometry.sizeX, 64u);
+    EXPECT_EQ(sent.trailer.sizeY, 40u);
+    EXPECT_EQ(sent.trailer.dataLength, kFrameBytes + 8);
+    EXPECT_EQ(sent.trailer.layoutId, 3u);
+    block.Prepare(frame, {.number = 1, .sent = 1, .layoutId = 3, .droppedLines = 1},
+                  {.extendedIds = GetParam(), .chunkForm = EChunkForm::ChunkData});
+    sent = Receive(block);
     EXPECT_EQ(sent.leader.payloadType, PayloadType::kChunkData);
     EXPECT_EQ(sent.trailer.dataLength, kFrameBytes + 8);
     EXPECT_EQ(sent.data.size(), kFrameBytes + 8);
