@@ -188,6 +188,9 @@ void CStreamSender::Answer(const CAskedFor& asked, const CStreamSettings& settin
                              settings.statusCodes20,
                              m_newestSent,
                              newestKnown};
+    if (rules.destination.address == 0) {
+        return;
+    }
     if (m_faults.Strikes(EFault::ResendRefused, request.blockId, request.first, asked.turn)) {
         m_resends.Refuse(request, rules, static_cast<Status>(m_faults.Parameter(EFault::ResendRefused)));
     } else {
@@ -206,7 +209,7 @@ void CStreamSender::AddTests() {
         const CLockGuard lock(m_lock);
         destination = m_settings.destination;
     }
-    if (HasRoom(destination, false)) {
+    if (destination.address != 0 && HasRoom(destination, false)) {
         m_batch.AddTest(TestDatagram(test.packetSize));
     }
 }
@@ -296,13 +299,15 @@ bool CStreamSender::BeginBlock() {
 }
 
 void CStreamSender::EndBlock() {
-    m_block->lastSentNs = CamEmu::MonotonicNs();
-    ++m_counts.blocks;
-    m_home.OnSent(*m_block);
-    m_block = nullptr;
+    CBlock& block = *std::exchange(m_block, nullptr);
     m_isBlockDone = false;
-    const CLockGuard lock(m_lock);
-    m_isSending = false;
+    block.lastSentNs = CamEmu::MonotonicNs();
+    {
+        const CLockGuard lock(m_lock);
+        m_isSending = false;
+    }
+    m_home.OnSent(block);
+    ++m_counts.blocks; // last: whoever has seen it counted finds the sender idle
 }
 
 // The next datagram is not made yet: it counts as large as one of the last block can be.
