@@ -25,7 +25,7 @@ constexpr std::int64_t kRetryNs = 1'000'000; // when the kernel has no memory
 
 // Of all sizes that a register of 16 bits holds. Block id 0 makes it a test packet; the rest is arbitrary.
 Bytes TestDatagram(std::uint32_t packetSize) {
-    static const auto data = [] {
+    static const auto kData = [] {
         std::array<std::uint8_t, 65536> bytes = {};
         std::uint32_t state = 1;
         for (std::size_t i = kGvspHeaderBytes; i < bytes.size(); ++i) {
@@ -34,7 +34,7 @@ Bytes TestDatagram(std::uint32_t packetSize) {
         }
         return bytes;
     }();
-    return Bytes(data).first(std::clamp<std::size_t>(packetSize, kMinPacketSize, data.size()) - kIpUdpBytes);
+    return Bytes(kData).first(std::clamp<std::size_t>(packetSize, kMinPacketSize, kData.size()) - kIpUdpBytes);
 }
 
 } // namespace
