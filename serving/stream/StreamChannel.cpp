@@ -19,8 +19,8 @@ static_assert(kMaxInFlight <= CStreamSender::kMaxWaiting);
 
 } // namespace
 
-// A block is in one place at a time: free → camera (queued, or drawn into) → sender (waits, or is sent) → history →
-// free. OnFrame moves it on from the camera, OnSent from the sender, OnReleased from there or the history.
+// A block is in one place at a time: free → camera (queued, or drawn into) → sender (waits, or is sent) → history
+// → free. OnFrame moves it on from the camera, OnSent from the sender, OnReleased from there or the history.
 
 CStreamChannel::CStreamChannel(CamEmu::CCamera& camera, CServingFaults& faults, CRateBudgets& budgets,
                                std::uint32_t address)

@@ -25,7 +25,7 @@ constexpr std::int64_t kRetryNs = 1'000'000; // when the kernel has no memory
 
 // Of all sizes that a register of 16 bits holds. Block id 0 makes it a test packet; the rest is arbitrary.
 Bytes TestDatagram(std::uint32_t packetSize) {
-    static const auto data = [] {
+    static const auto kData = [] {
         std::array<std::uint8_t, 65536> bytes = {};
         std::uint32_t state = 1;
         for (std::size_t i = kGvspHeaderBytes; i < bytes.size(); ++i) {
@@ -34,7 +34,7 @@ Bytes TestDatagram(std::uint32_t packetSize) {
         }
         return bytes;
     }();
-    return Bytes(data).first(std::clamp<std::size_t>(packetSize, kMinPacketSize, data.size()) - kIpUdpBytes);
+    return Bytes(kData).first(std::clamp<std::size_t>(packetSize, kMinPacketSize, kData.size()) - kIpUdpBytes);
 }
 
 } // namespace
@@ -189,6 +189,9 @@ void CStreamSender::Answer(const CAskedFor& asked, const CStreamSettings& settin
                              settings.statusCodes20,
                              m_newestSent,
                              newestKnown};
+    if (rules.destination.address == 0) {
+        return;
+    }
     if (m_faults.Strikes(EFault::ResendRefused, request.blockId, request.first, asked.turn)) {
         m_resends.Refuse(request, rules, static_cast<Status>(m_faults.Parameter(EFault::ResendRefused)));
     } else {
@@ -207,7 +210,7 @@ void CStreamSender::AddTests() {
         const CLockGuard lock(m_lock);
         destination = m_settings.destination;
     }
-    if (HasRoom(destination, false)) {
+    if (destination.address != 0 && HasRoom(destination, false)) {
         m_batch.AddTest(TestDatagram(test.packetSize));
     }
 }
@@ -301,13 +304,15 @@ void CStreamSender::ReleaseExpired() {
 }
 
 void CStreamSender::EndBlock() {
-    m_block->lastSentNs = CamEmu::MonotonicNs();
-    ++m_counts.blocks;
-    m_home.OnSent(*m_block);
-    m_block = nullptr;
+    CBlock& block = *std::exchange(m_block, nullptr);
     m_isBlockDone = false;
-    const CLockGuard lock(m_lock);
-    m_isSending = false;
+    block.lastSentNs = CamEmu::MonotonicNs();
+    {
+        const CLockGuard lock(m_lock);
+        m_isSending = false;
+    }
+    m_home.OnSent(block);
+    ++m_counts.blocks; // last: whoever has seen it counted finds the sender idle
 }
 
 // The next datagram is not made yet: it counts as large as one of the last block can be.
