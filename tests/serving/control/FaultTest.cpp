@@ -113,8 +113,10 @@ TEST_F(ControlFaultTest, WhereItIsNotEnabledACommandIsJustSlow) {
 
 TEST_F(ControlFaultTest, AHeartbeatIsStuckEitherWay) {
     Make(EFault::HeartbeatFrozen, 0);
+    Read(Register::kCcp);
     Pass(100'000);
     EXPECT_EQ(device.Primary(), kHost) << "never expires";
+    EXPECT_EQ(faults.Count(EFault::HeartbeatFrozen), 1u);
     Make(EFault::HeartbeatFrozen, 1);
     Read(Register::kCcp);
     Pass(2000);
