@@ -340,7 +340,7 @@ std::optional<Trailer> DecodeTrailer(Bytes content) {
         trailer.dataLength = reader.Get<std::uint32_t>(offset);
         trailer.layoutId = reader.Get<std::uint32_t>(offset + 4);
     }
-    return reader.IsWhole() && content.size() >= TrailerBytes(trailer) ? std::optional(trailer) : std::nullopt;
+    return reader.IsWhole() ? std::optional(trailer) : std::nullopt;
 }
 
 Bytes EncodeTrailer(const Trailer& trailer, MutableBytes buffer) {

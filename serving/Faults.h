@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "Faults.def"
 #include "core/Mutex.h"
 
 #include <array>
@@ -11,8 +12,6 @@
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include "Faults.def"
 
 namespace Serving {
 
@@ -42,8 +41,8 @@ struct CFaultPlace {
 struct CFaultSetting {
     double rate = 0; ///< probability, 0 (off) to 1
     std::uint32_t parameter = 0;
-    std::uint32_t left = 0;          ///< how many more times; 0: without end
-    std::vector<CFaultPlace> places; ///< empty: everywhere
+    std::uint32_t left = 0;               ///< how many more times; 0: without end
+    std::vector<CFaultPlace> places = {}; ///< empty: everywhere
 };
 
 /// A fault as the command line tells it: NAME[=RATE[,PARAMETER]][@BLOCK[:PACKET]…][xTIMES], "packet-loss=0.01,3",
@@ -75,7 +74,7 @@ public:
 
     void Set(EFault fault, CFaultSetting setting); ///< A parameter beyond its limits becomes the nearest one.
     CFaultSetting Get(EFault fault) const;
-    std::uint64_t Count(EFault fault) const; ///< Strikes since the last Reset.
+    std::uint64_t Count(EFault fault) const; ///< Strikes since the last Reset; a burst is one.
     void Seed(std::uint32_t seed);
     std::uint32_t Seed() const;
     void Reset(); ///< All off, with their first parameters, and counts 0; the seed stays.

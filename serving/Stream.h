@@ -11,7 +11,7 @@ namespace Serving {
 
 /// How a stream channel sends, out of its registers.
 struct CStreamSettings {
-    CEndpoint destination;           ///< SCDA : SCP; address 0: nothing is sent yet
+    CEndpoint destination = {};      ///< SCDA : SCP; address 0: nothing is sent yet
     std::uint32_t packetSize = 1500; ///< SCPS
     bool doNotFragment = false;
     std::uint64_t packetDelayNs = 0; ///< SCPD

@@ -92,6 +92,38 @@ TEST(HostileTest, ReadingOfEventsStopsWhereTheyEnd) {
     EXPECT_FALSE(items.IsAtEnd());
 }
 
+// The leader tells the parts of the trailer, which must all be there.
+TEST(HostileTest, BlockInOnePacketMayBeCutAnywhere) {
+    const Datagram leaderParts(2 * kLeaderPartBytes, 0x11), trailerParts(2 * kTrailerPartBytes, 0x22);
+    Leader leader;
+    leader.payloadType = PayloadType::kMultiPart;
+    leader.parts = leaderParts;
+    Trailer trailer;
+    trailer.payloadType = PayloadType::kMultiPart;
+    trailer.parts = trailerParts;
+    PacketHeader header;
+    header.isExtended = true;
+    header.format = static_cast<std::uint8_t>(PacketFormat::AllIn);
+    header.parts = 2;
+    Datagram content(LeaderBytes(leader) + TrailerBytes(trailer));
+    EncodeLeader(leader, content);
+    EncodeTrailer(trailer, MutableBytes(content).subspan(LeaderBytes(leader)));
+    for (std::size_t length = 0; length < content.size(); ++length) {
+        const Datagram cut(content.begin(), content.begin() + static_cast<std::ptrdiff_t>(length));
+        EXPECT_FALSE(DecodeAllIn(header, cut)) << length;
+    }
+    const Datagram data = {1, 2, 3};
+    content.insert(content.end(), data.begin(), data.end());
+    const auto all = DecodeAllIn(header, content);
+    ASSERT_TRUE(all);
+    EXPECT_EQ(all->trailer.PartCount(), 2u);
+    EXPECT_EQ(Datagram(all->data.begin(), all->data.end()), data);
+    Datagram types(20 + 4); // a leader and a trailer, which tell their types alone
+    types[3] = PayloadType::kRawData;
+    types[20 + 3] = PayloadType::kJpeg;
+    EXPECT_FALSE(DecodeAllIn(header, types));
+}
+
 // What a buffer holds already is encoded in place.
 TEST(HostileTest, PayloadMayStandInTheBufferBefore) {
     GvcpBuffer buffer = {};

@@ -7,8 +7,8 @@
 /// the tests and the fuzz targets.
 namespace RoundTrip {
 
-/// Tells what does not hold: null when all does. What was decoded lies within the datagram, and comes out again as it was
-/// but for what no field holds, which is zero then.
+/// Tells what does not hold: null when all does. What was decoded lies within the datagram, and comes out again as it
+/// was but for what no field holds, which is zero then.
 const char* OfControl(GigEVision::Bytes datagram);
 const char* OfStream(GigEVision::Bytes datagram);
 
