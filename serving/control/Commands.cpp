@@ -129,7 +129,8 @@ void CCommands::SendPending(const CPendingCommand& pending, std::int64_t nowNs) 
     if (!command || !m_state.IsConfigured(GigEVision::GvcpConfiguration::kPending)) {
         return;
     }
-    const std::int64_t leftNs = pending.IsEndless() ? CPendingCommands::kTellEveryNs : pending.dueNs - nowNs;
+    const std::int64_t leftNs =
+        pending.IsEndless() ? CPendingCommands::kTellEveryNs : std::max<std::int64_t>(pending.dueNs - nowNs, 0);
     std::array<std::uint8_t, 4> payload;
     GigEVision::AcknowledgeMessage message{Status::Success, kPendingAcknowledge, command->requestId, {}};
     message.payload = GigEVision::EncodePending(static_cast<std::uint16_t>((leftNs + kPromiseNs) / kNsPerMs), payload);

@@ -69,8 +69,12 @@ TEST_F(ControlFaultTest, APendingCommandIsPromisedThenExecuted) {
     EXPECT_EQ(Send(write)->Word(), 1100u) << "the same one again";
     EXPECT_EQ(device.Primary(), kHost) << "whom it keeps waiting";
     EXPECT_EQ(device.NextDueNs(), now + 1000 * kMs);
+    now += 1000 * kMs;
+    EXPECT_EQ(Send(write)->Word(), 100u) << "due, but not looked at yet";
+    now += 500 * kMs;
+    EXPECT_EQ(Send(write)->Word(), 100u);
     const std::size_t before = host.answers.size();
-    Pass(1000);
+    Pass(0);
     ASSERT_EQ(host.answers.size(), before + 1);
     EXPECT_EQ(Decode(host.answers.back().bytes)->code, 0x0083);
     EXPECT_EQ(Send(write)->code, 0x0083) << "now it is done";
@@ -109,8 +113,10 @@ TEST_F(ControlFaultTest, WhereItIsNotEnabledACommandIsJustSlow) {
 
 TEST_F(ControlFaultTest, AHeartbeatIsStuckEitherWay) {
     Make(EFault::HeartbeatFrozen, 0);
+    Read(Register::kCcp);
     Pass(100'000);
     EXPECT_EQ(device.Primary(), kHost) << "never expires";
+    EXPECT_EQ(faults.Count(EFault::HeartbeatFrozen), 1u);
     Make(EFault::HeartbeatFrozen, 1);
     Read(Register::kCcp);
     Pass(2000);
