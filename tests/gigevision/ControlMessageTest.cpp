@@ -318,4 +318,18 @@ TEST(ControlMessageTest, MessagesAreDecodedAndEncodedAsTold) {
     Golden::RunCases("gvcp.txt", ControlHandlers());
 }
 
+TEST(ControlMessageTest, CodesAboveZeroAreRemarksAndUpperBytesOfShortIdsNothing) {
+    for (const std::uint16_t remark : {0x0000, 0x0001, 0x0100, 0x4004, 0x7FFF}) {
+        EXPECT_FALSE(IsError(Status{remark})) << remark;
+    }
+    for (const std::uint16_t error : {0x8001, 0x8FFF, 0xC004, 0xFFFF}) {
+        EXPECT_TRUE(IsError(Status{error})) << error;
+    }
+    const std::uint8_t payload[] = {0, 0, 0, 66, 0xAA, 0, 3, 0xEF, 0xBB, 0, 3, 0xF0};
+    const auto request = DecodePacketResend(payload, false);
+    ASSERT_TRUE(request);
+    EXPECT_EQ(request->first, 1007u);
+    EXPECT_EQ(request->last, 1008u);
+}
+
 } // namespace

@@ -23,6 +23,7 @@ public:
     Output(const GlobalOptions& options, std::ostream& data, std::ostream& messages);
 
     bool IsJson() const noexcept { return m_json; }
+    bool IsQuiet() const noexcept { return m_quiet; }
 
     /// Descriptor of the data, for HasHungUp; -1 where they go to a stream of this program.
     int GetDataFd() const noexcept { return m_dataFd; }

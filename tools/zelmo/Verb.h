@@ -57,6 +57,7 @@ std::unique_ptr<Verb> MakeListVerb();
 std::unique_ptr<Verb> MakeLoadVerb();
 std::unique_ptr<Verb> MakeNodemapVerb();
 std::unique_ptr<Verb> MakeSaveVerb();
+std::unique_ptr<Verb> MakeServeVerb();
 std::unique_ptr<Verb> MakeSetVerb();
 std::unique_ptr<Verb> MakeXmlVerb();
 
