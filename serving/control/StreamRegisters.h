@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <gigevision/Registers.h>
 #include <gigevision/Status.h>
 #include <serving/Stream.h>
 
@@ -41,7 +42,8 @@ private:
     const CDeviceState& m_state;
     std::uint16_t m_port = 0, m_sourcePort = 0; // 0 while closed
     std::uint32_t m_packetSize;                 // with its flag
-    std::uint32_t m_delayTicks = 0, m_destination = 0, m_configuration = 0;
+    std::uint32_t m_delayTicks = 0, m_destination = 0;
+    std::uint32_t m_configuration = GigEVision::Scc::kExtendedChunks; // what clients take chunks from unasked
     EChunkForm m_chunkForm = EChunkForm::ExtendedChunkData;
 };
 

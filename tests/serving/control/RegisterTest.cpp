@@ -93,7 +93,7 @@ INSTANTIATE_TEST_SUITE_P(
         WriteCase{kChannel + Register::kScps, 100, kOk, 576}, WriteCase{kChannel + Register::kScps, 1503, kOk, 1500},
         WriteCase{kChannel + Register::kScps, 0xE000FFFF, kOk, 0x40000000 | 9000},
         WriteCase{kChannel + Register::kScpd, 77, kOk, 77}, WriteCase{kChannel + Register::kSccfg, 9, kOk, 9},
-        WriteCase{kChannel + Register::kSccfg, 2, kInvalid, 0}, WriteCase{kChannel + Register::kScsp, 1, kProtected, 0},
+        WriteCase{kChannel + Register::kSccfg, 2, kInvalid, 1}, WriteCase{kChannel + Register::kScsp, 1, kProtected, 0},
         WriteCase{kChannel + 0x40, 60000, kProtected, 0})); // of a second channel
 
 TEST_F(RegisterTest, TheUserNameIsOneInBothPlaces) {

@@ -15,6 +15,8 @@
 
 namespace {
 
+constexpr int kWidth = 320, kHeight = 240; // Mono8
+
 struct Options {
     std::string address;
     int frames = 0;
@@ -71,7 +73,7 @@ Options Parse(int argc, char** argv) {
 
 void Configure(ArvCamera* camera, const Options& options) {
     Errors error;
-    arv_camera_set_region(camera, 0, 0, 640, 480, error);
+    arv_camera_set_region(camera, 0, 0, kWidth, kHeight, error);
     error.Check("set the region");
     arv_camera_set_string(camera, "TestImageSelector", "FrameCounter", error);
     error.Check("set TestImageSelector");
@@ -108,7 +110,7 @@ void Count(ArvBuffer* buffer, const Options& options, Counts& counts) {
     counts.lastId = id;
     std::size_t size = 0;
     const auto* const data = static_cast<const std::uint8_t*>(arv_buffer_get_data(buffer, &size));
-    const std::size_t imageBytes = 640 * 480; // chunks stand behind it
+    const std::size_t imageBytes = std::size_t{kWidth} * kHeight; // chunks stand behind it
     CamEmu::CFrameRecord record;
     const bool isIntact = size >= imageBytes && (options.chunks || size == imageBytes) &&
                           CamEmu::CheckFrame({data, imageBytes}, record) == CamEmu::EFrameCheck::Intact &&
@@ -132,6 +134,10 @@ int main(int argc, char** argv) {
     }
     const Object<ArvStream> stream(arv_camera_create_stream(camera.get(), nullptr, nullptr, error), g_object_unref);
     error.Check("create the stream");
+    // A busy host may take longer than the library allows by default, in microseconds, and lose more at a time.
+    g_object_set(stream.get(), "socket-buffer", ARV_GV_STREAM_SOCKET_BUFFER_FIXED, "socket-buffer-size", 8 << 20,
+                 "packet-timeout", 100'000u, "initial-packet-timeout", 100'000u, "frame-retention", 5'000'000u,
+                 "packet-request-ratio", 2.0, nullptr);
     const guint payload = arv_camera_get_payload(camera.get(), error);
     error.Check("read the payload size");
     for (int i = 0; i < 30; ++i) {

@@ -46,7 +46,7 @@ class Listing(unittest.TestCase):
 
 class Conformance(unittest.TestCase):
     def test_every_check_that_needs_no_hardware(self):
-        with Server(TOOL):
+        with Server(TOOL, "--rate", "30000000"):  # what its socket, as it is by default, holds on a busy host
             out = run("arv-test-0.8", "-n", "Harlix*", timeout=300, may_fail=True)
         print(out)
         self.assertIn("SUCCESS", out)
@@ -71,9 +71,8 @@ class Frames(unittest.TestCase):
                     with self.subTest(schema=schema, loss=loss, socket=socket):
                         faults = ["--fault", f"packet-loss={loss}"] if loss else []
                         counts, summary = self.images(["--schema", schema, *faults], socket, prefix)
-                        lost = summary["faults"].get("PacketLoss", 0)
-                        self.assertEqual(counts["resent"] > 0, loss > 0, counts)
-                        self.assertEqual(lost > 0, loss > 0, summary)
+                        self.assertEqual(summary["faults"].get("PacketLoss", 0) > 0, loss > 0, summary)
+                        self.assertTrue(counts["resent"] > 0 or not loss, counts)
 
     def test_extended_ids_and_large_packets(self):
         self.images([], ["extended", "packet-size=8000"])
@@ -150,9 +149,13 @@ class Dissection(unittest.TestCase):
             address = server.cameras[0]["address"]
             run("arv-tool-0.8", "-a", address, "values")
             run(CLIENT, address, str(self.IMAGES), "udp", *(["extended"] if extended else []))
-        # The stream comes from a port that register SCSP names; it is read once, after SCP was written.
-        ports = {row[0] for row in self.fields(path, [], f"ip.src=={address} && udp.srcport!=3956", "udp.srcport")}
-        self.assertEqual(len(ports), 1)
+        # Each opening of the channel has a port of its own. First the client tries the packet size: of that one comes
+        # nothing but test packets, as long as the size tells.
+        sent = self.fields(path, [], f"ip.src=={address} && udp.srcport!=3956 && !icmp", "udp.srcport", "udp.length")
+        stream = sent[-1][0]
+        tests = {int(length) for port, length in sent if port != stream}
+        self.assertEqual(tests, {1500 - 20})
+        ports = [stream]
         self.assertEqual(self.fields(path, ports, "_ws.malformed", "frame.number"), [])
         self.check_control(path, ports)
         self.check_stream(path, ports, extended)
@@ -160,7 +163,7 @@ class Dissection(unittest.TestCase):
     def check_control(self, path, ports):
         commands = self.fields(path, ports, "gvcp && udp.dstport==3956", "gvcp.cmd.command", "gvcp.cmd.req_id",
                                "udp.srcport")
-        acknowledges = self.fields(path, ports, "gvcp && udp.srcport==3956", "gvcp.cmd.acknowledge", "gvcp.cmd.ack_id",
+        acknowledges = self.fields(path, ports, "gvcp && udp.srcport==3956", "gvcp.ack", "gvcp.cmd.req_id",
                                    "udp.dstport", "gvcp.cmd.status")
         self.assertGreater(len(commands), 100)
         asked = {(int(number, 0) + 1, int(request, 0), port) for number, request, port in commands}
@@ -173,7 +176,7 @@ class Dissection(unittest.TestCase):
         ids = ("gvsp.blockid64", "gvsp.packetid32") if extended else ("gvsp.blockid16", "gvsp.packetid24")
         packets = self.fields(path, ports, "gvsp", *ids, "gvsp.format", "gvsp.status", "udp.length")
         self.assertGreater(len(packets), self.IMAGES * 3)
-        header, payload = (20 if extended else 8), 640 * 480
+        header, payload = (20 if extended else 8), 320 * 240
         data = 1500 - 28 - header
         expected = -(-payload // data) + 2
         blocks = {}
@@ -185,15 +188,15 @@ class Dissection(unittest.TestCase):
             self.assertEqual([form for _, form, _ in blocks[block]], [1] + [3] * (expected - 2) + [2], block)
             self.assertEqual(sum(length for _, form, length in blocks[block] if form == 3), payload)
         self.assertEqual(sorted(blocks), list(range(1, len(blocks) + 1)))
-        leaders = self.fields(path, ports, "gvsp.format==1", "gvsp.payloadtype", "gvsp.pixel", "gvsp.sizex",
+        leaders = self.fields(path, ports, "gvsp.format in {1, 0x81}", "gvsp.payloadtype", "gvsp.pixel", "gvsp.sizex",
                               "gvsp.sizey", "gvsp.offsetx", "gvsp.offsety", "gvsp.paddingx", "gvsp.paddingy",
                               "gvsp.timestamp")
         numbers = [[int(value, 0) for value in leader[:8]] for leader in leaders]
-        self.assertEqual({tuple(leader) for leader in numbers}, {(1, 0x01080001, 640, 480, 0, 0, 0, 0)})
+        self.assertEqual({tuple(leader) for leader in numbers}, {(1, 0x01080001, 320, 240, 0, 0, 0, 0)})
         stamps = [int(leader[8], 0) for leader in leaders]
         self.assertEqual(stamps, sorted(set(stamps)), "time stamps rise")
-        trailers = self.fields(path, ports, "gvsp.format==2", "gvsp.payloadtype", "gvsp.sizey")
-        self.assertEqual({tuple(int(value, 0) for value in trailer) for trailer in trailers}, {(1, 480)})
+        trailers = self.fields(path, ports, "gvsp.format in {2, 0x82}", "gvsp.payloadtype", "gvsp.sizey")
+        self.assertEqual({tuple(int(value, 0) for value in trailer) for trailer in trailers}, {(1, 240)})
 
 
 if __name__ == "__main__":
