@@ -76,7 +76,7 @@ public:
 private:
     [[noreturn]] void Refuse(const std::string& part, std::string_view found, const std::string& permitted) const {
         throw std::invalid_argument("Cannot make the fault \"" + std::string(m_text) + "\": the " + part + " is \"" +
-                                    std::string(found) + "\"; permitted: " + permitted + ".");
+                                    std::string(found) + "\"; permitted: " + permitted);
     }
 
     bool Skips(char mark) {

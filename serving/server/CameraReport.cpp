@@ -8,6 +8,7 @@
 
 #include <cstdio>
 #include <map>
+#include <string_view>
 #include <utility>
 
 namespace Serving {
@@ -29,6 +30,16 @@ std::string MacText(std::uint64_t mac) {
 std::string NumberText(double value) {
     char text[32];
     std::snprintf(text, sizeof text, "%g", value);
+    return text;
+}
+
+/// The parameter of a fault as people write it: status codes in hexadecimal.
+std::string ParameterText(EFault fault, std::uint32_t value) {
+    if (std::string_view(FaultInfos()[static_cast<std::size_t>(fault)].parameter) != "status code") {
+        return std::to_string(value);
+    }
+    char text[16];
+    std::snprintf(text, sizeof text, "0x%04X", value);
     return text;
 }
 
@@ -70,7 +81,7 @@ std::vector<std::string> FaultRow(const CServedCamera& camera, const CServingFau
     return {camera.SerialNumber(),
             OptionName(fault),
             NumberText(setting.rate),
-            std::to_string(setting.parameter),
+            ParameterText(fault, setting.parameter),
             setting.left == 0 ? "-" : std::to_string(setting.left),
             PlacesText(setting.places),
             std::to_string(faults.Count(fault))};
@@ -186,9 +197,11 @@ void ReportFaultList(CReport& report) {
                 {{"parameter", info.parameter}, {"default", info.initial}, {"min", info.min}, {"max", info.max}});
         }
         list.push_back(one);
-        rows.push_back({OptionName(FaultAt(i)), hasParameter ? info.parameter : "-",
-                        hasParameter ? std::to_string(info.initial) : "-",
-                        hasParameter ? std::to_string(info.min) + " to " + std::to_string(info.max) : "-", info.text});
+        rows.push_back(
+            {OptionName(FaultAt(i)), hasParameter ? info.parameter : "-",
+             hasParameter ? ParameterText(FaultAt(i), info.initial) : "-",
+             hasParameter ? ParameterText(FaultAt(i), info.min) + " to " + ParameterText(FaultAt(i), info.max) : "-",
+             info.text});
     }
     report.Table(rows);
     report.Document({{"faults", list}});
