@@ -82,14 +82,14 @@ class Counter(threading.Thread):
     def __init__(self):
         super().__init__(daemon=True)
         self.bytes = self.packets = 0
-        self.socket = socket.socket(socket.AF_PACKET, socket.SOCK_RAW, socket.htons(0x0800))
+        self.socket = socket.socket(socket.AF_PACKET, socket.SOCK_RAW, socket.htons(3))  # all: what is sent, too
         self.socket.setsockopt(socket.SOL_SOCKET, 33, 1 << 26)  # SO_RCVBUFFORCE
         self.socket.bind(("served", 0))
 
     def run(self):
         while True:
             packet, address = self.socket.recvfrom(65536)
-            if address[2] == 4 and FIRST_VICTIM <= struct.unpack(">I", packet[30:34])[0] < FIRST_VICTIM + VICTIMS:
+            if len(packet) > 34 and address[1] == 0x0800 and address[2] == 4 and FIRST_VICTIM <= struct.unpack(">I", packet[30:34])[0] < FIRST_VICTIM + VICTIMS:
                 self.packets += 1
                 self.bytes += len(packet) - 14 - 28
 
@@ -152,15 +152,16 @@ def check(tool, client, commands, other):
         pid = server_pid(server.process)
         counter = Counter()
         counter.start()
+        stream = there(other, client, CAMERA, "300", "udp")
+        run(*stream)
         attacker = subprocess.Popen(there(other, sys.executable, __file__, "attack", str(commands)),
                                     stdout=subprocess.PIPE, text=True)
-        time.sleep(0.5)
-        before = status(pid)
-        began = time.monotonic()
+        began, before = time.monotonic(), None
         streams = []
-        while not streams or attacker.poll() is None:
-            streams.append(json.loads(run(*there(other, client, CAMERA, "300", "udp"))))
+        while len(streams) < 2 or attacker.poll() is None:
+            streams.append(json.loads(run(*stream)))
             after = status(pid)
+            before = before or after  # what a stream and all kinds of commands take once is no growth
         seconds = float(attacker.communicate()[0])
     images = {key: sum(stream[key] for stream in streams) for key in ("complete", "failed", "torn", "gaps", "resent")}
     print(f"{commands} spoofed commands in {seconds:.1f} s; {counter.packets} answers of {counter.bytes} bytes; "

@@ -9,6 +9,7 @@ there is nothing but lo. Exits with 77 and a line where a program is missing or 
 
 import json
 import os
+import re
 import socket
 import struct
 import sys
@@ -49,8 +50,10 @@ class Conformance(unittest.TestCase):
         with Server(TOOL, "--rate", "30000000"):  # what its socket, as it is by default, holds on a busy host
             out = run("arv-test-0.8", "-n", "Harlix*", timeout=300, may_fail=True)
         print(out)
-        self.assertIn("SUCCESS", out)
+        self.assertGreater(out.count("SUCCESS"), 15)
         self.assertNotIn("FAILURE", out)
+        # It has no table of what our camera should say, so it leaves these out.
+        self.assertEqual(re.findall(r"(\S+) +IGNORED", out), ["Genicam:Schema", "Properties:SensorSizeCheck"])
 
 
 class Frames(unittest.TestCase):
