@@ -18,6 +18,7 @@ ELSEWHERE = {
     ("README.md", "scripts/demo"): "examples.demo runs the first command, and this test is part of the second",
     ("README.md", "Cameras:"): "examples.demo compares it",
     ("README.md", "zelmo serve"): "tests/serving/strangers does so, in a network of its own",
+    ("README.md", "arv-tool-0.8"): "likewise",
     ("docs/emulator.md", "// Whether the image is whole"): "compiled and run by tests/emulator/PatternTest.cpp",
     ("docs/serving.md", "zelmo serve --cameras 2"): "tests/serving/strangers does so, in a network of its own",
     ("docs/serving.md", "sudo apt install"): "scripts/install-deps has installed them, and tests/serving/strangers uses them",
