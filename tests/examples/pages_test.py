@@ -17,7 +17,13 @@ SOURCE, BUILD = (Path(argument).resolve() for argument in sys.argv[1:3])
 ELSEWHERE = {
     ("README.md", "scripts/demo"): "examples.demo runs the first command, and this test is part of the second",
     ("README.md", "Cameras:"): "examples.demo compares it",
+    ("README.md", "zelmo serve"): "tests/serving/strangers does so, in a network of its own",
+    ("README.md", "arv-tool-0.8"): "likewise",
     ("docs/emulator.md", "// Whether the image is whole"): "compiled and run by tests/emulator/PatternTest.cpp",
+    ("docs/serving.md", "zelmo serve --cameras 2"): "tests/serving/strangers does so, in a network of its own",
+    ("docs/serving.md", "sudo apt install"): "scripts/install-deps has installed them, and tests/serving/strangers uses them",
+    ("docs/serving.md", "ip netns add"): "tests/serving/hostile serves in one namespace for another",
+    ("docs/serving.md", "sudo zelmo serve"): "there is no network card that a test may use",
     ("docs/writing-a-plugin.md", "cmake --preset"): "the build that this test belongs to",
     ("docs/writing-a-plugin.md", "find_package"): "install.plugin builds a plug-in with it",
 }

@@ -13,6 +13,7 @@
 #include <fstream>
 #include <regex>
 #include <set>
+#include <unistd.h>
 
 namespace {
 
@@ -132,6 +133,19 @@ ToolProcess::Settings WithRules(const TemporaryFolder& folder) {
     return WithEnvironment({{"ZELMO_CONFIG_FILE_REGISTRY_PATH", folder.Path()}});
 }
 
+/// Each command that zelmo serve takes while it runs.
+ToolProcess::Settings WithCommands(const TemporaryFolder& folder) {
+    ToolProcess::Settings settings;
+    settings.input = folder / "commands";
+    std::ofstream(settings.input) << "fault packet-loss=0.5,2@3@4:5x6\nstatus\nfaults\nreset\nquit\n";
+    return settings;
+}
+
+/// Of the loopback network, and not that of another test.
+std::string OwnAddress() {
+    return "127.93." + std::to_string(getpid() / 250 % 250) + "." + std::to_string(2 + getpid() % 250);
+}
+
 TEST(JsonPageTest, HoldsEachKeyThatAVerbWritesAndNoOther) {
     const TemporaryFolder folder;
     std::ofstream(folder / "m.xml") << kDescription;
@@ -164,6 +178,8 @@ TEST(JsonPageTest, HoldsEachKeyThatAVerbWritesAndNoOther) {
                   "");
     page.CheckRun({"grab", "-d", "0", "--chunks", "all", "--events", "FrameStart"}, "");
     page.CheckRun({"bench", "0", "--duration", "0.1"}, "bench");
+    page.CheckRun({"serve", "--list-faults"}, "serve --list-faults");
+    page.CheckRun({"serve", "--address", OwnAddress()}, "", WithCommands(folder));
     // What the emulator's description does not have.
     const tool::NodeMapPtr nodeMap = tool::LoadDescription(kDescription);
     tool::MemoryImage image;

@@ -50,7 +50,9 @@ std::vector<tool::Json> ParseLines(const std::string& text) {
     }
     argv.push_back(nullptr);
     const int file = settings.output.empty() ? out : open(settings.output.c_str(), O_WRONLY);
-    if (chdir(settings.folder.c_str()) == 0 && dup2(file, STDOUT_FILENO) >= 0 && dup2(err, STDERR_FILENO) >= 0) {
+    const int input = settings.input.empty() ? STDIN_FILENO : open(settings.input.c_str(), O_RDONLY);
+    if (chdir(settings.folder.c_str()) == 0 && dup2(input, STDIN_FILENO) >= 0 && dup2(file, STDOUT_FILENO) >= 0 &&
+        dup2(err, STDERR_FILENO) >= 0) {
         execv(ZELMO_TOOL_FILE, argv.data());
     }
     _exit(127);

@@ -29,6 +29,7 @@ public:
         std::string folder = "/";        ///< Where it runs.
         unsigned long fileSizeLimit = 0; ///< RLIMIT_FSIZE in bytes; 0: none.
         unsigned openFileLimit = 0;      ///< RLIMIT_NOFILE; 0: as it is.
+        std::string input;               ///< A file for standard input.
         std::string output;              ///< A file for standard output instead of a pipe.
     };
 
