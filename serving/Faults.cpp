@@ -68,7 +68,7 @@ public:
             order.setting.left = ReadNumber<std::uint32_t>("number of times", 1, UINT32_MAX);
         }
         if (!m_rest.empty()) {
-            Refuse("what follows its parts", m_rest, "NAME[=RATE[,PARAMETER]][@BLOCK[:PACKET]...][xTIMES]");
+            Refuse("rest behind its parts", m_rest, "NAME[=RATE[,PARAMETER]][@BLOCK[:PACKET]...][xTIMES]");
         }
         return order;
     }

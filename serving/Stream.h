@@ -11,7 +11,7 @@ namespace Serving {
 
 /// How images with chunks are sent unless the extended chunk mode is on.
 enum class EChunkForm : std::uint32_t {
-    ExtendedChunkData, ///< type 0x0005: the leader tells of the image, as hosts of all ages understand it
+    ExtendedChunkData, ///< type 0x0005: the leader tells of the image, as in version 1.2 of the standard
     ChunkData,         ///< type 0x0004: the chunks alone do
     Count_
 };
