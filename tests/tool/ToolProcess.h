@@ -1,13 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "Json.h"
+#include <nlohmann/json.hpp>
 
 #include <sys/types.h>
 
 #include <map>
 #include <string>
 #include <vector>
+
+namespace tool {
+using Json = nlohmann::ordered_json;
+}
 
 /// What a run of the tool left: 128 + signal number as exit code when a signal ended it.
 struct ToolResult {
@@ -38,10 +42,14 @@ public:
     ToolProcess& operator=(const ToolProcess&) = delete;
 
     void Signal(int signal);
-    void StopReading(); ///< Closes this end of its standard output.
+    void StopReading();                 ///< Closes this end of its standard output.
+    void Type(const std::string& text); ///< At its standard input, which is a pipe.
+    void EndInput();
 
     /// Reads until standard output or error holds @p text, or both have ended. @return whether one does.
     bool WaitForOutput(const std::string& text);
+
+    const ToolResult& SoFar() const { return m_result; } ///< What has been read.
 
     ToolResult Wait();
 
@@ -49,6 +57,7 @@ private:
     bool ReadSome();
 
     pid_t m_pid = -1;
+    int m_in = -1;
     int m_out = -1;
     int m_err = -1;
     ToolResult m_result;
