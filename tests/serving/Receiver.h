@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "OwnAddress.h"
+
 #include <gigevision/Gvsp.h>
 #include <serving/Descriptor.h>
 #include <serving/Endpoint.h>
@@ -10,7 +12,6 @@
 #include <arpa/inet.h>
 #include <poll.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
@@ -20,12 +21,6 @@
 #include <vector>
 
 namespace Serving {
-
-/// Of this process alone, on the loopback network.
-inline std::uint32_t OwnAddress(std::uint32_t last) {
-    const auto pid = static_cast<std::uint32_t>(getpid());
-    return 0x7F400000u | (pid & 0x3FFFu) << 8 | last;
-}
 
 /// A UDP socket that takes the datagrams of a stream and puts its blocks together, as far as they came.
 class CReceiver {

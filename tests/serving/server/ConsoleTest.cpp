@@ -77,7 +77,7 @@ TEST_F(ConsoleTest, FaultsAreSetListedAndResetForOneCameraOrAll) {
 TEST_F(ConsoleTest, StatusIsTheCamerasNumbersAndQuitEnds) {
     const auto status = CJson::parse(Type("status").substr(0, Type("status").find('\n')));
     EXPECT_EQ(status["device"], m_cameras[0]->SerialNumber());
-    EXPECT_EQ(status["address"], AddressText(OwnAddress(10)));
+    EXPECT_EQ(status["address"], OwnAddressText(10));
     EXPECT_EQ(status["controlled_by"], "");
     EXPECT_EQ(status["commands"], 0);
     EXPECT_EQ(m_quits, 0);

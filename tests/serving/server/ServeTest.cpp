@@ -21,10 +21,6 @@ using testing::IsEmpty;
 constexpr auto kPatience = 60s; // more is a hang
 constexpr std::uint32_t kChannel = Register::kStreamChannel;
 
-std::string OwnText(std::uint32_t last) {
-    return AddressText(OwnAddress(last));
-}
-
 /// A client with a socket for commands; nothing that it sends is lost on the loopback network.
 class CClient {
 public:
@@ -91,7 +87,7 @@ protected:
     void Start(std::uint32_t cameras = 1, std::vector<std::string> options = {}) {
         options.insert(options.begin(), "--json");
         for (std::uint32_t i = 0; i < cameras; ++i) {
-            options.insert(options.end(), {"--address", OwnText(10 + i)});
+            options.insert(options.end(), {"--address", OwnAddressText(10 + i)});
         }
         m_server.emplace(options, ToolProcess::Settings());
         ASSERT_TRUE(m_server->WaitForOutput("Ctrl+C ends it")) << "is told when all is ready";
@@ -182,7 +178,7 @@ TEST_F(ServeTest, TellsItsCamerasWhichAreFoundByUnicastAndBroadcast) {
     for (std::uint32_t i = 0; i < 2; ++i) {
         EXPECT_EQ(served[i]["schema"], 1);
         EXPECT_EQ(served[i]["cameras"], 2);
-        EXPECT_EQ(served[i]["address"], OwnText(10 + i));
+        EXPECT_EQ(served[i]["address"], OwnAddressText(10 + i));
         EXPECT_EQ(served[i]["device"], serialNumbers[OwnAddress(10 + i)]);
         EXPECT_EQ(served[i]["port"], 3956);
         EXPECT_EQ(served[i]["interface"], "lo");
@@ -210,10 +206,10 @@ TEST_F(ServeTest, WhoHasControlReadsAndWrites) {
 
 TEST_F(ServeTest, AnAddressThatIsServedIsRefusedAndStaysServed) {
     Start();
-    const ToolResult second = RunTool({"--json", "--address", OwnText(11), "--address", OwnText(10)});
+    const ToolResult second = RunTool({"--json", "--address", OwnAddressText(11), "--address", OwnAddressText(10)});
     EXPECT_EQ(second.exitCode, 4);
     EXPECT_EQ(second.Error()["code"], "in_use");
-    EXPECT_EQ(second.Error()["message"], OwnText(10) + ":3956 is in use by another program");
+    EXPECT_EQ(second.Error()["message"], OwnAddressText(10) + ":3956 is in use by another program");
     EXPECT_THAT(second.out, IsEmpty());
     EXPECT_TRUE(IsNobodyAt(OwnAddress(11)));
     EXPECT_EQ(m_client.Ask(kCamera, Command::Discovery).status, Status::Success);
@@ -240,8 +236,8 @@ TEST_F(ServeTest, AForcedAddressTakesThePlaceOfTheFormerOne) {
     EXPECT_EQ(m_client.Read(OwnAddress(20), Register::kCurrentIp), OwnAddress(20));
     EXPECT_EQ(m_client.Read(OwnAddress(11), Register::kCurrentIp), OwnAddress(11));
     const ToolResult result = End();
-    EXPECT_EQ(EventsOf(result, "summary").at(0)["cameras"][0]["address"], OwnText(20));
-    EXPECT_THAT(result.err, HasSubstr(OwnText(11) + ":3956 is in use"));
+    EXPECT_EQ(EventsOf(result, "summary").at(0)["cameras"][0]["address"], OwnAddressText(20));
+    EXPECT_THAT(result.err, HasSubstr(OwnAddressText(11) + ":3956 is in use"));
 }
 
 TEST_F(ServeTest, FramesArriveWhole) {
@@ -354,7 +350,7 @@ TEST_F(ServeTest, WhatCannotBeServedIsRefusedAndNothingIsServed) {
     };
     for (const auto& one : cases) {
         std::vector<std::string> options = one.options;
-        options.insert(options.begin(), {"--json", "--address", OwnText(10)});
+        options.insert(options.begin(), {"--json", "--address", OwnAddressText(10)});
         const ToolResult result = RunTool(options);
         EXPECT_EQ(result.exitCode, 2) << one.named;
         EXPECT_THAT(result.Error()["message"].get<std::string>(), HasSubstr(one.named));
