@@ -58,7 +58,8 @@ public:
     /// When it has stopped: the block that is sent is finished; the history stays. Nothing happens twice.
     virtual void StopFrames() noexcept = 0;
     virtual bool TakesFrames() const = 0;
-    /// The id, as on the wire but of 64 bits, of the block with the camera's frame number @p frame.
+    /// The id, as on the wire but of 64 bits, of the block with the camera's frame number @p frame. Threads: any; no
+    /// locks.
     virtual std::uint64_t BlockIdOf(std::uint64_t frame) const = 0;
 
     virtual void Resend(const GigEVision::ResendRequest& request, const CEndpoint& requester) = 0;

@@ -112,12 +112,15 @@ std::uint64_t CMessageChannel::Dropped() const {
     return m_dropped + (m_port != 0 ? m_queue.Dropped() : 0);
 }
 
+// The frames' numbers begin anew with each acquisition, which may be before it is sent: it waits with its block id.
 void CMessageChannel::OnEvent(const CamEmu::CEvent& event) noexcept {
+    CamEmu::CEvent queued = event;
+    queued.frame = m_stream.BlockIdOf(event.frame);
     bool wasEmpty = false;
     {
         const CamEmu::CLockGuard lock(m_lock);
         wasEmpty = m_queue.IsEmpty();
-        m_queue.Push(event, m_camera.Events().IsWanted(CamEmu::EEvent::EventOverrun));
+        m_queue.Push(queued, m_camera.Events().IsWanted(CamEmu::EEvent::EventOverrun));
     }
     if (wasEmpty) {
         m_host.Wake();
@@ -181,7 +184,7 @@ void CMessageChannel::SendNext(std::int64_t nowNs) {
     EventItem item;
     item.eventId = static_cast<std::uint16_t>(CamEmu::kFirstEventId + static_cast<std::uint32_t>(event.kind));
     item.channel = 0;
-    item.blockId = m_stream.BlockIdOf(event.frame);
+    item.blockId = event.frame;
     item.timestamp = m_ticks.Of(event.timestampNs);
     const bool wantsAcknowledge = m_timeoutMs != 0 && !IsMulticast(to.address);
     std::vector<std::uint8_t> datagram = Send(item, wantsAcknowledge);

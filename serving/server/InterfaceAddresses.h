@@ -13,7 +13,8 @@ namespace Serving {
 enum class EAddressPolicy { AsFound, Manage };
 
 /// The addresses of the interface that cameras are served on. Where it may manage them, those that are missing are
-/// added and taken away again; never one that was there before. Owns:    the addresses that it added, up to its end.
+/// added and taken away again; never one that was there before.
+/// Owns:    the addresses that it added, up to its end.
 /// Threads: the control thread.
 class CInterfaceAddresses {
 public:

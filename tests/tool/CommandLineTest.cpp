@@ -44,8 +44,8 @@ void ExpectColumns(const std::string& text, std::size_t columns) {
     }
 }
 
-const char* const kVerbs[] = {"list", "info", "features", "describe", "get",     "set",  "exec",  "save",
-                              "load", "diff", "xml",      "nodemap",  "binding", "grab", "bench", "doctor"};
+const char* const kVerbs[] = {"list", "info", "features", "describe", "get",  "set",   "exec",  "save",  "load",
+                              "diff", "xml",  "nodemap",  "binding",  "grab", "bench", "serve", "doctor"};
 
 std::vector<std::string> AllVerbs() {
     return {std::begin(kVerbs), std::end(kVerbs)};

@@ -27,8 +27,8 @@ std::vector<tool::Json> ParseLines(const std::string& text) {
     return objects;
 }
 
-[[noreturn]] void Become(const std::vector<std::string>& arguments, const ToolProcess::Settings& settings, int out,
-                         int err) {
+[[noreturn]] void Become(const std::vector<std::string>& arguments, const ToolProcess::Settings& settings, int in,
+                         int out, int err) {
     for (const char* name : {"ZELMO_TL_PATH", "ZELMO_DEVICE_FILTER", "ZELMO_LOG_FILE", "ZELMO_LOG_LEVEL", "NO_COLOR"}) {
         unsetenv(name);
     }
@@ -50,7 +50,7 @@ std::vector<tool::Json> ParseLines(const std::string& text) {
     }
     argv.push_back(nullptr);
     const int file = settings.output.empty() ? out : open(settings.output.c_str(), O_WRONLY);
-    const int input = settings.input.empty() ? STDIN_FILENO : open(settings.input.c_str(), O_RDONLY);
+    const int input = settings.input.empty() ? in : open(settings.input.c_str(), O_RDONLY);
     if (chdir(settings.folder.c_str()) == 0 && dup2(input, STDIN_FILENO) >= 0 && dup2(file, STDOUT_FILENO) >= 0 &&
         dup2(err, STDERR_FILENO) >= 0) {
         execv(ZELMO_TOOL_FILE, argv.data());
@@ -86,18 +86,21 @@ tool::Json ToolResult::Error() const {
 }
 
 ToolProcess::ToolProcess(const std::vector<std::string>& arguments, const Settings& settings) {
+    int in[2];
     int out[2];
     int err[2];
-    if (pipe2(out, O_CLOEXEC) != 0 || pipe2(err, O_CLOEXEC) != 0) {
+    if (pipe2(in, O_CLOEXEC) != 0 || pipe2(out, O_CLOEXEC) != 0 || pipe2(err, O_CLOEXEC) != 0) {
         ADD_FAILURE() << "no pipes";
         return;
     }
     m_pid = fork();
     if (m_pid == 0) {
-        Become(arguments, settings, out[1], err[1]);
+        Become(arguments, settings, in[0], out[1], err[1]);
     }
+    close(in[0]);
     close(out[1]);
     close(err[1]);
+    m_in = in[1];
     m_out = out[0];
     m_err = err[0];
 }
@@ -107,7 +110,7 @@ ToolProcess::~ToolProcess() {
         kill(m_pid, SIGKILL);
         waitpid(m_pid, nullptr, 0);
     }
-    for (const int fd : {m_out, m_err}) {
+    for (const int fd : {m_in, m_out, m_err}) {
         if (fd >= 0) {
             close(fd);
         }
@@ -121,6 +124,15 @@ void ToolProcess::Signal(int signal) {
 void ToolProcess::StopReading() {
     close(m_out);
     m_out = -1;
+}
+
+void ToolProcess::Type(const std::string& text) {
+    EXPECT_EQ(write(m_in, text.data(), text.size()), static_cast<ssize_t>(text.size()));
+}
+
+void ToolProcess::EndInput() {
+    close(m_in);
+    m_in = -1;
 }
 
 bool ToolProcess::ReadSome() {

@@ -1,13 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "Json.h"
+#include <nlohmann/json.hpp>
 
 #include <sys/types.h>
 
 #include <map>
 #include <string>
 #include <vector>
+
+namespace tool {
+using Json = nlohmann::ordered_json;
+}
 
 /// What a run of the tool left: 128 + signal number as exit code when a signal ended it.
 struct ToolResult {
@@ -29,7 +33,7 @@ public:
         std::string folder = "/";        ///< Where it runs.
         unsigned long fileSizeLimit = 0; ///< RLIMIT_FSIZE in bytes; 0: none.
         unsigned openFileLimit = 0;      ///< RLIMIT_NOFILE; 0: as it is.
-        std::string input;               ///< A file for standard input.
+        std::string input;               ///< A file for standard input instead of a pipe.
         std::string output;              ///< A file for standard output instead of a pipe.
     };
 
@@ -39,10 +43,14 @@ public:
     ToolProcess& operator=(const ToolProcess&) = delete;
 
     void Signal(int signal);
-    void StopReading(); ///< Closes this end of its standard output.
+    void StopReading();                 ///< Closes this end of its standard output.
+    void Type(const std::string& text); ///< At its standard input, which is a pipe.
+    void EndInput();
 
     /// Reads until standard output or error holds @p text, or both have ended. @return whether one does.
     bool WaitForOutput(const std::string& text);
+
+    const ToolResult& SoFar() const { return m_result; } ///< What has been read.
 
     ToolResult Wait();
 
@@ -50,6 +58,7 @@ private:
     bool ReadSome();
 
     pid_t m_pid = -1;
+    int m_in = -1;
     int m_out = -1;
     int m_err = -1;
     ToolResult m_result;

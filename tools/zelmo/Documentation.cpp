@@ -104,7 +104,7 @@ const char* const kEnvironment[][2] = {
 
 std::string MakeToolHelp(const CLI::App& app, const Verbs& verbs) {
     constexpr std::size_t verbIndent = 12;
-    std::string help = app.get_description() + "\nUsage: zelmo VERB [OPTIONS] [ARGUMENTS]\n\nVerbs:\n";
+    std::string help = app.get_description() + "\nUsage: zelmo VERB [OPTIONS] [ARGUMENTS]\nVerbs:\n";
     for (const auto& verb : verbs) {
         help += Wrap("  " + verb->GetName(), verb->GetSummary(), verbIndent);
     }

@@ -64,6 +64,7 @@ TEST_F(MessageTest, WhatIsNotAcknowledgedIsSentAgainBeforeTheNextOne) {
     Raise(1);
     Raise(2);
     Pass(0);
+    stream.firstId = 10; // another acquisition has begun
     ASSERT_EQ(host.messages.size(), 1u);
     EXPECT_EQ(host.messages[0].bytes[1], 0x01);
     EXPECT_EQ(device.NextDueNs(), now + 500 * kMs);

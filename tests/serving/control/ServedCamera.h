@@ -64,7 +64,7 @@ public:
         }
     }
     bool TakesFrames() const override { return takesFrames; }
-    std::uint64_t BlockIdOf(std::uint64_t frame) const override { return frame + 1; }
+    std::uint64_t BlockIdOf(std::uint64_t frame) const override { return frame + firstId; }
     void Resend(const GigEVision::ResendRequest& request, const CEndpoint&) override { resends.push_back(request); }
     void SendTestPacket(std::uint32_t size, bool) override { testPackets.push_back(size); }
     void Mute(bool muted) override { isMuted = muted; }
@@ -72,6 +72,7 @@ public:
 
     bool isOpen = false, takesFrames = false, isMuted = false, failsOpen = false, failsStart = false;
     int openings = 0;
+    std::uint64_t firstId = 1;
     CStreamSettings settings;
     std::vector<GigEVision::ResendRequest> resends;
     std::vector<std::uint32_t> testPackets;
