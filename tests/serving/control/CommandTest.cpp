@@ -16,13 +16,11 @@ TEST_F(CommandTest, WhatIsNoCommandIsDroppedAndCounted) {
         bad[at] = byte;
         return bad;
     };
-    const ByteList bad[] = {{},
-                            ByteList(7, 0x42),
-                            with(0, 0x41),
-                            with(5, 5),
-                            with(7, 0),
-                            ByteList(good.begin(), good.end() - 1),
-                            Datagram(0x0080, ByteList(544), 7)};
+    ByteList tooLong = Concat(Datagram(0x0080, ByteList(540), 7), {0, 0, 0, 0});
+    tooLong[4] = 544 >> 8;
+    tooLong[5] = 544 & 0xFF;
+    const ByteList bad[] = {
+        {}, ByteList(7, 0x42), with(0, 0x41), with(5, 5), with(7, 0), ByteList(good.begin(), good.end() - 1), tooLong};
     for (const ByteList& datagram : bad) {
         EXPECT_FALSE(Send(datagram)) << ::testing::PrintToString(datagram);
     }
