@@ -75,7 +75,8 @@ TEST_F(ConsoleTest, FaultsAreSetListedAndResetForOneCameraOrAll) {
 }
 
 TEST_F(ConsoleTest, StatusIsTheCamerasNumbersAndQuitEnds) {
-    const auto status = CJson::parse(Type("status").substr(0, Type("status").find('\n')));
+    const std::string printed = Type("status");
+    const CJson status = CJson::parse(printed.substr(0, printed.find('\n'))); // of the first camera
     EXPECT_EQ(status["device"], m_cameras[0]->SerialNumber());
     EXPECT_EQ(status["address"], OwnAddressText(10));
     EXPECT_EQ(status["controlled_by"], "");

@@ -75,10 +75,19 @@ bool IsNobodyAt(std::uint32_t address) {
     to.sin_addr.s_addr = htonl(address);
     to.sin_port = htons(GigEVision::kGvcpPort);
     const ByteList discovery = {0x42, 1, 0, 2, 0, 0, 0, 1};
-    char answer = 0;
-    return connect(connected.Number(), reinterpret_cast<sockaddr*>(&to), sizeof to) == 0 &&
-           send(connected.Number(), discovery.data(), discovery.size(), 0) == 8 &&
-           recv(connected.Number(), &answer, 1, 0) < 0 && errno == ECONNREFUSED;
+    connect(connected.Number(), reinterpret_cast<sockaddr*>(&to), sizeof to);
+    for (int tries = 0; tries < 600; ++tries) { // the host bounds how often it says so
+        char answer = 0;
+        pollfd waited = {connected.Number(), POLLIN, 0};
+        if (send(connected.Number(), discovery.data(), discovery.size(), 0) < 0 ||
+            (poll(&waited, 1, 100) > 0 && recv(connected.Number(), &answer, 1, 0) < 0)) {
+            return errno == ECONNREFUSED;
+        }
+        if (answer != 0 || waited.revents != 0) {
+            return false; // somebody answers
+        }
+    }
+    return false;
 }
 
 /// The program with cameras at OwnAddress(10) and on.
