@@ -113,6 +113,7 @@ CNumbers NumbersOf(const CServedCounts& counts) {
             {"actions", counts.control.actions},
             {"blocks", counts.stream.blocks},
             {"lost_blocks", counts.stream.lostBlocks},
+            {"unsent_blocks", counts.stream.unsentBlocks},
             {"packets", counts.stream.packets},
             {"sent_bytes", counts.stream.bytes},
             {"resend_requests", counts.stream.resendRequests},

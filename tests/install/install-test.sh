@@ -52,6 +52,7 @@ pkg-config)
     ;;
 tool)
     test "$("$prefix/bin/zelmo" list --json | grep -c HarlixCamEmu)" -ge 1
+    "$prefix/bin/zelmo" serve --list-faults | grep -F packet-loss # by a program that the tool looks for beside itself
     ldd "$prefix/bin/zelmo" | grep -F "$prefix/bin/../$LIBDIR/libzelmo.so"
     ;;
 plugin) # by the lines that docs/writing-a-plugin.md tells

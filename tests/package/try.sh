@@ -39,6 +39,7 @@ inside "$installs /packages/libgenicam3_* /packages/libzelmo6_* /packages/zelmo-
     test \$(grep -c HarlixCamEmu /list) -eq 2
     ZELMO_CAMEMU=1 zelmo grab -n 3 -o /image-%d.png
     test -s /image-3.png
+    echo quit | zelmo serve --address 127.1.0.2 | grep -F 127.1.0.2
     test -s /usr/share/man/man1/zelmo.1.gz -a -s /usr/share/bash-completion/completions/zelmo"
 
 inside "$installs /packages/libzelmo-dev_* /packages/zelmo-doc_*; $no_compiler

@@ -27,14 +27,13 @@ public:
     std::string GetName() const override { return "serve"; }
     std::string GetSummary() const override { return "Put emulated cameras on a network, as GigE Vision"; }
     std::string GetDetails() const override {
-        return "Serves until a signal comes or a line 'quit' on standard input. Without --interface the cameras are "
-               "at 127.0.0.2 and on, and are reached from this machine only; other settings than these are for "
-               "networks "
-               "that you may disturb. A fault is NAME[=RATE[,PARAMETER]][@BLOCK[:PACKET]...][xTIMES], such as "
-               "packet-loss=0.01, trailer-loss@17@20 or silence,2000x1: RATE is a probability, 1 when left out; "
-               "--list-faults tells the names. While it serves, standard input takes the lines 'fault [SERIAL] FAULT', "
-               "'faults', 'reset [SERIAL]', 'status' and 'quit'. The exit code is 130 or 143 after SIGINT or SIGTERM, "
-               "4 when an address is in use by another program or a privilege is missing.";
+        return "Serves until a signal comes or the line 'quit' on standard input. Without --interface the cameras are "
+               "at 127.0.0.2 and on, where only this machine reaches them. A fault is "
+               "NAME[=RATE[,PARAMETER]][@BLOCK[:PACKET]...][xTIMES], such as packet-loss=0.01, trailer-loss@17@20 or "
+               "silence,2000x1: RATE is a probability, 1 when left out; --list-faults tells the names. While it "
+               "serves, standard input takes the lines 'fault [SERIAL] FAULT', 'faults', 'reset [SERIAL]', 'status' "
+               "and 'quit'. The exit code is 130 or 143 after SIGINT or SIGTERM, and 4 when an address is in use by "
+               "another program or a privilege is missing.";
     }
     std::vector<Example> GetExamples() const override {
         return {
