@@ -14,15 +14,14 @@ namespace Serving {
 
 /// The stream channel of a served camera: takes its frames, makes blocks of them, and has them sent while it is open.
 /// A frame is drawn into the memory of a block, which goes from the camera to the sender, stays in its history and
-/// comes back to be drawn again; only the blocks that the camera is about to need wait with it.
-/// Time stamps of blocks are those of the frames: whoever resets the camera's ticks sets the time origin of its frame
-/// stream, too.
+/// comes back to be drawn again; only the blocks that the camera is about to need wait with it. Time stamps of blocks
+/// are those of the frames: whoever resets the camera's ticks sets the time origin of its frame stream, too
+/// (CFrameStream::SetTimeOrigin).
 /// Owns:    the blocks, and the sender from Open to Close.
 /// Borrows: all that it is made with.
 /// Threads: as IStream; frames come on the camera's stream thread. Counts, Mute and BlockIdOf any.
-/// Locks:   m_lock, inside those of the camera's registers, around those of its frame stream and of the sender; not
-/// held
-///          while threads are ended. BlockIdOf takes none: events come with locks of the frame stream held.
+/// Locks:   m_lock, inside those of the camera's registers and around those of its frame stream and of the sender; not
+///          held while threads are ended. BlockIdOf takes none: events come with locks of the frame stream held.
 class CStreamChannel final : public IStream, private CamEmu::IFrameSink, private IBlockHome {
 public:
     /// @p address is the camera's, where packets come from.
