@@ -2,11 +2,13 @@
 #include "ErrorLines.h"
 
 #include <cerrno>
+#include <csignal>
 #include <ext/stdio_filebuf.h>
 #include <fcntl.h>
 #include <poll.h>
 #include <pthread.h>
 #include <unistd.h>
+#include <utility>
 
 namespace tool {
 namespace {
@@ -14,6 +16,23 @@ namespace {
 int CopyOfStandardError() {
     constexpr int kLowest = 3; // the standard streams stay free, should one of them be closed
     return fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, kLowest);
+}
+
+/// Signals are for the threads of the program: one that only passes lines on and mostly sleeps takes none.
+std::thread StartWithoutSignals(std::function<void()> body) {
+    sigset_t all;
+    sigset_t before;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &before);
+    std::thread thread;
+    try {
+        thread = std::thread(std::move(body));
+    } catch (...) {
+        pthread_sigmask(SIG_SETMASK, &before, nullptr);
+        throw;
+    }
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    return thread;
 }
 
 } // namespace
@@ -28,7 +47,7 @@ ErrorStream::~ErrorStream() = default;
 
 ErrorLines::ErrorLines(std::function<void(const std::string& line)> onLine)
     : m_reader(std::move(onLine)), m_original(CopyOfStandardError()) {
-    m_thread = std::thread([this] { Run(); });
+    m_thread = StartWithoutSignals([this] { Run(); });
     pthread_setname_np(m_thread.native_handle(), "error-lines");
     dup2(m_lines.writeEnd.Get(), STDERR_FILENO);
     m_lines.writeEnd.Close(); // else the pipe would never end
