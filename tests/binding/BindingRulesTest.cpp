@@ -57,9 +57,9 @@ TEST_F(BindingRules, DeviceThatNoneMatchesDownloads) {
 
 struct Choice {
     const char* what;
-    std::vector<std::string> documents;
-    const char* file;
     EBindingStep step;
+    const char* file;
+    std::vector<std::string> documents;
     friend void PrintTo(const Choice& choice, std::ostream* stream) { *stream << choice.what; }
 };
 
@@ -80,51 +80,42 @@ std::string Standard(const std::string& rules) {
     return RuleDocument(rules, "standard");
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    All, BindingChoice,
-    testing::Values(
-        Choice{"the only one", {Standard(FileRule("a"))}, "./a", BindingStep_HighestPriority},
-        Choice{"last of equals", {Standard(FileRule("a", "1") + FileRule("b", "1"))}, "./b", BindingStep_Last},
-        Choice{"last of equal documents", {Standard(FileRule("a")), Standard(FileRule("b"))}, "./b", BindingStep_Last},
-        Choice{"custom before standard",
-               {RuleDocument(FileRule("custom", "1")), Standard(FileRule("a", "1") + FileRule("b", "1"))},
-               "./custom",
-               BindingStep_LastCustom},
-        Choice{"last custom",
-               {Standard(FileRule("a")), RuleDocument(FileRule("b") + FileRule("c")), Standard(FileRule("d"))},
-               "./c",
-               BindingStep_LastCustom},
-        Choice{"all custom", {RuleDocument(FileRule("a") + FileRule("b"))}, "./b", BindingStep_LastCustom},
-        Choice{"priority before custom",
-               {RuleDocument(FileRule("custom", "1")), Standard(FileRule("a", "2"))},
-               "./a",
-               BindingStep_HighestPriority},
-        Choice{"custom of a lower priority among equals",
-               {RuleDocument(FileRule("custom")), Standard(FileRule("a", "1") + FileRule("b", "1"))},
-               "./b",
-               BindingStep_Last},
-        Choice{"numbers by value",
-               {Standard(FileRule("a", "10") + FileRule("b", "9"))},
-               "./a",
-               BindingStep_HighestPriority},
-        Choice{"negative is very high",
-               {Standard(FileRule("a", "-1") + FileRule("b", "4294967294"))},
-               "./a",
-               BindingStep_HighestPriority},
-        Choice{"32 bits are left",
-               {Standard(FileRule("a", "1") + FileRule("b", "4294967296"))},
-               "./a",
-               BindingStep_HighestPriority},
-        Choice{"no number is 0",
-               {Standard(FileRule("a", "1") + FileRule("b", "high"))},
-               "./a",
-               BindingStep_HighestPriority},
-        Choice{
-            "absent is 0", {Standard(FileRule("a", "0") + "<Rule><File>./b</File></Rule>")}, "./b", BindingStep_Last},
-        Choice{"type is exact",
-               {RuleDocument(FileRule("a"), "Custom") + " ", Standard(FileRule("b"))},
-               "./b",
-               BindingStep_Last}));
+const Choice kChoices[] = {
+    {"the only one", BindingStep_HighestPriority, "./a", {Standard(FileRule("a"))}},
+    {"last of equals", BindingStep_Last, "./b", {Standard(FileRule("a", "1") + FileRule("b", "1"))}},
+    {"last of equal documents", BindingStep_Last, "./b", {Standard(FileRule("a")), Standard(FileRule("b"))}},
+    {"custom before standard",
+     BindingStep_LastCustom,
+     "./custom",
+     {RuleDocument(FileRule("custom", "1")), Standard(FileRule("a", "1") + FileRule("b", "1"))}},
+    {"last custom",
+     BindingStep_LastCustom,
+     "./c",
+     {Standard(FileRule("a")), RuleDocument(FileRule("b") + FileRule("c")), Standard(FileRule("d"))}},
+    {"all custom", BindingStep_LastCustom, "./b", {RuleDocument(FileRule("a") + FileRule("b"))}},
+    {"priority before custom",
+     BindingStep_HighestPriority,
+     "./a",
+     {RuleDocument(FileRule("custom", "1")), Standard(FileRule("a", "2"))}},
+    {"custom of a lower priority among equals",
+     BindingStep_Last,
+     "./b",
+     {RuleDocument(FileRule("custom")), Standard(FileRule("a", "1") + FileRule("b", "1"))}},
+    {"numbers by value", BindingStep_HighestPriority, "./a", {Standard(FileRule("a", "10") + FileRule("b", "9"))}},
+    {"negative is very high",
+     BindingStep_HighestPriority,
+     "./a",
+     {Standard(FileRule("a", "-1") + FileRule("b", "4294967294"))}},
+    {"32 bits are left",
+     BindingStep_HighestPriority,
+     "./a",
+     {Standard(FileRule("a", "1") + FileRule("b", "4294967296"))}},
+    {"no number is 0", BindingStep_HighestPriority, "./a", {Standard(FileRule("a", "1") + FileRule("b", "high"))}},
+    {"absent is 0", BindingStep_Last, "./b", {Standard(FileRule("a", "0") + "<Rule><File>./b</File></Rule>")}},
+    {"type is exact", BindingStep_Last, "./b", {RuleDocument(FileRule("a"), "Custom") + " ", Standard(FileRule("b"))}},
+};
+
+INSTANTIATE_TEST_SUITE_P(All, BindingChoice, testing::ValuesIn(kChoices));
 
 struct Match {
     const char* elements;

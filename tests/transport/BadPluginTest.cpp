@@ -17,6 +17,7 @@
 #include <sys/stat.h>
 
 using namespace Zelmo;
+using namespace GenICam;
 using testing::ElementsAre;
 
 namespace {
@@ -135,32 +136,27 @@ TEST_P(FaultyPluginTest, HidesNothingOfTheOthers) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Faults, FaultyPluginTest,
-                         testing::Values(PluginFault{"none", 0, "", 1},
-                                         PluginFault{"GetTLInfoList GenICam", GenICam::LogPriority_Error,
-                                                     "Exception in GetTLInfoList of TL lib '%': broken", 0},
-                                         PluginFault{"GetTLInfoList standard", GenICam::LogPriority_Error,
-                                                     "Exception in GetTLInfoList of TL lib '%': broken", 0},
-                                         PluginFault{"GetTLInfoList unknown", GenICam::LogPriority_Error,
-                                                     "Exception in GetTLInfoList of TL lib '%': Unknown exception", 0},
-                                         PluginFault{"Create GenICam", GenICam::LogPriority_Notice,
-                                                     "Trying to create TL 'Fake/FakeFaulty' - broken", 0},
-                                         PluginFault{"Create unknown", GenICam::LogPriority_Notice,
-                                                     "Unknown error while enumerating FakeFaulty devices.", 0},
-                                         PluginFault{"GetTlInfo GenICam", GenICam::LogPriority_Notice,
-                                                     "Trying to create TL 'Fake/FakeFaulty' - broken", 0},
-                                         PluginFault{"Create null", 0, "", 0}, PluginFault{"Not counted", 0, "", 1},
-                                         PluginFault{"EnumerateDevices GenICam", GenICam::LogPriority_Warn,
-                                                     "Exception while enumerating FakeFaulty devices. Error: 'broken'",
-                                                     1},
-                                         PluginFault{"EnumerateDevices standard", GenICam::LogPriority_Notice,
-                                                     "Unknown error while enumerating FakeFaulty devices.", 1},
-                                         PluginFault{"No device class", GenICam::LogPriority_Warn, kClassless, 1}),
-                         [](const auto& tested) {
-                             std::string name = tested.param.fault;
-                             std::erase(name, ' ');
-                             return name;
-                         });
+const PluginFault kFaults[] = {
+    {"none", 0, "", 1},
+    {"GetTLInfoList GenICam", LogPriority_Error, "Exception in GetTLInfoList of TL lib '%': broken", 0},
+    {"GetTLInfoList standard", LogPriority_Error, "Exception in GetTLInfoList of TL lib '%': broken", 0},
+    {"GetTLInfoList unknown", LogPriority_Error, "Exception in GetTLInfoList of TL lib '%': Unknown exception", 0},
+    {"Create GenICam", LogPriority_Notice, "Trying to create TL 'Fake/FakeFaulty' - broken", 0},
+    {"Create unknown", LogPriority_Notice, "Unknown error while enumerating FakeFaulty devices.", 0},
+    {"GetTlInfo GenICam", LogPriority_Notice, "Trying to create TL 'Fake/FakeFaulty' - broken", 0},
+    {"Create null", 0, "", 0},
+    {"Not counted", 0, "", 1},
+    {"EnumerateDevices GenICam", LogPriority_Warn, "Exception while enumerating FakeFaulty devices. Error: 'broken'",
+     1},
+    {"EnumerateDevices standard", LogPriority_Notice, "Unknown error while enumerating FakeFaulty devices.", 1},
+    {"No device class", LogPriority_Warn, kClassless, 1},
+};
+
+INSTANTIATE_TEST_SUITE_P(Faults, FaultyPluginTest, testing::ValuesIn(kFaults), [](const auto& tested) {
+    std::string name = tested.param.fault;
+    std::erase(name, ' ');
+    return name;
+});
 
 using OtherFaultTest = PluginTest;
 

@@ -149,6 +149,14 @@ void OnWrite(Stage& stage, GenApi::ECallbackType when, const std::function<void(
     node->DeregisterCallback(handle);
 }
 
+void OnConfiguration(Stage& stage, const std::string& notice, const std::function<void()>& call) {
+    Diary diary;
+    diary.on[notice] = [&](CInstantCamera&) { call(); };
+    stage.camera.Open();
+    stage.camera.RegisterConfiguration(&diary, RegistrationMode_Append, Cleanup_None);
+    stage.camera.DeregisterConfiguration(&diary);
+}
+
 std::map<std::string, Place> Places() {
     return {
         {"thread",
@@ -199,22 +207,9 @@ std::map<std::string, Place> Places() {
              CGrabResultPtr result;
              stage.camera.RetrieveResult(kPatience, result, kReturns);
          }},
-        {"registered", // and the next one: notices are as the camera's life
-         [](Stage& stage, const std::function<void()>& call) {
-             Diary diary;
-             diary.on["registered"] = [&](CInstantCamera&) { call(); };
-             stage.camera.Open();
-             stage.camera.RegisterConfiguration(&diary, RegistrationMode_Append, Cleanup_None);
-             stage.camera.DeregisterConfiguration(&diary);
-         }},
-        {"deregistered",
-         [](Stage& stage, const std::function<void()>& call) {
-             Diary diary;
-             diary.on["deregistered"] = [&](CInstantCamera&) { call(); };
-             stage.camera.Open();
-             stage.camera.RegisterConfiguration(&diary, RegistrationMode_Append, Cleanup_None);
-             stage.camera.DeregisterConfiguration(&diary);
-         }},
+        // Notices of configurations are as the camera's life.
+        {"registered", [](Stage& stage, const auto& call) { OnConfiguration(stage, "registered", call); }},
+        {"deregistered", [](Stage& stage, const auto& call) { OnConfiguration(stage, "deregistered", call); }},
         {"outside",
          [](Stage& stage, const std::function<void()>& call) { OnWrite(stage, GenApi::cbPostOutsideLock, call); }},
         {"inside",

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "serving/server/InterfaceAddresses.h"
-#include "serving/server/ServeError.h"
 
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 namespace Serving {
 namespace {
@@ -31,29 +30,6 @@ TEST(AddressTest, LoopbackHasItsWholeNetworkAndGetsNoOther) {
         EXPECT_EQ(addresses.Claim(0xC0000201, 0xFFFFFF00), std::nullopt);
         addresses.Release(0x7F123456);
         EXPECT_EQ(addresses.Claim(0x7F123456, 0xFFFFFF00), 0xFF000000u);
-    }
-}
-
-TEST(AddressTest, AnInterfaceHasWhatItWasGivenAndReachesItsNetworks) {
-    CNetworkInterface interface;
-    EXPECT_EQ(AddressesText(interface), "no IPv4 address");
-    interface.addresses = {{0x0A000005, 0xFFFFFF00}, {0x0A000105, 0xFFFFFE00}};
-    EXPECT_EQ(AddressesText(interface), "10.0.0.5/24, 10.0.1.5/23");
-    EXPECT_EQ(interface.Find(0x0A000006), nullptr);
-    EXPECT_EQ(interface.Find(0x0A000105), &interface.addresses[1]);
-    EXPECT_EQ(interface.FindNetworkOf(0x0A000006), &interface.addresses[0]);
-    EXPECT_EQ(interface.FindNetworkOf(0x0A000106), &interface.addresses[1]);
-    EXPECT_EQ(interface.FindNetworkOf(0x0A000206), nullptr);
-    EXPECT_EQ(interface.addresses[1].Broadcast(), 0x0A0001FFu);
-}
-
-TEST(AddressTest, AnInterfaceThatIsNotThereIsNamedWithThoseThatAre) {
-    try {
-        LookAtInterface("no-such");
-        ADD_FAILURE() << "was found";
-    } catch (const CServeError& error) {
-        EXPECT_EQ(error.Exit(), EExit::Usage);
-        EXPECT_THAT(error.what(), testing::ContainsRegex("'no-such'.*lo"));
     }
 }
 

@@ -55,7 +55,8 @@ INSTANTIATE_TEST_SUITE_P(Texts, BadFaultTest,
                                            CBadFault{"packet-loss@1:", "packet is \"\"", "0 to 4294967294"},
                                            CBadFault{"ack-loss@1", "place is \"1\"", "not of the stream"},
                                            CBadFault{"packet-lossx0", "number of times is \"0\"", "1 to"},
-                                           CBadFault{"packet-loss=0.5;1", "the rest behind its parts is \";1\"", "NAME"}));
+                                           CBadFault{"packet-loss=0.5;1", "the rest behind its parts is \";1\"",
+                                                     "NAME"}));
 
 TEST_P(BadFaultTest, IsRefusedWithThePartAndWhatIsPermitted) {
     try {
