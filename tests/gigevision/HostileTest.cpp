@@ -103,18 +103,6 @@ TEST(HostileTest, BlockInOnePacketMayBeCutAnywhere) {
     EXPECT_FALSE(DecodeAllIn(header, types));
 }
 
-// What a buffer holds already is encoded in place.
-TEST(HostileTest, PayloadMayStandInTheBufferBefore) {
-    GvcpBuffer buffer = {};
-    const MutableBytes payload = MutableBytes(buffer).subspan(kGvcpHeaderBytes);
-    payload[4] = 0x11;
-    payload[5] = 0x22;
-    const Bytes memory = EncodeMemory({0xA1B2C3D4, payload.subspan(4, 2)}, payload);
-    const Bytes datagram = EncodeAcknowledge({Status::Success, 0x85, 7, memory}, buffer);
-    EXPECT_EQ(Datagram(datagram.begin(), datagram.end()),
-              (Datagram{0, 0, 0, 0x85, 0, 6, 0, 7, 0xA1, 0xB2, 0xC3, 0xD4, 0x11, 0x22}));
-}
-
 TEST(HostileTest, TextsBeyondTheirFieldAreCut) {
     DiscoveryInfo info;
     info.userName = std::string(40, 'x');

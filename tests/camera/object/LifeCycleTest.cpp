@@ -3,7 +3,9 @@
 #include "fakes/VirtualSlots.h"
 
 #include <GenApi/NodeCallback.h>
+#include <GenApi/NodeMapRef.h>
 #include <GenApi/Pointer.h>
+#include <zelmo/AcquireContinuousConfiguration.h>
 
 #include <stdexcept>
 #include <tuple>
@@ -127,6 +129,27 @@ TEST_F(CameraTest, DefaultConfigurationSetsAcquisitionUpAndFailsTheOpeningWhereI
                                     "msg="));
     EXPECT_FALSE(camera.IsOpen());
     EXPECT_EQ(m_device.Callbacks(), 0U);
+}
+
+TEST(AcquireContinuousConfigurationTest, SwitchesEachTriggerAndCompressionOff) {
+    GenApi::CNodeMapRef map;
+    map._LoadXMLFromString(R"(<RegisterDescription>
+<Enumeration Name="TriggerSelector"><EnumEntry Name="A"><Value>0</Value></EnumEntry>
+<EnumEntry Name="B"><Value>1</Value></EnumEntry><pValue>Selected</pValue></Enumeration>
+<Integer Name="Selected"><Value>0</Value></Integer><Integer Name="OfA"><Value>1</Value></Integer>
+<Integer Name="OfB"><Value>1</Value></Integer><Integer Name="Mode"><pIndex>Selected</pIndex>
+<pValueIndexed Index="0">OfA</pValueIndexed><pValueIndexed Index="1">OfB</pValueIndexed><ValueDefault>0</ValueDefault></Integer>
+<Enumeration Name="TriggerMode"><EnumEntry Name="Off"><Value>0</Value></EnumEntry><pValue>Mode</pValue></Enumeration>
+<Enumeration Name="ImageCompressionMode"><EnumEntry Name="Off"><Value>0</Value></EnumEntry><Value>1</Value></Enumeration>
+<Enumeration Name="AcquisitionMode"><EnumEntry Name="Continuous"><Value>2</Value></EnumEntry><Value>0</Value></Enumeration>
+</RegisterDescription>)");
+    CAcquireContinuousConfiguration::ApplyConfiguration(*map._Ptr());
+    for (const char* const off : {"OfA", "OfB"}) {
+        EXPECT_EQ(GenApi::CIntegerPtr(*map._Ptr(), off)->GetValue(), 0) << off;
+    }
+    for (const char* const name : {"ImageCompressionMode", "AcquisitionMode"}) {
+        EXPECT_NE(GenApi::CEnumerationPtr(*map._Ptr(), name)->ToString(), "") << name; // it had no entry
+    }
 }
 
 TEST_F(CameraTest, ParametersDecideHowADeviceIsOpenedAndAreLockedMeanwhile) {
