@@ -13,7 +13,7 @@ import sys
 from pathlib import Path
 
 INCLUDE = re.compile(r'^#include ([<"])([^>"]+(?<!\.def))[>"]') # a table stands where its macro does
-PROJECT = ("zelmo/", "GenApi/", "Base/", "Log/", "ZelmoBase/", "XMLWrapperLib/", "genicam/", "plugins/", "tests/", "tools/",
+PROJECT = ("zelmo/", "common/", "GenApi/", "Base/", "Log/", "ZelmoBase/", "XMLWrapperLib/", "genicam/", "plugins/", "tests/", "tools/",
            "gigevision/", "serving/", "core/", "binding/", "camera/", "emulator/", "fakes/", "DocumentedCheck.h")
 OTHERS = re.compile(r"(boost|spdlog|fmt|CLI|nlohmann|gtest|gmock|benchmark|fuzzer)/|(tinyxml2\.h|pugixml\.hpp|png\.h|zip\.h|zlib\.h)$")
 OWN, PROJECTS, LIBRARIES, SYSTEM = range(4)

@@ -68,7 +68,7 @@ public:
             order.setting.left = ReadNumber<std::uint32_t>("number of times", 1, UINT32_MAX);
         }
         if (!m_rest.empty()) {
-            Refuse("rest behind its parts", m_rest, "NAME[=RATE[,PARAMETER]][@BLOCK[:PACKET]...][xTIMES]");
+            Refuse("rest behind its parts", m_rest, "NAME[=RATE[,PARAMETER]][@PLACE...][xTIMES]");
         }
         return order;
     }
@@ -133,12 +133,13 @@ private:
     }
 
     CFaultPlace ReadPlace(EFault fault) {
-        if (IndexOf(fault) >= kStreamFaults) {
-            Refuse("place", Part(), "none, this fault is not of the stream");
-        }
+        const bool isOfStream = IndexOf(fault) < kStreamFaults;
         CFaultPlace place;
-        place.block = ReadNumber<std::uint64_t>("block", 1, UINT64_MAX);
+        place.block = ReadNumber<std::uint64_t>(isOfStream ? "block" : "number", 1, UINT64_MAX);
         if (Skips(':')) {
+            if (!isOfStream) {
+                Refuse("packet", Part(), "none, this fault is not of the stream");
+            }
             place.packet = ReadNumber<std::uint32_t>("packet", 0, CFaultPlace::kAnyPacket - 1);
         }
         return place;
@@ -180,24 +181,25 @@ bool CServingFaults::Strikes(EFault fault, std::uint64_t block, std::uint32_t pa
     if (!IsOn(fault)) {
         return false;
     }
-    const CamEmu::CLockGuard lock(m_lock);
-    return StrikesLocked(fault, m_faults[IndexOf(fault)], block, packet, turn);
+    const PluginKit::CLockGuard lock(m_lock);
+    CState& state = m_faults[IndexOf(fault)];
+    return IsPlaced(state.setting, block, packet) && StrikesLocked(fault, state, block, packet, turn);
 }
 
 bool CServingFaults::StrikesNext(EFault fault) {
     if (!IsOn(fault)) {
         return false;
     }
-    const CamEmu::CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     CState& state = m_faults[IndexOf(fault)];
-    return StrikesLocked(fault, state, 0, 0, state.turns++);
+    const std::uint64_t turn = state.turns++;
+    return IsPlaced(state.setting, ++state.asked, 0) && StrikesLocked(fault, state, 0, 0, turn);
 }
 
 bool CServingFaults::StrikesLocked(EFault fault, CState& state, std::uint64_t block, std::uint32_t packet,
                                    std::uint64_t turn) {
     CFaultSetting& setting = state.setting;
-    if (!IsPlaced(setting, block, packet) ||
-        Chance(m_seed, std::uint64_t{IndexOf(fault)}, block, packet, turn) >= setting.rate) {
+    if (Chance(m_seed, std::uint64_t{IndexOf(fault)}, block, packet, turn) >= setting.rate) {
         return false;
     }
     ++state.count;
@@ -209,34 +211,35 @@ bool CServingFaults::StrikesLocked(EFault fault, CState& state, std::uint64_t bl
 }
 
 std::uint32_t CServingFaults::Parameter(EFault fault) const {
-    const CamEmu::CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     return m_faults[IndexOf(fault)].setting.parameter;
 }
 
 void CServingFaults::Set(EFault fault, CFaultSetting setting) {
     const CFaultInfo& info = kInfos[IndexOf(fault)];
     setting.parameter = std::clamp(setting.parameter, info.min, info.max);
-    const CamEmu::CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     if (setting.rate > 0) { // not a number is off
         m_on |= BitOf(fault);
     } else {
         m_on &= ~BitOf(fault);
     }
     std::swap(m_faults[IndexOf(fault)].setting, setting);
+    m_faults[IndexOf(fault)].asked = 0;
 }
 
 CFaultSetting CServingFaults::Get(EFault fault) const {
-    const CamEmu::CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     return m_faults[IndexOf(fault)].setting;
 }
 
 std::uint64_t CServingFaults::Count(EFault fault) const {
-    const CamEmu::CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     return m_faults[IndexOf(fault)].count;
 }
 
 void CServingFaults::Seed(std::uint32_t seed) {
-    const CamEmu::CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     m_seed = seed;
     for (CState& state : m_faults) {
         state.turns = 0;
@@ -244,12 +247,12 @@ void CServingFaults::Seed(std::uint32_t seed) {
 }
 
 std::uint32_t CServingFaults::Seed() const {
-    const CamEmu::CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     return m_seed;
 }
 
 void CServingFaults::Reset() {
-    const CamEmu::CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     m_on = 0;
     for (std::size_t i = 0; i < kFaults; ++i) {
         m_faults[i] = {};

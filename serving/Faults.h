@@ -2,7 +2,7 @@
 #pragma once
 
 #include "Faults.def"
-#include "core/Mutex.h"
+#include "common/Mutex.h"
 
 #include <array>
 #include <atomic>
@@ -34,8 +34,9 @@ std::string OptionName(EFault fault);              ///< "packet-loss"
 struct CFaultPlace {
     static constexpr std::uint32_t kAnyPacket = 0xFFFFFFFF;
 
-    std::uint64_t block = 0;           ///< block id; 0: any
-    std::uint32_t packet = kAnyPacket; ///< packet id
+    /// Of a stream fault a block id; of a control fault the chance's number since it was set, from 1. 0: any
+    std::uint64_t block = 0;
+    std::uint32_t packet = kAnyPacket; ///< packet id, of a stream fault
 };
 
 struct CFaultSetting {
@@ -45,8 +46,8 @@ struct CFaultSetting {
     std::vector<CFaultPlace> places = {}; ///< empty: everywhere
 };
 
-/// A fault as the command line tells it: NAME[=RATE[,PARAMETER]][@BLOCK[:PACKET]…][xTIMES], "packet-loss=0.01,3",
-/// "trailer-loss@17@20", "silence,2000x1"; without a rate it is 1.
+/// A fault as the command line tells it: NAME[=RATE[,PARAMETER]][@PLACE…][xTIMES], "packet-loss=0.01,3",
+/// "trailer-loss@17@20", "packet-loss@3:17", "silence,2000@40x1"; without a rate it is 1.
 struct CFaultOrder {
     EFault fault = EFault::PacketLoss;
     CFaultSetting setting;
@@ -82,16 +83,16 @@ public:
 private:
     struct CState {
         CFaultSetting setting;
-        std::uint64_t count = 0, turns = 0;
+        std::uint64_t count = 0, turns = 0, asked = 0; // asked: StrikesNext, since it was set
     };
 
     bool StrikesLocked(EFault fault, CState& state, std::uint64_t block, std::uint32_t packet, std::uint64_t turn)
-        CAMEMU_REQUIRES(m_lock);
+        PLUGIN_REQUIRES(m_lock);
 
     std::atomic<std::uint64_t> m_on = 0; // bit n: that EFault has a rate
-    mutable CamEmu::CMutex m_lock;
-    std::uint32_t m_seed CAMEMU_GUARDED_BY(m_lock);
-    std::array<CState, kFaults> m_faults CAMEMU_GUARDED_BY(m_lock);
+    mutable PluginKit::CMutex m_lock;
+    std::uint32_t m_seed PLUGIN_GUARDED_BY(m_lock);
+    std::array<CState, kFaults> m_faults PLUGIN_GUARDED_BY(m_lock);
 };
 
 } // namespace Serving

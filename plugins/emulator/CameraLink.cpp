@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "CameraLink.h"
 
-#include "RemovalWatch.h"
+#include "common/AccessModes.h"
+#include "common/RemovalWatch.h"
 #include "core/RegisterMap.h"
 
 #include <Base/GCException.h>
@@ -14,10 +15,6 @@ namespace CamEmu {
 
 namespace {
 
-bool Exclude(Zelmo::AccessModeSet a, Zelmo::AccessModeSet b) {
-    return a.test(Zelmo::Exclusive) || b.test(Zelmo::Exclusive) || (a.test(Zelmo::Control) && b.test(Zelmo::Control));
-}
-
 std::int64_t EndOfRemovalNs(std::int32_t durationMs) {
     if (durationMs == CRemovalSettings::kForGood) {
         return std::numeric_limits<std::int64_t>::max();
@@ -25,40 +22,29 @@ std::int64_t EndOfRemovalNs(std::int32_t durationMs) {
     return MonotonicNs() + std::int64_t{durationMs} * 1'000'000;
 }
 
-std::string NamesOf(Zelmo::AccessModeSet modes) {
-    std::string names;
-    for (const auto& [mode, name] : {std::pair{Zelmo::Exclusive, "Exclusive"}, std::pair{Zelmo::Control, "Control"},
-                                     std::pair{Zelmo::Stream, "Stream"}, std::pair{Zelmo::Event, "Event"}}) {
-        if (modes.test(mode)) {
-            names += (names.empty() ? "" : "|") + std::string(name);
-        }
-    }
-    return names.empty() ? "nothing but reading" : names;
-}
-
 } // namespace
 
 void CCameraLink::Admit(const CHolder& holder) {
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     const Zelmo::String_t name = holder.device->GetDeviceInfo().GetFullName();
     if (m_isPulled) {
         throw RUNTIME_EXCEPTION("Cannot open device '%s': it was removed, and is not back yet.", name.c_str());
     }
     if (const CHolder* const other = FindObstacle(holder.modes)) {
         throw ACCESS_EXCEPTION("Cannot open device '%s' for %s: device object %p of this process has it open for %s.",
-                               name.c_str(), NamesOf(holder.modes).c_str(), static_cast<const void*>(other->device),
-                               NamesOf(other->modes).c_str());
+                               name.c_str(), PluginKit::NamesOf(holder.modes).c_str(),
+                               static_cast<const void*>(other->device), PluginKit::NamesOf(other->modes).c_str());
     }
     m_holders.push_back(holder);
 }
 
 void CCameraLink::Leave(const Zelmo::IZelmoDevice& device) noexcept {
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     std::erase_if(m_holders, [&](const CHolder& holder) { return holder.device == &device; });
 }
 
 Zelmo::EDeviceAccessiblityInfo CCameraLink::LookUp(Zelmo::AccessModeSet modes) const {
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     if (m_isPulled) {
         return Zelmo::DeviceAccessibility_NotReachable;
     }
@@ -66,7 +52,7 @@ Zelmo::EDeviceAccessiblityInfo CCameraLink::LookUp(Zelmo::AccessModeSet modes) c
 }
 
 EAccessStatus CCameraLink::StatusFor(const Zelmo::IZelmoDevice& device) const {
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     if (m_isPulled) {
         return EAccessStatus::NoAccess;
     }
@@ -82,7 +68,7 @@ EAccessStatus CCameraLink::StatusFor(const Zelmo::IZelmoDevice& device) const {
 }
 
 void CCameraLink::Pull() {
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     if (m_isPulled) {
         return;
     }
@@ -97,7 +83,7 @@ void CCameraLink::Pull() {
 }
 
 bool CCameraLink::Restore() {
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     if (m_isPulled && m_holders.empty() && MonotonicNs() >= m_backAtNs) {
         if (m_comesBackReset) {
             m_camera.Reset();
@@ -109,7 +95,7 @@ bool CCameraLink::Restore() {
 
 const CCameraLink::CHolder* CCameraLink::FindObstacle(Zelmo::AccessModeSet modes) const {
     const auto found = std::find_if(m_holders.begin(), m_holders.end(),
-                                    [&](const CHolder& holder) { return Exclude(holder.modes, modes); });
+                                    [&](const CHolder& holder) { return PluginKit::Exclude(holder.modes, modes); });
     return found == m_holders.end() ? nullptr : &*found;
 }
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "common/Mutex.h"
 #include "core/Camera.h"
-#include "core/Mutex.h"
 
 #include <zelmo/Device.h>
 
@@ -11,9 +11,11 @@
 #include <utility>
 #include <vector>
 
-namespace CamEmu {
-
+namespace PluginKit {
 class CRemovalWatch;
+}
+
+namespace CamEmu {
 
 /// How a camera looks to one device object: values of DeviceAccessStatus in CamEmuConnection.xml.
 enum class EAccessStatus : std::uint32_t {
@@ -36,7 +38,7 @@ public:
     struct CHolder {
         const Zelmo::IZelmoDevice* device;
         Zelmo::AccessModeSet modes;
-        CRemovalWatch* watch; ///< is told when the cable is pulled
+        PluginKit::CRemovalWatch* watch; ///< is told when the cable is pulled
     };
 
     explicit CCameraLink(CCamera& camera) : m_camera(camera) {}
@@ -54,7 +56,7 @@ public:
     /// pulled. Once Pull has returned no operation is under way.
     template <class Operation>
     bool Access(Operation operation) {
-        const CLockGuard lock(m_lock);
+        const PluginKit::CLockGuard lock(m_lock);
         if (m_isPulled) {
             return false;
         }
@@ -71,14 +73,14 @@ public:
     bool IsPulled() const { return m_isPulled; }
 
 private:
-    const CHolder* FindObstacle(Zelmo::AccessModeSet modes) const CAMEMU_REQUIRES(m_lock);
+    const CHolder* FindObstacle(Zelmo::AccessModeSet modes) const PLUGIN_REQUIRES(m_lock);
 
     CCamera& m_camera;
     std::atomic<bool> m_isPulled = false; // written under m_lock
-    mutable CMutex m_lock;
-    std::vector<CHolder> m_holders CAMEMU_GUARDED_BY(m_lock);
-    std::int64_t m_backAtNs CAMEMU_GUARDED_BY(m_lock) = 0; // CLOCK_MONOTONIC; while pulled, as the next
-    bool m_comesBackReset CAMEMU_GUARDED_BY(m_lock) = false;
+    mutable PluginKit::CMutex m_lock;
+    std::vector<CHolder> m_holders PLUGIN_GUARDED_BY(m_lock);
+    std::int64_t m_backAtNs PLUGIN_GUARDED_BY(m_lock) = 0; // CLOCK_MONOTONIC; while pulled, as the next
+    bool m_comesBackReset PLUGIN_GUARDED_BY(m_lock) = false;
 };
 
 } // namespace CamEmu

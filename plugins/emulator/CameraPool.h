@@ -2,7 +2,7 @@
 #pragma once
 
 #include "CameraLink.h"
-#include "RemovalWatch.h"
+#include "common/RemovalWatch.h"
 #include "core/Camera.h"
 
 #include <atomic>
@@ -22,7 +22,7 @@ struct CPoolCamera {
     CCountdown failingOpens;
     std::atomic<std::uint32_t> failedDownloadCount = 1; ///< what ForceFailedDownload is to make fail
     CCountdown failingDownloads;
-    CEndedThreads endedWatches; ///< of device objects that were closed in a removal callback
+    PluginKit::CEndedThreads endedWatches; ///< of device objects that were closed in a removal callback
 };
 
 inline constexpr std::size_t kMaxCameras = 1000;

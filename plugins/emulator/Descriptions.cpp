@@ -3,9 +3,6 @@
 
 #include "DescriptionTable.h"
 
-#include <Base/GCException.h>
-#include <GenApi/IDestroy.h>
-
 namespace CamEmu {
 
 namespace {
@@ -16,14 +13,6 @@ GenApi::CNodeMapFactory MakeFactory(std::string_view name) {
 }
 
 } // namespace
-
-NodeMapPtr MakeNodeMap(GenApi::CNodeMapFactory& factory, GenApi::IPort& port) {
-    NodeMapPtr nodeMap(factory.CreateNodeMap("Device"));
-    if (!nodeMap->Connect(&port, "Device")) {
-        throw RUNTIME_EXCEPTION("The description has no port 'Device'.");
-    }
-    return nodeMap;
-}
 
 GenApi::CNodeMapFactory MakeCameraFactory() {
     return MakeFactory(kCameraDescription);
@@ -38,30 +27,24 @@ std::string_view DescriptionText(std::string_view name) {
     return {};
 }
 
-void CNodeMapDeleter::operator()(GenApi::INodeMap* nodeMap) const {
-    if (auto* const destroyable = dynamic_cast<GenApi::IDestroy*>(nodeMap)) {
-        destroyable->Destroy();
-    }
-}
-
 GenApi::CNodeMapFactory SharedCameraFactory() {
     static const GenApi::CNodeMapFactory kFactory = MakeCameraFactory();
     return kFactory;
 }
 
-NodeMapPtr MakeStreamNodeMap(GenApi::IPort& port) {
+PluginKit::NodeMapPtr MakeStreamNodeMap(GenApi::IPort& port) {
     static GenApi::CNodeMapFactory factory = MakeFactory(kStreamDescription);
-    return MakeNodeMap(factory, port);
+    return PluginKit::MakeNodeMap(factory, port);
 }
 
-NodeMapPtr MakeEventNodeMap(GenApi::IPort& port) {
+PluginKit::NodeMapPtr MakeEventNodeMap(GenApi::IPort& port) {
     static GenApi::CNodeMapFactory factory = MakeFactory(kEventDescription);
-    return MakeNodeMap(factory, port);
+    return PluginKit::MakeNodeMap(factory, port);
 }
 
-NodeMapPtr MakeConnectionNodeMap(GenApi::IPort& port) {
+PluginKit::NodeMapPtr MakeConnectionNodeMap(GenApi::IPort& port) {
     static GenApi::CNodeMapFactory factory = MakeFactory(kConnectionDescription);
-    return MakeNodeMap(factory, port);
+    return PluginKit::MakeNodeMap(factory, port);
 }
 
 } // namespace CamEmu

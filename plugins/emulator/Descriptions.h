@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <GenApi/INodeMap.h>
+#include "common/NodeMap.h"
+
 #include <GenApi/NodeMapFactory.h>
 
 #include <memory>
@@ -19,15 +20,6 @@ inline constexpr std::string_view kConnectionDescription = "CamEmuConnection";
 /// The XML text of a description, as it was built in.
 std::string_view DescriptionText(std::string_view name);
 
-struct CNodeMapDeleter {
-    void operator()(GenApi::INodeMap* nodeMap) const;
-};
-using NodeMapPtr = std::unique_ptr<GenApi::INodeMap, CNodeMapDeleter>;
-
-/// A node map of @p factory, connected to @p port, which must outlive it.
-/// @throws GenICam::RuntimeException
-NodeMapPtr MakeNodeMap(GenApi::CNodeMapFactory& factory, GenApi::IPort& port);
-
 /// The camera's own description. The shared one is parsed once in the process; nothing can be added to it.
 GenApi::CNodeMapFactory MakeCameraFactory();
 GenApi::CNodeMapFactory SharedCameraFactory();
@@ -35,8 +27,8 @@ GenApi::CNodeMapFactory SharedCameraFactory();
 /// A node map of its own over the description, connected to @p port, which must outlive it. The text is parsed once in
 /// the process.
 /// @throws GenICam::RuntimeException
-NodeMapPtr MakeStreamNodeMap(GenApi::IPort& port);
-NodeMapPtr MakeEventNodeMap(GenApi::IPort& port);
-NodeMapPtr MakeConnectionNodeMap(GenApi::IPort& port);
+PluginKit::NodeMapPtr MakeStreamNodeMap(GenApi::IPort& port);
+PluginKit::NodeMapPtr MakeEventNodeMap(GenApi::IPort& port);
+PluginKit::NodeMapPtr MakeConnectionNodeMap(GenApi::IPort& port);
 
 } // namespace CamEmu

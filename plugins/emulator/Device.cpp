@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Device.h"
 
-#include "Boundary.h"
-#include "ChunkParser.h"
-#include "DescriptionBinding.h"
 #include "PluginLog.h"
+#include "common/Boundary.h"
+#include "common/DescriptionBinding.h"
+#include "common/LoggedCallback.h"
 #include "core/RegisterMap.h"
 
 #include <Base/GCException.h>
@@ -15,8 +15,6 @@
 namespace CamEmu {
 
 namespace {
-
-constexpr const char* kChunkCategory = "ChunkData";
 
 std::uint32_t CheckForcedFailures(const char* parameter, std::uint64_t value) {
     if (value < 1 || value > kMaxForcedFailures) {
@@ -56,7 +54,7 @@ CDevice::CDevice(CPoolCamera& camera, Zelmo::ITransportLayer& transportLayer)
       m_connectionPort([this](std::int64_t address) { return ConnectionValue(address); },
                        [this](std::int64_t address, std::uint64_t value) { SetConnectionValue(address, value); }),
       m_connectionMap(MakeConnectionNodeMap(m_connectionPort)), m_grabber(camera, [this] { InvalidateLock(); }),
-      m_eventGrabber(camera), m_watch(*this, m_info.GetFullName().c_str(), camera.endedWatches) {}
+      m_eventGrabber(camera), m_watch(*this, m_info.GetFullName().c_str(), LogCategory(), camera.endedWatches) {}
 
 CDevice::~CDevice() {
     Close();
@@ -70,7 +68,7 @@ void CDevice::Open(Zelmo::AccessModeSet modes) {
         modes.set(Zelmo::Control);
     }
     try {
-        AtBoundary("open the device", [&] { Connect(modes); });
+        PluginKit::AtBoundary("open the device", [&] { Connect(modes); });
     } catch (...) {
         m_camera.link.Leave(*this);
         m_watch.Stop();
@@ -86,12 +84,17 @@ void CDevice::Connect(Zelmo::AccessModeSet modes) {
     m_watch.Start(); // first: the cable may be pulled as soon as it is in use
     m_camera.link.Admit({this, modes, &m_watch});
     m_port.Open(modes.test(Zelmo::Control) ? GenApi::RW : GenApi::RO);
-    CBoundDescription bound = MakeBoundNodeMap(m_info, m_port, m_camera.failingDownloads);
+    PluginKit::CBoundDescription bound = PluginKit::MakeBoundNodeMap(m_info, m_port, [this](bool isMerged) {
+        if (m_camera.failingDownloads.Take() != 0) {
+            throw RUNTIME_EXCEPTION("ForceFailedDownload was executed.");
+        }
+        return isMerged ? MakeCameraFactory() : SharedCameraFactory();
+    });
     if (m_camera.failingOpens.Take() != 0) { // last: an attempt that fails anyway does not count
         throw RUNTIME_EXCEPTION("Cannot open device '%s': ForceFailedOpen was executed.", m_info.GetFullName().c_str());
     }
-    m_description = std::move(bound.factory);
     m_nodeMap = std::move(bound.nodeMap);
+    m_chunks.Open(std::move(bound.factory), *m_nodeMap);
 }
 
 void CDevice::Close() {
@@ -105,10 +108,9 @@ void CDevice::Close() {
     if (HasControl()) {
         m_camera.camera.Stream().StopAcquisition();
     }
-    m_eventAdapters.clear();
+    m_eventAdapters.Clear();
+    m_chunks.Close();
     m_nodeMap.reset();
-    m_chunks.reset();
-    m_description.reset();
     m_camera.link.Leave(*this);
     m_watch.Stop();
     m_modes.reset();
@@ -119,48 +121,12 @@ Zelmo::IStreamGrabber* CDevice::GetStreamGrabber(std::size_t index) {
     return index == 0 ? &m_grabber : nullptr;
 }
 
-bool CDevice::IsChunkNodeMapDescriptionAvailable() const {
-    return m_isOpen && m_areChunkMapsOn && m_nodeMap->GetNode(kChunkCategory) != nullptr;
-}
-
-// Not made until it is needed: most grabs are without chunks.
-GenApi::CNodeMapFactory& CDevice::ChunkFactory() const {
-    if (!m_chunks) {
-        m_chunks = GenApi::CNodeMapFactory(*m_description).ExtractSubtree(kChunkCategory, true);
-    }
-    return *m_chunks;
-}
-
-Zelmo::String_t CDevice::GetChunkNodeMapDescription() const {
-    if (!IsChunkNodeMapDescriptionAvailable()) {
-        return {};
-    }
-    return AtBoundary("tell the description of chunks", [this] { return ChunkFactory().ToXml(); });
-}
-
-Zelmo::IChunkParser* CDevice::CreateChunkParser() {
-    if (!IsChunkNodeMapDescriptionAvailable()) {
-        return nullptr;
-    }
-    return AtBoundary("create a chunk parser",
-                      [this] { return new CChunkDataParser(NodeMapPtr(ChunkFactory().CreateNodeMap("ChunkData"))); });
-}
-
 Zelmo::IEventAdapter* CDevice::CreateEventAdapter() {
-    if (!m_isOpen) {
-        return nullptr;
-    }
-    return AtBoundary("create an event adapter", [this] {
-        return m_eventAdapters.emplace_back(std::make_unique<CEventAdapter>(*m_nodeMap)).get();
-    });
-}
-
-void CDevice::DestroyEventAdapter(Zelmo::IEventAdapter* adapter) {
-    std::erase_if(m_eventAdapters, [adapter](const auto& own) { return own.get() == adapter; });
+    return m_isOpen ? m_eventAdapters.Make(*m_nodeMap) : nullptr;
 }
 
 Zelmo::DeviceCallbackHandle CDevice::RegisterRemovalCallback(Zelmo::DeviceRemovalCallback& callback) {
-    return AtBoundary("register a removal callback", [&] { return m_watch.Add(callback); });
+    return PluginKit::AtBoundary("register a removal callback", [&] { return m_watch.Add(callback); });
 }
 
 void CDevice::DeregisterRemovalCallback(Zelmo::DeviceCallbackHandle handle) {
@@ -172,7 +138,7 @@ void CDevice::GetDescription(Zelmo::String_t& url, Zelmo::String_t& bytes) {
         throw RUNTIME_EXCEPTION("Cannot read the description of device '%s': it was removed.",
                                 m_info.GetFullName().c_str());
     }
-    AtBoundary("read the description", [&] {
+    PluginKit::AtBoundary("read the description", [&] {
         const std::string_view text = DescriptionText(kCameraDescription);
         Zelmo::String_t document(text.data(), text.size());
         url = CRegisterPort::DescriptionUrl().c_str();
@@ -183,7 +149,7 @@ void CDevice::GetDescription(Zelmo::String_t& url, Zelmo::String_t& bytes) {
 // The lock itself is read anew each time, since another device object may stream; but the application may have
 // callbacks on what it decides.
 void CDevice::InvalidateLock() noexcept {
-    RunLogged(m_info.GetFullName().c_str(), "a node callback", [this] {
+    PluginKit::RunLogged(LogCategory(), m_info.GetFullName().c_str(), "a node callback", [this] {
         for (const char* name : {"TLParamsLockedReg", "RegionLocked", "MaxWidthReg", "MaxHeightReg"}) {
             if (GenApi::INode* const node = m_nodeMap->GetNode(name)) { // a site's description may lack it
                 node->InvalidateNode();
@@ -210,9 +176,9 @@ std::uint64_t CDevice::ConnectionValue(std::int64_t address) const {
     case 0x48:
         return m_camera.failedDownloadCount;
     case 0x50:
-        return m_areChunkMapsOn ? 1 : 0;
+        return m_chunks.isOn ? 1 : 0;
     default:
-        ThrowNoNumber(address);
+        PluginKit::ThrowNoNumber(address);
     }
 }
 
@@ -231,10 +197,10 @@ void CDevice::SetConnectionValue(std::int64_t address, std::uint64_t value) {
         m_camera.failedDownloadCount = CheckForcedFailures("ForceFailedDownloadCount", value);
         break;
     case 0x50:
-        m_areChunkMapsOn = value != 0;
+        m_chunks.isOn = value != 0;
         break;
     default:
-        ThrowReadOnly(address);
+        PluginKit::ThrowReadOnly(address);
     }
 }
 

@@ -3,20 +3,17 @@
 
 #include "CameraPool.h"
 #include "Descriptions.h"
-#include "EventAdapter.h"
 #include "EventGrabber.h"
-#include "NumberPort.h"
 #include "RegisterPort.h"
-#include "RemovalWatch.h"
 #include "StreamGrabber.h"
+#include "common/ChunkParser.h"
+#include "common/EventAdapter.h"
+#include "common/NumberPort.h"
+#include "common/RemovalWatch.h"
 
 #include <zelmo/Device.h>
 
-#include <atomic>
 #include <cstdint>
-#include <memory>
-#include <optional>
-#include <vector>
 
 namespace CamEmu {
 
@@ -56,22 +53,21 @@ public:
     bool IsRemoved() const override { return m_watch.IsLost(); }
     Zelmo::ITransportLayer* GetTransportLayer() const override { return &m_transportLayer; }
     Zelmo::IEventAdapter* CreateEventAdapter() override; ///< Null while the device is closed.
-    void DestroyEventAdapter(Zelmo::IEventAdapter* adapter) override;
+    void DestroyEventAdapter(Zelmo::IEventAdapter* adapter) override { m_eventAdapters.Destroy(adapter); }
     /// Null while the device is closed, and when no description for chunks is available.
-    Zelmo::IChunkParser* CreateChunkParser() override;
+    Zelmo::IChunkParser* CreateChunkParser() override { return m_chunks.Make(); }
     void DestroyChunkParser(Zelmo::IChunkParser*) override {} // they give themselves up
     Zelmo::DeviceCallbackHandle RegisterRemovalCallback(Zelmo::DeviceRemovalCallback& callback) override;
     void DeregisterRemovalCallback(Zelmo::DeviceCallbackHandle handle) override;
 
     void* GetNativeHandle() const override { return nullptr; }
-    Zelmo::String_t GetChunkNodeMapDescription() const override;
-    bool IsChunkNodeMapDescriptionAvailable() const override;
+    Zelmo::String_t GetChunkNodeMapDescription() const override { return m_chunks.Text(); }
+    bool IsChunkNodeMapDescriptionAvailable() const override { return m_chunks.IsAvailable(); }
 
     void GetDescription(Zelmo::String_t& url, Zelmo::String_t& bytes) override;
 
 private:
     void Connect(Zelmo::AccessModeSet modes);
-    GenApi::CNodeMapFactory& ChunkFactory() const;
     bool HasControl() const { return m_modes.test(Zelmo::Control); }
     void InvalidateLock() noexcept;
     std::uint64_t ConnectionValue(std::int64_t address) const;
@@ -83,16 +79,14 @@ private:
     bool m_isOpen = false;
     Zelmo::AccessModeSet m_modes;
     CRegisterPort m_port;
-    NodeMapPtr m_nodeMap;                                    // while open
-    std::optional<GenApi::CNodeMapFactory> m_description;    // while open: what the node map was made of
-    mutable std::optional<GenApi::CNodeMapFactory> m_chunks; // its part for parsers, once one was asked for
-    std::atomic<bool> m_areChunkMapsOn = true;
-    CNumberPort m_connectionPort;
-    NodeMapPtr m_connectionMap; // always there
+    PluginKit::NodeMapPtr m_nodeMap; // while open
+    PluginKit::CChunkParsers m_chunks;
+    PluginKit::CNumberPort m_connectionPort;
+    PluginKit::NodeMapPtr m_connectionMap; // always there
     CStreamGrabber m_grabber;
     CEventGrabber m_eventGrabber;
-    std::vector<std::unique_ptr<CEventAdapter>> m_eventAdapters; // while open
-    CRemovalWatch m_watch;
+    PluginKit::CEventAdapters m_eventAdapters; // while open
+    PluginKit::CRemovalWatch m_watch;
 };
 
 } // namespace CamEmu

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "EventGrabber.h"
 
-#include "Boundary.h"
+#include "common/Boundary.h"
 #include "core/EventMessage.h"
 #include "core/RegisterMap.h"
 
@@ -31,10 +31,10 @@ void CEventGrabber::Open() {
         throw RUNTIME_EXCEPTION("Cannot open the event grabber: camera %s was removed.", serialNumber.c_str());
     }
     const std::int64_t capacity = GenApi::CIntegerPtr(m_nodeMap->GetNode("NumBuffer"))->GetValue();
-    AtBoundary("open the event grabber", [&] {
+    PluginKit::AtBoundary("open the event grabber", [&] {
         CEventQueue queue;
         queue.Open(static_cast<std::size_t>(capacity));
-        const CLockGuard lock(m_lock);
+        const PluginKit::CLockGuard lock(m_lock);
         std::swap(m_queue, queue);
     });
     if (!m_camera.camera.Events().Connect(*this)) {
@@ -46,7 +46,7 @@ void CEventGrabber::Open() {
 
 void CEventGrabber::Close() {
     m_camera.camera.Events().Disconnect(*this);
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     m_queue.Clear();
     m_wait.Reset();
     m_isOpen = false;
@@ -55,7 +55,7 @@ void CEventGrabber::Close() {
 bool CEventGrabber::RetrieveEvent(Zelmo::EventResult& result) {
     CEvent event;
     {
-        const CLockGuard lock(m_lock);
+        const PluginKit::CLockGuard lock(m_lock);
         if (!m_queue.Pop(event)) {
             return false;
         }
@@ -72,7 +72,7 @@ bool CEventGrabber::RetrieveEvent(Zelmo::EventResult& result) {
 }
 
 void CEventGrabber::OnEvent(const CEvent& event) noexcept {
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     const bool wasEmpty = m_queue.IsEmpty();
     m_queue.Push(event, m_camera.camera.Events().IsWanted(EEvent::EventOverrun));
     if (wasEmpty) {
@@ -82,7 +82,7 @@ void CEventGrabber::OnEvent(const CEvent& event) noexcept {
 
 // The addresses are those of CamEmuEvents.xml.
 std::uint64_t CEventGrabber::RegisterValue(std::int64_t address) const {
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     switch (address) {
     case 0x00:
         return m_isOpen ? 1 : 0;
@@ -93,7 +93,7 @@ std::uint64_t CEventGrabber::RegisterValue(std::int64_t address) const {
     case 0x18:
         return m_queue.Dropped() != 0 ? 1 : 0;
     default:
-        ThrowNoNumber(address);
+        PluginKit::ThrowNoNumber(address);
     }
 }
 

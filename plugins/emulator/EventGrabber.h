@@ -3,9 +3,9 @@
 
 #include "CameraPool.h"
 #include "Descriptions.h"
-#include "NumberPort.h"
+#include "common/Mutex.h"
+#include "common/NumberPort.h"
 #include "core/EventQueue.h"
-#include "core/Mutex.h"
 
 #include <zelmo/EventGrabber.h>
 #include <zelmo/WaitObject.h>
@@ -42,12 +42,12 @@ private:
     bool m_isPermitted = false;
     std::atomic<bool> m_isOpen = false;
     std::uint16_t m_requestId = 0;
-    CNumberPort m_port{[this](std::int64_t address) { return RegisterValue(address); }};
-    NodeMapPtr m_nodeMap;
+    PluginKit::CNumberPort m_port{[this](std::int64_t address) { return RegisterValue(address); }};
+    PluginKit::NodeMapPtr m_nodeMap;
     mutable Zelmo::WaitObjectEx m_wait; // signaled exactly while m_queue is not empty
 
-    mutable CMutex m_lock;
-    CEventQueue m_queue CAMEMU_GUARDED_BY(m_lock);
+    mutable PluginKit::CMutex m_lock;
+    CEventQueue m_queue PLUGIN_GUARDED_BY(m_lock);
 };
 
 } // namespace CamEmu

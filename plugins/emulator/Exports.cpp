@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "Boundary.h"
 #include "TransportLayer.h"
+#include "common/Boundary.h"
 
 ZELMO_PLUGIN_EXPORT void GetTLInfoList(Zelmo::TlInfoList& list, bool) {
-    CamEmu::AtBoundary("describe the camera emulator", [&] { list.push_back(CamEmu::DescribeTransportLayer()); });
+    PluginKit::AtBoundary("describe the camera emulator", [&] { list.push_back(CamEmu::DescribeTransportLayer()); });
 }
 
 ZELMO_PLUGIN_EXPORT Zelmo::ITransportLayer* Create(const Zelmo::CTlInfo& info) {
-    return CamEmu::AtBoundary("create the camera emulator", [&] {
+    return PluginKit::AtBoundary("create the camera emulator", [&] {
         const bool isOurs = info.GetFullName() == CamEmu::DescribeTransportLayer().GetFullName();
         return isOurs ? new CamEmu::CTransportLayer : nullptr;
     });

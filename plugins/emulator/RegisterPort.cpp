@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "RegisterPort.h"
 
-#include "Boundary.h"
 #include "Descriptions.h"
+#include "common/Boundary.h"
 
 #include <Base/GCException.h>
 
@@ -114,7 +114,7 @@ void CRegisterPort::Write(const void* bytes, std::int64_t address, std::int64_t 
                 return EAccessResult::Ok;
             }
             // only AcquisitionStart throws: image files that it is to show may be missing or broken
-            return AtBoundary("start the acquisition", [&] {
+            return PluginKit::AtBoundary("start the acquisition", [&] {
                 return camera.Write(static_cast<std::uint64_t>(address), bytes, static_cast<std::size_t>(length));
             });
         });

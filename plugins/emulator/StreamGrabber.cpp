@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "StreamGrabber.h"
 
-#include "Boundary.h"
+#include "common/Boundary.h"
 #include "core/RegisterMap.h"
 
 #include <Base/GCException.h>
@@ -69,7 +69,7 @@ void CStreamGrabber::Open() {
         throw RUNTIME_EXCEPTION("Cannot open the stream grabber: the images of camera %s go to another one.",
                                 m_camera.camera.Text(Reg::kSerialNumber).c_str());
     }
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     m_state = EState::Open;
 }
 
@@ -82,11 +82,10 @@ void CStreamGrabber::Close() {
     m_camera.camera.Stream().DropQueued();
     ReleaseFormat();
     {
-        const CLockGuard lock(m_lock);
+        const PluginKit::CLockGuard lock(m_lock);
         m_results.clear();
         m_wait.Reset();
-        m_buffers.clear();
-        m_away = 0;
+        m_buffers.Clear();
         m_state = EState::Closed;
     }
     m_camera.isStreaming = false;
@@ -97,41 +96,24 @@ bool CStreamGrabber::IsOpen() const {
 }
 
 Zelmo::StreamBufferHandle CStreamGrabber::RegisterBuffer(void* buffer, std::size_t sizeBytes) {
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     if (m_state != EState::Prepared && m_state != EState::Streaming) {
         throw LOGICAL_ERROR_EXCEPTION("Cannot register a buffer: PrepareGrab was not called.");
     }
-    if (!buffer) {
-        throw INVALID_ARGUMENT_EXCEPTION("Cannot register a buffer: the pointer is null.");
-    }
-    if (sizeBytes < m_maxBufferSize) {
-        throw INVALID_ARGUMENT_EXCEPTION("Cannot register a buffer of %zu bytes: MaxBufferSize promises %zu.",
-                                         sizeBytes, m_maxBufferSize);
-    }
-    if (m_buffers.size() >= m_maxBuffers) {
-        throw LOGICAL_ERROR_EXCEPTION("Cannot register a buffer: MaxNumBuffer promises %zu, and as many are "
-                                      "registered.",
-                                      m_maxBuffers);
-    }
-    auto* const handle = reinterpret_cast<Zelmo::StreamBufferHandle>(++m_lastHandle);
+    m_buffers.RequireRoom(buffer, sizeBytes);
     // The check does not see that the lock is held inside the lambda.
-    CBuffer& registered = AtBoundary("register a buffer", [&]() CAMEMU_UNCHECKED_LOCKS -> CBuffer& {
-        m_camera.camera.Stream().Reserve(m_buffers.size() + 1);
-        if (m_results.capacity() <= m_buffers.size()) {
-            m_results.set_capacity(m_buffers.size() * 2 + 8);
+    return PluginKit::AtBoundary("register a buffer", [&]() PLUGIN_UNCHECKED_LOCKS {
+        m_camera.camera.Stream().Reserve(m_buffers.Count() + 1);
+        if (m_results.capacity() <= m_buffers.Count()) {
+            m_results.set_capacity(m_buffers.Count() * 2 + 8);
         }
-        return m_buffers[handle];
+        return m_buffers.Add(buffer, sizeBytes).handle;
     });
-    registered.handle = handle;
-    registered.memory = {static_cast<std::uint8_t*>(buffer), sizeBytes};
-    return handle;
 }
 
 void* CStreamGrabber::DeregisterBuffer(Zelmo::StreamBufferHandle handle) {
-    const CLockGuard lock(m_lock);
-    void* const memory = IdleBuffer(handle, "deregister").memory.data();
-    m_buffers.erase(handle);
-    return memory;
+    const PluginKit::CLockGuard lock(m_lock);
+    return m_buffers.Remove(handle);
 }
 
 void CStreamGrabber::PrepareGrab() {
@@ -149,10 +131,9 @@ void CStreamGrabber::PrepareGrab() {
                                 locked.payloadSize);
     }
     {
-        const CLockGuard lock(m_lock);
+        const PluginKit::CLockGuard lock(m_lock);
         m_locked = locked;
-        m_maxBufferSize = promised;
-        m_maxBuffers = maxBuffers;
+        m_buffers.Limit(promised, maxBuffers);
         m_state = EState::Prepared;
     }
     m_lockChanged();
@@ -166,7 +147,7 @@ void CStreamGrabber::StartStreaming() {
     RequireReachable("start streaming");
     CImageFormat format;
     {
-        const CLockGuard lock(m_lock);
+        const PluginKit::CLockGuard lock(m_lock);
         if (m_state != EState::Prepared) {
             throw LOGICAL_ERROR_EXCEPTION("Cannot start streaming: PrepareGrab was not called, or streaming goes on.");
         }
@@ -176,8 +157,8 @@ void CStreamGrabber::StartStreaming() {
         throw RUNTIME_EXCEPTION("Cannot start streaming: ForceFailedStart was executed on camera %s.",
                                 m_camera.camera.Text(Reg::kSerialNumber).c_str());
     }
-    AtBoundary("start streaming", [&] { m_camera.camera.Stream().Start(format, *this); });
-    const CLockGuard lock(m_lock);
+    PluginKit::AtBoundary("start streaming", [&] { m_camera.camera.Stream().Start(format, *this); });
+    const PluginKit::CLockGuard lock(m_lock);
     m_state = EState::Streaming;
 }
 
@@ -186,7 +167,7 @@ void CStreamGrabber::StopStreaming() {
         return;
     }
     m_camera.camera.Stream().Stop();
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     m_counters = m_camera.camera.Stream().Counters();
     m_state = EState::Prepared;
 }
@@ -194,41 +175,38 @@ void CStreamGrabber::StopStreaming() {
 // Nothing is wrong with a call when nothing was prepared: a failed start is undone by the same calls as a good one.
 void CStreamGrabber::FinishGrab() {
     {
-        const CLockGuard lock(m_lock);
+        const PluginKit::CLockGuard lock(m_lock);
         if (m_state == EState::Streaming) {
             throw LOGICAL_ERROR_EXCEPTION("Cannot finish the grab: streaming was not stopped.");
         }
-        if (m_away > 0) {
+        if (m_buffers.Away() > 0) {
             throw LOGICAL_ERROR_EXCEPTION("Cannot finish the grab: %zu buffers are queued or were not retrieved.",
-                                          m_away);
+                                          m_buffers.Away());
         }
-        m_buffers.clear();
+        m_buffers.Clear();
     }
     ReleaseFormat();
 }
 
 void CStreamGrabber::QueueBuffer(Zelmo::StreamBufferHandle handle, void* context) {
-    const CLockGuard lock(m_lock);
-    CBuffer& buffer = IdleBuffer(handle, "queue");
-    buffer.context = context;
+    const PluginKit::CLockGuard lock(m_lock);
+    PluginKit::CRegisteredBuffer& buffer = m_buffers.Queue(handle, context);
     m_camera.camera.Stream().Queue({buffer.memory, &buffer});
-    buffer.state = CBuffer::EState::Queued;
-    ++m_away;
 }
 
 void CStreamGrabber::FlushBuffers() {
     if (State() != EState::Closed) {
-        AtBoundary("flush the buffers", [this] { m_camera.camera.Stream().CancelQueued(*this); });
+        PluginKit::AtBoundary("flush the buffers", [this] { m_camera.camera.Stream().CancelQueued(*this); });
     }
 }
 
 std::size_t CStreamGrabber::GetNumQueuedBuffers() const {
-    const CLockGuard lock(m_lock);
-    return m_away;
+    const PluginKit::CLockGuard lock(m_lock);
+    return m_buffers.Away();
 }
 
 bool CStreamGrabber::RetrieveResult(Zelmo::GrabResult& result) {
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     if (m_results.empty()) {
         return false;
     }
@@ -240,9 +218,8 @@ bool CStreamGrabber::RetrieveResult(Zelmo::GrabResult& result) {
     if (m_results.empty()) {
         m_wait.Reset();
     }
-    auto& buffer = *static_cast<CBuffer*>(frame.buffer.context);
-    buffer.state = CBuffer::EState::Idle;
-    --m_away;
+    auto& buffer = *static_cast<PluginKit::CRegisteredBuffer*>(frame.buffer.context);
+    m_buffers.Retrieve(buffer);
 
     result = {};
     result.context = buffer.context;
@@ -272,8 +249,9 @@ void CStreamGrabber::OnFrame(const CFrame& frame) noexcept {
 }
 
 void CStreamGrabber::Deliver(const CFrame& frame) noexcept {
-    const CLockGuard lock(m_lock);
-    static_cast<CBuffer*>(frame.buffer.context)->state = CBuffer::EState::Ready;
+    const PluginKit::CLockGuard lock(m_lock);
+    static_cast<PluginKit::CRegisteredBuffer*>(frame.buffer.context)->state =
+        PluginKit::CRegisteredBuffer::EState::Ready;
     m_results.push_back(frame);
     if (m_results.size() == 1) {
         m_wait.Signal();
@@ -281,7 +259,7 @@ void CStreamGrabber::Deliver(const CFrame& frame) noexcept {
 }
 
 CStreamGrabber::EState CStreamGrabber::State() const {
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     return m_state;
 }
 
@@ -298,7 +276,7 @@ std::size_t CStreamGrabber::Promise(const char* parameter) const {
 
 void CStreamGrabber::ReleaseFormat() {
     {
-        const CLockGuard lock(m_lock);
+        const PluginKit::CLockGuard lock(m_lock);
         if (m_state != EState::Prepared) {
             return;
         }
@@ -306,20 +284,6 @@ void CStreamGrabber::ReleaseFormat() {
     }
     m_camera.camera.UnlockFormat();
     m_lockChanged();
-}
-
-CStreamGrabber::CBuffer& CStreamGrabber::IdleBuffer(Zelmo::StreamBufferHandle handle, const char* attempt) {
-    const auto found = m_buffers.find(handle);
-    if (found == m_buffers.end()) {
-        throw LOGICAL_ERROR_EXCEPTION("Cannot %s a buffer: the handle %p is not registered.", attempt, handle);
-    }
-    if (found->second.state == CBuffer::EState::Queued) {
-        throw LOGICAL_ERROR_EXCEPTION("Cannot %s buffer %p: it is queued.", attempt, handle);
-    }
-    if (found->second.state == CBuffer::EState::Ready) {
-        throw LOGICAL_ERROR_EXCEPTION("Cannot %s buffer %p: its result was not retrieved.", attempt, handle);
-    }
-    return found->second;
 }
 
 std::uint64_t CStreamGrabber::ImageSize() const {
@@ -335,14 +299,14 @@ std::uint64_t CStreamGrabber::RegisterValue(std::int64_t address) const {
     if (address == 0x00) {
         return ImageSize();
     }
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     switch (address) {
     case 0x08:
         return m_state == EState::Prepared || m_state == EState::Streaming;
     case 0x40:
-        return m_buffers.size();
+        return m_buffers.Count();
     case 0x48:
-        return m_away - m_results.size();
+        return m_buffers.Away() - m_results.size();
     case 0x50:
         return m_results.size();
     default:
@@ -366,7 +330,7 @@ std::uint64_t CStreamGrabber::FrameCount(std::int64_t address) const {
     case 0x38:
         return counters.delivered + counters.failed;
     default:
-        ThrowNoNumber(address);
+        PluginKit::ThrowNoNumber(address);
     }
 }
 

@@ -3,8 +3,9 @@
 
 #include "CameraPool.h"
 #include "Descriptions.h"
-#include "NumberPort.h"
-#include "core/Mutex.h"
+#include "common/BufferRegistry.h"
+#include "common/Mutex.h"
+#include "common/NumberPort.h"
 
 #include <zelmo/StreamGrabber.h>
 #include <zelmo/WaitObject.h>
@@ -14,7 +15,6 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <unordered_map>
 
 namespace CamEmu {
 
@@ -53,45 +53,29 @@ public:
 private:
     enum class EState { Closed, Open, Prepared, Streaming };
 
-    /// A buffer that was registered. It goes Idle → Queued (with the stream) → Ready (among the results) → Idle; only
-    /// an idle one can be queued or deregistered.
-    struct CBuffer {
-        enum class EState { Idle, Queued, Ready };
-
-        Zelmo::StreamBufferHandle handle = nullptr;
-        std::span<std::uint8_t> memory;
-        void* context = nullptr;
-        EState state = EState::Idle;
-    };
-
     void OnFrame(const CFrame& frame) noexcept override;
     void Deliver(const CFrame& frame) noexcept;
     EState State() const;
     void RequireReachable(const char* attempt) const;
     std::size_t Promise(const char* parameter) const;
     void ReleaseFormat();
-    CBuffer& IdleBuffer(Zelmo::StreamBufferHandle handle, const char* attempt) CAMEMU_REQUIRES(m_lock);
     std::uint64_t ImageSize() const;
     std::uint64_t RegisterValue(std::int64_t address) const;
-    std::uint64_t FrameCount(std::int64_t address) const CAMEMU_REQUIRES(m_lock);
+    std::uint64_t FrameCount(std::int64_t address) const PLUGIN_REQUIRES(m_lock);
 
     CPoolCamera& m_camera;
     const std::function<void()> m_lockChanged;
     bool m_isPermitted = false;
-    CNumberPort m_port{[this](std::int64_t address) { return RegisterValue(address); }};
-    NodeMapPtr m_nodeMap;
+    PluginKit::CNumberPort m_port{[this](std::int64_t address) { return RegisterValue(address); }};
+    PluginKit::NodeMapPtr m_nodeMap;
     mutable Zelmo::WaitObjectEx m_wait; // signaled exactly while m_results is not empty
 
-    mutable CMutex m_lock;
-    EState m_state CAMEMU_GUARDED_BY(m_lock) = EState::Closed;
-    CLockedFormat m_locked CAMEMU_GUARDED_BY(m_lock); // from PrepareGrab to FinishGrab, like the next two
-    std::size_t m_maxBufferSize CAMEMU_GUARDED_BY(m_lock) = 0;
-    std::size_t m_maxBuffers CAMEMU_GUARDED_BY(m_lock) = 0;
-    std::size_t m_away CAMEMU_GUARDED_BY(m_lock) = 0;     // buffers that are queued, or ready and not retrieved
-    CStreamCounters m_counters CAMEMU_GUARDED_BY(m_lock); // of the last streaming that was stopped
-    std::uintptr_t m_lastHandle CAMEMU_GUARDED_BY(m_lock) = 0;
-    std::unordered_map<Zelmo::StreamBufferHandle, CBuffer> m_buffers CAMEMU_GUARDED_BY(m_lock);
-    boost::circular_buffer<CFrame> m_results CAMEMU_GUARDED_BY(m_lock); // room for every registered buffer
+    mutable PluginKit::CMutex m_lock;
+    EState m_state PLUGIN_GUARDED_BY(m_lock) = EState::Closed;
+    CLockedFormat m_locked PLUGIN_GUARDED_BY(m_lock); // from PrepareGrab to FinishGrab
+    PluginKit::CBufferRegistry m_buffers PLUGIN_GUARDED_BY(m_lock);
+    CStreamCounters m_counters PLUGIN_GUARDED_BY(m_lock);               // of the last streaming that was stopped
+    boost::circular_buffer<CFrame> m_results PLUGIN_GUARDED_BY(m_lock); // room for every registered buffer
 };
 
 } // namespace CamEmu

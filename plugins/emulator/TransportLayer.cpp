@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "TransportLayer.h"
 
-#include "Boundary.h"
 #include "Device.h"
 #include "PluginLog.h"
+#include "common/Boundary.h"
 
 #include <Base/GCException.h>
 #include <zelmo/DeviceFilter.h>
@@ -68,7 +68,7 @@ int CTransportLayer::EnumerateDevices(Zelmo::DeviceInfoList& list, bool addToLis
     if (!addToList) {
         list.clear();
     }
-    return AtBoundary("enumerate the emulated cameras", [&] {
+    return PluginKit::AtBoundary("enumerate the emulated cameras", [&] {
         const Cameras present = LookForCameras();
         for (CPoolCamera* const camera : present) {
             list.push_back(DescribeCamera(camera->camera));
@@ -79,16 +79,16 @@ int CTransportLayer::EnumerateDevices(Zelmo::DeviceInfoList& list, bool addToLis
 
 int CTransportLayer::EnumerateDevices(Zelmo::DeviceInfoList& list, const Zelmo::DeviceInfoList& filter,
                                       bool addToList) {
-    return AtBoundary("enumerate the emulated cameras",
-                      [&] { return m_interface->EnumerateDevices(list, filter, addToList); });
+    return PluginKit::AtBoundary("enumerate the emulated cameras",
+                                 [&] { return m_interface->EnumerateDevices(list, filter, addToList); });
 }
 
 Zelmo::IZelmoDevice* CTransportLayer::CreateDevice(const Zelmo::CDeviceInfo& info) {
-    return AtBoundary("create the device", [&] { return MakeDevice(TheOne(LookForCameras(), info)); });
+    return PluginKit::AtBoundary("create the device", [&] { return MakeDevice(TheOne(LookForCameras(), info)); });
 }
 
 Zelmo::IZelmoDevice* CTransportLayer::CreateFirstDevice(const Zelmo::CDeviceInfo& info) {
-    return AtBoundary("create the device", [&] {
+    return PluginKit::AtBoundary("create the device", [&] {
         const Cameras found = Matching(LookForCameras(), info);
         if (found.empty()) {
             throw RUNTIME_EXCEPTION("%s", kNoDevice);
@@ -106,7 +106,7 @@ Zelmo::IZelmoDevice* CTransportLayer::CreateFirstDevice(const Zelmo::CDeviceInfo
 }
 
 Zelmo::IZelmoDevice* CTransportLayer::CreateDevice(const Zelmo::String_t& fullName) {
-    return AtBoundary("create the device", [&] {
+    return PluginKit::AtBoundary("create the device", [&] {
         Zelmo::CDeviceInfo info;
         info.SetFullName(fullName);
         return CreateDevice(info);
@@ -114,19 +114,12 @@ Zelmo::IZelmoDevice* CTransportLayer::CreateDevice(const Zelmo::String_t& fullNa
 }
 
 void CTransportLayer::DestroyDevice(Zelmo::IZelmoDevice* device) {
-    std::unique_ptr<CDevice> ending; // outside of the lock: it waits for a removal callback, which may destroy devices
-    const CLockGuard lock(m_devicesLock);
-    const auto found =
-        std::find_if(m_devices.begin(), m_devices.end(), [&](const auto& own) { return own.get() == device; });
-    if (found != m_devices.end()) {
-        ending = std::move(*found);
-        m_devices.erase(found);
-    }
+    m_devices.Destroy(device);
 }
 
 bool CTransportLayer::IsDeviceAccessible(const Zelmo::CDeviceInfo& info, Zelmo::AccessModeSet modes,
                                          Zelmo::EDeviceAccessiblityInfo* accessibilityInfo) {
-    return AtBoundary("tell whether the device is accessible", [&] {
+    return PluginKit::AtBoundary("tell whether the device is accessible", [&] {
         const CPoolCamera& camera = TheOne(KnownCameras(), info);
         Zelmo::EDeviceAccessiblityInfo found = camera.link.LookUp(modes);
         if (found == Zelmo::DeviceAccessibility_Ok && modes.test(Zelmo::Stream) && camera.isStreaming) {
@@ -156,9 +149,7 @@ void CTransportLayer::SetPrivateProperty(int id, const void* data, std::size_t s
 }
 
 Zelmo::IZelmoDevice* CTransportLayer::MakeDevice(CPoolCamera& camera) {
-    auto device = std::make_unique<CDevice>(camera, *this);
-    const CLockGuard lock(m_devicesLock);
-    return m_devices.emplace_back(std::move(device)).get();
+    return m_devices.Add(std::make_unique<CDevice>(camera, *this));
 }
 
 // The cameras that exist under the global filter.

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "CameraPool.h"
-#include "core/Mutex.h"
+#include "common/OwnedDevices.h"
 
 #include <zelmo/DefaultInterface.h>
 #include <zelmo/TransportLayer.h>
@@ -61,9 +61,7 @@ private:
     static CPoolCamera& TheOne(const Cameras& cameras, const Zelmo::CDeviceInfo& pattern);
 
     std::vector<std::unique_ptr<CPoolCamera>> m_cameras;
-    CMutex m_devicesLock;
-    std::vector<std::unique_ptr<CDevice>>
-        m_devices CAMEMU_GUARDED_BY(m_devicesLock); // behind the cameras, which they use
+    PluginKit::COwnedDevices<CDevice> m_devices; // behind the cameras, which they use
     std::atomic<int> m_references = 0;
     std::atomic<bool> m_isAdmitted = false;
     std::unique_ptr<Zelmo::CDefaultInterface, CInterfaceDeleter> m_interface;

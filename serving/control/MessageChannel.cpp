@@ -76,7 +76,7 @@ Status CMessageChannel::WritePort(std::uint32_t value) {
         return Status::Success;
     }
     try {
-        const CamEmu::CLockGuard lock(m_lock);
+        const PluginKit::CLockGuard lock(m_lock);
         m_queue.Open(kQueued);
     } catch (const std::exception&) {
         return Status::Error;
@@ -102,13 +102,13 @@ void CMessageChannel::Close() noexcept {
     m_host.CloseMessages();
     m_port = m_sourcePort = 0;
     m_sent.clear();
-    const CamEmu::CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     m_queue.Clear();
     m_dropped += m_queue.Dropped();
 }
 
 std::uint64_t CMessageChannel::Dropped() const {
-    const CamEmu::CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     return m_dropped + (m_port != 0 ? m_queue.Dropped() : 0);
 }
 
@@ -118,7 +118,7 @@ void CMessageChannel::OnEvent(const CamEmu::CEvent& event) noexcept {
     queued.frame = m_stream.BlockIdOf(event.frame);
     bool wasEmpty = false;
     {
-        const CamEmu::CLockGuard lock(m_lock);
+        const PluginKit::CLockGuard lock(m_lock);
         wasEmpty = m_queue.IsEmpty();
         m_queue.Push(queued, m_camera.Events().IsWanted(CamEmu::EEvent::EventOverrun));
     }
@@ -128,12 +128,12 @@ void CMessageChannel::OnEvent(const CamEmu::CEvent& event) noexcept {
 }
 
 bool CMessageChannel::HasEvents() const {
-    const CamEmu::CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     return !m_queue.IsEmpty();
 }
 
 bool CMessageChannel::Pop(CamEmu::CEvent& event) {
-    const CamEmu::CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     return m_queue.Pop(event);
 }
 

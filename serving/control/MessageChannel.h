@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <common/Mutex.h>
 #include <core/EventQueue.h>
-#include <core/Mutex.h>
 #include <gigevision/Gvcp.h>
 #include <serving/DeviceHost.h>
 
@@ -66,9 +66,9 @@ private:
     std::int64_t m_resendNs = 0;
     std::uint16_t m_lastId = 0;
 
-    mutable CamEmu::CMutex m_lock;
-    CamEmu::CEventQueue m_queue CAMEMU_GUARDED_BY(m_lock);
-    std::uint64_t m_dropped CAMEMU_GUARDED_BY(m_lock) = 0; // of channels that were closed
+    mutable PluginKit::CMutex m_lock;
+    CamEmu::CEventQueue m_queue PLUGIN_GUARDED_BY(m_lock);
+    std::uint64_t m_dropped PLUGIN_GUARDED_BY(m_lock) = 0; // of channels that were closed
 };
 
 } // namespace Serving

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "NetworkInterface.h"
 #include "Report.h"
 
 #include <memory>
@@ -10,7 +11,6 @@ namespace Serving {
 
 class CServedCamera;
 struct CFaultOrder;
-struct CNetworkInterface;
 
 using CServedCameras = std::span<const std::unique_ptr<CServedCamera>>;
 

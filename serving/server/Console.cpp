@@ -62,7 +62,7 @@ void CConsole::Do(const std::vector<std::string>& words) {
 }
 
 void CConsole::SetFault(const std::vector<std::string>& words) {
-    NeedWords(words, 2, 3, "fault [SERIAL] NAME[=RATE[,PARAMETER]][@BLOCK[:PACKET]...][xTIMES]");
+    NeedWords(words, 2, 3, "fault [SERIAL] NAME[=RATE[,PARAMETER]][@PLACE...][xTIMES]");
     const auto cameras = Find(words.size() == 3 ? words[1] : "");
     try {
         const CFaultOrder order = ParseFault(words.back());

@@ -26,8 +26,7 @@ void Define(CLI::App& app, CServeOptions& options, CTyped& typed) {
     app.add_option("--interface", options.interface, "Network interface")->type_name("NAME");
     app.add_option("--rate", options.rateBytesPerS, "Bytes a second to one destination")
         ->check(CLI::Range(std::uint64_t{1000}, std::uint64_t{10'000'000'000}));
-    app.add_option("--fault", typed.faults, "NAME[=RATE[,PARAMETER]][@BLOCK[:PACKET]...][xTIMES]")
-        ->allow_extra_args(false);
+    app.add_option("--fault", typed.faults, "NAME[=RATE[,PARAMETER]][@PLACE...][xTIMES]")->allow_extra_args(false);
     app.add_option("--seed", options.seed, "Of faults and random delays");
     app.add_option("--schema", typed.schema, "Of the description")->check(CLI::IsMember({"1.0", "1.1"}));
     app.add_flag("--manage-addresses", options.manageAddresses, "Add addresses to the interface");

@@ -12,7 +12,7 @@ constexpr std::size_t kMaxDestinations = 256; // then the one that is free soone
 } // namespace
 
 CRateBudgets::CRateBudgets(std::uint64_t bytesPerSecond) : m_bytesPerSecond(bytesPerSecond) {
-    const CamEmu::CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     m_destinations.reserve(kMaxDestinations);
 }
 
@@ -22,7 +22,7 @@ std::int64_t CRateBudgets::Reserve(std::uint32_t address, std::size_t bytes, std
     }
     const auto costNs =
         static_cast<std::int64_t>(static_cast<double>(bytes) * 1e9 / static_cast<double>(m_bytesPerSecond));
-    const CamEmu::CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     CDestination& destination = Find(address);
     const bool isLate = destination.freeNs > nowNs - costNs; // by less than a burst: made up for
     const std::int64_t dueNs = isLate ? destination.freeNs : nowNs;

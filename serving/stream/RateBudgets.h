@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <core/Mutex.h>
+#include <common/Mutex.h>
 
 #include <cstdint>
 #include <vector>
@@ -31,11 +31,11 @@ private:
         std::int64_t freeNs = 0; // when the last reservation ends
     };
 
-    CDestination& Find(std::uint32_t address) CAMEMU_REQUIRES(m_lock);
+    CDestination& Find(std::uint32_t address) PLUGIN_REQUIRES(m_lock);
 
     const std::uint64_t m_bytesPerSecond;
-    CamEmu::CMutex m_lock;
-    std::vector<CDestination> m_destinations CAMEMU_GUARDED_BY(m_lock);
+    PluginKit::CMutex m_lock;
+    std::vector<CDestination> m_destinations PLUGIN_GUARDED_BY(m_lock);
 };
 
 } // namespace Serving

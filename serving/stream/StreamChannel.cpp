@@ -8,7 +8,6 @@
 namespace Serving {
 
 using CamEmu::CFrame;
-using CamEmu::CLockGuard;
 using EPlace = CBlock::EPlace;
 
 namespace {
@@ -29,7 +28,7 @@ CStreamChannel::CStreamChannel(CamEmu::CCamera& camera, CServingFaults& faults, 
 std::uint16_t CStreamChannel::Open(const CStreamSettings& settings) {
     TakeSender().reset();
     IBlockHome& home = *this;
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     m_sender = std::make_unique<CStreamSender>(m_address, settings, m_faults, m_budgets, m_counts, m_isMuted, home);
     m_settings = settings;
     m_base = m_takesFrames ? -static_cast<std::int64_t>(m_camera.Stream().Counters().begun) : 0;
@@ -40,7 +39,7 @@ std::uint16_t CStreamChannel::Open(const CStreamSettings& settings) {
 }
 
 void CStreamChannel::Apply(const CStreamSettings& settings) {
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     m_settings = settings;
     if (m_sender) {
         m_sender->Apply(settings);
@@ -54,19 +53,19 @@ void CStreamChannel::Close() noexcept {
         m_camera.Stream().StopAcquisition();
     }
     TakeSender().reset();
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     m_free.clear();
     m_blocks.clear();
 }
 
 // Ended without the lock, which its thread takes.
 std::unique_ptr<CStreamSender> CStreamChannel::TakeSender() {
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     return std::move(m_sender);
 }
 
 bool CStreamChannel::IsOpen() const {
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     return m_sender != nullptr;
 }
 
@@ -98,7 +97,7 @@ void CStreamChannel::StartFrames() {
 
 // Blocks are with the camera before it begins: the first frame must not be lost for want of one.
 void CStreamChannel::Prepare(std::size_t payloadBytes) {
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     MakeBlocks(payloadBytes);
     m_camera.Stream().Reserve(m_maxInFlight);
     m_takesFrames = true;
@@ -137,7 +136,7 @@ void CStreamChannel::StopFrames() noexcept {
     m_camera.Stream().DropQueued();
     TakeBackFromCamera();
     {
-        const CLockGuard lock(m_lock);
+        const PluginKit::CLockGuard lock(m_lock);
         const CamEmu::CStreamCounters counters = m_camera.Stream().Counters();
         m_base += static_cast<std::int64_t>(counters.begun);
         m_lost += counters.lost;
@@ -146,7 +145,7 @@ void CStreamChannel::StopFrames() noexcept {
 }
 
 void CStreamChannel::TakeBackFromCamera() noexcept {
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     for (const std::unique_ptr<CBlock>& block : m_blocks) {
         if (block->place == EPlace::Camera) {
             Move(*block, EPlace::Free);
@@ -160,21 +159,21 @@ std::uint64_t CStreamChannel::BlockIdOf(std::uint64_t frame) const {
 }
 
 void CStreamChannel::Resend(const GigEVision::ResendRequest& request, const CEndpoint& requester) {
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     if (m_sender && request.channel == 0 && !m_isMuted) {
         m_sender->Ask(request, requester);
     }
 }
 
 void CStreamChannel::SendTestPacket(std::uint32_t packetSize, bool doNotFragment) {
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     if (m_sender && !m_takesFrames && m_settings.destination.address != 0 && m_sender->IsIdle()) {
         m_sender->Test({packetSize, doNotFragment});
     }
 }
 
 CStreamCounts CStreamChannel::Counts() const {
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     CStreamCounts counts;
     counts.blocks = m_counts.blocks;
     counts.packets = m_counts.packets;
@@ -190,13 +189,13 @@ CStreamCounts CStreamChannel::Counts() const {
 }
 
 void CStreamChannel::SetAddress(std::uint32_t address) {
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     m_address = address;
 }
 
 void CStreamChannel::OnFrame(const CFrame& frame) noexcept {
     CBlock& block = *static_cast<CBlock*>(frame.buffer.context);
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     if (!SendFrame(block, frame)) {
         ++m_unsent;
         Free(block);
@@ -246,13 +245,13 @@ std::uint32_t CStreamChannel::LayoutIdOf(const CFrame& frame) {
 }
 
 void CStreamChannel::OnSent(CBlock& block) noexcept {
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     Move(block, EPlace::History);
     FeedCamera();
 }
 
 void CStreamChannel::OnReleased(CBlock& block) noexcept {
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     Free(block);
     FeedCamera();
 }

@@ -50,15 +50,15 @@ private:
     void OnSent(CBlock& block) noexcept override;
     void OnReleased(CBlock& block) noexcept override;
 
-    bool SendFrame(CBlock& block, const CamEmu::CFrame& frame) CAMEMU_REQUIRES(m_lock);
-    CBlockIds NextIds(const CamEmu::CFrame& frame, std::uint64_t id) CAMEMU_REQUIRES(m_lock);
-    std::uint32_t LayoutIdOf(const CamEmu::CFrame& frame) CAMEMU_REQUIRES(m_lock);
+    bool SendFrame(CBlock& block, const CamEmu::CFrame& frame) PLUGIN_REQUIRES(m_lock);
+    CBlockIds NextIds(const CamEmu::CFrame& frame, std::uint64_t id) PLUGIN_REQUIRES(m_lock);
+    std::uint32_t LayoutIdOf(const CamEmu::CFrame& frame) PLUGIN_REQUIRES(m_lock);
     void Prepare(std::size_t payloadBytes);
-    void MakeBlocks(std::size_t payloadBytes) CAMEMU_REQUIRES(m_lock);
-    void FeedCamera() noexcept CAMEMU_REQUIRES(m_lock);
+    void MakeBlocks(std::size_t payloadBytes) PLUGIN_REQUIRES(m_lock);
+    void FeedCamera() noexcept PLUGIN_REQUIRES(m_lock);
     void TakeBackFromCamera() noexcept;
-    void Free(CBlock& block) noexcept CAMEMU_REQUIRES(m_lock);
-    void Move(CBlock& block, CBlock::EPlace place) CAMEMU_REQUIRES(m_lock);
+    void Free(CBlock& block) noexcept PLUGIN_REQUIRES(m_lock);
+    void Move(CBlock& block, CBlock::EPlace place) PLUGIN_REQUIRES(m_lock);
     std::unique_ptr<CStreamSender> TakeSender();
 
     CamEmu::CCamera& m_camera;
@@ -69,20 +69,20 @@ private:
     std::atomic<std::int64_t> m_base = 0; // added to a frame's number + 1 for its block id
     std::atomic<bool> m_takesFrames = false;
 
-    mutable CamEmu::CMutex m_lock;
-    std::uint32_t m_address CAMEMU_GUARDED_BY(m_lock);
-    CStreamSettings m_settings CAMEMU_GUARDED_BY(m_lock);
-    std::vector<std::unique_ptr<CBlock>> m_blocks CAMEMU_GUARDED_BY(m_lock);
-    std::vector<CBlock*> m_free CAMEMU_GUARDED_BY(m_lock);      // the one that came back last is taken first
-    std::size_t m_payloadBytes CAMEMU_GUARDED_BY(m_lock) = 0;   // of the blocks that are made now
-    std::size_t m_blocksInFlight CAMEMU_GUARDED_BY(m_lock) = 0; // with camera and sender, as the next
-    std::size_t m_maxInFlight CAMEMU_GUARDED_BY(m_lock) = 0;
-    std::uint64_t m_lastId CAMEMU_GUARDED_BY(m_lock) = 0; // of a block since the channel was opened
-    std::uint64_t m_lost CAMEMU_GUARDED_BY(m_lock) = 0;   // before the frames were started
-    std::uint64_t m_unsent CAMEMU_GUARDED_BY(m_lock) = 0;
-    std::uint32_t m_layoutId CAMEMU_GUARDED_BY(m_lock) = 0, m_layoutChunks CAMEMU_GUARDED_BY(m_lock) = 0;
-    std::size_t m_layoutBytes CAMEMU_GUARDED_BY(m_lock) = 0;
-    std::unique_ptr<CStreamSender> m_sender CAMEMU_GUARDED_BY(m_lock);
+    mutable PluginKit::CMutex m_lock;
+    std::uint32_t m_address PLUGIN_GUARDED_BY(m_lock);
+    CStreamSettings m_settings PLUGIN_GUARDED_BY(m_lock);
+    std::vector<std::unique_ptr<CBlock>> m_blocks PLUGIN_GUARDED_BY(m_lock);
+    std::vector<CBlock*> m_free PLUGIN_GUARDED_BY(m_lock);      // the one that came back last is taken first
+    std::size_t m_payloadBytes PLUGIN_GUARDED_BY(m_lock) = 0;   // of the blocks that are made now
+    std::size_t m_blocksInFlight PLUGIN_GUARDED_BY(m_lock) = 0; // with camera and sender, as the next
+    std::size_t m_maxInFlight PLUGIN_GUARDED_BY(m_lock) = 0;
+    std::uint64_t m_lastId PLUGIN_GUARDED_BY(m_lock) = 0; // of a block since the channel was opened
+    std::uint64_t m_lost PLUGIN_GUARDED_BY(m_lock) = 0;   // before the frames were started
+    std::uint64_t m_unsent PLUGIN_GUARDED_BY(m_lock) = 0;
+    std::uint32_t m_layoutId PLUGIN_GUARDED_BY(m_lock) = 0, m_layoutChunks PLUGIN_GUARDED_BY(m_lock) = 0;
+    std::size_t m_layoutBytes PLUGIN_GUARDED_BY(m_lock) = 0;
+    std::unique_ptr<CStreamSender> m_sender PLUGIN_GUARDED_BY(m_lock);
 };
 
 } // namespace Serving

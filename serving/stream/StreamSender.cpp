@@ -13,7 +13,6 @@
 namespace Serving {
 
 using namespace GigEVision;
-using CamEmu::CLockGuard;
 
 namespace {
 
@@ -62,13 +61,13 @@ CStreamSender::~CStreamSender() {
 }
 
 void CStreamSender::Apply(const CStreamSettings& settings) {
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     m_settings = settings;
 }
 
 bool CStreamSender::Send(CBlock& block) {
     {
-        const CLockGuard lock(m_lock);
+        const PluginKit::CLockGuard lock(m_lock);
         if (m_waiting.full()) {
             return false;
         }
@@ -80,13 +79,13 @@ bool CStreamSender::Send(CBlock& block) {
 }
 
 bool CStreamSender::IsIdle() {
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     return m_waiting.empty() && !m_isSending;
 }
 
 void CStreamSender::Ask(const ResendRequest& request, const CEndpoint& requester) {
     {
-        const CLockGuard lock(m_lock);
+        const PluginKit::CLockGuard lock(m_lock);
         ++m_counts.resendRequests;
         if (m_requests.full()) {
             return; // who asks so often asks again
@@ -98,7 +97,7 @@ void CStreamSender::Ask(const ResendRequest& request, const CEndpoint& requester
 
 void CStreamSender::Test(const CTestPacket& test) {
     {
-        const CLockGuard lock(m_lock);
+        const PluginKit::CLockGuard lock(m_lock);
         if (m_tests.full()) {
             return;
         }
@@ -109,7 +108,7 @@ void CStreamSender::Test(const CTestPacket& test) {
 
 template <typename T>
 bool CStreamSender::TakeFirst(boost::circular_buffer<T> CStreamSender::*queue, T& taken) {
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     boost::circular_buffer<T>& waiting = this->*queue;
     if (waiting.empty()) {
         return false;
@@ -152,7 +151,7 @@ bool CStreamSender::HasWork() {
     if (!m_resends.IsEmpty() || (m_block && CamEmu::MonotonicNs() >= m_holdUntilNs)) {
         return true;
     }
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     return !m_requests.empty() || !m_tests.empty() || (!m_block && !m_waiting.empty());
 }
 
@@ -170,7 +169,7 @@ void CStreamSender::AnswerRequests() {
         CStreamSettings settings;
         std::uint64_t newestKnown = 0;
         {
-            const CLockGuard lock(m_lock);
+            const PluginKit::CLockGuard lock(m_lock);
             settings = m_settings;
             newestKnown = m_newestKnown;
         }
@@ -207,7 +206,7 @@ void CStreamSender::AddTests() {
     m_socket.SetDoNotFragment(test.doNotFragment);
     CEndpoint destination;
     {
-        const CLockGuard lock(m_lock);
+        const PluginKit::CLockGuard lock(m_lock);
         destination = m_settings.destination;
     }
     if (destination.address != 0 && HasRoom(destination, false)) {
@@ -276,7 +275,7 @@ bool CStreamSender::NextPacket() {
 
 bool CStreamSender::BeginBlock() {
     {
-        const CLockGuard lock(m_lock);
+        const PluginKit::CLockGuard lock(m_lock);
         if (m_waiting.empty()) {
             return false;
         }
@@ -308,7 +307,7 @@ void CStreamSender::EndBlock() {
     m_isBlockDone = false;
     block.lastSentNs = CamEmu::MonotonicNs();
     {
-        const CLockGuard lock(m_lock);
+        const PluginKit::CLockGuard lock(m_lock);
         m_isSending = false;
     }
     m_home.OnSent(block);

@@ -9,7 +9,7 @@
 #include "StreamSocket.h"
 #include "WakeUp.h"
 
-#include <core/Mutex.h>
+#include <common/Mutex.h>
 
 #include <boost/circular_buffer.hpp>
 
@@ -102,14 +102,14 @@ private:
     IBlockHome& m_home;
     std::atomic<bool> m_isStopping = false;
 
-    CamEmu::CMutex m_lock;
-    CStreamSettings m_settings CAMEMU_GUARDED_BY(m_lock);
-    boost::circular_buffer<CBlock*> m_waiting CAMEMU_GUARDED_BY(m_lock);
-    boost::circular_buffer<CAskedFor> m_requests CAMEMU_GUARDED_BY(m_lock);
-    boost::circular_buffer<CTestPacket> m_tests CAMEMU_GUARDED_BY(m_lock);
-    std::uint64_t m_requestCount CAMEMU_GUARDED_BY(m_lock) = 0;
-    std::uint64_t m_newestKnown CAMEMU_GUARDED_BY(m_lock) = 0; // block id
-    bool m_isSending CAMEMU_GUARDED_BY(m_lock) = false;
+    PluginKit::CMutex m_lock;
+    CStreamSettings m_settings PLUGIN_GUARDED_BY(m_lock);
+    boost::circular_buffer<CBlock*> m_waiting PLUGIN_GUARDED_BY(m_lock);
+    boost::circular_buffer<CAskedFor> m_requests PLUGIN_GUARDED_BY(m_lock);
+    boost::circular_buffer<CTestPacket> m_tests PLUGIN_GUARDED_BY(m_lock);
+    std::uint64_t m_requestCount PLUGIN_GUARDED_BY(m_lock) = 0;
+    std::uint64_t m_newestKnown PLUGIN_GUARDED_BY(m_lock) = 0; // block id
+    bool m_isSending PLUGIN_GUARDED_BY(m_lock) = false;
 
     // The thread's.
     CStreamSocket m_socket, m_otherSocket;

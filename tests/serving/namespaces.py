@@ -43,11 +43,43 @@ def sent_packets(interface):
     return json.loads(run("ip", "-s", "-j", "link", "show", interface))[0]["stats64"]["tx"]["packets"]
 
 
-class Server:
-    """zelmo serve, from its first words to its summary."""
+class Neighbour:
+    """Another network namespace, up to the object's exit: a machine at the other end of cables."""
 
-    def __init__(self, tool, *arguments):
-        self.process = subprocess.Popen([tool, "serve", "--json", *arguments], stdout=subprocess.PIPE,
+    def __init__(self):
+        self.cables = []
+        self.process = subprocess.Popen(["unshare", "-n", "sh", "-c", "echo there; exec sleep infinity"],
+                                        stdout=subprocess.PIPE)
+        self.process.stdout.readline()
+        self.inside = ["nsenter", "-t", str(self.process.pid), "-n"]
+        run(*self.inside, "ip", "link", "set", "lo", "up")
+
+    def __enter__(self):
+        return self
+
+    def connect(self, near, near_address, far, far_address):
+        """Lays a cable from an interface here to one there."""
+        run("ip", "link", "add", near, "type", "veth", "peer", "name", far, "netns", str(self.process.pid))
+        self.cables.append(near)
+        for inside, name, address in ([], near, near_address), (self.inside, far, far_address):
+            run(*inside, "ip", "link", "set", name, "addrgenmode", "none")
+            run(*inside, "ip", "address", "add", address, "brd", "+", "dev", name)
+            run(*inside, "ip", "link", "set", name, "up")
+        return self
+
+    def __exit__(self, *_):
+        for near in self.cables:  # the kernel would take its time
+            run("ip", "link", "del", near)
+        self.process.kill()
+        self.process.communicate()
+
+
+class Server:
+    """zelmo serve, from its first words to its summary; in a neighbour's namespace, if one is named."""
+
+    def __init__(self, tool, *arguments, where=None):
+        inside = where.inside if where else []
+        self.process = subprocess.Popen([*inside, tool, "serve", "--json", *arguments], stdout=subprocess.PIPE,
                                         stderr=subprocess.PIPE, stdin=subprocess.PIPE, text=True)
         self.cameras = []
         while not self.cameras or len(self.cameras) < self.cameras[0]["cameras"]:
@@ -57,6 +89,12 @@ class Server:
             event = json.loads(line)
             if event["type"] == "serving":
                 self.cameras.append(event)
+
+    def tell(self, line):
+        """@return its word on that: a full pipe would stop it"""
+        self.process.stdin.write(line + "\n")
+        self.process.stdin.flush()
+        return self.process.stdout.readline()
 
     def __enter__(self):
         return self

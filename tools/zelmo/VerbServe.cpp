@@ -29,9 +29,10 @@ public:
     std::string GetDetails() const override {
         return "Serves until a signal comes or the line 'quit' on standard input. Without --interface the cameras are "
                "at 127.0.0.2 and on, where only this machine reaches them. A fault is "
-               "NAME[=RATE[,PARAMETER]][@BLOCK[:PACKET]...][xTIMES], such as packet-loss=0.01, trailer-loss@17@20 or "
-               "silence,2000x1: RATE is a probability, 1 when left out; --list-faults tells the names. While it "
-               "serves, standard input takes the lines 'fault [SERIAL] FAULT', 'faults', 'reset [SERIAL]', 'status' "
+               "NAME[=RATE[,PARAMETER]][@PLACE...][xTIMES], such as packet-loss=0.01, trailer-loss@17@20 or "
+               "silence,2000x1: RATE is a probability, 1 when left out; PLACE a BLOCK, a BLOCK:PACKET or, of what goes "
+               "wrong with commands, the number of one; --list-faults tells the names. While it serves, standard input "
+               "takes the lines 'fault [SERIAL] FAULT', 'faults', 'reset [SERIAL]', 'status' "
                "and 'quit'. The exit code is 130 or 143 after SIGINT or SIGTERM, and 4 when an address is in use by "
                "another program or a privilege is missing.";
     }

@@ -112,7 +112,7 @@ void CCamera::SetDefaults() {
 }
 
 EAccessResult CCamera::Read(std::uint64_t address, void* bytes, std::size_t length) {
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     const EAccessResult result = m_bank.MayRead(address, length);
     if (result != EAccessResult::Ok) {
         return result;
@@ -124,7 +124,7 @@ EAccessResult CCamera::Read(std::uint64_t address, void* bytes, std::size_t leng
 
 // What changes by itself.
 void CCamera::LookAtStream() {
-    const auto set = [this](EAcquisitionStatus status, bool value) CAMEMU_UNCHECKED_LOCKS {
+    const auto set = [this](EAcquisitionStatus status, bool value) PLUGIN_UNCHECKED_LOCKS {
         Set(Reg::kStatus + 4 * static_cast<std::uint32_t>(status), std::uint32_t{value});
     };
     const CAcquisitionStatus status = m_stream.Status();
@@ -136,7 +136,7 @@ void CCamera::LookAtStream() {
 }
 
 EAccessResult CCamera::Write(std::uint64_t address, const void* bytes, std::size_t length) {
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     const EAccessResult result = m_bank.MayWrite(address, length, Locks());
     if (result != EAccessResult::Ok) {
         return result;
@@ -154,28 +154,28 @@ EAccessResult CCamera::Write(std::uint64_t address, const void* bytes, std::size
 }
 
 std::string CCamera::Text(std::uint32_t address) {
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     return TextAt(address);
 }
 
 std::size_t CCamera::PayloadSize() {
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     return CamEmu::PayloadSize(Format(), ChunkSettings());
 }
 
 CRemovalSettings CCamera::RemovalSettings() {
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     return {Get<std::uint32_t>(Reg::kRemovalDelay), Get<std::int32_t>(Reg::kRemovalDuration),
             Get<std::uint32_t>(Reg::kRemovalResets) != 0};
 }
 
 void CCamera::Reset() {
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     SetDefaults();
 }
 
 CLockedFormat CCamera::LockFormat() {
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     m_formatLocked = true;
     m_lockedFormat = Format();
     UpdateComputed();
@@ -183,7 +183,7 @@ CLockedFormat CCamera::LockFormat() {
 }
 
 void CCamera::UnlockFormat() {
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     m_formatLocked = false;
     UpdateComputed();
 }
@@ -347,7 +347,7 @@ void CCamera::StartAcquisition() {
         if (images && images->Path() == path && images->Format() == format) {
             return m_stream.StartAcquisition(FramesOfAcquisition(), images);
         }
-        const CLockGap gap(m_lock);
+        const PluginKit::CLockGap gap(m_lock);
         images = CImageReplay::Load(path, format, m_stream.Images());
     }
     m_stream.StartAcquisition(FramesOfAcquisition());

@@ -4,8 +4,8 @@
 #include "EventSource.h"
 #include "Faults.h"
 #include "FrameStream.h"
-#include "Mutex.h"
 #include "RegisterBank.h"
+#include "common/Mutex.h"
 
 #include <cstdint>
 #include <string>
@@ -51,37 +51,37 @@ public:
     void Reset(); ///< As writing DeviceReset; not while the format is locked.
 
 private:
-    void SetDefaults() CAMEMU_REQUIRES(m_lock);
-    void SetText(std::uint32_t address, const std::string& text) CAMEMU_REQUIRES(m_lock);
-    bool IsValid(const CRegister& written, const void* value) const CAMEMU_REQUIRES(m_lock);
-    bool IsValidGeometry(const CRegister& written, std::uint32_t value) const CAMEMU_REQUIRES(m_lock);
-    void TakeEffect(const CRegister& written) CAMEMU_REQUIRES(m_lock);
-    bool TakeFaultEffect(const CRegister& written) CAMEMU_REQUIRES(m_lock);
-    bool TakeTriggerEffect(const CRegister& written) CAMEMU_REQUIRES(m_lock);
-    bool TakeEventEffect(const CRegister& written) CAMEMU_REQUIRES(m_lock);
-    void SimulateEvents() CAMEMU_REQUIRES(m_lock);
-    void ApplyNotifications() CAMEMU_REQUIRES(m_lock);
-    void LookAtStream() CAMEMU_REQUIRES(m_lock);
-    void StartAcquisition() CAMEMU_REQUIRES(m_lock);
-    std::string TextAt(std::uint32_t address) const CAMEMU_REQUIRES(m_lock);
-    void UpdateComputed() CAMEMU_REQUIRES(m_lock);
-    CImageFormat Format() const CAMEMU_REQUIRES(m_lock);
-    CChunkSettings ChunkSettings() const CAMEMU_REQUIRES(m_lock);
-    CLocks Locks() const CAMEMU_REQUIRES(m_lock);
-    CFrameSettings Settings() const CAMEMU_REQUIRES(m_lock);
-    CTriggerSettings TriggerSettings() const CAMEMU_REQUIRES(m_lock);
-    std::uint64_t FramesOfAcquisition() const CAMEMU_REQUIRES(m_lock);
+    void SetDefaults() PLUGIN_REQUIRES(m_lock);
+    void SetText(std::uint32_t address, const std::string& text) PLUGIN_REQUIRES(m_lock);
+    bool IsValid(const CRegister& written, const void* value) const PLUGIN_REQUIRES(m_lock);
+    bool IsValidGeometry(const CRegister& written, std::uint32_t value) const PLUGIN_REQUIRES(m_lock);
+    void TakeEffect(const CRegister& written) PLUGIN_REQUIRES(m_lock);
+    bool TakeFaultEffect(const CRegister& written) PLUGIN_REQUIRES(m_lock);
+    bool TakeTriggerEffect(const CRegister& written) PLUGIN_REQUIRES(m_lock);
+    bool TakeEventEffect(const CRegister& written) PLUGIN_REQUIRES(m_lock);
+    void SimulateEvents() PLUGIN_REQUIRES(m_lock);
+    void ApplyNotifications() PLUGIN_REQUIRES(m_lock);
+    void LookAtStream() PLUGIN_REQUIRES(m_lock);
+    void StartAcquisition() PLUGIN_REQUIRES(m_lock);
+    std::string TextAt(std::uint32_t address) const PLUGIN_REQUIRES(m_lock);
+    void UpdateComputed() PLUGIN_REQUIRES(m_lock);
+    CImageFormat Format() const PLUGIN_REQUIRES(m_lock);
+    CChunkSettings ChunkSettings() const PLUGIN_REQUIRES(m_lock);
+    CLocks Locks() const PLUGIN_REQUIRES(m_lock);
+    CFrameSettings Settings() const PLUGIN_REQUIRES(m_lock);
+    CTriggerSettings TriggerSettings() const PLUGIN_REQUIRES(m_lock);
+    std::uint64_t FramesOfAcquisition() const PLUGIN_REQUIRES(m_lock);
 
     template <typename T>
-    T Get(std::uint32_t address) const CAMEMU_REQUIRES(m_lock);
+    T Get(std::uint32_t address) const PLUGIN_REQUIRES(m_lock);
     template <typename T>
-    void Set(std::uint32_t address, T value) CAMEMU_REQUIRES(m_lock);
+    void Set(std::uint32_t address, T value) PLUGIN_REQUIRES(m_lock);
 
     const std::uint32_t m_number;
-    CMutex m_lock;
-    CRegisterBank m_bank CAMEMU_GUARDED_BY(m_lock);
-    bool m_formatLocked CAMEMU_GUARDED_BY(m_lock) = false;
-    CImageFormat m_lockedFormat CAMEMU_GUARDED_BY(m_lock); // while m_formatLocked
+    PluginKit::CMutex m_lock;
+    CRegisterBank m_bank PLUGIN_GUARDED_BY(m_lock);
+    bool m_formatLocked PLUGIN_GUARDED_BY(m_lock) = false;
+    CImageFormat m_lockedFormat PLUGIN_GUARDED_BY(m_lock); // while m_formatLocked
     CEventSource m_events;
     CFrameStream m_stream;
     CFaults m_faults;

@@ -2,7 +2,7 @@
 #include "ChunkWriter.h"
 
 #include "BigEndian.h"
-#include "Crc16.h"
+#include "common/Crc16.h"
 
 #include <algorithm>
 #include <bit>
@@ -12,7 +12,6 @@ namespace CamEmu {
 namespace {
 
 constexpr std::size_t kTrailerBytes = 8;
-constexpr std::size_t kCrcBytes = 4;
 
 constexpr std::uint32_t IdOf(EChunk chunk) {
     return kFirstChunkId + static_cast<std::uint32_t>(chunk);
@@ -105,25 +104,10 @@ void WriteChunks(const CImageFormat& format, const CChunkSettings& chunks, const
     for (std::uint32_t i = 0; i < kChunks; ++i) {
         const auto chunk = static_cast<EChunk>(i);
         if (chunks.IsEnabled(chunk)) {
-            writer.Put(chunk, chunk == EChunk::PayloadCrc16 ? Crc16(writer.Written()) : ValueOf(chunk, format, values));
+            writer.Put(chunk, chunk == EChunk::PayloadCrc16 ? PluginKit::Crc16(writer.Written())
+                                                            : ValueOf(chunk, format, values));
         }
     }
-}
-
-bool HasChecksum(std::span<const std::uint8_t> payload) {
-    if (payload.size() < kCrcBytes + kTrailerBytes) {
-        return false;
-    }
-    const std::uint8_t* const trailer = payload.data() + payload.size() - kTrailerBytes;
-    return GetBigEndian32(trailer) == IdOf(EChunk::PayloadCrc16) && GetBigEndian32(trailer + 4) == kCrcBytes;
-}
-
-bool IsChecksumRight(std::span<const std::uint8_t> payload) {
-    if (!HasChecksum(payload)) {
-        return false;
-    }
-    const std::size_t checkedBytes = payload.size() - kTrailerBytes - kCrcBytes;
-    return GetBigEndian32(payload.data() + checkedBytes) == Crc16(payload.first(checkedBytes));
 }
 
 } // namespace CamEmu

@@ -58,8 +58,4 @@ std::size_t PayloadSize(const CImageFormat& format, const CChunkSettings& chunks
 void WriteChunks(const CImageFormat& format, const CChunkSettings& chunks, const CChunkValues& values,
                  std::span<std::uint8_t> payload);
 
-/// Whether a payload with chunks ends with a checksum, and whether it has one that is right.
-bool HasChecksum(std::span<const std::uint8_t> payload);
-bool IsChecksumRight(std::span<const std::uint8_t> payload);
-
 } // namespace CamEmu

@@ -8,7 +8,7 @@ void CEventSource::SetNotifications(std::uint32_t wanted) {
 }
 
 bool CEventSource::Connect(IEventSink& sink) {
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     if (m_sink) {
         return false;
     }
@@ -18,7 +18,7 @@ bool CEventSource::Connect(IEventSink& sink) {
 }
 
 void CEventSource::Disconnect(const IEventSink& sink) noexcept {
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     if (m_sink == &sink) {
         m_isHeard = false;
         m_sink = nullptr;
@@ -26,7 +26,7 @@ void CEventSource::Disconnect(const IEventSink& sink) noexcept {
 }
 
 void CEventSource::Send(const CEvent& event) noexcept {
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     if (m_sink) {
         m_sink->OnEvent(event);
     }

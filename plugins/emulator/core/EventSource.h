@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "Mutex.h"
+#include "common/Mutex.h"
 
 #include <atomic>
 #include <cstdint>
@@ -60,8 +60,8 @@ private:
 
     std::atomic<std::uint32_t> m_wanted = 0;
     std::atomic<bool> m_isHeard = false;
-    CMutex m_lock;
-    IEventSink* m_sink CAMEMU_GUARDED_BY(m_lock) = nullptr;
+    PluginKit::CMutex m_lock;
+    IEventSink* m_sink PLUGIN_GUARDED_BY(m_lock) = nullptr;
 };
 
 } // namespace CamEmu

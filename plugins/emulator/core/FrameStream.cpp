@@ -49,7 +49,7 @@ CFrameError FrameError(EFrameStatus status) {
 
 void CFrameStream::Start(const CImageFormat& format, IFrameSink& sink) {
     LoadImagesAgain(format);
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     m_generator.Configure(format);
     m_drawnFormat = format;
     m_format = format;
@@ -68,7 +68,7 @@ void CFrameStream::LoadImagesAgain(const CImageFormat& format) {
         return;
     }
     const CImageReplayPtr images = CImageReplay::Load(before->Path(), format, nullptr);
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     if (m_images == before) {
         m_images = images;
     }
@@ -79,23 +79,23 @@ void CFrameStream::Stop() noexcept {
         return;
     }
     {
-        const CLockGuard lock(m_lock);
+        const PluginKit::CLockGuard lock(m_lock);
         m_stopping = true;
     }
     m_changed.notify_all();
     m_thread.join();
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     m_sink = nullptr;
 }
 
 void CFrameStream::Apply(const CFrameSettings& settings) {
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     m_settings = settings;
     m_changed.notify_all();
 }
 
 void CFrameStream::StartAcquisition(std::uint64_t frames, CImageReplayPtr images) {
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     if (m_sink && images && images->Format() != Region()) {
         throw std::logic_error("Images in another format than that of the stream cannot be shown.");
     }
@@ -108,52 +108,52 @@ void CFrameStream::StartAcquisition(std::uint64_t frames, CImageReplayPtr images
 }
 
 void CFrameStream::StopAcquisition() {
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     EndAcquisition();
     m_changed.notify_all();
 }
 
 bool CFrameStream::IsAcquiring() const {
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     return m_acquiring;
 }
 
 CAcquisitionStatus CFrameStream::Status() const {
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     return {m_acquiring, m_acquiring && !m_triggers.IsServing(), m_drawing || m_triggers.IsExposing(),
             m_triggers.IsReadyFor(ETrigger::FrameStart), m_triggers.Missed()};
 }
 
 void CFrameStream::Stall(bool isStalled) {
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     const CTriggerState before = TriggerState();
     m_stalled = isStalled;
     GoOn(before);
 }
 
 void CFrameStream::ApplyTriggers(const CTriggerSettings& settings) {
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     const CTriggerState before = TriggerState();
     m_triggers.Apply(settings);
     GoOn(before);
 }
 
 void CFrameStream::FireSoftwareTrigger(ETrigger trigger) {
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     const CTriggerState before = TriggerState();
     m_triggers.FireSoftware(trigger, MonotonicNs());
     GoOn(before);
 }
 
 void CFrameStream::SetLine(std::size_t line, bool level) {
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     const CTriggerState before = TriggerState();
     m_triggers.SetLine(line, level, MonotonicNs());
     GoOn(before);
 }
 
 void CFrameStream::PulseLine(std::size_t line) {
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     const CTriggerState before = TriggerState();
     const bool level = m_triggers.Level(line);
     m_triggers.SetLine(line, !level, MonotonicNs());
@@ -162,7 +162,7 @@ void CFrameStream::PulseLine(std::size_t line) {
 }
 
 void CFrameStream::FireAction(std::size_t action) {
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     const CTriggerState before = TriggerState();
     m_triggers.FireAction(action, MonotonicNs());
     GoOn(before);
@@ -200,30 +200,30 @@ void CFrameStream::RaiseFrameEvents(const CFrame& frame, bool wasTriggered) {
 }
 
 CImageReplayPtr CFrameStream::Images() const {
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     return m_images;
 }
 
 void CFrameStream::DropImages() noexcept {
     CImageReplayPtr dropped; // freed without the lock
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     m_images.swap(dropped);
 }
 
 void CFrameStream::ForceFrameFailures(std::uint32_t frames) {
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     m_failuresLeft = frames;
 }
 
 void CFrameStream::Reserve(std::size_t buffers) {
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     if (m_queue.capacity() < buffers) {
         m_queue.set_capacity(buffers);
     }
 }
 
 void CFrameStream::Queue(const CFrameBuffer& buffer) {
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     if (m_queue.full()) {
         m_queue.set_capacity(m_queue.capacity() * 2 + 8);
     }
@@ -234,17 +234,17 @@ void CFrameStream::Queue(const CFrameBuffer& buffer) {
 }
 
 void CFrameStream::DropQueued() noexcept {
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     m_queue.clear();
 }
 
 void CFrameStream::CancelQueued(IFrameSink& sink) {
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     const std::vector<CFrameBuffer> cancelled(m_queue.begin(), m_queue.end());
     m_queue.clear();
     const std::uint64_t finished = m_finished;
     {
-        const CLockGap gap(m_lock);
+        const PluginKit::CLockGap gap(m_lock);
         for (const CFrameBuffer& buffer : cancelled) {
             CFrame frame;
             frame.buffer = buffer;
@@ -258,12 +258,12 @@ void CFrameStream::CancelQueued(IFrameSink& sink) {
 }
 
 CStreamCounters CFrameStream::Counters() const {
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     return m_counters;
 }
 
 void CFrameStream::Run() noexcept {
-    const CLockGuard lock(m_lock);
+    const PluginKit::CLockGuard lock(m_lock);
     while (WaitForFrame()) {
         CFrame frame;
         if (!TakeBuffer(frame)) {
@@ -274,7 +274,7 @@ void CFrameStream::Run() noexcept {
         const CChunkValues values = ChunkValues(frame);
         const CImageReplayPtr images = m_images;
         {
-            const CLockGap gap(m_lock);
+            const PluginKit::CLockGap gap(m_lock);
             if (frame.status != EFrameStatus::Forced) {
                 Draw(frame, settings, values, images.get());
             }
@@ -283,7 +283,7 @@ void CFrameStream::Run() noexcept {
         ++(frame.status == EFrameStatus::Complete ? m_counters.delivered : m_counters.failed);
         IFrameSink& sink = *m_sink;
         {
-            const CLockGap gap(m_lock);
+            const PluginKit::CLockGap gap(m_lock);
             sink.OnFrame(frame);
         }
         m_drawing = false;

@@ -5,9 +5,9 @@
 #include "ChunkWriter.h"
 #include "EventSource.h"
 #include "ImageReplay.h"
-#include "Mutex.h"
 #include "PatternGenerator.h"
 #include "Trigger.h"
+#include "common/Mutex.h"
 
 #include <boost/circular_buffer.hpp>
 
@@ -157,51 +157,51 @@ public:
 private:
     void LoadImagesAgain(const CImageFormat& format);
     void Run() noexcept;
-    bool WaitForFrame() CAMEMU_REQUIRES(m_lock);
-    bool WaitForBuffer() CAMEMU_REQUIRES(m_lock);
-    bool WaitUntilDue() CAMEMU_REQUIRES(m_lock);
-    bool WaitForReadout() CAMEMU_REQUIRES(m_lock);
-    bool IsHeld() const CAMEMU_REQUIRES(m_lock) { return m_stalled || !m_triggers.MayFrameBegin(); }
+    bool WaitForFrame() PLUGIN_REQUIRES(m_lock);
+    bool WaitForBuffer() PLUGIN_REQUIRES(m_lock);
+    bool WaitUntilDue() PLUGIN_REQUIRES(m_lock);
+    bool WaitForReadout() PLUGIN_REQUIRES(m_lock);
+    bool IsHeld() const PLUGIN_REQUIRES(m_lock) { return m_stalled || !m_triggers.MayFrameBegin(); }
     /// What triggers change.
     struct CTriggerState {
         bool isHeld, isExposing;
         std::uint64_t missedFrames;
     };
-    CTriggerState TriggerState() const CAMEMU_REQUIRES(m_lock) {
+    CTriggerState TriggerState() const PLUGIN_REQUIRES(m_lock) {
         return {IsHeld(), m_triggers.IsExposing(), m_triggers.MissedFrames()};
     }
-    void GoOn(const CTriggerState& before) CAMEMU_REQUIRES(m_lock);
-    void RaiseTriggerEvents(const CTriggerState& before) CAMEMU_REQUIRES(m_lock);
-    void RaiseFrameEvents(const CFrame& frame, bool wasTriggered) CAMEMU_REQUIRES(m_lock);
-    void EndAcquisition() CAMEMU_REQUIRES(m_lock);
-    void CountFrames(std::uint64_t frames) CAMEMU_REQUIRES(m_lock);
-    bool TakeBuffer(CFrame& frame) CAMEMU_REQUIRES(m_lock);
-    CChunkValues ChunkValues(const CFrame& frame) const CAMEMU_REQUIRES(m_lock);
+    void GoOn(const CTriggerState& before) PLUGIN_REQUIRES(m_lock);
+    void RaiseTriggerEvents(const CTriggerState& before) PLUGIN_REQUIRES(m_lock);
+    void RaiseFrameEvents(const CFrame& frame, bool wasTriggered) PLUGIN_REQUIRES(m_lock);
+    void EndAcquisition() PLUGIN_REQUIRES(m_lock);
+    void CountFrames(std::uint64_t frames) PLUGIN_REQUIRES(m_lock);
+    bool TakeBuffer(CFrame& frame) PLUGIN_REQUIRES(m_lock);
+    CChunkValues ChunkValues(const CFrame& frame) const PLUGIN_REQUIRES(m_lock);
     void Draw(CFrame& frame, const CFrameSettings& settings, const CChunkValues& values, const CImageReplay* images);
     void DrawImage(const CFrame& frame, const CImageFormat& format, const CFrameSettings& settings,
                    const CImageReplay* images);
-    std::size_t SentBytes() const CAMEMU_REQUIRES(m_lock);
-    const CImageFormat& Region() const CAMEMU_REQUIRES(m_lock);
+    std::size_t SentBytes() const PLUGIN_REQUIRES(m_lock);
+    const CImageFormat& Region() const PLUGIN_REQUIRES(m_lock);
 
     CEventSource* const m_events;
     std::atomic<std::int64_t> m_timeOriginNs = 0;
-    mutable CMutex m_lock;
+    mutable PluginKit::CMutex m_lock;
     std::condition_variable m_changed;
-    CFrameSettings m_settings CAMEMU_GUARDED_BY(m_lock);
-    CImageReplayPtr m_images CAMEMU_GUARDED_BY(m_lock); // while acquiring and streaming, of m_format
-    CImageFormat m_format CAMEMU_GUARDED_BY(m_lock);
-    bool m_stopping CAMEMU_GUARDED_BY(m_lock) = false;
-    bool m_acquiring CAMEMU_GUARDED_BY(m_lock) = false;
-    bool m_stalled CAMEMU_GUARDED_BY(m_lock) = false;
-    CTriggers m_triggers CAMEMU_GUARDED_BY(m_lock);           // armed while m_acquiring
-    bool m_drawing CAMEMU_GUARDED_BY(m_lock) = false;         // a frame is drawn or handed over
-    std::uint64_t m_finished CAMEMU_GUARDED_BY(m_lock) = 0;   // frames handed over, ever
-    std::uint64_t m_framesLeft CAMEMU_GUARDED_BY(m_lock) = 0; // of the acquisition; 0 with m_acquiring: no end
-    std::uint32_t m_failuresLeft CAMEMU_GUARDED_BY(m_lock) = 0;
-    CAcquisitionClock m_clock CAMEMU_GUARDED_BY(m_lock);
-    CStreamCounters m_counters CAMEMU_GUARDED_BY(m_lock);
-    boost::circular_buffer<CFrameBuffer> m_queue CAMEMU_GUARDED_BY(m_lock);
-    IFrameSink* m_sink CAMEMU_GUARDED_BY(m_lock) = nullptr; // set while the thread runs
+    CFrameSettings m_settings PLUGIN_GUARDED_BY(m_lock);
+    CImageReplayPtr m_images PLUGIN_GUARDED_BY(m_lock); // while acquiring and streaming, of m_format
+    CImageFormat m_format PLUGIN_GUARDED_BY(m_lock);
+    bool m_stopping PLUGIN_GUARDED_BY(m_lock) = false;
+    bool m_acquiring PLUGIN_GUARDED_BY(m_lock) = false;
+    bool m_stalled PLUGIN_GUARDED_BY(m_lock) = false;
+    CTriggers m_triggers PLUGIN_GUARDED_BY(m_lock);           // armed while m_acquiring
+    bool m_drawing PLUGIN_GUARDED_BY(m_lock) = false;         // a frame is drawn or handed over
+    std::uint64_t m_finished PLUGIN_GUARDED_BY(m_lock) = 0;   // frames handed over, ever
+    std::uint64_t m_framesLeft PLUGIN_GUARDED_BY(m_lock) = 0; // of the acquisition; 0 with m_acquiring: no end
+    std::uint32_t m_failuresLeft PLUGIN_GUARDED_BY(m_lock) = 0;
+    CAcquisitionClock m_clock PLUGIN_GUARDED_BY(m_lock);
+    CStreamCounters m_counters PLUGIN_GUARDED_BY(m_lock);
+    boost::circular_buffer<CFrameBuffer> m_queue PLUGIN_GUARDED_BY(m_lock);
+    IFrameSink* m_sink PLUGIN_GUARDED_BY(m_lock) = nullptr; // set while the thread runs
     CPatternGenerator m_generator;                          // the thread's while it runs, as the next
     CImageFormat m_drawnFormat;                             // of the generator
     std::thread m_thread;

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "serving/ByteList.h"
+
 #include <core/Camera.h>
 #include <core/RegisterMap.h>
 #include <gigevision/Gvcp.h>
@@ -22,7 +24,6 @@
 
 namespace Serving {
 
-using ByteList = std::vector<std::uint8_t>;
 namespace Reg = CamEmu::Reg;
 namespace Register = GigEVision::Register;
 using GigEVision::Command;
@@ -116,15 +117,6 @@ public:
     bool hasAddress = true;
     int closedMessages = 0, wakes = 0;
 };
-
-inline ByteList Words(std::initializer_list<std::uint32_t> words) {
-    ByteList bytes;
-    for (const std::uint32_t word : words) {
-        bytes.resize(bytes.size() + 4);
-        GigEVision::PutBigEndian(&bytes[bytes.size() - 4], word);
-    }
-    return bytes;
-}
 
 inline ByteList Concat(ByteList front, const ByteList& back) {
     front.insert(front.end(), back.begin(), back.end());

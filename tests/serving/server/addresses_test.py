@@ -78,9 +78,7 @@ class Addresses(unittest.TestCase):
         with Server(TOOL, "--interface", "served") as server:
             self.assertEqual(server.cameras[0]["address"], HOST)
             force_address(HOST, server.cameras[0]["mac_address"], "10.7.0.5")
-            server.process.stdin.write("status\n")
-            server.process.stdin.flush()
-            self.assertEqual(json.loads(server.process.stdout.readline())["address"], HOST)
+            self.assertEqual(json.loads(server.tell("status"))["address"], HOST)
         self.assertEqual(addresses(), [f"{HOST}/24"])
 
 

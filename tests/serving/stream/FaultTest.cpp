@@ -53,7 +53,8 @@ INSTANTIATE_TEST_SUITE_P(Texts, BadFaultTest,
                                            CBadFault{"duplicate=1,2", "parameter is \"2\"", "none"},
                                            CBadFault{"packet-loss@0", "block is \"0\"", "1 to"},
                                            CBadFault{"packet-loss@1:", "packet is \"\"", "0 to 4294967294"},
-                                           CBadFault{"ack-loss@1", "place is \"1\"", "not of the stream"},
+                                           CBadFault{"ack-loss@1:2", "packet is \"2\"", "not of the stream"},
+                                           CBadFault{"silence@0", "number is \"0\"", "1 to"},
                                            CBadFault{"packet-lossx0", "number of times is \"0\"", "1 to"},
                                            CBadFault{"packet-loss=0.5;1", "the rest behind its parts is \";1\"",
                                                      "NAME"}));
@@ -115,6 +116,18 @@ TEST(ServingFaultsTest, OfCommandsEachOneIsANewChance) {
         struck += faults.StrikesNext(EFault::AckLoss) ? 1 : 0;
     }
     EXPECT_NEAR(struck, 500, 150);
+}
+
+TEST(ServingFaultsTest, OfCommandsOneCanBeMeantCountedFromWhenItWasSaid) {
+    CServingFaults faults;
+    for (int round = 0; round < 2; ++round) {
+        faults.Set(EFault::Silence, ParseFault("silence@3@5x2").setting);
+        std::string struck;
+        for (int command = 1; command <= 7; ++command) {
+            struck += faults.StrikesNext(EFault::Silence) ? std::to_string(command) : "";
+        }
+        EXPECT_EQ(struck, "35");
+    }
 }
 
 struct CPlanCase {

@@ -1,12 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "Boundary.h"
+#include "common/Boundary.h"
 
 #include <GenApi/EventAdapterGEV.h>
 #include <zelmo/EventGrabber.h>
 
-namespace CamEmu {
+#include <memory>
+#include <vector>
+
+namespace PluginKit {
 
 /// Writes the messages of the event grabber into the node map of an open device.
 /// Threads: one at a time; node callbacks run inside DeliverMessage.
@@ -24,4 +27,21 @@ private:
     GenApi::CEventAdapterGEV m_adapter;
 };
 
-} // namespace CamEmu
+/// The event adapters of a device.
+/// Threads: one at a time.
+class CEventAdapters {
+public:
+    Zelmo::IEventAdapter* Make(GenApi::INodeMap& nodeMap) {
+        return AtBoundary("create an event adapter",
+                          [&] { return m_adapters.emplace_back(std::make_unique<CEventAdapter>(nodeMap)).get(); });
+    }
+    void Destroy(const Zelmo::IEventAdapter* adapter) {
+        std::erase_if(m_adapters, [adapter](const auto& own) { return own.get() == adapter; });
+    }
+    void Clear() { m_adapters.clear(); }
+
+private:
+    std::vector<std::unique_ptr<CEventAdapter>> m_adapters;
+};
+
+} // namespace PluginKit

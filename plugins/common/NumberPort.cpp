@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "NumberPort.h"
+#include "common/NumberPort.h"
 
 #include <Base/GCException.h>
 
 #include <cstring>
 
-namespace CamEmu {
+namespace PluginKit {
 
 namespace {
 
@@ -44,4 +44,4 @@ void ThrowReadOnly(std::int64_t address) {
                            static_cast<unsigned long long>(address));
 }
 
-} // namespace CamEmu
+} // namespace PluginKit

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "DescriptionBinding.h"
+#include "common/DescriptionBinding.h"
 
 #include <Base/GCException.h>
 #include <GenApi/NodeMapFactory.h>
@@ -11,14 +11,14 @@
 #include <utility>
 #include <vector>
 
-namespace CamEmu {
+namespace PluginKit {
 
 namespace {
 
 using CBinding = Zelmo::CConfigFileRegistry::CBinding;
 
 [[noreturn]] void Fail(const Zelmo::CDeviceInfo& device, const std::string& cause) {
-    throw RUNTIME_EXCEPTION("Cannot open device '%s': %s", device.GetFullName().c_str(), cause.c_str());
+    throw RUNTIME_EXCEPTION("Cannot open device '" + std::string(device.GetFullName().c_str()) + "': " + cause);
 }
 
 CBoundDescription Bind(GenApi::CNodeMapFactory factory, GenApi::IPort& port) {
@@ -38,12 +38,9 @@ CBoundDescription BindMerged(GenApi::CNodeMapFactory factory, const CBinding& bi
     return Bind(std::move(factory), port);
 }
 
-CBoundDescription BindFromDevice(const CBinding& binding, GenApi::IPort& port, CCountdown& failingDownloads) {
-    if (failingDownloads.Take() != 0) {
-        throw RUNTIME_EXCEPTION("ForceFailedDownload was executed.");
-    }
-    return binding.HasAdditionalFiles ? BindMerged(MakeCameraFactory(), binding, port)
-                                      : Bind(SharedCameraFactory(), port);
+CBoundDescription BindFromDevice(const CBinding& binding, GenApi::IPort& port, const CDownload& download) {
+    GenApi::CNodeMapFactory factory = download(binding.HasAdditionalFiles);
+    return binding.HasAdditionalFiles ? BindMerged(std::move(factory), binding, port) : Bind(std::move(factory), port);
 }
 
 // Nothing when it fails; then the text of the failure is added to the causes.
@@ -73,8 +70,7 @@ CBinding FindBinding(const Zelmo::CDeviceInfo& device) {
 
 } // namespace
 
-CBoundDescription MakeBoundNodeMap(const Zelmo::CDeviceInfo& device, GenApi::IPort& port,
-                                   CCountdown& failingDownloads) {
+CBoundDescription MakeBoundNodeMap(const Zelmo::CDeviceInfo& device, GenApi::IPort& port, const CDownload& download) {
     const CBinding binding = FindBinding(device);
     if (!binding.Download && !binding.HasFile) {
         const Zelmo::CBindingReport report = Zelmo::ExplainBinding(device);
@@ -85,7 +81,7 @@ CBoundDescription MakeBoundNodeMap(const Zelmo::CDeviceInfo& device, GenApi::IPo
     std::optional<CBoundDescription> made;
     if (binding.Download) {
         made = TryMake("Its own description cannot be used", causes,
-                       [&] { return BindFromDevice(binding, port, failingDownloads); });
+                       [&] { return BindFromDevice(binding, port, download); });
     }
     if (!made && binding.HasFile) {
         made = TryMake("The description file '" + binding.File.str() + "' cannot be used", causes, [&] {
@@ -98,4 +94,4 @@ CBoundDescription MakeBoundNodeMap(const Zelmo::CDeviceInfo& device, GenApi::IPo
     return std::move(*made);
 }
 
-} // namespace CamEmu
+} // namespace PluginKit

@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "RemovalWatch.h"
+#include "common/RemovalWatch.h"
 
-#include "PluginLog.h"
+#include "common/LoggedCallback.h"
 
 #include <condition_variable>
 #include <map>
 #include <pthread.h>
 #include <utility>
 
-namespace CamEmu {
+namespace PluginKit {
 
 namespace {
 
@@ -22,7 +22,7 @@ using ClientPtr = std::shared_ptr<CClient>;
 } // namespace
 
 struct CRemovalWatch::CState {
-    ClientPtr NextToTell() const CAMEMU_REQUIRES(lock) {
+    ClientPtr NextToTell() const PLUGIN_REQUIRES(lock) {
         for (const auto& [handle, client] : clients) {
             if (isLost && !client->isTold && client->runner == std::thread::id()) {
                 return client;
@@ -33,13 +33,14 @@ struct CRemovalWatch::CState {
 
     Zelmo::IZelmoDevice* device = nullptr;
     std::string name;
+    unsigned long logCategory = 0;
     CMutex lock;
     std::condition_variable changed;
-    std::uint64_t session CAMEMU_GUARDED_BY(lock) =
+    std::uint64_t session PLUGIN_GUARDED_BY(lock) =
         0; // changes with each Start and Stop; a thread ends when it is not its own any more
-    bool isLost CAMEMU_GUARDED_BY(lock) = false;
-    Zelmo::DeviceCallbackHandle lastHandle CAMEMU_GUARDED_BY(lock) = 0;
-    std::map<Zelmo::DeviceCallbackHandle, ClientPtr> clients CAMEMU_GUARDED_BY(lock); // with their states
+    bool isLost PLUGIN_GUARDED_BY(lock) = false;
+    Zelmo::DeviceCallbackHandle lastHandle PLUGIN_GUARDED_BY(lock) = 0;
+    std::map<Zelmo::DeviceCallbackHandle, ClientPtr> clients PLUGIN_GUARDED_BY(lock); // with their states
 };
 
 CEndedThreads::~CEndedThreads() {
@@ -60,10 +61,12 @@ void CEndedThreads::Add(std::thread thread, std::shared_ptr<const std::atomic<bo
     m_threads.push_back({std::move(thread), std::move(isOver)});
 }
 
-CRemovalWatch::CRemovalWatch(Zelmo::IZelmoDevice& device, std::string name, CEndedThreads& ended)
+CRemovalWatch::CRemovalWatch(Zelmo::IZelmoDevice& device, std::string name, unsigned long logCategory,
+                             CEndedThreads& ended)
     : m_state(std::make_shared<CState>()), m_ended(ended) {
     m_state->device = &device;
     m_state->name = std::move(name);
+    m_state->logCategory = logCategory;
 }
 
 CRemovalWatch::~CRemovalWatch() {
@@ -100,7 +103,7 @@ void CRemovalWatch::Start() {
         Run(*state, session);
         *isOver = true;
     });
-    pthread_setname_np(m_thread.native_handle(), "camemu-removal");
+    pthread_setname_np(m_thread.native_handle(), "zelmo-removal");
     ++m_state->session;
     m_state->isLost = false;
     for (const auto& [handle, client] : m_state->clients) {
@@ -147,7 +150,8 @@ void CRemovalWatch::Run(CState& state, std::uint64_t session) noexcept {
         client->runner = std::this_thread::get_id();
         {
             const CLockGap gap(state.lock);
-            RunLogged(state.name.c_str(), "a removal callback", [&] { client->callback(state.device); });
+            RunLogged(state.logCategory, state.name.c_str(), "a removal callback",
+                      [&] { client->callback(state.device); });
         }
         client->runner = {};
         state.changed.notify_all();
@@ -156,4 +160,4 @@ void CRemovalWatch::Run(CState& state, std::uint64_t session) noexcept {
     }
 }
 
-} // namespace CamEmu
+} // namespace PluginKit

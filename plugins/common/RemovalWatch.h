@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "core/Mutex.h"
+#include "common/Mutex.h"
 
 #include <zelmo/Device.h>
 
@@ -11,7 +11,7 @@
 #include <thread>
 #include <vector>
 
-namespace CamEmu {
+namespace PluginKit {
 
 /// Threads that could not be waited for where they were told to end: at the end of this object they are.
 /// Threads: any.
@@ -32,7 +32,7 @@ private:
     };
 
     CMutex m_lock;
-    std::vector<CEnding> m_threads CAMEMU_GUARDED_BY(m_lock);
+    std::vector<CEnding> m_threads PLUGIN_GUARDED_BY(m_lock);
 };
 
 /// Tells the clients of a device object that its camera was removed, each once for every time the device is opened, on
@@ -43,8 +43,8 @@ private:
 /// Locks:   the state's, a leaf; not held in a callback.
 class CRemovalWatch {
 public:
-    /// @p device is what callbacks get; @p name is for the log.
-    CRemovalWatch(Zelmo::IZelmoDevice& device, std::string name, CEndedThreads& ended);
+    /// @p device is what callbacks get; @p name and @p logCategory are for the log.
+    CRemovalWatch(Zelmo::IZelmoDevice& device, std::string name, unsigned long logCategory, CEndedThreads& ended);
     ~CRemovalWatch();
     CRemovalWatch(const CRemovalWatch&) = delete;
     CRemovalWatch& operator=(const CRemovalWatch&) = delete;
@@ -69,4 +69,4 @@ private:
     std::thread m_thread;
 };
 
-} // namespace CamEmu
+} // namespace PluginKit

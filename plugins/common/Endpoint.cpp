@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "Endpoint.h"
+#include "common/Endpoint.h"
 
 #include <arpa/inet.h>
 
-namespace Serving {
+namespace PluginKit {
 
 std::string AddressText(std::uint32_t address) {
     char text[INET_ADDRSTRLEN] = {};
@@ -24,4 +24,4 @@ std::optional<std::uint32_t> ParseAddress(std::string_view text) {
     return ntohl(network.s_addr);
 }
 
-} // namespace Serving
+} // namespace PluginKit

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <functional>
 
-namespace CamEmu {
+namespace PluginKit {
 
 /// What the plug-in itself knows as registers of 4 or 8 bytes, computed when they are read.
 /// Threads: any.
@@ -34,4 +34,4 @@ private:
 /// For an address that cannot be written. @throws GenICam::AccessException always.
 [[noreturn]] void ThrowReadOnly(std::int64_t address);
 
-} // namespace CamEmu
+} // namespace PluginKit

@@ -6,7 +6,7 @@
 #include <exception>
 #include <new>
 
-namespace CamEmu {
+namespace PluginKit {
 
 /// Runs what the library called for. Only exceptions of the GenICam family may leave a plug-in: what the standard
 /// library throws goes out as one of them.
@@ -23,4 +23,4 @@ decltype(auto) AtBoundary(const char* attempt, Operation operation) {
     }
 }
 
-} // namespace CamEmu
+} // namespace PluginKit

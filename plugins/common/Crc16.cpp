@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "Crc16.h"
+#include "common/Crc16.h"
 
 #include <array>
 #include <cstddef>
 
-namespace CamEmu {
+namespace PluginKit {
 
 namespace {
 
@@ -47,4 +47,4 @@ std::uint16_t Crc16(std::span<const std::uint8_t> bytes, std::uint16_t crc) {
     return crc;
 }
 
-} // namespace CamEmu
+} // namespace PluginKit
