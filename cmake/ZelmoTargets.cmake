@@ -39,12 +39,13 @@ function(zelmo_plugin name)
 endfunction()
 
 # zelmo_test(<name> SOURCES … [LINK …] [DEPENDS …] [ENVIRONMENT …])
-# A GoogleTest program; CTest runs each of its cases in a process of its own.
+# A GoogleTest program; CTest runs each of its cases in a process of its own. It looks for no cameras on the networks
+# unless it says where.
 function(zelmo_test name)
     cmake_parse_arguments(ARG "" "" "SOURCES;LINK;DEPENDS;ENVIRONMENT" ${ARGN})
     find_package(GTest REQUIRED)
     include(GoogleTest)
-    add_executable(${name} ${ARG_SOURCES})
+    add_executable(${name} ${ARG_SOURCES} ${PROJECT_SOURCE_DIR}/tests/fakes/OffTheNetwork.cpp)
     target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
     target_link_libraries(${name} PRIVATE ${ARG_LINK} GTest::gmock GTest::gtest GTest::gtest_main Threads::Threads)
     if(ARG_DEPENDS)

@@ -3,6 +3,7 @@
 # Shared by the scripts beside it; sourced, never run.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
+export ZELMO_GIGE=off # nothing that they run looks for cameras on the networks
 
 die() { # exit-code message…
     local code=$1

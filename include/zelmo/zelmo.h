@@ -28,6 +28,7 @@
 #include <zelmo/EventGrabber.h>
 #include <zelmo/Export.h>
 #include <zelmo/FloatParameter.h>
+#include <zelmo/GigEVisionNetwork.h>
 #include <zelmo/GrabResultData.h>
 #include <zelmo/GrabResultPtr.h>
 #include <zelmo/GrabResults.h>

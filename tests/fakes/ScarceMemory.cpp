@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "ScarceMemory.h"
 
+#include <atomic>
 #include <cstdlib>
 #include <new>
 
@@ -8,6 +9,7 @@ namespace {
 
 constexpr std::size_t kNever = ~std::size_t{0};
 thread_local std::size_t allocations = 0;
+std::atomic<std::size_t> allAllocations{0};
 thread_local std::size_t failing = kNever;
 
 } // namespace
@@ -16,6 +18,10 @@ namespace ScarceMemory {
 
 std::size_t Allocations() {
     return allocations;
+}
+
+std::size_t AllAllocations() {
+    return allAllocations;
 }
 
 void FailAfter(std::size_t count) {
@@ -29,6 +35,7 @@ void Relax() {
 } // namespace ScarceMemory
 
 void* operator new(std::size_t size) {
+    allAllocations.fetch_add(1, std::memory_order_relaxed);
     if (allocations++ == failing) {
         throw std::bad_alloc();
     }

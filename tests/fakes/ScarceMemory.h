@@ -7,6 +7,7 @@
 namespace ScarceMemory {
 
 std::size_t Allocations();         ///< Calls of new on this thread, ever.
+std::size_t AllAllocations();      ///< The same on all threads.
 void FailAfter(std::size_t count); ///< The call of new after @p count more throws std::bad_alloc, once.
 void Relax();                      ///< Takes that back.
 

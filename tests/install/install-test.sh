@@ -8,7 +8,7 @@ step=$1 build=$2 work=$3
 tests=$(cd "$(dirname "$0")" && pwd)
 source=${tests%/tests/install}
 prefix=$work/moved
-export ZELMO_CAMEMU=1
+export ZELMO_CAMEMU=1 ZELMO_GIGE=off
 unset ZELMO_TL_PATH ZELMO_CONFIG_FILE_REGISTRY_PATH ZELMO_DEVICE_FILTER
 
 refuse() { # text on standard input: fails when there is any

@@ -28,7 +28,7 @@ cp /etc/resolv.conf "$root/etc/resolv.conf"
 inside() { # commands
     # shellcheck disable=SC2016
     unshare --mount --pid --fork --kill-child sh -c 'mount -t proc proc "$0/proc" && exec chroot "$0" env -i \
-        PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root DEBIAN_FRONTEND=noninteractive sh -exc "$1"' "$root" "$1"
+        PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root ZELMO_GIGE=off DEBIAN_FRONTEND=noninteractive sh -exc "$1"' "$root" "$1"
 }
 installs='apt-get install -y -qq -o Dpkg::Use-Pty=0 >/dev/null'
 no_compiler="! ls /usr/bin | grep -xE '(g?cc|[gc][+][+]|cpp|clang|ld)(-.*)?'"

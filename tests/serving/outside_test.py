@@ -1,12 +1,14 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""No test of served cameras sends anything off this machine.
+"""No test sends anything off this machine.
 
-outside_test.py TEST…
-Runs test programs in a network namespace where all ways out lead to an interface whose packets are counted. Exits with
-77 and a line where no namespace can be had; with 1 if CI is set.
+outside_test.py TOOL BUILD-FOLDER CASES TEST…
+Runs test programs, and by CTest the cases that a regular expression names, in a network namespace where all ways out
+lead to an interface whose packets are counted. Exits with 77 and a line where no namespace can be had; with 1 if CI is
+set.
 """
 
+import os
 import socket
 import subprocess
 import sys
@@ -31,19 +33,26 @@ def main():
     # What is sent to others is counted: else nothing would be proved.
     with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as probe:
         probe.sendto(b"probe", ("192.0.2.1", 3956))
-    before = sent_packets("outside")
-    if before != 1:
-        sys.exit(f"{before} packets were counted where one was sent")
-    for test in sys.argv[1:]:
-        result = subprocess.run([test, "--gtest_brief=1"])
-        if result.returncode != 0:
-            sys.exit(f"{test} failed")
-        sent = sent_packets("outside") - before
-        print(f"{test}: {sent} packets left the machine")
+    if sent_packets("outside") != 1:
+        sys.exit(f"{sent_packets('outside')} packets were counted where one was sent")
+    tool, folder, cases, *tests = sys.argv[1:]
+    everywhere = {name: value for name, value in os.environ.items() if name != "ZELMO_GIGE"}
+    if sent_by([tool, "list"], env=everywhere) == 0:
+        sys.exit("the tool looked for cameras, and no packet was counted")
+    commands = [[test, "--gtest_brief=1"] for test in tests]
+    commands.append(["ctest", "--test-dir", folder, "--no-tests=error", "-R", cases])
+    for command in commands:
+        sent = sent_by(command, env=everywhere)
+        print(f"{command[0]}: {sent} packets left the machine")
         if sent != 0:
             sys.exit(1)
-    if len(sys.argv) < 2:
-        sys.exit("no test was given")
+
+
+def sent_by(command, env):
+    before = sent_packets("outside")
+    if subprocess.run(command, env=env).returncode != 0:
+        sys.exit(f"{' '.join(command)} failed")
+    return sent_packets("outside") - before
 
 
 if __name__ == "__main__":

@@ -17,6 +17,7 @@ class InProcess : public testing::Test {
 protected:
     explicit InProcess(const std::string& pluginPath = {}, const char* emulatedCameras = "1") {
         setenv("ZELMO_CAMEMU", emulatedCameras, 1);
+        setenv("ZELMO_GIGE", "off", 1);
         unsetenv("ZELMO_TL_PATH");
         if (!pluginPath.empty()) {
             setenv("ZELMO_TL_PATH", pluginPath.c_str(), 1);

@@ -67,6 +67,7 @@ void RaiseLimit() {
 Json CountWithCameras() {
     constexpr std::size_t kCameras = 2;
     setenv("ZELMO_CAMEMU", std::to_string(kCameras).c_str(), 1);
+    setenv("ZELMO_GIGE", "off", 1);
     unsetenv("ZELMO_DEVICE_FILTER"); // it may hide them
     RaiseLimit();
     GlobalOptions options;

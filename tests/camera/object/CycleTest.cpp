@@ -3,6 +3,7 @@
 // What wears out only by repetition, and what outlives the library. ZELMO_TEST_CYCLES is how many of the full hundred
 // thousand are run; a hundredth unless it is set.
 
+#include "fakes/Cycles.h"
 #include "fakes/Descriptors.h"
 #include "fakes/MappedPlugins.h"
 #include <zelmo/zelmo.h>
@@ -25,13 +26,9 @@
 #include <vector>
 
 using namespace Zelmo;
+using Fakes::CyclesOf;
 
 namespace {
-
-int CyclesOf(int full) {
-    const char* const wanted = std::getenv("ZELMO_TEST_CYCLES");
-    return static_cast<int>(full * ((wanted != nullptr ? std::atof(wanted) : 1000) / 100000));
-}
 
 long Threads() {
     return std::distance(std::filesystem::directory_iterator("/proc/self/task"), {});

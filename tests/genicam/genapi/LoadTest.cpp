@@ -1,18 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "fakes/LogRecorder.h"
-#include "fakes/TempFolder.h"
+#include "fakes/Zipped.h"
 #include "genicam/genapi/MapFixture.h"
 #include <Log/CLog.h>
 
 #include <gmock/gmock.h>
-#include <zip.h>
 
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <set>
 
 // Descriptions on their way into a node map: what is taken, what is refused, and what the refusal says.
@@ -20,6 +17,7 @@
 namespace {
 
 using namespace GenApi;
+using Fakes::Zipped;
 using testing::HasSubstr;
 using tests::Description;
 using tests::MapPtr;
@@ -37,11 +35,6 @@ std::string FailureOf(const std::string& bytes) {
         return failure.GetDescription();
     }
     return "loaded";
-}
-
-std::string FileText(const std::filesystem::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
 }
 
 struct BrokenFile {
@@ -367,17 +360,6 @@ TEST(EncodingTest, WhatFollowsTheTextInDeviceMemoryIsIgnored) {
     EXPECT_EQ(MapOf("<!-- </RegisterDescription> -->" + text)->GetNumNodes(), 1u);
     EXPECT_EQ(MapOf("<g:RegisterDescription><g:Node Name=\"N\"/></g:RegisterDescription >" + longer)->GetNumNodes(),
               1u);
-}
-
-std::string Zipped(const std::vector<std::pair<std::string, std::string>>& entries) {
-    const Fakes::TempFolder folder;
-    const std::filesystem::path path = folder.Path() / "description.zip";
-    zip_t* archive = zip_open(path.c_str(), ZIP_CREATE | ZIP_TRUNCATE, nullptr);
-    for (const auto& [name, text] : entries) {
-        zip_file_add(archive, name.c_str(), zip_source_buffer(archive, text.data(), text.size(), 0), ZIP_FL_OVERWRITE);
-    }
-    EXPECT_EQ(zip_close(archive), 0);
-    return FileText(path);
 }
 
 TEST(ZipTest, TheOnlyDescriptionIsTakenWhateverTheCallerCallsIt) {
