@@ -44,8 +44,8 @@ void ExpectColumns(const std::string& text, std::size_t columns) {
     }
 }
 
-const char* const kVerbs[] = {"list", "info", "features", "describe", "get",  "set",   "exec",  "save",  "load",
-                              "diff", "xml",  "nodemap",  "binding",  "grab", "bench", "serve", "doctor"};
+const char* const kVerbs[] = {"list", "info", "features", "describe", "get",  "set",   "exec", "save",  "load",
+                              "diff", "xml",  "nodemap",  "binding",  "grab", "bench", "ip",   "serve", "doctor"};
 
 std::vector<std::string> AllVerbs() {
     return {std::begin(kVerbs), std::end(kVerbs)};
@@ -143,7 +143,13 @@ INSTANTIATE_TEST_SUITE_P(
                     Wrong{{"nodemap", "--", "a", "-q"}, "'-q' is one argument too many"},
                     Wrong{{"load", "a", "-d", ""}, "--device: the text is empty"},
                     Wrong{{"info", ""}, "DEVICE: the text"}, Wrong{{"nodemap", "a", "--memory="}, "--memory"},
-                    Wrong{{"list", "--log-file", ""}, "--log-file: the text"}));
+                    Wrong{{"list", "--log-file", ""}, "--log-file: the text"},
+                    Wrong{{"ip", "shw"}, "shw not in {show,force"},
+                    Wrong{{"ip", "force", "a", "192.168.7.20"}, "'192.168.7.20' is no address with a prefix"},
+                    Wrong{{"ip", "force", "a", "192.168.7.20/31"}, "a prefix from 1 to 30"},
+                    Wrong{{"ip", "force", "a", "192.168.7.255/24"}, "no address that a camera can have"},
+                    Wrong{{"ip", "force", "a", "239.1.1.1/24"}, "no address that a camera can have"},
+                    Wrong{{"ip", "force", "a", "1.2.3.4/24", "--gateway", "router"}, "'router' is no address"}));
 
 TEST(CommandLineTest, ManualPageKnowsEveryVerb) {
     CommandLine line;
@@ -203,6 +209,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Typed{{"get", "--", "-"}, {}}, Typed{{"grab", "--chunks", "T"}, {"Time"}},
                     Typed{{"grab", "--chunks=Time,"},
                           {"--chunks=Time,all", "--chunks=Time,Gain", "--chunks=Time,Time"}},
-                    Typed{{"grab", "--events", ""}, {"all"}}, Typed{{"bench", "08-1", "08-2"}, {"08-2"}}));
+                    Typed{{"grab", "--events", ""}, {"all"}}, Typed{{"bench", "08-1", "08-2"}, {"08-2"}},
+                    Typed{{"ip", "d"}, {"dhcp"}}, Typed{{"ip", "force", "08-"}, {"08-1", "08-2"}}));
 
 } // namespace

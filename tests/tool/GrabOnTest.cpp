@@ -44,7 +44,7 @@ TEST(ReconnectOptionTest, GrabGoesOnWithTheSettingsOfBefore) {
         const auto run = grab({"grab", "-d", "0", "-n", "30", reconnect, "--raw", "-o", "-"});
         EXPECT_EQ(run.exitCode, 0) << run.err;
         EXPECT_EQ(run.out.size(), 30U * 320 * 1024);
-        EXPECT_THAT(run.err, HasSubstr("was removed after 10 images; waiting for it to come back"));
+        EXPECT_THAT(run.err, testing::ContainsRegex("was removed after (10|9) images; waiting for it to come back"));
         EXPECT_THAT(run.err, HasSubstr("came back after "));
         EXPECT_THAT(run.err, Not(HasSubstr("not restored")));
     }

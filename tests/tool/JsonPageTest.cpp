@@ -180,6 +180,17 @@ TEST(JsonPageTest, HoldsEachKeyThatAVerbWritesAndNoOther) {
     page.CheckRun({"bench", "0", "--duration", "0.1"}, "bench");
     page.CheckRun({"serve", "--list-faults"}, "serve --list-faults");
     page.CheckRun({"serve", "--address", OwnAddress()}, "", WithCommands(folder));
+    page.CheckRun({"ip"}, "ip");
+    {
+        ToolProcess served({"serve", "--address", OwnAddress()}, {});
+        ASSERT_TRUE(served.WaitForOutput("GigE Vision clients"));
+        const auto onEthernet = WithEnvironment({{"ZELMO_CAMEMU", "0"}, {"ZELMO_GIGE", OwnAddress()}});
+        page.CheckRun({"list"}, "list", onEthernet);
+        page.CheckRun({"ip", "show", OwnAddress()}, "ip", onEthernet);
+        page.CheckRun({"ip", "persistent", OwnAddress(), "127.94.0.2/8"}, "ip", onEthernet);
+        page.CheckRun({"grab"}, "", onEthernet);
+        page.CheckRun({"bench", "--duration", "0.1"}, "bench", onEthernet);
+    }
     // What the emulator's description does not have.
     const tool::NodeMapPtr nodeMap = tool::LoadDescription(kDescription);
     tool::MemoryImage image;
@@ -191,8 +202,9 @@ TEST(JsonPageTest, HoldsEachKeyThatAVerbWritesAndNoOther) {
         page.Check(tool::DescribeFeature(feature), "feature_description");
     }
     page.Check(tool::DescribeFeature(tool::Feature::FindAny(*nodeMap, "Q", "camera")), "feature_description");
-    // These take a camera that fails, and one that another process has open.
-    EXPECT_THAT(page.GetUnseen(), testing::ElementsAre("feature.error", "info.reason"));
+    // These take a camera that fails, one in a foreign subnet, and one that another process has open.
+    EXPECT_THAT(page.GetUnseen(), testing::ElementsAre("device.subnet_verdict", "feature.error", "info.reason",
+                                                       "ip_camera.subnet_verdict"));
 }
 
 } // namespace

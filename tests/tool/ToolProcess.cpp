@@ -33,6 +33,7 @@ std::vector<tool::Json> ParseLines(const std::string& text) {
         unsetenv(name);
     }
     setenv("ZELMO_CAMEMU", "3", 1);
+    setenv("ZELMO_GIGE", "off", 1); // nothing of a test leaves this machine
     for (const auto& [name, value] : settings.environment) {
         setenv(name.c_str(), value.c_str(), 1);
     }

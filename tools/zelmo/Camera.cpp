@@ -158,7 +158,7 @@ std::string ExplainAccess(EDeviceAccessiblityInfo access) {
     case DeviceAccessibility_InUse:
         return "it is in use by another program, which has control of it; close that one first";
     case DeviceAccessibility_WrongSubnet:
-        return "its address is out of reach of this host; give one of both an address in the other's subnet";
+        return "this host cannot reach it by its address; 'zelmo ip force' gives it another one";
     case DeviceAccessibility_NoPermission:
         return "this user may not open it; check the permissions of its device file";
     case DeviceAccessibility_NotReachable:

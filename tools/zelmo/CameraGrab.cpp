@@ -19,6 +19,22 @@ unsigned GetQueueSize(const GrabOptions& options) {
     return options.queueSize.value_or(std::clamp(options.buffers, 3u, usual + 2) - 2);
 }
 
+/// A number of the camera's; 0 where it does not tell.
+std::uint64_t ReadCount(Zelmo::CInstantCamera& session, const char* feature) {
+    const GenApi::CIntegerPtr node(session.GetNodeMap().GetNode(feature));
+    return GenApi::IsReadable(node) ? static_cast<std::uint64_t>(node->GetValue()) : 0;
+}
+
+/// "stream:EnableResend" is a parameter of the stream grabber; without a node map in front, a feature is the camera's.
+std::pair<std::string, std::string> SplitNodeMap(const std::string& feature) {
+    for (const std::string nodeMap : {"stream", "tl"}) {
+        if (feature.rfind(nodeMap + ":", 0) == 0) {
+            return {nodeMap, feature.substr(nodeMap.size() + 1)};
+        }
+    }
+    return {"device", feature};
+}
+
 Zelmo::AccessModeSet GetAccess(const GrabOptions& options) {
     Zelmo::AccessModeSet access = GetWantedAccess();
     if (!options.metadata.events.empty()) {
@@ -41,7 +57,8 @@ CameraGrab::CameraGrab(const Zelmo::CDeviceInfo& info, const GrabOptions& option
 void CameraGrab::Configure(const std::vector<SetupStep>& setup) {
     try {
         for (const SetupStep& step : setup) {
-            Feature feature = Feature::Find(m_camera.GetNodeMap("device"), step.feature, GetName());
+            const auto [nodeMap, name] = SplitNodeMap(step.feature);
+            Feature feature = Feature::Find(m_camera.GetNodeMap(nodeMap), name, GetName());
             if (step.value) {
                 feature.SetText(*step.value);
             } else {
@@ -144,14 +161,25 @@ void CameraGrab::CollectClues() noexcept {
         return; // it did not come back
     }
     try {
-        Zelmo::IStreamGrabber* grabber = m_camera.GetDevice().GetStreamGrabber(0);
-        GenApi::INodeMap* nodeMap = grabber != nullptr ? grabber->GetNodeMap() : nullptr;
-        const GenApi::CIntegerPtr underruns(nodeMap != nullptr ? nodeMap->GetNode("Statistic_Buffer_Underrun_Count")
-                                                               : nullptr);
-        if (GenApi::IsReadable(underruns)) {
-            m_clues.underruns = static_cast<std::uint64_t>(underruns->GetValue());
+        m_clues.stream = ReadStream();
+        if (m_clues.stream.HavePackets() && !m_camera.IsRemoved()) {
+            m_clues.packetBytes = ReadCount(m_session, "GevSCPSPacketSize");
+            m_clues.ticksPerSecond = ReadCount(m_session, "GevTimestampTickFrequency");
         }
     } catch (const std::exception&) { // a clue less
+    }
+}
+
+StreamCounts CameraGrab::ReadStream() {
+    Zelmo::IStreamGrabber* const grabber = m_camera.GetDevice().GetStreamGrabber(0);
+    return ReadStreamCounts(grabber != nullptr ? grabber->GetNodeMap() : nullptr);
+}
+
+bool CameraGrab::HasNoPacket() noexcept {
+    try {
+        return ReadStream().packets == 0u;
+    } catch (const std::exception&) {
+        return false;
     }
 }
 
@@ -159,7 +187,14 @@ ToolError CameraGrab::Removed() const {
     return {ExitCode::Removed, "removed", "Camera " + GetName() + " was removed before the grab was over"};
 }
 
-ToolError CameraGrab::TimedOut() const {
+ToolError CameraGrab::TimedOut() {
+    if (m_images.GetTaken() == 0 && HasNoPacket()) {
+        return {ExitCode::Timeout, "timeout",
+                "No image from camera " + GetName() + " within " + std::to_string(m_options.timeoutMs) +
+                    " ms: not one packet of its stream has arrived. Suspects are a firewall of this host, packets "
+                    "larger than a switch on the way takes (GevSCPSPacketSize), and a trigger that the camera waits "
+                    "for; 'zelmo doctor' looks at the host"};
+    }
     return {ExitCode::Timeout, "timeout",
             "No image from camera " + GetName() + " within " + std::to_string(m_options.timeoutMs) + " ms after " +
                 std::to_string(m_images.GetTaken()) +

@@ -63,13 +63,15 @@ public:
     /// @param heldSeconds in which the thread waited for images to be written
     void Conclude(double heldSeconds) noexcept;
 
-    ToolError TimedOut() const;
+    ToolError TimedOut();
     ToolError NotReady() const;
 
 private:
     bool IsLost() const; // gone, and all taken that it has sent
     bool IsOverWithoutCamera() const;
     void CollectClues() noexcept;
+    StreamCounts ReadStream(); ///< @throws what that throws.
+    bool HasNoPacket() noexcept;
     ToolError Removed() const;
 
     const GrabOptions& m_options;

@@ -30,6 +30,7 @@ CommandLine::CommandLine() : m_app(std::make_unique<CLI::App>("Find, configure a
     m_verbs.push_back(MakeBindingVerb());
     m_verbs.push_back(MakeGrabVerb());
     m_verbs.push_back(MakeBenchVerb());
+    m_verbs.push_back(MakeIpVerb());
     m_verbs.push_back(MakeServeVerb());
     m_verbs.push_back(MakeDoctorVerb());
     for (const auto& verb : m_verbs) {

@@ -138,7 +138,10 @@ std::vector<std::size_t> MatchDevices(const DeviceInfoList& devices, const std::
 }
 
 CDeviceInfo SelectDevice(Library& library, const std::string& wanted) {
-    const DeviceInfoList devices = library.FindDevices();
+    return SelectDevice(library, library.FindDevices(), wanted);
+}
+
+CDeviceInfo SelectDevice(Library& library, const DeviceInfoList& devices, const std::string& wanted) {
     return devices[SelectIndex(library, devices, wanted)];
 }
 
@@ -184,6 +187,12 @@ std::string ExplainNoCamera(Library& library) {
     if (const char* filter = std::getenv("ZELMO_DEVICE_FILTER"); filter != nullptr && *filter != '\0') {
         text +=
             "\nOnly cameras that pass the filter '" + Printable(filter) + "' count (ZELMO_DEVICE_FILTER or --filter).";
+    }
+    const char* network = std::getenv("ZELMO_GIGE");
+    if (network != nullptr && *network != '\0') {
+        text += std::string(network) == "off"
+                    ? "\nCameras on Ethernet are not looked for, as ZELMO_GIGE is 'off'."
+                    : "\nCameras on Ethernet are looked for on '" + Printable(network) + "' only (ZELMO_GIGE).";
     }
     const char* emulated = std::getenv("ZELMO_CAMEMU");
     if (emulated == nullptr || *emulated == '\0' || std::string(emulated) == "0") {

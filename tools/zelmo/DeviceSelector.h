@@ -22,6 +22,8 @@ std::vector<std::size_t> MatchDevices(const Zelmo::DeviceInfoList& devices, cons
 /// The one camera that @p wanted means; empty: the only one there is.
 /// @throws ToolError with the candidates when several match, or with where was looked when none does.
 Zelmo::CDeviceInfo SelectDevice(Library& library, const std::string& wanted);
+/// The same out of @p devices, which were found before.
+Zelmo::CDeviceInfo SelectDevice(Library& library, const Zelmo::DeviceInfoList& devices, const std::string& wanted);
 
 /// One camera for each of @p wanted, each at most once; with @p all every one there is.
 std::vector<Zelmo::CDeviceInfo> SelectDevices(Library& library, const std::vector<std::string>& wanted, bool all);

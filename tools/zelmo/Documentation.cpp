@@ -42,14 +42,14 @@ std::string Wrap(const std::string& first, const std::string& text, std::size_t 
 }
 
 std::string MakeUsage(const Verb& verb, const CLI::App& command) {
-    std::string usage = "Usage: zelmo " + verb.GetName() + " [OPTIONS]";
+    std::string usage = "zelmo " + verb.GetName() + " [OPTIONS]";
     for (const CLI::Option* option : command.get_options()) {
         if (option->get_positional()) {
             const std::string name = option->get_name(true) + (option->get_items_expected_max() > 1 ? "..." : "");
             usage += option->get_required() ? " " + name : " [" + name + "]";
         }
     }
-    return usage + "\n";
+    return Wrap("Usage:", usage, 7);
 }
 
 /// Text for man's macros: a leading dot or quote would be a request, a backslash starts an escape, and a plain hyphen
@@ -95,6 +95,9 @@ const char* const kEnvironment[][2] = {
     {"ZELMO_DEVICE_FILTER", "Cameras that count as present; see --filter."},
     {"ZELMO_CONFIG_FILE_REGISTRY_PATH", "Folder of the rule files that 'binding' tells of."},
     {"ZELMO_DEFAULT_CDF_DIR", "Folder of the description files that rules name."},
+    {"ZELMO_GIGE", "Where cameras on Ethernet are looked for: interfaces and addresses; off: nowhere; default: on all "
+                   "interfaces that are up."},
+    {"ZELMO_GIGE_PORTS", "Ports of this host that they may use, as in 40000-40100; default: any."},
     {"ZELMO_CAMEMU", "Number of emulated cameras."},
     {"ZELMO_LOG_LEVEL, ZELMO_LOG_FILE", "Level and file of the library's log."},
     {"NO_COLOR", "When set, nothing is coloured."},
@@ -104,7 +107,7 @@ const char* const kEnvironment[][2] = {
 
 std::string MakeToolHelp(const CLI::App& app, const Verbs& verbs) {
     constexpr std::size_t verbIndent = 12;
-    std::string help = app.get_description() + "\nUsage: zelmo VERB [OPTIONS] [ARGUMENTS]\nVerbs:\n";
+    std::string help = app.get_description() + "\nUsage: zelmo VERB [OPTIONS] [ARGUMENTS] with one of these verbs:\n";
     for (const auto& verb : verbs) {
         help += Wrap("  " + verb->GetName(), verb->GetSummary(), verbIndent);
     }

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "StreamCounts.h"
+
 #include <cstdint>
-#include <optional>
 #include <string>
 
 namespace tool {
@@ -22,9 +23,11 @@ struct GrabCounts {
 
 /// What hints at why images are missing.
 struct LossClues {
-    double busySeconds = 0;                 ///< In which whoever retrieves waited for images to be written.
-    std::optional<std::uint64_t> underruns; ///< Images for which no buffer was free; none: the stream does not tell.
-    std::string firstFailure;               ///< Of a damaged image, in words.
+    double busySeconds = 0;           ///< In which whoever retrieves waited for images to be written.
+    StreamCounts stream;              ///< As far as it tells.
+    std::uint64_t packetBytes = 0;    ///< Of the stream; 0: not known, likewise the next one.
+    std::uint64_t ticksPerSecond = 0; ///< Of the camera's clock.
+    std::string firstFailure;         ///< Of a damaged image, in words.
 };
 
 } // namespace tool

@@ -70,8 +70,10 @@ void DefineSetup(CLI::App& command, std::vector<SetupStep>& setup) {
     };
     const auto execute = [&setup](const std::string& name) { setup.push_back({name, std::nullopt}); };
     command
-        .add_option_function<std::string>("--set", set,
-                                          "Set a feature before the camera starts; may be given several times")
+        .add_option_function<std::string>(
+            "--set", set,
+            "Set a feature before the camera starts; may be given several times. stream:NAME is "
+            "a parameter of the stream grabber, tl:NAME one of the connection")
         ->type_name("NAME=VALUE")
         ->trigger_on_parse();
     command

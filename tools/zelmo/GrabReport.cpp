@@ -34,6 +34,17 @@ Json MakeCamerasJson(const CameraGrabs& grabs) {
     return cameras;
 }
 
+/// With the packets of each camera. Clues are whole only when the thread of the camera has ended.
+Json MakeEndedCamerasJson(const CameraGrabs& grabs) {
+    Json cameras = MakeCamerasJson(grabs);
+    for (std::size_t i = 0; i < grabs.size(); ++i) {
+        if (const StreamCounts& stream = grabs[i]->GetLossClues().stream; stream.HavePackets()) {
+            cameras[i]["stream"] = stream.ToJson();
+        }
+    }
+    return cameras;
+}
+
 /// The rate of each camera, and how many of its images are missing if any are.
 std::string MakeColumns(const CameraGrabs& grabs) {
     std::string text;
@@ -59,6 +70,27 @@ std::vector<std::string> MakeRow(const std::string& name, const GrabCounts& coun
             Fixed(counts.seconds, 2),
             Fixed(counts.GetFramesPerSecond(), 1),
             Fixed(counts.GetMegabytesPerSecond(), 1)};
+}
+
+std::string Cell(const StreamCounts::Count& count) {
+    return count ? std::to_string(*count) : "-";
+}
+
+/// Empty where no camera sends packets.
+std::vector<std::vector<std::string>> MakePacketRows(const CameraGrabs& grabs) {
+    std::vector<std::vector<std::string>> rows;
+    for (const auto& grab : grabs) {
+        const StreamCounts& stream = grab->GetLossClues().stream;
+        if (stream.HavePackets()) {
+            rows.push_back({grab->GetName(), Cell(stream.packets), Cell(stream.requests), Cell(stream.requested),
+                            Cell(stream.resent), Cell(stream.missing), Cell(stream.droppedByHost)});
+        }
+    }
+    if (!rows.empty()) {
+        rows.insert(rows.begin(),
+                    {"CAMERA", "PACKETS", "RESEND REQUESTS", "ASKED FOR", "RESENT", "MISSING", "DROPPED HERE"});
+    }
+    return rows;
 }
 
 } // namespace
@@ -107,8 +139,9 @@ Json MakeProgressJson(const CameraGrabs& grabs, const GrabOptions& options) {
 GrabReport MakeReport(const CameraGrabs& grabs) {
     const GrabCounts sum = Sum(grabs);
     GrabReport report{MakeCountsJson(sum),
-                      {{"CAMERA", "FRAMES", "FAILED", "LOST", "SKIPPED", "SECONDS", "FPS", "MB/S"}}};
-    report.json["cameras"] = MakeCamerasJson(grabs);
+                      {{"CAMERA", "FRAMES", "FAILED", "LOST", "SKIPPED", "SECONDS", "FPS", "MB/S"}},
+                      MakePacketRows(grabs)};
+    report.json["cameras"] = MakeEndedCamerasJson(grabs);
     for (const auto& grab : grabs) {
         report.rows.push_back(MakeRow(grab->GetName(), grab->GetCounts()));
     }
@@ -116,6 +149,14 @@ GrabReport MakeReport(const CameraGrabs& grabs) {
         report.rows.push_back(MakeRow("all", sum));
     }
     return report;
+}
+
+void Print(const GrabReport& report, Output& output) {
+    for (const auto* rows : {&report.rows, &report.packetRows}) {
+        for (const std::string& line : FormatTable(*rows)) {
+            output.Line(line);
+        }
+    }
 }
 
 } // namespace tool

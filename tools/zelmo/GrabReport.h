@@ -9,6 +9,8 @@
 
 namespace tool {
 
+class Output;
+
 /// Of all cameras; the time of the one that took longest, as they run at the same time.
 GrabCounts Sum(const CameraGrabs& grabs);
 
@@ -21,11 +23,13 @@ std::string MakeProgressLine(const CameraGrabs& grabs, const GrabOptions& option
 Json MakeProgressJson(const CameraGrabs& grabs, const GrabOptions& options);
 
 /// What came of all cameras: the sum, each camera under "cameras"; and a table with a header and, where there are
-/// several, the sum as its last row.
+/// several, the sum as its last row. Where cameras send packets, a second table says what became of these.
 struct GrabReport {
     Json json;
     std::vector<std::vector<std::string>> rows;
+    std::vector<std::vector<std::string>> packetRows;
 };
-GrabReport MakeReport(const CameraGrabs& grabs);
+GrabReport MakeReport(const CameraGrabs& grabs); ///< After the grab.
+void Print(const GrabReport& report, Output& output);
 
 } // namespace tool

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "GrabRun.h"
 
+#include "GigECamera.h"
 #include "GrabOptions.h"
 #include "GrabReport.h"
 #include "LossReport.h"
@@ -25,7 +26,7 @@ void CheckNumber(std::size_t cameras) {
 } // namespace
 
 GrabRun::GrabRun(const std::vector<Zelmo::CDeviceInfo>& infos, const GrabOptions& options, Output& output)
-    : m_options(options), m_output(output) {
+    : m_infos(infos), m_options(options), m_output(output) {
     for (const auto& info : infos) {
         CheckStrategy(info, options.strategy);
     }
@@ -121,6 +122,24 @@ void GrabRun::TellLosses() {
             m_output.Note(line);
         }
     }
+    for (const std::string& line : ExplainLinks(CollectLinkUses(), ReadHostInterfaces())) {
+        m_output.Note(line);
+    }
+}
+
+std::vector<LinkUse> GrabRun::CollectLinkUses() const {
+    std::vector<LinkUse> uses;
+    for (std::size_t i = 0; i < m_cameras.size(); ++i) {
+        const LossClues& clues = m_cameras[i]->GetLossClues();
+        if (!clues.stream.HavePackets()) {
+            continue;
+        }
+        const GrabCounts counts = m_cameras[i]->GetCounts();
+        uses.push_back({m_cameras[i]->GetName(), GetGigEPlace(m_infos[i]).interface,
+                        counts.GetMegabytesPerSecond() * 1e6, clues.packetBytes, clues.ticksPerSecond,
+                        clues.stream.requests.value_or(0) + clues.stream.missing.value_or(0) > 0});
+    }
+    return uses;
 }
 
 ExitCode GrabRun::TellFailures() {

@@ -4,6 +4,7 @@
 #include "ArrayRetrieval.h"
 #include "CameraGrab.h"
 #include "GrabThread.h"
+#include "LinkReport.h"
 
 #include <optional>
 #include <poll.h>
@@ -43,8 +44,10 @@ private:
     void LookAfterReaders(const std::vector<pollfd>& polled);
     ExitCode TellFailures();
     void TellLosses();
+    std::vector<LinkUse> CollectLinkUses() const;
     bool TooManyMissing();
 
+    const std::vector<Zelmo::CDeviceInfo> m_infos; // of the cameras
     const GrabOptions& m_options;
     Output& m_output;
     StopSignals m_signals;

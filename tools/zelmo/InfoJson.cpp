@@ -2,6 +2,7 @@
 #include "InfoJson.h"
 
 #include "DeviceSelector.h"
+#include "GigECamera.h"
 #include "Output.h"
 
 namespace tool {
@@ -41,6 +42,9 @@ Json MakeDeviceJson(const Zelmo::CDeviceInfo& info) {
                                     {"vendor_name", "VendorName"},
                                     {"device_class", "DeviceClass"},
                                     {"full_name", "FullName"}}));
+    if (IsGigECamera(info)) {
+        json.update(GetGigEPlace(info).ToJson());
+    }
     return json;
 }
 

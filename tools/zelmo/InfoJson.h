@@ -11,7 +11,7 @@ namespace tool {
 std::string GetProperty(const Zelmo::CInfoBase& info, const char* key);
 
 /// The camera's name as "device", its usual properties in the spelling of all our keys, and all of them as they are
-/// under "properties".
+/// under "properties"; of a GigE Vision camera also how it is reached.
 Json MakeDeviceJson(const Zelmo::CDeviceInfo& info);
 
 /// Likewise of a transport layer, without "device".

@@ -3,6 +3,7 @@
 
 #include "Isolated.h"
 #include "Library.h"
+#include "NetworkChecks.h"
 #include "Output.h"
 
 #include <zelmo/BindingReport.h>
@@ -125,13 +126,14 @@ Checks CheckRules() {
 Checks Examine(Library& library, bool withPlugins, const TellStep& tell) {
     library.GetLog().SetLoadListener([&](const std::string& plugin) { tell("loading the plug-in '" + plugin + "'"); });
     Checks checks;
+    Zelmo::DeviceInfoList devices;
     try {
         tell("starting the library");
         library.Start();
         if (withPlugins) {
             library.FindTransportLayers(); // loads them
             tell("using the plug-ins");
-            checks = CheckPlugins(library);
+            checks = CheckPlugins(library, devices);
         }
     } catch (const ToolError& error) {
         checks.push_back(
@@ -141,6 +143,8 @@ Checks Examine(Library& library, bool withPlugins, const TellStep& tell) {
     const Checks rules = CheckRules();
     checks.insert(checks.end(), rules.begin(), rules.end());
     checks.push_back(CheckCacheFolder());
+    const Checks network = JudgeNetwork(ReadNetworkFacts(devices));
+    checks.insert(checks.end(), network.begin(), network.end());
     return checks;
 }
 

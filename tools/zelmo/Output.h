@@ -24,6 +24,7 @@ public:
 
     bool IsJson() const noexcept { return m_json; }
     bool IsQuiet() const noexcept { return m_quiet; }
+    bool IsVerbose() const noexcept { return m_repeats; } ///< -v
 
     /// Descriptor of the data, for HasHungUp; -1 where they go to a stream of this program.
     int GetDataFd() const noexcept { return m_dataFd; }

@@ -8,7 +8,6 @@
 #include <zelmo/ThreadPriority.h>
 
 #include <algorithm>
-#include <fstream>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -17,10 +16,6 @@ namespace {
 
 /// What the grab threads ask for unless told otherwise.
 constexpr int kWantedPriority = 25;
-
-/// A few frames of a fast camera on Ethernet have to wait in the kernel while the receiver is not scheduled: at 120
-/// MB/s, 10 MB are some 80 ms.
-constexpr long kWantedSocketBuffer = 10'000'000;
 
 Check CheckRealTime() {
     int lowest = 0;
@@ -71,26 +66,6 @@ Check CheckOpenFiles(const DescriptorUse& use) {
     return check;
 }
 
-Check CheckSocketBuffers() {
-    const std::string path = "/proc/sys/net/core/rmem_max";
-    Check check{"socket buffers", Verdict::Ok, "", ""};
-    std::ifstream file(path);
-    long bytes = 0;
-    if (!(file >> bytes)) {
-        check.verdict = Verdict::Warning;
-        check.detail = path + " cannot be read";
-        check.remedy = "Only cameras on Ethernet need large socket buffers; check net.core.rmem_max on the host";
-        return check;
-    }
-    check.detail = "net.core.rmem_max is " + std::to_string(bytes) + " bytes";
-    if (bytes < kWantedSocketBuffer) {
-        check.verdict = Verdict::Warning;
-        check.detail += "; cameras on Ethernet want " + std::to_string(kWantedSocketBuffer);
-        check.remedy = "As root: sysctl -w net.core.rmem_max=33554432, for good in /etc/sysctl.d/60-cameras.conf";
-    }
-    return check;
-}
-
 Check DescribeLayer(Library& library, const Zelmo::CTlInfo& info) {
     const std::string name = Printable(info.GetDeviceClass().c_str());
     const std::string version = info.IsVersionAvailable() ? " version " + Printable(info.GetVersion().c_str()) : "";
@@ -104,14 +79,14 @@ Check DescribeLayer(Library& library, const Zelmo::CTlInfo& info) {
 
 } // namespace
 
-std::vector<Check> CheckPlugins(Library& library) {
+std::vector<Check> CheckPlugins(Library& library, Zelmo::DeviceInfoList& devices) {
     std::vector<Check> checks;
     const Zelmo::TlInfoList layers = library.FindTransportLayers();
     Check path{"plug-in path", Verdict::Ok, GetPluginPath(), ""};
     for (const Zelmo::CTlInfo& info : layers) {
         checks.push_back(DescribeLayer(library, info));
     }
-    library.FindDevices(); // some fail only when they are asked for cameras
+    devices = library.FindDevices(); // some fail only when they are asked for cameras
     const auto failures = library.GetPluginFailures();
     for (const PluginFailure& failure : failures) {
         checks.push_back({"plug-in " + Printable(failure.plugin), Verdict::Problem, Printable(failure.reason),
@@ -127,7 +102,7 @@ std::vector<Check> CheckPlugins(Library& library) {
 }
 
 std::vector<Check> CheckSystem() {
-    return {CheckFilter(), CheckRealTime(), CheckOpenFiles(MeasureDescriptorUse()), CheckSocketBuffers()};
+    return {CheckFilter(), CheckRealTime(), CheckOpenFiles(MeasureDescriptorUse())};
 }
 
 } // namespace tool

@@ -3,6 +3,8 @@
 
 #include "ExitCode.h"
 
+#include <zelmo/DeviceInfo.h>
+
 #include <string>
 #include <vector>
 
@@ -22,10 +24,10 @@ struct Check {
 };
 
 /// The plug-in path, each transport layer that was loaded, and each plug-in that was not. Problems are plug-ins that
-/// could not be loaded.
-std::vector<Check> CheckPlugins(Library& library);
+/// could not be loaded. @p devices are the cameras that they find.
+std::vector<Check> CheckPlugins(Library& library, Zelmo::DeviceInfoList& devices);
 
-/// Device filter, real-time priority, open files and socket buffers.
+/// Device filter, real-time priority and open files.
 std::vector<Check> CheckSystem();
 
 } // namespace tool

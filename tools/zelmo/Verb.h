@@ -53,6 +53,7 @@ std::unique_ptr<Verb> MakeFeaturesVerb();
 std::unique_ptr<Verb> MakeGetVerb();
 std::unique_ptr<Verb> MakeGrabVerb();
 std::unique_ptr<Verb> MakeInfoVerb();
+std::unique_ptr<Verb> MakeIpVerb();
 std::unique_ptr<Verb> MakeListVerb();
 std::unique_ptr<Verb> MakeLoadVerb();
 std::unique_ptr<Verb> MakeNodemapVerb();

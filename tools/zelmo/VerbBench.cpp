@@ -78,7 +78,11 @@ public:
                "holds it, as median, 99th percentile (both to 1.6 %) and maximum; it is told of cameras that stamp by "
                "the monotonic clock of this host, as emulated ones do at the begin of the exposure, and is - (null) "
                "for all others. CPU is the time of all threads of this process, start and stop included, for each "
-               "image that was taken; an emulated camera draws all its images, skipped ones too, in this process.";
+               "image that was taken; an emulated camera draws all its images, skipped ones too, in this process. Of "
+               "cameras on Ethernet a second table tells what became of "
+               "the packets: those taken, requests for lost ones and how many these asked for, those that came then, "
+               "those "
+               "missing in the end, and those that this host dropped.";
     }
     std::vector<Example> GetExamples() const override {
         return {
@@ -138,9 +142,7 @@ private:
         }
         std::vector<std::string> unused;
         AddLatencies(all, report.json, sinks.size() > 1 ? report.rows.back() : unused);
-        for (const std::string& line : FormatTable(report.rows)) {
-            output.Line(line);
-        }
+        Print(report, output);
         ReportCpu(Sum(run.GetCameras()), cpuSeconds, report.json, output);
         output.Document(report.json);
     }

@@ -30,7 +30,9 @@ public:
                "--reconnect each has a thread of its own, and goes on by itself. With --chunks there is a line for "
                "each image: frame, camera, number of the image, and NAME=VALUE for all that came along with it, or "
                "NAME missing. With --events there is one for each event: event, camera, number of the image that it "
-               "came before, name of the event, and NAME=VALUE.";
+               "came before, name of the event, and NAME=VALUE. Of cameras on Ethernet a second table at the end tells "
+               "what "
+               "became of the packets, as 'zelmo bench --help' says.";
     }
     std::vector<Example> GetExamples() const override {
         return {
@@ -218,9 +220,7 @@ private:
 
     static void Report(const GrabRun& run, const std::vector<ImageSink*>& sinks, Output& output) {
         const GrabReport report = MakeReport(run.GetCameras());
-        for (const std::string& line : FormatTable(report.rows)) {
-            output.Line(line);
-        }
+        Print(report, output);
         for (std::size_t i = 0; i < sinks.size(); ++i) {
             const GrabCounts counts = run.GetCameras()[i]->GetCounts();
             sinks[i]->NoteFiles(counts.frames == 0 ? 0 : counts.frames + counts.failed);

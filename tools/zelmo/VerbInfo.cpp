@@ -2,6 +2,7 @@
 #include "Camera.h"
 #include "CommonOptions.h"
 #include "DeviceSelector.h"
+#include "GigECamera.h"
 #include "InfoJson.h"
 #include "Output.h"
 #include "Verb.h"
@@ -27,7 +28,9 @@ Access LookUpAccess(const Zelmo::CDeviceInfo& info) {
     }
     const bool asMonitor = factory.IsDeviceAccessible(info, Zelmo::AccessModeSet());
     const auto position = static_cast<std::size_t>(state);
-    return {false, asMonitor, ExplainAccess(state), position < std::size(kWords) ? kWords[position] : "unknown"};
+    const std::string verdict = GetSubnetVerdict(info);
+    return {false, asMonitor, verdict.empty() ? ExplainAccess(state) : verdict,
+            position < std::size(kWords) ? kWords[position] : "unknown"};
 }
 
 class InfoVerb : public Verb {

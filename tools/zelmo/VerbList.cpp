@@ -2,9 +2,12 @@
 #include "CommonOptions.h"
 #include "DeviceSelector.h"
 #include "DeviceWatch.h"
+#include "GigECamera.h"
 #include "InfoJson.h"
 #include "Output.h"
 #include "Verb.h"
+
+#include <algorithm>
 
 namespace tool {
 namespace {
@@ -16,7 +19,8 @@ public:
     std::string GetDetails() const override {
         return "Each camera stands in one line: the index by which other verbs take it, serial number, model, "
                "user-defined "
-               "name and device class.";
+               "name and device class; of cameras on Ethernet also address and interface, and with -v the MAC address. "
+               "What keeps one of these from being opened stands below.";
     }
     std::vector<Example> GetExamples() const override {
         return {
@@ -57,18 +61,35 @@ private:
         const Zelmo::DeviceInfoList devices = library.FindDevices();
         Json list = Json::array();
         std::vector<std::vector<std::string>> rows{{"INDEX", "SERIAL", "MODEL", "NAME", "CLASS"}};
+        const bool anyGigE = std::any_of(devices.begin(), devices.end(), IsGigECamera);
+        if (anyGigE) {
+            AddCells(rows.back(), {"ADDRESS", "INTERFACE"}, "MAC", output);
+        }
         for (std::size_t i = 0; i < devices.size(); ++i) {
             list.push_back({{"index", i}});
             list.back().update(MakeDeviceJson(devices[i]));
             rows.push_back({std::to_string(i), GetProperty(devices[i], "SerialNumber"),
                             GetProperty(devices[i], "ModelName"), GetProperty(devices[i], "UserDefinedName"),
                             GetProperty(devices[i], "DeviceClass")});
+            if (anyGigE) {
+                const GigEPlace place = GetGigEPlace(devices[i]);
+                AddCells(rows.back(), {place.GetAddress(), place.interface}, place.mac, output);
+            }
         }
         output.Document({{"devices", list}});
         if (devices.empty()) {
             output.Note("No camera found.\n" + ExplainNoCamera(library));
         } else {
             PrintTable(output, rows);
+            TellVerdicts(devices, output);
+        }
+    }
+
+    static void AddCells(std::vector<std::string>& row, const std::vector<std::string>& cells, const std::string& mac,
+                         const Output& output) {
+        row.insert(row.end(), cells.begin(), cells.end());
+        if (output.IsVerbose()) {
+            row.push_back(mac);
         }
     }
 
