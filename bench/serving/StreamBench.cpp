@@ -5,6 +5,8 @@
 // them: what receiving costs in the kernel, on this loopback network within the call, is in both. "bare" is 64
 // datagrams a call without a pause; "paced" is bursts of 16 or 64 KiB that keep the rate, which shows what waiting for
 // it costs.
+#include "bench/CpuTime.h"
+
 #include <core/RegisterMap.h>
 #include <serving/stream/StreamChannel.h>
 
@@ -12,7 +14,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <memory>
@@ -35,17 +36,6 @@ struct CCase {
     double bytesPerSecond; // of images, each camera
     std::uint32_t packetSize;
 };
-
-double CpuSeconds(clockid_t clock) {
-    timespec time = {};
-    clock_gettime(clock, &time);
-    return static_cast<double>(time.tv_sec) + 1e-9 * static_cast<double>(time.tv_nsec);
-}
-
-// The clock of a thread of this process by its kernel id, as the kernel numbers them.
-clockid_t ClockOf(pid_t thread) {
-    return static_cast<clockid_t>(~static_cast<unsigned>(thread) << 3 | 6u);
-}
 
 double CpuSecondsOf(const std::string& threadName) {
     double seconds = 0;
