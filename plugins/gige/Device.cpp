@@ -213,7 +213,7 @@ void CDevice::Disconnect() noexcept {
     m_connection.PrepareClose();
     m_eventGrabber.Close();
     m_eventGrabber.Permit(false);
-    m_grabber.Permit({});
+    m_grabber.Forbid();
     m_eventAdapters.Clear();
     m_chunks.Close();
     m_nodeMap.reset();

@@ -55,7 +55,7 @@ TEST(LossReportTest, SaysWherePacketsWereLost) {
           PacketFate{1000, 5, 0, 1, "GevSCPD; besides, this host dropped 1 packet, as"},
           PacketFate{0, 5, 0, 1, "incomplete; of the first one: torn"}, // it came again
           PacketFate{12, 0, 0, 0, "12 packets got lost on the network and were not asked for again: EnableResend"},
-          PacketFate{1, 5, 2, 0, "1 packet got lost on the network, and the camera refused"},
+          PacketFate{1, 5, 2, 0, "1 packet got lost on the network, and the camera answered with 2 errors"},
           PacketFate{12, 5, 0, 0, "and 5 requests did not bring them back: look at cables"},
           PacketFate{0, 5, 0, 0, "incomplete; of the first one: torn"}}) {
         tool::StreamCounts stream;

@@ -45,8 +45,8 @@ std::string NetworkCause(const StreamCounts& stream, std::uint64_t count) {
         return lost + " and were not asked for again: EnableResend is off, or the camera cannot repeat them";
     }
     if (stream.refused.value_or(0) > 0) {
-        return lost + ", and the camera refused to send them again, as it did not keep them any more; a lower rate or "
-                      "larger packets may help";
+        return lost + ", and the camera answered with " + std::to_string(*stream.refused) +
+               " errors, as it does when it has not kept them; a lower rate or larger packets may help";
     }
     return lost + ", and " + std::to_string(*stream.requests) +
            " requests did not bring them back: look at cables, ports and the switch, and give the camera a lower rate "

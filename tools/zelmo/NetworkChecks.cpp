@@ -257,7 +257,7 @@ private:
     void JudgeSocketBuffers() {
         const char* const name = "socket buffers";
         if (!m_facts.receiveBufferMax) {
-            return Find(name, true, "net.core.rmem_max cannot be read",
+            return Find(name, IsInUse(), "net.core.rmem_max cannot be read",
                         "Only cameras on Ethernet need large socket buffers; check net.core.rmem_max on the host");
         }
         std::string detail = "net.core.rmem_max is " + std::to_string(*m_facts.receiveBufferMax) + " bytes";
@@ -268,7 +268,7 @@ private:
         if (*m_facts.receiveBufferMax >= kAdvisedSocketBuffer) {
             return Find(name, false, detail, "");
         }
-        Find(name, *m_facts.receiveBufferMax < kEnoughSocketBuffer,
+        Find(name, IsInUse() && *m_facts.receiveBufferMax < kEnoughSocketBuffer,
              detail + "; streams of cameras on Ethernet ask for up to " + advised,
              "As root: sysctl -w net.core.rmem_max=" + advised + ", for good in /etc/sysctl.d/60-cameras.conf");
     }

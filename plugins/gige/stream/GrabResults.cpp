@@ -23,7 +23,7 @@ Zelmo::EPayloadType PayloadTypeOf(const CFinishedBlock& block) {
         return Zelmo::PayloadType_Undefined; // the leader is missing
     case PayloadType::kImage:
         return Zelmo::PayloadType_Image;
-    case PayloadType::kMultiPart: // its parts lie one behind the other, the image first
+    case PayloadType::kMultiPart: // its parts lie one behind the other
         return block.isGeometryKnown ? Zelmo::PayloadType_Image : Zelmo::PayloadType_RawData;
     case PayloadType::kFile:
         return Zelmo::PayloadType_File;

@@ -57,6 +57,11 @@ std::uint64_t LeastBytes(const ImageGeometry& geometry, std::uint32_t lines) {
     return bytes;
 }
 
+bool Holds(std::uint64_t bytes, const ImageGeometry& geometry) {
+    constexpr std::uint32_t kCustomFormat = 0x80000000; // whose bits per pixel may mean anything
+    return (geometry.pixelFormat & kCustomFormat) != 0 || LeastBytes(geometry, geometry.sizeY) <= bytes;
+}
+
 // The image is not in the processor's cache, and the next packet goes right behind this one: its place is fetched while
 // that packet is judged.
 void PrefetchFrom(MutableBytes place) {
@@ -137,8 +142,8 @@ void COpenBlock::NoteParts(const Leader& leader, const CStreamFormat& format) {
         const LeaderPart part = *DecodeLeaderPart(leader, i);
         m_partStarts[i + 1] = m_partStarts[i] + part.length;
         packets += layout ? layout->PayloadPackets(part.length) : 0;
-        if (!m_result.isGeometryKnown && IsImagePart(part.dataType)) {
-            m_result.geometry = part.geometry;
+        if (i == 0 && IsImagePart(part.dataType) && Holds(part.length, part.geometry)) {
+            m_result.geometry = part.geometry; // the image of a buffer is at its start
             m_result.isGeometryKnown = true;
         }
     }
@@ -385,14 +390,13 @@ std::uint64_t COpenBlock::ReceivedBytes() const {
 
 // The trailer tells the lines; what came must hold them. Without its word there are as many as came.
 bool COpenBlock::FitGeometry() {
-    constexpr std::uint32_t kCustomFormat = 0x80000000; // whose bits per pixel may mean anything
     const std::uint64_t bytes = ReceivedBytes();
     ImageGeometry& geometry = m_result.geometry;
     if (!HasImage(PayloadType::BaseOf(m_result.payloadType))) {
         return true;
     }
     geometry.sizeY = m_sizeY != 0 ? m_sizeY : geometry.sizeY;
-    if ((geometry.pixelFormat & kCustomFormat) != 0 || LeastBytes(geometry, geometry.sizeY) <= bytes) {
+    if (Holds(bytes, geometry)) {
         return true;
     }
     const std::uint64_t lineBits = geometry.sizeX * std::uint64_t{geometry.pixelFormat >> 16 & 0xFF} +

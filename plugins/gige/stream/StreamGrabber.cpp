@@ -47,17 +47,17 @@ private:
 };
 
 // Numbers of the nodes "Status" and "AccessMode".
-std::uint64_t StatusNumber(EState state, bool isPermitted) {
+std::uint64_t StatusNumber(EState state, bool isDeviceOpen) {
     constexpr std::uint64_t kNotInitialized = 0, kClosed = 1, kOpen = 2, kLocked = 3;
     if (state == EState::Closed) {
-        return isPermitted ? kClosed : kNotInitialized;
+        return isDeviceOpen ? kClosed : kNotInitialized;
     }
     return state == EState::Open ? kOpen : kLocked;
 }
 
-std::uint64_t AccessModeNumber(const Zelmo::AccessModeSet& modes) {
+std::uint64_t AccessModeNumber(const Zelmo::AccessModeSet& modes, bool isDeviceOpen) {
     constexpr std::uint64_t kMonitor = 0, kExclusive = 1, kControl = 2, kNotInitialized = 3;
-    if (modes.none()) {
+    if (!isDeviceOpen) {
         return kNotInitialized;
     }
     return modes.test(Zelmo::Exclusive) ? kExclusive : modes.test(Zelmo::Control) ? kControl : kMonitor;
@@ -95,7 +95,8 @@ struct CStreamGrabber::CState {
     const CCameraFeatures features;
     CStreamPort port;
     PluginKit::NodeMapPtr nodeMap;
-    std::atomic<EState> state{EState::Closed}; // these three are read through the node map
+    std::atomic<EState> state{EState::Closed}; // these four are read through the node map
+    std::atomic<bool> isDeviceOpen{false};
     std::atomic<unsigned long> modes{0};
     std::atomic<std::uint64_t> grantedBytes{0};
     CStreamChannel channel;
@@ -254,9 +255,9 @@ std::uint64_t CStreamGrabber::CState::RegisterValue(std::int64_t address) const 
     case StreamRegister::kIsPrepared:
         return IsAt(EState::Prepared) || IsAt(EState::Streaming);
     case StreamRegister::kStatus:
-        return StatusNumber(state, modes != 0);
+        return StatusNumber(state, isDeviceOpen);
     case StreamRegister::kAccessMode:
-        return AccessModeNumber(Zelmo::AccessModeSet(modes));
+        return AccessModeNumber(Zelmo::AccessModeSet(modes), isDeviceOpen);
     case StreamRegister::kIsGrabbing:
         return IsAt(EState::Streaming);
     case StreamRegister::kGrantedKib:
@@ -292,12 +293,17 @@ CStreamGrabber::~CStreamGrabber() {
 }
 
 void CStreamGrabber::Permit(Zelmo::AccessModeSet modes) {
-    if (modes.none()) {
-        m_state->Close();
-    }
     m_state->channel.Forget();
     m_state->hasToldOfSilence = false;
     m_state->modes = modes.to_ulong();
+    m_state->isDeviceOpen = true;
+}
+
+void CStreamGrabber::Forbid() noexcept {
+    m_state->Close();
+    m_state->channel.Forget();
+    m_state->modes = 0;
+    m_state->isDeviceOpen = false;
 }
 
 CReceiveCosts CStreamGrabber::Costs() const {

@@ -266,6 +266,16 @@ TEST_F(ReassemblerTest, EachPayloadTypeIsPutTogether) {
          false,
          true,
          "Block 1: payload type 0x000A, multi-part, as raw data."},
+        {{.isExtended = true, .type = 0x000A, .firstPartBytes = 150, .firstPartType = 0x000A}, // chunks
+         300,
+         false,
+         false,
+         "Block 1: payload type 0x000A, multi-part, as raw data."},
+        {{.isExtended = true, .type = 0x000A, .toldLines = 8, .firstPartBytes = 150}, // which hold 7
+         300,
+         false,
+         false,
+         "Block 1: payload type 0x000A, multi-part, as raw data."},
         {{.isExtended = true, .type = 0x000B}, 300, false, false, "Block 1: payload type 0x000B, GenDC, as raw data."},
         {{.type = 0x0033}, 300, false, false, "Block 1: payload type 0x0033, unknown, as raw data."},
         {{.type = 0x8001}, 300, false, false, "Block 1: payload type 0x8001, unknown, as raw data."},

@@ -21,6 +21,7 @@ struct CBlockShape {
     std::uint32_t toldLines = 0;      ///< images: by the leader, when not those that are sent
     std::uint32_t chunkBytes = 0;     ///< valid ones, by the trailer
     std::uint32_t firstPartBytes = 0; ///< multi-part: of two
+    std::uint16_t firstPartType = 1;  ///< multi-part: a 2-D image
     bool countsFromPart = false;      ///< multi-part: offsets
     std::uint16_t leaderStatus = 0, trailerStatus = 0;
 };
@@ -129,8 +130,11 @@ private:
         leader.geometry.sizeY = shape.toldLines != 0 ? shape.toldLines : Lines();
         std::array<std::uint8_t, 2 * kLeaderPartBytes> parts;
         if (m_format == PacketFormat::MultiPart) {
-            LeaderPart part{.dataType = 1, .length = shape.firstPartBytes, .geometry = leader.geometry};
+            LeaderPart part{
+                .dataType = shape.firstPartType, .length = shape.firstPartBytes, .geometry = leader.geometry};
+            part.geometry.sizeY = shape.toldLines != 0 ? shape.toldLines : shape.firstPartBytes / kLineBytes;
             EncodeLeaderPart(part, parts);
+            part.dataType = 1;
             part.length = shape.bytes - shape.firstPartBytes;
             EncodeLeaderPart(part, MutableBytes(parts).subspan(kLeaderPartBytes));
             leader.parts = parts;

@@ -173,11 +173,15 @@ TEST_F(GigeStreamTest, EachStatisticCountsWhatItsNameSays) {
 }
 
 TEST_F(GigeStreamTest, ItsNodesTellWhatItIsReadyFor) {
-    const auto state = [this] {
-        return Text("Status") + " " + Text("AccessMode") + " " + std::to_string(Get("StreamIsGrabbing"));
+    const GenApi::CBooleanPtr isGrabbing(m_grabber.GetNodeMap()->GetNode("StreamIsGrabbing"));
+    ASSERT_TRUE(isGrabbing.IsValid());
+    const auto state = [&] {
+        return Text("Status") + " " + Text("AccessMode") + (isGrabbing->GetValue() ? " 1" : " 0");
     };
     EXPECT_EQ(state(), "NotInitialized NotInitialized 0");
     EXPECT_EQ(Text("StreamType"), "GEV");
+    m_grabber.Permit({}); // of a device that is open all the same: its features can be read
+    EXPECT_EQ(state(), "Closed Monitor 0");
     m_grabber.Permit(Zelmo::Exclusive | Zelmo::Control | Zelmo::Stream);
     EXPECT_EQ(state(), "Closed Exclusive 0");
     Connect();
@@ -246,7 +250,7 @@ TEST_F(GigeStreamTest, PayloadsAreNamedAsFarAsTheContractCan) {
         std::uint16_t type;
         Zelmo::EPayloadType expected;
         const char* text; ///< where the contract has no name, or the camera a remark
-        std::uint16_t status = 0;
+        std::uint16_t status = 0, firstPart = 1;
     } kCases[] = {
         {PayloadType::kImage, Zelmo::PayloadType_Image, nullptr},
         {PayloadType::kRawData, Zelmo::PayloadType_RawData, nullptr},
@@ -254,6 +258,7 @@ TEST_F(GigeStreamTest, PayloadsAreNamedAsFarAsTheContractCan) {
         {PayloadType::kChunkData, Zelmo::PayloadType_ChunkData, nullptr},
         {PayloadType::kImage | PayloadType::kChunks, Zelmo::PayloadType_ChunkData, nullptr},
         {PayloadType::kMultiPart, Zelmo::PayloadType_Image, nullptr},
+        {PayloadType::kMultiPart, Zelmo::PayloadType_RawData, "multi-part", 0, 0x000A},
         {PayloadType::kJpeg, Zelmo::PayloadType_RawData, "JPEG"},
         {PayloadType::kCustom | 1, Zelmo::PayloadType_RawData, "0x8001"},
         {PayloadType::kImage, Zelmo::PayloadType_Image, "the camera remarks", 0x4004},
@@ -269,6 +274,7 @@ TEST_F(GigeStreamTest, PayloadsAreNamedAsFarAsTheContractCan) {
         shape.isExtended = true;
         shape.chunkBytes = shape.bytes;
         shape.firstPartBytes = 2000;
+        shape.firstPartType = tried.firstPart;
         Queue(0);
         m_camera.Send(shape);
         const Zelmo::GrabResult result = Next();
@@ -425,7 +431,7 @@ TEST_F(GigeStreamTest, TheLargestPacketsThatArriveAreUsed) {
             m_grabber.Close();
         }
         EXPECT_THAT(m_calls, ElementsAre("changed", "lock", "unlock", "changed", "lock", "unlock"));
-        m_grabber.Permit({});
+        m_grabber.Forbid();
         m_connection.Close();
     }
 }
@@ -455,7 +461,8 @@ TEST_F(GigeStreamTest, AFailedStartLeavesNothingBehind) {
         m_grabber.Close();
     }
     EXPECT_EQ(Text("Status"), "Closed");
-    m_grabber.Permit({});
+    m_grabber.Forbid();
+    EXPECT_EQ(Text("Status"), "NotInitialized");
     EXPECT_THROW(m_grabber.Open(), GenICam::LogicalErrorException);
 }
 
