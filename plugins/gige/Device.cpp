@@ -161,11 +161,11 @@ void CDevice::OpenConnection(Zelmo::AccessModeSet modes) {
     });
 }
 
-// Addresses change: another camera may have this one's by now.
+// Addresses change: another camera may have this one's by now. One with several interfaces is known by the one that
+// answered.
 void CDevice::RequireSameCamera(CConnection& connection) const {
-    const std::uint64_t high = connection.ReadRegister(Register::kMacHigh) & GigEVision::kMacHighMask;
-    const std::uint64_t mac = high << 32 | connection.ReadRegister(Register::kMacLow);
-    if (mac != MacNumber(m_camera.info.mac)) {
+    std::uint64_t mac = 0;
+    if (!connection.UseInterfaceOf(MacNumber(m_camera.info.mac), mac)) {
         throw RUNTIME_EXCEPTION("another camera answers at %s, of the MAC address %012llx: enumerate anew",
                                 PluginKit::AddressText(m_camera.route.device.address).c_str(),
                                 static_cast<unsigned long long>(mac));

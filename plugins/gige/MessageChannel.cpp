@@ -56,7 +56,7 @@ CMessageChannel::CMessageChannel(CConnection& connection, CSettings settings, IM
     connection.TryWriteRegister(Register::kMctt, settings.timeoutMs); // both need not be there
     connection.TryWriteRegister(Register::kMcrc, settings.retries);
     try {
-        connection.WriteRegister(Register::kMcp, m_socket.LocalPort());
+        connection.WriteRegister(Register::kMcp, connection.ChannelPort(m_socket.LocalPort()));
     } catch (...) {
         Close(); // only the answer may be lost
         throw;

@@ -4,6 +4,7 @@
 #include "control/ConnectionState.h"
 
 #include <Base/GCException.h>
+#include <gigevision/Registers.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -14,6 +15,7 @@ namespace Gige {
 namespace {
 
 using GigEVision::Status;
+namespace Register = GigEVision::Register;
 
 constexpr std::uint32_t kShortestTryMs = 100; // a device that takes longer says so
 constexpr std::uint32_t kStreamingTryMs = 200;
@@ -214,6 +216,30 @@ const CRoute& CConnection::Route() const {
 
 const CCapabilities& CConnection::Capabilities() const {
     return m_state->capabilities;
+}
+
+bool CConnection::UseInterfaceOf(std::uint64_t mac, std::uint64_t& firstMac) {
+    const auto macAt = [this](std::uint32_t address) {
+        const std::uint64_t high = ReadRegister(address) & GigEVision::kMacHighMask;
+        return high << 32 | ReadRegister(address + Register::kMacLow - Register::kMacHigh);
+    };
+    m_state->interface = 0;
+    firstMac = macAt(Register::kMacHigh);
+    const std::uint32_t interfaces =
+        firstMac == mac ? 1 : std::min(ReadRegister(Register::kInterfaces), Register::kMaxInterfaces);
+    for (std::uint32_t i = 1; i < interfaces; ++i) {
+        if (macAt(Register::kOtherInterfaces + (i - 1) * Register::kInterfaceStride) == mac) {
+            m_state->interface = i;
+            return true;
+        }
+    }
+    return firstMac == mac;
+}
+
+std::uint32_t CConnection::ChannelPort(std::uint16_t port) const {
+    constexpr std::uint32_t kOneInterface =
+        GigEVision::ChannelPort::kInterface & ~(GigEVision::ChannelPort::kInterface << 1);
+    return m_state->interface * kOneInterface | port;
 }
 
 std::uint32_t CConnection::ReadRegister(std::uint32_t address) {

@@ -70,6 +70,10 @@ public:
 
     const CRoute& Route() const;
     const CCapabilities& Capabilities() const;
+    /// Channels are to send from the camera's interface that has @p mac; to be called before they are opened.
+    /// @return false: none has it, and @p firstMac tells that of the first one.
+    bool UseInterfaceOf(std::uint64_t mac, std::uint64_t& firstMac);
+    std::uint32_t ChannelPort(std::uint16_t port) const; ///< What SCP or MCP is to hold for @p port of this host.
 
     /// @throws GenICam::AccessException  the camera refuses for the lack of rights
     /// @throws GenICam::TimeoutException no answer

@@ -83,9 +83,10 @@ struct CConnection::CState {
     CConnectionSettings& settings;
     CConnectionCounts& counts;
     CFairTurn turn;
-    CRoute route;                             // as of the last Open
-    CCapabilities capabilities;               // the same
-    std::unique_ptr<CCommandChannel> channel; // from Open to Close
+    CRoute route;                               // as of the last Open
+    CCapabilities capabilities;                 // the same
+    std::atomic<std::uint32_t> interface { 0 }; // of the device, that its channels send from
+    std::unique_ptr<CCommandChannel> channel;   // from Open to Close
     std::atomic<bool> isOpen{false}, isClosing{false}, hasControl{false}, isLost{false};
     std::atomic<std::int64_t> nextBeatNs{INT64_MAX};
     std::atomic<bool> isHurried{false};           // by Hurry, since the last heartbeat began

@@ -39,8 +39,8 @@ std::uint16_t RememberedPort(const CRoute& route) {
 
 } // namespace
 
-CUdpSocket MakeControlSocket(const CRoute& route) {
-    if (const std::uint16_t port = RememberedPort(route)) {
+CUdpSocket MakeControlSocket(const CRoute& route, bool wantsControl) {
+    if (const std::uint16_t port = wantsControl ? RememberedPort(route) : std::uint16_t{0}) {
         try {
             return CUdpSocket::ForDevice(route, port);
         } catch (const GenICam::RuntimeException&) {

@@ -11,7 +11,7 @@ void CFairTurn::Take(EKind kind) {
     const CLockGuard guard(m_lock);
     if (kind == EKind::Heartbeat) {
         m_isHeartbeatWaiting = true;
-        while (m_isTaken) {
+        while (m_isTaken || IsCommandNext()) {
             m_lock.WaitFor(m_changed);
         }
         m_isHeartbeatWaiting = false;
@@ -22,6 +22,7 @@ void CFairTurn::Take(EKind kind) {
         }
         CallNext();
     }
+    m_wasHeartbeat = kind == EKind::Heartbeat;
     m_isTaken = true;
 }
 
@@ -34,13 +35,14 @@ bool CFairTurn::TakeUntil(std::int64_t untilNs) {
             m_givenUp.insert(ticket);
             if (m_called == ticket) {
                 CallNext();
-                m_changed.notify_all();
             }
+            m_changed.notify_all();
             return false;
         }
         m_lock.WaitUntil(m_changed, due);
     }
     CallNext();
+    m_wasHeartbeat = false;
     m_isTaken = true;
     return true;
 }
@@ -52,7 +54,11 @@ void CFairTurn::Leave() {
 }
 
 bool CFairTurn::IsTurnOf(std::uint64_t ticket) const {
-    return !m_isTaken && !m_isHeartbeatWaiting && m_called == ticket;
+    return !m_isTaken && m_called == ticket && (!m_isHeartbeatWaiting || IsCommandNext());
+}
+
+bool CFairTurn::IsCommandNext() const {
+    return m_wasHeartbeat && m_nextTicket - m_called > m_givenUp.size();
 }
 
 void CFairTurn::CallNext() {

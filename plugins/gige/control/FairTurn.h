@@ -9,8 +9,9 @@
 
 namespace Gige {
 
-/// Who may use the control socket: one at a time, first come, first served; but the heartbeat goes next. A mutex would
-/// let a thread that reads in a loop keep all others waiting.
+/// Who may use the control socket: one at a time, first come, first served; but the heartbeat goes next, and behind it
+/// a command that waits. A mutex would let a thread that reads in a loop keep all others waiting, and so would the
+/// heartbeat that goes on trying while a camera is silent.
 /// Threads: any; the heartbeat is one thread's.
 /// Locks:   its own, a leaf, not held during the turn.
 class CFairTurn {
@@ -23,6 +24,7 @@ public:
 
 private:
     bool IsTurnOf(std::uint64_t ticket) const PLUGIN_REQUIRES(m_lock);
+    bool IsCommandNext() const PLUGIN_REQUIRES(m_lock);
     void CallNext() PLUGIN_REQUIRES(m_lock);
 
     PluginKit::CMutex m_lock;
@@ -32,6 +34,7 @@ private:
     std::set<std::uint64_t> m_givenUp PLUGIN_GUARDED_BY(m_lock); // not called yet
     bool m_isTaken PLUGIN_GUARDED_BY(m_lock) = false;
     bool m_isHeartbeatWaiting PLUGIN_GUARDED_BY(m_lock) = false;
+    bool m_wasHeartbeat PLUGIN_GUARDED_BY(m_lock) = false; // the last one that had it
 };
 
 /// Has the turn for a scope.

@@ -76,9 +76,10 @@ void CConnection::CState::BeatAgainAt(std::int64_t dueNs) {
     }
 }
 
-// A promise does not hold for longer than the device's patience.
+// A promise does not hold for longer than the device's patience, or that of who waits behind it.
 CTries CConnection::CState::BeatTries() const {
-    return {std::min(kBeatTryMs, LongestTryMs()), 1, 0, heartbeatMs, MonotonicNs() + ToNs(heartbeatMs), true};
+    const std::int64_t untilNs = std::min(MonotonicNs() + ToNs(heartbeatMs), EndNs());
+    return {std::min(kBeatTryMs, LongestTryMs()), 1, 0, heartbeatMs, untilNs, true};
 }
 
 void CConnection::CState::CheckControl() {

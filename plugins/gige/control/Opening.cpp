@@ -45,6 +45,7 @@ bool IsExclusive(const CAnswer& ccp) {
 void CConnection::CState::Open(const CRoute& newRoute, Zelmo::AccessModeSet modes) {
     route = newRoute;
     capabilities = {};
+    interface = 0;
     isPromising = false;
     pendingTimeoutMs = 0;
     isClosing = isLost = false;
@@ -54,8 +55,9 @@ void CConnection::CState::Open(const CRoute& newRoute, Zelmo::AccessModeSet mode
         const PluginKit::CLockGuard guard(textLock);
         lossText.clear();
     }
-    channel = std::make_unique<CCommandChannel>(MakeControlSocket(route), route.device, settings.isDuplicating,
-                                                counts.timeouts, CCommandChannel::CLimits{});
+    channel = std::make_unique<CCommandChannel>(
+        MakeControlSocket(route, modes.test(Zelmo::Exclusive) || modes.test(Zelmo::Control)), route.device,
+        settings.isDuplicating, counts.timeouts, CCommandChannel::CLimits{});
     openUntilNs = MonotonicNs() + ToNs(kOpeningMs);
     try {
         Connect(modes);

@@ -28,6 +28,7 @@ CBlockIds::CVerdict CBlockIds::Judge(const PacketHeader& header, std::optional<s
             return {};
         }
         m_isStarted = true;
+        m_first = header.blockId;
         SetNewest(header, header.blockId);
         verdict = {EKind::Newer, header.blockId, 0};
     } else if (const std::int64_t step = StepTo(header); step > 0) {
@@ -68,8 +69,12 @@ bool CBlockIds::IsLateCopy(std::uint64_t behind, std::uint64_t timestamp) const 
     if (behind > kRemembered) {
         return false;
     }
-    const CLeaderTime& time = m_times[(m_newest - behind) % kRemembered];
-    return !time.isKnown || time.id != m_newest - behind || time.timestamp == timestamp;
+    const std::uint64_t id = m_newest - behind;
+    if (static_cast<std::int64_t>(id - m_first) < 0) { // nothing of it was seen
+        return !m_lastTime.isKnown || timestamp <= m_lastTime.timestamp;
+    }
+    const CLeaderTime& time = m_times[id % kRemembered];
+    return !time.isKnown || time.id != id || time.timestamp == timestamp;
 }
 
 CBlockIds::CVerdict CBlockIds::JudgeBehind(const PacketHeader& header, std::uint64_t behind, std::uint64_t timestamp) {
@@ -99,10 +104,17 @@ CBlockIds::CVerdict CBlockIds::Advance(const PacketHeader& header, std::uint64_t
     return {EKind::Newer, m_newest, step - 1};
 }
 
+CBlockIds::CVerdict CBlockIds::BeginAnew(const PacketHeader& header, std::uint64_t timestamp) {
+    const CVerdict verdict = Restart(header);
+    NoteLeader(verdict.id, timestamp);
+    return verdict;
+}
+
 CBlockIds::CVerdict CBlockIds::Restart(const PacketHeader& header) {
     const std::uint64_t former = header.isExtended ? m_newest : m_newestOnWire;
     m_lastTime = {};
     m_times = {};
+    m_first = header.blockId;
     SetNewest(header, header.blockId);
     m_former = former;
     return {EKind::Restarted, m_newest, 0};

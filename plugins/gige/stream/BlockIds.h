@@ -29,6 +29,11 @@ public:
     /// on.
     CVerdict Judge(const GigEVision::PacketHeader& header, std::optional<std::uint64_t> timestamp);
     void NoteLeader(std::uint64_t id, std::uint64_t timestamp); ///< Of a block that is or was open.
+    /// The device counts anew, from this block on: so says its leader, and what was open of the same id.
+    CVerdict BeginAnew(const GigEVision::PacketHeader& header, std::uint64_t timestamp);
+    /// Late packets of the former epoch come no more, so that all that fits begins blocks of this one.
+    void ForgetFormer() { m_former.reset(); }
+    bool IsNewer(std::uint64_t timestamp) const { return !m_lastTime.isKnown || timestamp > m_lastTime.timestamp; }
 
 private:
     static constexpr std::size_t kRemembered = 64; // blocks; late copies come from no further behind
@@ -48,7 +53,7 @@ private:
 
     bool m_isStarted = false;
     bool m_countsZero = false; // the device has a block 0 behind 65535
-    std::uint64_t m_newest = 0;
+    std::uint64_t m_newest = 0, m_first = 0; // of this epoch
     std::uint16_t m_newestOnWire = 0;
     CLeaderTime m_lastTime;
     std::array<CLeaderTime, kRemembered> m_times;

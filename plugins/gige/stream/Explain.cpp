@@ -94,7 +94,9 @@ std::string Explain(const CFinishedBlock& block) {
         append(FaultText(block));
         append(block.missing != 0 ? MissingText(block) : "");
     } else if (block.end == EBlockEnd::Complete) {
-        const std::string type = TypeName(block.payloadType);
+        const bool isImagePart =
+            block.isGeometryKnown && PayloadType::BaseOf(block.payloadType) == PayloadType::kMultiPart;
+        const std::string type = block.hasChunks || isImagePart ? std::string() : TypeName(block.payloadType);
         append(type.empty() ? "" : "payload type " + Hex(block.payloadType) + ", " + type + ", as raw data");
         append(block.status == 0 ? "" : "the camera remarks " + StatusText(block.status));
     }

@@ -169,7 +169,8 @@ COpenBlock::ETaken COpenBlock::TakeTrailer(Bytes content, const CStreamFormat& f
     }
     const Trailer trailer = DecodeTrailer(content).value_or(Trailer{}); // its id is what counts
     m_trailerId = packetId;
-    m_sizeY = trailer.sizeY;
+    const auto firstPart = DecodeTrailerPart(trailer, 0);
+    m_sizeY = firstPart ? firstPart->sizeY : trailer.sizeY;
     m_chunkBytes = trailer.dataLength;
     m_map.Add(packetId);
     return ETaken::New;
@@ -362,7 +363,7 @@ bool COpenBlock::IsComplete() {
     if (!HasTrailer() || m_map.Count() != m_trailerId + 1) {
         return false;
     }
-    if (!IsWithoutHoles() || !FitGeometry()) {
+    if (!IsWithoutHoles() || !IsAsLongAsTold() || !FitGeometry()) {
         Fail(EBlockFault::Contradictory);
         return false;
     }
@@ -375,6 +376,15 @@ bool COpenBlock::IsWithoutHoles() const {
     }
     const CTiling& descriptor = m_descriptorTiling; // a preliminary one is sent again at the end
     return (descriptor.Covers(0) || descriptor.Covers(0, 2)) && m_tiling.Covers(descriptor.End());
+}
+
+// A trailer that came too early ends nothing. Images have lines to tell by, and what is compressed as it is sent cannot
+// know its length when it begins.
+bool COpenBlock::IsAsLongAsTold() const {
+    const std::uint16_t base = PayloadType::BaseOf(m_result.payloadType);
+    const bool isExact = base == PayloadType::kRawData || base == PayloadType::kFile || base == PayloadType::kGenDc;
+    const std::uint64_t bytes = ReceivedBytes();
+    return bytes >= m_chunkBytes && (!isExact || m_result.hasChunks || bytes >= m_toldBytes);
 }
 
 std::uint64_t COpenBlock::ReceivedBytes() const {
@@ -390,11 +400,12 @@ std::uint64_t COpenBlock::ReceivedBytes() const {
 
 // The trailer tells the lines; what came must hold them. Without its word there are as many as came.
 bool COpenBlock::FitGeometry() {
-    const std::uint64_t bytes = ReceivedBytes();
-    ImageGeometry& geometry = m_result.geometry;
-    if (!HasImage(PayloadType::BaseOf(m_result.payloadType))) {
+    if (!m_result.isGeometryKnown) {
         return true;
     }
+    const bool isPart = PayloadType::BaseOf(m_result.payloadType) == PayloadType::kMultiPart;
+    const std::uint64_t bytes = isPart ? std::min(ReceivedBytes(), m_partStarts[1]) : ReceivedBytes();
+    ImageGeometry& geometry = m_result.geometry;
     geometry.sizeY = m_sizeY != 0 ? m_sizeY : geometry.sizeY;
     if (Holds(bytes, geometry)) {
         return true;

@@ -118,6 +118,7 @@ private:
     bool NoteLast(std::uint32_t packetId, std::size_t bytes);
     void NoteParts(const GigEVision::Leader& leader, const CStreamFormat& format);
     bool IsWithoutHoles() const;
+    bool IsAsLongAsTold() const;
     std::uint64_t ReceivedBytes() const;
     bool FitGeometry();
     void CountMissing(const CStreamFormat& format);

@@ -73,7 +73,8 @@ struct CReassembler::CState {
     void OnError(const PacketHeader& header);
     void OnData(const StreamPacket& packet, const Leader* leader, const AllIn* allIn);
     COpenBlock* Find(std::uint64_t idOnWire);
-    COpenBlock* OpenFor(const PacketHeader& header, std::optional<std::uint64_t> timestamp);
+    bool BeginsAnew(const COpenBlock& block, const PacketHeader& header, std::uint64_t timestamp) const;
+    COpenBlock* OpenFor(const PacketHeader& header, std::optional<std::uint64_t> timestamp, bool isAnew);
     void NoteTaken(COpenBlock& block, const PacketHeader& header, ETaken taken, std::uint32_t formerEnd);
     void End(COpenBlock& block, EBlockEnd end, EBlockFault fault);
     void FailOldest(EBlockFault fault);
@@ -95,7 +96,8 @@ struct CReassembler::CState {
     std::vector<COpenBlock*> idle; // of these
     std::vector<COpenBlock*> open; // oldest first; the first one has not ended
     COpenBlock* current = nullptr; // that the last packet was of
-    std::int64_t nowNs = 0;
+    std::int64_t nowNs = 0, restartedNs = 0;
+    std::optional<std::uint64_t> overrunId; // on the wire: the device has told it of a block that is not open
     std::uint32_t droppedTotal = 0;
     std::uint32_t freshDrops = 0; // just before the next datagram
     bool areCommandsTaken = false;
@@ -134,7 +136,11 @@ void CReassembler::CState::OnPacket(const StreamPacket& packet) {
 // newest block, some say the same; and of packets that the block does not have, as it is smaller than was expected.
 void CReassembler::CState::OnError(const PacketHeader& header) {
     COpenBlock* const block = Find(header.blockId);
-    if (!block || block->HasEnded()) {
+    if (!block) {
+        overrunId = header.status == Status::DataOverrun ? std::optional(header.blockId) : overrunId;
+        return;
+    }
+    if (block->HasEnded()) {
         return;
     }
     if (header.status == Status::DataOverrun) {
@@ -159,12 +165,13 @@ void CReassembler::CState::OnError(const PacketHeader& header) {
 void CReassembler::CState::OnData(const StreamPacket& packet, const Leader* leader, const AllIn* allIn) {
     const PacketHeader& header = packet.header;
     COpenBlock* block = Find(header.blockId);
-    if (block && block->HasEnded()) {
+    const auto timestamp = leader ? std::optional(leader->timestamp) : std::nullopt;
+    const bool isAnew = block && leader && BeginsAnew(*block, header, *timestamp);
+    if (block && block->HasEnded() && !isAnew) {
         ++(block->Map().Has(header.packetId) ? counts.doubledPackets : counts.ignoredPackets);
         return;
     }
-    const auto timestamp = leader ? std::optional(leader->timestamp) : std::nullopt;
-    if (!block && !(block = OpenFor(header, timestamp))) {
+    if ((!block || isAnew) && !(block = OpenFor(header, timestamp, isAnew))) {
         ++counts.ignoredPackets;
         return;
     }
@@ -224,9 +231,23 @@ COpenBlock* CReassembler::CState::Find(std::uint64_t idOnWire) {
     return found == open.rend() ? nullptr : current = *found;
 }
 
+// A leader that nobody asked for, and that comes long after the rest, is not of the block that lacks one, nor is a
+// second one with another time: the device counts anew, and has come to the same id.
+bool CReassembler::CState::BeginsAnew(const COpenBlock& block, const PacketHeader& header,
+                                      std::uint64_t timestamp) const {
+    const CPacketMap& map = block.Map();
+    const bool isOther = map.Has(0) ? block.Result().timestamp != timestamp : block.resends.requested == 0;
+    return isOther && header.status != Status::PacketResend && nowNs - block.lastNewNs > settings.packetTimeoutNs &&
+           (&block == open.back() || ids.IsNewer(timestamp));
+}
+
 // The block that a packet of none that is open begins; none when it is not new, or there is no buffer for it.
-COpenBlock* CReassembler::CState::OpenFor(const PacketHeader& header, std::optional<std::uint64_t> timestamp) {
-    const CBlockIds::CVerdict verdict = ids.Judge(header, timestamp);
+COpenBlock* CReassembler::CState::OpenFor(const PacketHeader& header, std::optional<std::uint64_t> timestamp,
+                                          bool isAnew) {
+    if (nowNs - restartedNs >= settings.frameRetentionNs) {
+        ids.ForgetFormer();
+    }
+    const CBlockIds::CVerdict verdict = isAnew ? ids.BeginAnew(header, *timestamp) : ids.Judge(header, timestamp);
     if (verdict.kind == CBlockIds::EKind::Behind) {
         return nullptr;
     }
@@ -234,6 +255,7 @@ COpenBlock* CReassembler::CState::OpenFor(const PacketHeader& header, std::optio
     counts.lastBlockId = verdict.id;
     if (verdict.kind == CBlockIds::EKind::Restarted) {
         ++counts.resynchronizations;
+        restartedNs = nowNs;
         FailAll();
     }
     for (COpenBlock* const block : open) {
@@ -251,6 +273,11 @@ COpenBlock* CReassembler::CState::OpenFor(const PacketHeader& header, std::optio
     open.push_back(block);
     block->Open(verdict.id, header, free.Pop(), nowNs);
     block->droppedByHost = freshDrops;
+    if (std::exchange(overrunId, std::nullopt) == header.blockId) {
+        block->NoteStatus(Status::DataOverrun);
+        End(*block, EBlockEnd::Failed, EBlockFault::DataOverrun);
+        return nullptr;
+    }
     return current = block;
 }
 

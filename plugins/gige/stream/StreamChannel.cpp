@@ -131,7 +131,7 @@ CStreamChannel::CDestination CStreamChannel::Configured() const {
 void CStreamChannel::Tell(const CDestination& destination) {
     m_connection.WriteRegister(AddressOf(Register::kScda), destination.address);
     m_isTold = true; // also where the answer is lost
-    m_connection.WriteRegister(AddressOf(Register::kScp), destination.port);
+    m_connection.WriteRegister(AddressOf(Register::kScp), m_connection.ChannelPort(destination.port));
 }
 
 // A search that finds nothing takes most of a second, so it is done once for each opening, unless somebody changes the
@@ -146,7 +146,7 @@ void CStreamChannel::FindPacketSize() {
         limit, {[&](std::uint32_t size) { return SetPacketSize(flags | Scps::kDoNotFragment, size); },
                 [&](std::uint32_t size) { return TestPacketArrives(flags | Scps::kDoNotFragment, size); }});
     constexpr std::uint32_t kCommon = 1500;
-    const std::uint32_t size = found ? *found : std::min(former & Scps::kSize, kCommon);
+    const std::uint32_t size = found ? *found : std::min({former & Scps::kSize, kCommon, limit});
     m_verdict = {limit, SetPacketSize(flags, size).value_or(former & Scps::kSize)};
     const std::string camera = PluginKit::AddressText(m_connection.Route().device.address);
     if (found) {

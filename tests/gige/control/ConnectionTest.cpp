@@ -285,6 +285,77 @@ TEST(ConnectionTest, ADeadLineDoesNotHoldUpWhoCloses) {
     EXPECT_FALSE(host.connection.IsOpen());
 }
 
+TEST(ConnectionTest, WhileACameraIsSilentCommandsHaveTheirTurnBetweenHeartbeats) {
+    std::atomic<bool> isDead{false};
+    const auto device = MakeDevice([&](CScriptedDevice&, const CRequest&) { return isDead.load(); });
+    CHost host;
+    host.settings.heartbeatTimeoutMs = 60'000;
+    host.connection.Open(device->Route(), kControlled);
+    const std::size_t before = device->Requests().size();
+    isDead = true;
+    std::thread service([&] {
+        while (host.connection.IsOpen()) {
+            host.connection.Beat();
+        }
+    });
+    while (device->Requests().size() < before + 2) {
+        std::this_thread::yield();
+    }
+    const std::int64_t beginNs = MonotonicNs();
+    EXPECT_THROW(host.connection.ReadRegister(kMakers), GenICam::TimeoutException);
+    EXPECT_LT(MonotonicNs() - beginNs, 30 * kSecond) << "it need not wait until the camera counts as lost";
+    host.connection.Close();
+    service.join();
+}
+
+TEST(ConnectionTest, AHeartbeatThatIsPutOffEndsWithTheTimeOfWhoWaits) {
+    const auto slow = MakeDevice([](CScriptedDevice& own, const CRequest& request) {
+        return own.Get(kMakers) != 0 && (own.Pend(request, 60'000), true);
+    });
+    CHost host;
+    host.settings.heartbeatTimeoutMs = 60'000;
+    host.connection.Open(slow->Route(), kControlled);
+    host.connection.WriteRegister(kMakers, 1);
+    host.connection.LimitUntil(MonotonicNs() + 100 * kMs);
+    const std::int64_t beginNs = MonotonicNs();
+    EXPECT_TRUE(host.connection.Beat());
+    EXPECT_LT(MonotonicNs() - beginNs, 30 * kSecond);
+    host.connection.PrepareClose();
+    host.connection.Close();
+}
+
+TEST(ConnectionTest, OnlyWhoWantsControlTakesThePortOfTheSessionBefore) {
+    const auto device = MakeDevice();
+    CHost host;
+    const auto portOf = [&](Zelmo::AccessModeSet modes) {
+        host.connection.Open(device->Route(), modes);
+        host.connection.Close();
+        return device->Requests().back().from.port;
+    };
+    const std::uint16_t port = portOf(kControlled);
+    EXPECT_NE(portOf({}), port) << "for the camera it would be the one that has control";
+    EXPECT_EQ(portOf(kControlled), port);
+}
+
+TEST(ConnectionTest, ChannelsSendFromTheInterfaceThatAnswered) {
+    const auto device = MakeDevice({}, {{Register::kMacHigh, 0x0011},
+                                        {Register::kMacLow, 1},
+                                        {Register::kInterfaces, 2},
+                                        {Register::kOtherInterfaces, 0x0011},
+                                        {Register::kOtherInterfaces + 4, 2},
+                                        {Register::kOtherInterfaces + Register::kInterfaceStride, 0x0011},
+                                        {Register::kOtherInterfaces + Register::kInterfaceStride + 4, 3}});
+    CHost host;
+    host.connection.Open(device->Route(), kControlled);
+    std::uint64_t first = 0;
+    EXPECT_TRUE(host.connection.UseInterfaceOf(0x001100000002, first));
+    EXPECT_EQ(host.connection.ChannelPort(5000), 0x10000u + 5000);
+    EXPECT_TRUE(host.connection.UseInterfaceOf(0x001100000001, first));
+    EXPECT_EQ(host.connection.ChannelPort(5000), 5000u);
+    EXPECT_FALSE(host.connection.UseInterfaceOf(0x001100000003, first)) << "it has two";
+    EXPECT_EQ(first, 0x001100000001u);
+}
+
 TEST(ConnectionTest, NeitherALastWriteNorTheEndWaitsForAPromise) {
     const auto device = MakeDevice([](CScriptedDevice& own, const CRequest& request) {
         return request.address == kMakers && (own.Pend(request, 60'000), true);

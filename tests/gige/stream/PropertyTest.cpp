@@ -203,19 +203,21 @@ private:
             const bool arrives = isSafe || (id == 0 && m_scene.NeedsLeader());
             if (!isLost && (arrives || !m_dice.Happens(m_scene.loss))) {
                 const bool isLate = !arrives && m_dice.Happens(m_scene.lateness);
-                Add({.atNs = nowNs + (isLate ? 1 + static_cast<std::int64_t>(m_dice.Roll(6)) * m_scene.packetGapNs : 0),
-                     .block = place,
-                     .packetId = id});
+                Add({.atNs = nowNs + (isLate ? 1 + DelayNs(id, m_dice.Roll(6)) : 0), .block = place, .packetId = id});
             }
             if (m_dice.Happens(m_scene.doubles) && !isLost) {
-                const std::int64_t delayNs = static_cast<std::int64_t>(1 + m_dice.Roll(8)) * m_scene.packetGapNs;
-                Add({.atNs = nowNs + delayNs, .block = place, .packetId = id});
+                Add({.atNs = nowNs + DelayNs(id, 1 + m_dice.Roll(8)), .block = place, .packetId = id});
             }
             nowNs += m_scene.packetGapNs;
             if (m_dice.Happens(m_scene.pauses)) {
                 nowNs += m_dice.OneOf({30 * kMs, 2000 * kMs, 5500 * kMs});
             }
         }
+    }
+    // On the way. A leader that comes later, and was not asked for, is of a device that counts anew.
+    std::int64_t DelayNs(std::uint32_t packetId, std::uint64_t packets) const {
+        const std::int64_t delayNs = static_cast<std::int64_t>(packets) * m_scene.packetGapNs;
+        return packetId == 0 ? std::min(delayNs, m_settings.packetTimeoutNs / 2) : delayNs;
     }
     void Add(CEvent event) {
         event.order = m_order++;

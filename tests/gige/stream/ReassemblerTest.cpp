@@ -180,6 +180,11 @@ const CHistory kHistories[] = {
     {"counted anew after many", "40000* 1'* 2'*", "40000c 1c 2c", "", "resync=1"},
     {"counted anew, extended", "x70000* x1'* x2'*", "70000c 1c 2c", "", "resync=1"},
     {"counted anew within a block", "100:0,1 1'* 100:2,3,4,5 2'*", "100f 1c 2c", "", "missing=4 ignored=4 resync=1"},
+    {"counted anew to the same id", "1*-0 w30 1'*", "|1f 1c", "", "missing=1 resync=1", false},
+    {"counted anew to an id that is not whole yet", "1*-2 w30 1'*", "|1f 1c", "", "missing=1 resync=1", false},
+    {"counted anew to ids from before the first one", "30* 31* 1'* 2'*", "30c 31c 1c 2c", "", "resync=1"},
+    {"counted anew, then a leader lost", "1* 2* 3* 1'* 2'* w210 3'*-0 w3 3':0", "1c 2c 3c 1c 2c||3c", "3:0-0",
+     "resent=1 resync=1"},
     {"late copies of leaders", "1* 2* 3* 1:0 2:0 4*", "1c 2c 3c 4c", "", "ignored=2"},
     {"only the clock reset", "5* 6~* 7~*", "5c 6c 7c"},
     {"id 0 before the first block", "0:0,1 1* 0:3 2*", "1c 2c", "", "ignored=3"},
@@ -188,6 +193,8 @@ const CHistory kHistories[] = {
     {"really far ahead", "1* 5000:3 5000:4,0,1,2,3,5", "1c 5000c", "", "lost=4998 ignored=1"},
     {"both kinds of ids", "1* x2* 3*", "1c 2c 3c"},
     {"data lost by the device", "1:0,1,2,3,4 1:5=800D", "1f", "", "error=1"},
+    {"data lost by the device before anything came", "1:0=800D 1:1,2,3,4,5 2*", "1f 2c", "", "ignored=5 error=1"},
+    {"the same of a block that is over", "1* 1:0=800D 2* 3*", "1c 2c 3c", "", "error=1"},
     {"remark of the device", "1:0,1,2,3,4 1:5=4004", "1c"},
     {"more than the window", "1:0 2:0 3:0 4:0 5*", "1f", "", "missing=5"},
     {"more than the buffers", "1*-2 2* 3* 4*", "1f 2c 3c", "", "underruns=1 missing=1 ignored=6", true, 3},
@@ -256,16 +263,8 @@ TEST_F(ReassemblerTest, EachPayloadTypeIsPutTogether) {
         {{.type = 0x0006}, 300, false, false, "Block 1: payload type 0x0006, JPEG, as raw data."},
         {{.type = 0x0008}, 300, false, false, "Block 1: payload type 0x0008, H.264, as raw data."},
         {{.type = 0x0009}, 300, false, true, "Block 1: payload type 0x0009, multi-zone image, as raw data."},
-        {{.isExtended = true, .type = 0x000A, .firstPartBytes = 150},
-         300,
-         false,
-         true,
-         "Block 1: payload type 0x000A, multi-part, as raw data."},
-        {{.isExtended = true, .type = 0x000A, .firstPartBytes = 150, .countsFromPart = true},
-         300,
-         false,
-         true,
-         "Block 1: payload type 0x000A, multi-part, as raw data."},
+        {{.isExtended = true, .type = 0x000A, .firstPartBytes = 150}, 300, false, true},
+        {{.isExtended = true, .type = 0x000A, .firstPartBytes = 150, .countsFromPart = true}, 300, false, true},
         {{.isExtended = true, .type = 0x000A, .firstPartBytes = 150, .firstPartType = 0x000A}, // chunks
          300,
          false,
@@ -302,6 +301,31 @@ TEST_F(ReassemblerTest, EachPayloadTypeIsPutTogether) {
             EXPECT_EQ(Explain(last), each.text);
         }
     }
+}
+
+// The trailer comes where one of a shorter block has it.
+TEST_F(ReassemblerTest, WhatIsShorterThanToldIsWholeOnlyIfItCanTellItsLines) {
+    const auto play = [this](CBlockShape shape, std::uint32_t sentBytes) {
+        const CSentBlock whole(shape);
+        shape.bytes = sentBytes;
+        shape.firstPartBytes = std::min(shape.firstPartBytes, sentBytes);
+        const CSentBlock cut(shape);
+        Begin(1, 2000);
+        for (std::uint32_t id = 0; id < cut.trailerId; ++id) {
+            Send(whole, {id});
+        }
+        Send(cut, {cut.trailerId});
+        return Results();
+    };
+    EXPECT_EQ(play({.type = PayloadType::kRawData}, 92), "1f");
+    EXPECT_EQ(play({.type = PayloadType::kFile}, 92), "1f");
+    EXPECT_EQ(play({.type = PayloadType::kChunkData, .chunkBytes = 300}, 92), "1f");
+    EXPECT_EQ(play({.type = PayloadType::kJpeg}, 92), "1c") << "its length is known only when it was compressed";
+    EXPECT_EQ(play({.type = PayloadType::kImage}, 92), "1c");
+    EXPECT_EQ(last.geometry.sizeY, 4u);
+    EXPECT_EQ(play({.isExtended = true, .type = PayloadType::kMultiPart, .firstPartBytes = 300}, 72), "1c");
+    EXPECT_TRUE(last.isGeometryKnown);
+    EXPECT_EQ(last.geometry.sizeY, 3u);
 }
 
 // Datagrams that were changed: of which bytes they are made of, and what becomes of the block.

@@ -149,6 +149,7 @@ private:
         trailer.dataLength = shape.chunkBytes;
         std::array<std::uint8_t, 2 * kTrailerPartBytes> parts = {};
         if (m_format == PacketFormat::MultiPart) {
+            EncodeTrailerPart({shape.firstPartType, shape.firstPartBytes, shape.firstPartBytes / kLineBytes}, parts);
             trailer.parts = parts;
         }
         return EncodeTrailer(trailer, room).size();
