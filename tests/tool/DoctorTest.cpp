@@ -30,7 +30,7 @@ TEST(DoctorTest, GivesAVerdictOnEachPartOfTheHost) {
     for (const char* name : {"plug-in path", "real-time priority", "open files", "socket buffers", "cache folder"}) {
         const tool::Json check = CheckNamed(document, name);
         EXPECT_THAT(check["verdict"].get<std::string>(), testing::AnyOf("ok", "warning"));
-        EXPECT_EQ(check["verdict"] != "ok", check.contains("remedy")) << name;
+        EXPECT_TRUE(check["verdict"] == "ok" || check.contains("remedy")) << name; // what is well may have a hint
     }
     EXPECT_THAT(RunTool({"doctor"}).out, HasSubstr("ok       plug-in path: "));
 }
