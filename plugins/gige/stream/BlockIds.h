@@ -53,7 +53,8 @@ private:
 
     bool m_isStarted = false;
     bool m_countsZero = false; // the device has a block 0 behind 65535
-    std::uint64_t m_newest = 0, m_first = 0; // of this epoch
+    std::uint64_t m_newest = 0;
+    std::uint64_t m_first = 0; // of this epoch
     std::uint16_t m_newestOnWire = 0;
     CLeaderTime m_lastTime;
     std::array<CLeaderTime, kRemembered> m_times;

@@ -65,7 +65,7 @@ struct CFinishedBlock {
     std::uint16_t status = 0;           ///< the device's, of leader, packets or trailer, where it is not 0
     std::uint64_t blockId = 0;          ///< unwrapped; see CReassembler
     std::uint16_t payloadType = 0;      ///< with its bits, as in the leader; 0 without one
-    GigEVision::ImageGeometry geometry; ///< sizeY: the lines really sent. Multi-part: that of an image as its first part
+    GigEVision::ImageGeometry geometry; ///< sizeY: the lines really sent. Multi-part: of a first part that is an image
     bool isGeometryKnown = false;
     std::uint64_t timestamp = 0;
     std::uint64_t payloadBytes = 0; ///< valid bytes from the buffer's start

@@ -38,7 +38,7 @@ struct CReceiveCosts {
 /// Owns:    the registration of buffers, never their memory; from PrepareGrab to FinishGrab the stream channel with its
 ///          socket; while streaming the receive thread.
 /// Borrows: the connection.
-/// Threads: as the contract tells; the constructor, Permit, Forbid and the destructor come one at a time with all of it.
+/// Threads: as the contract tells; constructor, Permit, Forbid and destructor come one at a time with all of it.
 class CStreamGrabber final : public Zelmo::IStreamGrabber {
 public:
     CStreamGrabber(CConnection& connection, CCameraFeatures features);
@@ -48,7 +48,7 @@ public:
 
     /// Tells how the device was opened, with the connection open already; without Stream the grabber cannot be opened.
     void Permit(Zelmo::AccessModeSet modes);
-    void Forbid() noexcept; ///< The device is about to be closed; closes the grabber first.
+    void Forbid() noexcept;      ///< The device is about to be closed; closes the grabber first.
     CReceiveCosts Costs() const; ///< Any thread.
 
     void Open() override;
