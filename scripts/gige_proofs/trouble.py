@@ -41,8 +41,8 @@ class Silences:
             with self.follow(address, 3) as follower:  # none of these silences is as long
                 for number in range(self.stops):
                     follower.next("grabbing")
-                    self.fall_silent(2000)
-                    time.sleep(number % 8 * 0.1)
+                    self.fall_silent(2500)
+                    time.sleep(number % 16 * 0.1)  # the heartbeat is a second old then, and may strike it first
                     follower.restart()
                     before = follower.next("closed")[1]
                     self.early += "removed" not in before
