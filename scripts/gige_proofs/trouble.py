@@ -42,7 +42,7 @@ class Silences:
                 for number in range(self.stops):
                     follower.next("grabbing")
                     self.fall_silent(2500)
-                    time.sleep(number % 16 * 0.1)  # the heartbeat is a second old then, and may strike it first
+                    time.sleep((13 + 5 * number) % 16 * 0.1)  # the heartbeat strikes it first where that is more than a second
                     follower.restart()
                     before = follower.next("closed")[1]
                     self.early += "removed" not in before
