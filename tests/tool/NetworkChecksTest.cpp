@@ -105,8 +105,10 @@ TEST(NetworkChecksTest, ChecksPageAndStreamsAgreeOnTheRoomForPackets) {
     EXPECT_EQ(RoomIn(Findings(facts, Verdict::Ok).back().remedy), advised);
     EXPECT_GE(2u * enough, Gige::RoomForImagesOf(5'000'000 / 1464, 1500).neededBytes) << "doctor is content too early";
     facts.receiveBufferMax = enough - 1;
-    ASSERT_EQ(Findings(facts, Verdict::Warning).size(), 1u);
-    EXPECT_EQ(RoomIn(Findings(facts, Verdict::Warning)[0].remedy), advised);
+    EXPECT_THAT(Findings(facts, Verdict::Warning), testing::IsEmpty()) << "nobody needs it";
+    const auto warnings = Findings(WithCamera(facts), Verdict::Warning);
+    ASSERT_EQ(warnings.size(), 1u);
+    EXPECT_EQ(RoomIn(warnings[0].remedy), advised);
     int told = 0;
     std::ifstream page(GIGE_PAGE);
     for (std::string line; std::getline(page, line);) {
