@@ -87,7 +87,7 @@ void CStreamChannel::StartFrames() {
         Prepare(locked.payloadSize);
         m_camera.Stream().Start(locked.format, *this);
     } catch (...) {
-        m_takesFrames = false;
+        EndFeeding();
         m_camera.Stream().DropQueued();
         TakeBackFromCamera();
         m_camera.UnlockFormat();
@@ -128,8 +128,14 @@ void CStreamChannel::MakeBlocks(std::size_t payloadBytes) {
     }
 }
 
+// With the lock, so that nobody is about to queue a block: it would lie in the camera's queue for the next start.
+bool CStreamChannel::EndFeeding() noexcept {
+    const PluginKit::CLockGuard lock(m_lock);
+    return m_takesFrames.exchange(false);
+}
+
 void CStreamChannel::StopFrames() noexcept {
-    if (!m_takesFrames.exchange(false)) {
+    if (!EndFeeding()) {
         return;
     }
     m_camera.Stream().Stop();

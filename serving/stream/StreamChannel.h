@@ -56,6 +56,7 @@ private:
     void Prepare(std::size_t payloadBytes);
     void MakeBlocks(std::size_t payloadBytes) PLUGIN_REQUIRES(m_lock);
     void FeedCamera() noexcept PLUGIN_REQUIRES(m_lock);
+    bool EndFeeding() noexcept; ///< @return whether the camera was fed.
     void TakeBackFromCamera() noexcept;
     void Free(CBlock& block) noexcept PLUGIN_REQUIRES(m_lock);
     void Move(CBlock& block, CBlock::EPlace place) PLUGIN_REQUIRES(m_lock);
