@@ -47,6 +47,8 @@ struct PacketHeader {
     std::uint32_t packetId = 0; ///< of 24 or 32 bits
 
     bool Is(PacketFormat wanted) const { return format == static_cast<std::uint8_t>(wanted); }
+    /// Whether it says that it was sent before. Not all devices do.
+    bool IsRepeated() const { return status == Status::PacketResend || (flags & PacketFlag::kResent) != 0; }
 };
 struct StreamPacket {
     PacketHeader header;

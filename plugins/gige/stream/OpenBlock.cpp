@@ -97,7 +97,8 @@ void COpenBlock::Open(std::uint64_t id, const PacketHeader& header, const CFreeB
     m_toldPackets = m_trailerId = m_sizeY = m_chunkBytes = 0;
     m_format = 0;
     m_dataBytes = m_lastBytes = 0;
-    m_lastId = m_payloadEnd = m_parts = 0;
+    m_lastId = m_payloadEnd = m_parts = m_firstData = m_lastDescriptor = 0;
+    m_trailerPartBytes = 0;
     m_tiling = m_descriptorTiling = {};
     m_hasAmbiguousPart = false;
     lastNewNs = nowNs;
@@ -172,6 +173,9 @@ COpenBlock::ETaken COpenBlock::TakeTrailer(Bytes content, const CStreamFormat& f
     const auto firstPart = DecodeTrailerPart(trailer, 0);
     m_sizeY = firstPart ? firstPart->sizeY : trailer.sizeY;
     m_chunkBytes = trailer.dataLength;
+    for (std::uint32_t i = 0; const auto part = DecodeTrailerPart(trailer, i); ++i) {
+        m_trailerPartBytes += part->length;
+    }
     m_map.Add(packetId);
     return ETaken::New;
 }
@@ -223,7 +227,7 @@ bool COpenBlock::NoteLast(std::uint32_t packetId, std::size_t bytes) {
 
 COpenBlock::ETaken COpenBlock::TakeByOffset(const PayloadPacket& payload, PacketFormat format, std::uint32_t packetId,
                                             CMultiPartOffsets& offsets) {
-    constexpr std::uint8_t kDescriptor = 0xC0; // of GenDC; sent again when it was a preliminary one
+    constexpr std::uint8_t kDescriptor = 0xC0; // of GenDC; a preliminary one comes again, final, behind the data
     std::uint64_t offset = payload.offset;
     if (format == PacketFormat::MultiPart && !FindPartOffset(payload, packetId, offsets, offset)) {
         return Fault() == EBlockFault::None ? ETaken::Ignored : ETaken::Faulty;
@@ -232,9 +236,18 @@ COpenBlock::ETaken COpenBlock::TakeByOffset(const PayloadPacket& payload, Packet
     if (m_map.Has(packetId)) {
         return isDescriptor || IsPlaced(offset, payload.data) ? ETaken::Doubled : Fail(EBlockFault::Contradictory);
     }
-    const ETaken taken = Place(offset, payload.data, packetId);
+    if (isDescriptor && m_firstData == 0 && packetId < m_lastDescriptor) {
+        return ETaken::Ignored; // it is asked for again, when data tells whether the other one is final
+    }
+    const bool isOutdated = isDescriptor && packetId < m_firstData && m_firstData < m_lastDescriptor;
+    const ETaken taken = isOutdated ? Note(packetId) : Place(offset, payload.data, packetId);
     if (taken == ETaken::New) {
         (isDescriptor ? m_descriptorTiling : m_tiling).Add(offset, payload.data.size());
+        if (isDescriptor) {
+            m_lastDescriptor = std::max(m_lastDescriptor, packetId);
+        } else {
+            m_firstData = m_firstData == 0 ? packetId : std::min(m_firstData, packetId);
+        }
     }
     return taken;
 }
@@ -260,7 +273,7 @@ bool COpenBlock::FindPartOffset(const PayloadPacket& payload, std::uint32_t pack
     } else if (start > 0 && !offsets.countFromPart) {
         told = TellByNumber(payload, packetId);
     }
-    const bool isTurned = told && m_hasAmbiguousPart && *told != offsets.countFromPart;
+    const bool isTurned = told && m_hasAmbiguousPart && *told != offsets.countFromPart.value_or(false);
     if ((!fitsBlock && !fitsPart) || isTurned) {
         Fail(EBlockFault::Contradictory);
     }
@@ -289,11 +302,18 @@ COpenBlock::ETaken COpenBlock::Place(std::uint64_t offset, Bytes data, std::uint
         std::uint64_t needed = 0; // offsets of containers have 64 bits
         return FailTooSmall(__builtin_add_overflow(offset, data.size(), &needed) ? offset : needed);
     }
+    const ETaken taken = Note(packetId);
+    if (taken == ETaken::New) {
+        std::memcpy(m_memory.data() + offset, data.data(), data.size());
+        PrefetchFrom(m_memory.subspan(offset + data.size()));
+    }
+    return taken;
+}
+
+COpenBlock::ETaken COpenBlock::Note(std::uint32_t packetId) {
     if (packetId >= m_map.Room() - 1) {
         return Fail(EBlockFault::Contradictory); // packets far smaller than was agreed
     }
-    std::memcpy(m_memory.data() + offset, data.data(), data.size());
-    PrefetchFrom(m_memory.subspan(offset + data.size()));
     m_map.Add(packetId);
     m_payloadEnd = std::max(m_payloadEnd, packetId + 1);
     return ETaken::New;
@@ -384,7 +404,8 @@ bool COpenBlock::IsAsLongAsTold() const {
     const std::uint16_t base = PayloadType::BaseOf(m_result.payloadType);
     const bool isExact = base == PayloadType::kRawData || base == PayloadType::kFile || base == PayloadType::kGenDc;
     const std::uint64_t bytes = ReceivedBytes();
-    return bytes >= m_chunkBytes && (!isExact || m_result.hasChunks || bytes >= m_toldBytes);
+    return bytes >= m_chunkBytes && bytes >= m_trailerPartBytes &&
+           (!isExact || m_result.hasChunks || bytes >= m_toldBytes);
 }
 
 std::uint64_t COpenBlock::ReceivedBytes() const {

@@ -111,6 +111,7 @@ private:
     ETaken TakeByOffset(const GigEVision::PayloadPacket& payload, GigEVision::PacketFormat format,
                         std::uint32_t packetId, CMultiPartOffsets& offsets);
     ETaken Place(std::uint64_t offset, GigEVision::Bytes data, std::uint32_t packetId);
+    ETaken Note(std::uint32_t packetId);
     bool IsPlaced(std::uint64_t offset, GigEVision::Bytes data) const;
     bool FindPartOffset(const GigEVision::PayloadPacket& payload, std::uint32_t packetId, CMultiPartOffsets& offsets,
                         std::uint64_t& offset);
@@ -142,7 +143,9 @@ private:
     std::uint32_t m_payloadEnd = 0; // one behind the highest payload packet
     // Payloads with offsets
     CTiling m_tiling, m_descriptorTiling;
+    std::uint32_t m_firstData = 0, m_lastDescriptor = 0; // lowest and highest packet of them that came; 0: none
     std::uint32_t m_parts = 0;
+    std::uint64_t m_trailerPartBytes = 0;        // of all parts, by the trailer
     std::array<std::uint64_t, 257> m_partStarts; // and the end of the last one
     bool m_hasAmbiguousPart = false;             // placed although both ways to count would do
 };

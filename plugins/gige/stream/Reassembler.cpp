@@ -74,6 +74,7 @@ struct CReassembler::CState {
     void OnData(const StreamPacket& packet, const Leader* leader, const AllIn* allIn);
     COpenBlock* Find(std::uint64_t idOnWire);
     bool BeginsAnew(const COpenBlock& block, const PacketHeader& header, std::uint64_t timestamp) const;
+    bool MayBeAwaited(const COpenBlock& block) const;
     COpenBlock* OpenFor(const PacketHeader& header, std::optional<std::uint64_t> timestamp, bool isAnew);
     void NoteTaken(COpenBlock& block, const PacketHeader& header, ETaken taken, std::uint32_t formerEnd);
     void End(COpenBlock& block, EBlockEnd end, EBlockFault fault);
@@ -97,6 +98,7 @@ struct CReassembler::CState {
     std::vector<COpenBlock*> open; // oldest first; the first one has not ended
     COpenBlock* current = nullptr; // that the last packet was of
     std::int64_t nowNs = 0, restartedNs = 0;
+    bool marksRepeated = false;             // the device: a packet was marked as sent again
     std::optional<std::uint64_t> overrunId; // on the wire: the device has told it of a block that is not open
     std::uint32_t droppedTotal = 0;
     std::uint32_t freshDrops = 0; // just before the next datagram
@@ -166,12 +168,14 @@ void CReassembler::CState::OnData(const StreamPacket& packet, const Leader* lead
     const PacketHeader& header = packet.header;
     COpenBlock* block = Find(header.blockId);
     const auto timestamp = leader ? std::optional(leader->timestamp) : std::nullopt;
+    marksRepeated = marksRepeated || header.IsRepeated();
     const bool isAnew = block && leader && BeginsAnew(*block, header, *timestamp);
     if (block && block->HasEnded() && !isAnew) {
         ++(block->Map().Has(header.packetId) ? counts.doubledPackets : counts.ignoredPackets);
         return;
     }
-    if ((!block || isAnew) && !(block = OpenFor(header, timestamp, isAnew))) {
+    const bool mayOpen = !header.IsRepeated(); // it was asked for, so its block is open, or was
+    if ((!block || isAnew) && !(block = mayOpen ? OpenFor(header, timestamp, isAnew) : nullptr)) {
         ++counts.ignoredPackets;
         return;
     }
@@ -236,9 +240,14 @@ COpenBlock* CReassembler::CState::Find(std::uint64_t idOnWire) {
 bool CReassembler::CState::BeginsAnew(const COpenBlock& block, const PacketHeader& header,
                                       std::uint64_t timestamp) const {
     const CPacketMap& map = block.Map();
-    const bool isOther = map.Has(0) ? block.Result().timestamp != timestamp : block.resends.requested == 0;
-    return isOther && header.status != Status::PacketResend && nowNs - block.lastNewNs > settings.packetTimeoutNs &&
+    const bool isOther = map.Has(0) ? block.Result().timestamp != timestamp : !MayBeAwaited(block);
+    return isOther && !header.IsRepeated() && nowNs - block.lastNewNs > settings.packetTimeoutNs &&
            (&block == open.back() || ids.IsNewer(timestamp));
+}
+
+// Whether a leader that is not marked as sent again may be the one that was asked for.
+bool CReassembler::CState::MayBeAwaited(const COpenBlock& block) const {
+    return block.resends.askedEnd > 0 && !block.resends.isGivenUp && !marksRepeated;
 }
 
 // The block that a packet of none that is open begins; none when it is not new, or there is no buffer for it.
@@ -323,7 +332,10 @@ std::int64_t CReassembler::CState::DeadlineNs(const COpenBlock& block) const {
         return kNever;
     }
     if (block.laterSeenNs != kNever) {
-        return std::max(block.lastNewNs, block.laterSeenNs) + settings.frameRetentionNs;
+        // whole ones behind it hold buffers, and nothing but a packet that was overtaken can still come
+        const bool isHeldInVain = !settings.isEnabled && free.Size() == 0;
+        return std::max(block.lastNewNs, block.laterSeenNs) +
+               (isHeldInVain ? std::min(settings.timeoutNs, settings.frameRetentionNs) : settings.frameRetentionNs);
     }
     return block.HasOnlyLeader() ? kNever : block.lastNewNs + settings.newestRetentionNs;
 }

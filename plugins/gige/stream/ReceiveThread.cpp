@@ -94,8 +94,11 @@ void CReceiveThread::Run() noexcept {
         if (!Process(nowNs) && !isAwaited) {
             continue; // it was not: nothing has changed since
         }
-        if (!m_isFull || nowNs - m_lastTickNs >= kBacklogNs) { // else answers may be among what waits
-            m_lastTickNs = nowNs;
+        if (isAwaited) {
+            m_backlogSinceNs = nowNs;
+        }
+        if (!m_isFull || nowNs - m_backlogSinceNs >= kBacklogNs) { // else answers may be among what waits
+            m_backlogSinceNs = nowNs;
             m_reassembler.OnTick(nowNs);
             SendResends();
         }

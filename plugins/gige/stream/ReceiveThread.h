@@ -76,8 +76,8 @@ private:
     const std::uint32_t m_droppedBefore; // by the socket, ahead of this stream
     std::uint32_t m_droppedTotal;        // with those
     std::uint16_t m_requestId;
-    std::int64_t m_lastTickNs = 0;
-    bool m_isFull = false; // the last batch: more waits, in all likelihood
+    bool m_isFull = false;             // the last batch: more waits, in all likelihood
+    std::int64_t m_backlogSinceNs = 0; // when the first of full batches in a row came, or the last tick among them
     std::int64_t m_nextKeepAliveNs = 0;
     bool m_hasHeardDevice = false;
     std::int64_t m_silentSinceNs = 0; // 0: no buffer was there yet

@@ -181,6 +181,11 @@ const CHistory kHistories[] = {
     {"counted anew, extended", "x70000* x1'* x2'*", "70000c 1c 2c", "", "resync=1"},
     {"counted anew within a block", "100:0,1 1'* 100:2,3,4,5 2'*", "100f 1c 2c", "", "missing=4 ignored=4 resync=1"},
     {"counted anew to the same id", "1*-0 w30 1'*", "|1f 1c", "", "missing=1 resync=1", false},
+    {"the same, asked for in vain", "1*-0 w100 1'*", "|1f 1c", "1:0-0 1:0-0 1:0-0 1:0-0 1:0-0 1:0-0",
+     "missing=1 resync=1"},
+    {"the same, of a device that marks what it sends again", "1*-2 w2 1:2=0100 2*-0 w25 2'*", "|1c|2f 2c",
+     "1:2-2 2:0-0 2:0-0 2:0-0", "missing=1 resent=1 resync=1"},
+    {"one sent again of a block of before", "1* 1:3=0100 7:0=0100 2*", "1c 2c", "", "ignored=2"},
     {"counted anew to an id that is not whole yet", "1*-2 w30 1'*", "|1f 1c", "", "missing=1 resync=1", false},
     {"counted anew to ids from before the first one", "30* 31* 1'* 2'*", "30c 31c 1c 2c", "", "resync=1"},
     {"counted anew, then a leader lost", "1* 2* 3* 1'* 2'* w210 3'*-0 w3 3':0", "1c 2c 3c 1c 2c||3c", "3:0-0",
@@ -201,6 +206,8 @@ const CHistory kHistories[] = {
     {"one buffer, packets asked for", "1*-2 2:0 w3 1:2", "|1c", "1:2-2", "underruns=1 resent=1 ignored=1", true, 1},
     {"one buffer, asked for in vain", "1*-2 2* w30 3:0", "|1f", "1:2-2 1:2-2 1:2-2", "underruns=2 missing=1 ignored=7",
      true, 1},
+    {"a whole one took the last buffer, nothing asked for", "1*-2 2* 3* w2 1:2", "1f 2c 3c|", "", "missing=1 ignored=1",
+     false, 3},
     {"one buffer, nothing asked for", "1*-2 2:0", "1f", "", "underruns=1 missing=1 ignored=1", false, 1},
 };
 
@@ -323,6 +330,14 @@ TEST_F(ReassemblerTest, WhatIsShorterThanToldIsWholeOnlyIfItCanTellItsLines) {
     EXPECT_EQ(play({.type = PayloadType::kJpeg}, 92), "1c") << "its length is known only when it was compressed";
     EXPECT_EQ(play({.type = PayloadType::kImage}, 92), "1c");
     EXPECT_EQ(last.geometry.sizeY, 4u);
+    const CSentBlock parts({.isExtended = true, .type = PayloadType::kMultiPart, .firstPartBytes = 150});
+    Begin(1, 2000);
+    Send(parts, {0, 1, 2, 3});
+    std::vector<std::uint8_t> trailer = parts.Packet(parts.trailerId);
+    PutBigEndian<std::uint32_t>(&trailer[16], 4); // its packet id
+    trailer[trailer.size() - 9] = 150;            // length of the second part
+    Feed(trailer);
+    EXPECT_EQ(Results(), "1f") << "both lengths are told";
     EXPECT_EQ(play({.isExtended = true, .type = PayloadType::kMultiPart, .firstPartBytes = 300}, 72), "1c");
     EXPECT_TRUE(last.isGeometryKnown);
     EXPECT_EQ(last.geometry.sizeY, 3u);
@@ -399,6 +414,33 @@ TEST_F(ReassemblerTest, OffsetsThatLeaveAHoleFailTheirBlock) {
         }
         EXPECT_EQ(Results(), "1f");
         EXPECT_EQ(last.fault, EBlockFault::Contradictory);
+    }
+}
+
+// A descriptor before the data, which does not know all yet, and another one behind it.
+TEST_F(ReassemblerTest, TheFinalDescriptorIsTheOneThatStays) {
+    constexpr std::size_t kHeader = 36, kOffsetLow = 31, kFlags = 32;
+    const CSentBlock told({.isExtended = true, .type = 0x000B, .bytes = 192});
+    const CSentBlock block({.isExtended = true, .type = 0x000B, .bytes = 256});
+    const auto packetOf = [&](std::uint32_t id) {
+        std::vector<std::uint8_t> packet = block.Packet(id);
+        packet[kFlags] = id == 1 ? 0x80 : id == 4 ? 0x40 : 0;
+        packet[kOffsetLow] = id == 4 ? 0 : packet[kOffsetLow];
+        return packet;
+    };
+    const std::vector<std::uint8_t> final = packetOf(4);
+    for (const std::vector<std::uint32_t>& order :
+         {std::vector{1u, 2u, 3u, 4u}, {2u, 4u, 1u, 3u}, {4u, 2u, 3u, 1u}, {4u, 1u, 3u, 2u, 1u}}) {
+        Begin(1, 2000);
+        Feed(told.Packet(0));
+        for (const std::uint32_t id : order) {
+            Feed(packetOf(id));
+        }
+        Feed(block.Packet(5));
+        ASSERT_EQ(Results(), "1c");
+        EXPECT_EQ(last.payloadBytes, 192u);
+        EXPECT_EQ(std::memcmp(LastMemory(), &final[kHeader], final.size() - kHeader), 0) << order[0] << order[1];
+        EXPECT_TRUE(block.IsIn(LastMemory(), 64, 192));
     }
 }
 

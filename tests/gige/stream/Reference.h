@@ -81,9 +81,11 @@ public:
         for (auto& [number, block] : open) {
             const bool isNewest = block.laterSeenNs < 0;
             const bool hasOnlyLeader = block.got[0] && block.Count() == 1;
-            const std::int64_t deadline =
-                isNewest ? block.lastNewNs + m_settings.newestRetentionNs
-                         : std::max(block.lastNewNs, block.laterSeenNs) + m_settings.frameRetentionNs;
+            const bool isHeldInVain = freeBuffers == 0 && !m_settings.isEnabled;
+            const std::int64_t deadline = isNewest
+                                              ? block.lastNewNs + m_settings.newestRetentionNs
+                                              : std::max(block.lastNewNs, block.laterSeenNs) +
+                                                    (isHeldInVain ? m_settings.timeoutNs : m_settings.frameRetentionNs);
             if (!block.hasEnded && nowNs >= deadline && !(isNewest && hasOnlyLeader)) {
                 Fail(block);
             }
