@@ -43,6 +43,10 @@ public:
         if (info.IsDeviceClassAvailable()) {
             m_pattern.SetDeviceClass(info.GetDeviceClass());
         }
+        if (info.IsVendorNameAvailable() && info.IsModelNameAvailable()) { // serial numbers are a maker's
+            m_pattern.SetVendorName(info.GetVendorName());
+            m_pattern.SetModelName(info.GetModelName());
+        }
     }
 
     CReopenReport Run(unsigned int limitMs) {
@@ -125,11 +129,11 @@ private:
 
 } // namespace Internal
 
-/// Gets a camera back after its removal: destroys the device, waits until one with the serial number and the device
-/// class of @p info is there, attaches and opens it as Open does, and restores @p settings, a text of SaveSettings; an
-/// empty one restores nothing. Looks five times a second, and tries again what fails, be it a handler's fault: without
-/// a limit for ever. Handlers, the parameters of the camera object and results that are held stay; grabbing is for the
-/// application to start.
+/// Gets a camera back after its removal: destroys the device, waits until one with the serial number, the maker, the
+/// model and the device class of @p info is there, attaches and opens it as Open does, and restores @p settings, a text
+/// of SaveSettings; an empty one restores nothing. Looks five times a second, and tries again what fails, be it a
+/// handler's fault: without a limit for ever. Handlers, the parameters of the camera object and results that are held
+/// stay; grabbing is for the application to start.
 ///
 /// On a thread of the application, without the camera lock held: for OnRemoved it would lock the camera all the time.
 /// @param info is copied, so that it may be that of the device that goes; taken while the camera was there

@@ -4,6 +4,7 @@
 #include "Descriptions.h"
 #include "OpenCameras.h"
 #include "PluginLog.h"
+#include "SameCamera.h"
 #include "Surroundings.h"
 #include "common/Boundary.h"
 #include "common/DescriptionBinding.h"
@@ -37,14 +38,6 @@ bool IsOlderThanSchema11(GenApi::INodeMap& nodeMap) {
     GenICam::Version_t version{};
     dynamic_cast<GenApi::IDeviceInfo&>(nodeMap).GetSchemaVersion(version);
     return version.Major < 1 || (version.Major == 1 && version.Minor < 1);
-}
-
-std::uint64_t MacNumber(const std::array<std::uint8_t, 6>& mac) {
-    std::uint64_t number = 0;
-    for (const std::uint8_t byte : mac) {
-        number = number << 8 | byte;
-    }
-    return number;
 }
 
 constexpr std::int64_t kOpeningNs = 65'000'000'000; // the description alone may take 60 s
@@ -152,24 +145,13 @@ void CDevice::Connect(Zelmo::AccessModeSet modes) {
 void CDevice::OpenConnection(Zelmo::AccessModeSet modes) {
     m_counts.reads = m_counts.writes = m_counts.failedReads = m_counts.failedWrites = m_counts.timeouts = 0;
     m_connection.Open(m_camera.route, modes);
-    RequireSameCamera(m_connection);
+    RequireSameCamera(m_connection, m_camera);
     m_service.Start();
     m_linkWatch.emplace(m_surroundings.Links(), m_camera.route.interfaceIndex, [this](bool isUp) {
         if (isUp) {
             m_service.Hurry();
         }
     });
-}
-
-// Addresses change: another camera may have this one's by now. One with several interfaces is known by the one that
-// answered.
-void CDevice::RequireSameCamera(CConnection& connection) const {
-    std::uint64_t mac = 0;
-    if (!connection.UseInterfaceOf(MacNumber(m_camera.info.mac), mac)) {
-        throw RUNTIME_EXCEPTION("another camera answers at %s, of the MAC address %012llx: enumerate anew",
-                                PluginKit::AddressText(m_camera.route.device.address).c_str(),
-                                static_cast<unsigned long long>(mac));
-    }
 }
 
 void CDevice::MakeNodeMap(std::int64_t untilNs) {
@@ -185,7 +167,7 @@ void CDevice::MakeNodeMap(std::int64_t untilNs) {
     });
     m_port.UseRegisterCommands(IsOlderThanSchema11(*bound.nodeMap) ||
                                FindExceptions(m_camera.info.manufacturer, m_camera.info.model).usesRegisterCommands);
-    m_nodeMap = std::move(bound.nodeMap);
+    ChangeNodeMap(std::move(bound.nodeMap));
     m_chunks.Open(std::move(bound.factory), *m_nodeMap);
 }
 
@@ -208,6 +190,12 @@ void CDevice::Close() {
     }
 }
 
+// Whoever reads by it at this moment keeps the old one until he has done so.
+void CDevice::ChangeNodeMap(std::shared_ptr<GenApi::INodeMap> nodeMap) noexcept {
+    const PluginKit::CLockGuard guard(m_nodeMapLock);
+    m_nodeMap.swap(nodeMap);
+}
+
 // Of what was made, in the order opposite to that.
 void CDevice::Disconnect() noexcept {
     m_connection.PrepareClose();
@@ -216,7 +204,7 @@ void CDevice::Disconnect() noexcept {
     m_grabber.Forbid();
     m_eventAdapters.Clear();
     m_chunks.Close();
-    m_nodeMap.reset();
+    ChangeNodeMap(nullptr);
     m_linkWatch.reset();
     m_service.Stop();
     m_connection.Close();
@@ -241,7 +229,7 @@ void CDevice::GetDescription(Zelmo::String_t& url, Zelmo::String_t& bytes) {
             RequireReachable();
             Named(m_info, [&] {
                 reader.Open(m_camera.route, {});
-                RequireSameCamera(reader);
+                RequireSameCamera(reader, m_camera);
             });
         }
         const CDescription description = ReadDescription(m_isOpen ? m_connection : reader, {}, limit.EndNs());
@@ -266,12 +254,17 @@ void CDevice::LockFeatures(bool isLocked) noexcept {
 }
 
 std::uint64_t CDevice::PayloadSize() const noexcept {
-    if (!m_nodeMap) { // the stream grabber's node map can be read before Open and after Close, too
+    std::shared_ptr<GenApi::INodeMap> nodeMap; // the stream grabber's can be read at any time by anybody
+    {
+        const PluginKit::CLockGuard guard(m_nodeMapLock);
+        nodeMap = m_nodeMap;
+    }
+    if (!nodeMap) {
         return 0;
     }
     std::uint64_t size = 0;
     PluginKit::RunLogged(LogCategory(), m_info.GetFullName().c_str(), "a read of PayloadSize", [&] {
-        const GenApi::CIntegerPtr payloadSize(m_nodeMap->GetNode("PayloadSize"));
+        const GenApi::CIntegerPtr payloadSize(nodeMap->GetNode("PayloadSize"));
         size = GenApi::IsReadable(payloadSize) ? static_cast<std::uint64_t>(payloadSize->GetValue()) : 0;
     });
     return size;

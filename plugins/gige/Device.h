@@ -16,6 +16,7 @@
 #include <zelmo/Device.h>
 
 #include <atomic>
+#include <memory>
 #include <optional>
 
 namespace Gige {
@@ -70,9 +71,9 @@ private:
     void OpenConnection(Zelmo::AccessModeSet modes);
     void TellIfLost() noexcept;
     void RequireReachable() const;
-    void RequireSameCamera(CConnection& connection) const;
     void MakeNodeMap(std::int64_t untilNs);
     void StopLeftovers() noexcept;
+    void ChangeNodeMap(std::shared_ptr<GenApi::INodeMap> nodeMap) noexcept;
     void Disconnect() noexcept;
     CCameraFeatures Features();
     void LockFeatures(bool isLocked) noexcept;
@@ -96,7 +97,8 @@ private:
     CServiceThread m_service{m_connection, [this] { TellIfLost(); }};
     std::optional<CLinkWatch::CSubscription> m_linkWatch; // while open
     CRegisterPort m_port{m_connection};
-    PluginKit::NodeMapPtr m_nodeMap; // while open
+    mutable PluginKit::CMutex m_nodeMapLock;     // a leaf, for changing the pointer, and for others to copy it
+    std::shared_ptr<GenApi::INodeMap> m_nodeMap; // while open
     PluginKit::CChunkParsers m_chunks;
     PluginKit::CNumberPort m_connectionPort;
     PluginKit::NodeMapPtr m_connectionMap; // always there

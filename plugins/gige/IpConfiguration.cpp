@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "IpConfiguration.h"
 
+#include "SameCamera.h"
 #include "control/Connection.h"
 #include "discovery/AddressCommands.h"
 #include "discovery/MacAddress.h"
@@ -23,9 +24,25 @@ public:
             throw RUNTIME_EXCEPTION("Camera %s cannot be reached: %s.", Text(camera.info.mac).c_str(),
                                     camera.subnetVerdict.c_str());
         }
-        m_connection.Open(camera.route, modes);
+        m_connection.Open(camera.route, {});
+        try {
+            RequireSameCamera(m_connection, camera);
+        } catch (const GenICam::RuntimeException& error) {
+            throw RUNTIME_EXCEPTION("Camera %s cannot be reached: %s.", Text(camera.info.mac).c_str(),
+                                    error.GetDescription());
+        }
+        if (modes.any()) { // only now, as another one must not be touched
+            m_connection.Close();
+            m_connection.Open(camera.route, modes);
+        }
     }
-    CConnection* operator->() { return &m_connection; }
+    // Of the interface by which the camera was found.
+    std::uint32_t Read(std::uint32_t ofFirst) {
+        return m_connection.ReadRegister(m_connection.InterfaceRegister(ofFirst));
+    }
+    void Write(std::uint32_t ofFirst, std::uint32_t value) {
+        m_connection.WriteRegister(m_connection.InterfaceRegister(ofFirst), value);
+    }
 
 private:
     CConnectionSettings m_settings;
@@ -47,13 +64,13 @@ CHostAddress ParsePersistent(const Zelmo::GigEIpConfiguration& configuration) {
 
 Zelmo::GigEIpConfiguration ReadIpConfiguration(const CFoundCamera& camera) {
     CShortConnection connection(camera, {});
-    const std::uint32_t inUse = connection->ReadRegister(Register::kIpInUse);
+    const std::uint32_t inUse = connection.Read(Register::kIpInUse);
     Zelmo::GigEIpConfiguration configuration;
     configuration.isPersistent = (inUse & Ip::kPersistent) != 0;
     configuration.isDhcp = (inUse & Ip::kDhcp) != 0;
-    if ((connection->ReadRegister(Register::kIpSupported) & Ip::kPersistent) != 0) { // else there are no such registers
+    if ((connection.Read(Register::kIpSupported) & Ip::kPersistent) != 0) { // else there are no such registers
         const auto read = [&](std::uint32_t address) {
-            return Zelmo::String_t(PluginKit::AddressText(connection->ReadRegister(address)).c_str());
+            return Zelmo::String_t(PluginKit::AddressText(connection.Read(address)).c_str());
         };
         configuration.persistentAddress = read(Register::kPersistentIp);
         configuration.persistentMask = read(Register::kPersistentMask);
@@ -67,17 +84,18 @@ void StoreIpConfiguration(const CFoundCamera& camera, const Zelmo::GigEIpConfigu
     const std::uint32_t wanted =
         Ip::kLinkLocal | (configuration.isPersistent ? Ip::kPersistent : 0) | (configuration.isDhcp ? Ip::kDhcp : 0);
     CShortConnection connection(camera, Zelmo::Control);
-    const std::uint32_t missing = wanted & ~(connection->ReadRegister(Register::kIpSupported) | Ip::kLinkLocal);
+    const std::uint32_t missing = wanted & ~(connection.Read(Register::kIpSupported) | Ip::kLinkLocal);
     if (missing != 0) {
         throw RUNTIME_EXCEPTION("Camera %s does not offer %s.", Text(camera.info.mac).c_str(),
                                 (missing & Ip::kPersistent) != 0 ? "a stored address" : "DHCP");
     }
     if (configuration.isPersistent) { // first the address: what is switched on is then whole
-        connection->WriteRegister(Register::kPersistentIp, persistent.address);
-        connection->WriteRegister(Register::kPersistentMask, persistent.mask);
-        connection->WriteRegister(Register::kPersistentGateway, persistent.gateway);
+        connection.Write(Register::kPersistentIp, persistent.address);
+        connection.Write(Register::kPersistentMask, persistent.mask);
+        connection.Write(Register::kPersistentGateway, persistent.gateway);
     }
-    connection->WriteRegister(Register::kIpInUse, wanted);
+    const std::uint32_t others = connection.Read(Register::kIpInUse) & ~(Ip::kPersistent | Ip::kDhcp | Ip::kLinkLocal);
+    connection.Write(Register::kIpInUse, others | wanted); // flow control stands there, too
 }
 
 } // namespace Gige

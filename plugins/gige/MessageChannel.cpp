@@ -22,6 +22,13 @@ bool HasData(const CommandMessage& command) {
     return command.Is(Command::EventData);
 }
 
+CMessage MessageOf(GigEVision::Bytes datagram) {
+    CMessage message;
+    message.size = datagram.size();
+    std::copy(datagram.begin(), datagram.end(), message.bytes.begin());
+    return message;
+}
+
 // Whether whoever reads the message later finds items in it, and nothing else.
 bool IsSound(const CommandMessage& command) {
     const bool isExtended = command.Has(kExtendedIds), hasData = HasData(command);
@@ -86,7 +93,9 @@ void CMessageChannel::Refuse(GigEVision::Bytes datagram) {
     if (datagram.empty() || datagram[0] != kCommandKey) {
         return;
     }
-    m_sink.OnMalformed(*this);
+    if (!IsRepetition(MessageOf(datagram))) {
+        m_sink.OnMalformed(*this);
+    }
     if (datagram.size() >= GigEVision::kGvcpHeaderBytes) {
         const auto word = [&](std::size_t at) { return GigEVision::GetBigEndian<std::uint16_t>(&datagram[at]); };
         Acknowledge({datagram[1], word(2), word(6), {}}, GigEVision::Status::InvalidHeader);
@@ -96,9 +105,7 @@ void CMessageChannel::Refuse(GigEVision::Bytes datagram) {
 void CMessageChannel::Take(const CommandMessage& command, GigEVision::Bytes datagram) {
     const bool isMessage = command.Is(Command::Event) || command.Is(Command::EventData);
     if (isMessage) {
-        CMessage message;
-        message.size = datagram.size();
-        std::copy(datagram.begin(), datagram.end(), message.bytes.begin());
+        CMessage message = MessageOf(datagram);
         if (!IsRepetition(message)) {
             HandOn(command, message);
         }

@@ -44,7 +44,8 @@ unsigned ReadMtu(const std::string& interface) {
 
 HostInterface Describe(const ifaddrs& entry) {
     HostInterface one;
-    one.name = entry.ifa_name;
+    const std::string label = entry.ifa_name; // "eth1:1" names an address of eth1
+    one.name = label.substr(0, label.find(':'));
     one.isLoopback = (entry.ifa_flags & IFF_LOOPBACK) != 0;
     one.mtu = ReadMtu(one.name);
     one.speedMbit = ReadNumber("/sys/class/net/" + one.name + "/speed");

@@ -130,11 +130,15 @@ public:
 
     ExitCode Run(Library& library, Output& output) override {
         CheckArguments();
+        const Zelmo::DeviceInfoList devices = library.FindDevices();
         if (m_action == "show") {
-            Show(library, output);
+            Show(library, devices, output);
             return ExitCode::Done;
         }
-        const CDeviceInfo info = Select(library);
+        const CDeviceInfo info = Select(library, devices);
+        if (SetsPlace()) {
+            RequireUnused(devices, info);
+        }
         const GigENetwork network;
         const std::string attempted = "Setting the address of camera " + NameWithMac(info);
         try {
@@ -156,6 +160,36 @@ private:
         return place->IsOfHost() ? "" : "'" + text + "' is no address that a camera can have in that subnet";
     }
 
+    static std::vector<CDeviceInfo> FindCameras(const Zelmo::DeviceInfoList& devices, const char* key,
+                                                const std::string& value) {
+        std::vector<CDeviceInfo> found;
+        for (const CDeviceInfo& info : devices) {
+            if (IsGigECamera(info) && CLI::detail::to_lower(GetProperty(info, key)) == CLI::detail::to_lower(value)) {
+                found.push_back(info);
+            }
+        }
+        return found;
+    }
+
+    static std::string ListCameras(const std::vector<CDeviceInfo>& cameras) {
+        std::string text;
+        for (const CDeviceInfo& info : cameras) {
+            text += "\n  " + NameWithMac(info) + " on " + GetGigEPlace(info).interface;
+        }
+        return text;
+    }
+
+    /// @throws ToolError when another camera has the wanted address: neither could be opened any more.
+    void RequireUnused(const Zelmo::DeviceInfoList& devices, const CDeviceInfo& info) const {
+        const std::string address = FormatIpv4(ParseIpv4Place(m_place)->address);
+        for (const CDeviceInfo& other : FindCameras(devices, "IpAddress", address)) {
+            const bool isBeside = GetGigEPlace(other).interface == GetGigEPlace(info).interface;
+            if (isBeside && GetProperty(other, "MacAddress") != GetProperty(info, "MacAddress")) {
+                throw UsageError(address + " is the address of camera " + NameWithMac(other));
+            }
+        }
+    }
+
     bool SetsPlace() const { return m_action == "force" || m_action == "persistent"; }
 
     void CheckArguments() const {
@@ -173,14 +207,16 @@ private:
         }
     }
 
-    CDeviceInfo Select(Library& library) const {
-        const Zelmo::DeviceInfoList devices = library.FindDevices();
+    CDeviceInfo Select(Library& library, const Zelmo::DeviceInfoList& devices) const {
         for (const char* key : {"MacAddress", "IpAddress"}) {
-            for (const CDeviceInfo& info : devices) {
-                if (IsGigECamera(info) &&
-                    CLI::detail::to_lower(GetProperty(info, key)) == CLI::detail::to_lower(m_device)) {
-                    return info;
-                }
+            const std::vector<CDeviceInfo> found = FindCameras(devices, key, m_device);
+            if (found.size() > 1) {
+                throw ToolError(ExitCode::NoDevice, "ambiguous_device",
+                                std::to_string(found.size()) + " cameras match '" + m_device +
+                                    "'; choose one by its MAC address:" + ListCameras(found));
+            }
+            if (!found.empty()) {
+                return found.front();
             }
         }
         const CDeviceInfo info = SelectDevice(library, devices, m_device);
@@ -192,12 +228,12 @@ private:
         return info;
     }
 
-    void Show(Library& library, Output& output) const {
+    void Show(Library& library, const Zelmo::DeviceInfoList& devices, Output& output) const {
         Zelmo::DeviceInfoList cameras;
         if (!m_device.empty()) {
-            cameras.push_back(Select(library));
+            cameras.push_back(Select(library, devices));
         } else {
-            for (const CDeviceInfo& info : library.FindDevices()) {
+            for (const CDeviceInfo& info : devices) {
                 if (IsGigECamera(info)) {
                     cameras.push_back(info);
                 }

@@ -236,6 +236,17 @@ bool CConnection::UseInterfaceOf(std::uint64_t mac, std::uint64_t& firstMac) {
     return firstMac == mac;
 }
 
+// Those of the first one are in two places: some begin with its MAC address, some with the number of interfaces.
+std::uint32_t CConnection::InterfaceRegister(std::uint32_t ofFirst) const {
+    const std::uint32_t interface = m_state->interface;
+    if (interface == 0) {
+        return ofFirst;
+    }
+    const std::uint32_t place =
+        ofFirst - (ofFirst < Register::kInterfaces ? Register::kMacHigh : Register::kInterfaces);
+    return Register::kOtherInterfaces + (interface - 1) * Register::kInterfaceStride + place;
+}
+
 std::uint32_t CConnection::ChannelPort(std::uint16_t port) const {
     constexpr std::uint32_t kOneInterface =
         GigEVision::ChannelPort::kInterface & ~(GigEVision::ChannelPort::kInterface << 1);

@@ -73,6 +73,8 @@ public:
     /// Channels are to send from the camera's interface that has @p mac; to be called before they are opened.
     /// @return false: none has it, and @p firstMac tells that of the first one.
     bool UseInterfaceOf(std::uint64_t mac, std::uint64_t& firstMac);
+    /// Of the camera's interface that is used: the register that @p ofFirst is for its first one.
+    std::uint32_t InterfaceRegister(std::uint32_t ofFirst) const;
     std::uint32_t ChannelPort(std::uint16_t port) const; ///< What SCP or MCP is to hold for @p port of this host.
 
     /// @throws GenICam::AccessException  the camera refuses for the lack of rights

@@ -48,6 +48,12 @@ CFoundCamera FindFree(CDiscovery& discovery, const MacAddress& mac) {
     return std::move(*camera);
 }
 
+// Not all tell of a router that was taken away.
+bool Has(const GigEVision::DiscoveryInfo& info, const CHostAddress& wanted) {
+    return info.address == wanted.address && info.mask == wanted.mask &&
+           (wanted.gateway == 0 || info.gateway == wanted.gateway);
+}
+
 struct CSent {
     CUdpSocket socket;
     std::uint16_t id;
@@ -112,7 +118,7 @@ bool ForceAddress(CDiscovery& discovery, const MacAddress& mac, const CHostAddre
     do { // an acknowledge may be lost, or come too early
         WaitForAcknowledge(sent, std::min(end, MonotonicNs() + kSliceNs));
         const auto camera = Find(discovery, mac, wanted.address);
-        if (camera && camera->info.address == wanted.address) {
+        if (camera && Has(camera->info, wanted)) {
             return true;
         }
     } while (MonotonicNs() < end);

@@ -133,6 +133,9 @@ private:
             !choice.addresses.empty()) { // of these its own was one; by broadcast it is found anyhow
             AskAlone(*m_search.newAddress, all);
         }
+        if (m_search.address) { // known from before: broadcasts may not get there
+            AskAlone(*m_search.address, admitted);
+        }
         TellOfMissing(choice.interfaces, admitted);
     }
 

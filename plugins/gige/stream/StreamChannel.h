@@ -27,7 +27,7 @@ public:
     /// Opens the channel, with packets as large as the parameters want them.
     /// @throws GenICam::RuntimeException no camera, no socket, or nothing that could be received
     void Open(const CStreamParameters& parameters);
-    /// The camera is told with one try, if at all.
+    /// The camera is told with two short tries, if at all.
     void Close() noexcept;
     bool IsOpen() const { return m_socket.has_value(); }
 

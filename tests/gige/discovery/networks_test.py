@@ -95,6 +95,21 @@ class Networks(unittest.TestCase):
                     break
             self.assertEqual(self.only_camera()["properties"]["IpAddress"], "192.168.1.9")
 
+    def test_no_camera_is_taken_for_another_one_nor_put_where_one_is(self):
+        with Neighbour() as one, Neighbour() as other:
+            one.connect("host0", "10.7.0.1/24", "camera0", "10.7.0.5/24")
+            other.connect("host1", "10.8.0.1/24", "camera1", "10.8.0.4/24")
+            with Server(TOOL, "--interface", "camera0", where=one), \
+                    Server(TOOL, "--interface", "camera1", "--address", "10.9.0.8", "--address", "10.7.0.5",
+                           "--address", "10.8.0.9", "--manage-addresses", where=other):
+                self.assertIn("2 cameras match '10.7.0.5'", refused("ip", "restart", "10.7.0.5", "--yes"))
+                last = next(camera["properties"] for camera in cameras() if camera["properties"]["IpAddress"] == "10.8.0.9")
+                self.assertIn("10.7.0.5 is the address of camera", refused("ip", "force", "10.8.0.9", "10.7.0.5/24", "--yes"))
+                zelmo("ip", "force", "10.8.0.9", "10.8.0.9/16", "--yes")  # nothing but the mask changes
+                self.assertIn([last["MacAddress"], "255.255.0.0"],
+                              [[camera["properties"]["MacAddress"], camera["properties"]["SubnetMask"]]
+                               for camera in cameras()])
+
     def test_wrong_mask_is_told_of(self):
         with Neighbour().connect("host0", "192.168.1.1/24", "camera0", "192.168.1.133/25") as there, \
                 Server(TOOL, "--interface", "camera0", where=there):
