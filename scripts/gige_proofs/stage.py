@@ -19,7 +19,8 @@ from namespaces import Neighbour, Server, run
 CAMERA = "127.0.0.2"
 MAX_IMAGES_A_START = 50_000  # a camera counts no more than 65,535 of one acquisition
 PARTS = {"full": 1, "fiftieth": 50, "brief": 1000}
-AS_NOBODY = ["setpriv", "--reuid", "65534", "--regid", "65534", "--clear-groups", "--bounding-set=-all", "--inh-caps=-all"]
+AS_NOBODY = ["chrt", "--other", "0", "setpriv", "--reuid", "65534", "--regid", "65534", "--clear-groups", "--bounding-set=-all",
+             "--inh-caps=-all"]
 
 
 class Stage:
