@@ -18,6 +18,7 @@
 #include <memory>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 using namespace Emulator;
@@ -160,11 +161,16 @@ TEST(EventSessionTest, HandlerMayEndWhatCallsIt) {
                 (given.camera.*deed)();
                 EXPECT_FALSE(given.camera.IsGrabbing());
             });
+            // By the thread that handles it: another would be raising it while its node map ends.
+            bool raised = false;
+            const CHandlerRegistration first = OnImage(given.camera, [&](const CGrabResultPtr&) {
+                if (!std::exchange(raised, true)) {
+                    given.Raise();
+                }
+            });
             given.camera.StartGrabbing(GrabStrategy_OneByOne, loop);
-            given.Raise();
             CGrabResultPtr result;
-            while (loop == GrabLoop_ProvidedByUser &&
-                   given.camera.RetrieveResult(5000, result)) { // images may come first
+            while (loop == GrabLoop_ProvidedByUser && given.camera.RetrieveResult(5000, result)) {
             }
             EXPECT_TRUE(given.camera.GetGrabStopWaitObject().Wait(5000));
             given.camera.GetExtensionInterface().JoinGrabLoopThread();
