@@ -37,8 +37,9 @@ public:
     /// Gives a camera that need not be in a subnet of this host an address until it is switched off. Sent out of the
     /// interface on which it was seen; then waits at most 5 s until it is found at the new address. @p mac as
     /// "00:11:22:33:44:55"; addresses dotted decimal, @p gateway may be empty.
-    /// @return whether the camera was found there. One in a foreign subnet cannot be asked who has control of it, and
-    ///         drops the command by itself while somebody has: false.
+    /// @return whether the camera was found there, with that mask; where it tells another gateway, the log says so. One
+    ///         in a foreign subnet cannot be asked who has control of it, and drops the command by itself while
+    ///         somebody has: false.
     /// @throws GenICam::InvalidArgumentException for texts that are no addresses, or an address that cannot be a host's
     /// @throws GenICam::AccessException          while somebody has control of the camera, unless it cannot be asked
     /// @throws GenICam::RuntimeException         when no camera with that MAC address answers

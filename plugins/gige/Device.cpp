@@ -4,13 +4,13 @@
 #include "Descriptions.h"
 #include "OpenCameras.h"
 #include "PluginLog.h"
-#include "SameCamera.h"
 #include "Surroundings.h"
 #include "common/Boundary.h"
 #include "common/DescriptionBinding.h"
 #include "common/LoggedCallback.h"
 #include "control/Description.h"
 #include "control/KnownDevices.h"
+#include "discovery/MacAddress.h"
 
 #include <Base/GCException.h>
 #include <GenApi/GenApi.h>
@@ -144,8 +144,7 @@ void CDevice::Connect(Zelmo::AccessModeSet modes) {
 
 void CDevice::OpenConnection(Zelmo::AccessModeSet modes) {
     m_counts.reads = m_counts.writes = m_counts.failedReads = m_counts.failedWrites = m_counts.timeouts = 0;
-    m_connection.Open(m_camera.route, modes);
-    RequireSameCamera(m_connection, m_camera);
+    m_connection.Open(m_camera.route, modes, Number(m_camera.info.mac));
     m_service.Start();
     m_linkWatch.emplace(m_surroundings.Links(), m_camera.route.interfaceIndex, [this](bool isUp) {
         if (isUp) {
@@ -227,10 +226,7 @@ void CDevice::GetDescription(Zelmo::String_t& url, Zelmo::String_t& bytes) {
         const CTimeLimit limit(reader);
         if (!m_isOpen) {
             RequireReachable();
-            Named(m_info, [&] {
-                reader.Open(m_camera.route, {});
-                RequireSameCamera(reader, m_camera);
-            });
+            Named(m_info, [&] { reader.Open(m_camera.route, {}, Number(m_camera.info.mac)); });
         }
         const CDescription description = ReadDescription(m_isOpen ? m_connection : reader, {}, limit.EndNs());
         Zelmo::String_t document(description.bytes.data(), description.bytes.size());

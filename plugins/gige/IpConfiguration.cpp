@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "IpConfiguration.h"
 
-#include "SameCamera.h"
 #include "control/Connection.h"
 #include "discovery/AddressCommands.h"
 #include "discovery/MacAddress.h"
@@ -24,17 +23,7 @@ public:
             throw RUNTIME_EXCEPTION("Camera %s cannot be reached: %s.", Text(camera.info.mac).c_str(),
                                     camera.subnetVerdict.c_str());
         }
-        m_connection.Open(camera.route, {});
-        try {
-            RequireSameCamera(m_connection, camera);
-        } catch (const GenICam::RuntimeException& error) {
-            throw RUNTIME_EXCEPTION("Camera %s cannot be reached: %s.", Text(camera.info.mac).c_str(),
-                                    error.GetDescription());
-        }
-        if (modes.any()) { // only now, as another one must not be touched
-            m_connection.Close();
-            m_connection.Open(camera.route, modes);
-        }
+        m_connection.Open(camera.route, modes, Number(camera.info.mac));
     }
     // Of the interface by which the camera was found.
     std::uint32_t Read(std::uint32_t ofFirst) {

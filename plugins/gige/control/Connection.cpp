@@ -167,12 +167,12 @@ CConnection::~CConnection() {
     Close();
 }
 
-void CConnection::Open(const CRoute& route, Zelmo::AccessModeSet modes) {
+void CConnection::Open(const CRoute& route, Zelmo::AccessModeSet modes, std::uint64_t mac) {
     const CTurnGuard turn(m_state->turn);
     if (m_state->isOpen) {
         throw LOGICAL_ERROR_EXCEPTION("Cannot open %s: it is open already.", m_state->Camera().c_str());
     }
-    m_state->Open(route, modes);
+    m_state->Open(route, modes, mac);
 }
 
 // Whoever waits for an answer, or for the turn, is sent away: a dead line must not hold up who closes.
@@ -216,24 +216,6 @@ const CRoute& CConnection::Route() const {
 
 const CCapabilities& CConnection::Capabilities() const {
     return m_state->capabilities;
-}
-
-bool CConnection::UseInterfaceOf(std::uint64_t mac, std::uint64_t& firstMac) {
-    const auto macAt = [this](std::uint32_t address) {
-        const std::uint64_t high = ReadRegister(address) & GigEVision::kMacHighMask;
-        return high << 32 | ReadRegister(address + Register::kMacLow - Register::kMacHigh);
-    };
-    m_state->interface = 0;
-    firstMac = macAt(Register::kMacHigh);
-    const std::uint32_t interfaces =
-        firstMac == mac ? 1 : std::min(ReadRegister(Register::kInterfaces), Register::kMaxInterfaces);
-    for (std::uint32_t i = 1; i < interfaces; ++i) {
-        if (macAt(Register::kOtherInterfaces + (i - 1) * Register::kInterfaceStride) == mac) {
-            m_state->interface = i;
-            return true;
-        }
-    }
-    return firstMac == mac;
 }
 
 // Those of the first one are in two places: some begin with its MAC address, some with the number of interfaces.

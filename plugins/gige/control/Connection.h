@@ -55,9 +55,11 @@ public:
     /// Takes control as @p modes wants it (Exclusive, Control, or neither, which only reads), reads what the device can
     /// do, and switches on what it offers: pending acknowledges and the finer status codes. Where this process had the
     /// camera before from the same port, what it left open is closed first.
+    /// Addresses change, and another camera may have this one's by now. Only one that has @p mac, at any of its
+    /// interfaces, is touched; its channels then send from that interface. Zero: any camera.
     /// @throws GenICam::AccessException  somebody else has control: who, where the camera tells
-    /// @throws GenICam::RuntimeException it does not answer, or refuses
-    void Open(const CRoute& route, Zelmo::AccessModeSet modes);
+    /// @throws GenICam::RuntimeException it does not answer, or refuses, or is another one
+    void Open(const CRoute& route, Zelmo::AccessModeSet modes, std::uint64_t mac = 0);
     /// Ends what is under way, and the heartbeat, so that what is to be written last need not wait for either.
     void PrepareClose() noexcept;
     /// Gives control back; what fails on the way is logged.
@@ -70,9 +72,6 @@ public:
 
     const CRoute& Route() const;
     const CCapabilities& Capabilities() const;
-    /// Channels are to send from the camera's interface that has @p mac; to be called before they are opened.
-    /// @return false: none has it, and @p firstMac tells that of the first one.
-    bool UseInterfaceOf(std::uint64_t mac, std::uint64_t& firstMac);
     /// Of the camera's interface that is used: the register that @p ofFirst is for its first one.
     std::uint32_t InterfaceRegister(std::uint32_t ofFirst) const;
     std::uint32_t ChannelPort(std::uint16_t port) const; ///< What SCP or MCP is to hold for @p port of this host.

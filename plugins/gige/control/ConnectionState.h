@@ -24,11 +24,14 @@ struct CConnection::CState {
     CState(CConnectionSettings& settings_, CConnectionCounts& counts_) : settings(settings_), counts(counts_) {}
 
     // Opening.cpp
-    void Open(const CRoute& newRoute, Zelmo::AccessModeSet modes);
-    void Connect(Zelmo::AccessModeSet modes);
+    void Open(const CRoute& newRoute, Zelmo::AccessModeSet modes, std::uint64_t mac);
+    void Connect(Zelmo::AccessModeSet modes, std::uint64_t mac);
     void Abandon() noexcept;
     CAnswer ReadCcpFirst();
-    void TakeControl(std::uint32_t ccp);
+    bool RequireCamera(std::uint64_t mac);
+    void RequireInterfaceOf(std::uint64_t mac);
+    std::uint32_t ReadIdentity(std::uint32_t address);
+    void TakeControl(const CAnswer& before, std::uint32_t ccp);
     void HaveControl();
     void WaitForControl(std::uint32_t ccp);
     void RequirePresence();

@@ -42,7 +42,7 @@ bool IsExclusive(const CAnswer& ccp) {
 
 } // namespace
 
-void CConnection::CState::Open(const CRoute& newRoute, Zelmo::AccessModeSet modes) {
+void CConnection::CState::Open(const CRoute& newRoute, Zelmo::AccessModeSet modes, std::uint64_t mac) {
     route = newRoute;
     capabilities = {};
     interface = 0;
@@ -60,7 +60,7 @@ void CConnection::CState::Open(const CRoute& newRoute, Zelmo::AccessModeSet mode
         settings.isDuplicating, counts.timeouts, CCommandChannel::CLimits{});
     openUntilNs = MonotonicNs() + ToNs(kOpeningMs);
     try {
-        Connect(modes);
+        Connect(modes, mac);
     } catch (const GenICam::TimeoutException& e) {
         Abandon();
         throw RUNTIME_EXCEPTION("Cannot open " + Camera() + ": " + e.GetDescription());
@@ -72,11 +72,16 @@ void CConnection::CState::Open(const CRoute& newRoute, Zelmo::AccessModeSet mode
     isOpen = true;
 }
 
-void CConnection::CState::Connect(Zelmo::AccessModeSet modes) {
+void CConnection::CState::Connect(Zelmo::AccessModeSet modes, std::uint64_t mac) {
+    const CAnswer ccp = ReadCcpFirst();
+    const bool isKnown = RequireCamera(mac);
     const bool isExclusive = modes.test(Zelmo::Exclusive);
     if (isExclusive || modes.test(Zelmo::Control)) {
-        TakeControl(isExclusive ? Ccp::kExclusive : Ccp::kControl);
-    } else if (IsExclusive(ReadCcpFirst())) {
+        TakeControl(ccp, isExclusive ? Ccp::kExclusive : Ccp::kControl);
+        if (!isKnown) {
+            RequireCamera(mac);
+        }
+    } else if (IsExclusive(ccp)) {
         ThrowHeld();
     }
     ReadCapabilities();
@@ -108,8 +113,50 @@ CAnswer CConnection::CState::ReadCcpFirst() {
     return answer;
 }
 
-void CConnection::CState::TakeControl(std::uint32_t ccp) {
-    const CAnswer before = ReadCcpFirst();
+/// @return false: it does not tell, as somebody has it for himself.
+bool CConnection::CState::RequireCamera(std::uint64_t mac) {
+    try {
+        if (mac != 0) {
+            RequireInterfaceOf(mac);
+        }
+    } catch (const GenICam::AccessException&) {
+        if (hasControl) {
+            throw;
+        }
+        return false;
+    }
+    return true;
+}
+
+void CConnection::CState::RequireInterfaceOf(std::uint64_t mac) {
+    const auto macAt = [this](std::uint32_t address) {
+        const std::uint64_t high = ReadIdentity(address) & GigEVision::kMacHighMask;
+        return high << 32 | ReadIdentity(address + Register::kMacLow - Register::kMacHigh);
+    };
+    const std::uint64_t first = macAt(Register::kMacHigh);
+    if (first == mac) {
+        return;
+    }
+    const std::uint32_t interfaces = std::min(ReadIdentity(Register::kInterfaces), Register::kMaxInterfaces);
+    for (std::uint32_t i = 1; i < interfaces; ++i) {
+        if (macAt(Register::kOtherInterfaces + (i - 1) * Register::kInterfaceStride) == mac) {
+            interface = i;
+            return;
+        }
+    }
+    throw RUNTIME_EXCEPTION("Cannot open %s: another one answers there, of the MAC address %012llx: enumerate anew.",
+                            Camera().c_str(), static_cast<unsigned long long>(first));
+}
+
+std::uint32_t CConnection::CState::ReadIdentity(std::uint32_t address) {
+    const CAnswer answer = channel->ReadRegister(address, ReadTries());
+    if (!answer.IsDone()) {
+        Fail({"read", address, 4}, answer);
+    }
+    return answer.value;
+}
+
+void CConnection::CState::TakeControl(const CAnswer& before, std::uint32_t ccp) {
     hasLeftovers = !before.IsDone() || (before.value & (Ccp::kExclusive | Ccp::kControl)) != 0;
     if (hasLeftovers) { // of this process, which it then knows by its port, or of another application
         WaitForControl(ccp);

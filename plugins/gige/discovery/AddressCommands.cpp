@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "discovery/AddressCommands.h"
 
+#include "PluginLog.h"
 #include "common/Endpoint.h"
 #include "discovery/ControlQuery.h"
 
@@ -48,10 +49,17 @@ CFoundCamera FindFree(CDiscovery& discovery, const MacAddress& mac) {
     return std::move(*camera);
 }
 
-// Not all tell of a router that was taken away.
+// Not all tell of a router.
 bool Has(const GigEVision::DiscoveryInfo& info, const CHostAddress& wanted) {
-    return info.address == wanted.address && info.mask == wanted.mask &&
-           (wanted.gateway == 0 || info.gateway == wanted.gateway);
+    if (info.address != wanted.address || info.mask != wanted.mask) {
+        return false;
+    }
+    if (wanted.gateway != 0 && info.gateway != wanted.gateway) {
+        hxlog::LogTrace(LogCategory(), hxlog::LogLevel_Warn, "Camera %s was given the gateway %s, but tells %s.",
+                        Text(info.mac).c_str(), PluginKit::AddressText(wanted.gateway).c_str(),
+                        PluginKit::AddressText(info.gateway).c_str());
+    }
+    return true;
 }
 
 struct CSent {

@@ -249,14 +249,14 @@ private:
         }
         const MacAddress mac = info->mac;
         Clean(*info);
-        // What answered alone is reached there, whatever it tells of itself.
+        // What answered alone is reached there, behind a router whatever it tells of itself.
         const bool wasAskedAlone = network.ear.aloneIds.contains(message->id);
         const std::uint32_t address = wasAskedAlone || info->address == 0 ? received.from.address : info->address;
         CFoundCamera camera{std::move(*info), MakeRoute(network.interface, address), {}};
         if (!Admit(network, camera)) {
             return;
         }
-        if (!wasAskedAlone) {
+        if (!wasAskedAlone || network.interface.FindNetworkOf(address)) {
             camera.subnetVerdict = SubnetVerdict({address, camera.info.mask}, camera.info.gateway, network.interface);
         }
         const bool isTimely = IsBetween(network.firstId, message->id, network.ear.lastId);

@@ -13,6 +13,14 @@ std::string Text(const MacAddress& mac) {
     return text;
 }
 
+std::uint64_t Number(const MacAddress& mac) {
+    std::uint64_t number = 0;
+    for (const std::uint8_t byte : mac) {
+        number = number << 8 | byte;
+    }
+    return number;
+}
+
 std::optional<MacAddress> ParseMac(std::string_view text) {
     MacAddress mac{};
     for (std::size_t i = 0; i < mac.size(); ++i) {

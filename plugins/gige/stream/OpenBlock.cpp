@@ -100,7 +100,7 @@ void COpenBlock::Open(std::uint64_t id, const PacketHeader& header, const CFreeB
     m_lastId = m_payloadEnd = m_parts = m_firstData = m_lastDescriptor = 0;
     m_trailerPartBytes = 0;
     m_tiling = m_descriptorTiling = {};
-    m_hasAmbiguousPart = false;
+    m_hasAmbiguousPart = m_hasOutdated = false;
     lastNewNs = nowNs;
     laterSeenNs = kNever;
     droppedByHost = 0;
@@ -236,12 +236,14 @@ COpenBlock::ETaken COpenBlock::TakeByOffset(const PayloadPacket& payload, Packet
     if (m_map.Has(packetId)) {
         return isDescriptor || IsPlaced(offset, payload.data) ? ETaken::Doubled : Fail(EBlockFault::Contradictory);
     }
-    if (isDescriptor && m_firstData == 0 && packetId < m_lastDescriptor) {
+    const bool isNextToOther = packetId < m_lastDescriptor && m_map.Has(packetId + 1); // so of the same one
+    if (isDescriptor && m_firstData == 0 && packetId < m_lastDescriptor && !isNextToOther) {
         return ETaken::Ignored; // it is asked for again, when data tells whether the other one is final
     }
     const bool isOutdated = isDescriptor && packetId < m_firstData && m_firstData < m_lastDescriptor;
-    const ETaken taken = isOutdated ? Note(packetId) : Place(offset, payload.data, packetId);
+    const ETaken taken = Place(offset, payload.data, packetId, isOutdated);
     if (taken == ETaken::New) {
+        m_hasOutdated = m_hasOutdated || isOutdated;
         (isDescriptor ? m_descriptorTiling : m_tiling).Add(offset, payload.data.size());
         if (isDescriptor) {
             m_lastDescriptor = std::max(m_lastDescriptor, packetId);
@@ -297,13 +299,13 @@ std::optional<bool> COpenBlock::TellByNumber(const PayloadPacket& payload, std::
     return payload.offset == nominal + m_partStarts[payload.partId] ? std::optional(false) : std::nullopt;
 }
 
-COpenBlock::ETaken COpenBlock::Place(std::uint64_t offset, Bytes data, std::uint32_t packetId) {
+COpenBlock::ETaken COpenBlock::Place(std::uint64_t offset, Bytes data, std::uint32_t packetId, bool isOutdated) {
     if (offset > m_memory.size() || data.size() > m_memory.size() - offset) {
         std::uint64_t needed = 0; // offsets of containers have 64 bits
         return FailTooSmall(__builtin_add_overflow(offset, data.size(), &needed) ? offset : needed);
     }
     const ETaken taken = Note(packetId);
-    if (taken == ETaken::New) {
+    if (taken == ETaken::New && !isOutdated) {
         std::memcpy(m_memory.data() + offset, data.data(), data.size());
         PrefetchFrom(m_memory.subspan(offset + data.size()));
     }
@@ -395,7 +397,7 @@ bool COpenBlock::IsWithoutHoles() const {
         return !IsByOffset(m_format) || m_tiling.Covers(0);
     }
     const CTiling& descriptor = m_descriptorTiling; // a preliminary one is sent again at the end
-    return (descriptor.Covers(0) || descriptor.Covers(0, 2)) && m_tiling.Covers(descriptor.End());
+    return ((descriptor.Covers(0) && !m_hasOutdated) || descriptor.Covers(0, 2)) && m_tiling.Covers(descriptor.End());
 }
 
 // A trailer that came too early ends nothing. Images have lines to tell by, and what is compressed as it is sent cannot

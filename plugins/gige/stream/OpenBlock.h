@@ -58,6 +58,7 @@ struct CBlockResends {
     std::uint32_t requested = 0;
     std::uint32_t tries = 0; ///< of the packet asked for most often
     bool isGivenUp = false;
+    std::optional<std::int64_t> leaderAskedNs; ///< the last time
     // The tail: what is behind the highest packet that came
     std::uint32_t tailBegin = 0, tailEnd = 0; ///< asked for
     std::uint32_t tailOpen = 0;               ///< packets of it that count as under way
@@ -110,7 +111,7 @@ private:
     ETaken TakeById(GigEVision::Bytes data, std::uint32_t packetId, std::size_t dataBytes);
     ETaken TakeByOffset(const GigEVision::PayloadPacket& payload, GigEVision::PacketFormat format,
                         std::uint32_t packetId, CMultiPartOffsets& offsets);
-    ETaken Place(std::uint64_t offset, GigEVision::Bytes data, std::uint32_t packetId);
+    ETaken Place(std::uint64_t offset, GigEVision::Bytes data, std::uint32_t packetId, bool isOutdated = false);
     ETaken Note(std::uint32_t packetId);
     bool IsPlaced(std::uint64_t offset, GigEVision::Bytes data) const;
     bool FindPartOffset(const GigEVision::PayloadPacket& payload, std::uint32_t packetId, CMultiPartOffsets& offsets,
@@ -144,6 +145,7 @@ private:
     // Payloads with offsets
     CTiling m_tiling, m_descriptorTiling;
     std::uint32_t m_firstData = 0, m_lastDescriptor = 0; // lowest and highest packet of them that came; 0: none
+    bool m_hasOutdated = false; // of the descriptor before the data, which the one behind it has in its place
     std::uint32_t m_parts = 0;
     std::uint64_t m_trailerPartBytes = 0;        // of all parts, by the trailer
     std::array<std::uint64_t, 257> m_partStarts; // and the end of the last one

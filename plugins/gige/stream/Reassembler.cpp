@@ -247,7 +247,8 @@ bool CReassembler::CState::BeginsAnew(const COpenBlock& block, const PacketHeade
 
 // Whether a leader that is not marked as sent again may be the one that was asked for.
 bool CReassembler::CState::MayBeAwaited(const COpenBlock& block) const {
-    return block.resends.askedEnd > 0 && !block.resends.isGivenUp && !marksRepeated;
+    const auto& askedNs = block.resends.leaderAskedNs;
+    return askedNs && nowNs - *askedNs < settings.frameRetentionNs && !marksRepeated;
 }
 
 // The block that a packet of none that is open begins; none when it is not new, or there is no buffer for it.

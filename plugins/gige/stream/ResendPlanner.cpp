@@ -245,6 +245,9 @@ void CResendPlanner::Command(COpenBlock& block, std::uint32_t first, std::uint32
         request.last = request.isExtended ? ResendRequest::kToEndExtended : ResendRequest::kToEnd;
     }
     block.resends.requested += last - first + 1;
+    if (first == 0) {
+        block.resends.leaderAskedNs = m_nowNs;
+    }
     m_commandedPackets += last - first + 1;
 }
 

@@ -67,13 +67,13 @@ CStreamParameters ReadStreamParameters(GenApi::INodeMap& nodeMap) {
 
 CResendSettings ReadResendSettings(GenApi::INodeMap& nodeMap) {
     CResendSettings read;
-    read.isEnabled = Flag(nodeMap, "EnableResend");
     read.window = NumberAs<std::uint32_t>(nodeMap, "ReceiveWindowSize");
     read.threshold = NumberAs<std::uint32_t>(nodeMap, "ResendRequestThreshold");
     read.timeoutNs = Nanoseconds(nodeMap, "ResendTimeout");
     read.batching = NumberAs<std::uint32_t>(nodeMap, "ResendRequestBatching");
     read.responseTimeoutNs = Nanoseconds(nodeMap, "ResendRequestResponseTimeout");
     read.maxRequests = NumberAs<std::uint32_t>(nodeMap, "MaximumNumberResendRequests");
+    read.isEnabled = Flag(nodeMap, "EnableResend") && read.maxRequests > 0;
     read.packetTimeoutNs = Nanoseconds(nodeMap, "PacketTimeout");
     read.frameRetentionNs = Nanoseconds(nodeMap, "FrameRetention");
     return read;

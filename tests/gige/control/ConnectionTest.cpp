@@ -337,23 +337,53 @@ TEST(ConnectionTest, OnlyWhoWantsControlTakesThePortOfTheSessionBefore) {
     EXPECT_EQ(portOf(kControlled), port);
 }
 
+const CRegisters kTwoInterfaces = {{Register::kMacHigh, 0x0011},
+                                   {Register::kMacLow, 1},
+                                   {Register::kInterfaces, 2},
+                                   {Register::kOtherInterfaces, 0x0011},
+                                   {Register::kOtherInterfaces + 4, 2},
+                                   {Register::kOtherInterfaces + Register::kInterfaceStride, 0x0011},
+                                   {Register::kOtherInterfaces + Register::kInterfaceStride + 4, 3}};
+
 TEST(ConnectionTest, ChannelsSendFromTheInterfaceThatAnswered) {
-    const auto device = MakeDevice({}, {{Register::kMacHigh, 0x0011},
-                                        {Register::kMacLow, 1},
-                                        {Register::kInterfaces, 2},
-                                        {Register::kOtherInterfaces, 0x0011},
-                                        {Register::kOtherInterfaces + 4, 2},
-                                        {Register::kOtherInterfaces + Register::kInterfaceStride, 0x0011},
-                                        {Register::kOtherInterfaces + Register::kInterfaceStride + 4, 3}});
+    const auto device = MakeDevice({}, kTwoInterfaces);
     CHost host;
-    host.connection.Open(device->Route(), kControlled);
-    std::uint64_t first = 0;
-    EXPECT_TRUE(host.connection.UseInterfaceOf(0x001100000002, first));
-    EXPECT_EQ(host.connection.ChannelPort(5000), 0x10000u + 5000);
-    EXPECT_TRUE(host.connection.UseInterfaceOf(0x001100000001, first));
-    EXPECT_EQ(host.connection.ChannelPort(5000), 5000u);
-    EXPECT_FALSE(host.connection.UseInterfaceOf(0x001100000003, first)) << "it has two";
-    EXPECT_EQ(first, 0x001100000001u);
+    const auto portOfInterface = [&](std::uint64_t mac) {
+        host.connection.Open(device->Route(), kControlled, mac);
+        const std::uint32_t port = host.connection.ChannelPort(5000);
+        host.connection.Close();
+        return port;
+    };
+    EXPECT_EQ(portOfInterface(0x001100000002), 0x10000u + 5000);
+    EXPECT_EQ(portOfInterface(0x001100000001), 5000u);
+}
+
+TEST(ConnectionTest, AnotherCameraIsNotTouched) {
+    CRegisters registers = kTwoInterfaces;
+    registers[Register::kStreamChannel + Register::kScp] = 5000; // it sends, to whom its own user wants
+    const auto device = MakeDevice({}, registers);
+    CHost host;
+    EXPECT_THAT(FailureOf<GenICam::RuntimeException>(
+                    [&] { host.connection.Open(device->Route(), kControlled, 0x001100000003); }),
+                HasSubstr("another one answers there, of the MAC address 001100000001"))
+        << "it has two";
+    EXPECT_THAT(device->Told(), testing::Not(HasSubstr("w")));
+
+    // Who is held says nothing until it is given.
+    registers[Register::kCcp] = 1;
+    const auto held = MakeDevice(
+        [](CScriptedDevice& own, const CRequest& request) {
+            const bool isRefused = request.command == Command::ReadReg && own.Get(Register::kCcp) == 1;
+            return isRefused && (own.Answer(request, {0, 0, 0, 0}, Status::AccessDenied), true);
+        },
+        registers);
+    FailureOf<GenICam::RuntimeException>([&] { host.connection.Open(held->Route(), kControlled, 0x001100000003); });
+    std::uint32_t writes = 0;
+    for (const CRequest& request : held->Requests()) {
+        writes += request.command == Command::WriteReg;
+        EXPECT_TRUE(request.command == Command::ReadReg || request.address == Register::kCcp) << request.address;
+    }
+    EXPECT_EQ(writes, 2u) << "taken and given back";
 }
 
 TEST(ConnectionTest, NeitherALastWriteNorTheEndWaitsForAPromise) {

@@ -115,6 +115,7 @@ class Networks(unittest.TestCase):
                 Server(TOOL, "--interface", "camera0", where=there):
             self.assertEqual(self.verdict(), "host0's 192.168.1.1 is not in the camera's 192.168.1.128/25; force the mask "
                                              "255.255.255.0")
+            self.assertIn("force the mask 255.255.255.0", refused("get", "Width"))
 
     def test_two_interfaces_in_one_subnet(self):
         """The first camera that a server has is always the same one: it is on both networks."""

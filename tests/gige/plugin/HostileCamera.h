@@ -55,6 +55,7 @@ public:
 private:
     using CommandMessage = GigEVision::CommandMessage;
     using Command = GigEVision::Command;
+    using Clock = std::chrono::steady_clock;
     static constexpr std::uint32_t kDescription = 0x10000, kContent = 0x20000;
 
     void Serve() {
@@ -86,20 +87,19 @@ private:
             Send(command, GigEVision::EncodeDiscoveryAck(info, payload), to);
         } else if (command.Is(Command::ReadReg)) {
             auto list = GigEVision::DecodeReadReg(command.payload);
-            if (m_pace == EPace::AlwaysAtItsLimit && list && list->words[0] == GigEVision::Register::kMacHigh) {
-                Send(command, GigEVision::EncodePending(60'000, payload), to, GigEVision::Command::Pending);
-                std::this_thread::sleep_for(std::chrono::seconds(45));
-            }
             for (std::size_t i = 0; list && i < list->count; ++i) {
                 list->words[i] = Value(list->words[i]);
             }
             Send(command, GigEVision::EncodeReadRegAck(list.value(), payload), to);
         } else if (command.Is(Command::WriteReg)) {
             const auto list = GigEVision::DecodeWriteReg(command.payload);
-            if (list && list->writes[0].address == GigEVision::Register::kCcp) {
+            const bool isControl = list && list->writes[0].address == GigEVision::Register::kCcp;
+            const bool isHeld = isControl && m_pace == EPace::AlwaysAtItsLimit && Clock::now() < m_heldUntil;
+            if (isControl && !isHeld) {
                 m_control = list->writes[0].value;
             }
-            Send(command, GigEVision::EncodeWriteAck(1, payload), to);
+            Send(command, GigEVision::EncodeWriteAck(isHeld ? 0 : 1, payload), to, std::nullopt,
+                 isHeld ? GigEVision::Status::AccessDenied : GigEVision::Status::Success);
         } else if (command.Is(Command::ReadMem)) {
             ReadMemory(command, to);
         }
@@ -150,7 +150,7 @@ private:
         case Register::kGvcpCapability:
             return GigEVision::GvcpCapability::kWriteMem | GigEVision::GvcpCapability::kPending;
         case Register::kHeartbeatTimeout:
-            return 3000;
+            return m_pace == EPace::AlwaysAtItsLimit ? 15'000 : 3000;
         case Register::kCcp:
             return m_control;
         default:
@@ -159,18 +159,21 @@ private:
     }
 
     void Send(const CommandMessage& command, GigEVision::Bytes payload, const sockaddr_in& to,
-              std::optional<Command> other = std::nullopt) {
+              std::optional<Command> other = std::nullopt, GigEVision::Status status = GigEVision::Status::Success) {
         const std::uint16_t code = other ? static_cast<std::uint16_t>(*other) : command.command;
         GigEVision::GvcpBuffer buffer;
         const GigEVision::Bytes bytes = GigEVision::EncodeAcknowledge(
-            {GigEVision::Status::Success, GigEVision::AcknowledgeOf(code), command.requestId, payload}, buffer);
+            {status, GigEVision::AcknowledgeOf(code), command.requestId, payload}, buffer);
         sendto(m_socket.Number(), bytes.data(), bytes.size(), 0, reinterpret_cast<const sockaddr*>(&to), sizeof to);
     }
 
     const std::uint32_t m_address;
     const EPace m_pace;
     const PluginKit::CDescriptor m_socket;
-    std::atomic<std::uint32_t> m_control = 0;
+    // At its limit another application has control for so long.
+    const Clock::time_point m_heldUntil = Clock::now() + std::chrono::seconds(12);
+    std::atomic<std::uint32_t> m_control =
+        m_pace == EPace::AlwaysAtItsLimit ? std::uint32_t{GigEVision::Ccp::kControl} : 0;
     std::mutex m_lock;
     std::string m_url, m_content;
     std::jthread m_thread;

@@ -181,8 +181,9 @@ const CHistory kHistories[] = {
     {"counted anew, extended", "x70000* x1'* x2'*", "70000c 1c 2c", "", "resync=1"},
     {"counted anew within a block", "100:0,1 1'* 100:2,3,4,5 2'*", "100f 1c 2c", "", "missing=4 ignored=4 resync=1"},
     {"counted anew to the same id", "1*-0 w30 1'*", "|1f 1c", "", "missing=1 resync=1", false},
-    {"the same, asked for in vain", "1*-0 w100 1'*", "|1f 1c", "1:0-0 1:0-0 1:0-0 1:0-0 1:0-0 1:0-0",
+    {"the same, asked for in vain", "1*-0 w300 1'*", "|1f 1c", "1:0-0 1:0-0 1:0-0 1:0-0 1:0-0 1:0-0",
      "missing=1 resync=1"},
+    {"leader that comes long after it was asked for", "1*-0 w100 1:0", "|1c", "1:0-0 1:0-0 1:0-0 1:0-0 1:0-0 1:0-0"},
     {"the same, of a device that marks what it sends again", "1*-2 w2 1:2=0100 2*-0 w25 2'*", "|1c|2f 2c",
      "1:2-2 2:0-0 2:0-0 2:0-0", "missing=1 resent=1 resync=1"},
     {"one sent again of a block of before", "1* 1:3=0100 7:0=0100 2*", "1c 2c", "", "ignored=2"},
@@ -442,6 +443,44 @@ TEST_F(ReassemblerTest, TheFinalDescriptorIsTheOneThatStays) {
         EXPECT_EQ(std::memcmp(LastMemory(), &final[kHeader], final.size() - kHeader), 0) << order[0] << order[1];
         EXPECT_TRUE(block.IsIn(LastMemory(), 64, 192));
     }
+}
+
+TEST_F(ReassemblerTest, ADescriptorMayComeInPiecesAndInAnyOrder) {
+    constexpr std::size_t kOffset = 24, kOffsetLow = kOffset + 7, kFlags = 32; // 64 bytes a packet
+    const CSentBlock block({.isExtended = true, .type = 0x000B, .bytes = 256});
+    const auto play = [&](const std::vector<std::uint32_t>& order, const std::vector<std::uint32_t>& descriptor,
+                          std::uint8_t farOffset = 0, const std::vector<std::uint8_t>& offsets = {0, 64, 128, 192}) {
+        Begin(1, 2000);
+        for (const std::uint32_t id : order) {
+            std::vector<std::uint8_t> packet = block.Packet(id);
+            if (id > 0 && id < block.trailerId) {
+                packet[kFlags] = std::count(descriptor.begin(), descriptor.end(), id) != 0 ? 0x80 : 0;
+                packet[kOffset] = id == 1 ? farOffset : 0;
+                packet[kOffsetLow] = offsets[id - 1];
+            }
+            Feed(packet);
+        }
+        Wait(5200 * kMs);
+        return Results();
+    };
+    EXPECT_EQ(play({0, 2, 1, 3, 4, 5}, {1, 2}), "1c");
+    EXPECT_TRUE(block.IsIn(LastMemory(), 0, 256));
+    EXPECT_EQ(play({0, 2, 3, 4, 5, 1}, {1, 2, 3, 4}), "1c") << "nothing but a descriptor";
+    EXPECT_EQ(play({0, 2, 3, 4, 1, 5}, {1, 4}, 0, {0, 128, 192, 64}), "1f")
+        << "the first piece was taken for an old one";
+    EXPECT_EQ(play({0, 2, 4, 3, 1, 5}, {1, 4}, 1, {0, 64, 128, 0}), "1f");
+    EXPECT_LE(last.payloadBytes, 2000u);
+    EXPECT_EQ(last.fault, EBlockFault::BufferTooSmall);
+}
+
+TEST_F(ReassemblerTest, ALeaderThatWasAskedForWithAllTheRestIsNoNewOne) {
+    const CSentBlock parts({.isExtended = true, .type = PayloadType::kMultiPart, .firstPartBytes = 150});
+    Send(parts, {parts.trailerId - 1}); // of the second part, whose place only the leader tells
+    Wait(21 * kMs);
+    EXPECT_EQ(Asked(), "1:0-end");
+    SendAll(parts);
+    EXPECT_EQ(Results(), "1c");
+    EXPECT_EQ(reassembler->Counts().resynchronizations, 0u);
 }
 
 TEST_F(ReassemblerTest, NoByteIsWrittenBeyondABufferTooSmall) {
