@@ -3,6 +3,8 @@
 
 #include "WorkerPool.h"
 
+#include <utility>
+
 namespace tool {
 namespace {
 
@@ -68,7 +70,7 @@ void OrderedWork::Do(Item& item) noexcept {
     while (!m_items.empty() && m_items.front()->isDone) {
         const auto next = std::move(m_items.front());
         m_items.pop_front();
-        next->tell(next->error);
+        next->tell(std::exchange(next->error, nullptr)); // not to end late, on the thread that did the work
     }
     m_told.notify_all();
 }
