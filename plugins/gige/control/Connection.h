@@ -56,7 +56,8 @@ public:
     /// do, and switches on what it offers: pending acknowledges and the finer status codes. Where this process had the
     /// camera before from the same port, what it left open is closed first.
     /// Addresses change, and another camera may have this one's by now. Only one that has @p mac, at any of its
-    /// interfaces, is touched; its channels then send from that interface. Zero: any camera.
+    /// interfaces, is touched; its channels then send from that interface. One that tells nothing, as somebody has it
+    /// for himself, is asked again once it gave control, and gets that back if it is another. Zero: any camera.
     /// @throws GenICam::AccessException  somebody else has control: who, where the camera tells
     /// @throws GenICam::RuntimeException it does not answer, or refuses, or is another one
     void Open(const CRoute& route, Zelmo::AccessModeSet modes, std::uint64_t mac = 0);

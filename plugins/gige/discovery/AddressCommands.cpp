@@ -49,17 +49,17 @@ CFoundCamera FindFree(CDiscovery& discovery, const MacAddress& mac) {
     return std::move(*camera);
 }
 
-// Not all tell of a router.
-bool Has(const GigEVision::DiscoveryInfo& info, const CHostAddress& wanted) {
-    if (info.address != wanted.address || info.mask != wanted.mask) {
-        return false;
-    }
+bool IsAt(const CHostAddress& wanted, const GigEVision::DiscoveryInfo& info) {
+    return info.address == wanted.address && info.mask == wanted.mask;
+}
+
+// Not all tell of a router, so that it is no failure.
+void TellOfOtherGateway(const CHostAddress& wanted, const GigEVision::DiscoveryInfo& info) {
     if (wanted.gateway != 0 && info.gateway != wanted.gateway) {
         hxlog::LogTrace(LogCategory(), hxlog::LogLevel_Warn, "Camera %s was given the gateway %s, but tells %s.",
                         Text(info.mac).c_str(), PluginKit::AddressText(wanted.gateway).c_str(),
                         PluginKit::AddressText(info.gateway).c_str());
     }
-    return true;
 }
 
 struct CSent {
@@ -126,7 +126,8 @@ bool ForceAddress(CDiscovery& discovery, const MacAddress& mac, const CHostAddre
     do { // an acknowledge may be lost, or come too early
         WaitForAcknowledge(sent, std::min(end, MonotonicNs() + kSliceNs));
         const auto camera = Find(discovery, mac, wanted.address);
-        if (camera && Has(camera->info, wanted)) {
+        if (camera && IsAt(wanted, camera->info)) {
+            TellOfOtherGateway(wanted, camera->info);
             return true;
         }
     } while (MonotonicNs() < end);

@@ -304,20 +304,15 @@ COpenBlock::ETaken COpenBlock::Place(std::uint64_t offset, Bytes data, std::uint
         std::uint64_t needed = 0; // offsets of containers have 64 bits
         return FailTooSmall(__builtin_add_overflow(offset, data.size(), &needed) ? offset : needed);
     }
-    const ETaken taken = Note(packetId);
-    if (taken == ETaken::New && !isOutdated) {
-        std::memcpy(m_memory.data() + offset, data.data(), data.size());
-        PrefetchFrom(m_memory.subspan(offset + data.size()));
-    }
-    return taken;
-}
-
-COpenBlock::ETaken COpenBlock::Note(std::uint32_t packetId) {
     if (packetId >= m_map.Room() - 1) {
         return Fail(EBlockFault::Contradictory); // packets far smaller than was agreed
     }
     m_map.Add(packetId);
     m_payloadEnd = std::max(m_payloadEnd, packetId + 1);
+    if (!isOutdated) {
+        std::memcpy(m_memory.data() + offset, data.data(), data.size());
+        PrefetchFrom(m_memory.subspan(offset + data.size()));
+    }
     return ETaken::New;
 }
 

@@ -112,7 +112,6 @@ private:
     ETaken TakeByOffset(const GigEVision::PayloadPacket& payload, GigEVision::PacketFormat format,
                         std::uint32_t packetId, CMultiPartOffsets& offsets);
     ETaken Place(std::uint64_t offset, GigEVision::Bytes data, std::uint32_t packetId, bool isOutdated = false);
-    ETaken Note(std::uint32_t packetId);
     bool IsPlaced(std::uint64_t offset, GigEVision::Bytes data) const;
     bool FindPartOffset(const GigEVision::PayloadPacket& payload, std::uint32_t packetId, CMultiPartOffsets& offsets,
                         std::uint64_t& offset);

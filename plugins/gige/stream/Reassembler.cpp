@@ -245,7 +245,7 @@ bool CReassembler::CState::BeginsAnew(const COpenBlock& block, const PacketHeade
            (&block == open.back() || ids.IsNewer(timestamp));
 }
 
-// Whether a leader that is not marked as sent again may be the one that was asked for.
+// Whether a leader that is not marked as sent again may be the one that was asked for, alone or with all the rest.
 bool CReassembler::CState::MayBeAwaited(const COpenBlock& block) const {
     const auto& askedNs = block.resends.leaderAskedNs;
     return askedNs && nowNs - *askedNs < settings.frameRetentionNs && !marksRepeated;
